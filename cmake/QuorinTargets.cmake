@@ -1,0 +1,75 @@
+# How every target of this project is built: language level, warnings, sanitizers, and one
+# function for each kind of target so that the CMakeLists of a module stay a list of files.
+
+set(CMAKE_CXX_STANDARD 23)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+
+set(QUORIN_SANITIZE "" CACHE STRING "Sanitizers for the whole build, as -fsanitize= takes them")
+option(QUORIN_COVERAGE "Instrument for branch coverage" OFF)
+
+find_program(CCACHE ccache)
+if(CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE}")
+endif()
+
+add_library(quorin_options INTERFACE)
+target_compile_options(
+  quorin_options
+  INTERFACE -Wall
+            -Wextra
+            -Wpedantic
+            -Wconversion
+            -Wsign-conversion
+            -Wshadow
+            -Wnon-virtual-dtor
+            -Wold-style-cast
+            -Woverloaded-virtual
+            -Wnull-dereference
+            -Werror)
+if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+  target_compile_options(quorin_options INTERFACE -Wthread-safety)
+endif()
+if(QUORIN_SANITIZE)
+  add_compile_options(-fsanitize=${QUORIN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${QUORIN_SANITIZE})
+endif()
+if(QUORIN_COVERAGE)
+  add_compile_options(--coverage)
+  add_link_options(--coverage)
+endif()
+
+# quorin_library(NAME SOURCES ... [PUBLIC libraries] [PRIVATE libraries])
+# One module, or one layer of the platform. Sources include each other as "module/thing.h".
+function(quorin_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_include_directories(${name} PUBLIC "${PROJECT_SOURCE_DIR}/src")
+  target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE quorin_options ${ARG_PRIVATE})
+endfunction()
+
+# quorin_program(NAME SOURCES ... [LIBRARIES ...])
+function(quorin_program name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE quorin_options ${ARG_LIBRARIES})
+endfunction()
+
+# quorin_test(NAME SOURCES ... [LIBRARIES ...] [TIMEOUT seconds])
+# One GoogleTest program, one entry in ctest. Widgets are tested with the offscreen platform.
+function(quorin_test name)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+  target_link_libraries(${name} PRIVATE quorin_options ${ARG_LIBRARIES} GTest::gmock)
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests/bin")
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(
+    ${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT
+                       "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;QUORIN_BIN=${CMAKE_BINARY_DIR}/bin")
+endfunction()

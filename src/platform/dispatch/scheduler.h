@@ -1,0 +1,40 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/dispatch/queue.h"
+
+namespace quorin::dispatch {
+
+enum class Priority {
+  kNormal,
+  /// Real-time scheduling where the system grants it (directly, else through rtkit); silently
+  /// normal where it does not.
+  kRealtime,
+};
+
+/// Time and queues. Everything that waits is given one at construction; tests give it simulated
+/// time instead of the system's.
+class Scheduler {
+ public:
+  virtual ~Scheduler() = default;
+  Scheduler(const Scheduler&) = delete;
+  Scheduler& operator=(const Scheduler&) = delete;
+
+  virtual TimePoint now() const = 0;
+  virtual WallTime wallNow() const = 0;
+
+  /// The thread of the event loop: views, and state that views show.
+  virtual Queue& mainQueue() = 0;
+  /// For polls and watches that may ask the system; never for work that must be on time.
+  virtual Queue& utilityQueue() = 0;
+
+  [[nodiscard]] virtual std::unique_ptr<SerialQueue> makeSerialQueue(
+      std::string label, Priority priority = Priority::kNormal) = 0;
+
+ protected:
+  Scheduler() = default;
+};
+
+}  // namespace quorin::dispatch

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <utility>
+
+namespace quorin::dispatch {
+
+using Task = std::move_only_function<void()>;
+
+/// Held by an object whose `this` its posted work uses: work bound to the scope runs only while
+/// the scope lives, and is dropped silently afterwards.
+///
+/// Safe only where the object is destroyed on the queue that runs the work (a task that has
+/// begun elsewhere is not waited for). Work for another queue owns what it uses instead.
+class Scope {
+ public:
+  Scope() = default;
+  Scope(const Scope&) = delete;
+  Scope& operator=(const Scope&) = delete;
+
+  /// Drops all work bound so far; work bound afterwards runs again.
+  void cancelAll() { alive_ = std::make_shared<char>(); }
+
+  Task bind(Task task) const {
+    return [alive = std::weak_ptr<char>(alive_), task = std::move(task)]() mutable {
+      if (!alive.expired()) task();
+    };
+  }
+
+ private:
+  std::shared_ptr<char> alive_ = std::make_shared<char>();
+};
+
+}  // namespace quorin::dispatch

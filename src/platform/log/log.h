@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string_view>
+
+/// The two places where a developer reads what happened. Any thread; one line a call, written
+/// whole; never blocks on anything but the stream itself.
+namespace quorin::log {
+
+/// A line of the capture object or of the panel's server, to standard output.
+void print(std::string_view line);
+
+/// A line of the program's own log, to standard error under the logging category
+/// "quorin.<area>"; shown unless the user silences that category.
+void note(std::string_view area, std::string_view line);
+
+/// As `note`, but only with --verbose (or the category's debug level switched on).
+void detail(std::string_view area, std::string_view line);
+
+}  // namespace quorin::log
