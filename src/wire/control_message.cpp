@@ -4,8 +4,9 @@ namespace quorin::wire {
 namespace {
 
 struct SequenceRule {
-  unsigned char leadFirst, leadLast;      ///< range of the first byte
-  unsigned char secondFirst, secondLast;  ///< narrower for the second byte: no overlong, no surrogate
+  unsigned char leadFirst, leadLast;  ///< range of the first byte
+  unsigned char secondFirst,
+      secondLast;  ///< narrower for the second byte: no overlong, no surrogate
   std::size_t length;
 };
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "platform/dispatch/scope.h"
+
 #include <chrono>
 #include <memory>
 #include <string>
-
-#include "platform/dispatch/scope.h"
 
 /// Serial queues, timers and sources: the only way in which this program runs anything later or
 /// elsewhere.

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "platform/dispatch/queue.h"
+
 #include <memory>
 #include <string>
-
-#include "platform/dispatch/queue.h"
+#include <utility>
 
 namespace quorin::dispatch {
 
@@ -30,8 +31,11 @@ class Scheduler {
   /// For polls and watches that may ask the system; never for work that must be on time.
   virtual Queue& utilityQueue() = 0;
 
-  [[nodiscard]] virtual std::unique_ptr<SerialQueue> makeSerialQueue(
-      std::string label, Priority priority = Priority::kNormal) = 0;
+  [[nodiscard]] virtual std::unique_ptr<SerialQueue> makeSerialQueue(std::string label,
+                                                                     Priority priority) = 0;
+  [[nodiscard]] std::unique_ptr<SerialQueue> makeSerialQueue(std::string label) {
+    return makeSerialQueue(std::move(label), Priority::kNormal);
+  }
 
  protected:
   Scheduler() = default;

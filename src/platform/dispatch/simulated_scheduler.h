@@ -1,9 +1,9 @@
 #pragma once
 
+#include "platform/dispatch/scheduler.h"
+
 #include <memory>
 #include <string>
-
-#include "platform/dispatch/scheduler.h"
 
 namespace quorin::dispatch {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <memory>
-
 #include "platform/dispatch/scheduler.h"
+
+#include <memory>
 
 namespace quorin::dispatch {
 

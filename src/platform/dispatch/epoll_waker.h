@@ -1,0 +1,37 @@
+#pragma once
+
+#include "platform/dispatch/queue_core.h"
+#include "platform/posix/file_descriptor.h"
+
+#include <optional>
+
+namespace quorin::dispatch {
+
+/// Sleeps to an absolute deadline, a wake-up or a readable descriptor, whichever comes first. The
+/// runner's thread calls `collect`; the epoll descriptor can itself be watched by another loop.
+class EpollWaker : public Waker {
+ public:
+  EpollWaker();
+
+  TimePoint now() const override;
+  void wake() override;
+  void arm(std::uint64_t id, int descriptor) override;
+  void disarm(std::uint64_t id, int descriptor) override;
+
+  int descriptor() const { return epoll_.get(); }
+
+  /// The deadline at which `collect` returns at the latest, and the descriptor turns readable.
+  void setDeadline(std::optional<TimePoint> deadline);
+
+  enum class Wait { kNo, kYes };
+  /// Tells `core` what is readable. With kYes, sleeps first if nothing has happened.
+  void collect(QueueCore& core, Wait wait);
+
+ private:
+  posix::FileDescriptor epoll_;
+  posix::FileDescriptor event_;
+  posix::FileDescriptor timer_;
+  std::optional<TimePoint> deadline_;
+};
+
+}  // namespace quorin::dispatch

@@ -1,0 +1,59 @@
+#include "platform/dispatch/realtime.h"
+
+#include <sched.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <algorithm>
+
+namespace quorin::dispatch {
+namespace {
+
+/// Above ordinary programs, below the audio server's own threads; rtkit grants up to 20.
+constexpr int kPriority = 10;
+
+/// rtkit refuses a process that could spin for longer: 200 ms of processor time without a wait.
+constexpr rlim_t kRealtimeLimitMicroseconds = 200'000;
+
+constexpr int kRtkitTimeoutMilliseconds = 2000;
+
+}  // namespace
+
+std::string_view describe(RealtimeGrant grant) {
+  switch (grant) {
+    case RealtimeGrant::kDirect:
+      return "granted by the kernel";
+    case RealtimeGrant::kRtkit:
+      return "granted by rtkit";
+    case RealtimeGrant::kNone:
+      break;
+  }
+  return "not granted";
+}
+
+bool takeRealtime() {
+  const sched_param parameters{.sched_priority = kPriority};
+  return ::sched_setscheduler(0, SCHED_FIFO | SCHED_RESET_ON_FORK, &parameters) == 0;
+}
+
+bool takeRealtimeThroughRtkit(pid_t thread) {
+  rlimit limit{};
+  if (::getrlimit(RLIMIT_RTTIME, &limit) == 0) {
+    limit.rlim_cur = std::min(limit.rlim_max, kRealtimeLimitMicroseconds);
+    limit.rlim_max = limit.rlim_cur;
+    ::setrlimit(RLIMIT_RTTIME, &limit);
+  }
+  auto request = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.RealtimeKit1"),
+                                                QStringLiteral("/org/freedesktop/RealtimeKit1"),
+                                                QStringLiteral("org.freedesktop.RealtimeKit1"),
+                                                QStringLiteral("MakeThreadRealtimeWithPID"));
+  request << static_cast<qulonglong>(::getpid()) << static_cast<qulonglong>(thread)
+          << static_cast<uint>(kPriority);
+  const auto answer =
+      QDBusConnection::systemBus().call(request, QDBus::Block, kRtkitTimeoutMilliseconds);
+  return answer.type() == QDBusMessage::ReplyMessage;
+}
+
+}  // namespace quorin::dispatch

@@ -1,0 +1,136 @@
+#include "platform/dispatch/system_scheduler.h"
+
+#include "platform/dispatch/epoll_waker.h"
+#include "platform/dispatch/queue_core.h"
+#include "platform/dispatch/realtime.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <QSocketNotifier>
+#include <QThread>
+#include <array>
+#include <atomic>
+#include <cassert>
+#include <thread>
+
+namespace quorin::dispatch {
+namespace {
+
+struct Loop {
+  std::shared_ptr<QueueCore> core;
+  EpollWaker* waker;  ///< owned by the core
+};
+
+Loop makeLoop(std::string label) {
+  auto waker = std::make_unique<EpollWaker>();
+  auto* const borrowed = waker.get();
+  return {std::make_shared<QueueCore>(std::move(label), std::move(waker)), borrowed};
+}
+
+/// The kernel keeps 15 characters of a thread's name: the end of a dotted label tells more.
+void nameThread(const std::string& label) {
+  const auto dot = label.rfind('.');
+  const auto name = (dot == std::string::npos ? label : label.substr(dot + 1)).substr(0, 15);
+  ::pthread_setname_np(::pthread_self(), name.c_str());
+}
+
+class ThreadQueue : public CoreQueue<SerialQueue> {
+ public:
+  /// `onRefused` runs on the new thread when the kernel itself does not grant real-time priority.
+  ThreadQueue(Loop loop, Priority priority, std::move_only_function<void(pid_t)> onRefused)
+      : CoreQueue(loop.core), waker_(*loop.waker) {
+    thread_ = std::thread([this, priority, onRefused = std::move(onRefused)]() mutable {
+      nameThread(label());
+      if (priority == Priority::kRealtime && !takeRealtime() && onRefused) onRefused(::gettid());
+      run();
+    });
+  }
+
+  ~ThreadQueue() override {
+    assert(!isCurrent());
+    stopping_ = true;
+    waker_.wake();
+    thread_.join();
+    core_->end();
+  }
+
+  void suspend() override { core_->setSuspended(true); }
+  void resume() override { core_->setSuspended(false); }
+
+ private:
+  void run() {
+    while (!stopping_) {
+      if (core_->runOne()) {
+        waker_.collect(*core_, EpollWaker::Wait::kNo);
+      } else {
+        waker_.setDeadline(core_->nextDeadline());
+        waker_.collect(*core_, EpollWaker::Wait::kYes);
+      }
+    }
+  }
+
+  EpollWaker& waker_;
+  std::atomic<bool> stopping_{false};
+  std::thread thread_;
+};
+
+/// The event loop of Qt watches the one epoll descriptor behind which everything of this queue
+/// stands, so that timers keep their precision and the order is the same as on every queue.
+class MainQueue : public CoreQueue<Queue> {
+ public:
+  explicit MainQueue(Loop loop)
+      : CoreQueue(loop.core),
+        waker_(*loop.waker),
+        notifier_(waker_.descriptor(), QSocketNotifier::Read) {
+    QObject::connect(&notifier_, &QSocketNotifier::activated, &notifier_, [this] { runSome(); });
+  }
+
+  ~MainQueue() override { core_->end(); }
+
+  bool isCurrent() const override { return QThread::currentThread() == notifier_.thread(); }
+
+ private:
+  /// Then the event loop has its turn: a flood of work never freezes the window.
+  static constexpr int kMostPiecesPerTurn = 32;
+
+  void runSome() {
+    waker_.collect(*core_, EpollWaker::Wait::kNo);
+    int pieces = 0;
+    while (pieces < kMostPiecesPerTurn && core_->runOne()) ++pieces;
+    if (pieces == kMostPiecesPerTurn) waker_.wake();
+    waker_.setDeadline(core_->nextDeadline());
+  }
+
+  EpollWaker& waker_;
+  QSocketNotifier notifier_;
+};
+
+class SystemScheduler : public Scheduler {
+ public:
+  SystemScheduler()
+      : main_(makeLoop("main")), utility_(makeLoop("utility"), Priority::kNormal, nullptr) {}
+
+  TimePoint now() const override { return std::chrono::steady_clock::now(); }
+  WallTime wallNow() const override { return std::chrono::system_clock::now(); }
+  Queue& mainQueue() override { return main_; }
+  Queue& utilityQueue() override { return utility_; }
+
+  std::unique_ptr<SerialQueue> makeSerialQueue(std::string label, Priority priority) override {
+    return std::make_unique<ThreadQueue>(
+        makeLoop(std::move(label)), priority,
+        [this](pid_t thread) { utility_.async([thread] { takeRealtimeThroughRtkit(thread); }); });
+  }
+
+ private:
+  MainQueue main_;
+  ThreadQueue utility_;
+};
+
+}  // namespace
+
+std::unique_ptr<Scheduler> makeSystemScheduler() {
+  return std::make_unique<SystemScheduler>();
+}
+
+}  // namespace quorin::dispatch

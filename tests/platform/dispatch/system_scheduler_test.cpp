@@ -1,0 +1,42 @@
+#include "platform/dispatch/system_scheduler.h"
+
+#include "platform/dispatch/realtime.h"
+
+#include <gmock/gmock.h>
+#include <pthread.h>
+
+#include <QCoreApplication>
+#include <array>
+#include <atomic>
+
+namespace quorin::dispatch {
+namespace {
+
+TEST(SystemScheduler, ARealtimeQueueHasThePriorityThatTheKernelGrants) {
+  const auto scheduler = makeSystemScheduler();
+  const auto queue = scheduler->makeSerialQueue("PTExample.audioFrameQueue", Priority::kRealtime);
+  std::atomic<int> policy = -1;
+  std::array<char, 16> name{};
+  queue->async([&] {
+    ::pthread_getname_np(::pthread_self(), name.data(), name.size());
+    policy = ::sched_getscheduler(0);
+  });
+  while (policy == -1) QCoreApplication::processEvents();
+  EXPECT_STREQ(name.data(), "audioFrameQueue");
+
+  std::atomic<int> granted = -1;
+  const auto probe = scheduler->makeSerialQueue("probe");
+  probe->async([&] { granted = takeRealtime() ? 1 : 0; });
+  while (granted == -1) QCoreApplication::processEvents();
+  if (granted == 0) GTEST_SKIP() << "no right to real-time scheduling here";
+  EXPECT_EQ(policy & ~SCHED_RESET_ON_FORK, SCHED_FIFO);
+}
+
+}  // namespace
+}  // namespace quorin::dispatch
+
+int main(int argc, char** argv) {
+  const QCoreApplication application(argc, argv);
+  testing::InitGoogleMock(&argc, argv);
+  return RUN_ALL_TESTS();
+}
