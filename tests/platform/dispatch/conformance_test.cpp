@@ -293,10 +293,12 @@ TEST_P(DispatchConformance, AReadSourceRunsUntilTheDataIsReadAndNotAfterItsEnd) 
     std::atomic<int> runs = 0;
     std::unique_ptr<ReadSource> source;
     ASSERT_EQ(::write(writer.get(), "abcd", 4), 4);
-    source = queue->makeReadSource(reader.get(), [&] {
-      char byte{};
-      EXPECT_EQ(::read(reader.get(), &byte, 1), 1);
-      if (++runs == 3) source.reset();
+    queue->async([&] {  // there, so that the handler cannot begin before the handle is stored
+      source = queue->makeReadSource(reader.get(), [&] {
+        char byte{};
+        EXPECT_EQ(::read(reader.get(), &byte, 1), 1);
+        if (++runs == 3) source.reset();
+      });
     });
     EXPECT_TRUE(passUntil([&] { return runs == 3; })) << queue->label();
     pass(*queue, 5ms);
