@@ -51,10 +51,11 @@ function(quorin_library name)
 endfunction()
 
 # quorin_program(NAME SOURCES ... [LIBRARIES ...])
+# Every program answers --version with quorin::version(), so that library comes along.
 function(quorin_program name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
-  target_link_libraries(${name} PRIVATE quorin_options ${ARG_LIBRARIES})
+  target_link_libraries(${name} PRIVATE quorin_options quorin_version ${ARG_LIBRARIES})
 endfunction()
 
 # quorin_test(NAME SOURCES ... [LIBRARIES ...] [TIMEOUT seconds])

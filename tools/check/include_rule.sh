@@ -8,6 +8,7 @@ cd -- "${1:-$(dirname -- "$(readlink -f -- "$0")")/../../src}"
 RULES='
 wire
 platform/posix
+platform/version
 platform/log
 platform/dispatch   platform/log platform/posix wire
 platform/audio      platform/dispatch platform/log platform/posix wire
