@@ -1,6 +1,7 @@
 #include "platform/dispatch/system_scheduler.h"
 
 #include "platform/dispatch/realtime.h"
+#include "platform/dispatch/termination_signals.h"
 
 #include <gmock/gmock.h>
 #include <pthread.h>
@@ -8,6 +9,7 @@
 #include <QCoreApplication>
 #include <array>
 #include <atomic>
+#include <csignal>
 
 namespace quorin::dispatch {
 namespace {
@@ -30,6 +32,18 @@ TEST(SystemScheduler, ARealtimeQueueHasThePriorityThatTheKernelGrants) {
   while (granted == -1) QCoreApplication::processEvents();
   if (granted == 0) GTEST_SKIP() << "no right to real-time scheduling here";
   EXPECT_EQ(policy & ~SCHED_RESET_ON_FORK, SCHED_FIFO);
+}
+
+TEST(TerminationSignals, ReachTheQueueOnceAndTheSecondEndsTheProcess) {
+  const auto scheduler = makeSystemScheduler();
+  for (const int signal : {SIGINT, SIGTERM}) {
+    int calls = 0;
+    const TerminationSignals watched(scheduler->mainQueue(), [&] { ++calls; });
+    ::raise(signal);
+    while (calls == 0) QCoreApplication::processEvents();
+    EXPECT_EQ(calls, 1);
+    EXPECT_EXIT(::raise(signal), testing::KilledBySignal(signal), "");
+  }
 }
 
 }  // namespace

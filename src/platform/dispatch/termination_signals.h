@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/dispatch/queue.h"
+#include "platform/posix/file_descriptor.h"
+
+#include <functional>
+#include <memory>
+
+namespace quorin::dispatch {
+
+/// Turns SIGINT and SIGTERM into a call on a queue, so that the program ends in the ordinary way:
+/// sockets closed, threads joined. One at a time in a process; a second signal while the first is
+/// being handled ends the process at once, as the person who sends it expects.
+class TerminationSignals {
+ public:
+  /// `onTerminate` runs on `queue`, once.
+  TerminationSignals(Queue& queue, std::function<void()> onTerminate);
+  ~TerminationSignals();
+  TerminationSignals(const TerminationSignals&) = delete;
+  TerminationSignals& operator=(const TerminationSignals&) = delete;
+
+ private:
+  posix::FileDescriptor reader_;
+  posix::FileDescriptor writer_;
+  std::unique_ptr<ReadSource> source_;
+};
+
+}  // namespace quorin::dispatch
