@@ -13,7 +13,7 @@ BUILD_PACKAGES=(
   cmake ninja-build g++ pkg-config
   qt6-base-dev qt6-svg-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools
   libpulse-dev libswresample-dev libqrencode-dev libusbmuxd-dev libplist-dev
-  libgtest-dev libgmock-dev
+  libgtest-dev libgmock-dev libzbar-dev
 )
 TEST_PACKAGES=(
   pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus

@@ -1,0 +1,216 @@
+#include "wifi/network_watch.h"
+
+#include "platform/dispatch/simulated_scheduler.h"
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quorin::wifi {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+/// A computer whose address changes at will, and what the watch said about it, each with the
+/// simulated second at which it was said.
+class NetworkWatchTest : public ::testing::Test, public NetworkWatchListener {
+ public:
+  void onAddressLost() override { record("lost"); }
+  void onAddressBack(const std::string& address) override { record("back " + address); }
+  void onAddressChanged(const std::string& address) override { record("changed " + address); }
+  void onNetworkChangeSettled(const std::optional<std::string>& address) override {
+    record("settled " + address.value_or("without"));
+  }
+
+ protected:
+  void record(const std::string& what) {
+    const auto seconds =
+        std::chrono::duration_cast<std::chrono::duration<double>>(scheduler_.now() - begin_);
+    std::string at = std::to_string(seconds.count());
+    at.resize(at.find('.') + 2);
+    heard_.push_back(at + " " + what);
+    if (onHeard_) onHeard_(what);
+  }
+
+  std::vector<std::string> heardAfter(dispatch::Duration time) {
+    scheduler_.advance(time);
+    return std::exchange(heard_, {});
+  }
+
+  dispatch::SimulatedScheduler scheduler_;
+  std::optional<std::string> address_ = "192.168.1.20";
+  int looks_ = 0;
+  std::vector<std::string> heard_;
+  std::function<void(const std::string&)> onHeard_;
+  std::unique_ptr<NetworkWatch> watch_ = std::make_unique<NetworkWatch>(
+      scheduler_,
+      [this] {
+        ++looks_;
+        return address_;
+      },
+      *this);
+  dispatch::TimePoint begin_ = scheduler_.now();
+};
+
+TEST_F(NetworkWatchTest, SaysNothingWhileTheAddressStays) {
+  watch_->startIPWatch();
+  EXPECT_THAT(heardAfter(10s), IsEmpty());
+  EXPECT_EQ(looks_, 1 + 10);
+}
+
+TEST_F(NetworkWatchTest, LooksOnlyWhileStarted) {
+  EXPECT_THAT(heardAfter(5s), IsEmpty());
+  EXPECT_EQ(looks_, 0);
+  watch_->startIPWatch();
+  watch_->startIPWatch();
+  heardAfter(2s);
+  watch_->stopIPWatch();
+  heardAfter(5s);
+  EXPECT_EQ(looks_, 1 + 2);
+}
+
+TEST_F(NetworkWatchTest, RepeatsTheLossEverySecond) {
+  watch_->startIPWatch();
+  address_.reset();
+  EXPECT_THAT(heardAfter(3s), ElementsAre("1.0 lost", "2.0 lost", "3.0 lost"));
+}
+
+TEST_F(NetworkWatchTest, SettlesOneSecondAfterAReturn) {
+  address_.reset();
+  watch_->startIPWatch();
+  EXPECT_THAT(heardAfter(1500ms), ElementsAre("1.0 lost"));
+  address_ = "10.0.0.5";
+  EXPECT_THAT(heardAfter(10s), ElementsAre("2.0 back 10.0.0.5", "3.0 settled 10.0.0.5"));
+}
+
+TEST_F(NetworkWatchTest, TheSameAddressComesBackToo) {
+  watch_->startIPWatch();
+  address_.reset();
+  heardAfter(1s);
+  address_ = "192.168.1.20";
+  EXPECT_THAT(heardAfter(5s), ElementsAre("2.0 back 192.168.1.20", "3.0 settled 192.168.1.20"));
+}
+
+TEST_F(NetworkWatchTest, SettlesTwoSecondsAfterAChange) {
+  watch_->startIPWatch();
+  address_ = "10.0.0.5";
+  EXPECT_THAT(heardAfter(10s), ElementsAre("1.0 changed 10.0.0.5", "3.0 settled 10.0.0.5"));
+}
+
+TEST_F(NetworkWatchTest, AnotherChangeBeginsTheSettlingAnew) {
+  watch_->startIPWatch();
+  address_ = "10.0.0.5";
+  heardAfter(1s);
+  address_ = "10.0.0.6";
+  EXPECT_THAT(heardAfter(10s), ElementsAre("2.0 changed 10.0.0.6", "4.0 settled 10.0.0.6"));
+}
+
+TEST_F(NetworkWatchTest, ALossCancelsTheSettling) {
+  watch_->startIPWatch();
+  address_ = "10.0.0.5";
+  heardAfter(1s);
+  address_.reset();
+  EXPECT_THAT(heardAfter(3s), ElementsAre("2.0 lost", "3.0 lost", "4.0 lost"));
+}
+
+TEST_F(NetworkWatchTest, SettlingLooksAgain) {
+  watch_->startIPWatch();
+  address_ = "10.0.0.5";
+  heardAfter(2900ms);
+  address_.reset();
+  EXPECT_THAT(heardAfter(100ms), Contains("3.0 settled without"));
+}
+
+TEST_F(NetworkWatchTest, StopEndsASettlingThatIsDue) {
+  watch_->startIPWatch();
+  address_ = "10.0.0.5";
+  heardAfter(1s);
+  watch_->stopIPWatch();
+  EXPECT_THAT(heardAfter(10s), IsEmpty());
+}
+
+TEST_F(NetworkWatchTest, ALookFromBeforeTheStopIsNotHeardAfterIt) {
+  bool stopDuringTheLook = false;
+  watch_ = std::make_unique<NetworkWatch>(
+      scheduler_,
+      [&] {
+        if (std::exchange(stopDuringTheLook, false)) {
+          scheduler_.mainQueue().async([&] {
+            watch_->stopIPWatch();
+            address_ = "10.0.0.6";
+            watch_->startIPWatch();
+          });
+        }
+        return address_;
+      },
+      *this);
+  watch_->startIPWatch();
+  address_ = "10.0.0.5";
+  stopDuringTheLook = true;  // so that the stop stands before the result in the main queue
+  EXPECT_THAT(heardAfter(10s), IsEmpty());
+}
+
+TEST_F(NetworkWatchTest, StartAfterStopReadsTheAddressAfresh) {
+  watch_->startIPWatch();
+  watch_->stopIPWatch();
+  address_ = "10.0.0.5";
+  watch_->startIPWatch();
+  EXPECT_THAT(heardAfter(5s), IsEmpty());
+}
+
+TEST_F(NetworkWatchTest, TheListenerMayStopOrDestroyTheWatch) {
+  for (const bool destroy : {false, true}) {
+    for (const std::string at : {"lost", "back", "changed", "settled"}) {
+      address_ = "10.0.0.1";
+      watch_ = std::make_unique<NetworkWatch>(scheduler_, [this] { return address_; }, *this);
+      onHeard_ = [&](const std::string& what) {
+        if (!what.starts_with(at)) return;
+        destroy ? watch_.reset() : watch_->stopIPWatch();
+      };
+      watch_->startIPWatch();
+      address_ = "10.0.0.2";
+      scheduler_.advance(3s);
+      address_.reset();
+      scheduler_.advance(2s);
+      address_ = "10.0.0.3";
+      const auto heard = heardAfter(5s);
+      ASSERT_FALSE(heard.empty());
+      EXPECT_THAT(heard.back(), ::testing::HasSubstr(at)) << "destroy " << destroy;
+    }
+  }
+}
+
+TEST_F(NetworkWatchTest, AfterASuspendOneLookIsMade) {
+  watch_->startIPWatch();
+  heardAfter(500ms);
+  address_ = "10.0.0.5";
+  looks_ = 0;
+  scheduler_.jump(1h, 1h);
+  scheduler_.runPending();
+  EXPECT_EQ(looks_, 1);
+  EXPECT_EQ(heard_.size(), 1U);
+  EXPECT_THAT(heardAfter(10s),
+              ElementsAre(StartsWith("3600.5 changed"), "3602.5 settled 10.0.0.5"));
+}
+
+TEST_F(NetworkWatchTest, AHundredQuickChangesSettleOnce) {
+  watch_->startIPWatch();
+  for (int i = 0; i < 100; ++i) {
+    address_ = "10.0.0." + std::to_string(i);
+    scheduler_.advance(100ms);
+  }
+  EXPECT_EQ(heard_.size(), 10U) << "looked at once a second, whatever happens in between";
+  heard_.clear();
+  EXPECT_THAT(heardAfter(10s), ElementsAre("12.0 settled 10.0.0.99"));
+}
+
+}  // namespace
+}  // namespace quorin::wifi
