@@ -1,0 +1,98 @@
+#pragma once
+
+#include "platform/dispatch/scheduler.h"
+#include "wifi/audience.h"
+#include "wifi/audio_frame_queue.h"
+#include "wifi/chunk_ring.h"
+#include "wifi/chunk_sink.h"
+#include "wifi/pacing_discipline.h"
+#include "wifi/published.h"
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+
+namespace quorin::wifi {
+
+/// The way of the sound from the capture thread to the network or the cable: a short queue, and
+/// a timer that takes one chunk out of it every 20 ms.
+///
+/// Made, and its public operations called, on the main queue except where noted. From `offer` to
+/// the send nothing allocates, and nothing waits for the interface. Capture must have ended when
+/// it is destroyed.
+class AudioSender {
+ public:
+  static constexpr std::chrono::milliseconds kTickLeeway{5};
+
+  /// `cable` must outlive the sender.
+  AudioSender(dispatch::Scheduler& scheduler, ChunkSink& cable);
+
+  /// Capture thread, one chunk after the other: passes the chunk on while the server runs or the
+  /// cable's channel is open, drops it otherwise.
+  void offer(wire::AudioChunkView chunk);
+
+  /// One chunk leaves every 20 ms, the first at once. Does nothing while that is so already.
+  void startAudioSendTimer();
+
+  /// Ends that, and in every case throws away all that waits.
+  void stopAudioSendTimer();
+
+  /// Throws away all that waits.
+  void clearAudioFrames();
+
+  // What the server tells.
+
+  void setServerRunning(bool running) { serverRunning_.store(running, std::memory_order_relaxed); }
+
+  /// Everybody who gets the chunks from the next tick on; null for nobody.
+  void publishAudience(std::shared_ptr<const Audience> audience);
+
+  /// Since construction; for diagnosis and tests. Any thread.
+  struct Counters {
+    std::uint64_t datagramsSent = 0;  ///< that the system took, over all clients
+    std::uint64_t cableChunks = 0;    ///< handed to the cable
+    std::uint64_t starvedTicks = 0;   ///< ticks that found no chunk
+    std::uint64_t overflowed = 0;     ///< chunks cut from a full queue
+    std::uint64_t unheard = 0;        ///< chunks whose tick found neither client nor channel
+  };
+  Counters counters() const;
+
+ private:
+  // Pacing queue only.
+  void enqueueArrived();
+  void enqueueAudioFrame(const TimedChunk& chunk);
+  void removeAllFrames();
+  void sendNextAudioFrame();
+  void send(wire::AudioChunkView chunk);
+  void pushAudioToUDP(wire::AudioChunkView chunk, const Audience& audience);
+
+  dispatch::Scheduler& scheduler_;
+  ChunkSink& cable_;
+
+  std::atomic<bool> serverRunning_{false};  ///< main writes, capture reads
+  Published<Audience> audience_;            ///< main writes, pacing reads
+  ChunkRing ring_;                          ///< capture writes, pacing reads
+
+  // Pacing queue only.
+  AudioFrameQueue audioFrameQueue_;
+  PacingDiscipline discipline_;
+  AudienceSender audienceSender_;
+  std::array<std::int16_t, wire::kChunkFrames> datagram_{};
+
+  struct {
+    std::atomic<std::uint64_t> datagramsSent{0};
+    std::atomic<std::uint64_t> cableChunks{0};
+    std::atomic<std::uint64_t> starvedTicks{0};
+    std::atomic<std::uint64_t> overflowed{0};
+    std::atomic<std::uint64_t> unheard{0};
+  } counters_;
+
+  std::unique_ptr<dispatch::Timer> audioSendTimer_;  ///< pacing queue only
+  std::unique_ptr<dispatch::EventSource> arrival_;   ///< signalled by capture
+
+  // Last, so that it ends before anything that its work uses.
+  std::unique_ptr<dispatch::SerialQueue> audioFrameQueueSerial_;
+};
+
+}  // namespace quorin::wifi

@@ -1,0 +1,78 @@
+#include "wifi/pacing_discipline.h"
+
+#include <algorithm>
+
+namespace quorin::wifi {
+namespace {
+
+using std::chrono::microseconds;
+using Duration = PacingDiscipline::Duration;
+
+constexpr Duration kChunk = wire::kChunkDuration;
+
+// A stream begins with whatever the audio server had in store; its rhythm shows afterwards. Half
+// a second until the first step: two rounds of PipeWire's 15 fragments for 8 chunks.
+constexpr std::size_t kIgnoredChunks = 8;
+constexpr std::size_t kLearnedChunks = 17;
+
+// An old burst is forgotten at 5 us a tick, 250 ppm: just faster than a capture clock that is
+// 200 ppm fast moves the waits. Slower would lag behind it, faster would forget rare bursts.
+constexpr Duration kForgetting = microseconds(5);
+
+// Closes 1/128 of the gap a tick (a time constant of 2.6 s): 200 ppm cost half a millisecond of
+// standing error, and one odd wait moves a tick by no more than some microseconds.
+constexpr int kGain = 128;
+
+// Half a chunk more than needed in every wait is a backlog: a tick was lost or found nothing.
+constexpr Duration kBacklog = kChunk / 2;
+constexpr std::size_t kBacklogChunks = 200;  // 4 s
+
+constexpr std::size_t kStarvedAtEnd = 25;  // 0.5 s without sound ends a stream
+
+}  // namespace
+
+Duration PacingDiscipline::sent(Duration waited) {
+  starvedInARow_ = 0;
+  if (++chunks_ <= kIgnoredChunks) return Duration::zero();
+
+  tightest_ = std::min(tightest_ + kForgetting, waited);
+  recent_ = std::min(recent_, waited);
+  if (chunks_ < kIgnoredChunks + kLearnedChunks) return Duration::zero();
+  if (chunks_ == kIgnoredChunks + kLearnedChunks) stepping_ = true;
+
+  if (++recentChunks_ == kBacklogChunks) {
+    if (recent_ > tightest_ + kBacklog) tightest_ = recent_;
+    recent_ = kUnknown;
+    recentChunks_ = 0;
+  }
+
+  const auto excess = tightest_ - kHeadroom;
+  if (excess > kBacklog) stepping_ = true;
+  const auto shift = stepping_ ? std::clamp(-excess, -kMaxStep, kMaxStep)
+                               : std::clamp(-excess / kGain, -kMaxSlew, kMaxSlew);
+  if (shift == -excess) stepping_ = false;
+  ticksMoved(shift);
+  return shift;
+}
+
+void PacingDiscipline::starved() {
+  if (++starvedInARow_ >= kStarvedAtEnd) {
+    restart();
+    return;
+  }
+  ticksMoved(kChunk);  // all that follows leaves one tick later
+}
+
+void PacingDiscipline::dropped(std::size_t chunks) {
+  ticksMoved(-kChunk * static_cast<Duration::rep>(chunks));
+  // Ticks that the machine lost are not in the sum, so it may come out below what can be.
+  tightest_ = std::max(tightest_, Duration::zero());
+  recent_ = std::max(recent_, Duration::zero());
+}
+
+void PacingDiscipline::ticksMoved(Duration later) {
+  tightest_ += later;
+  recent_ += later;
+}
+
+}  // namespace quorin::wifi

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "platform/dispatch/queue.h"
+#include "wire/audio_chunk.h"
+
+#include <chrono>
+#include <cstddef>
+
+namespace quorin::wifi {
+
+/// Keeps the ticks of the send timer in step with the clock of the capture: says, after each
+/// tick, by how much the following ones should move.
+///
+/// What it steers is the *tightest wait*: the shortest time that a chunk has lain in the queue
+/// before its tick. Chunks arrive in bursts, and a tick must not come before the latest of them;
+/// when the tightest wait is `kHeadroom`, every chunk is there in time and none waits longer than
+/// the bursts demand. A capture clock that runs slow makes it shrink, a fast one makes it grow,
+/// and a backlog shows as a tightest wait of whole chunks. So one number, and one loop around it,
+/// holds the phase, the rate and the depth of the queue.
+///
+/// Pure; confined to the pacing queue.
+class PacingDiscipline {
+ public:
+  using Duration = dispatch::Duration;
+
+  /// How long before its tick the latest chunk of a burst should be there.
+  static constexpr Duration kHeadroom = std::chrono::milliseconds(2);
+  /// Largest correction a tick in steady state: 2000 ppm, ten times what clocks differ by.
+  static constexpr Duration kMaxSlew = std::chrono::microseconds(40);
+  /// Largest correction a tick at the start of a stream and with a backlog: the timer's leeway.
+  static constexpr Duration kMaxStep = std::chrono::milliseconds(5);
+
+  /// A tick took a chunk that had `waited` since it arrived. Returns how far to move all later
+  /// ticks; positive is later.
+  Duration sent(Duration waited);
+
+  /// A tick found no chunk.
+  void starved();
+
+  /// Chunks left the queue without a tick.
+  void dropped(std::size_t chunks);
+
+  /// Forgets what it has learned: the next chunk begins a new stream.
+  void restart() { *this = PacingDiscipline(); }
+
+ private:
+  void ticksMoved(Duration later);
+
+  static constexpr Duration kUnknown = std::chrono::hours(1);
+
+  std::size_t chunks_ = 0;  ///< since the stream began
+  std::size_t starvedInARow_ = 0;
+  Duration tightest_ = kUnknown;
+
+  // The tightest wait of the last few seconds alone, to notice a backlog that persists.
+  Duration recent_ = kUnknown;
+  std::size_t recentChunks_ = 0;
+
+  bool stepping_ = false;
+};
+
+}  // namespace quorin::wifi

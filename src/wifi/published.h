@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/dispatch/thread_safety.h"
+
+#include <memory>
+#include <utility>
+
+namespace quorin::wifi {
+
+/// The newest immutable value that one thread has published for others. Any thread.
+///
+/// The lock is held for the copy of one pointer; a value is built, and an old one destroyed,
+/// outside of it. Not `std::atomic<std::shared_ptr>`: libstdc++ spins in there on a lock of its
+/// own, and a real-time reader that spins keeps the writer it waits for off the processor.
+template <typename T>
+class Published {
+ public:
+  std::shared_ptr<const T> load() const {
+    const dispatch::Lock lock(mutex_);
+    return value_;
+  }
+
+  void store(std::shared_ptr<const T> value) {
+    const dispatch::Lock lock(mutex_);
+    value_.swap(value);
+  }
+
+ private:
+  mutable dispatch::Mutex mutex_;
+  std::shared_ptr<const T> value_ GUARDED_BY(mutex_);
+};
+
+}  // namespace quorin::wifi

@@ -1,0 +1,202 @@
+#include "wifi/udp_server.h"
+
+#include "wire/client_key.h"
+#include "wire/control_message.h"
+
+#include <sys/socket.h>
+
+#include <array>
+#include <cassert>
+#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <thread>
+#include <utility>
+
+namespace quorin::wifi {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr dispatch::TimerSchedule kExpiryCheck{.first = std::chrono::seconds(1),
+                                               .interval = std::chrono::seconds(1),
+                                               .leeway = milliseconds(200)};
+
+// A send that was under way when the socket was given up holds its port for some microseconds.
+constexpr milliseconds kFormerSendEndsWithin{50};
+
+// More than is ever accepted, so that a long datagram shows its length instead of being cut to
+// one that would pass.
+constexpr std::size_t kReceiveBufferBytes = 4096;
+static_assert(kReceiveBufferBytes > kMaxRequestBytes);
+
+bool isSpace(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+}  // namespace
+
+std::optional<std::uint16_t> parsePort(std::string_view text) {
+  while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
+  if (text.starts_with('+')) text.remove_prefix(1);
+
+  std::uint16_t port = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+  if (error != std::errc{} || port == 0) return std::nullopt;
+  return port;
+}
+
+UdpServer::UdpServer(dispatch::Scheduler& scheduler, AudioSender& sender,
+                     UdpServerListener& listener)
+    : scheduler_(scheduler), sender_(sender), listener_(listener) {}
+
+UdpServer::~UdpServer() {
+  closeSocket();
+}
+
+void UdpServer::startUDP(std::string_view portText) {
+  assert(!udpRunning_);
+  const auto port = parsePort(portText);
+  if (!port) {
+    listener_.onStartFailed({.step = StartFailure::Step::kPort});
+    return;
+  }
+
+  table_.clear();
+  const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  if (fd < 0) {
+    listener_.onStartFailed({StartFailure::Step::kSocket, errno, *port});
+    return;
+  }
+  udpSocket_ = std::make_shared<const posix::FileDescriptor>(fd);
+  if (!bindTo(*port)) {
+    const StartFailure failure{StartFailure::Step::kBind, errno, *port};
+    udpSocket_.reset();
+    listener_.onStartFailed(failure);
+    return;
+  }
+
+  auto& queue = scheduler_.mainQueue();
+  udpReadSource_ = queue.makeReadSource(fd, [this] { handleUDPReadable(); });
+  udpClientTimeoutTimer_ = queue.makeTimer(kExpiryCheck, [this] { expireUDPClients(); });
+  udpRunning_ = true;
+  sender_.setServerRunning(true);
+  listener_.onStarted();
+}
+
+void UdpServer::stopUDP() {
+  closeSocket();
+  table_.clear();
+  sender_.stopAudioSendTimer();
+  listener_.onStopped();
+}
+
+void UdpServer::restartUDPForNetworkChange(std::string_view portText) {
+  const bool wasRunning = udpRunning_;
+  closeSocket();
+  if (wasRunning) startUDP(portText);
+}
+
+bool UdpServer::bindTo(std::uint16_t port) const {
+  const auto address = wire::ClientKey{.address = INADDR_ANY, .port = port}.socketAddress();
+  const auto attempt = [&] {
+    return ::bind(udpSocket_->get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) ==
+           0;
+  };
+  const auto deadline = std::chrono::steady_clock::now() + kFormerSendEndsWithin;
+  while (!attempt()) {
+    const bool ownSendHoldsIt = errno == EADDRINUSE && !formerSocket_.expired();
+    if (!ownSendHoldsIt || std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::yield();
+  }
+  return true;
+}
+
+void UdpServer::closeSocket() {
+  udpRunning_ = false;
+  sender_.setServerRunning(false);
+  sender_.publishAudience(nullptr);  // before the socket goes, so that no send outlives it
+  udpClientTimeoutTimer_.reset();
+  udpReadSource_.reset();
+  if (udpSocket_) formerSocket_ = std::exchange(udpSocket_, nullptr);
+}
+
+void UdpServer::handleUDPReadable() {
+  std::array<char, kReceiveBufferBytes> buffer;
+  Turn turn;
+  for (int i = 0; i < kDatagramsPerTurn; ++i) {
+    sockaddr_in source{};
+    socklen_t sourceLength = sizeof source;
+    const auto length = ::recvfrom(udpSocket_->get(), buffer.data(), buffer.size(), 0,
+                                   reinterpret_cast<sockaddr*>(&source), &sourceLength);
+    if (length < 0) break;  // nothing more; or an error, which ends with this call
+
+    const auto request = parseRequest({buffer.data(), static_cast<std::size_t>(length)});
+    if (request) {
+      handle(*request, source, turn);
+    } else {
+      ++ignoredDatagrams_;
+    }
+  }
+  finish(turn);
+}
+
+void UdpServer::handle(Request request, const sockaddr_in& source, Turn& turn) {
+  const auto key = wire::ClientKey::of(source);
+  switch (request) {
+    case Request::kHello:
+      handleHello(source, turn);
+      break;
+    case Request::kPing:
+      table_.ping(key, scheduler_.wallNow());
+      reply(source, wire::kPong);
+      break;
+    case Request::kStop:
+      turn.tableChanged |= table_.stop(key);
+      turn.left = true;
+      break;
+  }
+}
+
+void UdpServer::handleHello(const sockaddr_in& source, Turn& turn) {
+  using enum ClientTable::HelloResult;
+  const auto result = table_.hello(wire::ClientKey::of(source), scheduler_.wallNow());
+  if (result == kBusy) {
+    reply(source, wire::kBusy);
+    return;
+  }
+  // The first client's sound begins after it joined.
+  if (result == kFirstClient) sender_.clearAudioFrames();
+  reply(source, wire::kReady);
+  reply(source, wire::kFormat);
+  turn.tableChanged |= result != kKnownClient;
+  turn.joined = true;
+}
+
+void UdpServer::expireUDPClients() {
+  const auto expired = table_.expire(scheduler_.wallNow());
+  finish({.tableChanged = expired.clients > 0, .left = expired.keys > 0});
+}
+
+void UdpServer::finish(const Turn& turn) {
+  // After the replies, so that a client's first audio comes behind its format line.
+  if (turn.tableChanged) {
+    sender_.publishAudience(std::make_shared<const Audience>(udpSocket_, table_.clients()));
+  }
+
+  // One report for the whole turn; what the page shows follows from the state at its end.
+  if (!turn.joined && !turn.left) return;
+  const bool anybody = clientCount() > 0;
+  listener_.onClientCountChanged(clientCount());
+  if (!udpRunning_) return;  // the callback stopped us
+  if (anybody && turn.joined) listener_.onConnected();
+  if (!anybody && turn.left) listener_.onDisconnected();
+}
+
+void UdpServer::reply(const sockaddr_in& to, std::string_view text) const {
+  // What the system cannot take at once is lost; the phone asks again.
+  (void)::sendto(udpSocket_->get(), text.data(), text.size(), MSG_DONTWAIT,
+                 reinterpret_cast<const sockaddr*>(&to), sizeof to);
+}
+
+}  // namespace quorin::wifi

@@ -1,0 +1,52 @@
+#include "wire/client_key.h"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+
+#include <unordered_set>
+
+namespace quorin::wire {
+namespace {
+
+TEST(ClientKey, IsTheAddressInDottedFormAColonAndThePort) {
+  EXPECT_EQ((ClientKey{.address = 0xC0A8010A, .port = 9000}.text()), "192.168.1.10:9000");
+  EXPECT_EQ((ClientKey{.address = 0, .port = 0}.text()), "0.0.0.0:0");
+  EXPECT_EQ((ClientKey{.address = 0xFFFFFFFF, .port = 65535}.text()), "255.255.255.255:65535");
+}
+
+TEST(ClientKey, IsReadFromASocketAddressInNetworkOrder) {
+  sockaddr_in source{};
+  source.sin_family = AF_INET;
+  source.sin_port = htons(513);
+  source.sin_addr.s_addr = htonl(0x7F000001);
+
+  const auto key = ClientKey::of(source);
+
+  EXPECT_EQ(key.text(), "127.0.0.1:513");
+  const auto back = key.socketAddress();
+  EXPECT_EQ(back.sin_family, AF_INET);
+  EXPECT_EQ(back.sin_port, source.sin_port);
+  EXPECT_EQ(back.sin_addr.s_addr, source.sin_addr.s_addr);
+}
+
+TEST(ClientKey, ParsesWhatItWrites) {
+  for (const auto key : {ClientKey{0xC0A8010A, 9000}, ClientKey{0, 0}, ClientKey{~0U, 65535}}) {
+    EXPECT_EQ(ClientKey::parse(key.text()), key);
+  }
+}
+
+TEST(ClientKey, ParsesNothingElse) {
+  for (const auto* text : {"", ":", "1.2.3.4", "1.2.3.4:", "1.2.3.4:x", "1.2.3.4:1 ", " 1.2.3.4:1",
+                           "1.2.3.4:-1", "1.2.3.4:65536", "1.2.3.4:99999999999", "1.2.3:1",
+                           "1.2.3.4.5:1", "1.2.3.256:1", "[::1]:1", "localhost:1", "1.2.3.4:1:2"}) {
+    EXPECT_EQ(ClientKey::parse(text), std::nullopt) << '"' << text << '"';
+  }
+}
+
+TEST(ClientKey, TellsPortsOfOneAddressApart) {
+  const std::unordered_set<ClientKey> keys{{1, 1}, {1, 2}, {2, 1}, {1, 1}};
+  EXPECT_EQ(keys.size(), 3U);
+}
+
+}  // namespace
+}  // namespace quorin::wire
