@@ -1,0 +1,66 @@
+#include "platform/usb/frame.h"
+
+#include <algorithm>
+#include <cassert>
+#include <string>
+
+namespace quorin::usb {
+namespace {
+
+class FrameCategory : public std::error_category {
+ public:
+  const char* name() const noexcept override { return "frame"; }
+  std::string message(int code) const override {
+    switch (static_cast<FrameError>(code)) {
+      case FrameError::kUnknownVersion:
+        return "the other end sends frames of an unknown version";
+      case FrameError::kPayloadTooLarge:
+        return "the other end announced a frame of more than 16 MiB";
+    }
+    return "unknown frame error";
+  }
+};
+
+}  // namespace
+
+const std::error_category& frameCategory() {
+  static const FrameCategory category;
+  return category;
+}
+
+std::error_code make_error_code(FrameError error) {
+  return {static_cast<int>(error), frameCategory()};
+}
+
+std::uint32_t readBigEndian32(std::span<const std::byte, 4> bytes) {
+  std::uint32_t value = 0;
+  for (const auto byte : bytes) value = value << 8U | std::to_integer<std::uint32_t>(byte);
+  return value;
+}
+
+std::array<std::byte, 4> bigEndian32(std::uint32_t value) {
+  return {static_cast<std::byte>(value >> 24U), static_cast<std::byte>(value >> 16U),
+          static_cast<std::byte>(value >> 8U), static_cast<std::byte>(value)};
+}
+
+std::array<std::byte, kFrameHeaderBytes> encodeFrameHeader(const FrameHeader& header) {
+  std::array<std::byte, kFrameHeaderBytes> bytes{};
+  auto at = bytes.begin();
+  for (const auto field : {kFrameVersion, header.type, header.tag, header.payloadSize}) {
+    at = std::ranges::copy(bigEndian32(field), at).out;
+  }
+  return bytes;
+}
+
+std::vector<std::byte> encodeFrame(std::uint32_t type, std::uint32_t tag,
+                                   std::span<const std::byte> payload) {
+  assert(payload.size() <= kMaxPayloadBytes);
+  const auto header = encodeFrameHeader({type, tag, static_cast<std::uint32_t>(payload.size())});
+  std::vector<std::byte> frame;
+  frame.reserve(header.size() + payload.size());
+  frame.insert(frame.end(), header.begin(), header.end());
+  frame.insert(frame.end(), payload.begin(), payload.end());
+  return frame;
+}
+
+}  // namespace quorin::usb

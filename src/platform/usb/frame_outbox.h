@@ -1,0 +1,79 @@
+#pragma once
+
+#include "platform/usb/frame.h"
+
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace quorin::usb {
+
+/// What waits to be written to a channel, and in which order it goes. Pure; confined to whoever
+/// writes.
+///
+/// Two kinds of frames share the stream, each written whole before the next begins:
+/// - reliable frames go first, in order, and are never dropped;
+/// - live frames are worth nothing when late: of more than `kMaxLive` that wait the oldest are
+///   dropped and counted. Their memory is there from the beginning, appending one allocates
+///   nothing.
+class FrameOutbox {
+ public:
+  using Id = std::uint64_t;
+
+  /// 200 ms of 20 ms chunks.
+  static constexpr std::size_t kMaxLive = 10;
+  static constexpr std::size_t kMaxLivePayload = 4096;
+  /// A peer that reads nothing must not cost more memory than this; reached only by somebody who
+  /// keeps on sending texts.
+  static constexpr std::size_t kMaxReliableBytes = 1U << 20U;
+
+  /// `payload` at most `kMaxLivePayload`.
+  void appendLive(std::uint32_t type, std::uint32_t tag, std::span<const std::byte> payload);
+
+  /// `frame` is a whole frame. False when too many bytes wait already: the frame is not taken.
+  [[nodiscard]] bool appendReliable(Id id, std::vector<std::byte> frame);
+
+  /// What goes next: the rest of one frame, empty when nothing waits. Valid until the next call.
+  std::span<const std::byte> next() const;
+
+  /// The first `count` bytes of `next` are written. Returns the reliable frame this completed.
+  std::optional<Id> written(std::size_t count);
+
+  std::size_t liveWaiting() const { return liveCount_; }
+  std::uint64_t liveDropped() const { return liveDropped_; }
+
+ private:
+  static constexpr std::size_t kSlotBytes = kFrameHeaderBytes + kMaxLivePayload;
+  struct Slot {
+    std::size_t size = 0;
+    std::array<std::byte, kSlotBytes> bytes;
+    std::span<const std::byte> contents() const { return std::span(bytes).first(size); }
+  };
+  struct Reliable {
+    Id id;
+    std::vector<std::byte> frame;
+  };
+
+  void dropOldestLive();
+
+  /// Live frames, oldest first: a ring, so that the memory stays where it is.
+  std::unique_ptr<std::array<Slot, kMaxLive>> live_ =
+      std::make_unique<std::array<Slot, kMaxLive>>();
+  std::size_t liveHead_ = 0;
+  std::size_t liveCount_ = 0;
+  std::uint64_t liveDropped_ = 0;
+
+  /// The live frame that is being written lies here, out of reach of dropping.
+  std::unique_ptr<Slot> begun_ = std::make_unique<Slot>();
+  std::size_t begunWritten_ = 0;
+
+  std::deque<Reliable> reliable_;
+  std::size_t reliableBytes_ = 0;
+  std::size_t reliableWritten_ = 0;  ///< of the first one
+};
+
+}  // namespace quorin::usb

@@ -1,0 +1,142 @@
+#include "platform/usb/frame_outbox.h"
+
+#include "platform/usb/frame_reader.h"
+#include "support/bytes.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace quorin::usb {
+namespace {
+
+using test::Bytes;
+using test::bytesOf;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// An outbox and the peer at the other end of its stream, who sees frames as "type:payload".
+class FrameOutboxTest : public testing::Test {
+ protected:
+  void live(const std::string& payload) { outbox.appendLive(104, 0, bytesOf(payload)); }
+  bool reliable(FrameOutbox::Id id, const std::string& payload) {
+    return outbox.appendReliable(id, encodeFrame(101, 0, bytesOf(payload)));
+  }
+
+  /// The peer takes `count` bytes, as they come.
+  void peerTakes(std::size_t count) {
+    while (count > 0 && !outbox.next().empty()) {
+      const auto part = outbox.next().first(std::min(count, outbox.next().size()));
+      stream.insert(stream.end(), part.begin(), part.end());
+      count -= part.size();
+      if (const auto id = outbox.written(part.size())) completed.push_back(*id);
+    }
+  }
+  void peerTakesAll() { peerTakes(1U << 30U); }
+
+  std::vector<std::string> peerSaw() const {
+    std::vector<std::string> frames;
+    FrameReader reader;
+    for (const auto byte : stream) {
+      reader.space().front() = byte;
+      reader.received(1);
+      for (auto step = reader.next(); step.index() != 0; step = reader.next()) {
+        if (std::holds_alternative<FrameError>(step)) return {"the stream is broken"};
+        if (const auto* frame = std::get_if<FrameReader::Frame>(&step)) {
+          const std::string payload(reinterpret_cast<const char*>(frame->payload.data()),
+                                    frame->payload.size());
+          frames.push_back(std::to_string(frame->header.type) + ":" + payload);
+        }
+      }
+    }
+    return frames;
+  }
+
+  FrameOutbox outbox;
+  Bytes stream;
+  std::vector<FrameOutbox::Id> completed;
+};
+
+TEST_F(FrameOutboxTest, HasNothingToSayAtFirst) {
+  EXPECT_TRUE(outbox.next().empty());
+}
+
+TEST_F(FrameOutboxTest, WritesLiveFramesInOrder) {
+  live("a");
+  live("b");
+  peerTakesAll();
+  EXPECT_THAT(peerSaw(), ElementsAre("104:a", "104:b"));
+  EXPECT_TRUE(outbox.next().empty());
+}
+
+TEST_F(FrameOutboxTest, WritesReliableFramesFirstAndSaysWhenEachIsDone) {
+  live("audio");
+  EXPECT_TRUE(reliable(1, "one"));
+  EXPECT_TRUE(reliable(2, "two"));
+  peerTakes(kFrameHeaderBytes + 2);
+  EXPECT_THAT(completed, IsEmpty());
+  peerTakes(1);
+  EXPECT_THAT(completed, ElementsAre(1));
+  peerTakesAll();
+  EXPECT_THAT(completed, ElementsAre(1, 2));
+  EXPECT_THAT(peerSaw(), ElementsAre("101:one", "101:two", "104:audio"));
+}
+
+TEST_F(FrameOutboxTest, KeepsTheTenNewestLiveFramesAndCountsTheRest) {
+  for (char c = 'a'; c <= 'm'; ++c) live({c});
+  EXPECT_EQ(outbox.liveWaiting(), 10U);
+  EXPECT_EQ(outbox.liveDropped(), 3U);
+  peerTakesAll();
+  EXPECT_THAT(peerSaw(), ElementsAre("104:d", "104:e", "104:f", "104:g", "104:h", "104:i", "104:j",
+                                     "104:k", "104:l", "104:m"));
+}
+
+TEST_F(FrameOutboxTest, NeverCutsAFrameThatHasBegun) {
+  for (std::size_t begun = 1; begun < kFrameHeaderBytes + 5; ++begun) {
+    SCOPED_TRACE(begun);
+    outbox = {};
+    stream.clear();
+    live("first");
+    peerTakes(begun);
+    for (char c = 'a'; c <= 'z'; ++c) live({c});
+    EXPECT_TRUE(reliable(1, "text"));
+    peerTakesAll();
+    ASSERT_EQ(peerSaw().size(), 12U);
+    EXPECT_EQ(peerSaw().at(0), "104:first");
+    EXPECT_EQ(peerSaw().at(1), "101:text");
+    EXPECT_EQ(peerSaw().at(2), "104:q");
+    EXPECT_EQ(outbox.liveDropped(), 16U);
+  }
+}
+
+TEST_F(FrameOutboxTest, FinishesAReliableFrameBeforeALiveOne) {
+  EXPECT_TRUE(reliable(1, "text"));
+  peerTakes(3);
+  live("audio");
+  EXPECT_TRUE(reliable(2, "more"));
+  peerTakesAll();
+  EXPECT_THAT(peerSaw(), ElementsAre("101:text", "101:more", "104:audio"));
+}
+
+TEST_F(FrameOutboxTest, NeverDropsAReliableFrameButTakesNoMoreThanItHasRoomFor) {
+  const std::string large(400'000, 'x');
+  EXPECT_TRUE(reliable(1, large));
+  EXPECT_TRUE(reliable(2, large));
+  EXPECT_FALSE(reliable(3, large));
+  for (int i = 0; i < 100; ++i) live("audio");
+  EXPECT_TRUE(reliable(4, "small")) << "what still fits is taken";
+  peerTakesAll();
+  EXPECT_THAT(completed, ElementsAre(1, 2, 4));
+  EXPECT_TRUE(reliable(5, std::string(2'000'000, 'y'))) << "one frame always fits";
+}
+
+TEST_F(FrameOutboxTest, CarriesWholeAudioChunks) {
+  const std::string chunk(3528, 's');
+  live(chunk);
+  peerTakesAll();
+  EXPECT_THAT(peerSaw(), ElementsAre("104:" + chunk));
+}
+
+}  // namespace
+}  // namespace quorin::usb
