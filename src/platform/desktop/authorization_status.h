@@ -1,0 +1,13 @@
+#pragma once
+
+namespace quorin::desktop {
+
+/// Whether this program may use the microphone. Only kAuthorized permits it.
+enum class AuthorizationStatus {
+  kNotDetermined = 0,  ///< the answer is pending
+  kRestricted = 1,     ///< the desktop forbids it to every program
+  kDenied = 2,         ///< refused to this program
+  kAuthorized = 3,
+};
+
+}  // namespace quorin::desktop

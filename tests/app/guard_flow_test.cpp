@@ -1,0 +1,368 @@
+#include "app/guard_flow.h"
+
+#include "platform/dispatch/simulated_scheduler.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace quorin::app {
+namespace {
+
+using namespace std::chrono_literals;
+using desktop::AuthorizationStatus;
+using dispatch::SimulatedScheduler;
+
+const Device kVirtual{.number = 4, .name = "Quorin Audio"};
+const Device kOtherVirtual{.number = 5, .name = "Quorin Audio 2"};
+const Device kSpeaker{.number = 1, .name = "Built-in Audio"};
+const Device kNone{};
+
+struct StandInInputs : GuardInputs {
+  DefaultDevices devices{.output = kVirtual, .input = kVirtual};
+  AuthorizationStatus microphone = AuthorizationStatus::kAuthorized;
+  dispatch::Task answered;
+
+  DefaultDevices defaultDevices() const override { return devices; }
+  AuthorizationStatus microphoneStatus() const override { return microphone; }
+  void requestMicrophoneAccess(dispatch::Task task) override { answered = std::move(task); }
+};
+
+/// What a person sees in front, as the window would decide it.
+enum class Front { kPage, kMenu, kChecking, kGuard, kMicrophone };
+
+std::ostream& operator<<(std::ostream& out, Front front) {
+  constexpr const char* kNames[] = {"page", "menu", "checking", "guard", "microphone"};
+  return out << kNames[static_cast<int>(front)];
+}
+
+struct StandInScreens : GuardScreens {
+  bool contentView = true;
+  bool splash = false;
+  bool onPage = false;
+  int stops = 0;
+  int menus = 0;
+  GuardState state;
+
+  bool hasContentView() const override { return contentView; }
+  bool splashIsUp() const override { return splash; }
+  void apply(const GuardState& newState) override { state = newState; }
+  void leavePages() override { onPage = false; }
+  void showMenu() override {
+    onPage = false;
+    ++menus;
+  }
+  void stopAllSessionsForAudioChange() override { ++stops; }
+
+  Front front() const {
+    if (state.microphone) return Front::kMicrophone;
+    if (state.guard) return Front::kGuard;
+    if (state.checking) return Front::kChecking;
+    return onPage ? Front::kPage : Front::kMenu;
+  }
+};
+
+class GuardFlowTest : public ::testing::Test {
+ protected:
+  SimulatedScheduler time;
+  std::shared_ptr<StandInInputs> inputs = std::make_shared<StandInInputs>();
+  StandInScreens screens;
+  GuardFlow flow{time, inputs, screens};
+
+  Front front() const { return screens.front(); }
+  void setOutput(const Device& device) { inputs->devices.output = device; }
+  void setInput(const Device& device) { inputs->devices.input = device; }
+  void setMicrophone(AuthorizationStatus status) { inputs->microphone = status; }
+
+  /// The program with its splash gone and the first check done.
+  void startUp() {
+    flow.startAudioDefaultWatch();
+    flow.setupAudioCheckFlow();
+    time.advance(500ms);
+  }
+  /// As after choosing a card and starting a stream.
+  void enterPage() {
+    startUp();
+    ASSERT_EQ(front(), Front::kMenu);
+    screens.onPage = true;
+  }
+};
+
+TEST_F(GuardFlowTest, TheFirstCheckWaitsForTheSplashAndThenHalfASecond) {
+  screens.splash = true;
+  flow.setupAudioCheckFlow();
+  time.advance(10s);
+  EXPECT_EQ(screens.state, GuardState{});
+  EXPECT_EQ(screens.menus, 0);
+
+  screens.splash = false;
+  flow.setupAudioCheckFlow();
+  EXPECT_EQ(front(), Front::kChecking);
+  time.advance(499ms);
+  EXPECT_EQ(front(), Front::kChecking);
+  EXPECT_EQ(screens.menus, 0);
+  time.advance(1ms);
+  EXPECT_EQ(front(), Front::kMenu);
+  EXPECT_EQ(screens.menus, 1);
+}
+
+TEST_F(GuardFlowTest, WithoutAContentViewNothingHappens) {
+  screens.contentView = false;
+  setMicrophone(AuthorizationStatus::kDenied);
+  flow.setupAudioCheckFlow();
+  flow.showMicDeniedOverlay();
+  flow.applyGuardPriority();
+  time.advance(10s);
+  EXPECT_EQ(screens.state, GuardState{});
+  EXPECT_EQ(screens.menus, 0);
+}
+
+TEST_F(GuardFlowTest, TheCheckShowsWhatIsWrong) {
+  const Device unreadable{.number = 3, .name = std::nullopt};
+  const struct {
+    Device output, input;
+    GuardText text;
+    GuardStatus status;
+  } cases[] = {
+      {kVirtual, kSpeaker, GuardText::kInput, {{true, "Quorin Audio"}, {false, "Built-in Audio"}}},
+      {kSpeaker, kVirtual, GuardText::kOutput, {{false, "Built-in Audio"}, {true, "Quorin Audio"}}},
+      {kSpeaker,
+       kNone,
+       GuardText::kBoth,
+       {{false, "Built-in Audio"}, {false, "(sin dispositivo)"}}},
+      {unreadable,
+       kVirtual,
+       GuardText::kOutput,
+       {{false, "(desconocido)"}, {true, "Quorin Audio"}}},
+  };
+  for (const auto& [output, input, text, status] : cases) {
+    SCOPED_TRACE(status.output.name + " / " + status.input.name);
+    setOutput(output);
+    setInput(input);
+    flow.setupAudioCheckFlow();
+    time.advance(500ms);
+    EXPECT_EQ(front(), Front::kGuard);
+    EXPECT_EQ(screens.state.text, text);
+    EXPECT_EQ(screens.state.status, status);
+  }
+  EXPECT_EQ(screens.menus, 0);
+}
+
+TEST_F(GuardFlowTest, DevicesFixedOneByOneChangeTheStatusLinesAlone) {
+  setOutput(kSpeaker);
+  setInput(kSpeaker);
+  startUp();
+  setInput(kVirtual);
+  EXPECT_FALSE(screens.state.status.input.right);
+  time.advance(800ms);
+  EXPECT_EQ(front(), Front::kGuard);
+  EXPECT_TRUE(screens.state.status.input.right);
+  EXPECT_FALSE(screens.state.status.output.right);
+  EXPECT_EQ(screens.state.text, GuardText::kBoth);
+
+  setOutput(kVirtual);
+  time.advance(799ms);
+  EXPECT_EQ(front(), Front::kGuard);
+  time.advance(1ms);
+  EXPECT_EQ(front(), Front::kMenu);
+}
+
+TEST_F(GuardFlowTest, AChangeForTheWorseStopsEverythingAndShowsTheGuard) {
+  const struct {
+    Device output, input;
+    GuardText text;
+  } cases[] = {
+      {kSpeaker, kVirtual, GuardText::kOutput},
+      {kVirtual, kSpeaker, GuardText::kInput},
+      {kNone, kNone, GuardText::kBoth},
+  };
+  enterPage();
+  int stops = 0;
+  for (const auto& [output, input, text] : cases) {
+    screens.onPage = true;
+    setOutput(output);
+    setInput(input);
+    time.advance(1s);
+    EXPECT_EQ(front(), Front::kGuard);
+    EXPECT_EQ(screens.stops, ++stops);
+    EXPECT_EQ(screens.state.text, text);
+
+    setOutput(kVirtual);
+    setInput(kVirtual);
+    time.advance(800ms);
+    EXPECT_EQ(front(), Front::kMenu) << "the page is not brought back";
+    time.advance(10s);
+    EXPECT_EQ(screens.stops, stops);
+  }
+}
+
+TEST_F(GuardFlowTest, AChangeBetweenRightDevicesChangesNothing) {
+  enterPage();
+  setOutput(kOtherVirtual);
+  time.advance(1s);
+  setInput(kOtherVirtual);
+  time.advance(10s);
+  EXPECT_EQ(front(), Front::kPage);
+  EXPECT_EQ(screens.stops, 0);
+}
+
+TEST_F(GuardFlowTest, AChangeThatIsUndoneBetweenTwoTicksIsNotSeen) {
+  enterPage();
+  setOutput(kSpeaker);
+  time.advance(400ms);
+  setOutput(kVirtual);
+  time.advance(10s);
+  EXPECT_EQ(front(), Front::kPage);
+}
+
+TEST_F(GuardFlowTest, ANewNameOfTheSameDeviceIsNoChange) {
+  enterPage();
+  setOutput({.number = kVirtual.number, .name = "Something else"});
+  time.advance(10s);
+  EXPECT_EQ(front(), Front::kPage);
+}
+
+TEST_F(GuardFlowTest, AGuardThatIsUpKeepsItsTextThroughFurtherChanges) {
+  enterPage();
+  setOutput(kSpeaker);
+  time.advance(1s);
+  EXPECT_EQ(screens.state.text, GuardText::kOutput);
+  setInput(kSpeaker);
+  time.advance(1s);
+  EXPECT_EQ(screens.state.text, GuardText::kOutput);
+  EXPECT_FALSE(screens.state.status.input.right);
+}
+
+TEST_F(GuardFlowTest, OnlyTheCheckFlowsPollTestsTheMicrophone) {
+  setOutput(kSpeaker);
+  startUp();
+  setMicrophone(AuthorizationStatus::kDenied);
+  time.advance(800ms);
+  EXPECT_EQ(front(), Front::kMicrophone);
+
+  setMicrophone(AuthorizationStatus::kAuthorized);
+  setOutput(kVirtual);
+  time.advance(2s);
+  ASSERT_EQ(front(), Front::kMenu);
+
+  setOutput(kSpeaker);
+  time.advance(1s);
+  ASSERT_EQ(front(), Front::kGuard);
+  setMicrophone(AuthorizationStatus::kDenied);
+  time.advance(10s);
+  EXPECT_EQ(front(), Front::kGuard);
+}
+
+TEST_F(GuardFlowTest, ThePathThatCameFirstDecidesTheKindOfPoll) {
+  setOutput(kSpeaker);
+  startUp();
+  setOutput(kNone);
+  time.advance(1s);
+  EXPECT_EQ(screens.stops, 1);
+  setMicrophone(AuthorizationStatus::kDenied);
+  time.advance(800ms);
+  EXPECT_EQ(front(), Front::kMicrophone);
+}
+
+TEST_F(GuardFlowTest, EveryStatusButAuthorizedShowsTheMicrophoneScreen) {
+  for (const auto status : {AuthorizationStatus::kNotDetermined, AuthorizationStatus::kRestricted,
+                            AuthorizationStatus::kDenied}) {
+    setMicrophone(status);
+    flow.setupAudioCheckFlow();
+    EXPECT_EQ(front(), Front::kMicrophone);
+    time.advance(10s);
+    EXPECT_EQ(front(), Front::kMicrophone) << "whatever the devices are";
+
+    setMicrophone(AuthorizationStatus::kAuthorized);
+    time.advance(800ms);
+    EXPECT_EQ(front(), Front::kMenu);
+  }
+}
+
+TEST_F(GuardFlowTest, APermissionGrantedLaterLeadsToTheGuardWhichPolls) {
+  setMicrophone(AuthorizationStatus::kDenied);
+  setOutput(kSpeaker);
+  startUp();
+  ASSERT_EQ(front(), Front::kMicrophone);
+  setMicrophone(AuthorizationStatus::kAuthorized);
+  time.advance(800ms);
+  EXPECT_EQ(front(), Front::kGuard);
+  EXPECT_EQ(screens.state.text, GuardText::kOutput);
+  EXPECT_EQ(screens.menus, 0);
+  setOutput(kVirtual);
+  time.advance(800ms);
+  EXPECT_EQ(front(), Front::kMenu);
+}
+
+TEST_F(GuardFlowTest, ADeviceChangeWithoutPermissionShowsTheMicrophoneScreenAndStopsNothing) {
+  enterPage();
+  setMicrophone(AuthorizationStatus::kDenied);
+  time.advance(10s);
+  EXPECT_EQ(front(), Front::kPage) << "nobody looks before a device changes";
+  setOutput(kOtherVirtual);
+  time.advance(1s);
+  EXPECT_EQ(front(), Front::kMicrophone);
+  EXPECT_EQ(screens.stops, 0);
+}
+
+TEST_F(GuardFlowTest, NothingLiftsTheMicrophoneScreenButThePermission) {
+  flow.startAudioDefaultWatch();
+  flow.setupAudioCheckFlow();
+  time.advance(400ms);
+  setMicrophone(AuthorizationStatus::kDenied);
+  flow.showMicDeniedOverlay();
+  time.advance(100ms);  // the device check that was already on its way finds all right
+  EXPECT_EQ(front(), Front::kMicrophone);
+  EXPECT_EQ(screens.menus, 0);
+  setMicrophone(AuthorizationStatus::kAuthorized);
+  setOutput(kSpeaker);
+  time.advance(400ms);
+  setOutput(kVirtual);
+  time.advance(400ms);
+  EXPECT_EQ(front(), Front::kMenu);
+  EXPECT_EQ(screens.menus, 1);
+}
+
+TEST_F(GuardFlowTest, TheStartUpQuestion) {
+  flow.requestMicrophonePermission();
+  EXPECT_FALSE(inputs->answered) << "already granted: nobody is asked";
+  EXPECT_EQ(screens.state, GuardState{});
+
+  setMicrophone(AuthorizationStatus::kNotDetermined);
+  flow.requestMicrophonePermission();
+  ASSERT_TRUE(inputs->answered);
+  EXPECT_EQ(screens.state, GuardState{}) << "pending";
+  setMicrophone(AuthorizationStatus::kAuthorized);
+  inputs->answered();
+  EXPECT_EQ(screens.state, GuardState{});
+
+  setMicrophone(AuthorizationStatus::kNotDetermined);
+  flow.requestMicrophonePermission();
+  setMicrophone(AuthorizationStatus::kDenied);
+  inputs->answered();
+  EXPECT_EQ(front(), Front::kMicrophone);
+}
+
+TEST(GuardFlowLifetime, WorkUnderWayDoesNotOutliveTheFlow) {
+  SimulatedScheduler time;
+  const auto inputs = std::make_shared<StandInInputs>();
+  StandInScreens screens;
+  {
+    GuardFlow flow(time, inputs, screens);
+    inputs->devices.output = kSpeaker;
+    flow.startAudioDefaultWatch();
+    flow.setupAudioCheckFlow();
+    inputs->microphone = AuthorizationStatus::kNotDetermined;
+    flow.requestMicrophonePermission();
+  }
+  const auto before = screens.state;
+  inputs->microphone = AuthorizationStatus::kDenied;
+  inputs->answered();
+  inputs->devices.output = kNone;
+  time.advance(10s);
+  EXPECT_EQ(screens.state, before);
+  EXPECT_EQ(screens.stops, 0);
+}
+
+}  // namespace
+}  // namespace quorin::app
