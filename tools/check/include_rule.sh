@@ -15,6 +15,7 @@ platform/audio      platform/dispatch platform/log platform/posix wire
 platform/network    platform/dispatch platform/log platform/posix wire
 platform/qr         platform/dispatch platform/log platform/posix wire
 platform/usb        platform/dispatch platform/log platform/posix wire
+platform/pictures
 platform/desktop    platform/dispatch platform/log platform/posix wire
 audio               wire platform/*
 wifi                wire platform/*

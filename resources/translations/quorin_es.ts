@@ -1,0 +1,187 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="es">
+<context>
+    <name></name>
+    <message id="status.ready">
+        <source></source>
+        <translation>Listo</translation>
+    </message>
+    <message id="back_button_title">
+        <source></source>
+        <translation>Volver</translation>
+    </message>
+    <message id="audio.verifying">
+        <source></source>
+        <translation>Comprobando el audio…</translation>
+    </message>
+    <message id="audio.guard.title">
+        <source></source>
+        <translation>Envía tu sonido por Quorin Audio</translation>
+    </message>
+    <message id="audio.guard.text.both">
+        <source></source>
+        <translation>En los ajustes de sonido, elige «Quorin Audio» como salida y como entrada. Podrás transmitir en cuanto ambas estén listas.</translation>
+    </message>
+    <message id="audio.guard.text.out">
+        <source></source>
+        <translation>La entrada ya está lista. En los ajustes de sonido, elige ahora «Quorin Audio» también como salida.</translation>
+    </message>
+    <message id="audio.guard.text.in">
+        <source></source>
+        <translation>La salida ya está lista. En los ajustes de sonido, elige ahora «Quorin Audio» también como entrada.</translation>
+    </message>
+    <message id="audio.guard.button">
+        <source></source>
+        <translation>Ajustes de sonido</translation>
+    </message>
+    <message id="audio.guard.status.out.ok">
+        <source></source>
+        <translation>Salida lista</translation>
+    </message>
+    <message id="audio.guard.status.out.missing">
+        <source></source>
+        <translation>Salida por cambiar</translation>
+    </message>
+    <message id="audio.guard.status.in.ok">
+        <source></source>
+        <translation>Entrada lista</translation>
+    </message>
+    <message id="audio.guard.status.in.missing">
+        <source></source>
+        <translation>Entrada por cambiar</translation>
+    </message>
+    <message id="mic.overlay.text">
+        <source></source>
+        <translation>Quorin Stream aún no puede captar el sonido. Permite el micrófono en los ajustes de privacidad y esta pantalla se cerrará sola.</translation>
+    </message>
+    <message id="mic.overlay.button">
+        <source></source>
+        <translation>Ajustes de privacidad</translation>
+    </message>
+    <message id="menu.header">
+        <source></source>
+        <translation>¿Cómo quieres transmitir audio?</translation>
+    </message>
+    <message id="cards.online.title">
+        <source></source>
+        <translation>Streaming por Wi‑Fi</translation>
+    </message>
+    <message id="cards.online.note">
+        <source></source>
+        <translation>Misma red Wi‑Fi de 5 GHz</translation>
+    </message>
+    <message id="cards.offline.title">
+        <source></source>
+        <translation>Cable USB</translation>
+    </message>
+    <message id="cards.offline.note">
+        <source></source>
+        <translation>Usa el cable de carga de tu iPhone (USB‑C o Lightning)</translation>
+    </message>
+    <message id="footer.privacy">
+        <source></source>
+        <translation>Privacidad y Términos</translation>
+    </message>
+    <message id="footer.copyright">
+        <source></source>
+        <translation>© Los autores de Quorin Stream</translation>
+    </message>
+    <message id="alert.privacy.title">
+        <source></source>
+        <translation>Privacidad y términos</translation>
+    </message>
+    <message id="alert.privacy.info">
+        <source></source>
+        <translation>Tu sonido va directamente de este ordenador a los iPhone que conectes, por tu propia red o por el cable. Nada pasa por un servidor, y Quorin Stream no graba, guarda ni envía ningún otro dato.
+
+Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confianza y transmite solo lo que puedas compartir. El programa se ofrece sin ninguna garantía.</translation>
+    </message>
+    <message id="common.ok">
+        <source></source>
+        <translation>Aceptar</translation>
+    </message>
+    <message id="alert.stop.title">
+        <source></source>
+        <translation>¿Detener la transmisión?</translation>
+    </message>
+    <message id="alert.stop.info">
+        <source></source>
+        <translation>Alguien está escuchando ahora mismo. Si vuelves al menú, la transmisión terminará en todos los dispositivos conectados.</translation>
+    </message>
+    <message id="alert.stop.confirm">
+        <source></source>
+        <translation>Detener</translation>
+    </message>
+    <message id="common.cancel">
+        <source></source>
+        <translation>Cancelar</translation>
+    </message>
+    <message id="usb_instruction_title">
+        <source></source>
+        <translation>Conecta tu iPhone con su cable y abre la app</translation>
+    </message>
+    <message id="waiting_connection">
+        <source></source>
+        <translation>Esperando conexión…</translation>
+    </message>
+    <message id="usb.connected">
+        <source></source>
+        <translation>iPhone conectado</translation>
+    </message>
+    <message id="pairing_instructions">
+        <source></source>
+        <translation>Escanea el código con la app del iPhone</translation>
+    </message>
+    <message id="status.connected.one">
+        <source></source>
+        <translation>1 dispositivo conectado</translation>
+    </message>
+    <message id="status.connected.many" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>%n dispositivo conectado</numerusform>
+            <numerusform>%n dispositivos conectados</numerusform>
+        </translation>
+    </message>
+    <message id="network.unavailable">
+        <source></source>
+        <translation>Sin red. Conecta este ordenador a tu Wi‑Fi para empezar a transmitir.</translation>
+    </message>
+    <message id="network.available">
+        <source></source>
+        <translation>Red disponible</translation>
+    </message>
+    <message id="network.change_detected">
+        <source></source>
+        <translation>La red ha cambiado</translation>
+    </message>
+    <message id="network.generating_qr_in_seconds" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>Nuevo código QR en %n segundo</numerusform>
+            <numerusform>Nuevo código QR en %n segundos</numerusform>
+        </translation>
+    </message>
+    <message id="udp.port.invalid">
+        <source></source>
+        <translation>Ese puerto no sirve. Escribe un número del 1 al 65535.</translation>
+    </message>
+    <message id="udp.socket.create_failed">
+        <source></source>
+        <translation>No se ha podido abrir la red. Cierra otros programas y vuelve a abrir esta página.</translation>
+    </message>
+    <message id="udp.port.bind_failed">
+        <source></source>
+        <translation>Otro programa usa este puerto. Ciérralo y vuelve a abrir esta página.</translation>
+    </message>
+    <message id="qr.input.invalid">
+        <source></source>
+        <translation>El código QR necesita una dirección y un puerto. Comprueba tu conexión de red.</translation>
+    </message>
+    <message id="qr.generate.failed">
+        <source></source>
+        <translation>No se ha podido crear el código QR. Vuelve al menú e inténtalo de nuevo.</translation>
+    </message>
+</context>
+</TS>

@@ -1,0 +1,88 @@
+#pragma once
+
+#include <array>
+#include <string_view>
+
+namespace quorin::app {
+
+enum class Lookup { kTr, kBundle };   ///< with the built-in texts behind the bundle, or without
+enum class Shape { kText, kFormat };  ///< a format takes one integer
+
+struct RegisteredKey {
+  const char* name;
+  Lookup lookup = Lookup::kTr;
+  Shape shape = Shape::kText;
+};
+
+/// Every key that the program looks up. The texts are in resources/translations; a key that is
+/// added here needs one in every language there.
+inline constexpr std::array kTextKeys = {
+    RegisteredKey{"status.ready"},
+    RegisteredKey{"back_button_title", Lookup::kBundle},
+    RegisteredKey{"audio.verifying"},
+    RegisteredKey{"audio.guard.title"},
+    RegisteredKey{"audio.guard.text.both"},
+    RegisteredKey{"audio.guard.text.out"},
+    RegisteredKey{"audio.guard.text.in"},
+    RegisteredKey{"audio.guard.button"},
+    RegisteredKey{"audio.guard.status.out.ok"},
+    RegisteredKey{"audio.guard.status.out.missing"},
+    RegisteredKey{"audio.guard.status.in.ok"},
+    RegisteredKey{"audio.guard.status.in.missing"},
+    RegisteredKey{"mic.overlay.text"},
+    RegisteredKey{"mic.overlay.button"},
+    RegisteredKey{"menu.header"},
+    RegisteredKey{"cards.online.title"},
+    RegisteredKey{"cards.online.note"},
+    RegisteredKey{"cards.offline.title"},
+    RegisteredKey{"cards.offline.note"},
+    RegisteredKey{"footer.privacy"},
+    RegisteredKey{"footer.copyright"},
+    RegisteredKey{"alert.privacy.title"},
+    RegisteredKey{"alert.privacy.info"},
+    RegisteredKey{"common.ok"},
+    RegisteredKey{"alert.stop.title"},
+    RegisteredKey{"alert.stop.info"},
+    RegisteredKey{"alert.stop.confirm"},
+    RegisteredKey{"common.cancel"},
+    RegisteredKey{"usb_instruction_title"},
+    RegisteredKey{"waiting_connection", Lookup::kBundle},
+    RegisteredKey{"usb.connected", Lookup::kBundle},
+    RegisteredKey{"pairing_instructions", Lookup::kBundle},
+    RegisteredKey{"status.connected.one"},
+    RegisteredKey{"status.connected.many", Lookup::kTr, Shape::kFormat},
+    RegisteredKey{"network.unavailable", Lookup::kBundle},
+    RegisteredKey{"network.available", Lookup::kBundle},
+    RegisteredKey{"network.change_detected", Lookup::kBundle},
+    RegisteredKey{"network.generating_qr_in_seconds", Lookup::kBundle, Shape::kFormat},
+    RegisteredKey{"udp.port.invalid"},
+    RegisteredKey{"udp.socket.create_failed"},
+    RegisteredKey{"udp.port.bind_failed"},
+    RegisteredKey{"qr.input.invalid"},
+    RegisteredKey{"qr.generate.failed"},
+};
+
+constexpr bool isRegistered(std::string_view name, Lookup lookup, Shape shape) {
+  for (const RegisteredKey& key : kTextKeys) {
+    if (key.name == name) return key.lookup == lookup && key.shape == shape;
+  }
+  return false;
+}
+
+/// A key from the registry, for the way of lookup it is registered with. A literal that the
+/// registry lacks does not compile.
+template <Lookup lookup, Shape shape>
+class TextKey {
+ public:
+  // NOLINTNEXTLINE(google-explicit-constructor): a key is written as its name
+  consteval TextKey(const char* name) : name_(name) {
+    if (!isRegistered(name, lookup, shape)) throw "not registered for this way of lookup";
+  }
+
+  constexpr const char* name() const { return name_; }
+
+ private:
+  const char* name_;
+};
+
+}  // namespace quorin::app

@@ -1,0 +1,94 @@
+#include "platform/pictures/picture.h"
+
+#include "platform/pictures/device_pixels.h"
+
+#include <QFile>
+#include <QSvgRenderer>
+#include <utility>
+
+namespace quorin::pictures {
+namespace {
+
+/// Keeps what it rendered last: a view is painted far more often than its size changes.
+class Drawing final : public Picture {
+ public:
+  Drawing(QString path, const QColor& tint) : path_(std::move(path)), tint_(tint) {}
+
+  QSizeF size() const override { return renderer().defaultSize(); }
+
+  void paint(QPainter& painter, const QRectF& target) const override {
+    const DevicePixels pixels(painter);
+    const QRect place = pixels.map(target).toRect();
+    if (place.isEmpty()) return;
+    if (rendered_.size() != place.size()) rendered_ = render(place.size());
+    painter.drawImage(place.topLeft(), rendered_);
+  }
+
+ private:
+  QSvgRenderer& renderer() const {
+    if (!renderer_) renderer_ = std::make_unique<QSvgRenderer>(path_);
+    return *renderer_;
+  }
+
+  QImage render(QSize pixels) const {
+    QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    renderer().render(&painter, QRectF(QPointF(), QSizeF(pixels)));
+    if (tint_.isValid()) {
+      painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+      painter.fillRect(image.rect(), tint_);
+    }
+    return image;
+  }
+
+  QString path_;
+  QColor tint_;
+  mutable std::unique_ptr<QSvgRenderer> renderer_;
+  mutable QImage rendered_;
+};
+
+class Bitmap final : public Picture {
+ public:
+  explicit Bitmap(QImage image) : image_(std::move(image)) {}
+
+  QSizeF size() const override { return image_.deviceIndependentSize(); }
+
+  void paint(QPainter& painter, const QRectF& target) const override {
+    painter.save();
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawImage(target, image_);
+    painter.restore();
+  }
+
+ private:
+  QImage image_;
+};
+
+}  // namespace
+
+PicturePtr loadDrawing(const QString& path, const QColor& tint) {
+  return QFile::exists(path) ? std::make_shared<Drawing>(path, tint) : nullptr;
+}
+
+PicturePtr loadBitmap(const QString& path) {
+  QImage image(path);
+  return image.isNull() ? nullptr : std::make_shared<Bitmap>(std::move(image));
+}
+
+QRectF fitted(const Picture& picture, const QRectF& bounds) {
+  QRectF place(QPointF(), picture.size().scaled(bounds.size(), Qt::KeepAspectRatio));
+  place.moveCenter(bounds.center());
+  return place;
+}
+
+QImage renderSquare(const Picture& picture, int side) {
+  QImage image(side, side, QImage::Format_ARGB32_Premultiplied);
+  image.fill(Qt::transparent);
+  QPainter painter(&image);
+  picture.paint(painter, fitted(picture, image.rect()));
+  return image;
+}
+
+}  // namespace quorin::pictures
