@@ -1,0 +1,68 @@
+#include "app/options.h"
+
+#include <QCommandLineParser>
+#include <memory>
+
+namespace quorin::app {
+namespace {
+
+std::unique_ptr<QCommandLineParser> makeParser() {
+  auto parser = std::make_unique<QCommandLineParser>();
+  parser->setApplicationDescription(
+      "Sends the computer's sound to a phone in real time.\n\n"
+      "Exit status: 0 when the program ended as asked (with --diagnose: streaming would work),\n"
+      "1 when it could not run, 2 when an option was not understood.");
+  parser->addOptions({
+      {"start", "Enter that mode as soon as the devices are right.", "wifi|cable"},
+      {"port", "UDP port of the Wi-Fi mode, 1 to 65535 (9000).", "N"},
+      {"language", "Language of the texts (the system's).", "en|es"},
+      {"diagnose", "Check what streaming needs, print it and exit."},
+      {"json", "With --diagnose: print JSON."},
+      {"verbose", "Log more to standard error."},
+      {{"h", "help"}, "Print this text and exit."},
+      {{"v", "version"}, "Print the version and exit."},
+  });
+  return parser;
+}
+
+std::unexpected<QString> misunderstood(const QString& problem) {
+  return std::unexpected(problem + " (quorin-stream --help lists the options)");
+}
+
+}  // namespace
+
+std::expected<Options, QString> parseOptions(const QStringList& arguments) {
+  const auto parser = makeParser();
+  if (!parser->parse(arguments)) return misunderstood(parser->errorText());
+  if (const auto rest = parser->positionalArguments(); !rest.isEmpty()) {
+    return misunderstood("Unexpected argument '" + rest.first() + "'.");
+  }
+
+  Options options;
+  options.verbose = parser->isSet("verbose");
+  options.json = parser->isSet("json");
+  if (parser->isSet("port")) options.port = parser->value("port");
+  if (parser->isSet("start")) {
+    const auto mode = parser->value("start");
+    if (mode != "wifi" && mode != "cable") {
+      return misunderstood("--start knows wifi and cable, not '" + mode + "'.");
+    }
+    options.start = mode == "wifi" ? StartMode::kWiFi : StartMode::kCable;
+  }
+  if (parser->isSet("language")) {
+    options.language = parser->value("language");
+    if (options.language != "en" && options.language != "es") {
+      return misunderstood("--language knows en and es, not '" + *options.language + "'.");
+    }
+  }
+  if (parser->isSet("diagnose")) options.action = Options::Action::kDiagnose;
+  if (parser->isSet("version")) options.action = Options::Action::kShowVersion;
+  if (parser->isSet("help")) options.action = Options::Action::kShowHelp;
+  return options;
+}
+
+QString helpText() {
+  return makeParser()->helpText();
+}
+
+}  // namespace quorin::app

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <expected>
+#include <optional>
+
+namespace quorin::app {
+
+enum class StartMode { kMenu, kWiFi, kCable };
+
+/// What the command line asks of `quorin-stream`.
+struct Options {
+  enum class Action { kRun, kShowHelp, kShowVersion, kDiagnose };
+  Action action = Action::kRun;
+  StartMode start = StartMode::kMenu;  ///< entered as soon as the guard lets it
+  std::optional<QString> port;         ///< fills the port field, checked where the server starts
+  std::optional<QString> language;     ///< "en" or "es", in place of the system's
+  bool verbose = false;
+  bool json = false;  ///< of --diagnose
+};
+
+/// Exit status of a command line that cannot be understood.
+inline constexpr int kUsageError = 2;
+
+/// `arguments` with the program's name first. The error is one sentence for who typed them.
+std::expected<Options, QString> parseOptions(const QStringList& arguments);
+
+/// Needs a QCoreApplication, which knows the program's name.
+QString helpText();
+
+}  // namespace quorin::app
