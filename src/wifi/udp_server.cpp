@@ -1,5 +1,6 @@
 #include "wifi/udp_server.h"
 
+#include "wifi/port_text.h"
 #include "wire/client_key.h"
 #include "wire/control_message.h"
 
@@ -8,7 +9,6 @@
 #include <array>
 #include <cassert>
 #include <cerrno>
-#include <charconv>
 #include <chrono>
 #include <thread>
 #include <utility>
@@ -30,21 +30,7 @@ constexpr milliseconds kFormerSendEndsWithin{50};
 constexpr std::size_t kReceiveBufferBytes = 4096;
 static_assert(kReceiveBufferBytes > kMaxRequestBytes);
 
-bool isSpace(char c) {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
 }  // namespace
-
-std::optional<std::uint16_t> parsePort(std::string_view text) {
-  while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
-  if (text.starts_with('+')) text.remove_prefix(1);
-
-  std::uint16_t port = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
-  if (error != std::errc{} || port == 0) return std::nullopt;
-  return port;
-}
 
 UdpServer::UdpServer(dispatch::Scheduler& scheduler, AudioSender& sender,
                      UdpServerListener& listener)

@@ -10,14 +10,9 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string_view>
 
 namespace quorin::wifi {
-
-/// The leading integer of a text as a port: spaces, a sign and digits may lead, anything may
-/// follow. Nothing unless it lies within 1 to 65535, however many digits there are.
-std::optional<std::uint16_t> parsePort(std::string_view text);
 
 /// Why the server did not start.
 struct StartFailure {
