@@ -41,6 +41,13 @@ class AudioSender {
   /// Throws away all that waits.
   void clearAudioFrames();
 
+  /// The queue that paces the sound; the cable's frames leave from there too.
+  dispatch::SerialQueue& queue() { return *audioFrameQueueSerial_; }
+
+  /// Nothing is sent any more, and the cable is not touched again. Before whatever sends from
+  /// `queue` is destroyed.
+  void end() { audioFrameQueueSerial_->end(); }
+
   // What the server tells.
 
   void setServerRunning(bool running) { serverRunning_.store(running, std::memory_order_relaxed); }

@@ -105,10 +105,14 @@ class Queue {
   Queue() = default;
 };
 
-/// A queue of its own thread. Ending it (destruction) waits for the piece of work that is
-/// running, so it must not be ended from its own work.
+/// A queue of its own thread.
 class SerialQueue : public Queue {
  public:
+  /// Ends the queue as its destruction does, and leaves it inert: what is given to it afterwards
+  /// is dropped. For a queue that others still refer to. Waits for the piece of work that is
+  /// running, so never from the queue's own work. Ending twice is ending once.
+  virtual void end() = 0;
+
   /// Nothing begins until `resume`, deadlines that pass meanwhile wait too. Counted neither way:
   /// the caller keeps the pair balanced, a second `suspend` or `resume` is a bug.
   virtual void suspend() = 0;

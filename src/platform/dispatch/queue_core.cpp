@@ -93,7 +93,7 @@ void QueueCore::wakeFromElsewhere() {
 void QueueCore::async(Task task) {
   {
     const Lock lock(mutex_);
-    if (ended_) return;
+    if (ended_) return;  // the task dies unrun with the parameter, outside of the lock
     tasks_.push_back(std::move(task));
   }
   wakeFromElsewhere();

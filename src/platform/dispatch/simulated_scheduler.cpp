@@ -65,7 +65,8 @@ class SimulatedWaker : public Waker {
 class SimulatedQueue : public CoreQueue<SerialQueue> {
  public:
   using CoreQueue::CoreQueue;
-  ~SimulatedQueue() override { core_->end(); }
+  ~SimulatedQueue() override { SimulatedQueue::end(); }
+  void end() override { core_->end(); }
   void suspend() override { core_->setSuspended(true); }
   void resume() override { core_->setSuspended(false); }
 };

@@ -47,8 +47,11 @@ class ThreadQueue : public CoreQueue<SerialQueue> {
     });
   }
 
-  ~ThreadQueue() override {
+  ~ThreadQueue() override { ThreadQueue::end(); }
+
+  void end() override {
     assert(!isCurrent());
+    if (!thread_.joinable()) return;
     stopping_ = true;
     waker_.wake();
     thread_.join();

@@ -231,6 +231,22 @@ TEST_P(DispatchConformance, EndingAQueueDropsWhatWaitsAndLeavesItsHandlesInert) 
   EXPECT_EQ(journal.size(), 0U);
 }
 
+TEST_P(DispatchConformance, AnEndedQueueIsInertForThoseWhoStillReferToIt) {
+  const auto queue = makeQueue();
+  std::atomic<int> runs = 0;
+  queue->async([&] { ++runs; });
+  EXPECT_TRUE(passUntil([&] { return runs == 1; }));
+  queue->end();
+  queue->end();
+  queue->async([&] { ++runs; });
+  queue->asyncAfter(1ms, [&] { ++runs; });
+  const auto timer = queue->makeTimer({.interval = 1ms}, [&] { ++runs; });
+  const auto event = queue->makeEventSource([&] { ++runs; });
+  event->signal();
+  pass(scheduler_->mainQueue(), 5ms);
+  EXPECT_EQ(runs, 1);
+}
+
 TEST_P(DispatchConformance, AQueueMayEndWhileItsTimerRuns) {
   for (int round = 0; round < 20; ++round) {
     auto queue = makeQueue();
