@@ -1,0 +1,87 @@
+#include "platform/desktop/microphone_permission.h"
+
+#include "platform/desktop/portal_watch.h"
+
+#include <QDBusConnection>
+#include <QString>
+#include <utility>
+
+namespace quorin::desktop {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto kRetryInterval = 2s;
+
+QDBusConnection connectTo(const std::string& address) {
+  if (address.empty()) return QDBusConnection::sessionBus();
+  const auto name = QString::fromStdString(address);
+  return QDBusConnection::connectToBus(name, name);
+}
+
+}  // namespace
+
+MicrophonePermission::MicrophonePermission(dispatch::Scheduler& scheduler, Options options)
+    : scheduler_(scheduler), options_(std::move(options)) {
+  facts_.sandboxed = options_.identity.sandboxed;
+  // Connecting waits for the bus, so it happens elsewhere.
+  auto connected = [this, alive = std::weak_ptr(alive_)](const QDBusConnection& bus) {
+    if (alive.expired()) return;
+    if (!bus.isConnected()) {
+      onPortalAnswers({});
+      return;
+    }
+    portal_ = std::make_unique<PortalWatch>(
+        bus, QString::fromStdString(options_.identity.applicationId),
+        [this](const PortalAnswers& answers) { onPortalAnswers(answers); });
+  };
+  scheduler_.utilityQueue().async(
+      [&main = scheduler_.mainQueue(), address = options_.busAddress, connected] {
+        main.async([bus = connectTo(address), connected] { connected(bus); });
+      });
+}
+
+MicrophonePermission::~MicrophonePermission() = default;
+
+void MicrophonePermission::requestAccess(dispatch::Task answered) {
+  waiting_.push_back(std::move(answered));
+  // Asking goes by way of a queue in both cases, so that the caller is never called back inside.
+  scheduler_.mainQueue().async(scope_, [this] { update(); });
+  askForRecording();
+}
+
+void MicrophonePermission::reportRecording(RecordAccess access) {
+  facts_.record = access;
+  update();
+}
+
+void MicrophonePermission::onPortalAnswers(const PortalAnswers& answers) {
+  const bool first = !std::exchange(facts_.portal, answers);
+  update();
+  if (first) askForRecording();
+}
+
+void MicrophonePermission::askForRecording() {
+  // Before the desktop has been heard it is not known whether anybody need be asked.
+  const bool pending = authorizationStatus(facts_) == AuthorizationStatus::kNotDetermined;
+  if (facts_.portal && pending && !waiting_.empty()) options_.tryToRecord();
+}
+
+void MicrophonePermission::update() {
+  const auto status = authorizationStatus(facts_);
+  status_.store(status, std::memory_order_release);
+  if (status != AuthorizationStatus::kNotDetermined) {
+    for (auto& answered : std::exchange(waiting_, {}))
+      scheduler_.mainQueue().async(std::move(answered));
+  }
+  if (facts_.record != RecordAccess::kRefused) {
+    retry_.reset();
+  } else if (!retry_) {
+    retry_ = scheduler_.mainQueue().makeTimer(
+        {.first = kRetryInterval, .interval = kRetryInterval, .leeway = 200ms},
+        [this] { options_.tryToRecord(); });
+  }
+}
+
+}  // namespace quorin::desktop

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "platform/desktop/microphone_rules.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QObject>
+#include <QString>
+#include <array>
+#include <functional>
+#include <optional>
+
+class QDBusPendingCallWatcher;
+
+namespace quorin::desktop {
+
+/// Asks the desktop what it holds about this program and the microphone, and again whenever it
+/// says that something changed. Confined to its thread, which runs an event loop; never waits.
+class PortalWatch : public QObject {
+  Q_OBJECT
+
+ public:
+  /// `onAnswers` is called when everybody has answered or failed to (within 2 s), then after
+  /// every change.
+  PortalWatch(const QDBusConnection& bus, QString applicationId,
+              std::function<void(const PortalAnswers&)> onAnswers);
+
+ private slots:
+  void onStoreChanged(const QString& table, const QString& id);
+  void onLockdownChanged();
+  void onOwnerChanged(const QString& service, const QString& oldOwner, const QString& newOwner);
+
+ private:
+  /// One question and its latest answer; an answer to an earlier asking is thrown away.
+  template <typename Answer>
+  struct Question {
+    std::optional<Answer> answer;
+    unsigned asked = 0;
+  };
+  template <typename Answer>
+  void ask(Question<Answer>& question, const QDBusMessage& call,
+           std::function<Answer(const QDBusMessage&)> read);
+
+  void subscribe();
+  void askStore();
+  void askLockdowns();
+  void tellIfChanged();
+
+  QDBusConnection bus_;
+  const QString applicationId_;
+  const std::function<void(const PortalAnswers&)> onAnswers_;
+  Question<StoredAnswer> stored_;
+  std::array<Question<bool>, 2> lockedDown_;  ///< one for each of the desktops that may know
+  std::optional<PortalAnswers> told_;
+};
+
+}  // namespace quorin::desktop
