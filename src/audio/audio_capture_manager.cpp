@@ -1,0 +1,64 @@
+#include "audio/audio_capture_manager.h"
+
+#include <string>
+#include <utility>
+
+namespace quorin::audio {
+
+AudioCaptureManager::AudioCaptureManager(dispatch::Scheduler& scheduler, Parts parts)
+    : scheduler_(scheduler),
+      parts_(std::move(parts)),
+      tapLog_(scheduler.utilityQueue(), parts_.print) {
+  parts_.engine->setInterruptionHandler(scheduler_.mainQueue(),
+                                        [this](const Error& error) { interrupted(error); });
+}
+
+AudioCaptureManager::~AudioCaptureManager() {
+  if (tap_) removeTap();
+}
+
+void AudioCaptureManager::startCapture() {
+  if (isCapturing_) return;
+  const auto frames = std::to_string(wire::kChunkFrames);
+  parts_.print("🎤 Formato ORIGINAL de entrada: " + describe(parts_.engine->inputFormat()));
+  parts_.print("🎯 Formato TARGET: " + describe(kTargetFormat));
+  parts_.print("⚡ Instalando tap con buffer de " + frames + " frames (" +
+               std::to_string(wire::kChunkDuration.count()) + ".00 ms)");
+
+  tap_ =
+      std::make_unique<CaptureTap>(CaptureTap::Surroundings{.clock = scheduler_,
+                                                            .makeConverter = parts_.makeConverter,
+                                                            .onAudioData = onAudioData_,
+                                                            .log = tapLog_});
+  parts_.engine->installTap(wire::kChunkFrames,
+                            [tap = tap_.get()](const BufferView& buffer) { tap->process(buffer); });
+  if (const auto started = parts_.engine->start(); !started) {
+    removeTap();
+    parts_.print("❌ Error iniciando motor: " + started.error().description);
+    return;
+  }
+  isCapturing_ = true;
+  parts_.print("✅ ✅ ✅ Motor de audio INICIADO con buffer de " + frames + " frames");
+}
+
+void AudioCaptureManager::stopCapture() {
+  if (!isCapturing_) return;
+  removeTap();
+  isCapturing_ = false;
+  parts_.print("⏹️ Captura detenida");
+}
+
+void AudioCaptureManager::removeTap() {
+  parts_.engine->removeTap();
+  parts_.engine->stop();
+  parts_.engine->reset();
+  tap_.reset();
+  tapLog_.flush();
+}
+
+void AudioCaptureManager::interrupted(const Error& error) {
+  parts_.print("⚠️ Captura interrumpida: " + error.description);
+  if (const auto handler = onInterrupted_) handler();  // a copy: it may destroy this object
+}
+
+}  // namespace quorin::audio

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "platform/audio/devices.h"
+#include "platform/audio/engine.h"
+#include "platform/dispatch/queue.h"
+
+#include <memory>
+
+namespace quorin::audio {
+
+/// Whether this program may record, as far as the audio server has said.
+enum class RecordingAccess {
+  kUnknown,  ///< not asked yet, or no server to ask
+  kGranted,  ///< a recording was started
+  kRefused,  ///< the connection or the last recording was refused for want of permission
+};
+
+/// The program's one connection to the audio server. Lives longer than its engines.
+///
+/// A server that is not there, or dies, is looked for again by itself, in growing steps of up to
+/// 4 s; until it is back there are no devices.
+class AudioServer {
+ public:
+  virtual ~AudioServer() = default;
+  AudioServer(const AudioServer&) = delete;
+  AudioServer& operator=(const AudioServer&) = delete;
+
+  /// The latest news, without asking the server. Any thread; never waits for the server.
+  virtual DefaultDevices defaultDevices() const = 0;
+  virtual RecordingAccess recordingAccess() const = 0;
+
+  /// `handler` runs on `queue` after `defaultDevices` or `recordingAccess` changed; changes that
+  /// follow each other closely coalesce. One handler at a time; called on `queue`.
+  virtual void setChangeHandler(dispatch::Queue& queue, dispatch::Task handler) = 0;
+
+  virtual std::unique_ptr<AudioEngine> makeEngine() = 0;
+
+ protected:
+  AudioServer() = default;
+};
+
+/// The user's server: PulseAudio, or PipeWire's stand-in for it (`PULSE_SERVER` is honoured).
+/// Returns at once; the connection comes about on a thread of its own.
+std::unique_ptr<AudioServer> connectToAudioServer();
+
+}  // namespace quorin::audio

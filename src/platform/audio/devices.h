@@ -1,0 +1,27 @@
+#pragma once
+
+#include "platform/audio/format.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace quorin::audio {
+
+/// One device as the audio server describes it. A sink's monitor is a source like any other.
+struct Device {
+  std::uint32_t number = 0;         ///< 0: there is none; else the server's index + 1
+  std::optional<std::string> name;  ///< as people read it; none where it cannot be read
+  Format format;                    ///< the device's own
+
+  bool operator==(const Device&) const = default;
+};
+
+struct DefaultDevices {
+  Device output;  ///< the default sink
+  Device input;   ///< the default source
+
+  bool operator==(const DefaultDevices&) const = default;
+};
+
+}  // namespace quorin::audio

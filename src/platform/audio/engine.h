@@ -1,0 +1,64 @@
+#pragma once
+
+#include "platform/audio/format.h"
+#include "platform/dispatch/queue.h"
+
+#include <cstddef>
+#include <expected>
+#include <functional>
+#include <string>
+
+namespace quorin::audio {
+
+struct Error {
+  std::string description;  ///< a sentence without its full stop: what happened, what to do
+};
+
+/// Records from the default input device, and goes on from its successor when the default
+/// changes. Confined to the queue that made it, but for the tap.
+///
+/// Idle -> installTap -> start -> running -> (removeTap, stop, reset) -> idle.
+class AudioEngine {
+ public:
+  /// Runs on the audio server's thread, never concurrently with itself, once per block; must not
+  /// wait, allocate in steady state, or call the engine.
+  using TapHandler = std::move_only_function<void(const BufferView&)>;
+  using InterruptionHandler = std::move_only_function<void(const Error&)>;
+
+  virtual ~AudioEngine() = default;
+  AudioEngine(const AudioEngine&) = delete;
+  AudioEngine& operator=(const AudioEngine&) = delete;
+
+  /// The default input device's own format; `!exists()` when there is no device or no server.
+  /// Waits at most 0.5 s, for the first answer of a server that has just been found.
+  virtual Format inputFormat() = 0;
+
+  /// At most one tap; before `start`. `frames` is the length wanted of a block, counted at 44100
+  /// frames a second: blocks hold the input's own number of frames of that length (960 for 882 at
+  /// 48000 Hz), or of twice that length where only that is a whole number. An input that has
+  /// neither is recorded at 48000 Hz. A block's format never changes while the engine runs.
+  virtual void installTap(std::size_t frames, TapHandler handler) = 0;
+
+  /// When this returns the handler does not run and will not run again.
+  virtual void removeTap() = 0;
+
+  /// Waits for the server's answer, at most 0.5 s, and the same again for a server that has just
+  /// been found. Already running: nothing happens.
+  virtual std::expected<void, Error> start() = 0;
+
+  /// When this returns no block is delivered any more. Idle: nothing happens.
+  virtual void stop() = 0;
+
+  /// Forgets sound that was recorded and not yet delivered.
+  virtual void reset() = 0;
+
+  /// `handler` runs on `queue` (the engine's own) when the server dies or ends the recording while
+  /// the engine runs; not after `stop`. The engine delivers nothing more until stopped and started
+  /// again.
+  virtual void setInterruptionHandler(dispatch::Queue& queue, InterruptionHandler handler) = 0;
+
+ protected:
+  AudioEngine() = default;
+};
+
+}  // namespace quorin::audio

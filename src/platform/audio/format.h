@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+
+namespace quorin::audio {
+
+/// How sound is sampled. Samples are always 32-bit float, interleaved, in the machine's byte
+/// order. Channels 0 means that there is nothing to sample.
+struct Format {
+  unsigned sampleRate = 0;  ///< frames a second
+  unsigned channels = 0;
+
+  bool exists() const { return sampleRate != 0 && channels != 0; }
+  bool operator==(const Format&) const = default;
+};
+
+/// For log lines: "2 ch, 48000 Hz, Float32, interleaved".
+std::string describe(const Format& format);
+
+/// Borrowed sound: whole frames, `format.channels` samples each.
+struct BufferView {
+  std::span<const float> samples;
+  Format format;
+
+  std::size_t frames() const { return format.channels == 0 ? 0 : samples.size() / format.channels; }
+};
+
+/// The frames at `sampleRate` that last exactly as long as `frames` or twice `frames` do at
+/// `targetRate`; none when no such whole number exists. Blocks of that length convert to a whole
+/// number of target frames, so that a converter fed with them never keeps a remainder.
+std::optional<std::size_t> wholeBlockFrames(unsigned sampleRate, std::size_t frames,
+                                            unsigned targetRate);
+
+}  // namespace quorin::audio

@@ -1,0 +1,88 @@
+#pragma once
+
+#include <pulse/pulseaudio.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace quorin::audio {
+
+/// What others do when the connection comes and goes; on the audio server's thread, locked.
+class PulseConnectionListener {
+ public:
+  virtual ~PulseConnectionListener() = default;
+  virtual void connected(pa_context* context) = 0;
+  virtual void disconnected(int error) = 0;  ///< also after each attempt that failed
+};
+
+/// The thread that speaks with the audio server, and a connection that renews itself.
+///
+/// libpulse calls back on that thread with the lock held; everybody else holds a `Lock` while
+/// touching anything of libpulse. The thread gives the lock up only to sleep, so what runs on it
+/// must be short.
+class PulseConnection {
+ public:
+  explicit PulseConnection(PulseConnectionListener& listener);
+  ~PulseConnection();
+  PulseConnection(const PulseConnection&) = delete;
+  PulseConnection& operator=(const PulseConnection&) = delete;
+
+  /// Never on the audio server's thread.
+  class Lock {
+   public:
+    explicit Lock(const PulseConnection& connection) : mainloop_(connection.mainloop_.get()) {
+      ::pa_threaded_mainloop_lock(mainloop_);
+    }
+    ~Lock() { ::pa_threaded_mainloop_unlock(mainloop_); }
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+
+   private:
+    pa_threaded_mainloop* mainloop_;
+  };
+
+  // The rest with the lock held.
+
+  /// The connection that is ready for use; null while there is none.
+  pa_context* ready() const { return phase_ == Phase::kReady ? context_.get() : nullptr; }
+  bool isConnecting() const { return phase_ == Phase::kConnecting; }
+
+  /// Looks for the server now instead of at the next step. Only has an effect while waiting.
+  void retryNow();
+
+  /// Wakes `waitUntil`.
+  void changed() { ::pa_threaded_mainloop_signal(mainloop_.get(), 0); }
+
+  /// Gives the lock up until `condition` holds or `limit` has passed; false in the latter case.
+  bool waitUntil(std::chrono::milliseconds limit, const std::function<bool()>& condition);
+
+ private:
+  enum class Phase { kConnecting, kReady, kWaiting };
+
+  struct FreeMainloop {
+    void operator()(pa_threaded_mainloop* mainloop) const { ::pa_threaded_mainloop_free(mainloop); }
+  };
+  struct DropContext {
+    void operator()(pa_context* context) const;
+  };
+
+  void connect();
+  void contextStateChanged();
+  void lost();
+  pa_time_event* callAfter(std::chrono::microseconds delay, pa_time_event_cb_t callback,
+                           void* userdata);
+  void cancel(pa_time_event* event);
+
+  PulseConnectionListener& listener_;
+  std::unique_ptr<pa_threaded_mainloop, FreeMainloop> mainloop_;
+  /// Never null while the thread runs: the last one stays until the next attempt, because timers
+  /// are made through it.
+  std::unique_ptr<pa_context, DropContext> context_;
+  Phase phase_ = Phase::kWaiting;
+  std::chrono::milliseconds backoff_;
+  pa_time_event* retryTimer_ = nullptr;
+};
+
+}  // namespace quorin::audio

@@ -1,0 +1,73 @@
+#include "platform/audio/pulse_server.h"
+
+#include "platform/audio/pulse_engine.h"
+
+namespace quorin::audio {
+
+PulseServer::PulseServer()
+    : devices_([this](const DefaultDevices& devices) { publishDevices(devices); }),
+      connection_(*this) {}
+
+DefaultDevices PulseServer::defaultDevices() const {
+  const dispatch::Lock lock(mutex_);
+  return news_.devices;
+}
+
+RecordingAccess PulseServer::recordingAccess() const {
+  const dispatch::Lock lock(mutex_);
+  return news_.access;
+}
+
+void PulseServer::setChangeHandler(dispatch::Queue& queue, dispatch::Task handler) {
+  auto source = queue.makeEventSource(std::move(handler));
+  {
+    const dispatch::Lock lock(mutex_);
+    changeSource_.swap(source);
+  }
+}
+
+std::unique_ptr<AudioEngine> PulseServer::makeEngine() {
+  return std::make_unique<PulseEngine>(*this);
+}
+
+bool PulseServer::waitForDevices(std::chrono::milliseconds limit) {
+  connection_.retryNow();
+  connection_.waitUntil(limit, [this] {
+    return devices_.areKnown() || (connection_.ready() == nullptr && !connection_.isConnecting());
+  });
+  return devices_.areKnown();
+}
+
+void PulseServer::noteRecordingAccess(RecordingAccess access) {
+  publish([access](News& news) { news.access = access; });
+}
+
+void PulseServer::connected(pa_context* context) {
+  devices_.connected(context);
+}
+
+void PulseServer::disconnected(int error) {
+  // A refusal holds until a server says otherwise; with no server there is nothing to say.
+  noteRecordingAccess(error == PA_ERR_ACCESS ? RecordingAccess::kRefused
+                                             : RecordingAccess::kUnknown);
+  devices_.disconnected();
+}
+
+void PulseServer::publishDevices(const DefaultDevices& devices) {
+  publish([&devices](News& news) { news.devices = devices; });
+  connection_.changed();
+}
+
+template <typename Change>
+void PulseServer::publish(Change change) {
+  const dispatch::Lock lock(mutex_);
+  const auto before = news_;
+  change(news_);
+  if (changeSource_ && news_ != before) changeSource_->signal();
+}
+
+std::unique_ptr<AudioServer> connectToAudioServer() {
+  return std::make_unique<PulseServer>();
+}
+
+}  // namespace quorin::audio
