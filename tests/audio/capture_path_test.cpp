@@ -1,0 +1,155 @@
+#include "audio/capture_fixture.h"
+#include "support/allocation_count.h"
+#include "support/sine_fit.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <numbers>
+#include <span>
+
+/// The whole way of the sound through capture, with the system's converter, in simulated time.
+namespace quorin::test {
+namespace {
+
+using audio::Format;
+using namespace std::chrono_literals;
+
+/// Cuts a made-up signal into the blocks that the engine would deliver.
+class CapturePathTest : public CaptureTest {
+ protected:
+  CapturePathTest() {
+    createManager();
+    manager_->setOnAudioData([this](wire::AudioChunkView chunk) {
+      ++chunkCount_;
+      if (onChunk_) onChunk_(chunk);
+    });
+  }
+
+  /// Captures `duration` at the pace of the clock: over and over the one second whose mono frames
+  /// are `sampleAt(frame)`, the same in every channel.
+  void capture(std::chrono::milliseconds duration, auto&& sampleAt) {
+    const auto [rate, channels] = engine_->format;
+    std::vector<float> second(std::size_t{rate} * channels);
+    for (std::size_t i = 0; i < second.size(); ++i) second[i] = sampleAt(i / channels);
+
+    const auto frames = audio::wholeBlockFrames(rate, 882, 44100).value();
+    const auto blockDuration = std::chrono::milliseconds(1000 * frames / rate);
+    for (std::chrono::milliseconds passed{0}; passed < duration; passed += blockDuration) {
+      scheduler_.advance(blockDuration);
+      const auto block = std::span(second).subspan(nextFrame_ * channels, frames * channels);
+      nextFrame_ = (nextFrame_ + frames) % rate;
+      engine_->deliver({.samples = block, .format = engine_->format});
+    }
+    scheduler_.runPending();
+  }
+
+  std::size_t nextFrame_ = 0;  ///< of the second
+  std::uint64_t chunkCount_ = 0;
+  std::function<void(wire::AudioChunkView)> onChunk_;
+};
+
+class CaptureFormatsTest : public CapturePathTest, public testing::WithParamInterface<Format> {};
+
+TEST_P(CaptureFormatsTest, EveryBlockGivesItsChunksAtOnceAndTheSignalIsWhole) {
+  engine_->format = GetParam();
+  std::vector<float> heard;
+  onChunk_ = [&](wire::AudioChunkView chunk) {
+    heard.insert(heard.end(), chunk.begin(), chunk.end());
+  };
+  startQuietly();
+  const double step = 2 * std::numbers::pi * 1000.0 / GetParam().sampleRate;
+  const auto sine = [&](std::size_t frame) {
+    return static_cast<float>(0.5 * std::sin(step * static_cast<double>(frame)));
+  };
+  capture(40ms, sine);
+  EXPECT_EQ(chunkCount_, 2U);  // none is held back for the block after its own
+  capture(960ms, sine);
+  EXPECT_EQ(chunkCount_, 50U);
+  EXPECT_THAT(takeLines().back(), testing::StartsWith("⚡ FPS: 50 |"));
+
+  heard.erase(heard.begin(), heard.begin() + 882);
+  const auto fit = fitSine(heard, 1000, 44100);
+  EXPECT_NEAR(fit.level, 0.5, 1e-3);
+  EXPECT_LT(fit.worstDeviation, 1e-3);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, CaptureFormatsTest,
+                         testing::Values(Format{44100, 1}, Format{44100, 2}, Format{44100, 6},
+                                         Format{48000, 1}, Format{48000, 2}, Format{48000, 6},
+                                         Format{96000, 1}, Format{96000, 2}, Format{96000, 6},
+                                         Format{22050, 1}, Format{22050, 2}, Format{22050, 6},
+                                         Format{11025, 1}, Format{11025, 2}, Format{11025, 6},
+                                         Format{8000, 1}, Format{8000, 2}, Format{8000, 6}),
+                         [](const auto& test) {
+                           return std::to_string(test.param.sampleRate) + "x" +
+                                  std::to_string(test.param.channels);
+                         });
+
+/// A count that starts again each second: after `delay` frames, sample i of the output is count
+/// i x 48000 / 44100. A frame lost or doubled anywhere shifts all that follows it.
+TEST_F(CapturePathTest, AnHourAt48000LosesAndDoublesNothing) {
+  engine_->format = {.sampleRate = 48000, .channels = 1};
+  std::vector<double> delays;
+  onChunk_ = [&](wire::AudioChunkView chunk) {
+    // Chunk 25 of each second lies in the middle of the count, far from its fall to zero.
+    const auto second = (chunkCount_ - 1) / 50;
+    if ((chunkCount_ - 1) % 50 != 25 || second == 0) return;
+    for (const std::size_t i : {std::size_t{0}, chunk.size() - 1}) {
+      delays.push_back(static_cast<double>(25 * 882 + i) * 48000 / 44100 - chunk[i]);
+    }
+  };
+  startQuietly();
+  capture(1h, [](std::size_t frame) { return static_cast<float>(frame); });
+
+  EXPECT_EQ(chunkCount_, 3600U * 50U);
+  ASSERT_EQ(delays.size(), 2U * 3599U);
+  const auto [least, most] = std::ranges::minmax(delays);
+  EXPECT_LT(most - least, 0.1);
+  EXPECT_GE(least, 0);
+  EXPECT_LT(most, 96);  // frames: 2 ms
+  const auto lines = takeLines();
+  EXPECT_EQ(lines.size(), 1U + 3600U);
+  EXPECT_TRUE(std::all_of(lines.begin() + 1, lines.end(),
+                          [](const auto& line) { return line.contains("FPS: 50 |"); }));
+}
+
+TEST_F(CapturePathTest, AMinuteAt44100IsTheSameToTheBit) {
+  engine_->format = {.sampleRate = 44100, .channels = 1};
+  std::uint64_t expected = 0;
+  std::uint64_t wrong = 0;
+  onChunk_ = [&](wire::AudioChunkView chunk) {
+    for (const float sample : chunk) {
+      if (sample != static_cast<float>(expected++ % 44100)) ++wrong;
+    }
+  };
+  startQuietly();
+  capture(60s, [](std::size_t frame) { return static_cast<float>(frame); });
+  EXPECT_EQ(wrong, 0U);
+  EXPECT_EQ(expected, 60U * 44100U);
+}
+
+TEST_F(CapturePathTest, AllocatesNothingInSteadyState) {
+  if (!allocationsAreCounted()) GTEST_SKIP() << "a sanitizer has its own allocator";
+  for (const auto format : {Format{48000, 2}, Format{44100, 1}, Format{8000, 6}}) {
+    engine_->format = format;
+    startQuietly();
+    const std::vector<float> block(
+        *audio::wholeBlockFrames(format.sampleRate, 882, 44100) * format.channels, 0.1F);
+    const audio::BufferView buffer{.samples = block, .format = format};
+    engine_->deliver(buffer);  // makes the converter
+    scheduler_.runPending();
+    for (int second = 0; second < 3; ++second) {
+      scheduler_.advance(1s);
+      const auto before = allocationsOfThisThread();
+      for (int i = 0; i < 50; ++i) engine_->deliver(buffer);  // with a statistics line
+      EXPECT_EQ(allocationsOfThisThread() - before, 0U) << format.sampleRate;
+      scheduler_.runPending();
+    }
+    EXPECT_TRUE(lines_.back().starts_with("⚡ FPS")) << lines_.back();
+    manager_->stopCapture();
+  }
+}
+
+}  // namespace
+}  // namespace quorin::test

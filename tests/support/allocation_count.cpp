@@ -1,0 +1,74 @@
+#include "support/allocation_count.h"
+
+#include <cerrno>
+#include <cstdlib>
+
+namespace {
+
+constinit thread_local std::size_t allocations = 0;
+
+}  // namespace
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define QUORIN_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define QUORIN_SANITIZED 1
+#endif
+#endif
+
+#ifndef QUORIN_SANITIZED
+
+// The C library lets a program replace these; its own stay reachable under the second names.
+// `operator new` of libstdc++ calls them too.
+extern "C" {
+
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* block, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
+
+void* malloc(std::size_t size) {
+  ++allocations;
+  return __libc_malloc(size);
+}
+
+void* calloc(std::size_t count, std::size_t size) {
+  ++allocations;
+  return __libc_calloc(count, size);
+}
+
+void* realloc(void* block, std::size_t size) {
+  ++allocations;
+  return __libc_realloc(block, size);
+}
+
+void* aligned_alloc(std::size_t alignment, std::size_t size) {
+  ++allocations;
+  return __libc_memalign(alignment, size);
+}
+
+int posix_memalign(void** block, std::size_t alignment, std::size_t size) {
+  ++allocations;
+  *block = __libc_memalign(alignment, size);
+  return *block != nullptr ? 0 : ENOMEM;
+}
+}
+
+#endif
+
+namespace quorin::test {
+
+std::size_t allocationsOfThisThread() {
+  return allocations;
+}
+
+bool allocationsAreCounted() {
+#ifdef QUORIN_SANITIZED
+  return false;
+#else
+  return true;
+#endif
+}
+
+}  // namespace quorin::test

@@ -1,0 +1,86 @@
+#include "support/child_process.h"
+
+#include "support/eventually.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <sstream>
+#include <utility>
+
+namespace quorin::test {
+namespace {
+
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (auto& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+}  // namespace
+
+ChildProcess::ChildProcess(const Command& command) {
+  auto arguments = command.arguments;
+  auto argv = pointersTo(arguments);
+  std::vector<std::string> environment = command.environment;
+  for (char** entry = environ; *entry != nullptr; ++entry) environment.emplace_back(*entry);
+  auto envp = pointersTo(environment);  // of two with one name, the first counts
+  const std::string output = command.output.empty() ? "/dev/null" : command.output.string();
+
+  pid_ = ::fork();
+  if (pid_ != 0) return;
+  // Only what is safe between fork and exec in a program with threads.
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  const int log = ::open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+  ::dup2(log, STDOUT_FILENO);
+  ::dup2(log, STDERR_FILENO);
+  ::execvpe(argv[0], argv.data(), envp.data());
+  ::_exit(127);
+}
+
+ChildProcess::ChildProcess(ChildProcess&& other) noexcept : pid_(std::exchange(other.pid_, -1)) {}
+
+ChildProcess& ChildProcess::operator=(ChildProcess&& other) noexcept {
+  std::swap(pid_, other.pid_);
+  return *this;
+}
+
+bool ChildProcess::isRunning() {
+  if (pid_ > 0 && ::waitpid(pid_, nullptr, WNOHANG) == pid_) pid_ = -1;
+  return pid_ > 0;
+}
+
+void ChildProcess::kill() {
+  if (pid_ <= 0) return;
+  ::kill(pid_, SIGKILL);
+  ::waitpid(pid_, nullptr, 0);
+  pid_ = -1;
+}
+
+int ChildProcess::wait() {
+  int status = 0;
+  const bool ended = eventually([&] { return ::waitpid(pid_, &status, WNOHANG) == pid_; });
+  if (!ended) {
+    kill();
+    return -1;
+  }
+  pid_ = -1;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+bool hasProgram(const std::string& name) {
+  const char* path = std::getenv("PATH");
+  std::istringstream folders(path != nullptr ? path : "");
+  for (std::string folder; std::getline(folders, folder, ':');) {
+    if (::access((folder + "/" + name).c_str(), X_OK) == 0) return true;
+  }
+  return false;
+}
+
+}  // namespace quorin::test

@@ -1,0 +1,138 @@
+#include "support/private_audio.h"
+
+#include "support/eventually.h"
+
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <numbers>
+#include <sstream>
+
+namespace quorin::test {
+namespace {
+
+std::filesystem::path makeFolder() {
+  auto pattern = (std::filesystem::temp_directory_path() / "quorin-audio-XXXXXX").string();
+  return ::mkdtemp(pattern.data()) != nullptr ? std::filesystem::path(pattern)
+                                              : std::filesystem::path();
+}
+
+}  // namespace
+
+PrivateAudioServer::PrivateAudioServer() : folder_(makeFolder()) {
+  environment_ = {"XDG_RUNTIME_DIR=" + folder_.string(), "HOME=" + folder_.string(),
+                  "XDG_CONFIG_HOME=" + folder_.string(), "XDG_STATE_HOME=" + folder_.string()};
+}
+
+PrivateAudioServer::~PrivateAudioServer() {
+  kill();
+  std::error_code ignored;
+  std::filesystem::remove_all(folder_, ignored);
+}
+
+bool PrivateAudioServer::start() {
+  launch();
+  return eventually([this] { return pactl({"info"}); });
+}
+
+bool PrivateAudioServer::addNullSink(const std::string& name, const std::string& description,
+                                     const std::string& parameters) {
+  std::vector<std::string> arguments{
+      "load-module", "module-null-sink", "sink_name=" + name,
+      "sink_properties='device.description=\"" + description + "\"'"};
+  std::istringstream words(parameters);
+  for (std::string word; words >> word;) arguments.push_back(word);
+  return pactl(arguments);
+}
+
+bool PrivateAudioServer::pactl(std::vector<std::string> arguments) const {
+  arguments.insert(arguments.begin(), "pactl");
+  return ChildProcess({.arguments = std::move(arguments),
+                       .environment = environment_,
+                       .output = folder_ / "pactl.log"})
+             .wait() == 0;
+}
+
+ChildProcess PrivateAudioServer::play(const Sine& sine) const {
+  const auto file = folder_ / ("sine-" + std::to_string(sine.frequency) + ".raw");
+  std::ofstream raw(file, std::ios::binary);
+  const auto step = 2 * std::numbers::pi * sine.frequency / sine.rate;
+  for (unsigned frame = 0; frame < sine.rate * static_cast<unsigned>(sine.seconds); ++frame) {
+    const auto sample = static_cast<float>(sine.level * std::sin(step * frame));
+    for (unsigned channel = 0; channel < sine.channels; ++channel) {
+      raw.write(reinterpret_cast<const char*>(&sample), sizeof sample);
+    }
+  }
+  raw.close();
+  return ChildProcess({.arguments = {"pacat", "--playback", "--raw", "--format=float32le",
+                                     "--rate=" + std::to_string(sine.rate),
+                                     "--channels=" + std::to_string(sine.channels),
+                                     "--latency-msec=" + std::to_string(sine.latencyMilliseconds),
+                                     "--device=" + sine.sink, file.string()},
+                       .environment = environment_,
+                       .output = folder_ / "pacat.log"});
+}
+
+void PrivateAudioServer::useInThisProcess() const {
+  for (const auto& entry : environment_) {
+    const auto equals = entry.find('=');
+    ::setenv(entry.substr(0, equals).c_str(), entry.substr(equals + 1).c_str(), 1);
+  }
+}
+
+std::string PrivateAudioServer::output() const {
+  std::ostringstream all;
+  for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
+    if (entry.path().extension() != ".log") continue;
+    all << "== " << entry.path().filename().string() << '\n'
+        << std::ifstream(entry.path()).rdbuf() << '\n';
+  }
+  return all.str();
+}
+
+PrivatePulse::PrivatePulse() {
+  environment_.push_back("PULSE_SERVER=unix:" + (folder_ / "native").string());
+}
+
+void PrivatePulse::launch() {
+  std::error_code ignored;
+  std::filesystem::remove(folder_ / "native", ignored);  // left behind by one that was killed
+  processes_.emplace_back(
+      ChildProcess::Command{.arguments = {"pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no",
+                                          "--exit-idle-time=-1", "-L",
+                                          "module-native-protocol-unix auth-anonymous=1 socket=" +
+                                              (folder_ / "native").string()},
+                            .environment = environment_,
+                            .output = folder_ / "pulseaudio.log"});
+}
+
+bool PrivatePipeWire::isInstalled() {
+  return hasProgram("pipewire") && hasProgram("wireplumber") && hasProgram("pipewire-pulse") &&
+         hasProgram("dbus-daemon") && hasProgram("pactl");
+}
+
+PrivatePipeWire::PrivatePipeWire() {
+  environment_.push_back("PULSE_SERVER=unix:" + (folder_ / "pulse/native").string());
+  environment_.push_back("DBUS_SESSION_BUS_ADDRESS=unix:path=" + (folder_ / "bus").string());
+  environment_.emplace_back("DISPLAY=");
+}
+
+void PrivatePipeWire::launch() {
+  const auto run = [this](std::vector<std::string> arguments) {
+    const auto log = folder_ / (arguments.front() + ".log");
+    processes_.emplace_back(ChildProcess::Command{
+        .arguments = std::move(arguments), .environment = environment_, .output = log});
+  };
+  run({"dbus-daemon", "--session", "--nofork",
+       "--address=unix:path=" + (folder_ / "bus").string()});
+  eventually([this] { return std::filesystem::exists(folder_ / "bus"); });
+  run({"pipewire"});
+  eventually([this] { return std::filesystem::exists(folder_ / "pipewire-0"); });
+  run({"wireplumber"});
+  run({"pipewire-pulse"});
+}
+
+}  // namespace quorin::test

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "support/child_process.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+/// Audio servers of the test's own, which nobody hears and which disturb nobody.
+namespace quorin::test {
+
+/// An audio server with its runtime folder, and the environment that leads to it.
+class PrivateAudioServer {
+ public:
+  virtual ~PrivateAudioServer();
+  PrivateAudioServer(const PrivateAudioServer&) = delete;
+  PrivateAudioServer& operator=(const PrivateAudioServer&) = delete;
+
+  /// Starts the server and waits until it answers; false when it does not within 10 s, then
+  /// `output` tells why.
+  bool start();
+  /// SIGKILL.
+  void kill() { processes_.clear(); }
+
+  /// Adds a sink that nobody hears; its monitor is the source "NAME.monitor".
+  bool addNullSink(const std::string& name, const std::string& description,
+                   const std::string& parameters = {});
+  bool setDefaultSource(const std::string& name) { return pactl({"set-default-source", name}); }
+  bool setDefaultSink(const std::string& name) { return pactl({"set-default-sink", name}); }
+  bool pactl(std::vector<std::string> arguments) const;
+
+  /// Plays `seconds` of a mono sine into a sink, through a player that buffers `latency` ms.
+  struct Sine {
+    double frequency = 440;
+    double level = 0.5;  ///< peak
+    unsigned rate = 48000;
+    unsigned channels = 2;
+    int seconds = 5;
+    int latencyMilliseconds = 20;
+    std::string sink;
+  };
+  ChildProcess play(const Sine& sine) const;
+
+  /// What the test's own process needs in its environment: "NAME=value".
+  const std::vector<std::string>& environment() const { return environment_; }
+  void useInThisProcess() const;
+
+  std::string output() const;
+
+ protected:
+  PrivateAudioServer();
+
+  virtual void launch() = 0;
+
+  std::filesystem::path folder_;
+  std::vector<std::string> environment_;
+  std::vector<ChildProcess> processes_;  ///< those that make up the server
+};
+
+class PrivatePulse : public PrivateAudioServer {
+ public:
+  static bool isInstalled() { return hasProgram("pulseaudio") && hasProgram("pactl"); }
+  PrivatePulse();
+
+ private:
+  void launch() override;
+};
+
+class PrivatePipeWire : public PrivateAudioServer {
+ public:
+  static bool isInstalled();
+  PrivatePipeWire();
+
+ private:
+  void launch() override;
+};
+
+}  // namespace quorin::test
