@@ -7,6 +7,8 @@
 namespace quorin::app {
 
 using namespace std::chrono_literals;
+using audio::DefaultDevices;
+using audio::Routing;
 using desktop::AuthorizationStatus;
 
 namespace {
@@ -92,7 +94,7 @@ void GuardFlow::setupAudioCheckFlow() {
 
 void GuardFlow::runDeviceCheck() {
   state_.checking = false;
-  if (const Routing routing = this->routing(); !routing.devicesRight()) {
+  if (const Routing routing = this->routing(); !routing.isRight()) {
     showGuard(routing, PollKind::kCheckFlow);
   } else {
     passGuard();
@@ -103,7 +105,7 @@ void GuardFlow::showGuard(const Routing& routing, PollKind kind) {
   screens_.leavePages();
   // A guard that is already up keeps its text, so that it does not change under the reader's eyes
   // while the devices are put right one by one.
-  if (!std::exchange(state_.guard, true)) state_.text = guardTextFor(routing);
+  if (!std::exchange(state_.guard, true)) state_.textKey = audio::guardTextKey(routing).value();
   refreshAudioGuardStatus();
   if (audioGuardTimer_) return;
   audioGuardTimer_ = std::make_unique<MainPoll>(
@@ -121,7 +123,7 @@ void GuardFlow::passGuard() {
 void GuardFlow::onGuardPoll(PollKind kind) {
   if (kind == PollKind::kCheckFlow && !microphoneAuthorized()) {
     showMicDeniedOverlay();
-  } else if (routing().devicesRight()) {
+  } else if (routing().isRight()) {
     passGuard();
   } else {
     refreshAudioGuardStatus();
@@ -129,7 +131,10 @@ void GuardFlow::onGuardPoll(PollKind kind) {
 }
 
 void GuardFlow::refreshAudioGuardStatus() {
-  state_.status = guardStatusOf(inputs_->defaultDevices());
+  const DefaultDevices devices = inputs_->defaultDevices();
+  const Routing routing = audio::routingOf(devices);
+  state_.output = {.right = routing.outOK, .name = audio::currentDeviceName(devices.output)};
+  state_.input = {.right = routing.inOK, .name = audio::currentDeviceName(devices.input)};
   screens_.apply(state_);
 }
 
@@ -167,7 +172,7 @@ void GuardFlow::applyGuardPriority() {
     return;
   }
   state_.microphone = false;
-  if (const Routing routing = this->routing(); !routing.devicesRight()) {
+  if (const Routing routing = this->routing(); !routing.isRight()) {
     showGuard(routing, PollKind::kCheckFlow);
   } else {
     passGuard();
@@ -183,14 +188,14 @@ void GuardFlow::startAudioDefaultWatch() {
         const DefaultDevices devices = inputs->defaultDevices();
         const auto before = std::exchange(last, numbersOf(devices));
         if (last == before) return;
-        hop([this, routing = routingOf(devices)] { onDefaultDevicesChanged(routing); });
+        hop([this, routing = audio::routingOf(devices)] { onDefaultDevicesChanged(routing); });
       });
 }
 
 void GuardFlow::onDefaultDevicesChanged(const Routing& routing) {
   if (!microphoneAuthorized()) {
     showMicDeniedOverlay();
-  } else if (!routing.devicesRight()) {
+  } else if (!routing.isRight()) {
     screens_.stopAllSessionsForAudioChange();
     showGuard(routing, PollKind::kDeviceChange);
   }

@@ -1,14 +1,23 @@
 #pragma once
 
-#include "app/guard_rules.h"
+#include "audio/device_guard.h"
+#include "platform/audio/devices.h"
 #include "platform/desktop/authorization_status.h"
 #include "platform/dispatch/scheduler.h"
 
-#include <cstdint>
 #include <memory>
-#include <optional>
+#include <string>
+#include <string_view>
 
 namespace quorin::app {
+
+/// One of the guard's status lines: green where the device is right, orange where it is not.
+struct DeviceStatus {
+  bool right = false;
+  std::string name;  ///< as the line shows it
+
+  bool operator==(const DeviceStatus&) const = default;
+};
 
 /// What the guard decides by: the latest news of the audio server and of the desktop, which
 /// somebody else keeps fresh. Any thread; never waits.
@@ -16,7 +25,7 @@ class GuardInputs {
  public:
   virtual ~GuardInputs() = default;
 
-  virtual DefaultDevices defaultDevices() const = 0;
+  virtual audio::DefaultDevices defaultDevices() const = 0;
   virtual desktop::AuthorizationStatus microphoneStatus() const = 0;
 
   /// Asks for the microphone. `answered` runs on the main queue once `microphoneStatus` tells the
@@ -31,8 +40,9 @@ struct GuardState {
   bool guard = false;
   bool microphone = false;
 
-  GuardText text = GuardText::kBoth;  ///< chosen when the guard came up, kept while it is up
-  GuardStatus status;                 ///< as of the last refresh
+  std::string_view textKey;  ///< chosen when the guard came up, kept while it is up
+  DeviceStatus output;       ///< as of the last refresh, like `input`
+  DeviceStatus input;
 
   bool nothingInFront() const { return !checking && !guard && !microphone; }
   bool operator==(const GuardState&) const = default;
@@ -95,16 +105,16 @@ class GuardFlow {
   class MainPoll;
 
   bool microphoneAuthorized() const;
-  Routing routing() const { return routingOf(inputs_->defaultDevices()); }
+  audio::Routing routing() const { return audio::routingOf(inputs_->defaultDevices()); }
 
   void runDeviceCheck();
-  void showGuard(const Routing& routing, PollKind kind);
+  void showGuard(const audio::Routing& routing, PollKind kind);
   void passGuard();
   void onGuardPoll(PollKind kind);
   void startMicStatusWatch();
   void onMicrophoneAllowed();
   void onMicrophoneAnswer();
-  void onDefaultDevicesChanged(const Routing& routing);
+  void onDefaultDevicesChanged(const audio::Routing& routing);
 
   dispatch::Scheduler& scheduler_;
   const std::shared_ptr<GuardInputs> inputs_;

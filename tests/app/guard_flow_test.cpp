@@ -10,13 +10,19 @@ namespace quorin::app {
 namespace {
 
 using namespace std::chrono_literals;
+using audio::DefaultDevices;
+using audio::Device;
 using desktop::AuthorizationStatus;
 using dispatch::SimulatedScheduler;
 
-const Device kVirtual{.number = 4, .name = "Quorin Audio"};
-const Device kOtherVirtual{.number = 5, .name = "Quorin Audio 2"};
-const Device kSpeaker{.number = 1, .name = "Built-in Audio"};
+const Device kVirtual{.number = 4, .name = "Quorin Audio", .format = {}};
+const Device kOtherVirtual{.number = 5, .name = "Quorin Audio 2", .format = {}};
+const Device kSpeaker{.number = 1, .name = "Built-in Audio", .format = {}};
 const Device kNone{};
+
+constexpr auto kAsksForBoth = "audio.guard.text.both";
+constexpr auto kAsksForOutput = "audio.guard.text.out";
+constexpr auto kAsksForInput = "audio.guard.text.in";
 
 struct StandInInputs : GuardInputs {
   DefaultDevices devices{.output = kVirtual, .input = kVirtual};
@@ -118,32 +124,27 @@ TEST_F(GuardFlowTest, WithoutAContentViewNothingHappens) {
 }
 
 TEST_F(GuardFlowTest, TheCheckShowsWhatIsWrong) {
-  const Device unreadable{.number = 3, .name = std::nullopt};
+  const Device unreadable{.number = 3, .name = std::nullopt, .format = {}};
   const struct {
     Device output, input;
-    GuardText text;
-    GuardStatus status;
+    std::string_view text;
+    DeviceStatus outputLine, inputLine;
   } cases[] = {
-      {kVirtual, kSpeaker, GuardText::kInput, {{true, "Quorin Audio"}, {false, "Built-in Audio"}}},
-      {kSpeaker, kVirtual, GuardText::kOutput, {{false, "Built-in Audio"}, {true, "Quorin Audio"}}},
-      {kSpeaker,
-       kNone,
-       GuardText::kBoth,
-       {{false, "Built-in Audio"}, {false, "(sin dispositivo)"}}},
-      {unreadable,
-       kVirtual,
-       GuardText::kOutput,
-       {{false, "(desconocido)"}, {true, "Quorin Audio"}}},
+      {kVirtual, kSpeaker, kAsksForInput, {true, "Quorin Audio"}, {false, "Built-in Audio"}},
+      {kSpeaker, kVirtual, kAsksForOutput, {false, "Built-in Audio"}, {true, "Quorin Audio"}},
+      {kSpeaker, kNone, kAsksForBoth, {false, "Built-in Audio"}, {false, "(sin dispositivo)"}},
+      {unreadable, kVirtual, kAsksForOutput, {false, "(desconocido)"}, {true, "Quorin Audio"}},
   };
-  for (const auto& [output, input, text, status] : cases) {
-    SCOPED_TRACE(status.output.name + " / " + status.input.name);
+  for (const auto& [output, input, text, outputLine, inputLine] : cases) {
+    SCOPED_TRACE(outputLine.name + " / " + inputLine.name);
     setOutput(output);
     setInput(input);
     flow.setupAudioCheckFlow();
     time.advance(500ms);
     EXPECT_EQ(front(), Front::kGuard);
-    EXPECT_EQ(screens.state.text, text);
-    EXPECT_EQ(screens.state.status, status);
+    EXPECT_EQ(screens.state.textKey, text);
+    EXPECT_EQ(screens.state.output, outputLine);
+    EXPECT_EQ(screens.state.input, inputLine);
   }
   EXPECT_EQ(screens.menus, 0);
 }
@@ -153,12 +154,12 @@ TEST_F(GuardFlowTest, DevicesFixedOneByOneChangeTheStatusLinesAlone) {
   setInput(kSpeaker);
   startUp();
   setInput(kVirtual);
-  EXPECT_FALSE(screens.state.status.input.right);
+  EXPECT_FALSE(screens.state.input.right);
   time.advance(800ms);
   EXPECT_EQ(front(), Front::kGuard);
-  EXPECT_TRUE(screens.state.status.input.right);
-  EXPECT_FALSE(screens.state.status.output.right);
-  EXPECT_EQ(screens.state.text, GuardText::kBoth);
+  EXPECT_TRUE(screens.state.input.right);
+  EXPECT_FALSE(screens.state.output.right);
+  EXPECT_EQ(screens.state.textKey, kAsksForBoth);
 
   setOutput(kVirtual);
   time.advance(799ms);
@@ -170,11 +171,11 @@ TEST_F(GuardFlowTest, DevicesFixedOneByOneChangeTheStatusLinesAlone) {
 TEST_F(GuardFlowTest, AChangeForTheWorseStopsEverythingAndShowsTheGuard) {
   const struct {
     Device output, input;
-    GuardText text;
+    std::string_view text;
   } cases[] = {
-      {kSpeaker, kVirtual, GuardText::kOutput},
-      {kVirtual, kSpeaker, GuardText::kInput},
-      {kNone, kNone, GuardText::kBoth},
+      {kSpeaker, kVirtual, kAsksForOutput},
+      {kVirtual, kSpeaker, kAsksForInput},
+      {kNone, kNone, kAsksForBoth},
   };
   enterPage();
   int stops = 0;
@@ -185,7 +186,7 @@ TEST_F(GuardFlowTest, AChangeForTheWorseStopsEverythingAndShowsTheGuard) {
     time.advance(1s);
     EXPECT_EQ(front(), Front::kGuard);
     EXPECT_EQ(screens.stops, ++stops);
-    EXPECT_EQ(screens.state.text, text);
+    EXPECT_EQ(screens.state.textKey, text);
 
     setOutput(kVirtual);
     setInput(kVirtual);
@@ -217,7 +218,7 @@ TEST_F(GuardFlowTest, AChangeThatIsUndoneBetweenTwoTicksIsNotSeen) {
 
 TEST_F(GuardFlowTest, ANewNameOfTheSameDeviceIsNoChange) {
   enterPage();
-  setOutput({.number = kVirtual.number, .name = "Something else"});
+  setOutput({.number = kVirtual.number, .name = "Something else", .format = {}});
   time.advance(10s);
   EXPECT_EQ(front(), Front::kPage);
 }
@@ -226,11 +227,11 @@ TEST_F(GuardFlowTest, AGuardThatIsUpKeepsItsTextThroughFurtherChanges) {
   enterPage();
   setOutput(kSpeaker);
   time.advance(1s);
-  EXPECT_EQ(screens.state.text, GuardText::kOutput);
+  EXPECT_EQ(screens.state.textKey, kAsksForOutput);
   setInput(kSpeaker);
   time.advance(1s);
-  EXPECT_EQ(screens.state.text, GuardText::kOutput);
-  EXPECT_FALSE(screens.state.status.input.right);
+  EXPECT_EQ(screens.state.textKey, kAsksForOutput);
+  EXPECT_FALSE(screens.state.input.right);
 }
 
 TEST_F(GuardFlowTest, OnlyTheCheckFlowsPollTestsTheMicrophone) {
@@ -287,7 +288,7 @@ TEST_F(GuardFlowTest, APermissionGrantedLaterLeadsToTheGuardWhichPolls) {
   setMicrophone(AuthorizationStatus::kAuthorized);
   time.advance(800ms);
   EXPECT_EQ(front(), Front::kGuard);
-  EXPECT_EQ(screens.state.text, GuardText::kOutput);
+  EXPECT_EQ(screens.state.textKey, kAsksForOutput);
   EXPECT_EQ(screens.menus, 0);
   setOutput(kVirtual);
   time.advance(800ms);
