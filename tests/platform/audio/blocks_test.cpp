@@ -1,0 +1,58 @@
+#include "platform/audio/format.h"
+#include "platform/audio/reblocker.h"
+
+#include <gtest/gtest.h>
+
+#include <numeric>
+#include <vector>
+
+namespace quorin::audio {
+namespace {
+
+TEST(WholeBlockFrames, LastTwentyOrFortyMilliseconds) {
+  const struct {
+    unsigned rate;
+    std::optional<std::size_t> frames;
+  } cases[] = {{44100, 882}, {48000, 960}, {96000, 1920}, {192000, 3840}, {22050, 441},
+               {32000, 640}, {16000, 320}, {8000, 160},   {11025, 441},  // 220.5 in 20 ms
+               {44056, {}},  {47999, {}},  {1, {}},       {0, {}}};
+  for (const auto& c : cases) EXPECT_EQ(wholeBlockFrames(c.rate, 882, 44100), c.frames) << c.rate;
+}
+
+TEST(Reblocker, CutsPiecesOfAnySizeIntoBlocksOfOne) {
+  std::vector<float> count(10'000);
+  std::iota(count.begin(), count.end(), 1.0F);
+  for (const std::size_t piece : {1U, 7U, 480U, 960U, 961U, 1024U, 5000U, 10'000U}) {
+    Reblocker reblocker(960);
+    std::vector<float> heard;
+    const auto deliver = [&](std::span<const float> block) {
+      EXPECT_EQ(block.size(), 960U);
+      heard.insert(heard.end(), block.begin(), block.end());
+    };
+    for (std::span<const float> rest = count; !rest.empty();) {
+      const auto now = rest.first(std::min(piece, rest.size()));
+      reblocker.push(now, deliver);
+      rest = rest.subspan(now.size());
+    }
+    EXPECT_EQ(heard, std::vector<float>(count.begin(), count.begin() + 9600)) << piece;
+  }
+}
+
+TEST(Reblocker, AHoleIsSilenceOfItsLength) {
+  Reblocker reblocker(4);
+  std::vector<float> heard;
+  const auto deliver = [&](std::span<const float> block) {
+    heard.insert(heard.end(), block.begin(), block.end());
+  };
+  reblocker.push(std::vector<float>{1, 2, 3}, deliver);
+  reblocker.pushSilence(6, deliver);
+  reblocker.push(std::vector<float>{4, 5, 6, 7}, deliver);
+  EXPECT_EQ(heard, (std::vector<float>{1, 2, 3, 0, 0, 0, 0, 0, 0, 4, 5, 6}));
+
+  reblocker.clear();
+  reblocker.push(std::vector<float>{8, 9, 10, 11}, deliver);
+  EXPECT_EQ(heard.back(), 11);
+}
+
+}  // namespace
+}  // namespace quorin::audio

@@ -1,0 +1,106 @@
+#include "platform/audio/converter.h"
+
+#include "support/sine_fit.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <vector>
+
+namespace quorin::audio {
+namespace {
+
+constexpr Format kMono44100{.sampleRate = 44100, .channels = 1};
+
+std::vector<float> convertAll(SampleConverter& converter, const Format& format,
+                              std::span<const float> samples) {
+  const auto blockFrames = *wholeBlockFrames(format.sampleRate, 882, 44100);
+  std::vector<float> output;
+  for (; !samples.empty(); samples = samples.subspan(blockFrames * format.channels)) {
+    const auto result = converter.convert(
+        {.samples = samples.first(blockFrames * format.channels), .format = format},
+        blockFrames * 44100 / format.sampleRate);
+    EXPECT_EQ(result.status, SampleConverter::Status::kHaveData);
+    output.insert(output.end(), result.output.begin(), result.output.end());
+  }
+  return output;
+}
+
+std::vector<float> sine(double frequency, unsigned rate, std::size_t frames) {
+  std::vector<float> samples(frames);
+  for (std::size_t i = 0; i < frames; ++i) {
+    samples[i] = static_cast<float>(
+        std::sin(2 * std::numbers::pi * frequency * static_cast<double>(i) / rate));
+  }
+  return samples;
+}
+
+TEST(SampleConverter, MonoIsTheMeanOfTheChannels) {
+  for (const unsigned channels : {1U, 2U, 6U, 32U}) {
+    const Format format{.sampleRate = 44100, .channels = channels};
+    std::vector<float> samples;
+    for (unsigned i = 0; i < 882 * channels; ++i) {
+      samples.push_back(static_cast<float>(i % channels));
+    }
+    const auto output = convertAll(*makeSampleConverter(format, kMono44100), format, samples);
+    EXPECT_FLOAT_EQ(output[440], static_cast<float>(channels - 1) / 2) << channels;
+  }
+}
+
+TEST(SampleConverter, WhatMonoCannotHoldIsFilteredAway) {
+  const Format format{.sampleRate = 48000, .channels = 1};
+  // 23 kHz would come back as 21.1 kHz.
+  const auto output =
+      convertAll(*makeSampleConverter(format, kMono44100), format, sine(23000, 48000, 9600));
+  EXPECT_LT(test::fitSine(std::span(output).subspan(882), 21100, 44100).level, 1e-4);
+}
+
+TEST(SampleConverter, ABrokenSampleIsSilenceAndSpoilsNothingElse) {
+  using Limits = std::numeric_limits<float>;
+  for (const float broken : {Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(),
+                             Limits::max(), Limits::denorm_min()}) {
+    for (const unsigned rate : {44100U, 48000U}) {
+      const Format format{.sampleRate = rate, .channels = 1};
+      auto samples = std::vector<float>(rate / 10, 0.0F);
+      samples[rate / 20] = broken;
+      const auto converter = makeSampleConverter(format, kMono44100);
+      for (const float sample : convertAll(*converter, format, samples)) {
+        ASSERT_EQ(sample, 0.0F) << broken << " at " << rate;
+      }
+    }
+  }
+  // One broken channel makes its frame silent.
+  const Format stereo{.sampleRate = 44100, .channels = 2};
+  auto samples = std::vector<float>(2 * 882, 0.5F);
+  samples[100] = Limits::quiet_NaN();
+  const auto output = convertAll(*makeSampleConverter(stereo, kMono44100), stereo, samples);
+  EXPECT_EQ(output[50], 0.0F);
+  EXPECT_EQ(output[51], 0.5F);
+}
+
+TEST(SampleConverter, WhatNobodyTakesDoesNotPileUp) {
+  const Format format{.sampleRate = 48000, .channels = 1};
+  const auto converter = makeSampleConverter(format, kMono44100);
+  const std::vector<float> block(960, 0.5F);
+  for (int i = 0; i < 500; ++i) converter->convert({.samples = block, .format = format}, 441);
+  const auto rest = converter->convert({.samples = {}, .format = format}, 44100);
+  EXPECT_EQ(rest.status, SampleConverter::Status::kInputRanDry);
+  EXPECT_NEAR(static_cast<double>(rest.output.size()), 882, 1);
+}
+
+TEST(SampleConverter, RefusesWhatItWasNotMadeFor) {
+  EXPECT_EQ(makeSampleConverter({}, kMono44100), nullptr);
+  EXPECT_EQ(makeSampleConverter(kMono44100, {.sampleRate = 44100, .channels = 2}), nullptr);
+
+  const auto converter = makeSampleConverter(kMono44100, kMono44100);
+  const std::vector<float> samples(882 * 2);
+  const auto result =
+      converter->convert({.samples = samples, .format = {.sampleRate = 44100, .channels = 2}}, 882);
+  EXPECT_EQ(result.status, SampleConverter::Status::kError);
+  EXPECT_FALSE(result.error.empty());
+}
+
+}  // namespace
+}  // namespace quorin::audio
