@@ -1,0 +1,64 @@
+#pragma once
+
+#include "platform/dispatch/scheduler.h"
+#include "wire/audio_chunk.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+
+namespace quorin::audio {
+
+/// The capture thread's end of a silence watch, held by the chunk handler as its own. Never waits
+/// and never allocates.
+class SoundDetector {
+ public:
+  /// One thread at a time. A single sample that is not zero is sound.
+  void hear(wire::AudioChunkView chunk) {
+    if (heard_.load(std::memory_order_relaxed)) return;  // known already, until somebody asks
+    if (std::ranges::any_of(chunk, [](float sample) { return sample != 0.0F; })) {
+      heard_.store(true, std::memory_order_relaxed);
+    }
+  }
+
+  /// Whether there was sound since the last call. Any thread.
+  bool takeHeard() { return heard_.exchange(false, std::memory_order_relaxed); }
+
+ private:
+  std::atomic<bool> heard_{false};
+};
+
+/// Notices that a running stream carries nothing: chunks of zeros, or none at all. Confined to
+/// the main queue.
+class SilenceWatch {
+ public:
+  /// So long may a stream be silent before it is worth a word.
+  static constexpr std::chrono::seconds kPatience{5};
+
+  /// `onChange` runs on the main queue, once when the stream has been silent for `kPatience` (late
+  /// by one look, 0.5 s), and once when it no longer is. `scheduler` outlives this.
+  SilenceWatch(dispatch::Scheduler& scheduler, std::function<void(bool silent)> onChange);
+
+  std::shared_ptr<SoundDetector> detector() const { return detector_; }
+
+  /// While a mode runs. Starting a running watch changes nothing; stopping it ends a silence,
+  /// which is not reported.
+  void start();
+  void stop();
+
+  bool isSilent() const { return silent_; }
+
+ private:
+  void look();
+
+  dispatch::Scheduler& scheduler_;
+  const std::function<void(bool silent)> onChange_;
+  const std::shared_ptr<SoundDetector> detector_ = std::make_shared<SoundDetector>();
+  dispatch::TimePoint lastSound_;
+  bool silent_ = false;
+  std::unique_ptr<dispatch::Timer> timer_;
+};
+
+}  // namespace quorin::audio

@@ -1,0 +1,83 @@
+#include "audio/silence_watch.h"
+
+#include "platform/dispatch/simulated_scheduler.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <vector>
+
+namespace quorin::audio {
+namespace {
+
+using namespace std::chrono_literals;
+
+class SilenceWatchTest : public ::testing::Test {
+ protected:
+  /// As the capture does: one chunk every 20 ms, with `sample` in its last place.
+  void play(std::chrono::milliseconds duration, float sample) {
+    wire::AudioChunk chunk{};
+    chunk.back() = sample;
+    for (auto played = 0ms; played < duration; played += wire::kChunkDuration) {
+      detector->hear(chunk);
+      time.advance(wire::kChunkDuration);
+    }
+  }
+
+  dispatch::SimulatedScheduler time;
+  std::vector<bool> reports;
+  SilenceWatch watch{time, [this](bool silent) { reports.push_back(silent); }};
+  std::shared_ptr<SoundDetector> detector = watch.detector();
+};
+
+TEST_F(SilenceWatchTest, FiveSecondsOfZerosAreReportedOnceAndSoundEndsThem) {
+  watch.start();
+  play(4980ms, 0.0F);
+  EXPECT_TRUE(reports.empty());
+  play(60s, -0.0F);
+  EXPECT_EQ(reports, (std::vector{true}));
+  EXPECT_TRUE(watch.isSilent());
+
+  play(500ms, std::numeric_limits<float>::denorm_min());
+  EXPECT_EQ(reports, (std::vector{true, false}));
+  EXPECT_FALSE(watch.isSilent());
+}
+
+TEST_F(SilenceWatchTest, ASingleSampleNowAndThenIsSound) {
+  watch.start();
+  for (int i = 0; i < 20; ++i) {
+    play(4s, 0.0F);
+    play(20ms, 1e-6F);
+  }
+  EXPECT_TRUE(reports.empty());
+}
+
+TEST_F(SilenceWatchTest, ACaptureThatDeliversNothingIsSilentToo) {
+  watch.start();
+  time.advance(5s);
+  EXPECT_EQ(reports, (std::vector{true}));
+}
+
+TEST_F(SilenceWatchTest, LooksOnlyWhileAModeRuns) {
+  time.advance(1min);
+  play(20ms, 1.0F);
+  watch.start();
+  time.advance(4s);
+  watch.start();
+  time.advance(1s);
+  EXPECT_EQ(reports, (std::vector{true})) << "sound from before the start does not count";
+
+  watch.stop();
+  EXPECT_FALSE(watch.isSilent());
+  time.advance(1min);
+  EXPECT_EQ(reports, (std::vector{true}));
+
+  watch.start();
+  time.advance(4900ms);
+  EXPECT_EQ(reports.size(), 1U) << "the patience begins anew";
+  time.advance(100ms);
+  EXPECT_EQ(reports, (std::vector{true, true}));
+}
+
+}  // namespace
+}  // namespace quorin::audio
