@@ -21,15 +21,15 @@
     </message>
     <message id="audio.guard.text.both">
         <source></source>
-        <translation>In the sound settings, choose “Quorin Audio” as the output and as the input. You can start streaming as soon as both are set.</translation>
+        <translation>Choose “Quorin Audio” as output and as input in the sound settings, and you can start streaming.</translation>
     </message>
     <message id="audio.guard.text.out">
         <source></source>
-        <translation>The input is ready. In the sound settings, now choose “Quorin Audio” as the output too.</translation>
+        <translation>The input is ready. Now choose “Quorin Audio” as output too in the sound settings.</translation>
     </message>
     <message id="audio.guard.text.in">
         <source></source>
-        <translation>The output is ready. In the sound settings, now choose “Quorin Audio” as the input too.</translation>
+        <translation>The output is ready. Now choose “Quorin Audio” as input too in the sound settings.</translation>
     </message>
     <message id="audio.guard.button">
         <source></source>
@@ -146,7 +146,7 @@ Anyone on your network can connect and listen, so use a network you trust, and s
     </message>
     <message id="network.unavailable">
         <source></source>
-        <translation>No network. Connect this computer to your Wi‑Fi to start streaming.</translation>
+        <translation>No network. Connect this computer to your Wi‑Fi.</translation>
     </message>
     <message id="network.available">
         <source></source>

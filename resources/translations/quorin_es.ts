@@ -21,15 +21,15 @@
     </message>
     <message id="audio.guard.text.both">
         <source></source>
-        <translation>En los ajustes de sonido, elige «Quorin Audio» como salida y como entrada. Podrás transmitir en cuanto ambas estén listas.</translation>
+        <translation>Elige «Quorin Audio» como salida y como entrada en los ajustes de sonido y podrás transmitir.</translation>
     </message>
     <message id="audio.guard.text.out">
         <source></source>
-        <translation>La entrada ya está lista. En los ajustes de sonido, elige ahora «Quorin Audio» también como salida.</translation>
+        <translation>La entrada está lista. Elige también «Quorin Audio» como salida en los ajustes de sonido.</translation>
     </message>
     <message id="audio.guard.text.in">
         <source></source>
-        <translation>La salida ya está lista. En los ajustes de sonido, elige ahora «Quorin Audio» también como entrada.</translation>
+        <translation>La salida está lista. Elige también «Quorin Audio» como entrada en los ajustes de sonido.</translation>
     </message>
     <message id="audio.guard.button">
         <source></source>
@@ -146,7 +146,7 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
     </message>
     <message id="network.unavailable">
         <source></source>
-        <translation>Sin red. Conecta este ordenador a tu Wi‑Fi para empezar a transmitir.</translation>
+        <translation>Sin red. Conecta este ordenador a tu Wi‑Fi.</translation>
     </message>
     <message id="network.available">
         <source></source>

@@ -51,15 +51,6 @@ FittedText fit(QFont font, const QString& text, const QRect& frame, int flags) {
   }
 }
 
-void paintFocusRing(QPainter& painter, const QRectF& frame, double radius) {
-  constexpr double kWidth = 2.5;
-  painter.setPen(QPen(colors::kAccent, kWidth));
-  painter.setBrush(Qt::NoBrush);
-  const double inset = kWidth / 2;
-  painter.drawRoundedRect(frame.adjusted(inset, inset, -inset, -inset), radius - inset,
-                          radius - inset);
-}
-
 }  // namespace
 
 NonInteractiveLabel::NonInteractiveLabel(const QString& text, const TextStyle& style,
@@ -137,6 +128,30 @@ void DotView::paintEvent(QPaintEvent*) {
   painter.drawEllipse(rect());
 }
 
+void FocusVisibility::onFocusIn(Qt::FocusReason reason) {
+  switch (reason) {
+    case Qt::TabFocusReason:
+    case Qt::BacktabFocusReason:
+    case Qt::ShortcutFocusReason:
+      byKeyboard_ = true;
+      break;
+    case Qt::MouseFocusReason:
+      byKeyboard_ = false;
+      break;
+    default:  // a window or a menu that gives the focus back changes nothing
+      break;
+  }
+}
+
+void FocusVisibility::paintRing(QPainter& painter, const QRectF& frame, double radius) {
+  constexpr double kWidth = 2.5;
+  painter.setPen(QPen(colors::kAccent, kWidth));
+  painter.setBrush(Qt::NoBrush);
+  const double inset = kWidth / 2;
+  painter.drawRoundedRect(frame.adjusted(inset, inset, -inset, -inset), radius - inset,
+                          radius - inset);
+}
+
 PushButton::PushButton(const QString& title, const QFont& font, const ButtonLook& look,
                        QWidget* parent)
     : QPushButton(title, parent), look_(look) {
@@ -176,14 +191,11 @@ void PushButton::paintEvent(QPaintEvent*) {
   painter.drawText(place, kFlags, text());
 
   painter.setOpacity(1);
-  if (showsFocus()) paintFocusRing(painter, frame, look_.cornerRadius);
+  if (showsFocus()) FocusVisibility::paintRing(painter, frame, look_.cornerRadius);
 }
 
 void PushButton::focusInEvent(QFocusEvent* event) {
-  const Qt::FocusReason reason = event->reason();
-  if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason) {
-    focusByKeyboard_ = reason != Qt::MouseFocusReason;
-  }
+  focus_.onFocusIn(event->reason());
   QPushButton::focusInEvent(event);
 }
 
@@ -226,7 +238,7 @@ void LinkButton::paintEvent(QPaintEvent*) {
   if (showsFocus()) {
     QRectF frame(0, 0, fontMetrics().horizontalAdvance(title) + 16, fontMetrics().height() + 8);
     frame.moveCenter(QRectF(rect()).center());
-    paintFocusRing(painter, frame, 6);
+    FocusVisibility::paintRing(painter, frame, 6);
   }
 }
 

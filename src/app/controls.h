@@ -74,6 +74,18 @@ class DotView : public QWidget {
   void paintEvent(QPaintEvent* event) override;
 };
 
+/// Whether the keyboard's place is shown: only once the keyboard has been used to get there.
+class FocusVisibility {
+ public:
+  void onFocusIn(Qt::FocusReason reason);
+  bool isShownOn(const QWidget& view) const { return view.hasFocus() && byKeyboard_; }
+
+  static void paintRing(QPainter& painter, const QRectF& frame, double radius);
+
+ private:
+  bool byKeyboard_ = false;
+};
+
 struct ButtonLook {
   QColor face;
   double cornerRadius = 8;
@@ -83,7 +95,7 @@ struct ButtonLook {
 namespace looks {
 inline constexpr ButtonLook kPlain{{72, 72, 75}};
 inline constexpr ButtonLook kBack{{72, 72, 75}, 8, 0.85};
-inline constexpr ButtonLook kProminent{{52, 101, 230}};
+inline constexpr ButtonLook kProminent{{46, 92, 214}};
 inline constexpr ButtonLook kDestructive{{201, 32, 44}};
 inline constexpr ButtonLook kCard{{54, 54, 58}, 22, 0.9};
 }  // namespace looks
@@ -97,14 +109,15 @@ class PushButton : public QPushButton {
 
   QSize sizeHint() const override;
 
+  bool showsFocus() const { return focus_.isShownOn(*this); }
+
  protected:
   void paintEvent(QPaintEvent* event) override;
   void focusInEvent(QFocusEvent* event) override;
-  bool showsFocus() const { return hasFocus() && focusByKeyboard_; }
 
  private:
   ButtonLook look_;
-  bool focusByKeyboard_ = false;
+  FocusVisibility focus_;
 };
 
 /// A button that looks like a hyperlink: white text, underlined and with a pointing hand while

@@ -1,0 +1,78 @@
+#include "app/console.h"
+
+#include "app/appearance.h"
+#include "platform/log/log.h"
+
+#include <QLineEdit>
+#include <QScrollBar>
+#include <QTextCursor>
+#include <QTextDocument>
+#include <QTextFrame>
+#include <algorithm>
+
+namespace quorin::app {
+namespace {
+
+QFont consoleFont(const QString& family, int pixels) {
+  QFont font(family);
+  font.setPixelSize(pixels);
+  return font;
+}
+
+QTextCharFormat attributes(const QFont& font, const QColor& color) {
+  QTextCharFormat format;
+  format.setFont(font);
+  format.setForeground(color);
+  return format;
+}
+
+const auto kTextFamily = QStringLiteral("helvetica");
+const auto kStatusFamily = QStringLiteral("menlo");
+
+}  // namespace
+
+Console::Console(QTextEdit* output, QLineEdit* input)
+    : output_(output),
+      consoleTextAttributes_(attributes(consoleFont(kTextFamily, 16), colors::kLightGrey)),
+      consoleStatusTextAttributes_(attributes(consoleFont(kStatusFamily, 11), colors::kDarkGrey)) {
+  if (input) input->setFont(consoleFont(kTextFamily, 14));
+  if (!output_) return;
+  output_->setReadOnly(true);
+  QTextFrameFormat inset = output_->document()->rootFrame()->frameFormat();
+  inset.setLeftMargin(15);
+  inset.setRightMargin(15);
+  inset.setTopMargin(10);
+  inset.setBottomMargin(10);
+  output_->document()->rootFrame()->setFrameFormat(inset);
+
+  scrolling_.setDuration(150);
+  scrolling_.setEasingCurve(QEasingCurve::InOutQuad);
+  QObject::connect(&scrolling_, &QVariantAnimation::valueChanged, output_,
+                   [bar = output_->verticalScrollBar()](const QVariant& value) {
+                     bar->setValue(value.toInt());
+                   });
+}
+
+void Console::presentMessage(const QString& text, bool isStatus) {
+  log::note("console", (QStringLiteral(">> ") + text).toStdString());
+  if (!output_) return;
+
+  QTextCursor end(output_->document());
+  end.movePosition(QTextCursor::End);
+  const QString line = output_->document()->isEmpty() ? text : QLatin1Char('\n') + text;
+  end.insertText(line, isStatus ? consoleStatusTextAttributes_ : consoleTextAttributes_);
+  scrollToEnd();
+}
+
+void Console::scrollToEnd() {
+  constexpr int kAtOnce = 5;
+  constexpr int kFurther = 1000;
+  QScrollBar& bar = *output_->verticalScrollBar();
+  bar.setValue(bar.value() + kAtOnce);
+  scrolling_.stop();
+  scrolling_.setStartValue(bar.value());
+  scrolling_.setEndValue(std::min(bar.value() + kFurther, bar.maximum()));
+  scrolling_.start();
+}
+
+}  // namespace quorin::app

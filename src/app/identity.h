@@ -1,0 +1,12 @@
+#pragma once
+
+/// Who the program is to the desktop.
+namespace quorin::app {
+
+inline constexpr auto kProgramName = "Quorin Stream";
+
+/// Reverse domain name: the base name of the desktop file and of the icons, the name on the bus,
+/// and by it the name of the window to task bars.
+inline constexpr auto kApplicationId = "org.quorin.Stream";
+
+}  // namespace quorin::app
