@@ -31,6 +31,11 @@ class Scheduler {
   /// For polls and watches that may ask the system; never for work that must be on time.
   virtual Queue& utilityQueue() = 0;
 
+  /// Ends the main and the utility queue as `SerialQueue::end` does: nothing runs later or
+  /// elsewhere any more, and what their work uses can be destroyed in any order. From the main
+  /// thread, not from queued work. What `makeSerialQueue` made ends by itself.
+  virtual void end() = 0;
+
   [[nodiscard]] virtual std::unique_ptr<SerialQueue> makeSerialQueue(std::string label,
                                                                      Priority priority) = 0;
   [[nodiscard]] std::unique_ptr<SerialQueue> makeSerialQueue(std::string label) {

@@ -110,6 +110,11 @@ Queue& SimulatedScheduler::utilityQueue() {
   return *utility_;
 }
 
+void SimulatedScheduler::end() {
+  utility_->end();
+  main_->end();
+}
+
 std::unique_ptr<SerialQueue> SimulatedScheduler::makeSerialQueue(std::string label, Priority) {
   return std::make_unique<SimulatedQueue>(makeCore(std::move(label), state_));
 }

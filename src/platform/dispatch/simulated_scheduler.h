@@ -20,6 +20,7 @@ class SimulatedScheduler : public Scheduler {
   WallTime wallNow() const override;
   Queue& mainQueue() override;
   Queue& utilityQueue() override;
+  void end() override;
   std::unique_ptr<SerialQueue> makeSerialQueue(std::string label, Priority priority) override;
   using Scheduler::makeSerialQueue;
 
@@ -37,8 +38,8 @@ class SimulatedScheduler : public Scheduler {
 
  private:
   std::shared_ptr<State> state_;
-  std::unique_ptr<Queue> main_;
-  std::unique_ptr<Queue> utility_;
+  std::unique_ptr<SerialQueue> main_;
+  std::unique_ptr<SerialQueue> utility_;
 };
 
 }  // namespace quorin::dispatch

@@ -89,7 +89,12 @@ class MainQueue : public CoreQueue<Queue> {
     QObject::connect(&notifier_, &QSocketNotifier::activated, &notifier_, [this] { runSome(); });
   }
 
-  ~MainQueue() override { core_->end(); }
+  ~MainQueue() override { end(); }
+
+  void end() {
+    notifier_.setEnabled(false);
+    core_->end();
+  }
 
   bool isCurrent() const override { return QThread::currentThread() == notifier_.thread(); }
 
@@ -118,6 +123,11 @@ class SystemScheduler : public Scheduler {
   WallTime wallNow() const override { return std::chrono::system_clock::now(); }
   Queue& mainQueue() override { return main_; }
   Queue& utilityQueue() override { return utility_; }
+
+  void end() override {
+    utility_.end();
+    main_.end();
+  }
 
   std::unique_ptr<SerialQueue> makeSerialQueue(std::string label, Priority priority) override {
     return std::make_unique<ThreadQueue>(

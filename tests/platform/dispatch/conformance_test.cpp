@@ -247,6 +247,20 @@ TEST_P(DispatchConformance, AnEndedQueueIsInertForThoseWhoStillReferToIt) {
   EXPECT_EQ(runs, 1);
 }
 
+TEST_P(DispatchConformance, AnEndedSchedulerRunsNothingMore) {
+  std::atomic<int> runs = 0;
+  for (Queue* queue : {&scheduler_->mainQueue(), &scheduler_->utilityQueue()}) {
+    queue->async([&] { ++runs; });
+  }
+  EXPECT_TRUE(passUntil([&] { return runs == 2; }));
+  const auto main = scheduler_->mainQueue().makeTimer({.interval = 1ms}, [&] { ++runs; });
+  scheduler_->end();
+  const int atEnd = runs;
+  scheduler_->utilityQueue().async([&] { ++runs; });
+  pass(*makeQueue(), 5ms);
+  EXPECT_EQ(runs, atEnd);
+}
+
 TEST_P(DispatchConformance, AQueueMayEndWhileItsTimerRuns) {
   for (int round = 0; round < 20; ++round) {
     auto queue = makeQueue();

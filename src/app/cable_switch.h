@@ -1,0 +1,30 @@
+#pragma once
+
+namespace quorin::app {
+
+/// Whether the cable may be tried. The other mode, the menu and the guard turn it off; only the
+/// choice of the cable mode turns it on. Main queue.
+class CableSwitch {
+ public:
+  virtual ~CableSwitch() = default;
+  CableSwitch(const CableSwitch&) = delete;
+  CableSwitch& operator=(const CableSwitch&) = delete;
+
+  /// Attempts run from now on.
+  virtual void turnOn() = 0;
+
+  /// No attempt from now on: marks the cable as off, closes a channel to a phone, and suspends
+  /// the queue of attempts.
+  virtual void turnOff() = 0;
+
+  /// Takes the mark away but leaves the queue suspended, so that attempts wait.
+  virtual void clearForcedOffline() = 0;
+
+  /// A phone is connected by cable.
+  virtual bool hasChannel() const = 0;
+
+ protected:
+  CableSwitch() = default;
+};
+
+}  // namespace quorin::app
