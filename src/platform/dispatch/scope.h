@@ -22,10 +22,13 @@ class Scope {
   /// Drops all work bound so far; work bound afterwards runs again.
   void cancelAll() { alive_ = std::make_shared<char>(); }
 
-  Task bind(Task task) const {
-    return [alive = std::weak_ptr<char>(alive_), task = std::move(task)]() mutable {
-      if (!alive.expired()) task();
-    };
+  /// Binds a task, or a callback with arguments and no result.
+  template <typename Work>
+  auto bind(Work work) const {
+    return
+        [alive = std::weak_ptr<char>(alive_), work = std::move(work)](auto&&... arguments) mutable {
+          if (!alive.expired()) work(std::forward<decltype(arguments)>(arguments)...);
+        };
   }
 
  private:

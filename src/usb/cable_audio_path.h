@@ -1,0 +1,43 @@
+#pragma once
+
+#include "platform/dispatch/queue.h"
+#include "platform/usb/channel.h"
+#include "wire/audio_chunk.h"
+
+#include <atomic>
+#include <memory>
+
+namespace quorin::usb {
+
+/// Where the pacing thread finds the cable. The main queue sets the channel; the sender itself is
+/// confined to the send queue, so that the pacing thread neither waits nor shares.
+class CableAudioPath {
+ public:
+  /// `sendQueue`, the queue that paces audio, outlives the path.
+  explicit CableAudioPath(dispatch::Queue& sendQueue);
+
+  /// Whether a channel is held. Any thread, lock-free.
+  bool isOpen() const { return isOpen_.load(std::memory_order_relaxed); }
+
+  /// Sends the chunk as one audio frame, or drops it when there is no channel. Send queue only;
+  /// allocates nothing.
+  void send(wire::AudioChunkView chunk);
+
+  /// Main queue. None closes the path.
+  void setChannel(const PTChannel* channel);
+
+  /// Chunks that the current channel's backlog has cost so far. Main queue.
+  std::uint64_t dropped() const { return current_ ? current_->dropped() : 0; }
+
+ private:
+  struct Confined {
+    std::shared_ptr<LiveFrameSender> sender;
+  };
+
+  dispatch::Queue& sendQueue_;
+  std::atomic<bool> isOpen_ = false;
+  std::shared_ptr<LiveFrameSender> current_;                           ///< main queue
+  std::shared_ptr<Confined> confined_ = std::make_shared<Confined>();  ///< content: send queue
+};
+
+}  // namespace quorin::usb

@@ -1,0 +1,52 @@
+#include "usb/cable_frames.h"
+
+#include "support/bytes.h"
+
+#include <gtest/gtest.h>
+
+namespace quorin::usb {
+namespace {
+
+using test::Bytes;
+using test::bytes;
+using test::bytesOf;
+using test::operator+;
+
+TEST(CableFrames, AreOfTypeZeroAndHundredToHundredAndFour) {
+  for (const std::uint32_t known : {0U, 100U, 101U, 102U, 103U, 104U}) {
+    EXPECT_TRUE(isKnownCableFrame(known)) << known;
+  }
+  for (const std::uint32_t unknown : {1U, 99U, 105U, 0xFFFFFFFFU}) {
+    EXPECT_FALSE(isKnownCableFrame(unknown)) << unknown;
+  }
+}
+
+TEST(CableText, IsALengthAndTheText) {
+  EXPECT_EQ(encodeText("hello"), bytes({0, 0, 0, 5, 'h', 'e', 'l', 'l', 'o'}));
+  EXPECT_EQ(encodeText(""), bytes({0, 0, 0, 0}));
+  EXPECT_EQ(encodeText("ñ"), bytes({0, 0, 0, 2, 0xC3, 0xB1}));
+}
+
+TEST(CableText, IsReadWithinItsPayloadOnly) {
+  const struct {
+    const char* name;
+    Bytes payload;
+    std::expected<std::string_view, TextError> text;
+  } cases[] = {
+      {"a text", bytes({0, 0, 0, 5}) + bytesOf("hello"), "hello"},
+      {"an empty one", bytes({0, 0, 0, 0}), ""},
+      {"more bytes than text", bytes({0, 0, 0, 2}) + bytesOf("hello"), "he"},
+      {"nothing", {}, std::unexpected(TextError::kTooShort)},
+      {"half a length", bytes({0, 0, 0}), std::unexpected(TextError::kTooShort)},
+      {"a byte missing", bytes({0, 0, 0, 6}) + bytesOf("hello"),
+       std::unexpected(TextError::kLengthTooLarge)},
+      {"the largest length", bytes({255, 255, 255, 255}) + bytesOf("hello"),
+       std::unexpected(TextError::kLengthTooLarge)},
+      {"Latin-1", bytes({0, 0, 0, 1, 0xF1}), std::unexpected(TextError::kNotUtf8)},
+      {"a cut character", bytes({0, 0, 0, 1, 0xC3, 0xB1}), std::unexpected(TextError::kNotUtf8)},
+  };
+  for (const auto& row : cases) EXPECT_EQ(decodeText(row.payload), row.text) << row.name;
+}
+
+}  // namespace
+}  // namespace quorin::usb

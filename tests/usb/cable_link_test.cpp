@@ -1,0 +1,474 @@
+#include "usb/cable_link.h"
+
+#include "platform/dispatch/simulated_scheduler.h"
+#include "support/fake_cable.h"
+#include "support/log_capture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace quorin::usb {
+namespace {
+
+using namespace std::chrono_literals;
+using test::FakeChannel;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+
+const auto kRefused = std::make_error_code(std::errc::connection_refused);
+const PTAddress kSimulatedPhone{.address = kLoopbackAddress, .port = 2345};
+
+/// The end of a channel as the cable reports it to the link.
+class Delegate : public PTChannelDelegate {
+ public:
+  CableLink* link = nullptr;
+  bool shouldAcceptFrame(PTChannel&, const FrameHeader&) override { return true; }
+  void didReceiveFrame(PTChannel&, const FrameHeader&, std::span<const std::byte>) override {}
+  void didEndWithError(PTChannel& channel, std::error_code) override {
+    const auto device = link->connectedDeviceID();
+    if (device && channel.userInfo().isDevice(*device)) link->didDisconnectFromDevice(*device);
+    if (&channel == link->connectedChannel().get()) link->setConnectedChannel(nullptr);
+  }
+};
+
+class CableLinkTest : public testing::Test {
+ protected:
+  CableLinkTest() {
+    delegate->link = &link;
+    link.startListeningForDevices();
+    link.enqueueConnectToLocalIPv4Port();
+    run();
+  }
+
+  void run() { scheduler.runPending(); }
+  void pass(dispatch::Duration duration) { scheduler.advance(duration); }
+  void plugIn(DeviceID device) {
+    hub.attach(device);
+    run();
+  }
+  void pullOut(DeviceID device) {
+    hub.detach(device);
+    run();
+  }
+  void chooseCable() {
+    link.enterCableMode();
+    run();
+  }
+  void leaveCable() {
+    link.leaveCableMode();
+    run();
+  }
+
+  /// The attempt that waits for a result; the test fails when there is none.
+  std::shared_ptr<FakeChannel> attempt(const std::string& destination) {
+    auto channel = channels.connecting(destination);
+    EXPECT_TRUE(channel) << "nobody connects to " << destination;
+    return channel ? channel : std::make_shared<FakeChannel>(scheduler.mainQueue(), delegate);
+  }
+  std::shared_ptr<FakeChannel> usbConnects(DeviceID device) {
+    const auto channel = attempt("usb " + std::to_string(device));
+    channel->connects();
+    run();
+    return channel;
+  }
+  std::shared_ptr<FakeChannel> loopbackConnects() {
+    const auto channel = attempt("ipv4");
+    channel->connects(kSimulatedPhone);
+    run();
+    return channel;
+  }
+  void fails(const std::string& destination, std::error_code error = kRefused) {
+    attempt(destination)->failsToConnect(error);
+    run();
+  }
+
+  std::size_t attempts(const std::string& destination) const {
+    std::size_t count = 0;
+    for (const auto& channel : channels.made)
+      count += channel->destination.starts_with(destination);
+    return count;
+  }
+  bool isHeld(const std::shared_ptr<FakeChannel>& channel) const {
+    return link.connectedChannel() == channel && !channel->isClosed;
+  }
+
+  test::LogCapture log;
+  dispatch::SimulatedScheduler scheduler;
+  test::FakeHub hub;
+  test::FakeChannels channels{scheduler.mainQueue()};
+  std::shared_ptr<Delegate> delegate = std::make_shared<Delegate>();
+  std::vector<bool> display;  ///< what `onChannelChanged` said
+  std::vector<std::string> announced;
+  CableLink link{{scheduler, hub, channels},
+                 {.channelWasSet = {},
+                  .onChannelChanged = [this](bool connected) { display.push_back(connected); },
+                  .willChangeConnectedDeviceID = [this] { announced.emplace_back("will change"); },
+                  .didChangeConnectedDeviceID = [this] { announced.emplace_back("did change"); }},
+                 delegate};
+};
+
+// ---- Off
+
+TEST_F(CableLinkTest, AttemptsNothingUntilTheCableModeIsChosen) {
+  plugIn(5);
+  pass(10s);
+  EXPECT_THAT(channels.made, IsEmpty());
+  EXPECT_EQ(link.connectingToDeviceID(), 5U);
+  EXPECT_THAT(log.take(), ElementsAre("PTUSBDeviceDidAttachNotification: 5"));
+  EXPECT_FALSE(link.notConnectedQueueSuspended());
+}
+
+TEST_F(CableLinkTest, TriesTheLoopbackAddressAndTheKnownDeviceWhenTheCableModeIsChosen) {
+  plugIn(5);
+  chooseCable();
+  EXPECT_TRUE(channels.connecting("usb 5:2345"));
+  EXPECT_TRUE(channels.connecting("ipv4 127.0.0.1:2345"));
+  EXPECT_EQ(channels.made.size(), 2U);
+  EXPECT_EQ(attempt("ipv4")->userInfo().text(), "127.0.0.1:2345");
+}
+
+TEST_F(CableLinkTest, KeepsAnAttachWaitingWhileAnotherModeIsOn) {
+  leaveCable();
+  plugIn(5);
+  EXPECT_EQ(link.connectingToDeviceID(), std::nullopt);
+  chooseCable();
+  EXPECT_TRUE(channels.connecting("usb 5"));
+}
+
+TEST_F(CableLinkTest, LeavingClosesAUsbChannelAndKeepsALoopbackOne) {
+  const struct {
+    std::string name;
+    bool overUsb;
+  } cases[] = {{"usb", true}, {"loopback", false}};
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.name);
+    plugIn(5);
+    chooseCable();
+    const auto channel = row.overUsb ? usbConnects(5) : loopbackConnects();
+    leaveCable();
+    EXPECT_EQ(channel->isClosed, row.overUsb);
+    EXPECT_EQ(link.connectedChannel() == nullptr, row.overUsb);
+    EXPECT_TRUE(link.notConnectedQueueSuspended());
+    EXPECT_TRUE(link.userForcedOffline());
+    pullOut(5);
+  }
+}
+
+TEST_F(CableLinkTest, AfterASilentReentryOfTheWifiModeTheQueueStaysSuspended) {
+  chooseCable();
+  leaveCable();
+  link.setUserForcedOffline(false);
+  plugIn(5);
+  link.enqueueConnectToLocalIPv4Port();
+  const auto before = channels.made.size();
+  pass(5s);
+  EXPECT_EQ(channels.made.size(), before);
+  EXPECT_TRUE(link.notConnectedQueueSuspended());
+}
+
+TEST_F(CableLinkTest, ClosesAChannelThatConnectsAfterTheModeWasLeft) {
+  plugIn(5);
+  chooseCable();
+  const auto usb = attempt("usb");
+  const auto loopback = attempt("ipv4");
+  leaveCable();
+  usb->connects();
+  loopback->connects(kSimulatedPhone);
+  const auto made = channels.made.size();
+  pass(5s);
+  EXPECT_TRUE(usb->isClosed);
+  EXPECT_TRUE(loopback->isClosed);
+  EXPECT_EQ(link.connectedChannel(), nullptr);
+  EXPECT_EQ(link.connectedDeviceID(), std::nullopt);
+  EXPECT_EQ(channels.made.size(), made) << "no further attempt";
+}
+
+TEST_F(CableLinkTest, SetConnectedChannelRefusesAChannelWhileOff) {
+  const auto channel = std::make_shared<FakeChannel>(scheduler.mainQueue(), delegate);
+  link.setConnectedChannel(channel);
+  run();
+  EXPECT_TRUE(channel->isClosed);
+  EXPECT_EQ(link.connectedChannel(), nullptr);
+  EXPECT_FALSE(link.notConnectedQueueSuspended());
+  EXPECT_THAT(display, ElementsAre(false));
+}
+
+// ---- Searching
+
+TEST_F(CableLinkTest, RepeatsFailedAttemptsEachSecond) {
+  plugIn(5);
+  chooseCable();
+  log.take();
+  for (std::size_t n = 1; n <= 5; ++n) {
+    EXPECT_EQ(attempts("usb"), n);
+    EXPECT_EQ(attempts("ipv4"), n);
+    fails("usb", {ECONNREFUSED, usbHubCategory()});
+    fails("ipv4");
+    EXPECT_THAT(log.take(), ElementsAre(testing::StartsWith("Failed to connect to device #5: ")));
+    pass(999ms);
+    EXPECT_EQ(attempts(""), 2 * n) << "not before its second";
+    pass(1ms);
+  }
+}
+
+TEST_F(CableLinkTest, SaysWhichLoopbackFailuresAreWorthALine) {
+  const struct {
+    std::errc error;
+    bool isSilent;
+  } cases[] = {{std::errc::connection_refused, true},
+               {std::errc::timed_out, true},
+               {std::errc::network_unreachable, false},
+               {std::errc::too_many_files_open, false}};
+  chooseCable();
+  for (const auto& row : cases) {
+    const auto error = std::make_error_code(row.error);
+    log.take();
+    fails("ipv4", error);
+    if (row.isSilent) {
+      EXPECT_THAT(log.take(), IsEmpty());
+    } else {
+      EXPECT_THAT(log.take(),
+                  ElementsAre("Failed to connect to 127.0.0.1:2345: " + error.message()));
+    }
+    pass(1s);
+    EXPECT_TRUE(channels.connecting("ipv4")) << "repeated in every case";
+  }
+}
+
+TEST_F(CableLinkTest, AnAttachOfTheTargetItselfOnlyLogs) {
+  plugIn(5);
+  chooseCable();
+  const auto made = channels.made.size();
+  log.take();
+  plugIn(5);
+  EXPECT_EQ(channels.made.size(), made);
+  EXPECT_THAT(log.take(), ElementsAre("PTUSBDeviceDidAttachNotification: 5"));
+}
+
+TEST_F(CableLinkTest, TheNewestDeviceBecomesTheTarget) {
+  plugIn(5);
+  chooseCable();
+  const auto old = attempt("usb 5");
+  plugIn(6);
+  EXPECT_EQ(link.connectingToDeviceID(), 6U);
+  EXPECT_TRUE(channels.connecting("usb 6"));
+
+  old->failsToConnect(kRefused);
+  pass(3s);
+  EXPECT_EQ(attempts("usb 5"), 1U) << "the replaced device is not tried again";
+  usbConnects(6);
+  EXPECT_EQ(link.connectedDeviceID(), 6U);
+}
+
+TEST_F(CableLinkTest, DropsAConnectionToADeviceThatIsNoLongerTheTarget) {
+  plugIn(5);
+  chooseCable();
+  const auto replaced = attempt("usb 5");
+  plugIn(6);
+  replaced->connects();
+  run();
+  EXPECT_TRUE(replaced->isClosed);
+  EXPECT_EQ(link.connectedChannel(), nullptr);
+
+  const auto pulled = attempt("usb 6");
+  pullOut(6);
+  pulled->connects();
+  run();
+  EXPECT_TRUE(pulled->isClosed);
+  EXPECT_EQ(link.connectedChannel(), nullptr);
+}
+
+TEST_F(CableLinkTest, StopsTryingADeviceThatIsPulledOut) {
+  plugIn(5);
+  chooseCable();
+  fails("usb 5");
+  pullOut(5);
+  pass(5s);
+  EXPECT_EQ(attempts("usb"), 1U);
+  EXPECT_EQ(link.connectingToDeviceID(), std::nullopt);
+}
+
+TEST_F(CableLinkTest, TheSameNumberPluggedInAgainIsTriedOnceASecondNotTwice) {
+  plugIn(5);
+  chooseCable();
+  const auto stale = attempt("usb 5");
+  pullOut(5);
+  plugIn(5);
+  stale->failsToConnect(kRefused);
+  fails("usb 5");
+  EXPECT_EQ(attempts("usb 5"), 2U);
+  pass(1s);
+  EXPECT_EQ(attempts("usb 5"), 3U);
+}
+
+TEST_F(CableLinkTest, AttemptsDoNotMultiplyHoweverOftenTheModeIsChosen) {
+  plugIn(5);
+  chooseCable();
+  for (int i = 0; i < 10; ++i) {
+    fails("usb");
+    fails("ipv4");
+    leaveCable();
+    pass(100ms);
+    chooseCable();
+  }
+  fails("usb");
+  fails("ipv4");
+  const auto made = channels.made.size();
+  pass(1s);
+  EXPECT_EQ(channels.made.size(), made + 2);
+}
+
+// ---- Connected
+
+TEST_F(CableLinkTest, HoldsTheChannelSuspendsTheQueueAndTellsTheDisplay) {
+  plugIn(5);
+  chooseCable();
+  const auto channel = attempt("usb 5");
+  channel->connects();
+  EXPECT_TRUE(isHeld(channel));
+  EXPECT_TRUE(link.notConnectedQueueSuspended());
+  EXPECT_EQ(link.connectedDeviceID(), 5U);
+  EXPECT_THAT(display, IsEmpty()) << "the display follows on the main queue";
+  run();
+  EXPECT_THAT(display, ElementsAre(true));
+}
+
+TEST_F(CableLinkTest, LabelsALoopbackChannelWithThePeersAddress) {
+  chooseCable();
+  log.take();
+  const auto channel = loopbackConnects();
+  EXPECT_TRUE(isHeld(channel));
+  EXPECT_EQ(channel->userInfo().text(), "127.0.0.1:2345");
+  EXPECT_EQ(link.connectedDeviceID(), std::nullopt);
+  EXPECT_THAT(log.take(), ElementsAre("Connected to 127.0.0.1:2345"));
+}
+
+TEST_F(CableLinkTest, AttemptsWaitWhileConnectedAndRunWhenTheChannelEnds) {
+  plugIn(5);
+  chooseCable();
+  fails("usb");
+  const auto channel = loopbackConnects();
+  pass(10s);
+  EXPECT_EQ(channels.made.size(), 2U) << "both retries wait";
+
+  channel->cableBreaks();
+  run();
+  EXPECT_FALSE(link.notConnectedQueueSuspended());
+  EXPECT_THAT(display, ElementsAre(true, false));
+  EXPECT_EQ(attempts("usb"), 2U);
+  EXPECT_EQ(attempts("ipv4"), 2U);
+}
+
+TEST_F(CableLinkTest, ASecondPhoneWaitsForTheChannelToEnd) {
+  plugIn(5);
+  chooseCable();
+  const auto first = usbConnects(5);
+  plugIn(6);
+  pass(3s);
+  EXPECT_TRUE(isHeld(first));
+  EXPECT_EQ(link.connectingToDeviceID(), 5U);
+
+  pullOut(5);
+  EXPECT_TRUE(first->isClosed);
+  EXPECT_EQ(link.connectingToDeviceID(), 6U);
+  usbConnects(6);
+  EXPECT_EQ(link.connectedDeviceID(), 6U);
+}
+
+TEST_F(CableLinkTest, PullingOutTheTargetClosesTheChannelWhateverItIs) {
+  for (const bool overUsb : {true, false}) {
+    plugIn(5);
+    chooseCable();
+    const auto channel = overUsb ? usbConnects(5) : loopbackConnects();
+    log.take();
+    pullOut(5);
+    EXPECT_TRUE(channel->isClosed);
+    EXPECT_EQ(link.connectedChannel(), nullptr);
+    EXPECT_EQ(link.connectingToDeviceID(), std::nullopt);
+    EXPECT_FALSE(link.notConnectedQueueSuspended());
+    const auto lines = log.take();
+    EXPECT_THAT(lines, Contains("PTUSBDeviceDidDetachNotification: 5"));
+    EXPECT_EQ(std::ranges::count(lines, "Disconnected from device"), overUsb ? 1 : 0);
+    pass(1s);
+  }
+}
+
+TEST_F(CableLinkTest, PullingOutAnotherDeviceOnlyLogs) {
+  plugIn(5);
+  chooseCable();
+  const auto channel = usbConnects(5);
+  log.take();
+  pullOut(6);
+  EXPECT_TRUE(isHeld(channel));
+  EXPECT_THAT(log.take(), ElementsAre("PTUSBDeviceDidDetachNotification: 6"));
+}
+
+TEST_F(CableLinkTest, AnnouncesTheLossOfTheConnectedDeviceAroundIt) {
+  plugIn(5);
+  chooseCable();
+  usbConnects(5);
+  link.didDisconnectFromDevice(6);
+  EXPECT_THAT(announced, IsEmpty());
+  link.didDisconnectFromDevice(5);
+  EXPECT_THAT(announced, ElementsAre("will change", "did change"));
+  EXPECT_EQ(link.connectedDeviceID(), std::nullopt);
+}
+
+TEST_F(CableLinkTest, ALoopbackSuccessTakesOverFromUsb) {
+  plugIn(5);
+  chooseCable();
+  const auto loopback = attempt("ipv4");
+  const auto usb = usbConnects(5);
+  loopback->connects(kSimulatedPhone);
+  run();
+  EXPECT_TRUE(usb->isClosed);
+  EXPECT_TRUE(isHeld(loopback));
+  EXPECT_EQ(link.connectedDeviceID(), std::nullopt);
+  EXPECT_TRUE(link.notConnectedQueueSuspended());
+  pass(5s);
+  EXPECT_EQ(channels.made.size(), 2U);
+}
+
+TEST_F(CableLinkTest, AUsbSuccessReplacesAndClosesALoopbackChannel) {
+  plugIn(5);
+  chooseCable();
+  const auto usb = attempt("usb");
+  const auto loopback = loopbackConnects();
+  usb->connects();
+  run();
+  EXPECT_TRUE(loopback->isClosed);
+  EXPECT_TRUE(isHeld(usb));
+  EXPECT_EQ(link.connectedDeviceID(), 5U);
+}
+
+TEST_F(CableLinkTest, ALoopbackChannelKeptThroughTheMenuIsReplacedWhenTheModeIsChosenAgain) {
+  chooseCable();
+  const auto kept = loopbackConnects();
+  leaveCable();
+  chooseCable();
+  EXPECT_TRUE(isHeld(kept));
+  const auto next = loopbackConnects();
+  EXPECT_TRUE(kept->isClosed);
+  EXPECT_TRUE(isHeld(next));
+}
+
+TEST_F(CableLinkTest, DoesNothingAnyMoreOnceDestroyed) {
+  plugIn(5);
+  {
+    CableLink brief({scheduler, hub, channels}, {}, delegate);
+    brief.startListeningForDevices();
+    brief.enterCableMode();
+    run();
+    EXPECT_TRUE(hub.isListening());
+  }
+  EXPECT_FALSE(hub.isListening());
+  pass(5s);
+  EXPECT_EQ(channels.made.size(), 1U);
+}
+
+}  // namespace
+}  // namespace quorin::usb
