@@ -48,6 +48,14 @@ bool PrivateAudioServer::addNullSink(const std::string& name, const std::string&
   return pactl(arguments);
 }
 
+bool PrivateAudioServer::setDefaultSource(const std::string& name) const {
+  return eventually([&] { return pactl({"set-default-source", name}); });
+}
+
+bool PrivateAudioServer::setDefaultSink(const std::string& name) const {
+  return eventually([&] { return pactl({"set-default-sink", name}); });
+}
+
 bool PrivateAudioServer::pactl(std::vector<std::string> arguments) const {
   arguments.insert(arguments.begin(), "pactl");
   return ChildProcess({.arguments = std::move(arguments),
@@ -58,15 +66,15 @@ bool PrivateAudioServer::pactl(std::vector<std::string> arguments) const {
 
 ChildProcess PrivateAudioServer::play(const Sine& sine) const {
   const auto file = folder_ / ("sine-" + std::to_string(sine.frequency) + ".raw");
-  std::ofstream raw(file, std::ios::binary);
+  std::vector<float> samples;
   const auto step = 2 * std::numbers::pi * sine.frequency / sine.rate;
   for (unsigned frame = 0; frame < sine.rate * static_cast<unsigned>(sine.seconds); ++frame) {
-    const auto sample = static_cast<float>(sine.level * std::sin(step * frame));
-    for (unsigned channel = 0; channel < sine.channels; ++channel) {
-      raw.write(reinterpret_cast<const char*>(&sample), sizeof sample);
-    }
+    samples.insert(samples.end(), sine.channels,
+                   static_cast<float>(sine.level * std::sin(step * frame)));
   }
-  raw.close();
+  std::ofstream(file, std::ios::binary)
+      .write(reinterpret_cast<const char*>(samples.data()),
+             static_cast<std::streamsize>(samples.size() * sizeof(float)));
   return ChildProcess({.arguments = {"pacat", "--playback", "--raw", "--format=float32le",
                                      "--rate=" + std::to_string(sine.rate),
                                      "--channels=" + std::to_string(sine.channels),

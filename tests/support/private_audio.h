@@ -26,8 +26,9 @@ class PrivateAudioServer {
   /// "norewinds=1" its sound begins at once on PulseAudio, instead of up to 2 s late.
   bool addNullSink(const std::string& name, const std::string& description,
                    const std::string& parameters = {});
-  bool setDefaultSource(const std::string& name) { return pactl({"set-default-source", name}); }
-  bool setDefaultSink(const std::string& name) { return pactl({"set-default-sink", name}); }
+  /// Wait for the device to be there: PipeWire adds it a little after the answer to its making.
+  bool setDefaultSource(const std::string& name) const;
+  bool setDefaultSink(const std::string& name) const;
   bool pactl(std::vector<std::string> arguments) const;
 
   /// Plays `seconds` of a mono sine into a sink, through a player that buffers `latency` ms.

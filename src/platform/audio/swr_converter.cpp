@@ -1,7 +1,8 @@
 #include "platform/audio/converter.h"
 
-#include <algorithm>
+#include <array>
 #include <cmath>
+#include <utility>
 #include <vector>
 
 extern "C" {
@@ -49,7 +50,8 @@ void mixToMono(const BufferView& input, std::span<float> mono) {
 Swr makeResampler(unsigned fromRate, unsigned toRate) {
   Swr swr(::swr_alloc());
   if (!swr) return nullptr;
-  const AVChannelLayout mono = AV_CHANNEL_LAYOUT_MONO;
+  AVChannelLayout mono{};
+  ::av_channel_layout_default(&mono, 1);
   ::av_opt_set_chlayout(swr.get(), "in_chlayout", &mono, 0);
   ::av_opt_set_chlayout(swr.get(), "out_chlayout", &mono, 0);
   ::av_opt_set_int(swr.get(), "in_sample_rate", fromRate, 0);
