@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <optional>
 
 namespace quorin::wifi {
 
@@ -13,18 +14,35 @@ namespace quorin::wifi {
 ///
 /// What it steers is the *tightest wait*: the shortest time that a chunk has lain in the queue
 /// before its tick. Chunks arrive in bursts, and a tick must not come before the latest of them;
-/// when the tightest wait is `kHeadroom`, every chunk is there in time and none waits longer than
-/// the bursts demand. A capture clock that runs slow makes it shrink, a fast one makes it grow,
-/// and a backlog shows as a tightest wait of whole chunks. So one number, and one loop around it,
-/// holds the phase, the rate and the depth of the queue.
+/// when the tightest wait is a small headroom, every chunk is there in time and none waits longer
+/// than the bursts demand. A capture clock that runs slow makes it shrink, a fast one makes it
+/// grow, and a backlog shows as a tightest wait of whole chunks. So one number, and one loop around
+/// it, holds the phase, the rate and the depth of the queue.
 ///
 /// Pure; confined to the pacing queue.
 class PacingDiscipline {
+  /// By how much the waits grow from chunk to chunk, were the ticks left alone: the difference
+  /// of the two clocks. From the means of half a minute, where no burst or odd wait counts much.
+  class Drift {
+   public:
+    void add(dispatch::Duration wait);
+    /// None in the first minute.
+    std::optional<dispatch::Duration> perChunk() const { return perChunk_; }
+
+   private:
+    dispatch::Duration sum_{0};
+    int count_ = 0;
+    std::optional<dispatch::Duration> formerMean_;
+    std::optional<dispatch::Duration> perChunk_;
+  };
+
  public:
   using Duration = dispatch::Duration;
 
-  /// How long before its tick the latest chunk of a burst should be there.
+  /// How long before its tick the latest chunk of a burst should be there. Grows from the first
+  /// to the second with every chunk that comes too late all the same.
   static constexpr Duration kHeadroom = std::chrono::milliseconds(2);
+  static constexpr Duration kMaxHeadroom = std::chrono::milliseconds(5);
   /// Largest correction a tick in steady state: 2000 ppm, ten times what clocks differ by.
   static constexpr Duration kMaxSlew = std::chrono::microseconds(40);
   /// Largest correction a tick at the start of a stream and with a backlog: the timer's leeway.
@@ -48,8 +66,13 @@ class PacingDiscipline {
 
   static constexpr Duration kUnknown = std::chrono::hours(1);
 
+  Drift drift_;
+  Duration moved_{0};  ///< how much later the ticks are than they would be left alone
+
   std::size_t chunks_ = 0;  ///< since the stream began
   std::size_t starvedInARow_ = 0;
+  std::size_t missing_ = 0;  ///< chunks that were dropped: a tick without them tells nothing
+  Duration headroom_ = kHeadroom;
   Duration tightest_ = kUnknown;
 
   // The tightest wait of the last few seconds alone, to notice a backlog that persists.

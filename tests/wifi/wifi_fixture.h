@@ -1,0 +1,101 @@
+#pragma once
+
+#include "platform/dispatch/simulated_scheduler.h"
+#include "wifi/audio_sender.h"
+#include "wifi/udp_server.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quorin::wifi {
+
+/// A UDP port of this machine that nobody holds at the moment.
+std::uint16_t freePort();
+
+/// A phone: a socket of its own on the loopback interface.
+class Phone {
+ public:
+  explicit Phone(std::uint16_t serverPort);
+
+  /// Sends one datagram and returns when the system has delivered it.
+  void says(std::string_view datagram);
+
+  /// What has been sent to this phone since the last call, oldest first.
+  std::vector<std::string> hears();
+
+  wire::ClientKey key() const { return wire::ClientKey::of(own_); }
+
+ private:
+  void awaitDelivery();
+
+  sockaddr_in own_{};
+  sockaddr_in server_;
+  posix::FileDescriptor socket_;  // bound to `own_`
+  unsigned markers_ = 0;
+  std::vector<std::string> heard_;
+};
+
+class FakeCable : public ChunkSink {
+ public:
+  bool channelOpen() const override { return open; }
+  void sendChunk(wire::AudioChunkView samples) override { firstSamples.push_back(samples[0]); }
+
+  std::atomic<bool> open = false;
+  std::vector<float> firstSamples;
+};
+
+/// Writes every callback down as a word.
+class RecordingListener : public UdpServerListener {
+ public:
+  void onStarted() override { events.emplace_back("started"); }
+  void onStartFailed(const StartFailure& failure) override;
+  void onStopped() override { events.emplace_back("stopped"); }
+  void onClientCountChanged(std::size_t clients) override {
+    events.push_back("count " + std::to_string(clients));
+  }
+  void onConnected() override { events.emplace_back("connected"); }
+  void onDisconnected() override { events.emplace_back("disconnected"); }
+
+  std::vector<std::string> take() { return std::exchange(events, {}); }
+
+  std::vector<std::string> events;
+};
+
+/// The chunk all of whose samples are `value`.
+wire::AudioChunk chunkOf(float value);
+
+/// The bytes of the audio datagram all of whose samples are `value`.
+std::string datagramOf(std::int16_t value);
+
+/// The server and the sender on simulated time, and real sockets on the loopback interface.
+class WifiTest {
+ public:
+  WifiTest() : portText(std::to_string(port)) {}
+
+  void start() { server.startUDP(portText); }
+  Phone newPhone() const { return Phone(port); }
+
+  /// A phone that is registered and has read its answers.
+  Phone newClient();
+
+  void phoneSays(Phone& phone, std::string_view text) {
+    phone.says(text);
+    scheduler.runPending();
+  }
+
+  /// The capture delivers one chunk every 20 ms for as long as there are values.
+  void capture(std::initializer_list<float> values);
+
+  const std::uint16_t port = freePort();
+  const std::string portText;
+  dispatch::SimulatedScheduler scheduler;
+  FakeCable cable;
+  RecordingListener listener;
+  AudioSender sender{scheduler, cable};
+  UdpServer server{scheduler, sender, listener};
+};
+
+}  // namespace quorin::wifi
