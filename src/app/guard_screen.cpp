@@ -5,18 +5,6 @@
 namespace quorin::app {
 namespace {
 
-QString guardText(GuardText text, const Texts& texts) {
-  switch (text) {
-    case GuardText::kBoth:
-      return texts.tr("audio.guard.text.both");
-    case GuardText::kOutput:
-      return texts.tr("audio.guard.text.out");
-    case GuardText::kInput:
-      return texts.tr("audio.guard.text.in");
-  }
-  return {};
-}
-
 void showStatus(NonInteractiveLabel& label, const QString& prefix, const DeviceStatus& status) {
   label.setText(QStringLiteral("%1: %2").arg(prefix, QString::fromStdString(status.name)));
   label.setTextColor(status.right ? colors::kGreen : colors::kOrange);
@@ -25,17 +13,18 @@ void showStatus(NonInteractiveLabel& label, const QString& prefix, const DeviceS
 }  // namespace
 
 void showGuardTexts(const GuardState& state, const Texts& texts, const Views& views) {
-  const auto& [output, input] = state.status;
   views.audioGuardTitleLabel_->setText(texts.tr("audio.guard.title"));
-  views.audioGuardTextLabel_->setText(guardText(state.text, texts));
+  if (const auto key = TrKey::find(state.textKey)) {
+    views.audioGuardTextLabel_->setText(texts.tr(*key));
+  }
   showStatus(*views.audioGuardStatusOutLabel_,
-             output.right ? texts.tr("audio.guard.status.out.ok")
-                          : texts.tr("audio.guard.status.out.missing"),
-             output);
+             state.output.right ? texts.tr("audio.guard.status.out.ok")
+                                : texts.tr("audio.guard.status.out.missing"),
+             state.output);
   showStatus(*views.audioGuardStatusInLabel_,
-             input.right ? texts.tr("audio.guard.status.in.ok")
-                         : texts.tr("audio.guard.status.in.missing"),
-             input);
+             state.input.right ? texts.tr("audio.guard.status.in.ok")
+                               : texts.tr("audio.guard.status.in.missing"),
+             state.input);
 }
 
 }  // namespace quorin::app

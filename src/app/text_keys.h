@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 #include <string_view>
 
 namespace quorin::app {
@@ -79,10 +80,22 @@ class TextKey {
     if (!isRegistered(name, lookup, shape)) throw "not registered for this way of lookup";
   }
 
+  /// For a key that is only known when the program runs; none when it is not registered.
+  static constexpr std::optional<TextKey> find(std::string_view name) {
+    for (const RegisteredKey& key : kTextKeys) {
+      if (key.name == name && key.lookup == lookup && key.shape == shape) return TextKey(key);
+    }
+    return std::nullopt;
+  }
+
   constexpr const char* name() const { return name_; }
 
  private:
+  explicit constexpr TextKey(const RegisteredKey& key) : name_(key.name) {}
+
   const char* name_;
 };
+
+using TrKey = TextKey<Lookup::kTr, Shape::kText>;
 
 }  // namespace quorin::app

@@ -52,7 +52,7 @@ class Texts {
 
   /// From the bundle, else from the texts built in for the menu, else the key. A bundle's entry
   /// that equals its key counts as missing.
-  QString tr(TextKey<Lookup::kTr, Shape::kText> key) const { return find(key.name()); }
+  QString tr(TrKey key) const { return find(key.name()); }
   QString tr(TextKey<Lookup::kTr, Shape::kFormat> key, int n) const { return find(key.name(), n); }
 
   /// From the bundle alone; the key when it has no entry.

@@ -37,9 +37,8 @@ struct Stage {
     QApplication::processEvents();
   }
 
-  void showGuard(GuardText text, DeviceStatus output, DeviceStatus input) {
-    const GuardState state{
-        .guard = true, .text = text, .status = {std::move(output), std::move(input)}};
+  void showGuard(const char* key, const DeviceStatus& output, const DeviceStatus& input) {
+    const GuardState state{.guard = true, .textKey = key, .output = output, .input = input};
     showGuardTexts(state, texts, views);
     show([](ScreenState& screen) { screen.guard = true; });
   }
@@ -86,9 +85,10 @@ std::vector<Shot> shots() {
       {"check", [](Stage& stage) { stage.show([](ScreenState& s) { s.checking = true; }); }},
       {"microphone-denied",
        [](Stage& stage) { stage.show([](ScreenState& s) { s.microphoneDenied = true; }); }},
-      {"guard-both", [](Stage& stage) { stage.showGuard(GuardText::kBoth, kWrong, kNone); }},
-      {"guard-output", [](Stage& stage) { stage.showGuard(GuardText::kOutput, kWrong, kRight); }},
-      {"guard-input", [](Stage& stage) { stage.showGuard(GuardText::kInput, kRight, kWrong); }},
+      {"guard-both", [](Stage& stage) { stage.showGuard("audio.guard.text.both", kWrong, kNone); }},
+      {"guard-output",
+       [](Stage& stage) { stage.showGuard("audio.guard.text.out", kWrong, kRight); }},
+      {"guard-input", [](Stage& stage) { stage.showGuard("audio.guard.text.in", kRight, kWrong); }},
       {"menu", [](Stage& stage) { stage.show([](ScreenState&) {}); }},
       {"menu-focus",
        [](Stage& stage) {
