@@ -17,7 +17,7 @@ BUILD_PACKAGES=(
 )
 TEST_PACKAGES=(
   pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus
-  xvfb xauth zbar-tools imagemagick iproute2 procps
+  xvfb xauth imagemagick iproute2 procps
   fonts-dejavu-core fonts-noto-core
 )
 DEMO_PACKAGES=(pulseaudio pulseaudio-utils xvfb imagemagick fonts-dejavu-core)

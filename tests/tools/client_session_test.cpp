@@ -1,0 +1,136 @@
+#include "quorin-listen/client_session.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+namespace quorin::listen {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using enum ClientSession::State;
+
+/// A session in simulated time, and what it sent: "0.0 <<HELLO>>" in seconds.
+class Session : public testing::Test {
+ protected:
+  /// Lets time pass the way a program does: wakes the session at its deadlines and not otherwise.
+  void pass(std::chrono::milliseconds duration) {
+    const auto until = now_ + duration;
+    collect();
+    while (session_.nextDeadline() <= until) {
+      now_ = std::max(now_, session_.nextDeadline());
+      collect();
+    }
+    now_ = until;
+  }
+  void passWithSound(std::chrono::milliseconds duration) {
+    for (auto left = duration; left > 0ms; left -= 20ms) {
+      pass(20ms);
+      session_.onSound(now_);
+    }
+  }
+  void serverSays(std::string_view text) { session_.onMessage(text, now_); }
+  void leave() {
+    session_.leave();
+    collect();
+  }
+
+  std::vector<std::string> sent() { return std::exchange(sent_, {}); }
+
+  TimePoint now_{};
+  ClientSession session_{now_};
+
+ private:
+  void collect() {
+    while (const auto message = session_.nextMessage(now_)) {
+      const auto tenths =
+          std::chrono::duration_cast<std::chrono::milliseconds>(now_.time_since_epoch()).count() /
+          100;
+      sent_.push_back(std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " " +
+                      std::string(*message));
+    }
+  }
+
+  std::vector<std::string> sent_;
+};
+
+TEST_F(Session, JoinsKeepsAliveAndLeaves) {
+  pass(100ms);
+  EXPECT_EQ(session_.state(), kJoining);
+  serverSays("<<READY>>");
+  serverSays("<<FORMAT:SR=44100,DEPTH=16,ENDIAN=LITTLE,CH=1,CHUNK=882>>");
+  EXPECT_EQ(session_.state(), kJoined);
+  passWithSound(6500ms);
+  leave();
+  EXPECT_THAT(sent(), ElementsAre("0.0 <<HELLO>>", "3.1 <<PING>>", "6.1 <<PING>>", "6.6 <<STOP>>"));
+  pass(20s);
+  EXPECT_THAT(sent(), IsEmpty());
+}
+
+TEST_F(Session, RepeatsTheHelloAndGivesUpAfterThreeSeconds) {
+  pass(2900ms);
+  EXPECT_EQ(session_.state(), kJoining);
+  pass(200ms);
+  EXPECT_EQ(session_.state(), kUnanswered);
+  pass(10s);
+  EXPECT_THAT(sent(), ElementsAre("0.0 <<HELLO>>", "1.0 <<HELLO>>", "2.0 <<HELLO>>"));
+}
+
+TEST_F(Session, TakesSoundForAnAnswerWhenTheReadyWasLost) {
+  pass(100ms);
+  session_.onSound(now_);
+  EXPECT_EQ(session_.state(), kJoined);
+}
+
+TEST_F(Session, EndsWhenTheServerIsFull) {
+  pass(100ms);
+  serverSays("<<BUSY>>");
+  EXPECT_EQ(session_.state(), kRefused);
+  serverSays("<<READY>>");
+  EXPECT_EQ(session_.state(), kRefused);
+  sent();
+  pass(10s);
+  EXPECT_THAT(sent(), IsEmpty());
+}
+
+TEST_F(Session, AsksAgainWhenTheSoundStaysAway) {
+  pass(0ms);
+  serverSays("<<READY>>");
+  passWithSound(1s);
+  sent();
+  pass(7s);
+  EXPECT_THAT(sent(),
+              ElementsAre("3.0 <<PING>>", "4.0 <<HELLO>>", "6.0 <<PING>>", "7.0 <<HELLO>>"));
+  EXPECT_EQ(session_.state(), kJoined);
+  serverSays("<<BUSY>>");
+  EXPECT_EQ(session_.state(), kRefused);
+}
+
+TEST_F(Session, MeasuresTheRoundTripOfAPing) {
+  pass(0ms);
+  serverSays("<<READY>>");
+  serverSays("<<PONG>>");
+  EXPECT_FALSE(session_.roundTrip());
+  passWithSound(3s);
+  pass(7ms);
+  serverSays("<<PONG>>");
+  EXPECT_EQ(session_.roundTrip(), 7ms);
+}
+
+TEST_F(Session, SaysGoodbyeEvenBeforeTheAnswerCame) {
+  pass(100ms);
+  leave();
+  EXPECT_THAT(sent(), ElementsAre("0.0 <<HELLO>>", "0.1 <<STOP>>"));
+}
+
+TEST_F(Session, IgnoresWhatItDoesNotKnow) {
+  pass(100ms);
+  for (const auto* text : {"", "<<ready>>", "<<READY>>\n", "READY", "<<HELLO>>"}) serverSays(text);
+  EXPECT_EQ(session_.state(), kJoining);
+}
+
+}  // namespace
+}  // namespace quorin::listen

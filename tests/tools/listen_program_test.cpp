@@ -1,0 +1,133 @@
+#include "measure/tone_analysis.h"
+#include "measure/wav_file.h"
+#include "tools/stand_in_server.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <QImage>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace quorin {
+namespace {
+
+using test::StandInServer;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+/// The real quorin-listen, run to its end, against a stand-in for the program it listens to.
+class QuorinListen : public testing::Test {
+ protected:
+  QuorinListen() {
+    std::string pattern = testing::TempDir() + "quorin-listen-XXXXXX";
+    folder_ = ::mkdtemp(pattern.data());
+  }
+  ~QuorinListen() override {
+    if (process_ > 0) ::kill(process_, SIGKILL);
+    std::filesystem::remove_all(folder_);
+  }
+
+  std::string path(const char* name) const { return folder_ / name; }
+
+  void start(std::vector<std::string> arguments) {
+    const std::string program = std::string(std::getenv("QUORIN_BIN")) + "/quorin-listen";
+    std::vector<char*> argv{const_cast<char*>(program.c_str())};
+    for (auto& argument : arguments) argv.push_back(argument.data());
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t files;
+    ::posix_spawn_file_actions_init(&files);
+    for (const int stream : {1, 2}) {
+      ::posix_spawn_file_actions_addopen(&files, stream, path(stream == 1 ? "out" : "err").c_str(),
+                                         O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    }
+    ASSERT_EQ(::posix_spawn(&process_, program.c_str(), &files, nullptr, argv.data(), environ), 0);
+    ::posix_spawn_file_actions_destroy(&files);
+  }
+
+  int exitCode() {
+    int status = 0;
+    ::waitpid(process_, &status, 0);
+    process_ = 0;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  int run(std::vector<std::string> arguments) {
+    start(std::move(arguments));
+    return exitCode();
+  }
+
+  std::string said(const char* stream) const {
+    std::ifstream file(path(stream));
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  std::filesystem::path folder_;
+  pid_t process_ = 0;
+};
+
+TEST_F(QuorinListen, RecordsMeasuresAndDrawsWhatItHears) {
+  StandInServer server;
+  ASSERT_EQ(run({server.address(), "--seconds", "1.5", "--json", "--wav", path("a.wav"), "--plot",
+                 path("a.png"), "--arrivals", path("a.txt")}),
+            0)
+      << said("err");
+  EXPECT_THAT(server.messages("<<STOP>>"), ElementsAre("<<HELLO>>", "<<STOP>>"));
+
+  const auto json = QJsonDocument::fromJson(QByteArray::fromStdString(said("out"))).object();
+  const int datagrams = json["datagrams"].toInt();
+  EXPECT_GE(datagrams, 60);
+  EXPECT_LE(datagrams, 80);
+  EXPECT_NEAR(json["frequency_hz"].toDouble(), 440, 0.1);
+  EXPECT_NEAR(json["level_db"]["rms"].toDouble(), -9.03, 0.05);
+
+  const auto samples = measure::readWav(path("a.wav")).value();
+  EXPECT_EQ(samples.size(), static_cast<std::size_t>(datagrams) * 882);
+  EXPECT_THAT(measure::cutsIn(samples), ElementsAre());
+
+  std::ifstream arrivals(path("a.txt"));
+  EXPECT_EQ(std::count(std::istreambuf_iterator<char>(arrivals), {}, '\n'), datagrams);
+  EXPECT_FALSE(QImage(QString::fromStdString(path("a.png"))).isNull());
+}
+
+TEST_F(QuorinListen, EndsProperlyOnASignal) {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    StandInServer server;
+    start({server.address(), "--wav", path("b.wav")});
+    server.messages("<<HELLO>>");
+    ::kill(process_, signal);
+    EXPECT_EQ(exitCode(), 0);
+    EXPECT_EQ(server.messages("<<STOP>>").back(), "<<STOP>>");
+    EXPECT_THAT(said("out"), HasSubstr("received "));
+    EXPECT_TRUE(measure::readWav(path("b.wav")));
+  }
+}
+
+TEST_F(QuorinListen, SaysWhatToCheckWhenNobodyAnswers) {
+  EXPECT_EQ(run({"127.0.0.1:9", "--seconds", "1"}), 1);
+  EXPECT_THAT(said("err"), HasSubstr("No answer from 127.0.0.1:9 for 3 s: check the address"));
+  EXPECT_EQ(said("out"), "");
+}
+
+TEST_F(QuorinListen, HasAnExitCodeForAFullServer) {
+  StandInServer server(StandInServer::Manner::kIsFull);
+  EXPECT_EQ(run({server.address()}), 3);
+  EXPECT_THAT(said("err"), HasSubstr(server.address() + " already serves as many"));
+}
+
+TEST_F(QuorinListen, RefusesWrongUsageAndWrongPlaces) {
+  EXPECT_EQ(run({"somewhere"}), 2);
+  EXPECT_EQ(run({"127.0.0.1:9", "--wav", path("none/a.wav")}), 1);
+  EXPECT_THAT(said("err"), HasSubstr("Cannot write " + path("none/a.wav")));
+  EXPECT_EQ(run({"--help"}), 0);
+  EXPECT_THAT(said("out"), HasSubstr("--seconds N"));
+}
+
+}  // namespace
+}  // namespace quorin

@@ -1,0 +1,81 @@
+#include "measure/wav_file.h"
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <vector>
+
+namespace quorin::measure {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::SizeIs;
+
+template <typename Sample>
+bool append(WavWriter& writer, const std::vector<Sample>& samples) {
+  return writer.append(std::as_bytes(std::span(samples)));
+}
+
+class WavFile : public testing::Test {
+ protected:
+  WavFile() {
+    std::string pattern = testing::TempDir() + "quorin-wav-XXXXXX";
+    folder_ = ::mkdtemp(pattern.data());
+  }
+  ~WavFile() override { std::filesystem::remove_all(folder_); }
+
+  std::string path() const { return folder_ / "sound.wav"; }
+
+  std::filesystem::path folder_;
+};
+
+TEST_F(WavFile, IsTheBytesThatEveryPlayerExpects) {
+  {
+    auto writer = WavWriter::create(path(), SampleFormat::kInt16);
+    ASSERT_TRUE(writer);
+    EXPECT_TRUE(append<std::int16_t>(*writer, {1, -2}));
+  }
+  std::ifstream file(path(), std::ios::binary);
+  const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+  const auto expected = std::string("RIFF\x28\0\0\0WAVEfmt \x10\0\0\0\1\0\1\0", 24) +
+                        std::string("\x44\xAC\0\0\x88\x58\1\0\2\0\x10\0", 12) +
+                        std::string("data\4\0\0\0\1\0\xFE\xFF", 12);
+  EXPECT_EQ(bytes, expected);
+}
+
+TEST_F(WavFile, ReadsBackInBothFormats) {
+  {
+    auto writer = WavWriter::create(path(), SampleFormat::kFloat32);
+    append<float>(*writer, {0.25F, -1.0F});
+  }
+  EXPECT_THAT(readWav(path()).value(), ElementsAre(0.25F, -1.0F));
+  {
+    auto writer = WavWriter::create(path(), SampleFormat::kInt16);
+    append<std::int16_t>(*writer, {32767, -32767, 0});
+  }
+  EXPECT_THAT(readWav(path()).value(), ElementsAre(1.0F, -1.0F, 0.0F));
+}
+
+TEST_F(WavFile, OfAWriterThatNeverCameToAnEndLacksTheLastSecondAtMost) {
+  auto writer = WavWriter::create(path(), SampleFormat::kInt16);
+  const std::array<std::byte, kInt16Bytes> datagram{};
+  for (int i = 0; i < 125; ++i) writer->append(datagram);  // 2.5 s
+  EXPECT_THAT(readWav(path()).value(), SizeIs(2 * kSampleRate));
+}
+
+TEST_F(WavFile, SaysInASentenceWhatItCannotDo) {
+  const auto nowhere = WavWriter::create(folder_ / "none" / "x.wav", SampleFormat::kInt16);
+  ASSERT_FALSE(nowhere);
+  EXPECT_THAT(nowhere.error(), HasSubstr("none/x.wav"));
+
+  EXPECT_FALSE(readWav(path()));
+  std::ofstream(path()) << std::string(100, 'x');
+  EXPECT_FALSE(readWav(path()));
+}
+
+}  // namespace
+}  // namespace quorin::measure

@@ -1,0 +1,165 @@
+#include "quorin-listen/listener.h"
+
+#include "platform/posix/file_descriptor.h"
+#include "quorin-listen/jitter_plot.h"
+#include "quorin-listen/outputs.h"
+#include "quorin-listen/report.h"
+#include "quorin-listen/udp_source.h"
+
+#include <poll.h>
+#include <signal.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <QGuiApplication>
+#include <QLoggingCategory>
+#include <algorithm>
+#include <array>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace quorin::listen {
+namespace {
+
+constexpr std::chrono::milliseconds kLiveLineInterval{250};
+
+TimePoint steadyNow() {
+  return std::chrono::steady_clock::now();
+}
+
+/// The clock of the kernel's stamps.
+measure::Nanoseconds wallNow() {
+  return std::chrono::system_clock::now().time_since_epoch();
+}
+
+posix::FileDescriptor watchForTermination() {
+  sigset_t ending;
+  ::sigemptyset(&ending);
+  ::sigaddset(&ending, SIGINT);
+  ::sigaddset(&ending, SIGTERM);
+  ::pthread_sigmask(SIG_BLOCK, &ending, nullptr);
+  return posix::FileDescriptor(::signalfd(-1, &ending, SFD_CLOEXEC));
+}
+
+/// The line that is written over itself; silent where nobody watches.
+class LiveLine {
+ public:
+  LiveLine() : shown_(::isatty(STDOUT_FILENO) == 1) {}
+  ~LiveLine() {
+    if (shown_) std::cout << std::endl;
+  }
+  LiveLine(const LiveLine&) = delete;
+  LiveLine& operator=(const LiveLine&) = delete;
+
+  TimePoint next() const { return shown_ ? next_ : TimePoint::max(); }
+  void showIfDue(const Reception& reception, bool joined, TimePoint now) {
+    if (now < next()) return;
+    next_ = now + kLiveLineInterval;
+    std::cout << "\r\033[K" << (joined ? liveLine(reception, wallNow()) : "asking to join ...")
+              << std::flush;
+  }
+
+ private:
+  bool shown_;
+  TimePoint next_;
+};
+
+void waitUntil(TimePoint wakeUp, std::array<pollfd, 2>& watched) {
+  using std::chrono::milliseconds;
+  const auto left = std::chrono::ceil<milliseconds>(wakeUp - steadyNow());
+  const auto timeout = std::clamp(left, milliseconds(0), milliseconds(60'000));
+  ::poll(watched.data(), watched.size(), static_cast<int>(timeout.count()));
+}
+
+/// One run: a source, what it brought, and where that goes.
+class Listening {
+ public:
+  Listening(std::unique_ptr<SoundSource> source, Outputs outputs)
+      : source_(std::move(source)), outputs_(std::move(outputs)) {}
+
+  /// Ends without a value when the time is up or `termination` is readable.
+  std::optional<Ending> run(const posix::FileDescriptor& termination, const Options& options);
+
+  const Reception& reception() const { return reception_; }
+  Report report() const { return reportOf(reception_, source_->roundTrip()); }
+
+ private:
+  void take(const Sound& sound) {
+    const auto samples = reception_.add(sound);
+    if (broken_) return;
+    if (auto added = outputs_.add(sound, samples); !added) {
+      broken_ = Ending{.code = kFailed, .sentence = std::move(added.error())};
+    }
+  }
+
+  std::unique_ptr<SoundSource> source_;
+  Outputs outputs_;
+  Reception reception_;
+  std::optional<Ending> broken_;
+};
+
+std::optional<Ending> Listening::run(const posix::FileDescriptor& termination,
+                                     const Options& options) {
+  std::array<pollfd, 2> watched{
+      pollfd{.fd = termination.get(), .events = POLLIN, .revents = 0},
+      pollfd{.fd = source_->descriptor(), .events = POLLIN, .revents = 0}};
+  LiveLine line;
+  auto end = TimePoint::max();
+  while (steadyNow() < end && (watched[0].revents & POLLIN) == 0) {
+    source_->serve(steadyNow(), [this](const Sound& sound) { take(sound); });
+    if (broken_) break;
+    if (auto ending = source_->ending()) return ending;
+    if (options.duration && source_->joined() && end == TimePoint::max()) {
+      end = steadyNow() + *options.duration;
+    }
+    line.showIfDue(reception_, source_->joined(), steadyNow());
+    waitUntil(std::min({source_->nextDeadline(), line.next(), end}), watched);
+  }
+  source_->leave(steadyNow());
+  return broken_;
+}
+
+bool drawPlot(const std::string& path, const Reception& reception) {
+  ::qputenv("QT_QPA_PLATFORM", "offscreen");
+  // A session without a runtime folder is told so, which does not matter to a picture.
+  QLoggingCategory::setFilterRules("default.warning=false");
+  int argc = 1;
+  std::array<char, 14> name{"quorin-listen"};
+  std::array<char*, 2> argv{name.data(), nullptr};
+  const QGuiApplication application(argc, argv.data());
+  const auto title =
+      "Arrival of " + std::to_string(reception.arrivals().datagrams()) + " datagrams";
+  return drawJitter(reception.arrivals().deviationsMs(), title)
+      .save(QString::fromStdString(path), "PNG");
+}
+
+ExitCode failed(const Ending& ending) {
+  std::cerr << "quorin-listen: " << ending.sentence << '\n';
+  return ending.code;
+}
+
+}  // namespace
+
+ExitCode listen(const Options& options) {
+  const auto termination = watchForTermination();  // before the sound server's thread exists
+  auto outputs = Outputs::open(options);
+  if (!outputs) return failed({.code = kFailed, .sentence = std::move(outputs.error())});
+  auto source = UdpSource::open(options.server, steadyNow());
+  if (!source) return failed({.code = kFailed, .sentence = std::move(source.error())});
+
+  Listening listening(std::move(*source), std::move(*outputs));
+  if (const auto ending = listening.run(termination, options)) return failed(*ending);
+
+  std::cout << (options.json ? asJson(listening.report()) : asText(listening.report()))
+            << std::flush;
+  if (options.plot && !drawPlot(*options.plot, listening.reception())) {
+    return failed(
+        {.code = kFailed,
+         .sentence = "Cannot write " + *options.plot + ". Choose another place for the picture."});
+  }
+  return kListened;
+}
+
+}  // namespace quorin::listen

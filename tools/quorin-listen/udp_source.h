@@ -1,0 +1,41 @@
+#pragma once
+
+#include "platform/posix/file_descriptor.h"
+#include "quorin-listen/sound_source.h"
+#include "wire/client_key.h"
+
+#include <expected>
+#include <memory>
+#include <string>
+
+namespace quorin::listen {
+
+/// A server of 16-bit or float datagrams, joined as a phone does. Datagrams of other senders never
+/// reach it: its socket is connected.
+class UdpSource : public SoundSource {
+ public:
+  /// The error is a sentence for the user.
+  static std::expected<std::unique_ptr<UdpSource>, std::string> open(const wire::ClientKey& server,
+                                                                     TimePoint now);
+
+  int descriptor() const override { return socket_.get(); }
+  TimePoint nextDeadline() const override { return session_.nextDeadline(); }
+  void serve(TimePoint now, const std::function<void(const Sound&)>& onSound) override;
+  bool joined() const override { return session_.state() == ClientSession::State::kJoined; }
+  std::optional<Ending> ending() const override;
+  std::optional<std::chrono::nanoseconds> roundTrip() const override {
+    return session_.roundTrip();
+  }
+  void leave(TimePoint now) override;
+
+ private:
+  UdpSource(posix::FileDescriptor socket, const wire::ClientKey& server, TimePoint now)
+      : socket_(std::move(socket)), server_(server), session_(now) {}
+  void sendWhatIsDue(TimePoint now);
+
+  posix::FileDescriptor socket_;
+  wire::ClientKey server_;
+  ClientSession session_;
+};
+
+}  // namespace quorin::listen
