@@ -40,7 +40,8 @@ class AudioServer {
 };
 
 /// The user's server: PulseAudio, or PipeWire's stand-in for it (`PULSE_SERVER` is honoured).
-/// Returns at once; the connection comes about on a thread of its own.
-std::unique_ptr<AudioServer> connectToAudioServer();
+/// Returns at once; the connection comes about on a thread of its own, which takes real-time
+/// priority where it may have it (`utilityQueue` asks rtkit for it), and goes on without.
+std::unique_ptr<AudioServer> connectToAudioServer(dispatch::Queue& utilityQueue);
 
 }  // namespace quorin::audio

@@ -25,10 +25,16 @@ void PulseConnection::DropContext::operator()(pa_context* context) const {
   ::pa_context_unref(context);
 }
 
-PulseConnection::PulseConnection(PulseConnectionListener& listener)
-    : listener_(listener), mainloop_(::pa_threaded_mainloop_new()), backoff_(kFirstBackoff) {
+PulseConnection::PulseConnection(PulseConnectionListener& listener, std::function<void()> onThread)
+    : listener_(listener),
+      onThread_(std::move(onThread)),
+      mainloop_(::pa_threaded_mainloop_new()),
+      backoff_(kFirstBackoff) {
   assert(mainloop_);
   ::pa_threaded_mainloop_set_name(mainloop_.get(), "quorin-audio");
+  ::pa_mainloop_api_once(
+      ::pa_threaded_mainloop_get_api(mainloop_.get()),
+      [](pa_mainloop_api*, void* self) { static_cast<PulseConnection*>(self)->onThread_(); }, this);
   connect();
   ::pa_threaded_mainloop_start(mainloop_.get());
 }

@@ -24,7 +24,8 @@ class PulseConnectionListener {
 /// must be short.
 class PulseConnection {
  public:
-  explicit PulseConnection(PulseConnectionListener& listener);
+  /// `onThread` runs once, first, on the new thread.
+  PulseConnection(PulseConnectionListener& listener, std::function<void()> onThread);
   ~PulseConnection();
   PulseConnection(const PulseConnection&) = delete;
   PulseConnection& operator=(const PulseConnection&) = delete;
@@ -76,6 +77,7 @@ class PulseConnection {
   void cancel(pa_time_event* event);
 
   PulseConnectionListener& listener_;
+  std::function<void()> onThread_;
   std::unique_ptr<pa_threaded_mainloop, FreeMainloop> mainloop_;
   /// Never null while the thread runs: the last one stays until the next attempt, because timers
   /// are made through it.

@@ -1,12 +1,19 @@
 #include "platform/audio/pulse_server.h"
 
 #include "platform/audio/pulse_engine.h"
+#include "platform/dispatch/realtime.h"
+
+#include <unistd.h>
 
 namespace quorin::audio {
 
-PulseServer::PulseServer()
+PulseServer::PulseServer(dispatch::Queue& utilityQueue)
     : devices_([this](const DefaultDevices& devices) { publishDevices(devices); }),
-      connection_(*this) {}
+      connection_(*this, [&utilityQueue] {
+        // A late capture thread is a late chunk; rtkit may keep one waiting, hence elsewhere.
+        if (dispatch::takeRealtime()) return;
+        utilityQueue.async([thread = ::gettid()] { dispatch::takeRealtimeThroughRtkit(thread); });
+      }) {}
 
 DefaultDevices PulseServer::defaultDevices() const {
   const dispatch::Lock lock(mutex_);
@@ -66,8 +73,8 @@ void PulseServer::publish(Change change) {
   if (changeSource_ && news_ != before) changeSource_->signal();
 }
 
-std::unique_ptr<AudioServer> connectToAudioServer() {
-  return std::make_unique<PulseServer>();
+std::unique_ptr<AudioServer> connectToAudioServer(dispatch::Queue& utilityQueue) {
+  return std::make_unique<PulseServer>(utilityQueue);
 }
 
 }  // namespace quorin::audio

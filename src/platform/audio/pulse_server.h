@@ -12,7 +12,7 @@ namespace quorin::audio {
 
 class PulseServer : public AudioServer, private PulseConnectionListener {
  public:
-  PulseServer();
+  explicit PulseServer(dispatch::Queue& utilityQueue);
 
   DefaultDevices defaultDevices() const override;
   RecordingAccess recordingAccess() const override;

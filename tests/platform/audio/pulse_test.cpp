@@ -1,4 +1,5 @@
 #include "platform/audio/audio_server.h"
+#include "platform/dispatch/simulated_scheduler.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/dispatch/thread_safety.h"
 #include "support/eventually.h"
@@ -78,7 +79,7 @@ class AudioServerTest : public testing::Test {
     ASSERT_TRUE(server_->setDefaultSource("quorin.monitor"));
   }
   void connect() {
-    audio_ = audio::connectToAudioServer();
+    audio_ = audio::connectToAudioServer(scheduler_->utilityQueue());
     audio_->setChangeHandler(scheduler_->mainQueue(), [this] { ++changes_; });
     engine_ = audio_->makeEngine();
     engine_->setInterruptionHandler(scheduler_->mainQueue(), [this](const audio::Error& error) {
@@ -235,7 +236,8 @@ TEST_F(PipeWireTest, RecordsWhatIsPlayed) {
 
 TEST(NoAudioServer, IsNoDevicesAndOneClearError) {
   ::setenv("PULSE_SERVER", "unix:/nonexistent/quorin", 1);
-  const auto audio = audio::connectToAudioServer();
+  dispatch::SimulatedScheduler scheduler;
+  const auto audio = audio::connectToAudioServer(scheduler.utilityQueue());
   const auto engine = audio->makeEngine();
   EXPECT_FALSE(engine->inputFormat().exists());
   EXPECT_EQ(audio->defaultDevices(), audio::DefaultDevices{});
