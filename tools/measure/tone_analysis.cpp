@@ -94,7 +94,8 @@ std::vector<std::size_t> cutsIn(std::span<const float> samples) {
 }
 
 std::vector<std::size_t> ticksIn(std::span<const float> samples) {
-  const double limit = peakOf(samples) / 2;
+  // A rate converter leaves between 0.6 and 1 of a tick, and less than 0.25 of it around it.
+  const double limit = 0.4 * peakOf(samples);
   if (limit < 0.01) return {};
   Events ticks(kSampleRate / 10);
   for (std::size_t i = 0; i < samples.size(); ++i) {

@@ -1,0 +1,94 @@
+#include "demo/verdict.h"
+
+#include "sound/tracks.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+
+namespace quorin::demo {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// The value a `share` of the way from p[1] to p[2], by a cubic.
+float interpolated(const float* p, float share) {
+  const float slope = p[2] - p[0];
+  const float curve = 2 * p[0] - 5 * p[1] + 4 * p[2] - p[3];
+  const float bend = 3 * (p[1] - p[2]) + p[3] - p[0];
+  return p[1] + share * (slope + share * (curve + share * bend)) / 2;
+}
+
+/// The demo's track at 44100 Hz, after half a second of silence, in datagrams that come 30 ms
+/// after the sound was played.
+class Demo : public testing::Test {
+ protected:
+  Demo() {
+    const auto& track = sound::demoTrack();
+    evidence_.received.resize(22'050);
+    const double step = static_cast<double>(sound::kTrackRate) / 44100;
+    for (double at = 1; at + 3 < static_cast<double>(track.samples.size()); at += step) {
+      evidence_.received.push_back(interpolated(&track.samples[static_cast<std::size_t>(at) - 1],
+                                                static_cast<float>(at - std::floor(at))));
+    }
+    evidence_.received.resize(evidence_.received.size() / 882 * 882);
+    for (std::size_t i = 0; i < evidence_.received.size() / 882; ++i) {
+      evidence_.arrivals.push_back({.at = kBegin + (i + 1) * 20ms, .frames = 882});
+    }
+    for (const auto tick : track.ticks) {
+      evidence_.ticksPlayed.push_back(
+          kBegin + 500ms - 30ms +
+          std::chrono::nanoseconds(std::llround(sound::Track::secondsAt(tick) * 1e9)));
+    }
+  }
+
+  Verdict verdict() const { return judge(evidence_).value(); }
+
+  static constexpr measure::Nanoseconds kBegin = 1000h;
+  Evidence evidence_;
+};
+
+TEST_F(Demo, IsWholeWhenEverythingArrived) {
+  EXPECT_TRUE(verdict().whole()) << tableOf(verdict());
+}
+
+TEST_F(Demo, MeasuresFromTheTickPlayedToItsDatagram) {
+  const auto latencies = verdict().latenciesMs;
+  ASSERT_EQ(latencies.size(), sound::demoTrack().ticks.size());
+  for (const float latency : latencies) {
+    EXPECT_GE(latency, 30);  // a datagram is stamped when its last sample is there
+    EXPECT_LE(latency, 50.1);
+  }
+}
+
+TEST_F(Demo, IsNotWholeWithALostDatagramWhereverItStood) {
+  for (const double seconds : {0.6, 2.0, 4.71, 7.9, 8.6, 8.75, 10.1}) {
+    const auto intact = evidence_;
+    const auto first = evidence_.received.begin() + 882 * std::lround(seconds * 50);
+    evidence_.received.erase(first, first + 882);
+    EXPECT_FALSE(verdict().whole()) << seconds << " s\n" << tableOf(verdict());
+    evidence_ = intact;
+  }
+}
+
+TEST_F(Demo, IsNotWholeAtAnotherPitchOrLevel) {
+  const auto intact = evidence_;
+  for (auto& sample : evidence_.received) sample *= 0.9F;
+  EXPECT_FALSE(verdict().whole());
+  evidence_ = intact;
+  for (std::size_t i = 0; i + 1 < evidence_.received.size(); ++i) {
+    evidence_.received[i] =
+        intact.received[i * 1001 / 1000 < intact.received.size() ? i * 1001 / 1000 : 0];
+  }
+  EXPECT_FALSE(verdict().whole());
+}
+
+TEST_F(Demo, IsNothingWhenOnlySilenceArrived) {
+  evidence_.received.assign(44'100, 0);
+  EXPECT_FALSE(judge(evidence_));
+  evidence_.received.clear();
+  EXPECT_FALSE(judge(evidence_));
+}
+
+}  // namespace
+}  // namespace quorin::demo
