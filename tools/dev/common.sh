@@ -19,9 +19,12 @@ TEST_PACKAGES=(
   pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus
   xvfb xauth imagemagick iproute2 procps
   fonts-dejavu-core fonts-noto-core
+  appstream desktop-file-utils groff-base
 )
 DEMO_PACKAGES=(pulseaudio pulseaudio-utils xvfb imagemagick fonts-dejavu-core)
 CHECK_PACKAGES=(clang-19 clang-tidy-19 clang-format-19 libclang-rt-19-dev)
+COVERAGE_PACKAGES=(gcovr)
+PACKAGE_PACKAGES=(dpkg-dev file gzip lintian debootstrap)
 BENCH_PACKAGES=(
   pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus libbenchmark-dev
   ffmpeg gstreamer1.0-tools gstreamer1.0-pulseaudio

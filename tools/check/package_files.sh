@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# What the desktop reads of us is valid, and the release is the same one everywhere.
+set -euo pipefail
+cd -- "$(dirname -- "$(readlink -f -- "$0")")/../.."
+id=org.quorin.Stream
+desktop=packaging/desktop/$id.desktop
+metainfo=packaging/desktop/$id.metainfo.xml
+
+broken=0
+complain() {
+  echo "$*"
+  broken=1
+}
+
+said=$(desktop-file-validate "$desktop" 2>&1) || true
+[ -z "$said" ] || complain "$said"
+said=$(appstreamcli validate --no-net --no-color "$metainfo" 2>&1) || complain "$said"
+
+version=$(sed -nE 's/^project\(.*VERSION ([0-9.]+).*/\1/p' CMakeLists.txt)
+[ -n "$version" ] || complain "CMakeLists.txt: no version found"
+grep -q "<release version=\"$version\"" "$metainfo" || complain "$metainfo: no release $version"
+head -n 1 packaging/debian/changelog | grep -qF "($version-" ||
+  complain "packaging/debian/changelog: does not begin with $version"
+
+# A window finds its launcher and its icon by this name.
+grep -rqF "\"$id\"" src/app || complain "src/app does not set the desktop file name $id"
+exit $broken
