@@ -3,6 +3,7 @@
 #include "platform/usb/channel.h"
 #include "platform/usb/usb_hub.h"
 #include "support/bytes.h"
+#include "support/fake_phone.h"
 
 #include <memory>
 #include <optional>
@@ -25,14 +26,6 @@ class FakeHub : public usb::PTUSBHub {
 
  private:
   usb::PTUSBHubEvents events_;
-};
-
-struct SentFrame {
-  std::uint32_t type = 0;
-  std::uint32_t tag = 0;
-  Bytes payload;
-
-  friend bool operator==(const SentFrame&, const SentFrame&) = default;
 };
 
 class FakeLiveSender : public usb::LiveFrameSender {
