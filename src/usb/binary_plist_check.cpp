@@ -99,11 +99,12 @@ class Checker {
       case 0x3:  // date
         return Object{.size = 1 + (std::size_t{1} << (count & 0x07U))};
       case 0x4:  // data
-      case 0x5:  // ASCII
       case 0x8:  // number of an object, as archives have them
         return Object{.size = 1 + count};
+      case 0x5:  // ASCII
+        return string(content, count, 1);
       case 0x6:  // UTF-16
-        return Object{.size = 1 + 2 * count};
+        return string(content, count, 2);
       case 0xA:  // array
       case 0xC:  // set
         return container(content, count);
@@ -112,6 +113,13 @@ class Checker {
       default:
         return std::nullopt;
     }
+  }
+
+  std::optional<Object> string(std::size_t content, std::size_t count, std::size_t width) const {
+    for (std::size_t i = 0; i < count; ++i) {
+      if (readNumber(content + i * width, width).value_or(0) == 0) return std::nullopt;
+    }
+    return Object{.size = 1 + count * width};
   }
 
   Object container(std::size_t content, std::size_t references) const {

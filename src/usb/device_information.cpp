@@ -195,7 +195,7 @@ Plist parse(std::span<const std::byte> payload) {
   plist_t node = nullptr;
   if (plist_is_binary(data, size) != 0) {
     if (isPlainBinaryPlist(payload)) plist_from_bin(data, size, &node);
-  } else if (!payload.empty()) {
+  } else if (!payload.empty() && !std::string_view(data, size).contains('\0')) {
     plist_from_xml(data, size, &node);
   }
   return Plist(node);

@@ -81,6 +81,9 @@ TEST(DeviceInformation, IsNoneUnlessItIsOneDictionary) {
       {"cut XML", bytesOf("<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>a")},
       {"only the binary magic", bytesOf("bplist00")},
       {"binary of zeros", bytesOf("bplist00") + Bytes(64)},
+      {"a text with NUL", bytesOf("<plist><dict><key>a</key><string>x") + Bytes(1) +
+                              bytesOf("y</string></dict></plist>")},
+      {"an escaped NUL", bytesOf("<plist><dict><key>&#0;</key><true/></dict></plist>")},
       {"too large", bytesOf("<plist><dict></dict></plist>") + Bytes(kMaxDeviceInformationBytes)},
   };
   for (const auto& row : cases) {
@@ -134,6 +137,12 @@ Bytes growingList(int levels) {
 TEST(DeviceInformation, AListThatWouldFillTheMemoryIsRefused) {
   EXPECT_TRUE(describeDeviceInformation(growingList(1))) << "the test's own list is well-formed";
   EXPECT_EQ(describeDeviceInformation(growingList(40)), std::nullopt);
+}
+
+TEST(DeviceInformation, ABinaryTextWithNulIsRefused) {
+  auto list = growingList(1);
+  list[8 + 3 + 1] = std::byte{0};  // the key
+  EXPECT_EQ(describeDeviceInformation(list), std::nullopt);
 }
 
 TEST(DeviceInformation, AListThatContainsItselfIsRefused) {

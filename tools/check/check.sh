@@ -31,11 +31,13 @@ step_tsan() {
 
 step_fuzz() {
   configure fuzz && build fuzz || return
-  local fuzzer corpus
+  local fuzzer corpus seeds
   for fuzzer in build/fuzz/bin/*_fuzz; do
     [ -x "$fuzzer" ] || { echo "no fuzzer was built" && return 1; }
     corpus=build/fuzz/corpus/$(basename "$fuzzer")
     mkdir -p "$corpus"
+    seeds=tests/fuzz/seeds/$(basename "$fuzzer")
+    [ ! -d "$seeds" ] || cp -n "$seeds"/* "$corpus"
     say "fuzzing with $(basename "$fuzzer")"
     "$fuzzer" -max_total_time="${QUORIN_FUZZ_SECONDS:-60}" -print_final_stats=1 -verbosity=0 \
       -artifact_prefix="$corpus-" "$corpus" || return
