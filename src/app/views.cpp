@@ -78,6 +78,7 @@ Views::Views(QWidget& contentView, const Texts& texts, const Images& images,
   buildMenu(texts, images);
   buildCablePage(texts);
   buildWifiPage(texts, makePanel);
+  backgroundGradient_->show();
   splashOverlay_->raise();
   splashOverlay_->show();
   splashImageView_->setVisible(splashImageView_->hasImage());

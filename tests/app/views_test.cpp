@@ -1,0 +1,237 @@
+#include "app/views.h"
+
+#include "app/appearance.h"
+#include "app/window_fixture.h"
+
+#include <QAccessible>
+#include <QDir>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <ostream>
+#include <set>
+
+namespace quorin::app {
+
+void PrintTo(View view, std::ostream* out) {
+  *out << nameOf(view);
+}
+
+namespace {
+
+class ViewsTest : public WindowFixture {};
+
+TEST_F(ViewsTest, EveryViewExistsUnderItsName) {
+  const std::set<View> neverBuilt = {View::onlineStartButton_, View::onlineStopButton_,
+                                     View::onlineQRWifiLabel_, View::onlineSwiftUIView_};
+  for (std::size_t i = 0; i < kViewCount; ++i) {
+    const auto view = static_cast<View>(i);
+    const auto name = QString::fromStdString(std::string(nameOf(view)));
+    EXPECT_EQ(window_.findChild<QWidget*>(name), views_.find(view)) << nameOf(view);
+    EXPECT_EQ(views_.find(view) == nullptr, neverBuilt.contains(view)) << nameOf(view);
+  }
+}
+
+struct Typography {
+  View view;
+  int pixels;
+  QFont::Weight weight;
+  QColor color;
+  bool wraps = false;
+  Qt::Alignment alignment = Qt::AlignHCenter;
+};
+
+TEST_F(ViewsTest, TextsHaveTheirFontsColoursAndAlignment) {
+  using enum View;
+  const QColor white = Qt::white;
+  const QColor grey = colors::kLightGrey;
+  const QColor fainterGrey = withAlpha(grey, 0.9);
+  for (const auto& [view, pixels, weight, color, wraps, alignment] : {
+           Typography{offlineLabel, 42, QFont::Bold, white},
+           Typography{cableStatusLabel, 20, QFont::Bold, white},
+           Typography{audioCheckLabel_, 20, QFont::DemiBold, white},
+           Typography{audioGuardTitleLabel_, 28, QFont::Bold, white, true},
+           Typography{audioGuardTextLabel_, 14, QFont::Normal, grey, true},
+           Typography{audioGuardStatusOutLabel_, 13, QFont::Normal, grey},
+           Typography{audioGuardStatusInLabel_, 13, QFont::Normal, grey},
+           Typography{micDeniedLabel_, 16, QFont::Normal, white, true},
+           Typography{menuHeaderLabel_, 22, QFont::Light, white},
+           Typography{menuOnlineTitle_, 24, QFont::DemiBold, white, true},
+           Typography{menuOnlineNote_, 14, QFont::Normal, grey, true},
+           Typography{menuOfflineTitle_, 24, QFont::DemiBold, white, true},
+           Typography{menuOfflineNote_, 14, QFont::Normal, grey, true},
+           Typography{menuCopyrightLabel_, 12, QFont::Normal, grey},
+           Typography{usbMainLabel_, 32, QFont::Bold, white, true},
+           Typography{usbSecondary2Label_, 16, QFont::DemiBold, grey, true},
+           Typography{connectedLabel_, 48, QFont::Bold, white, false, Qt::AlignLeft},
+           Typography{onlineTitleLabel_, 42, QFont::Bold, white, true},
+           Typography{onlineInfoLabel_, 16, QFont::DemiBold, fainterGrey},
+           Typography{onlineHelpLabel_, 12, QFont::Normal, fainterGrey},
+           Typography{onlineQRMicroLabel_, 14, QFont::DemiBold, white, true},
+       }) {
+    QWidget fresh;
+    const Views untouched(fresh, texts_, images_);  // before a layout fits any font
+    const auto* const label = qobject_cast<QLabel*>(untouched.find(view));
+    ASSERT_TRUE(label) << nameOf(view);
+    EXPECT_EQ(label->font().pixelSize(), pixels) << nameOf(view);
+    EXPECT_EQ(label->font().weight(), weight) << nameOf(view);
+    EXPECT_EQ(label->palette().color(QPalette::WindowText), color) << nameOf(view);
+    EXPECT_EQ(label->wordWrap(), wraps) << nameOf(view);
+    EXPECT_EQ(label->alignment() & Qt::AlignHorizontal_Mask, alignment) << nameOf(view);
+  }
+  EXPECT_EQ(views_.backButton_->font().pixelSize(), 18);
+  EXPECT_EQ(views_.audioGuardOpenSettingsButton_->font().weight(), QFont::DemiBold);
+  EXPECT_EQ(views_.menuPrivacyButton_->font().pixelSize(), 12);
+}
+
+TEST_F(ViewsTest, FixedTextsAreTheSameInEveryLanguage) {
+  EXPECT_EQ(views_.onlineTitleLabel_->text(), "Con Internet");
+  EXPECT_EQ(views_.onlineInfoLabel_->text(), "0 dispositivos conectados");
+  EXPECT_EQ(views_.onlineHelpLabel_->text(),
+            "⚠️ En macOS, esta página es un preview UI. La transmisión UDP completa está en iOS.");
+  EXPECT_EQ(views_.onlineIPField_->placeholderText(), "IP del servidor");
+  EXPECT_EQ(views_.onlinePortField_->placeholderText(), "Puerto");
+  EXPECT_EQ(views_.onlinePortField_->text(), "9000");
+  EXPECT_EQ(views_.onlineQRButton_->text(), "Abrir QR (iPhone)");
+  EXPECT_EQ(views_.onlineQRButton_->toolTip(), "Usa el escáner QR en la app iOS");
+}
+
+TEST_F(ViewsTest, PagesStackInTheirOrderUnderTheSplash) {
+  const QObjectList children = window_.children();
+  const auto level = [&](View view) { return children.indexOf(views_.find(view)); };
+  using enum View;
+  const std::vector<View> upwards = {
+      backgroundGradient_, topLogoImageView_, offlineLabel,   backButton_,      menuContainer_,
+      audioCheckOverlay_,  audioGuardView_,   micDeniedView_, instructionsBox_, bottomBar_,
+      connectedContainer_, onlineContainer_,  splashOverlay_};
+  for (std::size_t i = 1; i < upwards.size(); ++i) {
+    EXPECT_LT(level(upwards[i - 1]), level(upwards[i])) << nameOf(upwards[i]);
+  }
+}
+
+TEST_F(ViewsTest, AMissingPictureHidesItsView) {
+  const QTemporaryDir nothing;
+  const Images none(nothing.path());
+  MainWindow window;
+  Views views(window, texts_, none);
+  Screens screens(views, texts_);
+  EXPECT_TRUE(views.splashImageView_->isHidden());
+  for (const ScreenState& state :
+       {menu(), ScreenState{.splash = false, .microphoneDenied = true}}) {
+    screens.update([&state](ScreenState& current) { current = state; });
+    EXPECT_TRUE(views.topLogoImageView_->isHidden());
+    EXPECT_TRUE(views.menuOnlineImageView_->isHidden());
+    EXPECT_TRUE(views.micDeniedImageView_->isHidden());
+  }
+}
+
+TEST_F(ViewsTest, APanelIsEmbeddedHidden) {
+  MainWindow window;
+  auto* const panel = new QWidget;
+  const Views views(window, texts_, images_, [panel] { return panel; });
+  EXPECT_EQ(views.onlineSwiftUIView_, panel);
+  EXPECT_EQ(panel->parentWidget(), views.onlineContainer_);
+  EXPECT_TRUE(panel->isHidden());
+  EXPECT_EQ(Views(window_, texts_, images_, [] { return nullptr; }).onlineSwiftUIView_, nullptr);
+}
+
+TEST_F(ViewsTest, TheBackgroundIsDarkestAtTheBottom) {
+  show({.splash = false});
+  const QImage picture = window_.grab().toImage();
+  const auto grey = [&](int y) { return qGray(picture.pixel(5, y)); };
+  EXPECT_NEAR(grey(window_.height() - 1), 0.02 * 255, 2);
+  EXPECT_NEAR(grey(window_.height() / 2), 0.08 * 255, 2);
+  EXPECT_NEAR(grey(0), 0.16 * 255, 2);
+}
+
+TEST_F(ViewsTest, TheSplashFadesToTheWindow) {
+  show({.splash = true});
+  EXPECT_EQ(qGray(window_.grab().toImage().pixel(5, 5)), 0);
+  views_.setSplashOpacity(0);
+  EXPECT_NEAR(qGray(window_.grab().toImage().pixel(5, 5)), 0.16 * 255, 2);
+  show(menu());
+  EXPECT_EQ(views_.splashOverlay_, nullptr);
+  EXPECT_EQ(views_.find(View::splashImageView_), nullptr);
+}
+
+QAccessible::Role roleOf(const QWidget& widget) {
+  return QAccessible::queryAccessibleInterface(const_cast<QWidget*>(&widget))->role();
+}
+
+QAccessible::Role expectedRole(const QWidget& widget) {
+  if (qobject_cast<const QPushButton*>(&widget)) return QAccessible::Button;
+  if (qobject_cast<const QLabel*>(&widget)) return QAccessible::StaticText;
+  if (qobject_cast<const ContainerView*>(&widget)) return QAccessible::Grouping;
+  return QAccessible::Graphic;
+}
+
+TEST_F(ViewsTest, EveryShownViewHasANameAndARole) {
+  views_.onlineQRImageView_->showCode(nullptr, "192.168.1.10:9000");
+  views_.audioGuardStatusOutLabel_->setText("Output");
+  views_.audioGuardStatusInLabel_->setText("Input");
+  const auto check = [this](const ScreenState& state) {
+    show(state);
+    int shown = 0;
+    for (const QWidget* widget : window_.findChildren<QWidget*>()) {
+      if (!widget->isVisible()) continue;
+      ++shown;
+      auto* const interface = QAccessible::queryAccessibleInterface(const_cast<QWidget*>(widget));
+      ASSERT_TRUE(interface);
+      const std::string name = widget->objectName().toStdString();
+      EXPECT_EQ(interface->role(), expectedRole(*widget)) << name;
+      EXPECT_FALSE(interface->text(QAccessible::Name).isEmpty()) << name;
+    }
+    EXPECT_GT(shown, 2);
+  };
+  check({.splash = true});
+  check({.splash = false, .checking = true});
+  check({.splash = false, .guard = true});
+  check({.splash = false, .microphoneDenied = true});
+  check(menu());
+  check({.splash = false, .page = Page::kCable});
+  check({.splash = false, .page = Page::kCable, .channelOpen = true});
+  check(wifi(3));
+  EXPECT_EQ(roleOf(*views_.menuOnlineButton_), QAccessible::Button);
+  auto* const card = QAccessible::queryAccessibleInterface(views_.menuOnlineButton_);
+  EXPECT_EQ(card->text(QAccessible::Name), texts_.tr("cards.online.title"));
+  EXPECT_EQ(card->text(QAccessible::Description), texts_.tr("cards.online.note"));
+}
+
+TEST_F(ViewsTest, AClickAnywhereOnACardChoosesIt) {
+  show(menu());
+  const QSignalSpy online(views_.menuOnlineButton_, &QPushButton::clicked);
+  const QSignalSpy offline(views_.menuOfflineButton_, &QPushButton::clicked);
+  for (const QWidget* part : {static_cast<QWidget*>(views_.menuOnlineButton_),
+                              static_cast<QWidget*>(views_.menuOnlineTitle_),
+                              static_cast<QWidget*>(views_.menuOnlineNote_),
+                              static_cast<QWidget*>(views_.menuOnlineImageView_)}) {
+    clickAt(part->geometry().center());
+  }
+  clickAt(views_.menuOfflineImageView_->geometry().center());
+  EXPECT_EQ(online.count(), 4);
+  EXPECT_EQ(offline.count(), 1);
+}
+
+TEST_F(ViewsTest, TabWalksTheMenuInOrder) {
+  show(menu());
+  std::vector<QWidget*> walked;
+  for (int i = 0; i < 4; ++i) {
+    QTest::keyClick(window_.windowHandle(), Qt::Key_Tab);
+    walked.push_back(window_.focusWidget());
+  }
+  EXPECT_THAT(walked, testing::ElementsAre(views_.menuOnlineButton_, views_.menuOfflineButton_,
+                                           views_.menuPrivacyButton_, views_.menuOnlineButton_));
+}
+
+TEST_F(ViewsTest, TheCodeCanBeReadAndCopied) {
+  show(wifi());
+  CodeView& code = *views_.onlineQRImageView_;
+  code.showCode(nullptr, "192.168.1.10:9000");
+  EXPECT_EQ(code.toolTip(), "192.168.1.10:9000");
+  const QSignalSpy copied(&code, &CodeView::copied);
+  clickAt(code.geometry().center());
+  QTest::keyClick(&code, Qt::Key_Return);
+  EXPECT_EQ(copied.count(), 2);
+}
+
+}  // namespace
+}  // namespace quorin::app
