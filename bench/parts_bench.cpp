@@ -1,0 +1,165 @@
+#include "wifi/audience.h"
+#include "wifi/audio_frame_queue.h"
+#include "wifi/chunk_ring.h"
+#include "wifi/client_table.h"
+#include "wifi/pacing_discipline.h"
+#include "wifi/pcm16.h"
+#include "wifi/protocol.h"
+#include "wire/control_message.h"
+
+#include <benchmark/benchmark.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace quorin::wifi {
+namespace {
+
+wire::AudioChunk noise() {
+  wire::AudioChunk chunk;
+  std::minstd_rand random(1);
+  std::uniform_real_distribution<float> samples(-1.1F, 1.1F);
+  for (auto& sample : chunk) sample = samples(random);
+  return chunk;
+}
+
+// ---- 882 samples to 16 bits
+
+void convert(benchmark::State& state, const Pcm16Variant& variant) {
+  const auto chunk = noise();
+  std::array<std::int16_t, wire::kChunkFrames> out{};
+  for (auto _ : state) {
+    variant.convert(chunk.data(), out.data(), chunk.size());
+    benchmark::DoNotOptimize(out);
+  }
+}
+
+// ---- One chunk to ten clients
+
+/// Ten sockets on the loopback interface that nobody reads; what does not fit is dropped there.
+class TenClients {
+ public:
+  TenClients() {
+    for (int i = 0; i < 10; ++i) {
+      receivers_.emplace_back(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+      auto address = wire::ClientKey{.address = INADDR_LOOPBACK, .port = 0}.socketAddress();
+      socklen_t length = sizeof address;
+      auto* generic = reinterpret_cast<sockaddr*>(&address);
+      if (::bind(receivers_.back().get(), generic, length) != 0) std::abort();
+      if (::getsockname(receivers_.back().get(), generic, &length) != 0) std::abort();
+      keys_.push_back(wire::ClientKey::of(address));
+    }
+  }
+
+  Audience audience() const {
+    return {std::make_shared<const posix::FileDescriptor>(
+                ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)),
+            keys_};
+  }
+
+ private:
+  std::vector<posix::FileDescriptor> receivers_;
+  std::vector<wire::ClientKey> keys_;
+};
+
+using Datagram = std::array<std::byte, 2 * wire::kChunkFrames>;
+
+void sendToTen(benchmark::State& state) {
+  const TenClients clients;
+  const auto audience = clients.audience();
+  const Datagram datagram{};
+  AudienceSender sender;
+  for (auto _ : state) benchmark::DoNotOptimize(sender.send(audience, datagram));
+}
+BENCHMARK(sendToTen)->Name("ten clients/ours");
+
+void bareSendmmsg(benchmark::State& state) {
+  const TenClients clients;
+  const auto audience = clients.audience();
+  Datagram datagram{};
+  iovec payload{datagram.data(), datagram.size()};
+  auto addresses = audience.addresses;
+  std::array<mmsghdr, 10> messages{};
+  for (std::size_t i = 0; i < 10; ++i) {
+    messages[i].msg_hdr.msg_name = &addresses[i];
+    messages[i].msg_hdr.msg_namelen = sizeof(sockaddr_in);
+    messages[i].msg_hdr.msg_iov = &payload;
+    messages[i].msg_hdr.msg_iovlen = 1;
+  }
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(::sendmmsg(audience.socket->get(), messages.data(), 10, MSG_DONTWAIT));
+  }
+}
+BENCHMARK(bareSendmmsg)->Name("ten clients/bare sendmmsg");
+
+void tenSendto(benchmark::State& state) {
+  const TenClients clients;
+  const auto audience = clients.audience();
+  const Datagram datagram{};
+  for (auto _ : state) {
+    for (const auto& address : audience.addresses) {
+      benchmark::DoNotOptimize(::sendto(audience.socket->get(), datagram.data(), datagram.size(),
+                                        MSG_DONTWAIT, reinterpret_cast<const sockaddr*>(&address),
+                                        sizeof address));
+    }
+  }
+}
+BENCHMARK(tenSendto)->Name("ten clients/ten sendto");
+
+// ---- The way of a chunk, and of a request
+
+void carryChunk(benchmark::State& state) {
+  const auto chunk = noise();
+  ChunkRing ring;
+  AudioFrameQueue queue;
+  for (auto _ : state) {
+    ring.push(chunk, {});
+    ring.drain([&](const TimedChunk& arrived) { queue.append(arrived); });
+    benchmark::DoNotOptimize(queue.takeOldest());
+  }
+}
+BENCHMARK(carryChunk)->Name("chunk through ring and queue");
+
+void discipline(benchmark::State& state) {
+  PacingDiscipline pacing;
+  std::minstd_rand random(1);
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(pacing.sent(std::chrono::microseconds(random() % 11'000)));
+  }
+}
+BENCHMARK(discipline)->Name("pacing discipline");
+
+void parse(benchmark::State& state, const std::string& datagram) {
+  for (auto _ : state) benchmark::DoNotOptimize(parseRequest(datagram));
+}
+BENCHMARK_CAPTURE(parse, hello, std::string(wire::kHello))->Name("request/hello");
+BENCHMARK_CAPTURE(parse, rubbish, std::string(127, '<'))->Name("request/longest rubbish");
+
+void pingFlood(benchmark::State& state) {
+  ClientTable table;
+  std::uint32_t address = 0;
+  for (auto _ : state) table.ping({.address = ++address, .port = 9}, {});
+}
+BENCHMARK(pingFlood)->Name("ping from ever new sources");
+
+}  // namespace
+}  // namespace quorin::wifi
+
+int main(int argc, char** argv) {
+  using namespace quorin::wifi;
+  for (const auto& variant : pcm16Variants()) {
+    const auto name = "882 samples to 16 bits/" + std::string(variant.name);
+    benchmark::RegisterBenchmark(name.c_str(),
+                                 [&variant](benchmark::State& state) { convert(state, variant); });
+  }
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}
