@@ -22,12 +22,18 @@ int failed(const std::string& sentence) {
 }
 
 int play(const std::string& sink, const std::string& ticksPath) {
-  const auto ticks =
-      quorin::sound::play(quorin::sound::demoTrack(), sink, quorin::sound::Buffering::kLow);
-  if (!ticks) return failed(ticks.error());
+  // Enough for a busy machine; the melody shall not be torn before it is streamed.
+  constexpr std::chrono::milliseconds kAhead{150};
+  const auto played = quorin::sound::play(quorin::sound::demoTrack(), sink, kAhead);
+  if (!played) return failed(played.error());
   std::ofstream file(ticksPath);
-  for (const auto tick : *ticks) file << tick.count() << '\n';
-  return file ? 0 : failed("Cannot write " + ticksPath + ".");
+  for (const auto tick : played->ticks) file << tick.count() << '\n';
+  if (!file) return failed("Cannot write " + ticksPath + ".");
+  if (played->timesLate > 0) {
+    return failed("This machine is too busy: the player itself was late " +
+                  std::to_string(played->timesLate) + " times, so the melody was torn already.");
+  }
+  return 0;
 }
 
 int judge(const std::string& wavPath, const std::string& arrivalsPath,

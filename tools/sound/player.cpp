@@ -60,7 +60,7 @@ class Player {
   Player(const Player&) = delete;
   Player& operator=(const Player&) = delete;
 
-  std::expected<std::vector<nanoseconds>, std::string> run() {
+  std::expected<Played, std::string> run() {
     pa_context_connect(context_.get(), nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr);
     if (!runUntil([this] { return pa_context_get_state(context_.get()) == PA_CONTEXT_READY; })) {
       return std::unexpected("No sound server answers.");
@@ -81,7 +81,7 @@ class Player {
         return std::unexpected("The sound server went away.");
       }
     }
-    return tickTimes(track_, reports_);
+    return Played{.ticks = tickTimes(track_, reports_), .timesLate = timesLate_};
   }
 
  private:
@@ -110,12 +110,22 @@ class Player {
         stream_.get(),
         [](pa_stream*, std::size_t bytes, void* self) { static_cast<Player*>(self)->write(bytes); },
         this);
-    pa_buffer_attr low{};
-    low.maxlength = low.prebuf = low.minreq = static_cast<std::uint32_t>(-1);
-    low.tlength = static_cast<std::uint32_t>(pa_usec_to_bytes(20'000, &format));
-    const bool isLow = buffering_ == Buffering::kLow;
-    pa_stream_connect_playback(stream_.get(), sink_.c_str(), isLow ? &low : nullptr,
-                               isLow ? PA_STREAM_ADJUST_LATENCY : PA_STREAM_NOFLAGS, nullptr,
+    pa_stream_set_underflow_callback(
+        stream_.get(),
+        [](pa_stream*, void* self) {
+          auto& player = *static_cast<Player*>(self);
+          if (!player.draining_) ++player.timesLate_;
+        },
+        this);
+    pa_buffer_attr wanted{};
+    wanted.maxlength = wanted.prebuf = wanted.minreq = static_cast<std::uint32_t>(-1);
+    if (buffering_) {
+      const auto ahead = std::chrono::microseconds(*buffering_).count();
+      wanted.tlength =
+          static_cast<std::uint32_t>(pa_usec_to_bytes(static_cast<pa_usec_t>(ahead), &format));
+    }
+    pa_stream_connect_playback(stream_.get(), sink_.c_str(), buffering_ ? &wanted : nullptr,
+                               buffering_ ? PA_STREAM_ADJUST_LATENCY : PA_STREAM_NOFLAGS, nullptr,
                                nullptr);
   }
 
@@ -155,14 +165,14 @@ class Player {
   std::size_t written_ = 0;
   bool draining_ = false;
   bool drained_ = false;
+  std::size_t timesLate_ = 0;
   std::vector<Heard> reports_;
 };
 
 }  // namespace
 
-std::expected<std::vector<nanoseconds>, std::string> play(const Track& track,
-                                                          const std::string& sink,
-                                                          Buffering buffering) {
+std::expected<Played, std::string> play(const Track& track, const std::string& sink,
+                                        Buffering buffering) {
   return Player(track, sink, buffering).run();
 }
 

@@ -1,0 +1,70 @@
+#!/usr/bin/env bash
+# ./dev demo: streams a melody from a sound device of its own to a receiver on this machine, says
+# what arrived, and plays it where the user's own sound server lets it. Leaves the user's sound
+# alone. Ends with 0 only when the melody arrived whole.
+set -euo pipefail
+cd -- "$(dirname -- "$(readlink -f -- "$0")")/../.."
+source tools/dev/common.sh
+need_packages "${DEMO_PACKAGES[@]}"
+source tools/dev/private_session.sh
+
+BIN=$PWD/build/release/bin
+OUT=$PWD/build/demo
+mkdir -p "$OUT"
+rm -f "$OUT"/*
+
+# True when the user's own default sink can play the sound: there is a sound server (asked for
+# without starting one), and its default is not the device that programs stream.
+user_can_listen() {
+  echo "autospawn = no" >"$SESSION/client.conf"
+  local sink
+  sink=$(PULSE_CLIENTCONFIG="$SESSION/client.conf" timeout 5 pactl get-default-sink 2>/dev/null) &&
+    ! PULSE_CLIENTCONFIG="$SESSION/client.conf" pactl list sinks |
+      grep -A 3 "Name: $sink\$" | grep -q "Quorin Audio"
+}
+
+listen_options=(
+  --wav "$OUT/received.wav" --plot "$OUT/jitter.png" --arrivals "$SESSION/arrivals" --json
+)
+if user_can_listen; then
+  listen_options+=(--play)
+  say "you will hear it through your own sound device"
+fi
+
+say "starting a sound server with the device \"Quorin Audio\", and a display"
+start_pulseaudio
+start_display 760x720x24
+port=$(free_port)
+
+say "starting quorin-stream --start wifi --port $port"
+background quorin-stream private_env QT_QPA_PLATFORM=xcb "$BIN/quorin-stream" \
+  --start wifi --port "$port"
+wait_for 20 "quorin-stream's UDP port $port" udp_port_is_taken "$port"
+
+say "joining it with quorin-listen"
+background quorin-listen "$BIN/quorin-listen" "127.0.0.1:$port" "${listen_options[@]}"
+listener=$STARTED
+wait_for 10 "The first sound" test -s "$SESSION/arrivals"
+
+say "playing ten seconds of melody into the device"
+background player private_env "$BIN/quorin-demo" play quorin "$SESSION/ticks"
+player=$STARTED
+sleep 4
+import -window root "$OUT/window.png"
+wait "$player" || fail "The melody could not be played: $(cat "$SESSION/player.log")"
+sleep 1 # what is still on its way
+
+kill -INT "$listener"
+wait "$listener" || fail "quorin-listen failed: $(cat "$SESSION/quorin-listen.log")"
+cp "$SESSION/quorin-listen.log" "$OUT/result.json"
+
+say "what arrived"
+verdict=0
+"$BIN/quorin-demo" judge "$OUT/received.wav" "$SESSION/arrivals" "$SESSION/ticks" || verdict=1
+say "left in build/demo: received.wav, jitter.png, window.png, result.json"
+if [ $verdict -eq 0 ]; then
+  say "the melody arrived whole"
+else
+  say "the melody did NOT arrive whole"
+fi
+exit $verdict
