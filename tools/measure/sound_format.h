@@ -7,8 +7,9 @@
 #include <span>
 #include <vector>
 
-/// Pieces with which the project's tools judge a stream of sound. All pure: bytes, samples and
-/// times go in as values. Samples are mono floats at 44100 Hz, nominal range -1 to +1.
+/// Pieces with which the project's tools judge a stream of sound. But for the socket all pure:
+/// bytes, samples and times go in as values. Samples are mono floats at 44100 Hz, nominal range -1
+/// to +1.
 namespace quorin::measure {
 
 enum class SampleFormat {

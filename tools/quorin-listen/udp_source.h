@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/posix/file_descriptor.h"
+#include "measure/stamped_socket.h"
 #include "quorin-listen/sound_source.h"
 #include "wire/client_key.h"
 
@@ -10,15 +10,14 @@
 
 namespace quorin::listen {
 
-/// A server of 16-bit or float datagrams, joined as a phone does. Datagrams of other senders never
-/// reach it: its socket is connected.
+/// A server of 16-bit or float datagrams, joined as a phone does.
 class UdpSource : public SoundSource {
  public:
   /// The error is a sentence for the user.
   static std::expected<std::unique_ptr<UdpSource>, std::string> open(const wire::ClientKey& server,
                                                                      TimePoint now);
 
-  int descriptor() const override { return socket_.get(); }
+  int descriptor() const override { return socket_.descriptor(); }
   TimePoint nextDeadline() const override { return session_.nextDeadline(); }
   void serve(TimePoint now, const std::function<void(const Sound&)>& onSound) override;
   bool joined() const override { return session_.state() == ClientSession::State::kJoined; }
@@ -29,11 +28,11 @@ class UdpSource : public SoundSource {
   void leave(TimePoint now) override;
 
  private:
-  UdpSource(posix::FileDescriptor socket, const wire::ClientKey& server, TimePoint now)
+  UdpSource(measure::StampedSocket socket, const wire::ClientKey& server, TimePoint now)
       : socket_(std::move(socket)), server_(server), session_(now) {}
   void sendWhatIsDue(TimePoint now);
 
-  posix::FileDescriptor socket_;
+  measure::StampedSocket socket_;
   wire::ClientKey server_;
   ClientSession session_;
 };
