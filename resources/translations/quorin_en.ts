@@ -183,5 +183,17 @@ Anyone on your network can connect and listen, so use a network you trust, and s
         <source></source>
         <translation>The QR code could not be drawn. Go back to the menu and try again.</translation>
     </message>
+    <message id="alert.settings.title">
+        <source></source>
+        <translation>No settings program found</translation>
+    </message>
+    <message id="alert.settings.sound">
+        <source></source>
+        <translation>Open your desktop's sound settings and choose Quorin Audio as output and as input. If the device is missing, create it with: quorin-device add --default</translation>
+    </message>
+    <message id="alert.settings.microphone">
+        <source></source>
+        <translation>Open your desktop's privacy settings and let Quorin Stream use the microphone.</translation>
+    </message>
 </context>
 </TS>

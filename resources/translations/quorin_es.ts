@@ -183,5 +183,17 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
         <source></source>
         <translation>No se ha podido crear el código QR. Vuelve al menú e inténtalo de nuevo.</translation>
     </message>
+    <message id="alert.settings.title">
+        <source></source>
+        <translation>No se encontró ningún programa de ajustes</translation>
+    </message>
+    <message id="alert.settings.sound">
+        <source></source>
+        <translation>Abre los ajustes de sonido de tu escritorio y elige Quorin Audio como salida y como entrada. Si el dispositivo no aparece, créalo con: quorin-device add --default</translation>
+    </message>
+    <message id="alert.settings.microphone">
+        <source></source>
+        <translation>Abre los ajustes de privacidad de tu escritorio y permite que Quorin Stream use el micrófono.</translation>
+    </message>
 </context>
 </TS>

@@ -101,6 +101,17 @@ void askToStop(const Texts& texts, QWidget* window, std::function<void()> stop) 
   });
 }
 
+void showSettingsHelp(const Texts& texts, desktop::SettingsPage page, QWidget* window) {
+  const bool sound = page == desktop::SettingsPage::kSound;
+  auto* const alert = new Alert(
+      {.title = texts.tr("alert.settings.title"),
+       .text = sound ? texts.tr("alert.settings.sound") : texts.tr("alert.settings.microphone"),
+       .icon = nullptr,
+       .buttons = {texts.tr("common.ok")}},
+      window);
+  alert->runModal();
+}
+
 void showPrivacyTerms(const Texts& texts, const Images& images, QWidget* window) {
   auto* const alert = new Alert({.title = texts.tr("alert.privacy.title"),
                                  .text = texts.tr("alert.privacy.info"),

@@ -2,6 +2,7 @@
 
 #include "app/images.h"
 #include "app/texts.h"
+#include "platform/desktop/settings.h"
 
 #include <QDialog>
 #include <QString>
@@ -38,6 +39,9 @@ class Alert : public QDialog {
 
 /// Asks whether to stop although somebody listens; `stop` runs when the person says so.
 void askToStop(const Texts& texts, QWidget* window, std::function<void()> stop);
+
+/// Says where to look when no program is there to show `page` of the settings with.
+void showSettingsHelp(const Texts& texts, desktop::SettingsPage page, QWidget* window);
 
 void showPrivacyTerms(const Texts& texts, const Images& images, QWidget* window);
 

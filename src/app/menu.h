@@ -35,7 +35,7 @@ class Menu {
   struct Parts {
     WiFiMode& wifi;
     CableSwitch& cable;
-    SoundPath sound;
+    SoundPath& sound;
     MenuView& view;
   };
 

@@ -1,24 +1,37 @@
 #pragma once
 
 #include "audio/audio_capture_manager.h"
+#include "platform/dispatch/scheduler.h"
 #include "wifi/audio_sender.h"
 
 namespace quorin::app {
 
-/// The way of the sound, which either mode starts and stops as a whole. Main queue.
-struct SoundPath {
-  audio::AudioCaptureManager& capture;
-  wifi::AudioSender& sender;
+/// The way of the sound, from the capture to the send timer, which either mode starts and stops
+/// as a whole. Main queue.
+class SoundPath {
+ public:
+  /// While sound is wanted and the capture does not run (no audio server, or it died), the start
+  /// is tried again this often.
+  static constexpr std::chrono::seconds kRetryInterval{1};
 
-  void start() {
-    capture.startCapture();
-    sender.startAudioSendTimer();
-  }
+  /// All three outlive the path. Connects the capture's chunks to the sender.
+  SoundPath(dispatch::Scheduler& scheduler, audio::AudioCaptureManager& capture,
+            wifi::AudioSender& sender);
+  ~SoundPath();
+  SoundPath(const SoundPath&) = delete;
+  SoundPath& operator=(const SoundPath&) = delete;
 
-  void stop() {
-    capture.stopCapture();
-    sender.stopAudioSendTimer();
-  }
+  void start();
+  void stop();
+
+ private:
+  void startCapture();
+  void onInterrupted();
+
+  dispatch::Scheduler& scheduler_;
+  audio::AudioCaptureManager& capture_;
+  wifi::AudioSender& sender_;
+  dispatch::Scope whileWanted_;
 };
 
 }  // namespace quorin::app

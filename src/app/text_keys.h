@@ -61,6 +61,9 @@ inline constexpr std::array kTextKeys = {
     RegisteredKey{"udp.port.bind_failed"},
     RegisteredKey{"qr.input.invalid"},
     RegisteredKey{"qr.generate.failed"},
+    RegisteredKey{"alert.settings.title"},
+    RegisteredKey{"alert.settings.sound"},
+    RegisteredKey{"alert.settings.microphone"},
 };
 
 constexpr bool isRegistered(std::string_view name, Lookup lookup, Shape shape) {

@@ -1,13 +1,21 @@
 #include "app/wifi_mode.h"
 
+#include "app/qr_picture.h"
+#include "wifi/port_text.h"
+
 #include <utility>
 
 namespace quorin::app {
+namespace {
+
+constexpr double kCodePoints = 300;  // as large as its view
+
+}  // namespace
 
 WiFiMode::WiFiMode(dispatch::Scheduler& scheduler, Parts parts)
     : scheduler_(scheduler),
       parts_(std::move(parts)),
-      server_(scheduler, parts_.sound.sender, *this),
+      server_(scheduler, parts_.sender, *this),
       watch_(scheduler, parts_.localIPv4Address, *this) {}
 
 WiFiMode::~WiFiMode() = default;
@@ -80,7 +88,7 @@ void WiFiMode::openQRHelp() {
     return;
   }
   const auto text = page_.address + QLatin1Char(':') + QString::number(port);
-  auto code = qr::encode(text.toLatin1().toStdString(), qr::Correction::kM);
+  auto code = generateQRCodeFromString(text, kCodePoints);
   if (!code) {
     parts_.view.presentMessage(parts_.texts.tr("qr.generate.failed"), true);
     return;

@@ -20,7 +20,8 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
  public:
   struct Parts {
     const Texts& texts;
-    SoundPath sound;
+    SoundPath& sound;
+    wifi::AudioSender& sender;
     CableSwitch& cable;
     WiFiPageView& view;
     wifi::NetworkWatch::AddressLookup localIPv4Address;

@@ -1,11 +1,10 @@
 #pragma once
 
-#include "platform/qr/qr_code.h"
+#include "platform/pictures/picture.h"
 #include "wire/control_message.h"
 
 #include <QString>
 #include <cstddef>
-#include <optional>
 
 namespace quorin::app {
 
@@ -21,10 +20,8 @@ struct WiFiPage {
   QString address;  ///< where phones reach this computer; empty without a network
   QString port = QString::number(wire::kDefaultPort);
 
-  QString codeText;                  ///< what the code says: address, colon, port
-  std::optional<qr::QrMatrix> code;  ///< none until there was something to encode
-
-  bool operator==(const WiFiPage&) const = default;
+  QString codeText;           ///< what the code says: address, colon, port
+  pictures::PicturePtr code;  ///< none until there was something to encode
 };
 
 /// The window, as far as the Wi-Fi mode needs it. Main queue.

@@ -1,0 +1,85 @@
+#include "app/appearance.h"
+#include "app/identity.h"
+#include "app/images.h"
+#include "app/options.h"
+#include "app/pt_app_delegate.h"
+#include "app/single_instance.h"
+#include "app/texts.h"
+#include "platform/dispatch/system_scheduler.h"
+#include "platform/dispatch/termination_signals.h"
+#include "platform/version/version.h"
+
+#include <QApplication>
+#include <QLoggingCategory>
+#include <cstdio>
+
+namespace quorin::app {
+namespace {
+
+int printAndExit(const QString& text) {
+  std::fputs(qUtf8Printable(text), stdout);
+  return 0;
+}
+
+int run(QApplication& application, const Options& options) {
+  applyDarkAppearance(application);
+  QApplication::setWindowIcon(Images().icon(QStringLiteral("Logo")));
+  QApplication::setQuitOnLastWindowClosed(false);
+
+  const auto languages = preferredLanguages(options.language.value_or(QString()));
+  const CompiledTable bundle(languages);
+  const Texts texts(bundle, languages);
+
+  MainWindow* window = nullptr;
+  SingleInstance instance([&window](const QString& token) {
+    if (window != nullptr) window->bringToFront(token);
+  });
+  if (!instance.claim()) return 0;
+
+  const auto scheduler = dispatch::makeSystemScheduler();
+  PTAppDelegate delegate(*scheduler, texts, options);
+  window = &delegate.window();
+  const dispatch::TerminationSignals termination(scheduler->mainQueue(),
+                                                 [] { QCoreApplication::quit(); });
+  delegate.applicationDidFinishLaunching();
+  const int status = QApplication::exec();
+  window = nullptr;
+  return status;
+}
+
+}  // namespace
+}  // namespace quorin::app
+
+int main(int argc, char** argv) {
+  using namespace quorin::app;
+  QStringList arguments;
+  for (int i = 0; i < argc; ++i) arguments << QString::fromLocal8Bit(argv[i]);
+
+  const auto options = parseOptions(arguments);
+  if (!options) {
+    std::fprintf(stderr, "quorin-stream: %s\n", qUtf8Printable(options.error()));
+    return kUsageError;
+  }
+  if (options->verbose) QLoggingCategory::setFilterRules(QStringLiteral("quorin.*.debug=true"));
+
+  // What only prints needs no display.
+  switch (options->action) {
+    case Options::Action::kShowHelp: {
+      const QCoreApplication application(argc, argv);
+      return printAndExit(helpText());
+    }
+    case Options::Action::kShowVersion:
+      return printAndExit(
+          QStringLiteral("quorin-stream %1\n")
+              .arg(QString::fromUtf8(quorin::version().data(),
+                                     static_cast<qsizetype>(quorin::version().size()))));
+    case Options::Action::kDiagnose:
+    case Options::Action::kRun:
+      break;
+  }
+
+  QApplication::setApplicationName(QString::fromLatin1(kProgramName));
+  QGuiApplication::setDesktopFileName(QString::fromLatin1(kApplicationId));
+  QApplication application(argc, argv);
+  return run(application, *options);
+}

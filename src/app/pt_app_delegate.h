@@ -1,0 +1,72 @@
+#pragma once
+
+#include "app/audio_inputs.h"
+#include "app/cable_mode.h"
+#include "app/guard_flow.h"
+#include "app/images.h"
+#include "app/main_window.h"
+#include "app/menu.h"
+#include "app/options.h"
+#include "app/pages.h"
+#include "app/screens.h"
+#include "app/sound_path.h"
+#include "app/texts.h"
+#include "app/views.h"
+#include "app/wifi_mode.h"
+#include "audio/audio_capture_manager.h"
+#include "platform/audio/audio_server.h"
+#include "platform/dispatch/scheduler.h"
+#include "wifi/audio_sender.h"
+
+#include <QVariantAnimation>
+#include <memory>
+
+namespace quorin::app {
+
+/// The program: owns everything, starts it in order and connects it. What a mode does is that
+/// mode's business. Main queue.
+class PTAppDelegate {
+ public:
+  static constexpr std::chrono::milliseconds kSplashDuration{1200};
+  static constexpr std::chrono::milliseconds kSplashFade{350};
+
+  /// All three outlive the delegate.
+  PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts, const Options& options);
+
+  /// Ends every session, then the scheduler's queues.
+  ~PTAppDelegate();
+
+  /// The start-up, once, with the event loop about to run.
+  void applicationDidFinishLaunching();
+
+  MainWindow& window() { return window_; }
+
+ private:
+  void connectViews();
+  void dismissSplash();
+  void enterStartMode();
+  void openSettings(desktop::SettingsPage page);
+
+  dispatch::Scheduler& scheduler_;
+  const Texts& texts_;
+  const Images images_;
+  StartMode startMode_;
+
+  MainWindow window_;
+  Views views_;
+  Screens screens_;
+  Pages pages_;
+  QVariantAnimation splashFade_;
+
+  std::unique_ptr<audio::AudioServer> audioServer_;
+  audio::AudioCaptureManager audioCaptureManager_;
+  CableMode cable_;
+  wifi::AudioSender sender_;
+  SoundPath sound_;
+  WiFiMode wifi_;
+  Menu menu_;
+  GuardFlow guard_;
+  dispatch::Scope scope_;
+};
+
+}  // namespace quorin::app
