@@ -56,10 +56,8 @@ std::vector<std::byte> encodeFrame(std::uint32_t type, std::uint32_t tag,
                                    std::span<const std::byte> payload) {
   assert(payload.size() <= kMaxPayloadBytes);
   const auto header = encodeFrameHeader({type, tag, static_cast<std::uint32_t>(payload.size())});
-  std::vector<std::byte> frame;
-  frame.reserve(header.size() + payload.size());
-  frame.insert(frame.end(), header.begin(), header.end());
-  frame.insert(frame.end(), payload.begin(), payload.end());
+  std::vector<std::byte> frame(header.size() + payload.size());
+  std::ranges::copy(payload, std::ranges::copy(header, frame.begin()).out);
   return frame;
 }
 
