@@ -20,12 +20,17 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
       pages_({texts_, images_, views_, screens_}),
       audioServer_(audio::connectToAudioServer(scheduler_.utilityQueue())),
       audioCaptureManager_(scheduler_, {.engine = audioServer_->makeEngine()}),
-      sender_(scheduler_, cable_),
+      sender_(scheduler_, cableSink_),
+      cable_(scheduler_, sender_.queue(),
+             {.channelChanged = [this](bool connected) { pages_.showCableChannel(connected); },
+              .presentMessage = [this](const QString& text,
+                                       bool isStatus) { pages_.presentMessage(text, isStatus); }}),
       sound_(scheduler_, audioCaptureManager_, sender_),
       wifi_(scheduler_,
             {texts_, sound_, sender_, cable_, pages_, [] { return wifi::localIPv4Address(); }}),
       menu_(scheduler_, {wifi_, cable_, sound_, pages_}),
       guard_(scheduler_, std::make_shared<AudioInputs>(scheduler_, *audioServer_), pages_) {
+  cableSink_.connect(cable_.audioPath());
   if (options.port) wifi_.setPort(*options.port);
   connectViews();
 }
@@ -53,12 +58,18 @@ void PTAppDelegate::connectViews() {
   QObject::connect(&window_, &MainWindow::resized, &window_, [this] { screens_.layoutUI(); });
   QObject::connect(&window_, &MainWindow::quitRequested, qApp, &QCoreApplication::quit);
 
+  QObject::connect(views_.inputTextField, &QLineEdit::returnPressed, &window_, [this] {
+    if (cable_.sendMessage(views_.inputTextField->text())) views_.inputTextField->clear();
+  });
+
   pages_.setStopAllSessions([this] { menu_.stopAllSessions(); });
   pages_.setMenuShown([this] { enterStartMode(); });
 }
 
 void PTAppDelegate::applicationDidFinishLaunching() {
+  cable_.start();
   pages_.presentMessage(texts_.tr("status.ready"), true);
+  cable_.ping();
 
   window_.placeInitially();
   screens_.layoutUI();

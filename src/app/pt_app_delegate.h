@@ -60,8 +60,9 @@ class PTAppDelegate {
 
   std::unique_ptr<audio::AudioServer> audioServer_;
   audio::AudioCaptureManager audioCaptureManager_;
-  CableMode cable_;
+  CableSink cableSink_;
   wifi::AudioSender sender_;
+  CableMode cable_;
   SoundPath sound_;
   WiFiMode wifi_;
   Menu menu_;
