@@ -8,6 +8,8 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 
 set(QUORIN_SANITIZE "" CACHE STRING "Sanitizers for the whole build, as -fsanitize= takes them")
+# On for those who write the code; off for those who build it with flags of their own.
+option(CMAKE_COMPILE_WARNING_AS_ERROR "Warnings are errors" ON)
 option(QUORIN_COVERAGE "Instrument for branch coverage" OFF)
 
 find_program(CCACHE ccache)
@@ -27,8 +29,7 @@ target_compile_options(
             -Wnon-virtual-dtor
             -Wold-style-cast
             -Woverloaded-virtual
-            -Wnull-dereference
-            -Werror)
+            -Wnull-dereference)
 if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
   target_compile_options(quorin_options INTERFACE -Wthread-safety)
 endif()
