@@ -1,18 +1,10 @@
 #include "wifi/local_address.h"
 
 #include <algorithm>
-#include <array>
 #include <string_view>
 
 namespace quorin::wifi {
 namespace {
-
-constexpr std::array<std::string_view, 3> kLocalNetworkNames = {"en", "eth", "wl"};
-
-bool isOnLocalNetwork(std::string_view interfaceName) {
-  return std::ranges::any_of(kLocalNetworkNames,
-                             [&](auto prefix) { return interfaceName.starts_with(prefix); });
-}
 
 bool reachesOthers(std::string_view address) {
   return !address.starts_with("127.") && !address.starts_with("169.254.") && address != "0.0.0.0";
@@ -23,7 +15,7 @@ bool reachesOthers(std::string_view address) {
 std::optional<std::string> localIPv4Address(std::span<const network::InterfaceAddress> interfaces) {
   const auto found = std::ranges::find_if(interfaces, [](const auto& entry) {
     return entry.isUp && entry.isRunning && reachesOthers(entry.address) &&
-           isOnLocalNetwork(entry.name);
+           network::isEthernetOrWifi(entry.name);
   });
   if (found == interfaces.end()) return std::nullopt;
   return found->address;

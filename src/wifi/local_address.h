@@ -10,9 +10,7 @@ namespace quorin::wifi {
 
 /// The address at which a phone in the same network reaches this computer: the first in the
 /// list's order that is up and running, neither loopback (127.) nor link-local (169.254.) nor
-/// 0.0.0.0, on a wired or wireless interface. Those are told by the names that udev and the kernel
-/// give them: "en...", "eth..." or "wl..."; tunnels, bridges and containers' interfaces (tun0, wg0,
-/// br-1a2b, docker0, veth12) have none of these.
+/// 0.0.0.0, on a wired or wireless interface.
 std::optional<std::string> localIPv4Address(std::span<const network::InterfaceAddress> interfaces);
 
 /// The same for this machine now; none also when the system does not tell its interfaces.

@@ -5,12 +5,18 @@
 #include <net/if.h>
 #include <netinet/in.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <memory>
 
 namespace quorin::network {
+namespace {
+
+constexpr std::array<std::string_view, 3> kEthernetAndWifi = {"en", "eth", "wl"};
+
+}  // namespace
 
 std::expected<std::vector<InterfaceAddress>, std::error_code> listInterfaceAddresses() {
   ifaddrs* list = nullptr;
@@ -37,6 +43,11 @@ std::expected<std::vector<InterfaceAddress>, std::error_code> listInterfaceAddre
                       .isRunning = has(IFF_RUNNING)});
   }
   return result;
+}
+
+bool isEthernetOrWifi(std::string_view interfaceName) {
+  return std::ranges::any_of(kEthernetAndWifi,
+                             [&](auto prefix) { return interfaceName.starts_with(prefix); });
 }
 
 }  // namespace quorin::network

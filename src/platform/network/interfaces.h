@@ -2,6 +2,7 @@
 
 #include <expected>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -22,5 +23,10 @@ struct InterfaceAddress {
 /// are left out. Any thread; asks the kernel anew each time, which takes well under a
 /// millisecond. An empty list is not an error.
 std::expected<std::vector<InterfaceAddress>, std::error_code> listInterfaceAddresses();
+
+/// True for a wired or wireless interface of this computer, told by the names that udev and the
+/// kernel give them: "en...", "eth..." or "wl...". Tunnels, bridges and containers' interfaces
+/// (tun0, wg0, br-1a2b, docker0, veth12) have none of these.
+bool isEthernetOrWifi(std::string_view interfaceName);
 
 }  // namespace quorin::network
