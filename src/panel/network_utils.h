@@ -1,0 +1,27 @@
+#pragma once
+
+#include "platform/network/interfaces.h"
+
+#include <netinet/in.h>
+
+#include <optional>
+#include <span>
+#include <string>
+
+namespace quorin::panel {
+
+/// Finds this computer's address in the local network. Any thread; sends nothing.
+struct NetworkUtils {
+  /// The source address that the routing table would use towards the Internet, whatever its
+  /// interface; without such a route the one that the interfaces tell; else none.
+  static std::optional<std::string> getLocalIPAddress();
+
+  /// The address this computer would send from to `destination`; none without a route.
+  static std::optional<std::string> addressOfRouteTo(const sockaddr_in& destination);
+
+  /// The last address in the list's order of the first wired or wireless interface.
+  static std::optional<std::string> addressOfMainInterface(
+      std::span<const network::InterfaceAddress> interfaces);
+};
+
+}  // namespace quorin::panel

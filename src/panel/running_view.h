@@ -1,0 +1,47 @@
+#pragma once
+
+#include "panel/udp_audio_server.h"
+
+#include <QLabel>
+#include <QString>
+#include <QWidget>
+#include <vector>
+
+namespace quorin::panel {
+
+class ClientRow;
+class InfoRow;
+class QRCodeView;
+class StatsRow;
+class TitledBox;
+
+/// What the panel shows while its server runs: four boxes, of which the third is the QR code until
+/// the first client is there and the list of clients from then on.
+class RunningView : public QWidget {
+ public:
+  explicit RunningView(const QString& pairingInstructions);
+
+  /// Changes only what differs from what is shown.
+  void show(const UDPAudioServer& server);
+
+ private:
+  TitledBox* makeInformation();
+  TitledBox* makeStatistics();
+  TitledBox* makeClientList();
+  TitledBox* makePairing(const QString& instructions);
+  static TitledBox* makeCaptureFacts();
+  void showClients(const std::vector<std::string>& keys);
+
+  InfoRow* localIP_ = nullptr;
+  InfoRow* port_ = nullptr;
+  InfoRow* clients_ = nullptr;
+  StatsRow* packetsPerSecond_ = nullptr;
+  StatsRow* kbps_ = nullptr;
+  TitledBox* clientList_ = nullptr;
+  std::vector<ClientRow*> clientRows_;
+  TitledBox* pairing_ = nullptr;
+  QRCodeView* code_ = nullptr;
+  QLabel* payload_ = nullptr;
+};
+
+}  // namespace quorin::panel

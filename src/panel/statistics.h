@@ -1,0 +1,43 @@
+#pragma once
+
+#include "platform/dispatch/queue.h"
+
+#include <atomic>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace quorin::panel {
+
+struct Rates {
+  double packetsPerSecond = 0;  ///< chunks a second, each counted once whoever receives it
+  double kbps = 0;              ///< their payload, in units of 1024 bits a second
+
+  friend bool operator==(const Rates&, const Rates&) = default;
+};
+
+/// None when no time has passed.
+std::optional<Rates> ratesOver(std::uint64_t packets, dispatch::Duration elapsed);
+
+/// "📊 50.0 pkt/s | 1378.1 Kbps | Clientes: 3"
+std::string statisticsLine(const Rates& rates, std::size_t clients);
+
+/// Counts chunks on one thread for rates taken on another, without a lock. Every chunk is counted
+/// in exactly one period.
+class Statistics {
+ public:
+  void countPacket() { packetsSent_.fetch_add(1, std::memory_order_relaxed); }  ///< any thread
+
+  // On the statistics queue.
+
+  void beginPeriod(dispatch::TimePoint now) { lastStatsTime_ = now; }
+  /// Ends the period and begins the next, unless no time has passed.
+  std::optional<Rates> endPeriod(dispatch::TimePoint now);
+
+ private:
+  /// All packets hold one chunk, so this tells the bytes as well.
+  std::atomic<std::uint64_t> packetsSent_ = 0;
+  dispatch::TimePoint lastStatsTime_;
+};
+
+}  // namespace quorin::panel
