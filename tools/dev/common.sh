@@ -18,7 +18,7 @@ BUILD_PACKAGES=(
 TEST_PACKAGES=(
   pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus
   xvfb xauth imagemagick iproute2 procps
-  fonts-dejavu-core fonts-noto-core usbmuxd
+  fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji usbmuxd
   appstream desktop-file-utils groff-base
 )
 DEMO_PACKAGES=(pulseaudio pulseaudio-utils xvfb imagemagick fonts-dejavu-core)

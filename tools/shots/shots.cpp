@@ -1,5 +1,6 @@
 // quorin-shots FOLDER: saves a picture of every screen of the window, in both of its usual sizes
-// and both languages. Run it with QT_QPA_PLATFORM=offscreen; QT_SCALE_FACTOR as wanted.
+// and both languages, and of the server panel. Run it with QT_QPA_PLATFORM=offscreen;
+// QT_SCALE_FACTOR as wanted.
 
 #include "app/alert.h"
 #include "app/appearance.h"
@@ -7,6 +8,7 @@
 #include "app/main_window.h"
 #include "app/qr_picture.h"
 #include "app/screens.h"
+#include "panel_shots.h"
 
 #include <QApplication>
 #include <QDir>
@@ -189,7 +191,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "quorin-shots: cannot make the folder %s\n", qPrintable(arguments[1]));
     return 1;
   }
-  const int taken = quorin::app::takeAll(folder);
+  const int taken = quorin::app::takeAll(folder) + quorin::panel::takePanelPictures(folder);
   std::printf("%d pictures in %s\n", taken, qPrintable(folder.absolutePath()));
   return taken > 0 ? 0 : 1;
 }

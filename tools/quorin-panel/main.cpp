@@ -1,0 +1,102 @@
+#include "app/texts.h"
+#include "panel/content_view.h"
+#include "platform/audio/audio_server.h"
+#include "platform/dispatch/system_scheduler.h"
+#include "platform/dispatch/termination_signals.h"
+#include "platform/version/version.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <cstdint>
+#include <cstdio>
+#include <expected>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace {
+
+using namespace quorin;
+
+constexpr int kUsageError = 2;
+
+struct Options {
+  enum class Action { kRun, kShowHelp, kShowVersion };
+  Action action = Action::kRun;
+  std::uint16_t port = wire::kDefaultPort;
+  QString help = {};
+};
+
+/// The error is one sentence for who typed the arguments.
+std::expected<Options, QString> parseOptions(const QStringList& arguments) {
+  QCommandLineParser parser;
+  parser.setApplicationDescription(
+      "The server panel in a window of its own: sends the sound of the default input device, as\n"
+      "it is captured, to every client that says hello. Closing the window stops the server.");
+  parser.addOptions({{"port", "UDP port, 1 to 65535 (9000).", "N"},
+                     {{"h", "help"}, "Print this text and exit."},
+                     {{"v", "version"}, "Print the version and exit."}});
+  if (!parser.parse(arguments)) return std::unexpected(parser.errorText());
+  if (const auto rest = parser.positionalArguments(); !rest.isEmpty()) {
+    return std::unexpected("Unexpected argument '" + rest.first() + "'.");
+  }
+  if (parser.isSet("help")) {
+    return Options{.action = Options::Action::kShowHelp, .help = parser.helpText()};
+  }
+  if (parser.isSet("version")) return Options{.action = Options::Action::kShowVersion};
+  if (!parser.isSet("port")) return Options{};
+  bool isNumber = false;
+  const auto port = parser.value("port").toUShort(&isNumber);
+  if (!isNumber || port == 0) return std::unexpected("--port takes a number from 1 to 65535.");
+  return Options{.port = port};
+}
+
+/// Needs no display, unlike the panel.
+std::expected<Options, QString> parseOptions(int& argc, char** argv) {
+  const QCoreApplication application(argc, argv);
+  return parseOptions(QCoreApplication::arguments());
+}
+
+int runPanel(std::uint16_t port) {
+  const auto scheduler = dispatch::makeSystemScheduler();
+  const auto audioServer = audio::connectToAudioServer(scheduler->utilityQueue());
+  const app::CompiledTable texts(app::preferredLanguages());
+  panel::ContentView panel(
+      *scheduler,
+      std::make_unique<panel::UDPAudioServer>(
+          *scheduler,
+          panel::UDPAudioServer::Parts{.makeCapture = panel::captureFrom(*scheduler, *audioServer),
+                                       .port = port}),
+      [&texts](const QString& key) { return texts.text(key.toUtf8().constData()); });
+  panel.setWindowTitle("Quorin Panel");
+  panel.show();
+
+  const dispatch::TerminationSignals terminate(scheduler->mainQueue(),
+                                               [] { QApplication::quit(); });
+  const int status = QApplication::exec();
+  if (panel.server().isRunning()) panel.server().stop();
+  return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  QCoreApplication::setApplicationName("quorin-panel");
+  const auto options = parseOptions(argc, argv);
+  if (!options) {
+    std::fprintf(stderr, "quorin-panel: %s\n", qUtf8Printable(options.error()));
+    return kUsageError;
+  }
+  switch (options->action) {
+    case Options::Action::kShowHelp:
+      std::printf("%s", qUtf8Printable(options->help));
+      return 0;
+    case Options::Action::kShowVersion:
+      std::printf("quorin-panel %s\n", std::string(quorin::version()).c_str());
+      return 0;
+    case Options::Action::kRun:
+      break;
+  }
+  const QApplication application(argc, argv);
+  return runPanel(options->port);
+}

@@ -1,0 +1,100 @@
+#include "panel_shots.h"
+
+#include "app/texts.h"
+#include "panel/content_view.h"
+#include "platform/dispatch/simulated_scheduler.h"
+
+#include <QApplication>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace quorin::panel {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// A network on which messages come as they are told to.
+class StagedSocket final : public DatagramSocket {
+ public:
+  void setOnMessageReceived(MessageHandler handler) override { receive = std::move(handler); }
+  std::expected<void, SocketError> start() override { return {}; }
+  void send(std::string_view, std::string_view) override {}
+  void sendToAll(std::span<const std::byte>, std::span<const sockaddr_in>) override {}
+  void close() override {}
+
+  MessageHandler receive;
+};
+
+class StagedCapture final : public AudioCapture {
+ public:
+  explicit StagedCapture(ChunkHandler& handler) : handler_(handler) {}
+  void setOnAudioData(ChunkHandler handler) override { handler_ = std::move(handler); }
+  void startCapture() override {}
+  void stopCapture() override {}
+
+ private:
+  ChunkHandler& handler_;
+};
+
+/// The panel with a network, a device and a clock that do as they are told.
+class Stage {
+ public:
+  Stage() {
+    panel_.resize(kSize);
+    panel_.show();
+  }
+
+  QPixmap photograph() {
+    scheduler_.runPending();
+    QApplication::processEvents();
+    return panel_.grab();
+  }
+
+  void start() { panel_.server().start(); }
+
+  void letPhonesListen() {
+    for (const char* key : {"192.168.1.31:50211", "192.168.1.32:61874", "192.168.1.47:49730"}) {
+      socket_->receive("<<HELLO>>", key);
+    }
+    const wire::AudioChunk chunk{};
+    for (int i = 0; i < 250; ++i) deliver_(chunk);
+    scheduler_.advance(5s);
+  }
+
+ private:
+  static constexpr QSize kSize{720, 1240};
+
+  UDPAudioServer::Parts parts() {
+    return {.makeCapture = [this] { return std::make_unique<StagedCapture>(deliver_); },
+            .makeSocket = [this](auto&&...) { return socket_; },
+            .getLocalIPAddress = [] { return "192.168.1.20"; },
+            .print = [](std::string_view) {}};
+  }
+
+  dispatch::SimulatedScheduler scheduler_;
+  app::CompiledTable texts_{{"es"}};
+  std::shared_ptr<StagedSocket> socket_ = std::make_shared<StagedSocket>();
+  AudioCapture::ChunkHandler deliver_;
+  ContentView panel_{scheduler_, std::make_unique<UDPAudioServer>(scheduler_, parts()),
+                     [this](const QString& key) { return texts_.text(qUtf8Printable(key)); }};
+};
+
+}  // namespace
+
+int takePanelPictures(const QDir& folder) {
+  Stage stage;
+  int taken = 0;
+  const auto save = [&](const QString& name) {
+    if (stage.photograph().save(folder.filePath(name))) ++taken;
+  };
+  save("panel-stopped.png");
+  stage.start();
+  save("panel-code.png");
+  stage.letPhonesListen();
+  save("panel-clients.png");
+  return taken;
+}
+
+}  // namespace quorin::panel
