@@ -23,10 +23,10 @@ set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
  quorin-panel shows a server with live statistics.")
 
 # The libraries a program is linked to are found by dpkg-shlibdeps. What it talks to at run time
-# is not: a sound server, the USB service, Wayland, and real-time priority.
+# is not: a sound server, the font of some symbols, the USB service, Wayland, real-time priority.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
-    "pipewire-pulse | pulseaudio, qt6-wayland, rtkit, usbmuxd")
+    "pipewire-pulse | pulseaudio, fonts-noto-color-emoji, qt6-wayland, rtkit, usbmuxd")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "pavucontrol")
 
 set(CPACK_STRIP_FILES ON)
