@@ -1,7 +1,6 @@
 #include "wifi/pacing_discipline.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace quorin::wifi {
 namespace {
@@ -16,18 +15,13 @@ constexpr Duration kChunk = wire::kChunkDuration;
 constexpr std::size_t kIgnoredChunks = 8;
 constexpr std::size_t kLearnedChunks = 17;
 
-// An old burst is forgotten at 0.5 us a tick, 25 ppm, so that one in a minute is still reckoned
-// with when the next comes. Before the drift is known it goes at 250 ppm, so as not to fall behind
-// a capture clock that is 200 ppm fast.
-constexpr Duration kForgetting = std::chrono::nanoseconds(500);
-constexpr Duration kForgettingAtFirst = microseconds(5);
+// An old burst is forgotten at 5 us a tick, 250 ppm: just faster than a capture clock that is
+// 200 ppm fast moves the waits. Slower would lag behind it, faster would forget rare bursts.
+constexpr Duration kForgetting = microseconds(5);
 
-// Closes 1/128 of the gap a tick (a time constant of 2.6 s): one odd wait moves a tick by no more
-// than some microseconds.
-constexpr int kGain = 128;
-
-constexpr int kDriftChunks = 1500;                             // 30 s
-constexpr Duration kMaxDrift = std::chrono::microseconds(10);  // 500 ppm; more is no clock
+// Closes 1/256 of the gap a tick (a time constant of 5 s). Quicker, and the ticks would follow
+// every odd wait; slower, and 200 ppm would cost more than the 1 ms of standing error they do.
+constexpr int kGain = 256;
 
 // Half a chunk more than needed in every wait is a backlog: a tick was lost or found nothing.
 constexpr Duration kBacklog = kChunk / 2;
@@ -47,10 +41,7 @@ Duration PacingDiscipline::sent(Duration waited) {
   missing_ = 0;
   if (++chunks_ <= kIgnoredChunks) return Duration::zero();
 
-  drift_.add(waited - moved_);
-  const auto drift = drift_.perChunk().value_or(Duration::zero());
-  const auto forgetting = drift_.perChunk() ? kForgetting : kForgettingAtFirst;
-  tightest_ = std::min(tightest_ + drift + forgetting, waited);
+  tightest_ = std::min(tightest_ + kForgetting, waited);
   recent_ = std::min(recent_, waited);
   if (chunks_ < kIgnoredChunks + kLearnedChunks) return Duration::zero();
   if (chunks_ == kIgnoredChunks + kLearnedChunks) stepping_ = true;
@@ -65,7 +56,7 @@ Duration PacingDiscipline::sent(Duration waited) {
   const auto excess = tightest_ - headroom_;
   if (excess > kBacklog) stepping_ = true;
   const auto shift = stepping_ ? std::clamp(-excess, -kMaxStep, kMaxStep)
-                               : std::clamp(-excess / kGain - drift, -kMaxSlew, kMaxSlew);
+                               : std::clamp(-excess / kGain, -kMaxSlew, kMaxSlew);
   if (shift == -excess) stepping_ = false;
   ticksMoved(shift);
   return shift;
@@ -88,21 +79,8 @@ void PacingDiscipline::dropped(std::size_t chunks) {
 }
 
 void PacingDiscipline::ticksMoved(Duration later) {
-  moved_ += later;
   tightest_ += later;
   recent_ += later;
-}
-
-void PacingDiscipline::Drift::add(Duration wait) {
-  sum_ += wait;
-  if (++count_ < kDriftChunks) return;
-
-  const auto mean = std::exchange(sum_, Duration::zero()) / std::exchange(count_, 0);
-  const auto former = std::exchange(formerMean_, mean);
-  if (!former) return;
-  const auto measured = (mean - *former) / kDriftChunks;
-  if (measured < -kMaxDrift || measured > kMaxDrift) return;  // the machine lost ticks
-  perChunk_ = perChunk_ ? (*perChunk_ + measured) / 2 : measured;
 }
 
 }  // namespace quorin::wifi

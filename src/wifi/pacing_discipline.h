@@ -5,7 +5,6 @@
 
 #include <chrono>
 #include <cstddef>
-#include <optional>
 
 namespace quorin::wifi {
 
@@ -21,21 +20,6 @@ namespace quorin::wifi {
 ///
 /// Pure; confined to the pacing queue.
 class PacingDiscipline {
-  /// By how much the waits grow from chunk to chunk, were the ticks left alone: the difference
-  /// of the two clocks. From the means of half a minute, where no burst or odd wait counts much.
-  class Drift {
-   public:
-    void add(dispatch::Duration wait);
-    /// None in the first minute.
-    std::optional<dispatch::Duration> perChunk() const { return perChunk_; }
-
-   private:
-    dispatch::Duration sum_{0};
-    int count_ = 0;
-    std::optional<dispatch::Duration> formerMean_;
-    std::optional<dispatch::Duration> perChunk_;
-  };
-
  public:
   using Duration = dispatch::Duration;
 
@@ -65,9 +49,6 @@ class PacingDiscipline {
   void ticksMoved(Duration later);
 
   static constexpr Duration kUnknown = std::chrono::hours(1);
-
-  Drift drift_;
-  Duration moved_{0};  ///< how much later the ticks are than they would be left alone
 
   std::size_t chunks_ = 0;  ///< since the stream began
   std::size_t starvedInARow_ = 0;

@@ -160,7 +160,7 @@ void print(const char* timer, const Scene& scene, Outcome& outcome) {
 
 Outcome playLong(const Scene& scene, bool disciplined) {
   Stream stream(scene, disciplined, TimePoint{7ms});
-  stream.play(1min);  // the drift is known by then
+  stream.play(1min);
   auto outcome = stream.play(scene.length);
   print(disciplined ? "disciplined" : "plain", scene, outcome);
   return outcome;
