@@ -5,6 +5,7 @@
 #include "platform/desktop/authorization_status.h"
 #include "platform/dispatch/scheduler.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -101,7 +102,7 @@ class GuardFlow {
 
  private:
   /// Which path brought the guard up first; only the check's poll also tests the microphone.
-  enum class PollKind { kCheckFlow, kDeviceChange };
+  enum class PollKind : std::uint8_t { kCheckFlow, kDeviceChange };
   class MainPoll;
 
   bool microphoneAuthorized() const;

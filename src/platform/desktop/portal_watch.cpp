@@ -54,6 +54,8 @@ PortalWatch::PortalWatch(const QDBusConnection& bus, QString applicationId,
   askLockdowns();
 }
 
+PortalWatch::~PortalWatch() = default;
+
 void PortalWatch::subscribe() {
   // No sender is named: naming one would wait for the bus, and what comes is only a hint to ask.
   bus_.connect({}, kStorePath, kStore, "Changed", this, SLOT(onStoreChanged(QString, QString)));
@@ -103,12 +105,9 @@ void PortalWatch::askLockdowns() {
 template <typename Answer>
 void PortalWatch::ask(Question<Answer>& question, const QDBusMessage& call,
                       std::function<Answer(const QDBusMessage&)> read) {
-  const auto asked = ++question.asked;
-  auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(call, kTimeoutMs), this);
-  connect(watcher, &QDBusPendingCallWatcher::finished, this,
-          [this, &question, asked, read = std::move(read)](QDBusPendingCallWatcher* done) {
-            done->deleteLater();
-            if (question.asked != asked) return;
+  question.asking = std::make_unique<QDBusPendingCallWatcher>(bus_.asyncCall(call, kTimeoutMs));
+  connect(question.asking.get(), &QDBusPendingCallWatcher::finished, this,
+          [this, &question, read = std::move(read)](QDBusPendingCallWatcher* done) {
             question.answer = read(done->reply());
             tellIfChanged();
           });

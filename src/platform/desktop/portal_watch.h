@@ -8,6 +8,7 @@
 #include <QString>
 #include <array>
 #include <functional>
+#include <memory>
 #include <optional>
 
 class QDBusPendingCallWatcher;
@@ -24,6 +25,7 @@ class PortalWatch : public QObject {
   /// every change.
   PortalWatch(const QDBusConnection& bus, QString applicationId,
               std::function<void(const PortalAnswers&)> onAnswers);
+  ~PortalWatch() override;
 
  private slots:
   void onStoreChanged(const QString& table, const QString& id);
@@ -31,11 +33,12 @@ class PortalWatch : public QObject {
   void onOwnerChanged(const QString& service, const QString& oldOwner, const QString& newOwner);
 
  private:
-  /// One question and its latest answer; an answer to an earlier asking is thrown away.
+  /// One question, its latest answer and the asking under way, which takes the place of the one
+  /// before.
   template <typename Answer>
   struct Question {
     std::optional<Answer> answer;
-    unsigned asked = 0;
+    std::unique_ptr<QDBusPendingCallWatcher> asking;
   };
   template <typename Answer>
   void ask(Question<Answer>& question, const QDBusMessage& call,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <expected>
 #include <functional>
 #include <string>
@@ -10,9 +11,9 @@
 /// words where to look.
 namespace quorin::desktop {
 
-enum class SettingsPage { kSound, kMicrophonePrivacy };
+enum class SettingsPage : std::uint8_t { kSound, kMicrophonePrivacy };
 
-enum class SettingsError {
+enum class SettingsError : std::uint8_t {
   kNothingInstalled,  ///< no program that this desktop would show its settings with
   kNotStarted,        ///< there are some, and none could be started
 };
