@@ -87,9 +87,8 @@ void PortalWatch::onOwnerChanged(const QString& service, const QString& /*oldOwn
 void PortalWatch::askStore() {
   auto call = QDBusMessage::createMethodCall(kStore, kStorePath, kStore, "Lookup");
   call << kTable << kMicrophone;
-  ask<StoredAnswer>(stored_, call, [id = applicationId_](const QDBusMessage& reply) {
-    return storedAnswer(reply, id);
-  });
+  ask(stored_.asking, call,
+      [this](const QDBusMessage& reply) { stored_.answer = storedAnswer(reply, applicationId_); });
 }
 
 void PortalWatch::askLockdowns() {
@@ -98,17 +97,17 @@ void PortalWatch::askLockdowns() {
         QDBusMessage::createMethodCall(kLockdownServices[i], kLockdownPath, kProperties, "Get");
     call << kLockdown << "disable-microphone";
     call.setAutoStartService(false);  // a desktop that does not run locks nothing
-    ask<bool>(lockedDown_[i], call, isLockedDown);
+    ask(lockedDown_[i].asking, call,
+        [this, i](const QDBusMessage& reply) { lockedDown_[i].answer = isLockedDown(reply); });
   }
 }
 
-template <typename Answer>
-void PortalWatch::ask(Question<Answer>& question, const QDBusMessage& call,
-                      std::function<Answer(const QDBusMessage&)> read) {
-  question.asking = std::make_unique<QDBusPendingCallWatcher>(bus_.asyncCall(call, kTimeoutMs));
-  connect(question.asking.get(), &QDBusPendingCallWatcher::finished, this,
-          [this, &question, read = std::move(read)](QDBusPendingCallWatcher* done) {
-            question.answer = read(done->reply());
+void PortalWatch::ask(Asking& asking, const QDBusMessage& call,
+                      std::function<void(const QDBusMessage& reply)> take) {
+  asking = std::make_unique<QDBusPendingCallWatcher>(bus_.asyncCall(call, kTimeoutMs));
+  connect(asking.get(), &QDBusPendingCallWatcher::finished, this,
+          [this, take = std::move(take)](QDBusPendingCallWatcher* done) {
+            take(done->reply());
             tellIfChanged();
           });
 }

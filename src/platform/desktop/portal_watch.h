@@ -33,16 +33,16 @@ class PortalWatch : public QObject {
   void onOwnerChanged(const QString& service, const QString& oldOwner, const QString& newOwner);
 
  private:
+  using Asking = std::unique_ptr<QDBusPendingCallWatcher>;
   /// One question, its latest answer and the asking under way, which takes the place of the one
   /// before.
   template <typename Answer>
   struct Question {
     std::optional<Answer> answer;
-    std::unique_ptr<QDBusPendingCallWatcher> asking;
+    Asking asking;
   };
-  template <typename Answer>
-  void ask(Question<Answer>& question, const QDBusMessage& call,
-           std::function<Answer(const QDBusMessage&)> read);
+  void ask(Asking& asking, const QDBusMessage& call,
+           std::function<void(const QDBusMessage& reply)> take);
 
   void subscribe();
   void askStore();
