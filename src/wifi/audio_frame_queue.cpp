@@ -5,7 +5,7 @@ namespace quorin::wifi {
 std::size_t AudioFrameQueue::append(const TimedChunk& chunk) {
   slots_[(oldest_ + size_) % slots_.size()] = chunk;
   ++size_;
-  if (size_ <= audioMaxQueueFrames) return 0;
+  if (size_ <= kAudioMaxQueueFrames) return 0;
 
   const auto excess = size_ - kKeptOnOverflow;
   removeOldest(excess);

@@ -10,10 +10,10 @@ namespace quorin::wifi {
 /// The chunks waiting to be sent, oldest first. Confined to the pacing queue; allocates nothing.
 ///
 /// Bounded so that latency cannot creep: an append that leaves more than
-/// `audioMaxQueueFrames` chunks (200 ms) keeps only the `kKeptOnOverflow` newest (40 ms).
+/// `kAudioMaxQueueFrames` chunks (200 ms) keeps only the `kKeptOnOverflow` newest (40 ms).
 class AudioFrameQueue {
  public:
-  static constexpr std::size_t audioMaxQueueFrames = 10;
+  static constexpr std::size_t kAudioMaxQueueFrames = 10;
   static constexpr std::size_t kKeptOnOverflow = 2;
 
   /// Returns how many chunks an overflow threw away (0 when there was none).
@@ -31,7 +31,7 @@ class AudioFrameQueue {
   void removeOldest(std::size_t count);
 
   // One slot more than may wait: an append comes before the cut.
-  std::array<TimedChunk, audioMaxQueueFrames + 1> slots_{};
+  std::array<TimedChunk, kAudioMaxQueueFrames + 1> slots_{};
   std::size_t oldest_ = 0;
   std::size_t size_ = 0;
 };
