@@ -4,12 +4,13 @@
 #include "platform/audio/engine.h"
 #include "platform/dispatch/queue.h"
 
+#include <cstdint>
 #include <memory>
 
 namespace quorin::audio {
 
 /// Whether this program may record, as far as the audio server has said.
-enum class RecordingAccess {
+enum class RecordingAccess : std::uint8_t {
   kUnknown,  ///< not asked yet, or no server to ask
   kGranted,  ///< a recording was started
   kRefused,  ///< the connection or the last recording was refused for want of permission

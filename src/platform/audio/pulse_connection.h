@@ -3,6 +3,7 @@
 #include <pulse/pulseaudio.h>
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -60,7 +61,7 @@ class PulseConnection {
   bool waitUntil(std::chrono::milliseconds limit, const std::function<bool()>& condition);
 
  private:
-  enum class Phase { kConnecting, kReady, kWaiting };
+  enum class Phase : std::uint8_t { kConnecting, kReady, kWaiting };
 
   struct FreeMainloop {
     void operator()(pa_threaded_mainloop* mainloop) const { ::pa_threaded_mainloop_free(mainloop); }
