@@ -29,7 +29,12 @@ struct StandInInputs : GuardInputs {
   AuthorizationStatus microphone = AuthorizationStatus::kAuthorized;
   dispatch::Task answered;
 
-  DefaultDevices defaultDevices() const override { return devices; }
+  std::function<void()> whenRead = [] {};
+
+  DefaultDevices defaultDevices() const override {
+    whenRead();
+    return devices;
+  }
   AuthorizationStatus microphoneStatus() const override { return microphone; }
   void requestMicrophoneAccess(dispatch::Task task) override { answered = std::move(task); }
 };
@@ -362,6 +367,19 @@ TEST(GuardFlowLifetime, WorkUnderWayDoesNotOutliveTheFlow) {
   inputs->devices.output = kNone;
   time.advance(10s);
   EXPECT_EQ(screens.state, before);
+  EXPECT_EQ(screens.stops, 0);
+}
+
+TEST(GuardFlowLifetime, ATickThatIsOnItsWayToTheMainQueueIsDropped) {
+  SimulatedScheduler time;
+  const auto inputs = std::make_shared<StandInInputs>();
+  StandInScreens screens;
+  auto flow = std::make_unique<GuardFlow>(time, inputs, screens);
+  flow->startAudioDefaultWatch();
+  inputs->devices.output = kSpeaker;
+  inputs->whenRead = [&] { time.mainQueue().async([&] { flow.reset(); }); };
+  time.advance(1s);
+  EXPECT_EQ(flow, nullptr);
   EXPECT_EQ(screens.stops, 0);
 }
 

@@ -53,8 +53,8 @@ from. Works with PulseAudio and PipeWire, for the person who runs it; never as r
   --default   make it the default output and input, and remember what was before
   remove      remove the device and the file, and make default what was before
   status      say what the device check of quorin-stream sees, and what it still wants
-
-  --help, --version
+  --help      print this and exit
+  --version   print the version and exit
 
 Exit status: 0 done (status: all is right), 1 failed, 2 wrong usage, 3 status: not yet right.
 )";

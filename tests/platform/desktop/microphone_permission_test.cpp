@@ -152,9 +152,9 @@ TEST_F(MicrophonePermissionTest, FollowsTheLock) {
 }
 
 TEST_F(MicrophonePermissionTest, APortalThatStartsLaterIsHeard) {
+  portal.lock(true);  // nobody hears of it yet
   makePermission(false);
   ASSERT_TRUE(becomes(kAuthorized));
-  portal.lock(true);
   portal.start();
   EXPECT_TRUE(becomes(kRestricted));
 }
