@@ -270,6 +270,22 @@ TEST_F(GuardFlowTest, ThePathThatCameFirstDecidesTheKindOfPoll) {
   EXPECT_EQ(front(), Front::kMicrophone);
 }
 
+TEST_F(GuardFlowTest, TheMicrophoneScreenEndsThePollWhateverItsKind) {
+  enterPage();
+  setOutput(kSpeaker);
+  time.advance(1s);
+  setMicrophone(AuthorizationStatus::kDenied);
+  setOutput(kNone);
+  time.advance(1s);
+  ASSERT_EQ(front(), Front::kMicrophone);
+  setMicrophone(AuthorizationStatus::kAuthorized);
+  time.advance(800ms);
+  ASSERT_EQ(front(), Front::kGuard);
+  setMicrophone(AuthorizationStatus::kDenied);
+  time.advance(800ms);
+  EXPECT_EQ(front(), Front::kMicrophone) << "the priority rule's poll tests the microphone";
+}
+
 TEST_F(GuardFlowTest, EveryStatusButAuthorizedShowsTheMicrophoneScreen) {
   for (const auto status : {AuthorizationStatus::kNotDetermined, AuthorizationStatus::kRestricted,
                             AuthorizationStatus::kDenied}) {
