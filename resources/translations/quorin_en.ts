@@ -195,5 +195,9 @@ Anyone on your network can connect and listen, so use a network you trust, and s
         <source></source>
         <translation>Open your desktop's privacy settings and let Quorin Stream use the microphone.</translation>
     </message>
+    <message id="status.silent">
+        <source></source>
+        <translation>No sound is playing on this computer</translation>
+    </message>
 </context>
 </TS>

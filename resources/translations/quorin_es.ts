@@ -195,5 +195,9 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
         <source></source>
         <translation>Abre los ajustes de privacidad de tu escritorio y permite que Quorin Stream use el micrófono.</translation>
     </message>
+    <message id="status.silent">
+        <source></source>
+        <translation>Este equipo no está reproduciendo sonido</translation>
+    </message>
 </context>
 </TS>

@@ -82,6 +82,12 @@ void Pages::showCableChannel(bool connected) {
   parts_.screens.update([connected](ScreenState& state) { state.channelOpen = connected; });
 }
 
+void Pages::showCableSilence(bool silent) {
+  parts_.views.connectedLabel_->setText(silent ? parts_.texts.tr("status.silent")
+                                               : parts_.texts.bundle("usb.connected"));
+  parts_.screens.layoutUI();
+}
+
 void Pages::showSplashGone() {
   parts_.screens.update([](ScreenState& state) { state.splash = false; });
 }

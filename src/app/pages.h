@@ -36,6 +36,9 @@ class Pages : public WiFiPageView, public MenuView, public GuardScreens {
   /// The cable page's two looks, and the status line of the cable.
   void showCableChannel(bool connected);
 
+  /// Whether the sound carries nothing, in place of the word that a phone is connected.
+  void showCableSilence(bool silent);
+
   void showSplashGone();
 
   /// No settings program is there: says in words where to look.

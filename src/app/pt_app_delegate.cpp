@@ -62,6 +62,11 @@ void PTAppDelegate::connectViews() {
     if (cable_.sendMessage(views_.inputTextField->text())) views_.inputTextField->clear();
   });
 
+  sound_.setOnSilence([this](bool silent) {
+    if (wifi_.isOpen()) wifi_.onSilence();
+    pages_.showCableSilence(silent && !wifi_.isOpen());
+  });
+
   pages_.setStopAllSessions([this] { menu_.stopAllSessions(); });
   pages_.setMenuShown([this] { enterStartMode(); });
 }

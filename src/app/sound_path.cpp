@@ -4,8 +4,16 @@ namespace quorin::app {
 
 SoundPath::SoundPath(dispatch::Scheduler& scheduler, audio::AudioCaptureManager& capture,
                      wifi::AudioSender& sender)
-    : scheduler_(scheduler), capture_(capture), sender_(sender) {
-  capture_.setOnAudioData([&sender](wire::AudioChunkView chunk) { sender.offer(chunk); });
+    : scheduler_(scheduler),
+      capture_(capture),
+      sender_(sender),
+      silence_(scheduler, [this](bool silent) {
+        if (onSilence_) onSilence_(silent);
+      }) {
+  capture_.setOnAudioData([&sender, detector = silence_.detector()](wire::AudioChunkView chunk) {
+    detector->hear(chunk);
+    sender.offer(chunk);
+  });
   capture_.setOnInterrupted([this] { onInterrupted(); });
 }
 
@@ -18,12 +26,16 @@ SoundPath::~SoundPath() {
 void SoundPath::start() {
   startCapture();
   sender_.startAudioSendTimer();
+  silence_.start();
 }
 
 void SoundPath::stop() {
   whileWanted_.cancelAll();
+  const bool wasSilent = silence_.isSilent();
+  silence_.stop();
   capture_.stopCapture();
   sender_.stopAudioSendTimer();
+  if (wasSilent && onSilence_) onSilence_(false);
 }
 
 void SoundPath::startCapture() {

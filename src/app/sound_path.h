@@ -1,8 +1,11 @@
 #pragma once
 
 #include "audio/audio_capture_manager.h"
+#include "audio/silence_watch.h"
 #include "platform/dispatch/scheduler.h"
 #include "wifi/audio_sender.h"
+
+#include <functional>
 
 namespace quorin::app {
 
@@ -21,8 +24,14 @@ class SoundPath {
   SoundPath(const SoundPath&) = delete;
   SoundPath& operator=(const SoundPath&) = delete;
 
+  /// `changed` runs when the running sound has carried nothing for some seconds, and when it
+  /// carries something again.
+  void setOnSilence(std::function<void(bool silent)> changed) { onSilence_ = std::move(changed); }
+
   void start();
   void stop();
+
+  bool isSilent() const { return silence_.isSilent(); }
 
  private:
   void startCapture();
@@ -31,6 +40,8 @@ class SoundPath {
   dispatch::Scheduler& scheduler_;
   audio::AudioCaptureManager& capture_;
   wifi::AudioSender& sender_;
+  std::function<void(bool)> onSilence_;
+  audio::SilenceWatch silence_;
   dispatch::Scope whileWanted_;
 };
 

@@ -52,6 +52,7 @@ inline constexpr std::array kTextKeys = {
     RegisteredKey{"pairing_instructions", Lookup::kBundle},
     RegisteredKey{"status.connected.one"},
     RegisteredKey{"status.connected.many", Lookup::kTr, Shape::kFormat},
+    RegisteredKey{"status.silent"},
     RegisteredKey{"network.unavailable", Lookup::kBundle},
     RegisteredKey{"network.available", Lookup::kBundle},
     RegisteredKey{"network.change_detected", Lookup::kBundle},

@@ -152,6 +152,8 @@ void WiFiMode::refreshOnlineStatusMessage() {
   page_.clients = server_.clientCount();
   if (!serverProblem_.isEmpty()) {
     page_.info = serverProblem_;
+  } else if (parts_.sound.isSilent()) {
+    page_.info = parts_.texts.tr("status.silent");
   } else if (page_.clients == 0) {
     page_.info = parts_.texts.bundle("waiting_connection");
   } else if (page_.clients == 1) {

@@ -44,6 +44,9 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
   bool isServerRunning() const { return server_.isRunning(); }
   std::size_t clientCount() const { return server_.clientCount(); }
 
+  /// The running sound has begun or ceased to carry nothing.
+  void onSilence() { refreshOnlineStatusMessage(); }
+
   /// Draws the code of the address and port fields.
   void openQRHelp();
 

@@ -1,0 +1,38 @@
+#include "app/options.h"
+
+#include <gtest/gtest.h>
+
+namespace quorin::app {
+namespace {
+
+TEST(Options, AreReadInBothSpellings) {
+  const auto options = parseOptions(
+      {"quorin-stream", "--start", "wifi", "--port=9100", "--language", "es", "--verbose"});
+  ASSERT_TRUE(options);
+  EXPECT_EQ(options->action, Options::Action::kRun);
+  EXPECT_EQ(options->start, StartMode::kWiFi);
+  EXPECT_EQ(options->port, QStringLiteral("9100"));
+  EXPECT_EQ(options->language, QStringLiteral("es"));
+  EXPECT_TRUE(options->verbose);
+}
+
+TEST(Options, WhatIsNotUnderstoodIsNamed) {
+  struct Case {
+    QStringList arguments;
+    QString named;
+  };
+  for (const auto& [arguments, named] : {
+           Case{{"--start", "radio"}, "radio"},
+           Case{{"--start"}, "start"},
+           Case{{"--language", "de"}, "de"},
+           Case{{"--prot", "9"}, "prot"},
+           Case{{"wifi"}, "wifi"},
+       }) {
+    const auto options = parseOptions(QStringList{"quorin-stream"} + arguments);
+    ASSERT_FALSE(options) << qPrintable(arguments.join(' '));
+    EXPECT_TRUE(options.error().contains(named)) << qPrintable(options.error());
+  }
+}
+
+}  // namespace
+}  // namespace quorin::app
