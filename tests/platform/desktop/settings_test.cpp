@@ -67,9 +67,7 @@ TEST(SettingsCommands, TheDesktopsPageThenAMixerThenAnySettings) {
   };
   for (const auto& [situation, desktop, installed, page, commands] : cases) {
     SCOPED_TRACE(situation);
-    const auto has = [&installed = installed](std::string_view name) {
-      return installed.contains(name);
-    };
+    const auto has = [&names = installed](std::string_view name) { return names.contains(name); };
     EXPECT_THAT(settingsCommands(page, desktop, {.program = has, .desktopEntry = has}),
                 ElementsAreArray(commands));
   }
