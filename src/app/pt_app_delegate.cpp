@@ -1,6 +1,7 @@
 #include "app/pt_app_delegate.h"
 
 #include "app/identity.h"
+#include "panel/online_swift_ui_embedder.h"
 #include "platform/desktop/settings.h"
 #include "platform/log/log.h"
 #include "wifi/local_address.h"
@@ -15,10 +16,10 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
     : scheduler_(scheduler),
       texts_(texts),
       startMode_(options.start),
-      views_(window_, texts_, images_),
+      audioServer_(audio::connectToAudioServer(scheduler_.utilityQueue())),
+      views_(window_, texts_, images_, [this] { return makePanel().release(); }),
       screens_(views_, texts_),
       pages_({texts_, images_, views_, screens_}),
-      audioServer_(audio::connectToAudioServer(scheduler_.utilityQueue())),
       audioCaptureManager_(scheduler_, {.engine = audioServer_->makeEngine()}),
       sender_(scheduler_, cableSink_),
       cable_(scheduler_, sender_.queue(),
@@ -39,6 +40,17 @@ PTAppDelegate::~PTAppDelegate() {
   menu_.stopAllSessions();
   sender_.end();
   scheduler_.end();
+}
+
+// The panel is built with the page and never shown there: its program of its own shows it. The
+// pairing instructions are the one text that it looks up.
+std::unique_ptr<QWidget> PTAppDelegate::makePanel() const {
+  panel::ViewRegistry registry;
+  panel::OnlineSwiftUIEmbedder::addTo(
+      registry, {.scheduler = scheduler_,
+                 .makeCapture = panel::captureFrom(scheduler_, *audioServer_),
+                 .text = [this](const QString&) { return texts_.bundle("pairing_instructions"); }});
+  return registry.make(QStringLiteral("OnlineSwiftUIEmbedder"), QStringLiteral("makeHostingView"));
 }
 
 void PTAppDelegate::connectViews() {

@@ -42,6 +42,7 @@ class PTAppDelegate {
   MainWindow& window() { return window_; }
 
  private:
+  std::unique_ptr<QWidget> makePanel() const;
   void connectViews();
   void dismissSplash();
   void enterStartMode();
@@ -52,13 +53,14 @@ class PTAppDelegate {
   const Images images_;
   StartMode startMode_;
 
+  std::unique_ptr<audio::AudioServer> audioServer_;
+
   MainWindow window_;
   Views views_;
   Screens screens_;
   Pages pages_;
   QVariantAnimation splashFade_;
 
-  std::unique_ptr<audio::AudioServer> audioServer_;
   audio::AudioCaptureManager audioCaptureManager_;
   CableSink cableSink_;
   wifi::AudioSender sender_;
