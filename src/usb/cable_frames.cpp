@@ -2,6 +2,7 @@
 
 #include "wire/control_message.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace quorin::usb {
@@ -32,8 +33,9 @@ std::string describe(TextError error) {
 std::vector<std::byte> encodeText(std::string_view text) {
   const auto length = bigEndian32(static_cast<std::uint32_t>(text.size()));
   const auto bytes = std::as_bytes(std::span(text));
-  std::vector<std::byte> payload(length.begin(), length.end());
-  payload.insert(payload.end(), bytes.begin(), bytes.end());
+  std::vector<std::byte> payload(kLengthBytes + bytes.size());
+  std::ranges::copy(length, payload.begin());
+  std::ranges::copy(bytes, payload.begin() + kLengthBytes);
   return payload;
 }
 
