@@ -6,10 +6,13 @@
 
 namespace quorin::app {
 
-ShadeView::ShadeView(const QColor& color, QWidget* parent) : ContainerView(parent), color_(color) {}
+ShadeView::ShadeView(const QColor& color, QWidget* parent) : ContainerView(parent) {
+  setColor(color);
+}
 
 void ShadeView::setColor(const QColor& color) {
   color_ = color;
+  setAttribute(Qt::WA_OpaquePaintEvent, color.alpha() == 255);  // spares what lies beneath
   update();
 }
 

@@ -50,6 +50,16 @@ class TextMeasure {
   virtual Size fittedSize(View view, double pixels) const = 0;
 };
 
+/// Where no text can be seen.
+class NoTexts final : public TextMeasure {
+ public:
+  double textHeight(View, double) const override { return 0; }
+  double textWidth(View) const override { return 0; }
+  double lineHeight(View) const override { return 0; }
+  double fontPixels(View) const override { return 0; }
+  Size fittedSize(View, double) const override { return {}; }
+};
+
 struct Layout {
   /// In the coordinates of the view's container; none for a view that has no place.
   std::array<std::optional<Rect>, kViewCount> frames;

@@ -80,7 +80,9 @@ void Screens::layoutUI() {
   views_.applyTypographyForBounds();
   const QSize size = views_.contentView_.size();
   const Size bounds{static_cast<double>(size.width()), static_cast<double>(size.height())};
-  const Layout layout = layoutUIForBounds(bounds, state_, ViewTextMeasure(views_));
+  // Measuring loads the system's fonts, which the splash, without a text, need not wait for.
+  const Layout layout = state_.splash ? layoutUIForBounds(bounds, state_, NoTexts())
+                                      : layoutUIForBounds(bounds, state_, ViewTextMeasure(views_));
 
   views_.connectedLabel_->setPixelSize(layout.connectedFontPixels);
   for (std::size_t i = 0; i < kViewCount; ++i) {

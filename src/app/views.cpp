@@ -58,10 +58,8 @@ PushButton* Views::addCard(View view, const QString& title, const QString& note)
   return card;
 }
 
-QLineEdit* Views::addField(View view, const QString& placeholder, const QString& text) {
-  auto* const field = add(view, new QLineEdit(text, onlineContainer_));
-  field->setPlaceholderText(placeholder);
-  field->setAccessibleName(placeholder);
+TextField* Views::addField(View view, const QString& placeholder, const QString& text) {
+  auto* const field = add(view, new TextField(placeholder, text, onlineContainer_));
   field->setFont(systemFont(14));
   return field;
 }
@@ -85,8 +83,8 @@ Views::Views(QWidget& contentView, const Texts& texts, const Images& images,
 }
 
 void Views::buildOutlets(const Texts& texts) {
-  inputTextField = add(View::inputTextField, new QLineEdit(&contentView_));
-  outputTextView = add(View::outputTextView, new QTextEdit(&contentView_));
+  inputTextField = add(View::inputTextField, new TextField({}, {}, &contentView_));
+  outputTextView = add(View::outputTextView, new ConsoleView(&contentView_));
   offlineLabel = addLabel(View::offlineLabel, {}, white(42, QFont::Bold), &contentView_);
   cableStatusLabel = addLabel(View::cableStatusLabel, texts.bundle("waiting_connection"),
                               white(20, QFont::Bold), &contentView_);

@@ -1,14 +1,14 @@
 #pragma once
 
 #include "app/code_view.h"
+#include "app/console.h"
 #include "app/containers.h"
 #include "app/controls.h"
 #include "app/images.h"
+#include "app/text_field.h"
 #include "app/texts.h"
 #include "app/view_id.h"
 
-#include <QLineEdit>
-#include <QTextEdit>
 #include <QWidget>
 #include <array>
 #include <functional>
@@ -44,8 +44,8 @@ struct Views {
 
   QWidget& contentView_;
 
-  QLineEdit* inputTextField = nullptr;
-  QTextEdit* outputTextView = nullptr;
+  TextField* inputTextField = nullptr;
+  ConsoleView* outputTextView = nullptr;
   NonInteractiveLabel* offlineLabel = nullptr;
   NonInteractiveLabel* cableStatusLabel = nullptr;
 
@@ -98,8 +98,8 @@ struct Views {
   NonInteractiveLabel* onlineTitleLabel_ = nullptr;
   NonInteractiveLabel* onlineInfoLabel_ = nullptr;
   NonInteractiveLabel* onlineHelpLabel_ = nullptr;
-  QLineEdit* onlineIPField_ = nullptr;
-  QLineEdit* onlinePortField_ = nullptr;
+  TextField* onlineIPField_ = nullptr;
+  TextField* onlinePortField_ = nullptr;
   PushButton* onlineStartButton_ = nullptr;  ///< never built
   PushButton* onlineStopButton_ = nullptr;   ///< never built
   PushButton* onlineQRButton_ = nullptr;
@@ -126,7 +126,7 @@ struct Views {
   NonInteractiveImageView* addPicture(View view, PicturePtr image, const QString& name,
                                       QWidget* parent);
   PushButton* addCard(View view, const QString& title, const QString& note);
-  QLineEdit* addField(View view, const QString& placeholder, const QString& text);
+  TextField* addField(View view, const QString& placeholder, const QString& text);
 
   std::array<QWidget*, kViewCount> widgets_{};
 };

@@ -51,6 +51,7 @@ TEST_F(ScreensTest, WidgetsStandWhereTheLayoutSaysAtEverySize) {
         const auto view = static_cast<View>(i);
         const QWidget* const widget = views_.find(view);
         if (!widget || !layout[view]) continue;
+        if (state.splash && !widget->isVisible()) continue;  // placed when the splash is gone
         const Rect& frame = *layout[view];
         const double height = widget->parentWidget()->height();
         EXPECT_NEAR(widget->x(), frame.x, 0.5) << kViewNames[i];
