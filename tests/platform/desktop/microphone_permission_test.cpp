@@ -109,7 +109,7 @@ class MicrophonePermissionTest : public ::testing::Test {
     return comesTrue([&] { return permission->status() == status; });
   }
 
-  testing::PrivateBus bus;
+  test::PrivateBus bus;
   dispatch::SimulatedScheduler time;
   StandInPortal portal{bus.address()};
   int tries = 0;

@@ -1,25 +1,26 @@
 #pragma once
 
-#include <QByteArray>
-#include <QFile>
-#include <QProcess>
-#include <QTemporaryDir>
+#include "support/child_process.h"
+#include "support/eventually.h"
+#include "support/temporary_directory.h"
+
+#include <filesystem>
+#include <fstream>
 #include <string>
 
-namespace quorin::testing {
+namespace quorin::test {
 
 /// A message bus of this test's own, which starts no services.
 class PrivateBus {
  public:
   PrivateBus() {
-    QFile config(folder_.filePath("bus.conf"));
-    if (!config.open(QIODevice::WriteOnly)) return;
-    config.write(R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+    const auto config = folder_.path() / "bus.conf";
+    std::ofstream(config) << R"(<!DOCTYPE busconfig PUBLIC
+ "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
   <type>session</type>
-  <listen>unix:path=)" +
-                 folder_.filePath("bus").toUtf8() + R"(</listen>
+  <listen>)" << address() << R"(</listen>
   <auth>EXTERNAL</auth>
   <policy context="default">
     <allow send_destination="*" eavesdrop="true"/>
@@ -27,25 +28,21 @@ class PrivateBus {
     <allow own="*"/>
   </policy>
 </busconfig>
-)");
-    config.close();
-    daemon_.start("dbus-daemon",
-                  {"--config-file=" + config.fileName(), "--nofork", "--print-address"});
-    while (!address_.endsWith('\n') && daemon_.waitForReadyRead(10000)) {
-      address_ += daemon_.readAllStandardOutput();
-    }
-  }
-  ~PrivateBus() {
-    daemon_.kill();
-    daemon_.waitForFinished();
+)";
+    daemon_ =
+        ChildProcess({.arguments = {"dbus-daemon", "--config-file=" + config.string(), "--nofork"},
+                      .environment = {},
+                      .output = {}});
+    eventually([this] { return std::filesystem::exists(socket()); });
   }
 
-  std::string address() const { return address_.trimmed().toStdString(); }
+  std::string address() const { return "unix:path=" + socket().string(); }
 
  private:
-  QTemporaryDir folder_;
-  QProcess daemon_;
-  QByteArray address_;
+  std::filesystem::path socket() const { return folder_.path() / "bus"; }
+
+  TemporaryDirectory folder_;
+  ChildProcess daemon_;
 };
 
-}  // namespace quorin::testing
+}  // namespace quorin::test
