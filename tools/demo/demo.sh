@@ -37,7 +37,7 @@ start_display 760x720x24
 port=$(free_port)
 
 say "starting quorin-stream --start wifi --port $port"
-background quorin-stream private_env QT_QPA_PLATFORM=xcb "$BIN/quorin-stream" \
+background quorin-stream "${PRIVATE[@]}" QT_QPA_PLATFORM=xcb "$BIN/quorin-stream" \
   --start wifi --port "$port"
 wait_for 20 "quorin-stream's UDP port $port" udp_port_is_taken "$port"
 
@@ -47,7 +47,7 @@ listener=$STARTED
 wait_for 10 "The first sound" test -s "$SESSION/arrivals"
 
 say "playing ten seconds of melody into the device"
-background player private_env "$BIN/quorin-demo" play quorin "$SESSION/ticks"
+background player "${PRIVATE[@]}" "$BIN/quorin-demo" play quorin "$SESSION/ticks"
 player=$STARTED
 sleep 4
 import -window root "$OUT/window.png"

@@ -3,34 +3,45 @@
 # common.sh. Everything started here ends with the script that sourced it.
 
 SESSION=$(mktemp -d)
-SESSION_PIDS=()
+SESSION_PIDS=() # everything that was started
+SERVER_PIDS=()  # the sound server's part of it
 
+end_processes() { # end_processes PID...: the last started first
+  local i
+  for ((i = $#; i > 0; --i)); do kill "${!i}" 2>/dev/null || true; done
+  wait "$@" 2>/dev/null || true
+}
+end_servers() {
+  end_processes "${SERVER_PIDS[@]}"
+  SERVER_PIDS=()
+  rm -rf "$SESSION"/pulse "$SESSION"/pipewire-* "$SESSION"/bus
+}
 end_session() {
-  local pid
-  for ((i = ${#SESSION_PIDS[@]} - 1; i >= 0; --i)); do
-    pid=${SESSION_PIDS[i]}
-    kill "$pid" 2>/dev/null || true
-  done
-  wait 2>/dev/null || true
+  end_processes "${SESSION_PIDS[@]}"
   rm -rf "$SESSION"
 }
 trap end_session EXIT
 
-# What leads a program to our own servers and to none of the user's.
-private_env() {
-  env -u WAYLAND_DISPLAY -u PULSE_SINK -u PULSE_SOURCE \
-    XDG_RUNTIME_DIR="$SESSION" XDG_CONFIG_HOME="$SESSION" XDG_STATE_HOME="$SESSION" \
-    PULSE_SERVER="unix:$SESSION/pulse/native" DBUS_SESSION_BUS_ADDRESS="unix:path=$SESSION/bus" \
-    "$@"
-}
+# What leads a program to our own servers and to none of the user's. Words and not a function, so
+# that the process that `background` starts is the program itself.
+PRIVATE=(
+  env -u WAYLAND_DISPLAY -u PULSE_SINK -u PULSE_SOURCE
+  XDG_RUNTIME_DIR="$SESSION" XDG_CONFIG_HOME="$SESSION" XDG_STATE_HOME="$SESSION"
+  PULSE_SERVER="unix:$SESSION/pulse/native" DBUS_SESSION_BUS_ADDRESS="unix:path=$SESSION/bus"
+)
 
-# background NAME COMMAND...: its output goes to NAME.log; its process id into $STARTED.
+# background NAME PROGRAM...: its output goes to NAME.log; its process id into $STARTED.
 background() {
   local name=$1
   shift
   "$@" >"$SESSION/$name.log" 2>&1 &
   STARTED=$!
   SESSION_PIDS+=("$STARTED")
+}
+
+server() {
+  background "$@"
+  SERVER_PIDS+=("$STARTED")
 }
 
 # wait_for SECONDS WHAT COMMAND...: until the command succeeds; fails when it does not in time.
@@ -52,29 +63,29 @@ QUORIN_SINK=(
   "sink_properties='device.description=\"Quorin Audio\"'"
 )
 make_quorin_default() {
-  wait_for 10 "The sink" private_env pactl set-default-sink quorin
-  wait_for 10 "The source" private_env pactl set-default-source quorin.monitor
+  wait_for 10 "The sink" "${PRIVATE[@]}" pactl set-default-sink quorin
+  wait_for 10 "The source" "${PRIVATE[@]}" pactl set-default-source quorin.monitor
 }
 
 start_pulseaudio() {
   mkdir -p "$SESSION/pulse"
-  background pulseaudio private_env pulseaudio -n --daemonize=no --use-pid-file=no \
+  server pulseaudio "${PRIVATE[@]}" pulseaudio -n --daemonize=no --use-pid-file=no \
     --exit-idle-time=-1 \
     -L "module-native-protocol-unix auth-anonymous=1 socket=$SESSION/pulse/native" \
     -L "${QUORIN_SINK[*]}"
-  wait_for 10 "PulseAudio" private_env pactl info
+  wait_for 10 "PulseAudio" "${PRIVATE[@]}" pactl info
   make_quorin_default
 }
 
 start_pipewire() {
-  background dbus private_env dbus-daemon --session --nofork --address="unix:path=$SESSION/bus"
+  server dbus "${PRIVATE[@]}" dbus-daemon --session --nofork --address="unix:path=$SESSION/bus"
   wait_for 10 "D-Bus" test -S "$SESSION/bus"
-  background pipewire private_env pipewire
+  server pipewire "${PRIVATE[@]}" pipewire
   wait_for 10 "PipeWire" test -S "$SESSION/pipewire-0"
-  background wireplumber private_env DISPLAY= wireplumber
-  background pipewire-pulse private_env pipewire-pulse
-  wait_for 10 "PipeWire's pulse server" private_env pactl info
-  private_env pactl load-module "${QUORIN_SINK[@]}" >/dev/null
+  server wireplumber "${PRIVATE[@]}" DISPLAY= wireplumber
+  server pipewire-pulse "${PRIVATE[@]}" pipewire-pulse
+  wait_for 10 "PipeWire's pulse server" "${PRIVATE[@]}" pactl info
+  "${PRIVATE[@]}" pactl load-module "${QUORIN_SINK[@]}" >/dev/null
   make_quorin_default
 }
 

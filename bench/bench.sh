@@ -1,0 +1,118 @@
+#!/usr/bin/env bash
+# ./dev bench [--quick] [--seconds N]: pacing, latency, processor and memory of the whole program,
+# beside what a user would type instead (ffmpeg, GStreamer), in the same set-ups and by the same
+# receiver; then the benchmarks of the parts. Prints figures and targets, and never fails on one.
+set -euo pipefail
+cd -- "$(dirname -- "$(readlink -f -- "$0")")/.."
+source tools/dev/common.sh
+
+SECONDS_EACH=20 # of each measurement
+SECONDS_LONG=60 # of the one that compares with real time
+PARTS_TIME=0.5  # seconds for each benchmark of a part
+while [ $# -gt 0 ]; do
+  case $1 in
+    --quick) SECONDS_EACH=5 SECONDS_LONG=5 PARTS_TIME=0.05 ;;
+    --seconds)
+      SECONDS_EACH=${2:?--seconds needs a number} SECONDS_LONG=$2
+      shift
+      ;;
+    *) fail "usage: ./dev bench [--quick] [--seconds N]" ;;
+  esac
+  shift
+done
+
+need_packages "${BUILD_PACKAGES[@]}" "${BENCH_PACKAGES[@]}"
+configure release -DQUORIN_BENCH=ON
+build release quorin-stream quorin-meter empty_window parts_bench
+source tools/dev/private_session.sh
+source bench/senders.sh
+
+OUT=$PWD/build/bench
+mkdir -p "$OUT"
+RESULTS=$OUT/results.tsv # set-up, load, sender, figure, value
+: >"$RESULTS"
+
+# record SETUP LOAD SENDER COMMAND...: notes the figures that the command prints. A sender that
+# fails is said and left out; the others go on.
+record() {
+  local setup=$1 load=$2 sender=$3 line
+  shift 3
+  "$@" >"$SESSION/figures" || { echo "   $sender could not be measured" && return; }
+  while read -r line; do
+    printf '%s\t%s\t%s\t%s\t%s\n' "$setup" "$load" "$sender" "${line% *}" "${line#* }" >>"$RESULTS"
+  done <"$SESSION/figures"
+}
+
+# measure SETUP LOAD SENDER PLAYER SECONDS [CLIENTS]
+measure() {
+  local setup=$1 load=$2 sender=$3 player=$4 seconds=$5 clients=${6:-1}
+  echo "   $setup, $load: $sender${6:+ with $6 clients}"
+  "start_$sender"
+  [ "$load" = idle ] || occupy_processors
+  record "$setup" "$load" "$sender$clients" \
+    "${PRIVATE[@]}" "$BIN/quorin-meter" stream "$seconds" "$STARTED" quorin "$player" "$HEARD_AT" "$clients"
+  [ "$load" = idle ] || release_processors
+  stop_sender
+}
+
+BUSY_PIDS=()
+occupy_processors() {
+  for _ in $(seq "$(nproc)"); do
+    (while :; do :; done) &
+    BUSY_PIDS+=("$!")
+    SESSION_PIDS+=("$!")
+  done
+}
+release_processors() {
+  kill "${BUSY_PIDS[@]}" 2>/dev/null || true
+  wait "${BUSY_PIDS[@]}" 2>/dev/null || true
+  BUSY_PIDS=()
+}
+
+bare_loops() {
+  say "a bare loop that only sleeps to absolute deadlines"
+  local load
+  for load in idle busy; do
+    [ "$load" = idle ] || occupy_processors
+    record loop "$load" normal "$BIN/quorin-meter" loop "$SECONDS_EACH" normal
+    record loop "$load" realtime "$BIN/quorin-meter" loop "$SECONDS_EACH" realtime
+    [ "$load" = idle ] || release_processors
+  done
+}
+
+all_senders() { # all_senders SETUP PLAYER SECONDS_WHEN_IDLE
+  local sender load seconds
+  say "set-up: $1"
+  for load in idle busy; do
+    seconds=$SECONDS_EACH
+    [ "$load" = busy ] || seconds=$3
+    for sender in quorin ffmpeg gstreamer; do
+      measure "$1" "$load" "$sender" "$2" "$seconds"
+    done
+  done
+}
+
+empty_window() {
+  background empty_window "${PRIVATE[@]}" QT_QPA_PLATFORM=xcb "$BIN/empty_window"
+  sleep 2
+  record window idle empty "$BIN/quorin-meter" pss "$STARTED"
+  stop_sender
+}
+
+start_display 1280x800x24
+bare_loops
+start_pulseaudio
+empty_window
+all_senders low-latency-player 20 "$SECONDS_LONG"
+measure low-latency-player idle quorin 20 "$SECONDS_EACH" 10
+all_senders default-player default "$SECONDS_EACH"
+end_servers
+start_pipewire
+all_senders pipewire 20 "$SECONDS_EACH"
+end_servers
+
+say "whole program (all times in ms; the parts follow)"
+awk -F '\t' -f bench/report.awk "$RESULTS" | tee "$OUT/report.txt"
+say "the parts"
+"$BIN/parts_bench" --benchmark_min_time="$PARTS_TIME" 2>&1 | tee "$OUT/parts.txt"
+say "left in build/bench: report.txt, parts.txt, results.tsv"

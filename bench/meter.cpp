@@ -1,0 +1,95 @@
+// Measures one sender, or what the machine itself can do; bench.sh calls it and makes the table.
+// Every figure is one line, "NAME VALUE".
+//
+//   quorin-meter loop SECONDS normal|realtime
+//   quorin-meter pss PROCESS
+//   quorin-meter stream SECONDS PROCESS SINK PLAYER FROM [CLIENTS]
+//     PLAYER: the player's buffer in ms, or "default";  FROM: 127.0.0.1:PORT to join a server,
+//     PORT to hear what a peer sends there
+#include "bench/bare_loop.h"
+#include "bench/process_usage.h"
+#include "bench/stream_run.h"
+
+#include <charconv>
+#include <cstdio>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace {
+
+using quorin::measure::Spread;
+
+void print(const std::string& name, double value) {
+  std::printf("%s %.4f\n", name.c_str(), value);
+}
+
+void print(const std::string& name, const Spread& spread) {
+  print(name + "_p50", spread.p50);
+  print(name + "_p99", spread.p99);
+  print(name + "_max", spread.max);
+}
+
+int toNumber(const std::string& text) {
+  int number = 0;
+  std::from_chars(text.data(), text.data() + text.size(), number);
+  return number;
+}
+
+int loop(const std::vector<std::string>& arguments) {
+  using quorin::bench::LoopPriority;
+  const auto priority =
+      arguments[2] == "realtime" ? LoopPriority::kRealtime : LoopPriority::kNormal;
+  print("deviation",
+        quorin::bench::bareLoop(std::chrono::seconds(toNumber(arguments[1])), priority));
+  return 0;
+}
+
+int pss(const std::vector<std::string>& arguments) {
+  const auto usage = quorin::bench::usageOf(toNumber(arguments[1]));
+  if (!usage) return 1;
+  print("pss", usage->proportionalMb);
+  return 0;
+}
+
+int stream(const std::vector<std::string>& arguments) {
+  quorin::bench::RunPlan plan;
+  plan.duration = std::chrono::seconds(toNumber(arguments[1]));
+  plan.sender = toNumber(arguments[2]);
+  plan.sink = arguments[3];
+  if (arguments[4] != "default") plan.player = std::chrono::milliseconds(toNumber(arguments[4]));
+  plan.server = quorin::wire::ClientKey::parse(arguments[5]);
+  if (!plan.server) plan.port = static_cast<std::uint16_t>(toNumber(arguments[5]));
+  if (arguments.size() > 6) plan.clients = toNumber(arguments[6]);
+
+  const auto result = quorin::bench::measureStream(plan);
+  if (!result) {
+    std::cerr << "quorin-meter: " << result.error() << '\n';
+    return 1;
+  }
+  print("deviation", result->arrivals.deviation());
+  print("buffer", result->arrivals.bufferNeededMs());
+  print("delivered", result->arrivals.delivered());
+  if (!result->latenciesMs.empty()) {
+    print("latency", quorin::measure::spreadOf(result->latenciesMs));
+  }
+  print("processor", result->processorPercent);
+  print("pss", result->proportionalMb);
+  print("realtime", result->realtime ? 1 : 0);
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::vector<std::string> arguments(argv + 1, argv + argc);
+  const auto isCall = [&](const char* name, std::size_t count) {
+    return arguments.size() >= count && arguments[0] == name;
+  };
+  if (isCall("loop", 3)) return loop(arguments);
+  if (isCall("pss", 2)) return pss(arguments);
+  if (isCall("stream", 6)) return stream(arguments);
+  std::cerr << "usage: see bench/meter.cpp\n";
+  return 2;
+}

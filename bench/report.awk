@@ -1,0 +1,56 @@
+# The table of ./dev bench, from lines of "set-up, load, sender, figure, value".
+{ value[$1, $2, $3, $4] = $5 }
+
+function figure(setup, load, sender, name, format,   key) {
+  key = setup SUBSEP load SUBSEP sender SUBSEP name
+  return key in value ? sprintf(format, value[key]) : "-"
+}
+
+function line(name, target, quorin, ffmpeg, gstreamer, bare) {
+  printf "%-44s %-22s %-18s %-18s %-18s %s\n", name, target, quorin, ffmpeg, gstreamer, bare
+}
+
+# Two or three figures of one sender, joined by slashes.
+function joined(setup, load, sender, names, format,   list, count, i, text) {
+  count = split(names, list, " ")
+  for (i = 1; i <= count; ++i)
+    text = text (i > 1 ? " / " : "") figure(setup, load, sender, list[i], format)
+  return text
+}
+
+function row(title, target, setup, load, names, format, bare) {
+  line(title ", " setup ", " load, target,
+       joined(setup, load, "quorin1", names, format), joined(setup, load, "ffmpeg1", names, format),
+       joined(setup, load, "gstreamer1", names, format), bare)
+}
+
+END {
+  setups = split("low-latency-player default-player pipewire", setup, " ")
+  split("idle busy", load, " ")
+  pacing = "deviation_p50 deviation_p99 deviation_max"
+  line("figure", "target", "quorin-stream", "ffmpeg", "gstreamer", "bare loop (normal; real-time)")
+  for (i = 1; i <= setups; ++i)
+    for (k = 1; k <= 2; ++k)
+      row("pacing p50/p99/max", k == 1 ? "0.05 / 1.5 x bare" : "p99 0.5 (real-time)", setup[i],
+          load[k], pacing, "%.2f",
+          joined("loop", load[k], "normal", pacing, "%.2f") "; " \
+          joined("loop", load[k], "realtime", pacing, "%.2f"))
+  for (i = 1; i <= setups; ++i)
+    for (k = 1; k <= 2; ++k) row("buffer needed p1-p99", "under 1", setup[i], load[k], "buffer", "%.2f")
+  for (i = 1; i <= setups; ++i)
+    for (k = 1; k <= 2; ++k)
+      row("latency p50/max", "25 / 45", setup[i], load[k], "latency_p50 latency_max", "%.1f")
+  row("delivered / real time", "1.0000", setup[1], "idle", "delivered", "%.4f")
+  for (i = 1; i <= setups; ++i)
+    row("processor, % of a core", "1, and under the peers", setup[i], "idle", "processor", "%.2f")
+  line("processor with 10 clients, " setup[1], "1.5",
+       figure(setup[1], "idle", "quorin10", "processor", "%.2f"))
+  window = figure("window", "idle", "empty", "pss", "%.1f")
+  row("memory, MB of PSS", window == "-" ? "-" : sprintf("%.1f (1.5 x empty)", 1.5 * window), setup[1],
+      "idle", "pss", "%.1f")
+  print "\nreal-time priority granted to quorin-stream: " \
+        (figure(setup[1], "idle", "quorin1", "realtime", "%d") == 1 ? "yes" : "no") \
+        "; an empty Qt window takes " window " MB"
+  print "latency: from the moment at which, by its own clock, the sink plays a tick to the kernel's" \
+        " stamp on the datagram that brings it"
+}

@@ -1,0 +1,35 @@
+# shellcheck shell=bash
+# How each sender is started, the way a user would do it who has read its manual. Sourced by
+# bench.sh; needs the private session. Each leaves its process in $STARTED and, in $HEARD_AT, where
+# the meter hears it: ADDRESS:PORT to join, or the port that it sends to.
+
+BIN=$PWD/build/release/bin
+
+start_quorin() {
+  local port
+  port=$(free_port)
+  background quorin-stream "${PRIVATE[@]}" QT_QPA_PLATFORM=xcb "$BIN/quorin-stream" \
+    --start wifi --port "$port"
+  wait_for 20 "quorin-stream's UDP port $port" udp_port_is_taken "$port"
+  HEARD_AT=127.0.0.1:$port
+}
+
+start_ffmpeg() {
+  HEARD_AT=$(free_port)
+  background ffmpeg "${PRIVATE[@]}" ffmpeg -nostdin -hide_banner -loglevel error -fflags nobuffer \
+    -f pulse -fragment_size 1764 -sample_rate 44100 -channels 1 -i quorin.monitor \
+    -f s16le "udp://127.0.0.1:$HEARD_AT?pkt_size=1764"
+}
+
+start_gstreamer() {
+  HEARD_AT=$(free_port)
+  background gstreamer "${PRIVATE[@]}" gst-launch-1.0 -q \
+    pulsesrc device=quorin.monitor latency-time=20000 buffer-time=40000 ! \
+    audio/x-raw,format=S16LE,rate=44100,channels=1 ! \
+    udpsink host=127.0.0.1 port="$HEARD_AT" sync=false
+}
+
+stop_sender() {
+  kill "$STARTED" 2>/dev/null || true
+  wait "$STARTED" 2>/dev/null || true
+}
