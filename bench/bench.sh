@@ -9,6 +9,7 @@ source tools/dev/common.sh
 SECONDS_EACH=20 # of each measurement
 SECONDS_LONG=60 # of the one that compares with real time
 PARTS_TIME=0.5  # seconds for each benchmark of a part
+PARTS=(parts_bench panel_bench)
 while [ $# -gt 0 ]; do
   case $1 in
     --quick) SECONDS_EACH=5 SECONDS_LONG=5 PARTS_TIME=0.05 ;;
@@ -23,7 +24,7 @@ done
 
 need_packages "${BUILD_PACKAGES[@]}" "${BENCH_PACKAGES[@]}"
 configure release -DQUORIN_BENCH=ON
-build release quorin-stream quorin-meter empty_window parts_bench
+build release quorin-stream quorin-meter empty_window "${PARTS[@]}"
 source tools/dev/private_session.sh
 source bench/senders.sh
 
@@ -114,5 +115,7 @@ end_servers
 say "whole program (all times in ms; the parts follow)"
 awk -F '\t' -f bench/report.awk "$RESULTS" | tee "$OUT/report.txt"
 say "the parts"
-"$BIN/parts_bench" --benchmark_min_time="$PARTS_TIME" 2>&1 | tee "$OUT/parts.txt"
+for part in "${PARTS[@]}"; do
+  "$BIN/$part" --benchmark_min_time="$PARTS_TIME" 2>/dev/null
+done | tee "$OUT/parts.txt"
 say "left in build/bench: report.txt, parts.txt, results.tsv"
