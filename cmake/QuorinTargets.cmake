@@ -59,10 +59,11 @@ function(quorin_program name)
   target_link_libraries(${name} PRIVATE quorin_options quorin_version ${ARG_LIBRARIES})
 endfunction()
 
-# quorin_test(NAME SOURCES ... [LIBRARIES ...] [TIMEOUT seconds])
-# One GoogleTest program, one entry in ctest. Widgets are tested with the offscreen platform.
+# quorin_test(NAME SOURCES ... [LIBRARIES ...] [TIMEOUT seconds] [ALONE])
+# One GoogleTest program, one entry in ctest. Widgets are tested with the offscreen platform. ALONE
+# keeps the processor free of other tests, for those that run other programs or real threads.
 function(quorin_test name)
-  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(ARG "ALONE" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 120)
   endif()
@@ -72,6 +73,6 @@ function(quorin_test name)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests/bin")
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(
-    ${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT
+    ${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} RUN_SERIAL ${ARG_ALONE} ENVIRONMENT
                        "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;QUORIN_BIN=${CMAKE_BINARY_DIR}/bin")
 endfunction()
