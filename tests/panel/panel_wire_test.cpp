@@ -82,7 +82,11 @@ class PanelWireTest : public ::testing::Test {
     server_->start();
     ASSERT_TRUE(eventually([&] { return server_->isRunning(); }));
   }
-  std::uint16_t port() const { return socket_.lock()->port(); }
+  /// Of the running server.
+  std::uint16_t port() const {
+    const auto socket = socket_.lock();
+    return socket ? socket->port() : std::uint16_t{0};
+  }
   std::optional<std::string> answerTo(const LoopbackPhone& phone, std::string_view text) {
     phone.says(text);
     std::optional<std::string> answer;
