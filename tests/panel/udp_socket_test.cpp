@@ -177,7 +177,7 @@ TEST_F(UDPSocketTest, AFloodThatNobodyHandlesIsBounded) {
   scheduler_->mainQueue().async([&] { allHandled = true; });
   while (!allHandled) QCoreApplication::processEvents();
   EXPECT_GT(received_.size(), 500U);
-  EXPECT_LE(received_.size(), 1024U);
+  EXPECT_LE(received_.size(), 1024U + 1) << "one may have been on its way";
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QScreen>
 #include <cstdint>
 #include <cstdio>
 #include <expected>
@@ -69,6 +70,7 @@ int runPanel(std::uint16_t port) {
                                        .port = port}),
       [&texts](const QString& key) { return texts.text(key.toUtf8().constData()); });
   panel.setWindowTitle("Quorin Panel");
+  panel.resize(panel.sizeHint().boundedTo(panel.screen()->availableSize()));
   panel.show();
 
   const dispatch::TerminationSignals terminate(scheduler->mainQueue(),
