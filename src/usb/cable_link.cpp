@@ -78,7 +78,7 @@ void CableLink::connectToUSBDevice(Request request) {
       }));
 }
 
-void CableLink::usbAttemptEnded(std::shared_ptr<PTChannel> channel, const Target& target,
+void CableLink::usbAttemptEnded(const std::shared_ptr<PTChannel>& channel, const Target& target,
                                 Request request, std::error_code error) {
   if (error) {
     log::note(kLogArea, "Failed to connect to device #" + channel->userInfo().text() + ": " +
@@ -100,7 +100,7 @@ void CableLink::usbAttemptEnded(std::shared_ptr<PTChannel> channel, const Target
     return;
   }
   connectedDeviceID_ = connectingToDeviceID();
-  setConnectedChannel(std::move(channel));
+  setConnectedChannel(channel);
 }
 
 void CableLink::connectToLocalIPv4Port(Request request) {
@@ -114,8 +114,8 @@ void CableLink::connectToLocalIPv4Port(Request request) {
                          }));
 }
 
-void CableLink::localAttemptEnded(std::shared_ptr<PTChannel> channel, Request request,
-                                  std::expected<PTAddress, std::error_code> peer) {
+void CableLink::localAttemptEnded(const std::shared_ptr<PTChannel>& channel, Request request,
+                                  const std::expected<PTAddress, std::error_code>& peer) {
   if (!peer) {
     // Nobody listens there unless a phone is simulated: no reason to say so every second.
     const auto error = peer.error();

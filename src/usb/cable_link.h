@@ -100,10 +100,10 @@ class CableLink {
 
   void connectToUSBDevice(Request request);
   void connectToLocalIPv4Port(Request request);
-  void usbAttemptEnded(std::shared_ptr<PTChannel> channel, const Target& target, Request request,
-                       std::error_code error);
-  void localAttemptEnded(std::shared_ptr<PTChannel> channel, Request request,
-                         std::expected<PTAddress, std::error_code> peer);
+  void usbAttemptEnded(const std::shared_ptr<PTChannel>& channel, const Target& target,
+                       Request request, std::error_code error);
+  void localAttemptEnded(const std::shared_ptr<PTChannel>& channel, Request request,
+                         const std::expected<PTAddress, std::error_code>& peer);
 
   std::shared_ptr<PTChannel> newChannel(ChannelLabel label);
   std::shared_ptr<PTChannel> takeAttempt(const PTChannel* channel);

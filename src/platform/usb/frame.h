@@ -37,7 +37,8 @@ enum class FrameError {
   kPayloadTooLarge,
 };
 const std::error_category& frameCategory();
-std::error_code make_error_code(FrameError error);
+/// The name is the standard library's.
+std::error_code make_error_code(FrameError error);  // NOLINT(readability-identifier-naming)
 
 std::uint32_t readBigEndian32(std::span<const std::byte, 4> bytes);
 std::array<std::byte, 4> bigEndian32(std::uint32_t value);

@@ -66,6 +66,7 @@ class Subscription {
       : main_(main), devices_(std::move(devices)) {
     // The library watches for the service's socket in its usual place only; elsewhere it has to
     // ask every two seconds.
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment
     if (std::getenv("USBMUXD_SOCKET_ADDRESS") != nullptr) libusbmuxd_set_use_inotify(0);
     if (usbmuxd_events_subscribe(&context_, &Subscription::eventCame, this) != 0) {
       context_ = nullptr;
