@@ -322,6 +322,32 @@ TEST_F(CableLinkTest, AttemptsDoNotMultiplyHoweverOftenTheModeIsChosen) {
   EXPECT_EQ(channels.made.size(), made + 2);
 }
 
+TEST_F(CableLinkTest, RequestsThatWaitedTogetherAreOneAttempt) {
+  plugIn(5);
+  chooseCable();
+  leaveCable();
+  channels.made.clear();
+  link.setUserForcedOffline(false);
+  for (int i = 0; i < 3; ++i) {
+    link.enqueueConnectToLocalIPv4Port();
+    link.enqueueConnectToUSBDevice();
+  }
+  run();
+  EXPECT_THAT(channels.made, IsEmpty());
+  chooseCable();
+  EXPECT_EQ(attempts("usb"), 1U);
+  EXPECT_EQ(attempts("ipv4"), 1U);
+}
+
+TEST_F(CableLinkTest, AnAttemptThatHasLeftTheQueueStillWaitsWhenItIsSuspended) {
+  auto& main = scheduler.mainQueue();
+  main.async([&] { main.async([&] { link.leaveCableMode(); }); });
+  chooseCable();  // the attempt reaches the main queue behind the departure
+  EXPECT_THAT(channels.made, IsEmpty());
+  chooseCable();
+  EXPECT_EQ(channels.made.size(), 1U);
+}
+
 // ---- Connected
 
 TEST_F(CableLinkTest, HoldsTheChannelSuspendsTheQueueAndTellsTheDisplay) {

@@ -213,6 +213,7 @@ TEST_F(CableTest, APingThatCannotBeSentIsForgottenAndTheLoopGoesOn) {
 TEST_F(CableTest, TheLoopSurvivesTheEndOfItsChannel) {
   const auto first = connected();
   cable.ping();
+  first->writes();
   first->cableBreaks();
   scheduler.runPending();
   const auto second = connected();

@@ -181,11 +181,15 @@ TEST_F(TcpChannelTest, ReportsItsEndOnceWhateverTheCause) {
 
 TEST_F(TcpChannelTest, DeliversWhatWasSaidBeforeTheEndEvenWhileSending) {
   connect();
-  phone->send(101, 0, bytesOf("goodbye"));
+  const Bytes goodbye(60'000);  // not read in one go
+  phone->send(101, 0, goodbye);
   phone->hangUp();
-  for (int i = 0; i < 5; ++i) channel->sendFrameOfType(102, channel->newTag(), {}, nullptr);
+  for (int i = 0; i < 5; ++i) {
+    channel->sendFrameOfType(102, channel->newTag(), {}, nullptr);
+    onSendQueue([] {});  // so that writing fails before reading has found the end
+  }
   ASSERT_TRUE(until([&] { return !delegate->ends.empty(); }));
-  EXPECT_THAT(delegate->frames, ElementsAre(SentFrame{101, 0, bytesOf("goodbye")}));
+  EXPECT_THAT(delegate->frames, ElementsAre(SentFrame{101, 0, goodbye}));
 }
 
 TEST_F(TcpChannelTest, ThrowsRefusedFramesAwayAndGoesOn) {
