@@ -31,7 +31,8 @@ target_compile_options(
             -Woverloaded-virtual
             -Wnull-dereference)
 if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
-  target_compile_options(quorin_options INTERFACE -Wthread-safety)
+  # GCC 12's -Wnull-dereference finds what cannot be in the standard library once it optimises.
+  target_compile_options(quorin_options INTERFACE -Wthread-safety -Wnull-dereference)
 endif()
 if(QUORIN_SANITIZE)
   add_compile_options(-fsanitize=${QUORIN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
