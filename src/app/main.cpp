@@ -73,7 +73,6 @@ int main(int argc, char** argv) {
           QStringLiteral("quorin-stream %1\n")
               .arg(QString::fromUtf8(quorin::version().data(),
                                      static_cast<qsizetype>(quorin::version().size()))));
-    case Options::Action::kDiagnose:
     case Options::Action::kRun:
       break;
   }
