@@ -33,6 +33,7 @@ class Cable : private PTChannelDelegate {
 
   CableLink& link() { return link_; }
   const CableLink& link() const { return link_; }
+  /// Pacing has ended before the cable is destroyed.
   CableAudioPath& audioPath() { return audioPath_; }
 
   /// Starts the ping loop. Once, at start-up.

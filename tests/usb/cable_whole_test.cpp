@@ -226,6 +226,7 @@ TEST_F(CableWholeTest, EndsQuietlyInTheMiddleOfEverything) {
   cable->link().enterCableMode();
   ASSERT_TRUE(usbPhoneConnects(5));
   sendAudio({});
+  ASSERT_TRUE(phoneGot(104)) << "pacing ends before the cable does";
   cable->sendMessage("bye");
   cable.reset();
   EXPECT_TRUE(until([&] { return phone->sawEnd; }));
