@@ -28,8 +28,7 @@ target_compile_options(
             -Wshadow
             -Wnon-virtual-dtor
             -Wold-style-cast
-            -Woverloaded-virtual
-            -Wnull-dereference)
+            -Woverloaded-virtual)
 if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
   # GCC 12's -Wnull-dereference finds what cannot be in the standard library once it optimises.
   target_compile_options(quorin_options INTERFACE -Wthread-safety -Wnull-dereference)

@@ -65,7 +65,9 @@ class QuorinListen : public testing::Test {
 
   std::string said(const char* stream) const {
     std::ifstream file(path(stream));
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
   }
 
   std::filesystem::path folder_;
