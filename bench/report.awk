@@ -7,7 +7,7 @@ function figure(setup, load, sender, name, format,   key) {
 }
 
 function line(name, target, quorin, ffmpeg, gstreamer, bare) {
-  printf "%-44s %-22s %-18s %-18s %-18s %s\n", name, target, quorin, ffmpeg, gstreamer, bare
+  printf "%-46s %-22s %-22s %-22s %-22s %s\n", name, target, quorin, ffmpeg, gstreamer, bare
 }
 
 # Two or three figures of one sender, joined by slashes.
@@ -29,9 +29,10 @@ END {
   split("idle busy", load, " ")
   pacing = "deviation_p50 deviation_p99 deviation_max"
   line("figure", "target", "quorin-stream", "ffmpeg", "gstreamer", "bare loop (normal; real-time)")
+  calm = sprintf("0.05 / %.2f", 1.5 * value["loop", "idle", "normal", "deviation_p99"])
   for (i = 1; i <= setups; ++i)
     for (k = 1; k <= 2; ++k)
-      row("pacing p50/p99/max", k == 1 ? "0.05 / 1.5 x bare" : "p99 0.5 (real-time)", setup[i],
+      row("pacing p50/p99/max", k == 1 ? calm : "p99 0.5 if real-time", setup[i],
           load[k], pacing, "%.2f",
           joined("loop", load[k], "normal", pacing, "%.2f") "; " \
           joined("loop", load[k], "realtime", pacing, "%.2f"))

@@ -22,11 +22,11 @@ TEST_PACKAGES=(
   appstream desktop-file-utils groff-base
 )
 DEMO_PACKAGES=(pulseaudio pulseaudio-utils xvfb imagemagick fonts-dejavu-core)
-CHECK_PACKAGES=(clang-19 clang-tidy-19 clang-format-19 libclang-rt-19-dev)
+CHECK_PACKAGES=(libbenchmark-dev clang-19 clang-tidy-19 clang-format-19 libclang-rt-19-dev)
 COVERAGE_PACKAGES=(gcovr)
 PACKAGE_PACKAGES=(dpkg-dev file gzip lintian debootstrap)
 BENCH_PACKAGES=(
-  pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus libbenchmark-dev
+  pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus xvfb libbenchmark-dev
   ffmpeg gstreamer1.0-tools gstreamer1.0-pulseaudio
   gstreamer1.0-plugins-base gstreamer1.0-plugins-good
 )
