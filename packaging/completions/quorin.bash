@@ -23,8 +23,9 @@ _quorin() {
       ?*) return 0 ;;
     esac
   fi
-  if [[ $current == -* || -z $current ]]; then
-    COMPREPLY=($(compgen -W "$(sed -nE 's/^ +(-[a-zA-Z], )?(--[a-z][a-z-]*).*/\2/p' <<<"$help")" -- "$current"))
-  fi
+  # Options, and the commands of a program that has some.
+  COMPREPLY=($(compgen -W "$(sed -nE \
+    -e 's/^ +(-[a-zA-Z], )?(--[a-z][a-z-]*).*/\2/p' -e 's/^  ([a-z]+)  .*/\1/p' <<<"$help")" \
+    -- "$current"))
 }
 complete -F _quorin quorin-stream quorin-listen quorin-panel quorin-device

@@ -17,6 +17,7 @@ Options:
   --port <N>            A number.
   --wav FILE.wav        A file.
   --sink NAME           A name.
+  status                A command.
   -h, --help            Print this.
 TEXT
 HELP
@@ -30,8 +31,9 @@ offers() { # offers EXPECTED WORD...: for the last of the words
   [ "${COMPREPLY[*]}" = "$expected" ] ||
     { echo "'${COMP_WORDS[*]}' offers '${COMPREPLY[*]}', not '$expected'" && exit 1; }
 }
-offers "--start --port --wav --sink --help" quorin-stream ""
+offers "--start --port --wav --sink status --help" quorin-stream ""
 offers "--start --sink" quorin-stream --s
+offers "status" quorin-stream st
 offers "wifi cable" quorin-stream --start ""
 offers "cable" quorin-stream --port 9000 --start c
 offers "" quorin-stream --port ""

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Every option that a program's --help lists stands in its man page, and the other way round;
-# the page is sound roff; --version tells version and commit.
+# Every option and command that a program's --help lists stands in its man page, and the other
+# way round; the page is sound roff; --version tells version and commit.
 # usage: man_pages.sh MAN_PAGE PROGRAM
 set -euo pipefail
 page=$1
@@ -18,9 +18,15 @@ options_of_help() { sed -nE 's/^ +(-.*)$/\1/p' <<<"$1" | sed -E 's/  .*//; s/[ =
 # In the page it is the line after a .TP.
 options_of_page() { sed -nE '/^\.TP/{n;s/\\f[A-Z]//g;s/\\-/-/g;/^-/p}' "$1" | option_names; }
 
+# Commands: a word that begins a line of the help, and what the page's section of that name holds.
+commands_of_help() { sed -nE 's/^  ([a-z]+)  .*/\1/p' <<<"$1" | sort -u; }
+commands_of_page() { sed -nE '/^\.SH COMMANDS/,/^\.SH OPTIONS/{s/^\.B ([a-z]+)$/\1/p}' "$1" | sort -u; }
+
 help=$("$program" --help) || complain "--help fails with status $?"
-missing=$(comm -23 <(options_of_help "$help") <(options_of_page "$page"))
-stale=$(comm -13 <(options_of_help "$help") <(options_of_page "$page"))
+words_of_help() { options_of_help "$help" && commands_of_help "$help"; }
+words_of_page() { options_of_page "$page" && commands_of_page "$page"; }
+missing=$(comm -23 <(words_of_help | sort) <(words_of_page | sort))
+stale=$(comm -13 <(words_of_help | sort) <(words_of_page | sort))
 [ -n "$(options_of_help "$help")" ] || complain "no option found in --help"
 [ -z "$missing" ] || complain "not in $(basename "$page"):" $missing
 [ -z "$stale" ] || complain "not in --help:" $stale
