@@ -21,6 +21,7 @@ TEST_PACKAGES=(
   fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji usbmuxd
   appstream desktop-file-utils groff-base
 )
+SHOTS_PACKAGES=(fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji)
 DEMO_PACKAGES=(pulseaudio pulseaudio-utils xvfb imagemagick fonts-dejavu-core)
 CHECK_PACKAGES=(libbenchmark-dev clang-19 clang-tidy-19 clang-format-19 libclang-rt-19-dev)
 COVERAGE_PACKAGES=(gcovr)

@@ -3,10 +3,11 @@
 #include <string_view>
 
 /// The two places where a developer reads what happened. Any thread; one line a call, written
-/// whole; never blocks on anything but the stream itself.
+/// whole.
 namespace quorin::log {
 
-/// A line of the capture object or of the panel's server, to standard output.
+/// A line of the capture object or of the panel's server, to standard output. Dropped when
+/// whoever reads it has stopped reading: sound and window go on.
 void print(std::string_view line);
 
 /// A line of the program's own log, to standard error under the logging category

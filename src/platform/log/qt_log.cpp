@@ -1,5 +1,8 @@
 #include "platform/log/log.h"
 
+#include <poll.h>
+#include <unistd.h>
+
 #include <QByteArray>
 #include <QLoggingCategory>
 #include <QString>
@@ -29,9 +32,16 @@ QString text(std::string_view line) {
   return QString::fromUtf8(line.data(), static_cast<qsizetype>(line.size()));
 }
 
+/// Whether standard output takes a line at once. A pipe that says so has room for 4096 bytes.
+bool outputHasRoom() {
+  pollfd output{.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
+  return ::poll(&output, 1, 0) == 1;
+}
+
 }  // namespace
 
 void print(std::string_view line) {
+  if (!outputHasRoom()) return;
   ::flockfile(stdout);  // one line stays one line, whoever else prints
   ::fwrite_unlocked(line.data(), 1, line.size(), stdout);
   ::putc_unlocked('\n', stdout);
