@@ -9,10 +9,11 @@ source tools/dev/common.sh
 SECONDS_EACH=20 # of each measurement
 SECONDS_LONG=60 # of the one that compares with real time
 PARTS_TIME=0.5  # seconds for each benchmark of a part
+STARTS=15       # of each program
 PARTS=(parts_bench panel_bench)
 while [ $# -gt 0 ]; do
   case $1 in
-    --quick) SECONDS_EACH=5 SECONDS_LONG=5 PARTS_TIME=0.05 ;;
+    --quick) SECONDS_EACH=5 SECONDS_LONG=5 PARTS_TIME=0.05 STARTS=5 ;;
     --seconds)
       SECONDS_EACH=${2:?--seconds needs a number} SECONDS_LONG=$2
       shift
@@ -24,7 +25,7 @@ done
 
 need_packages "${BUILD_PACKAGES[@]}" "${BENCH_PACKAGES[@]}"
 configure release -DQUORIN_BENCH=ON
-build release quorin-stream quorin-meter empty_window "${PARTS[@]}"
+build release quorin-stream quorin-meter empty_window drift_bench "${PARTS[@]}"
 source tools/dev/private_session.sh
 source bench/senders.sh
 
@@ -93,17 +94,28 @@ all_senders() { # all_senders SETUP PLAYER SECONDS_WHEN_IDLE
   done
 }
 
-empty_window() {
-  background empty_window "${PRIVATE[@]}" QT_QPA_PLATFORM=xcb "$BIN/empty_window"
-  sleep 2
-  record window idle empty "$BIN/quorin-meter" pss "$STARTED"
-  stop_sender
+# What a window costs: from the start of the process to its first picture, and its memory.
+windows() {
+  say "the window beside an empty one"
+  local program platform
+  for platform in xcb offscreen; do
+    for program in empty_window quorin-stream; do
+      record "start-$platform" idle "$program" \
+        "${PRIVATE[@]}" QT_QPA_PLATFORM="$platform" "$BIN/quorin-meter" start "$STARTS" "$BIN/$program"
+    done
+  done
+  for program in empty_window quorin-stream; do
+    background "$program" "${PRIVATE[@]}" QT_QPA_PLATFORM=xcb "$BIN/$program"
+    sleep 4 # the splash is over by then
+    record window idle "$program" "$BIN/quorin-meter" pss "$STARTED"
+    stop_sender
+  done
 }
 
 start_display 1280x800x24
 bare_loops
 start_pulseaudio
-empty_window
+windows
 all_senders low-latency-player 20 "$SECONDS_LONG"
 measure low-latency-player idle quorin 20 "$SECONDS_EACH" 10
 all_senders default-player default "$SECONDS_EACH"
@@ -118,4 +130,6 @@ say "the parts"
 for part in "${PARTS[@]}"; do
   "$BIN/$part" --benchmark_min_time="$PARTS_TIME" 2>/dev/null
 done | tee "$OUT/parts.txt"
-say "left in build/bench: report.txt, parts.txt, results.tsv"
+say "a day of a capture clock that drifts, in simulated time"
+"$BIN/drift_bench" | tee "$OUT/drift.txt"
+say "left in build/bench: report.txt, parts.txt, drift.txt, results.tsv"

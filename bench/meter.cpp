@@ -3,10 +3,12 @@
 //
 //   quorin-meter loop SECONDS normal|realtime
 //   quorin-meter pss PROCESS
+//   quorin-meter start TRIES PROGRAM
 //   quorin-meter stream SECONDS PROCESS SINK PLAYER FROM [CLIENTS]
 //     PLAYER: the player's buffer in ms, or "default";  FROM: 127.0.0.1:PORT to join a server,
 //     PORT to hear what a peer sends there
 #include "bench/bare_loop.h"
+#include "bench/first_frame.h"
 #include "bench/process_usage.h"
 #include "bench/stream_run.h"
 
@@ -53,6 +55,16 @@ int pss(const std::vector<std::string>& arguments) {
   return 0;
 }
 
+int start(const std::vector<std::string>& arguments) {
+  const auto times = quorin::bench::firstFrameMs(arguments[2], toNumber(arguments[1]));
+  if (!times) {
+    std::cerr << "quorin-meter: " << times.error() << '\n';
+    return 1;
+  }
+  print("start", quorin::measure::spreadOf(*times));
+  return 0;
+}
+
 int stream(const std::vector<std::string>& arguments) {
   quorin::bench::RunPlan plan;
   plan.duration = std::chrono::seconds(toNumber(arguments[1]));
@@ -89,6 +101,7 @@ int main(int argc, char** argv) {
   };
   if (isCall("loop", 3)) return loop(arguments);
   if (isCall("pss", 2)) return pss(arguments);
+  if (isCall("start", 3)) return start(arguments);
   if (isCall("stream", 6)) return stream(arguments);
   std::cerr << "usage: see bench/meter.cpp\n";
   return 2;

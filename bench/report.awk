@@ -46,9 +46,22 @@ END {
     row("processor, % of a core", "1, and under the peers", setup[i], "idle", "processor", "%.2f")
   line("processor with 10 clients, " setup[1], "1.5",
        figure(setup[1], "idle", "quorin10", "processor", "%.2f"))
-  window = figure("window", "idle", "empty", "pss", "%.1f")
+  window = figure("window", "idle", "empty_window", "pss", "%.1f")
   row("memory, MB of PSS", window == "-" ? "-" : sprintf("%.1f (1.5 x empty)", 1.5 * window), setup[1],
       "idle", "pss", "%.1f")
+  print ""
+  split("xcb offscreen", platform, " ")
+  for (i = 1; i <= 2; ++i) {
+    empty = value["start-" platform[i], "idle", "empty_window", "start_p50"]
+    own = value["start-" platform[i], "idle", "quorin-stream", "start_p50"]
+    if (empty > 0)
+      printf "start to first picture, %s: %.0f ms, %.2f x an empty window's %.0f (target 1.3)\n",
+             platform[i], own, own / empty, empty
+  }
+  if (window > 0)
+    printf "memory at the menu: %s MB, %.2f x an empty window's (target 1.5)\n",
+           figure("window", "idle", "quorin-stream", "pss", "%.1f"),
+           value["window", "idle", "quorin-stream", "pss"] / window
   print "\nreal-time priority granted to quorin-stream: " \
         (figure(setup[1], "idle", "quorin1", "realtime", "%d") == 1 ? "yes" : "no") \
         "; an empty Qt window takes " window " MB"

@@ -1,0 +1,52 @@
+#include "bench/first_frame.h"
+
+#include <QByteArray>
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QString>
+#include <optional>
+
+namespace quorin::bench {
+namespace {
+
+constexpr int kPatienceMs = 20'000;
+
+std::optional<float> firstFrame(const QString& program) {
+  QProcess process;
+  auto environment = QProcessEnvironment::systemEnvironment();
+  // Qt itself tells when a window's picture goes to the screen.
+  environment.insert("QT_LOGGING_RULES", "qt.widgets.painting=true");
+  process.setProcessEnvironment(environment);
+  process.setStandardOutputFile(QProcess::nullDevice());
+  process.setReadChannel(QProcess::StandardError);
+
+  std::optional<float> taken;
+  QByteArray said;
+  QElapsedTimer timer;
+  timer.start();
+  process.start(program, QStringList());
+  while (!taken && process.waitForReadyRead(kPatienceMs)) {
+    const auto now = timer.nsecsElapsed();
+    said += process.readAllStandardError();
+    if (said.contains("Flushing")) taken = static_cast<float>(now) / 1e6F;
+  }
+  process.terminate();
+  if (!process.waitForFinished(kPatienceMs)) process.kill();
+  process.waitForFinished();
+  return taken;
+}
+
+}  // namespace
+
+std::expected<std::vector<float>, std::string> firstFrameMs(const std::string& program, int tries) {
+  std::vector<float> times;
+  for (int i = 0; i < tries; ++i) {
+    const auto time = firstFrame(QString::fromStdString(program));
+    if (!time) return std::unexpected(program + " showed nothing");
+    times.push_back(*time);
+  }
+  return times;
+}
+
+}  // namespace quorin::bench
