@@ -82,24 +82,31 @@ QWidget* makeStoppedView() {
 }  // namespace
 
 ContentView::ContentView(dispatch::Scheduler& scheduler, std::unique_ptr<UDPAudioServer> server,
-                         const TextLookup& text)
-    : scheduler_(scheduler), server_(std::move(server)) {
+                         TextLookup text)
+    : scheduler_(scheduler), server_(std::move(server)), text_(std::move(text)) {
   setPalette(style::darkPalette());
   setAutoFillBackground(true);
+  subscription_ = server_->onWillChange([this] { refreshSoon(); });
+}
+
+ContentView::~ContentView() = default;
+
+void ContentView::showEvent(QShowEvent* event) {
+  if (button_ == nullptr) makeViews();
+  QWidget::showEvent(event);
+}
+
+void ContentView::makeViews() {
   auto* bands = new QVBoxLayout(this);
   bands->setContentsMargins({});
   bands->setSpacing(0);
   bands->addWidget(makeHeader());
   bands->addWidget(makeDivider());
-  bands->addWidget(makeScrollArea(text), 1);
+  bands->addWidget(makeScrollArea(), 1);
   bands->addWidget(makeDivider());
   bands->addWidget(makeButtonBand());
-
-  subscription_ = server_->onWillChange([this] { refreshSoon(); });
   refresh();
 }
-
-ContentView::~ContentView() = default;
 
 QWidget* ContentView::makeHeader() {
   auto* band = makeBand();
@@ -128,9 +135,9 @@ QWidget* ContentView::makeHeader() {
   return band;
 }
 
-QWidget* ContentView::makeScrollArea(const TextLookup& text) {
+QWidget* ContentView::makeScrollArea() {
   stoppedView_ = makeStoppedView();
-  runningView_ = new RunningView(text("pairing_instructions"));
+  runningView_ = new RunningView(text_("pairing_instructions"));
   auto* content = new QWidget;
   auto* column = new QVBoxLayout(content);
   column->setContentsMargins({});
@@ -170,7 +177,7 @@ void ContentView::refreshSoon() {
   if (std::exchange(refreshIsDue_, true)) return;
   scheduler_.mainQueue().async(scope_, [this] {
     refreshIsDue_ = false;
-    refresh();
+    if (button_ != nullptr) refresh();
   });
 }
 

@@ -20,19 +20,25 @@ using TextLookup = std::function<QString(const QString& key)>;
 
 /// The whole panel: shows one server, which it owns, and starts and stops it. Its own texts are
 /// Spanish in every language; only the pairing instructions are looked up.
+///
+/// Its views are made when it is first shown: a panel that stays hidden costs no start-up time.
 class ContentView : public QWidget {
  public:
   ContentView(dispatch::Scheduler& scheduler, std::unique_ptr<UDPAudioServer> server,
-              const TextLookup& text);
+              TextLookup text);
   ~ContentView() override;
 
   UDPAudioServer& server() { return *server_; }
 
   QSize sizeHint() const override { return {560, 860}; }
 
+ protected:
+  void showEvent(QShowEvent* event) override;
+
  private:
+  void makeViews();
   QWidget* makeHeader();
-  QWidget* makeScrollArea(const TextLookup& text);
+  QWidget* makeScrollArea();
   QWidget* makeButtonBand();
   void toggleServer();
   void refreshSoon();
@@ -40,10 +46,12 @@ class ContentView : public QWidget {
 
   dispatch::Scheduler& scheduler_;
   std::unique_ptr<UDPAudioServer> server_;
+  TextLookup text_;
   ObservableObject::Subscription subscription_;
   bool refreshIsDue_ = false;
   dispatch::Scope scope_;
 
+  // None before the first show.
   DotView* statusDot_ = nullptr;
   QLabel* statusText_ = nullptr;
   QWidget* stoppedView_ = nullptr;
