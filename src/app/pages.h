@@ -55,7 +55,7 @@ class Pages : public WiFiPageView, public MenuView, public GuardScreens {
 
   bool hasContentView() const override { return true; }
   bool splashIsUp() const override { return parts_.screens.state().splash; }
-  void apply(const GuardState& state) override;
+  void apply(const GuardState& guard) override;
   void leavePages() override;
   void showMenu() override { openMenuPage(); }
   void stopAllSessionsForAudioChange() override { stopAllSessions_(); }

@@ -10,6 +10,7 @@ namespace quorin::app {
 
 /// Every view of the window, in the order in which they are built, under the name it has
 /// everywhere: here, as a member of `Views`, and as the widget's object name.
+// NOLINTBEGIN(readability-identifier-naming): an entry is spelled as the member of that name.
 enum class View : std::size_t {
   inputTextField,
   outputTextView,
@@ -67,6 +68,7 @@ enum class View : std::size_t {
   onlineQRWifiLabel_,
   count
 };
+// NOLINTEND(readability-identifier-naming)
 
 inline constexpr std::size_t kViewCount = static_cast<std::size_t>(View::count);
 inline constexpr int kMostStatusDots = 10;

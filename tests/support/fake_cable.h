@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <optional>
+#include <ranges>
 #include <string>
 #include <utility>
 #include <vector>
@@ -134,10 +135,8 @@ class FakeChannels : public usb::PTChannelFactory {
   /// The newest attempt to a destination that begins like this and has no result yet; none when
   /// there is no such attempt.
   std::shared_ptr<FakeChannel> connecting(const std::string& destination) const {
-    for (auto channel = made.rbegin(); channel != made.rend(); ++channel) {
-      if ((*channel)->isConnecting() && (*channel)->destination.starts_with(destination)) {
-        return *channel;
-      }
+    for (const auto& channel : std::views::reverse(made)) {
+      if (channel->isConnecting() && channel->destination.starts_with(destination)) return channel;
     }
     return nullptr;
   }

@@ -8,10 +8,12 @@
 #include <sys/socket.h>
 
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <numbers>
 #include <optional>
+#include <system_error>
 
 namespace quorin::test {
 namespace {
@@ -35,10 +37,12 @@ StandInServer::StandInServer(Manner manner)
   const wire::ClientKey anyPort{.address = INADDR_LOOPBACK, .port = 0};
   auto address = anyPort.socketAddress();
   socklen_t size = sizeof address;
-  ::bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), size);
-  ::getsockname(socket_.get(), reinterpret_cast<sockaddr*>(&address), &size);
+  if (::bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), size) != 0 ||
+      ::getsockname(socket_.get(), reinterpret_cast<sockaddr*>(&address), &size) != 0) {
+    throw std::system_error(errno, std::generic_category(), "stand-in server");
+  }
   port_ = wire::ClientKey::of(address).port;
-  thread_ = std::jthread([this](std::stop_token stop) { run(std::move(stop)); });
+  thread_ = std::jthread([this](const std::stop_token& stop) { run(stop); });
 }
 
 StandInServer::~StandInServer() = default;
@@ -59,7 +63,7 @@ std::vector<std::string> StandInServer::messages(const std::string& last) {
   }
 }
 
-void StandInServer::run(std::stop_token stop) {
+void StandInServer::run(const std::stop_token& stop) {
   std::optional<sockaddr_in> client;
   const auto send = [&](const void* bytes, std::size_t size, const sockaddr_in& to) {
     ::sendto(socket_.get(), bytes, size, 0, reinterpret_cast<const sockaddr*>(&to), sizeof to);

@@ -27,7 +27,7 @@ class StandInServer {
   std::vector<std::string> messages(const std::string& last);
 
  private:
-  void run(std::stop_token stop);
+  void run(const std::stop_token& stop);
 
   Manner manner_;
   posix::FileDescriptor socket_;

@@ -17,7 +17,6 @@ using test::FakeChannel;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 
 const auto kRefused = std::make_error_code(std::errc::connection_refused);
 const PTAddress kSimulatedPhone{.address = kLoopbackAddress, .port = 2345};

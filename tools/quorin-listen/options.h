@@ -27,7 +27,7 @@ struct Options {
 };
 
 /// The arguments without the program's name. The error is one sentence for the user.
-std::expected<Options, std::string> parseOptions(std::span<const std::string_view> arguments);
+std::expected<Options, std::string> parseOptions(std::span<const std::string_view> all);
 
 std::string_view usage();
 

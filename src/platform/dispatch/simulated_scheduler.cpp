@@ -30,6 +30,7 @@ struct SimulatedScheduler::State {
   std::vector<std::shared_ptr<QueueCore>> liveCores() {
     std::erase_if(cores, [](const auto& core) { return core.expired(); });
     std::vector<std::shared_ptr<QueueCore>> live;
+    live.reserve(cores.size());
     for (const auto& core : cores) live.push_back(core.lock());
     return live;
   }
