@@ -10,6 +10,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <sstream>
 #include <utility>
 
@@ -78,7 +79,7 @@ bool hasProgram(const std::string& name) {
   const char* path = std::getenv("PATH");
   std::istringstream folders(path != nullptr ? path : "");
   for (std::string folder; std::getline(folders, folder, ':');) {
-    if (::access((folder + "/" + name).c_str(), X_OK) == 0) return true;
+    if (::access(std::filesystem::path(folder).append(name).c_str(), X_OK) == 0) return true;
   }
   return false;
 }
