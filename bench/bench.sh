@@ -57,6 +57,17 @@ measure() {
   stop_sender
 }
 
+# Ten seconds of datagrams that nobody wants, while one client listens.
+flooded() {
+  echo "   low-latency-player, flooded: quorin"
+  start_quorin
+  ("$BIN/quorin-meter" flood 14 "$HEARD_AT" 50000 | sed 's/rate/   flood, datagrams a second:/') &
+  record low-latency-player flooded quorin1 \
+    "${PRIVATE[@]}" "$BIN/quorin-meter" stream 10 "$STARTED" quorin 20 "$HEARD_AT"
+  wait $!
+  stop_sender
+}
+
 BUSY_PIDS=()
 occupy_processors() {
   for _ in $(seq "$(nproc)"); do
@@ -118,6 +129,7 @@ start_pulseaudio
 windows
 all_senders low-latency-player 20 "$SECONDS_LONG"
 measure low-latency-player idle quorin 20 "$SECONDS_EACH" 10
+flooded
 all_senders default-player default "$SECONDS_EACH"
 end_servers
 start_pipewire

@@ -2,6 +2,7 @@
 // Every figure is one line, "NAME VALUE".
 //
 //   quorin-meter loop SECONDS normal|realtime
+//   quorin-meter flood SECONDS ADDRESS:PORT DATAGRAMS-A-SECOND
 //   quorin-meter pss PROCESS
 //   quorin-meter start TRIES PROGRAM
 //   quorin-meter stream SECONDS PROCESS SINK PLAYER FROM [CLIENTS]
@@ -9,6 +10,7 @@
 //     PORT to hear what a peer sends there
 #include "bench/bare_loop.h"
 #include "bench/first_frame.h"
+#include "bench/flood.h"
 #include "bench/process_usage.h"
 #include "bench/stream_run.h"
 
@@ -52,6 +54,15 @@ int pss(const std::vector<std::string>& arguments) {
   const auto usage = quorin::bench::usageOf(toNumber(arguments[1]));
   if (!usage) return 1;
   print("pss", usage->proportionalMb);
+  return 0;
+}
+
+int flood(const std::vector<std::string>& arguments) {
+  const auto server = quorin::wire::ClientKey::parse(arguments[2]);
+  if (!server) return 2;
+  const std::chrono::seconds duration(toNumber(arguments[1]));
+  const auto sent = quorin::bench::flood(*server, toNumber(arguments[3]), duration);
+  print("rate", static_cast<double>(sent) / static_cast<double>(duration.count()));
   return 0;
 }
 
@@ -101,6 +112,7 @@ int main(int argc, char** argv) {
   };
   if (isCall("loop", 3)) return loop(arguments);
   if (isCall("pss", 2)) return pss(arguments);
+  if (isCall("flood", 4)) return flood(arguments);
   if (isCall("start", 3)) return start(arguments);
   if (isCall("stream", 6)) return stream(arguments);
   std::cerr << "usage: see bench/meter.cpp\n";

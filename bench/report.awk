@@ -36,6 +36,8 @@ END {
           load[k], pacing, "%.2f",
           joined("loop", load[k], "normal", pacing, "%.2f") "; " \
           joined("loop", load[k], "realtime", pacing, "%.2f"))
+  line("pacing p50/p99/max, flooded with 50,000/s", "as busy",
+       joined(setup[1], "flooded", "quorin1", pacing, "%.2f"))
   for (i = 1; i <= setups; ++i)
     for (k = 1; k <= 2; ++k) row("buffer needed p1-p99", "under 1", setup[i], load[k], "buffer", "%.2f")
   for (i = 1; i <= setups; ++i)

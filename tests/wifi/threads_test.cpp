@@ -134,7 +134,7 @@ void flood(const sockaddr_in& server, int milliseconds) {
 }
 
 TEST_F(ThreadsTest, KeepSendingThroughAFlood) {
-  constexpr int kChunks = 100;  // 2 s
+  constexpr int kChunks = 500;  // 10 s
   Phone phone(port);
   registerPhone(phone);
   sender.startAudioSendTimer();
@@ -179,7 +179,7 @@ TEST_F(ThreadsTest, KeepSendingThroughAFlood) {
             << " cut, " << server.ignoredDatagrams() << " datagrams ignored, "
             << listener.events.size() << " callbacks, " << answersOfTheInterface
             << " answers of the interface, memory grown by " << grown << " MB\n";
-  EXPECT_GT(answersOfTheInterface, 20) << "the interface still answers";
+  EXPECT_GT(answersOfTheInterface, kChunks / 5) << "the interface still answers";
   EXPECT_LT(grown, 20) << "nobody's ports are remembered without bound";
   EXPECT_LE(server.clientCount(), ClientTable::kMaxClients);
 }

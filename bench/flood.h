@@ -1,0 +1,14 @@
+#pragma once
+
+#include "wire/client_key.h"
+
+#include <chrono>
+#include <cstdint>
+
+namespace quorin::bench {
+
+/// Sends a server what nobody should: rubbish, requests from ever new ports, empty datagrams; as
+/// near to `perSecond` datagrams as this machine manages. Returns how many left.
+std::uint64_t flood(const wire::ClientKey& server, int perSecond, std::chrono::seconds duration);
+
+}  // namespace quorin::bench
