@@ -1,6 +1,12 @@
 #include "measure/tone_analysis.h"
 #include "measure/wav_file.h"
+#include "support/eventually.h"
+#include "support/fake_phone.h"
 #include "tools/stand_in_server.h"
+#include "usb/cable_frames.h"
+#include "usb/device_information.h"
+#include "wire/audio_chunk.h"
+#include "wire/client_key.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -96,6 +102,47 @@ TEST_F(QuorinListen, RecordsMeasuresAndDrawsWhatItHears) {
   std::ifstream arrivals(path("a.txt"));
   EXPECT_EQ(std::count(std::istreambuf_iterator<char>(arrivals), {}, '\n'), datagrams);
   EXPECT_FALSE(QImage(QString::fromStdString(path("a.png"))).isNull());
+}
+
+posix::FileDescriptor connectTo(std::uint16_t port) {
+  posix::FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const auto address = wire::ClientKey{.address = INADDR_LOOPBACK, .port = port}.socketAddress();
+  const auto* generic = reinterpret_cast<const sockaddr*>(&address);
+  const bool connected =
+      test::eventually([&] { return ::connect(socket.get(), generic, sizeof address) == 0; });
+  EXPECT_TRUE(connected);
+  return socket;
+}
+
+TEST_F(QuorinListen, IsThePhoneAtTheEndOfTheCable) {
+  constexpr std::uint16_t kPort = 23456;
+  start({"--cable", "--port", std::to_string(kPort), "--json", "--wav", path("c.wav")});
+  const auto type = [](usb::CableFrame frame) { return static_cast<std::uint32_t>(frame); };
+  std::vector<float> chunk(wire::kChunkFrames, 0.25F);
+  const auto bytes = std::as_bytes(std::span(chunk));
+  for (int channel = 0; channel < 2; ++channel) {  // after one the next is welcome
+    test::FakePhone computer(connectTo(kPort));
+    const auto isAnswered = [&](std::size_t frames) {
+      return test::eventually([&] {
+        computer.turn();
+        return computer.frames.size() >= frames;
+      });
+    };
+    ASSERT_TRUE(isAnswered(1)) << said("err");
+    EXPECT_EQ(computer.frames[0].type, type(usb::CableFrame::kDeviceInformation));
+    EXPECT_TRUE(usb::describeDeviceInformation(computer.frames[0].payload));
+
+    for (int i = 0; i < 10; ++i)
+      computer.send(type(usb::CableFrame::kAudio), 0, {bytes.begin(), bytes.end()});
+    computer.send(type(usb::CableFrame::kText), 0, usb::encodeText("hola"));
+    computer.send(type(usb::CableFrame::kPing), 77, {});
+    ASSERT_TRUE(isAnswered(2));
+    EXPECT_EQ(computer.frames[1], (test::SentFrame{type(usb::CableFrame::kPong), 77, {}}));
+  }
+  ::kill(process_, SIGINT);
+  EXPECT_EQ(exitCode(), 0);
+  EXPECT_THAT(said("err"), HasSubstr("the computer writes: hola"));
+  EXPECT_EQ(measure::readWav(path("c.wav")).value().size(), 20 * wire::kChunkFrames);
 }
 
 TEST_F(QuorinListen, EndsProperlyOnASignal) {

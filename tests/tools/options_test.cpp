@@ -24,6 +24,11 @@ TEST(Options, AreReadInAnyOrder) {
   EXPECT_FALSE(options->sink);
 }
 
+TEST(Options, TheCableNeedsNoServer) {
+  EXPECT_TRUE(parseOptions(Arguments{"--cable"})->cable);
+  EXPECT_EQ(parseOptions(Arguments{"--port", "4000", "--cable"})->port, 4000);
+}
+
 TEST(Options, ASinkMeansToPlay) {
   EXPECT_TRUE(parseOptions(Arguments{"1.2.3.4:5", "--sink", "speakers"})->play);
 }
@@ -50,6 +55,10 @@ TEST(Options, MistakesAreNamedInOneSentence) {
       {{"1.2.3.4:5", "--seconds", "0"}, "--seconds needs a number"},
       {{"1.2.3.4:5", "--seconds", "nan"}, "--seconds needs a number"},
       {{"1.2.3.4:5", "--seconds", "5s"}, "--seconds needs a number"},
+      {{"1.2.3.4:5", "--cable"}, "leave ADDRESS:PORT out"},
+      {{"1.2.3.4:5", "--port", "1"}, "--port goes with --cable"},
+      {{"--cable", "--port", "0"}, "--port needs a number"},
+      {{"--cable", "--port", "65536"}, "--port needs a number"},
       {{"1.2.3.4:5", "--loud"}, "no option \"--loud\""},
   };
   for (const auto& mistake : mistakes) {

@@ -1,10 +1,16 @@
 #!/usr/bin/env bash
-# ./dev demo: streams a melody from a sound device of its own to a receiver on this machine, says
-# what arrived, and plays it where the user's own sound server lets it. Leaves the user's sound
-# alone. Ends with 0 only when the melody arrived whole.
+# ./dev demo [--cable]: streams a melody from a sound device of its own to a receiver on this
+# machine, over the network or as over the cable, says what arrived, and plays it where the user's
+# own sound server lets it. Leaves the user's sound alone. Ends with 0 only when the melody arrived
+# whole.
 set -euo pipefail
 cd -- "$(dirname -- "$(readlink -f -- "$0")")/../.."
 source tools/dev/common.sh
+case "$*" in
+  "") mode=wifi ;;
+  --cable) mode=cable ;;
+  *) fail "usage: ./dev demo [--cable]" ;;
+esac
 need_packages "${DEMO_PACKAGES[@]}"
 source tools/dev/private_session.sh
 
@@ -34,17 +40,30 @@ fi
 say "starting a sound server with the device \"Quorin Audio\", and a display"
 start_pulseaudio
 start_display 760x720x24
-port=$(free_port)
 
-say "starting quorin-stream --start wifi --port $port"
-background quorin-stream "${PRIVATE[@]}" QT_QPA_PLATFORM=xcb "$BIN/quorin-stream" \
-  --start wifi --port "$port"
-wait_for 20 "quorin-stream's UDP port $port" udp_port_is_taken "$port"
+# start_streaming [OPTION]...: the program in the mode of this demo.
+start_streaming() {
+  say "starting quorin-stream --start $mode $*"
+  background quorin-stream "${PRIVATE[@]}" QT_QPA_PLATFORM=xcb "$BIN/quorin-stream" \
+    --start "$mode" "$@"
+}
+start_listening() {
+  background quorin-listen "$BIN/quorin-listen" "$@" "${listen_options[@]}"
+  listener=$STARTED
+}
 
-say "joining it with quorin-listen"
-background quorin-listen "$BIN/quorin-listen" "127.0.0.1:$port" "${listen_options[@]}"
-listener=$STARTED
-wait_for 10 "The first sound" test -s "$SESSION/arrivals"
+if [ $mode = wifi ]; then
+  port=$(free_port)
+  start_streaming --port "$port"
+  wait_for 20 "quorin-stream's UDP port $port" udp_port_is_taken "$port"
+  say "joining it with quorin-listen"
+  start_listening "127.0.0.1:$port"
+else
+  say "starting quorin-listen --cable, the phone at the end of the cable"
+  start_listening --cable
+  start_streaming
+fi
+wait_for 20 "The first sound" test -s "$SESSION/arrivals"
 
 say "playing ten seconds of melody into the device"
 background player "${PRIVATE[@]}" "$BIN/quorin-demo" play quorin "$SESSION/ticks"

@@ -42,6 +42,19 @@ posix::FileDescriptor openSocket() {
 
 }  // namespace
 
+std::optional<StampedBytes> receiveStamped(int socket, std::span<std::byte> space) {
+  alignas(cmsghdr) std::array<std::byte, 256> control;
+  iovec place{.iov_base = space.data(), .iov_len = space.size()};
+  msghdr message{};
+  message.msg_iov = &place;
+  message.msg_iovlen = 1;
+  message.msg_control = control.data();
+  message.msg_controllen = control.size();
+  const auto size = ::recvmsg(socket, &message, 0);
+  if (size < 0) return std::nullopt;
+  return StampedBytes{.arrived = stampOf(message), .size = static_cast<std::size_t>(size)};
+}
+
 StampedSocket::StampedSocket(posix::FileDescriptor socket)
     : socket_(std::move(socket)), buffer_(65536) {}
 
@@ -67,19 +80,11 @@ std::expected<StampedSocket, std::string> StampedSocket::bindTo(std::uint16_t po
 }
 
 std::optional<Datagram> StampedSocket::receive() {
-  alignas(cmsghdr) std::array<std::byte, 256> control;
   // An error here reports the fate of an earlier datagram; a few may stand before the next one.
   for (int attempt = 0; attempt < 8; ++attempt) {
-    iovec place{.iov_base = buffer_.data(), .iov_len = buffer_.size()};
-    msghdr message{};
-    message.msg_iov = &place;
-    message.msg_iovlen = 1;
-    message.msg_control = control.data();
-    message.msg_controllen = control.size();
-    const auto size = ::recvmsg(socket_.get(), &message, 0);
-    if (size >= 0) {
-      return Datagram{.arrived = stampOf(message),
-                      .bytes = std::span(buffer_).first(static_cast<std::size_t>(size))};
+    if (const auto received = receiveStamped(socket_.get(), buffer_)) {
+      return Datagram{.arrived = received->arrived,
+                      .bytes = std::span(buffer_).first(received->size)};
     }
     if (errno == EAGAIN || errno == EWOULDBLOCK) return std::nullopt;
   }

@@ -19,6 +19,15 @@ struct Datagram {
   std::span<const std::byte> bytes;  ///< valid until the next `receive`
 };
 
+struct StampedBytes {
+  Nanoseconds arrived;   ///< the kernel's stamp, CLOCK_REALTIME; without one the time of reading
+  std::size_t size = 0;  ///< 0 from a stream that has ended
+};
+
+/// One receive into `space` from a socket with SO_TIMESTAMPNS; none when it fails, with the reason
+/// in `errno`.
+std::optional<StampedBytes> receiveStamped(int socket, std::span<std::byte> space);
+
 /// A UDP socket whose datagrams carry the kernel's time of arrival, so that it does not matter how
 /// late a busy receiver gets to read them. Never blocks.
 class StampedSocket {

@@ -1,10 +1,12 @@
 #include "quorin-listen/listener.h"
 
 #include "platform/posix/file_descriptor.h"
+#include "quorin-listen/cable_source.h"
 #include "quorin-listen/jitter_plot.h"
 #include "quorin-listen/outputs.h"
 #include "quorin-listen/report.h"
 #include "quorin-listen/udp_source.h"
+#include "usb/cable_link.h"
 
 #include <poll.h>
 #include <signal.h>
@@ -54,10 +56,10 @@ class LiveLine {
   LiveLine& operator=(const LiveLine&) = delete;
 
   TimePoint next() const { return shown_ ? next_ : TimePoint::max(); }
-  void showIfDue(const Reception& reception, bool joined, TimePoint now) {
+  void showIfDue(const Reception& reception, const SoundSource& source, TimePoint now) {
     if (now < next()) return;
     next_ = now + kLiveLineInterval;
-    std::cout << "\r\033[K" << (joined ? liveLine(reception, wallNow()) : "asking to join ...")
+    std::cout << "\r\033[K" << (source.joined() ? liveLine(reception, wallNow()) : source.joining())
               << std::flush;
   }
 
@@ -114,7 +116,7 @@ std::optional<Ending> Listening::run(const posix::FileDescriptor& termination,
     if (options.duration && source_->joined() && end == TimePoint::max()) {
       end = steadyNow() + *options.duration;
     }
-    line.showIfDue(reception_, source_->joined(), steadyNow());
+    line.showIfDue(reception_, *source_, steadyNow());
     waitUntil(std::min({source_->nextDeadline(), line.next(), end}), watched);
   }
   source_->leave(steadyNow());
@@ -135,6 +137,13 @@ bool drawPlot(const std::string& path, const Reception& reception) {
       .save(QString::fromStdString(path), "PNG");
 }
 
+std::expected<std::unique_ptr<SoundSource>, std::string> openSource(const Options& options) {
+  if (!options.cable) return UdpSource::open(options.server, steadyNow());
+  return CableSource::open(options.port.value_or(usb::kCablePort), [](std::string_view text) {
+    std::cerr << "quorin-listen: the computer writes: " << text << '\n';
+  });
+}
+
 ExitCode failed(const Ending& ending) {
   std::cerr << "quorin-listen: " << ending.sentence << '\n';
   return ending.code;
@@ -146,7 +155,7 @@ ExitCode listen(const Options& options) {
   const auto termination = watchForTermination();  // before the sound server's thread exists
   auto outputs = Outputs::open(options);
   if (!outputs) return failed({.code = kFailed, .sentence = std::move(outputs.error())});
-  auto source = UdpSource::open(options.server, steadyNow());
+  auto source = openSource(options);
   if (!source) return failed({.code = kFailed, .sentence = std::move(source.error())});
 
   Listening listening(std::move(*source), std::move(*outputs));

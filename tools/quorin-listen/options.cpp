@@ -15,6 +15,14 @@ std::optional<std::chrono::milliseconds> parseSeconds(std::string_view text) {
   return std::chrono::milliseconds(std::llround(seconds * 1000));
 }
 
+std::optional<std::uint16_t> parsePort(std::string_view text) {
+  std::uint16_t port = 0;
+  const auto* end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, port);
+  if (error != std::errc{} || rest != end || port == 0) return std::nullopt;
+  return port;
+}
+
 std::string quoted(std::string_view text) {
   return "\"" + std::string(text) + "\"";
 }
@@ -59,6 +67,11 @@ std::expected<Options, std::string> parseOptions(std::span<const std::string_vie
       options.play = true;
     } else if (name == "--json") {
       options.json = true;
+    } else if (name == "--cable") {
+      options.cable = true;
+    } else if (name == "--port") {
+      options.port = arguments.atEnd() ? std::nullopt : parsePort(arguments.next());
+      if (!options.port) return std::unexpected("--port needs a number from 1 to 65535.");
     } else if (auto* value = fileOption(options, name)) {
       if (arguments.atEnd()) return std::unexpected(std::string(name) + " needs a value.");
       *value = arguments.next();
@@ -78,16 +91,25 @@ std::expected<Options, std::string> parseOptions(std::span<const std::string_vie
       hasServer = true;
     }
   }
-  if (!hasServer) return std::unexpected("ADDRESS:PORT is missing, such as 192.168.1.20:9000.");
+  if (options.cable && hasServer) {
+    return std::unexpected("With --cable the computer comes to us: leave ADDRESS:PORT out.");
+  }
+  if (options.port && !options.cable) return std::unexpected("--port goes with --cable.");
+  if (!options.cable && !hasServer) {
+    return std::unexpected("ADDRESS:PORT is missing, such as 192.168.1.20:9000.");
+  }
   if (options.sink) options.play = true;
   return options;
 }
 
 std::string_view usage() {
   return R"(usage: quorin-listen ADDRESS:PORT [OPTIONS]
+       quorin-listen --cable [OPTIONS]
 
 Joins a running Quorin Stream as a phone does, and measures what arrives.
 
+  --cable          be the phone at the end of the cable, for quorin-stream on this machine
+  --port N         with --cable: the port to listen on (2345)
   --wav FILE       write the sound to a WAV file
   --play           play the sound through the default sink
   --sink NAME      play the sound through this sink (see: pactl list short sinks)

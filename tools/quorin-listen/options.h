@@ -17,6 +17,8 @@ struct Options {
 
   Task task = Task::kListen;
   wire::ClientKey server;
+  bool cable = false;  ///< play the phone at the end of the cable, instead of joining `server`
+  std::optional<std::uint16_t> port;  ///< where that phone listens; else where the app does
   std::optional<std::chrono::milliseconds> duration;  ///< from joining; else until a signal
   std::optional<std::string> wav;
   std::optional<std::string> plot;

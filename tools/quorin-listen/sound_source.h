@@ -41,6 +41,8 @@ class SoundSource {
   virtual void serve(TimePoint now, const std::function<void(const Sound&)>& onSound) = 0;
 
   virtual bool joined() const = 0;
+  /// What is done until then, for the person who waits.
+  virtual const char* joining() const = 0;
   virtual std::optional<Ending> ending() const = 0;
   virtual std::optional<std::chrono::nanoseconds> roundTrip() const = 0;
 
