@@ -26,7 +26,8 @@ void AudioSender::offer(wire::AudioChunkView chunk) {
   if (!serverRunning_.load(std::memory_order_relaxed) && !cable_.channelOpen()) return;
 
   if (!ring_.push(chunk, scheduler_.now())) add(counters_.overflowed, 1);
-  arrival_->signal();
+  // A tick takes what has arrived; between ticks there is nothing to wake anybody for.
+  if (!ticking_.load(std::memory_order_relaxed)) arrival_->signal();
 }
 
 // The timer is made and ended on its own queue: there a cancellation is exact, and the handler
@@ -39,12 +40,14 @@ void AudioSender::startAudioSendTimer() {
         {.first = {}, .interval = wire::kChunkDuration, .leeway = kTickLeeway},
         [this] { sendNextAudioFrame(); });
     discipline_.restart();
+    ticking_.store(true, std::memory_order_relaxed);
   });
 }
 
 void AudioSender::stopAudioSendTimer() {
   audioFrameQueueSerial_->async([this] {
     audioSendTimer_.reset();
+    ticking_.store(false, std::memory_order_relaxed);
     removeAllFrames();
   });
 }

@@ -80,6 +80,7 @@ class AudioSender {
   std::atomic<bool> serverRunning_{false};  ///< main writes, capture reads
   Published<Audience> audience_;            ///< main writes, pacing reads
   ChunkRing ring_;                          ///< capture writes, pacing reads
+  std::atomic<bool> ticking_{false};        ///< pacing writes, capture reads: the timer runs
 
   // Pacing queue only.
   AudioFrameQueue audioFrameQueue_;

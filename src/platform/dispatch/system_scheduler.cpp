@@ -65,7 +65,7 @@ class ThreadQueue : public CoreQueue<SerialQueue> {
   void run() {
     while (!stopping_) {
       if (core_->runOne()) {
-        waker_.collect(*core_, EpollWaker::Wait::kNo);
+        if (waker_.watchesSources()) waker_.collect(*core_, EpollWaker::Wait::kNo);
       } else {
         waker_.setDeadline(core_->nextDeadline());
         waker_.collect(*core_, EpollWaker::Wait::kYes);
