@@ -11,10 +11,10 @@
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 #include <sys/socket.h>
-#include <time.h>
 
 #include <array>
 #include <chrono>
+#include <ctime>
 #include <memory>
 #include <string>
 #include <vector>

@@ -152,11 +152,11 @@ BENCHMARK(pingFlood)->Name("ping from ever new sources");
 }  // namespace quorin::wifi
 
 int main(int argc, char** argv) {
-  using namespace quorin::wifi;
-  for (const auto& variant : pcm16Variants()) {
+  for (const auto& variant : quorin::wifi::pcm16Variants()) {
     const auto name = "882 samples to 16 bits/" + std::string(variant.name);
-    benchmark::RegisterBenchmark(name.c_str(),
-                                 [&variant](benchmark::State& state) { convert(state, variant); });
+    benchmark::RegisterBenchmark(name.c_str(), [&variant](benchmark::State& state) {
+      quorin::wifi::convert(state, variant);
+    });
   }
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;

@@ -47,11 +47,7 @@ int run(QApplication& application, const Options& options) {
   return status;
 }
 
-}  // namespace
-}  // namespace quorin::app
-
-int main(int argc, char** argv) {
-  using namespace quorin::app;
+int launch(int argc, char** argv) {
   QStringList arguments;
   for (int i = 0; i < argc; ++i) arguments << QString::fromLocal8Bit(argv[i]);
 
@@ -71,8 +67,7 @@ int main(int argc, char** argv) {
     case Options::Action::kShowVersion:
       return printAndExit(
           QStringLiteral("quorin-stream %1\n")
-              .arg(QString::fromUtf8(quorin::version().data(),
-                                     static_cast<qsizetype>(quorin::version().size()))));
+              .arg(QString::fromUtf8(version().data(), static_cast<qsizetype>(version().size()))));
     case Options::Action::kRun:
       break;
   }
@@ -81,4 +76,11 @@ int main(int argc, char** argv) {
   QGuiApplication::setDesktopFileName(QString::fromLatin1(kApplicationId));
   QApplication application(argc, argv);
   return run(application, *options);
+}
+
+}  // namespace
+}  // namespace quorin::app
+
+int main(int argc, char** argv) {
+  return quorin::app::launch(argc, argv);
 }

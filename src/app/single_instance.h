@@ -24,10 +24,12 @@ class SingleInstance : public QObject {
 
  public slots:
   // What the desktop calls, by name, on the bus.
+  // NOLINTBEGIN(readability-identifier-naming): the names are the desktop's.
   Q_SCRIPTABLE void Activate(const QVariantMap& platformData);
   Q_SCRIPTABLE void Open(const QStringList& uris, const QVariantMap& platformData);
   Q_SCRIPTABLE void ActivateAction(const QString& name, const QVariantList& parameter,
                                    const QVariantMap& platformData);
+  // NOLINTEND(readability-identifier-naming)
 
  private:
   bool owned_ = false;

@@ -61,8 +61,8 @@ QStringList preferredLanguages(const QString& chosen) {
 }
 
 QString Texts::find(const char* key, std::optional<int> n) const {
-  const QString name = QString::fromUtf8(key);
-  const QString text = bundle_.text(key, n);
+  QString name = QString::fromUtf8(key);
+  QString text = bundle_.text(key, n);
   if (!text.isEmpty() && text != name) return text;
 
   const QString language = preferredLanguages_.value(0, QStringLiteral("en"));

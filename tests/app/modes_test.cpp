@@ -16,7 +16,6 @@ namespace quorin::app {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 /// Shows every key as itself, so that a test reads which text was chosen.

@@ -12,11 +12,9 @@ namespace {
 
 using namespace std::chrono_literals;
 using ::testing::Contains;
-using ::testing::DoubleNear;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::UnorderedElementsAre;
 
 TEST_F(PanelServerTest, IsIdleAtFirstAndKnowsItsAddress) {
   EXPECT_FALSE(server_->isRunning());

@@ -65,7 +65,7 @@ class FakeUsbmuxd {
   bool answer(Client& client, const Message& message);
   bool answerConnect(Client& client, const Message& message);
   static void send(const posix::FileDescriptor& socket, std::uint32_t tag, plist_t message);
-  static void sendResult(const posix::FileDescriptor& socket, std::uint32_t tag, unsigned number);
+  static void sendResult(const posix::FileDescriptor& socket, std::uint32_t tag, unsigned result);
 
   std::filesystem::path path_;
   posix::FileDescriptor socket_;

@@ -10,13 +10,13 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 
 #include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>

@@ -9,7 +9,6 @@
 #include "usb/cable_link.h"
 
 #include <poll.h>
-#include <signal.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -17,6 +16,7 @@
 #include <QLoggingCategory>
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -50,7 +50,7 @@ class LiveLine {
  public:
   LiveLine() : shown_(::isatty(STDOUT_FILENO) == 1) {}
   ~LiveLine() {
-    if (shown_) std::cout << std::endl;
+    if (shown_) std::cout << '\n' << std::flush;
   }
   LiveLine(const LiveLine&) = delete;
   LiveLine& operator=(const LiveLine&) = delete;

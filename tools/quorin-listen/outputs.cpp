@@ -31,7 +31,7 @@ std::expected<Outputs, std::string> Outputs::open(const Options& options) {
 std::expected<void, std::string> Outputs::add(const Sound& sound, std::span<const float> samples) {
   if (playback_) playback_->push(samples);
   // Line by line: others follow the file while it grows.
-  if (arrivals_) *arrivals_ << sound.arrived.count() << ' ' << samples.size() << std::endl;
+  if (arrivals_) *arrivals_ << sound.arrived.count() << ' ' << samples.size() << '\n' << std::flush;
   if (!wav_) return {};
   // A stream keeps its format; one that changes it starts the file anew rather than spoil it.
   const auto format = measure::formatOfLength(sound.bytes.size());

@@ -15,9 +15,8 @@
 #include <string>
 #include <utility>
 
+namespace quorin {
 namespace {
-
-using namespace quorin;
 
 constexpr int kUsageError = 2;
 
@@ -80,9 +79,7 @@ int runPanel(std::uint16_t port) {
   return status;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int launch(int argc, char** argv) {
   QCoreApplication::setApplicationName("quorin-panel");
   const auto options = parseOptions(argc, argv);
   if (!options) {
@@ -94,11 +91,18 @@ int main(int argc, char** argv) {
       std::printf("%s", qUtf8Printable(options->help));
       return 0;
     case Options::Action::kShowVersion:
-      std::printf("quorin-panel %s\n", std::string(quorin::version()).c_str());
+      std::printf("quorin-panel %s\n", std::string(version()).c_str());
       return 0;
     case Options::Action::kRun:
       break;
   }
   const QApplication application(argc, argv);
   return runPanel(options->port);
+}
+
+}  // namespace
+}  // namespace quorin
+
+int main(int argc, char** argv) {
+  return quorin::launch(argc, argv);
 }

@@ -38,7 +38,7 @@ void nameThread(const std::string& label) {
 class ThreadQueue : public CoreQueue<SerialQueue> {
  public:
   /// `onRefused` runs on the new thread when the kernel itself does not grant real-time priority.
-  ThreadQueue(Loop loop, Priority priority, std::move_only_function<void(pid_t)> onRefused)
+  ThreadQueue(const Loop& loop, Priority priority, std::move_only_function<void(pid_t)> onRefused)
       : CoreQueue(loop.core), waker_(*loop.waker) {
     thread_ = std::thread([this, priority, onRefused = std::move(onRefused)]() mutable {
       nameThread(label());
@@ -82,7 +82,7 @@ class ThreadQueue : public CoreQueue<SerialQueue> {
 /// stands, so that timers keep their precision and the order is the same as on every queue.
 class MainQueue : public CoreQueue<Queue> {
  public:
-  explicit MainQueue(Loop loop)
+  explicit MainQueue(const Loop& loop)
       : CoreQueue(loop.core),
         waker_(*loop.waker),
         notifier_(waker_.descriptor(), QSocketNotifier::Read) {

@@ -44,6 +44,7 @@ void print(std::string_view line) {
   if (!outputHasRoom()) return;
   ::flockfile(stdout);  // one line stays one line, whoever else prints
   ::fwrite_unlocked(line.data(), 1, line.size(), stdout);
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): the lock above makes it safe
   ::putc_unlocked('\n', stdout);
   ::fflush_unlocked(stdout);
   ::funlockfile(stdout);

@@ -81,7 +81,7 @@ class OpenSettings : public ::testing::Test {
     qputenv("PATH", folder.path().toUtf8());
     qputenv("XDG_CURRENT_DESKTOP", "GNOME");
   }
-  void TearDown() override { qputenv("PATH", path); }
+  void TearDown() override { qputenv("PATH", path_); }
 
   void install(const char* program, const QByteArray& content) const {
     QFile file(folder.filePath(program));
@@ -106,7 +106,7 @@ class OpenSettings : public ::testing::Test {
     timer.start();
     return timer;
   }
-  const QByteArray path = qgetenv("PATH");
+  const QByteArray path_ = qgetenv("PATH");
 };
 
 TEST_F(OpenSettings, StartsTheProgramWithItsPage) {
