@@ -1,0 +1,156 @@
+#include "support/private_audio.h"
+#include "whole/whole_program.h"
+
+#include <gmock/gmock.h>
+
+/// The guard in front of real audio servers, whose devices change under the program.
+namespace quorin::whole {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::HasSubstr;
+
+enum class Kind { kPulse, kPipeWire };
+
+class Guard : public ::testing::TestWithParam<Kind> {
+ protected:
+  void SetUp() override {
+    const bool pulse = GetParam() == Kind::kPulse;
+    if (!(pulse ? test::PrivatePulse::isInstalled() : test::PrivatePipeWire::isInstalled())) {
+      GTEST_SKIP() << "no such audio server here";
+    }
+    if (pulse) {
+      server_ = std::make_unique<test::PrivatePulse>();
+    } else {
+      server_ = std::make_unique<test::PrivatePipeWire>();
+    }
+    startServer();
+    server_->useInThisProcess();
+    ASSERT_TRUE(ip("address add 10.11.0.2/24 dev eth0"));
+  }
+  void TearDown() override { ip("address flush dev eth0"); }
+
+  void startServer() {
+    ASSERT_TRUE(server_->start()) << server_->output();
+    ASSERT_TRUE(server_->addNullSink("quorin", "Quorin Audio 1", "norewinds=1"));
+    ASSERT_TRUE(server_->addNullSink("quorin2", "Quorin Audio 2", "norewinds=1"));
+    ASSERT_TRUE(server_->addNullSink("speaker", "Speaker"));
+  }
+  void useDevices(const std::string& output, const std::string& input) {
+    ASSERT_TRUE(server_->setDefaultSink(output));
+    ASSERT_TRUE(server_->setDefaultSource(input + ".monitor"));
+  }
+
+  bool becomes(WholeProgram& program, const char* view, std::chrono::milliseconds limit = 15s) {
+    return program.until([&] { return program.shows(view); }, limit);
+  }
+
+  std::unique_ptr<test::PrivateAudioServer> server_;
+};
+
+TEST_P(Guard, SaysWhatIsWrongUntilOneAfterTheOtherIsRight) {
+  struct Case {
+    const char *output, *input, *text;
+  };
+  const Case cases[] = {
+      {"speaker", "quorin", "The input is ready."},
+      {"quorin", "speaker", "The output is ready."},
+      {"speaker", "speaker", "as output and as input"},
+  };
+  for (const auto& wrong : cases) {
+    SCOPED_TRACE(wrong.text);
+    useDevices(wrong.output, wrong.input);
+    WholeProgram program(app::StartMode::kMenu);
+    ASSERT_TRUE(becomes(program, "audioGuardView_"));
+    EXPECT_THAT(program.text("audioGuardTextLabel_"), HasSubstr(wrong.text));
+    EXPECT_FALSE(program.shows("menuContainer_"));
+    const auto told = program.text("audioGuardTextLabel_");
+
+    useDevices(wrong.output, "quorin");
+    EXPECT_TRUE(program.until([&] {
+      const bool right = program.text("audioGuardStatusInLabel_").contains("Quorin Audio 1");
+      return right || program.shows("menuContainer_");
+    }));
+    EXPECT_EQ(program.text("audioGuardTextLabel_"), told) << "set when the guard came up";
+    useDevices("quorin", "quorin");
+    EXPECT_TRUE(becomes(program, "menuContainer_"));
+    EXPECT_FALSE(program.shows("audioGuardView_"));
+  }
+}
+
+TEST_P(Guard, EndsAStreamWhoseDeviceGoesAndLetsThePersonBackToTheMenu) {
+  useDevices("quorin", "quorin");
+  auto player = server_->play({.seconds = 60, .sink = "quorin"});
+  WholeProgram program(app::StartMode::kWiFi);
+  ASSERT_TRUE(becomes(program, "onlineContainer_"));
+  const auto stream = [&] {
+    for (int i = 0; i < 3; ++i) program.newPhone("10.11.0.2").says("<<HELLO>>");
+    return program.until([&] {
+      return std::ranges::all_of(program.phones, [](auto& phone) { return phone->chunks > 25; });
+    });
+  };
+  ASSERT_TRUE(stream());
+
+  // Another device of the right name is right.
+  useDevices("quorin2", "quorin2");
+  program.runFor(2500ms);
+  ASSERT_TRUE(program.shows("onlineContainer_"));
+  EXPECT_EQ(holdings().udpSockets, 1U);
+  useDevices("quorin", "quorin");
+  program.runFor(1500ms);
+
+  useDevices("speaker", "quorin");
+  ASSERT_TRUE(becomes(program, "audioGuardView_", 2s));
+  EXPECT_FALSE(program.shows("onlineContainer_"));
+  EXPECT_FALSE(program.shows("backButton_"));
+  EXPECT_EQ(holdings().udpSockets, 0U);
+  program.runFor(100ms);  // what was on its way
+  const auto heard = program.phones[0]->chunks;
+  program.runFor(300ms);
+  EXPECT_EQ(program.phones[0]->chunks, heard);
+
+  useDevices("quorin", "quorin");
+  ASSERT_TRUE(becomes(program, "menuContainer_", 3s));
+  program.phones.clear();
+  const auto idle = holdings();
+  program.click("menuOnlineButton_");
+  ASSERT_TRUE(becomes(program, "onlineQRImageView_"));
+  ASSERT_TRUE(stream()) << "a second visit streams as the first";
+  program.phones.clear();
+  useDevices("speaker", "quorin");
+  ASSERT_TRUE(becomes(program, "audioGuardView_", 2s));
+  useDevices("quorin", "quorin");
+  ASSERT_TRUE(becomes(program, "menuContainer_", 3s));
+  program.runFor(200ms);
+  EXPECT_EQ(holdings(), idle);
+}
+
+TEST_P(Guard, SurvivesTheAudioServersDeathInMidStream) {
+  useDevices("quorin", "quorin");
+  WholeProgram program(app::StartMode::kWiFi);
+  ASSERT_TRUE(becomes(program, "onlineContainer_"));
+  auto& phone = program.newPhone("10.11.0.2");
+  phone.says("<<HELLO>>");
+  ASSERT_TRUE(program.until([&] { return phone.chunks > 25; }));
+
+  server_->kill();
+  ASSERT_TRUE(becomes(program, "audioGuardView_", 5s)) << "no server: no device is right";
+  EXPECT_THAT(program.text("audioGuardStatusOutLabel_"), HasSubstr("(sin dispositivo)"));
+
+  startServer();
+  useDevices("quorin", "quorin");
+  ASSERT_TRUE(becomes(program, "menuContainer_"));
+  program.click("menuOnlineButton_");
+  auto& again = program.newPhone("10.11.0.2");
+  ASSERT_TRUE(becomes(program, "onlineQRImageView_"));
+  again.says("<<HELLO>>");
+  EXPECT_TRUE(program.until([&] { return again.chunks > 25; }));
+}
+
+INSTANTIATE_TEST_SUITE_P(On, Guard, ::testing::Values(Kind::kPulse, Kind::kPipeWire),
+                         [](const auto& kind) {
+                           return kind.param == Kind::kPulse ? "PulseAudio" : "PipeWire";
+                         });
+
+}  // namespace
+}  // namespace quorin::whole

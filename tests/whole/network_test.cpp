@@ -1,0 +1,138 @@
+#include "support/private_audio.h"
+#include "support/sine_fit.h"
+#include "whole/whole_program.h"
+
+#include <gmock/gmock.h>
+
+/// The Wi-Fi page while the computer's network comes, goes and changes.
+namespace quorin::whole {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class ChangingNetwork : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!test::PrivatePulse::isInstalled()) GTEST_SKIP() << "PulseAudio is not installed";
+    ASSERT_TRUE(server_.start()) << server_.output();
+    ASSERT_TRUE(server_.addNullSink("quorin", "Quorin Audio", "norewinds=1"));
+    ASSERT_TRUE(server_.setDefaultSink("quorin"));
+    ASSERT_TRUE(server_.setDefaultSource("quorin.monitor"));
+    server_.useInThisProcess();
+    player_ = server_.play({.level = 0.5, .seconds = 120, .sink = "quorin"});
+  }
+  void TearDown() override { ip("address flush dev eth0"); }
+
+  void startOnTheWifiPage() {
+    program_ = std::make_unique<WholeProgram>(app::StartMode::kWiFi);
+    ASSERT_TRUE(program_->until([this] { return program_->shows("onlineContainer_"); }));
+  }
+
+  bool codeBecomes(const std::string& content, std::chrono::milliseconds limit) {
+    return program_->until(
+        [&] {
+          return program_->shows("onlineQRImageView_") &&
+                 program_->accessibleName("onlineQRImageView_").contains(content) &&
+                 program_->codes() == std::vector<std::string>{content};
+        },
+        limit);
+  }
+
+  /// A phone that scans the code now is answered and hears the tone.
+  void expectAPhoneToHearTheTone(const std::string& address) {
+    // The server is bound once more while the network settles and forgets who joined before: a
+    // phone that hears nothing asks again.
+    auto& phone = program_->newPhone(address);
+    const auto hearsTwoSeconds = [&] {
+      phone.says("<<HELLO>>");
+      const auto before = phone.chunks;
+      return program_->until([&] { return phone.chunks >= before + 100; }, 3s);
+    };
+    ASSERT_TRUE(hearsTwoSeconds() || hearsTwoSeconds()) << "from " << address;
+    ASSERT_GE(phone.messages.size(), 2U);
+    EXPECT_EQ(phone.messages[0], "<<READY>>");
+    // The last second: by then the player's stream flows.
+    const auto second = std::span<const float>(phone.sound).last(44100);
+    const auto fit = test::fitSine(second, 440, 44100);
+    EXPECT_NEAR(fit.level, 0.5, 0.01);
+    EXPECT_LT(fit.worstDeviation, 0.02) << "a sample was lost or doubled";
+    phone.says("<<STOP>>");
+    program_->runFor(50ms);
+  }
+
+  test::PrivatePulse server_;
+  test::ChildProcess player_;
+  std::unique_ptr<WholeProgram> program_;
+};
+
+TEST_F(ChangingNetwork, IsFollowedByCodeServerAndSound) {
+  ASSERT_TRUE(ip("address add 10.11.0.2/24 dev eth0"));
+  startOnTheWifiPage();
+  ASSERT_TRUE(codeBecomes("10.11.0.2:9000", 5s));
+  expectAPhoneToHearTheTone("10.11.0.2");
+
+  ASSERT_TRUE(ip("address flush dev eth0"));
+  EXPECT_TRUE(program_->until([this] { return !program_->shows("onlineQRImageView_"); }, 3s));
+  EXPECT_TRUE(program_->shows("onlineTitleLabel_"));
+  EXPECT_THAT(program_->text("onlineTitleLabel_"), ::testing::HasSubstr("network"));
+
+  ASSERT_TRUE(ip("address add 10.11.0.3/24 dev eth0"));
+  ASSERT_TRUE(codeBecomes("10.11.0.3:9000", 5s)) << "watch 1 s, regeneration 1 s";
+  expectAPhoneToHearTheTone("10.11.0.3");
+
+  ASSERT_TRUE(ip("address add 10.22.0.9/24 dev eth0"));
+  ASSERT_TRUE(ip("address del 10.11.0.3/24 dev eth0"));
+  ASSERT_TRUE(codeBecomes("10.22.0.9:9000", 6s)) << "watch 1 s, regeneration 2 s";
+  expectAPhoneToHearTheTone("10.22.0.9");
+}
+
+TEST_F(ChangingNetwork, AnAddressThatComesLateStartsTheServerAndATunnelNeverWins) {
+  ASSERT_TRUE(ip("link add tun0 type veth peer name wall1"));
+  ASSERT_TRUE(ip("link set tun0 up"));
+  ASSERT_TRUE(ip("link set wall1 up"));
+  ASSERT_TRUE(ip("address add 10.8.0.2/24 dev tun0"));
+  startOnTheWifiPage();
+  program_->runFor(2500ms);
+  EXPECT_FALSE(program_->shows("onlineQRImageView_"));
+
+  ASSERT_TRUE(ip("address add 10.11.0.2/24 dev eth0"));
+  ASSERT_TRUE(codeBecomes("10.11.0.2:9000", 5s));
+  expectAPhoneToHearTheTone("10.11.0.2");
+  ASSERT_TRUE(ip("link del tun0"));
+  program_->runFor(1500ms);
+  EXPECT_THAT(program_->codes(), ElementsAre("10.11.0.2:9000"));
+
+  program_->click("backButton_");
+  ASSERT_TRUE(program_->until([this] { return program_->shows("menuContainer_"); }));
+  EXPECT_EQ(holdings().udpSockets, 0U);
+  ASSERT_TRUE(ip("address flush dev eth0"));
+  ASSERT_TRUE(ip("address add 10.11.0.7/24 dev eth0"));
+  program_->runFor(3500ms);
+  EXPECT_TRUE(program_->shows("menuContainer_")) << "a page that was left ends its watch";
+  EXPECT_EQ(holdings().udpSockets, 0U);
+  EXPECT_THAT(program_->codes(), IsEmpty());
+}
+
+TEST_F(ChangingNetwork, LeavesNothingBehindAfterAHundredQuickChanges) {
+  ASSERT_TRUE(ip("address add 10.11.0.2/24 dev eth0"));
+  startOnTheWifiPage();
+  ASSERT_TRUE(codeBecomes("10.11.0.2:9000", 5s));
+  expectAPhoneToHearTheTone("10.11.0.2");
+  program_->phones.clear();
+  const auto before = holdings();
+  EXPECT_EQ(before.udpSockets, 1U);
+  for (int i = 3; i <= 102; ++i) {
+    ASSERT_TRUE(ip("address flush dev eth0"));
+    ASSERT_TRUE(ip("address add 10.11.0." + std::to_string(i) + "/24 dev eth0"));
+    program_->runFor(50ms);
+  }
+  ASSERT_TRUE(codeBecomes("10.11.0.102:9000", 6s));
+  expectAPhoneToHearTheTone("10.11.0.102");
+  program_->phones.clear();
+  EXPECT_EQ(holdings(), before);
+}
+
+}  // namespace
+}  // namespace quorin::whole

@@ -1,0 +1,153 @@
+#include "whole/whole_program.h"
+
+#include "support/child_process.h"
+#include "support/own_network.h"
+#include "support/qr_reader.h"
+#include "wire/client_key.h"
+
+#include <sys/socket.h>
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QLabel>
+#include <array>
+#include <cassert>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <ostream>
+#include <sstream>
+#include <thread>
+
+namespace quorin::whole {
+
+using Clock = std::chrono::steady_clock;
+
+Phone::Phone(const std::string& address, std::uint16_t port)
+    : socket_(::socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
+  const auto server = wire::ClientKey::parse(address + ":" + std::to_string(port))->socketAddress();
+  ::connect(socket_.get(), reinterpret_cast<const sockaddr*>(&server), sizeof server);
+}
+
+void Phone::says(std::string_view datagram) {
+  (void)::send(socket_.get(), datagram.data(), datagram.size(), MSG_NOSIGNAL);
+}
+
+void Phone::turn() {
+  std::array<char, 65536> buffer;
+  for (;;) {
+    const auto size = ::recv(socket_.get(), buffer.data(), buffer.size(), 0);
+    if (size < 0) return;
+    if (static_cast<std::size_t>(size) != wire::kChunkFrames * sizeof(std::int16_t)) {
+      messages.emplace_back(buffer.data(), static_cast<std::size_t>(size));
+      continue;
+    }
+    std::array<std::int16_t, wire::kChunkFrames> samples;
+    std::memcpy(samples.data(), buffer.data(), sizeof samples);
+    for (const auto sample : samples) sound.push_back(static_cast<float>(sample) / 32767.0F);
+    ++chunks;
+  }
+}
+
+WholeProgram::WholeProgram(app::StartMode mode) {
+  app::Options options;
+  options.start = mode;
+  options.port = QString::number(kPort);
+  delegate_ = std::make_unique<app::PTAppDelegate>(*scheduler_, texts_, options);
+  delegate_->applicationDidFinishLaunching();
+}
+
+Phone& WholeProgram::newPhone(const std::string& address) {
+  return *phones.emplace_back(std::make_unique<Phone>(address, kPort));
+}
+
+bool WholeProgram::until(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
+  const auto end = Clock::now() + limit;
+  for (;;) {
+    QApplication::processEvents();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    for (auto& phone : phones) phone->turn();
+    if (condition()) return true;
+    if (Clock::now() >= end) return false;
+  }
+}
+
+void WholeProgram::runFor(std::chrono::milliseconds duration) {
+  until([] { return false; }, duration);
+}
+
+QWidget& WholeProgram::view(const char* name) const {
+  auto* widget = delegate_->window().findChild<QWidget*>(QString::fromLatin1(name));
+  assert(widget != nullptr);
+  return *widget;
+}
+
+bool WholeProgram::shows(const char* name) const {
+  return view(name).isVisible();
+}
+
+std::string WholeProgram::text(const char* label) const {
+  return dynamic_cast<QLabel&>(view(label)).text().toStdString();
+}
+
+std::string WholeProgram::accessibleName(const char* name) const {
+  return view(name).accessibleName().toStdString();
+}
+
+void WholeProgram::click(const char* button) const {
+  dynamic_cast<QAbstractButton&>(view(button)).click();
+}
+
+std::vector<std::string> WholeProgram::codes() {
+  QImage picture = delegate_->window().grab().toImage();
+  picture.invertPixels();  // readers want dark codes on a light ground
+  const QImage grey = picture.convertToFormat(QImage::Format_Grayscale8);
+  std::vector<std::uint8_t> pixels;
+  for (int y = 0; y < grey.height(); ++y) {
+    pixels.insert(pixels.end(), grey.constScanLine(y), grey.constScanLine(y) + grey.width());
+  }
+  return quorin::testing::readQrCodes(
+      {static_cast<unsigned>(grey.width()), static_cast<unsigned>(grey.height()), pixels});
+}
+
+Holdings holdings() {
+  const auto entriesOf = [](const char* folder) {
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+  };
+  Holdings result{.descriptors = entriesOf("/proc/self/fd"),
+                  .threads = entriesOf("/proc/self/task"),
+                  .udpSockets = 0};
+  std::ifstream table("/proc/thread-self/net/udp");
+  char boundTo[16];
+  std::snprintf(boundTo, sizeof boundTo, " 00000000:%04X ", WholeProgram::kPort);
+  for (std::string line; std::getline(table, line);) result.udpSockets += line.contains(boundTo);
+  return result;
+}
+
+void PrintTo(const Holdings& held, std::ostream* stream) {
+  *stream << held.descriptors << " descriptors, " << held.threads << " threads, " << held.udpSockets
+          << " sockets on the port";
+}
+
+bool ip(const std::string& arguments) {
+  std::vector<std::string> words{"ip"};
+  std::istringstream stream(arguments);
+  for (std::string word; stream >> word;) words.push_back(word);
+  test::ChildProcess process({.arguments = words, .environment = {}, .output = {}});
+  return process.wait() == 0;
+}
+
+void enterNetworkOrSkip() {
+  // The other end of an interface's wire needs a name that no person's interface has.
+  if (test::enterOwnNetwork() && ip("link add eth0 type veth peer name wall0") &&
+      ip("link set wall0 up") && ip("link set eth0 up")) {
+    return;
+  }
+  std::puts("skipped: a network of its own needs root");
+  std::exit(0);
+}
+
+}  // namespace quorin::whole
