@@ -70,6 +70,7 @@ bool WholeProgram::until(const std::function<bool()>& condition, std::chrono::mi
     QApplication::processEvents();
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
     for (auto& phone : phones) phone->turn();
+    onTurn();
     if (condition()) return true;
     if (Clock::now() >= end) return false;
   }

@@ -47,6 +47,9 @@ class WholeProgram {
   bool until(const std::function<bool()>& condition, std::chrono::milliseconds limit = kPatience);
   void runFor(std::chrono::milliseconds duration);
 
+  /// Called again and again in `until`.
+  std::function<void()> onTurn = [] {};
+
   /// The phones that take part in `until`.
   std::vector<std::unique_ptr<Phone>> phones;
   Phone& newPhone(const std::string& address);
