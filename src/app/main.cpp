@@ -1,4 +1,6 @@
 #include "app/appearance.h"
+#include "app/diagnosis.h"
+#include "app/fact_finding.h"
 #include "app/identity.h"
 #include "app/images.h"
 #include "app/options.h"
@@ -8,6 +10,7 @@
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/dispatch/termination_signals.h"
 #include "platform/version/version.h"
+#include "wire/control_message.h"
 
 #include <QApplication>
 #include <QLoggingCategory>
@@ -19,6 +22,14 @@ namespace {
 int printAndExit(const QString& text) {
   std::fputs(qUtf8Printable(text), stdout);
   return 0;
+}
+
+int printDiagnosis(const Options& options) {
+  const auto port = options.port.value_or(QString::number(wire::kDefaultPort));
+  const auto findings = diagnose(findFacts(port));
+  std::fputs(options.json ? asJson(findings).constData() : qUtf8Printable(asText(findings)),
+             stdout);
+  return wouldStream(findings) ? 0 : 1;
 }
 
 int run(QApplication& application, const Options& options) {
@@ -68,6 +79,10 @@ int launch(int argc, char** argv) {
       return printAndExit(
           QStringLiteral("quorin-stream %1\n")
               .arg(QString::fromUtf8(version().data(), static_cast<qsizetype>(version().size()))));
+    case Options::Action::kDiagnose: {
+      const QCoreApplication application(argc, argv);
+      return printDiagnosis(*options);
+    }
     case Options::Action::kRun:
       break;
   }

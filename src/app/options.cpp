@@ -10,12 +10,14 @@ std::unique_ptr<QCommandLineParser> makeParser() {
   auto parser = std::make_unique<QCommandLineParser>();
   parser->setApplicationDescription(
       "Sends the computer's sound to a phone in real time.\n\n"
-      "Exit status: 0 when the program ended as asked, 1 when it could not run, 2 when an option\n"
-      "was not understood.");
+      "Exit status: 0 when the program ended as asked (with --diagnose: streaming would work),\n"
+      "1 when it could not run, 2 when an option was not understood.");
   parser->addOptions({
       {"start", "Enter that mode as soon as the devices are right.", "wifi|cable"},
       {"port", "UDP port of the Wi-Fi mode, 1 to 65535 (9000).", "N"},
       {"language", "Language of the texts (the system's).", "en|es"},
+      {"diagnose", "Check what streaming needs, print it and exit."},
+      {"json", "With --diagnose: print JSON."},
       {"verbose", "Log more to standard error."},
       {{"h", "help"}, "Print this text and exit."},
       {{"v", "version"}, "Print the version and exit."},
@@ -38,6 +40,7 @@ std::expected<Options, QString> parseOptions(const QStringList& arguments) {
 
   Options options;
   options.verbose = parser->isSet("verbose");
+  options.json = parser->isSet("json");
   if (parser->isSet("port")) options.port = parser->value("port");
   if (parser->isSet("start")) {
     const auto mode = parser->value("start");
@@ -52,6 +55,7 @@ std::expected<Options, QString> parseOptions(const QStringList& arguments) {
       return misunderstood("--language knows en and es, not '" + *options.language + "'.");
     }
   }
+  if (parser->isSet("diagnose")) options.action = Options::Action::kDiagnose;
   if (parser->isSet("version")) options.action = Options::Action::kShowVersion;
   if (parser->isSet("help")) options.action = Options::Action::kShowHelp;
   return options;

@@ -11,12 +11,13 @@ enum class StartMode { kMenu, kWiFi, kCable };
 
 /// What the command line asks of `quorin-stream`.
 struct Options {
-  enum class Action { kRun, kShowHelp, kShowVersion };
+  enum class Action { kRun, kShowHelp, kShowVersion, kDiagnose };
   Action action = Action::kRun;
   StartMode start = StartMode::kMenu;  ///< entered as soon as the guard lets it
   std::optional<QString> port;         ///< fills the port field, checked where the server starts
   std::optional<QString> language;     ///< "en" or "es", in place of the system's
   bool verbose = false;
+  bool json = false;  ///< of --diagnose
 };
 
 /// Exit status of a command line that cannot be understood.

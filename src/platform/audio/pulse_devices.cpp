@@ -70,6 +70,9 @@ void PulseDevices::refresh() {
 }
 
 void PulseDevices::serverAnswered(const pa_server_info* info) {
+  if (info != nullptr) {
+    answer_.server = std::string(info->server_name) + ' ' + info->server_version;
+  }
   if (info != nullptr && namesDevice(info->default_sink_name)) {
     ++answersDue_;
     detach(::pa_context_get_sink_info_by_name(

@@ -7,6 +7,8 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <algorithm>
+#include <future>
+#include <thread>
 
 namespace quorin::dispatch {
 namespace {
@@ -54,6 +56,22 @@ bool takeRealtimeThroughRtkit(pid_t thread) {
   const auto answer =
       QDBusConnection::systemBus().call(request, QDBus::Block, kRtkitTimeoutMilliseconds);
   return answer.type() == QDBusMessage::ReplyMessage;
+}
+
+RealtimeGrant tryRealtime() {
+  std::promise<pid_t> refused;
+  std::promise<void> done;
+  auto grant = RealtimeGrant::kDirect;
+  std::thread thread([&refused, end = done.get_future()] {
+    refused.set_value(takeRealtime() ? 0 : ::gettid());
+    end.wait();
+  });
+  if (const auto id = refused.get_future().get(); id != 0) {
+    grant = takeRealtimeThroughRtkit(id) ? RealtimeGrant::kRtkit : RealtimeGrant::kNone;
+  }
+  done.set_value();
+  thread.join();
+  return grant;
 }
 
 }  // namespace quorin::dispatch

@@ -19,4 +19,8 @@ bool takeRealtime();
 /// is none or it refuses. Not on the thread itself, which would be late meanwhile.
 bool takeRealtimeThroughRtkit(pid_t thread);
 
+/// What a thread of this process would get, tried out on one that ends with the call. May wait for
+/// rtkit.
+RealtimeGrant tryRealtime();
+
 }  // namespace quorin::dispatch

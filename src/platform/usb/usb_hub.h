@@ -65,4 +65,7 @@ const std::error_category& usbHubCategory();
 /// queue, before the scheduler.
 std::unique_ptr<PTUSBHub> makeUsbmuxdHub(dispatch::Scheduler& scheduler);
 
+/// Whether the USB service answers now. Any thread; asks it, and waits for the answer.
+bool usbServiceAnswers();
+
 }  // namespace quorin::usb

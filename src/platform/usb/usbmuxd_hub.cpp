@@ -163,4 +163,11 @@ std::unique_ptr<PTUSBHub> makeUsbmuxdHub(dispatch::Scheduler& scheduler) {
   return std::make_unique<UsbmuxdHub>(scheduler);
 }
 
+bool usbServiceAnswers() {
+  usbmuxd_device_info_t* devices = nullptr;
+  const bool answered = ::usbmuxd_get_device_list(&devices) >= 0;
+  if (devices != nullptr) ::usbmuxd_device_list_free(&devices);
+  return answered;
+}
+
 }  // namespace quorin::usb

@@ -1,0 +1,154 @@
+#include "app/diagnosis.h"
+
+#include "audio/device_guard.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QStringList>
+#include <algorithm>
+#include <utility>
+
+namespace quorin::app {
+namespace {
+
+using Kind = Finding::Kind;
+
+QString text(std::string_view utf8) {
+  return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
+}
+
+Finding fine(const char* name, const QString& found) {
+  return {.name = name, .found = found, .kind = Kind::kFine, .advice = {}};
+}
+
+Finding audioServer(const Facts& facts) {
+  constexpr auto kName = "audio server";
+  if (!facts.devices.server.empty()) return fine(kName, text(facts.devices.server));
+  return {
+      kName, "none", Kind::kProblem,
+      "Start PulseAudio or PipeWire (with pipewire-pulse); the program looks for it by itself."};
+}
+
+Finding device(const char* name, const audio::Device& device, const char* kind) {
+  const auto found = text(audio::currentDeviceName(device));
+  if (audio::isDefaultDeviceNamed(device, audio::kExpectedDeviceName)) return fine(name, found);
+  return {name, found, Kind::kProblem,
+          QStringLiteral("Make \"Quorin Audio\" the default %1 in the sound settings, or run "
+                         "quorin-device add --default.")
+              .arg(kind)};
+}
+
+Finding microphone(desktop::AuthorizationStatus status) {
+  constexpr auto kName = "microphone";
+  using Status = desktop::AuthorizationStatus;
+  switch (status) {
+    case Status::kAuthorized:
+      return fine(kName, "allowed");
+    case Status::kNotDetermined:
+      return {kName, "not answered yet", Kind::kProblem,
+              "Answer the desktop's question, or allow the microphone in its privacy settings."};
+    case Status::kRestricted:
+    case Status::kDenied:
+      break;
+  }
+  return {kName, "not allowed", Kind::kProblem,
+          "Allow the microphone for Quorin Stream in the desktop's privacy settings."};
+}
+
+Finding address(const Facts& facts) {
+  constexpr auto kName = "address";
+  QStringList all;
+  for (const auto& entry : facts.addresses) {
+    all << text(entry.name + ' ' + entry.address +
+                (!entry.isUp        ? " (off)"
+                 : !entry.isRunning ? " (no carrier)"
+                                    : ""));
+  }
+  const auto known = all.isEmpty() ? QStringLiteral("no interface has one") : all.join(", ");
+  if (facts.chosenAddress) return fine(kName, text(*facts.chosenAddress) + " of " + known);
+  return {kName, "none of " + known, Kind::kProblem,
+          "Connect this computer to the phone's network, by Wi-Fi or by wire."};
+}
+
+Finding port(const Facts& facts) {
+  constexpr auto kName = "port";
+  if (facts.portError.empty()) return fine(kName, text(facts.port) + ", free");
+  return {kName, text(facts.port + ": " + facts.portError), Kind::kProblem,
+          "End the program that holds it (ss -ulpn tells which), or choose another with --port."};
+}
+
+Finding usbService(bool answers) {
+  constexpr auto kName = "USB service";
+  if (answers) return fine(kName, "answers");
+  return {kName, "does not answer", Kind::kHint,
+          "Only the cable needs it: install usbmuxd, which starts when an iPhone is plugged in."};
+}
+
+Finding realtime(dispatch::RealtimeGrant grant) {
+  constexpr auto kName = "real-time priority";
+  const auto found = text(dispatch::describe(grant));
+  if (grant != dispatch::RealtimeGrant::kNone) return fine(kName, found);
+  return {kName, found, Kind::kHint, "For an even stream on a busy computer: install rtkit."};
+}
+
+const char* wordFor(Kind kind) {
+  switch (kind) {
+    case Kind::kFine:
+      return "ok";
+    case Kind::kHint:
+      return "hint";
+    case Kind::kProblem:
+      break;
+  }
+  return "problem";
+}
+
+}  // namespace
+
+std::vector<Finding> diagnose(const Facts& facts) {
+  return {
+      fine("version", text(facts.version) + ", Qt " + text(facts.qtVersion)),
+      audioServer(facts),
+      device("default output", facts.devices.output, "output"),
+      device("default input", facts.devices.input, "input"),
+      microphone(facts.microphone),
+      address(facts),
+      port(facts),
+      usbService(facts.usbServiceAnswers),
+      realtime(facts.realtime),
+  };
+}
+
+bool wouldStream(const std::vector<Finding>& findings) {
+  return std::ranges::none_of(
+      findings, [](const Finding& finding) { return finding.kind == Kind::kProblem; });
+}
+
+QString asText(const std::vector<Finding>& findings) {
+  QString lines;
+  for (const auto& finding : findings) {
+    lines += QStringLiteral("%1 %2 %3\n")
+                 .arg(wordFor(finding.kind), -8)
+                 .arg(finding.name, -20)
+                 .arg(finding.found);
+    if (!finding.advice.isEmpty()) lines += QStringLiteral("         -> %1\n").arg(finding.advice);
+  }
+  lines += wouldStream(findings) ? "Streaming over Wi-Fi would work.\n"
+                                 : "Streaming would not work yet.\n";
+  return lines;
+}
+
+QByteArray asJson(const std::vector<Finding>& findings) {
+  QJsonArray list;
+  for (const auto& finding : findings) {
+    QJsonObject object{
+        {"name", finding.name}, {"found", finding.found}, {"verdict", wordFor(finding.kind)}};
+    if (!finding.advice.isEmpty()) object["advice"] = finding.advice;
+    list.append(object);
+  }
+  return QJsonDocument(QJsonObject{{"would_stream", wouldStream(findings)}, {"findings", list}})
+      .toJson();
+}
+
+}  // namespace quorin::app

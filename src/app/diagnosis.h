@@ -1,0 +1,50 @@
+#pragma once
+
+#include "platform/audio/devices.h"
+#include "platform/desktop/authorization_status.h"
+#include "platform/dispatch/realtime.h"
+#include "platform/network/interfaces.h"
+
+#include <QByteArray>
+#include <QString>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// What `--diagnose` tells: everything that streaming needs, as this machine has it, with one line
+/// of advice for each problem. In English, for whoever is asked for help. Pure.
+namespace quorin::app {
+
+/// What was found, before anybody judges it.
+struct Facts {
+  std::string version;
+  std::string qtVersion;
+  audio::DefaultDevices devices;
+  desktop::AuthorizationStatus microphone = desktop::AuthorizationStatus::kNotDetermined;
+  std::vector<network::InterfaceAddress> addresses;
+  std::optional<std::string> chosenAddress;
+  std::string port;       ///< as it was typed
+  std::string portError;  ///< empty: it can be bound
+  bool usbServiceAnswers = false;
+  dispatch::RealtimeGrant realtime = dispatch::RealtimeGrant::kNone;
+};
+
+struct Finding {
+  /// A hint costs quality or the cable; a problem is in the way of streaming over Wi-Fi.
+  enum class Kind : std::uint8_t { kFine, kHint, kProblem };
+
+  QString name;
+  QString found;
+  Kind kind = Kind::kFine;
+  QString advice;  ///< empty when all is fine
+};
+
+std::vector<Finding> diagnose(const Facts& facts);
+
+/// True when nothing is in the way.
+bool wouldStream(const std::vector<Finding>& findings);
+
+QString asText(const std::vector<Finding>& findings);
+QByteArray asJson(const std::vector<Finding>& findings);
+
+}  // namespace quorin::app

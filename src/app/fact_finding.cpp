@@ -1,0 +1,76 @@
+#include "app/fact_finding.h"
+
+#include "app/audio_inputs.h"
+#include "platform/dispatch/system_scheduler.h"
+#include "platform/posix/file_descriptor.h"
+#include "platform/usb/usb_hub.h"
+#include "platform/version/version.h"
+#include "wifi/local_address.h"
+#include "wifi/port_text.h"
+#include "wire/client_key.h"
+
+#include <sys/socket.h>
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QTimer>
+#include <cerrno>
+#include <system_error>
+
+namespace quorin::app {
+namespace {
+
+/// The audio server answers within milliseconds, the desktop's portal within 2 s.
+constexpr std::chrono::seconds kPatience{3};
+constexpr std::chrono::milliseconds kLookAgain{20};
+
+void askForSound(Facts& facts) {
+  const auto scheduler = dispatch::makeSystemScheduler();
+  const auto server = audio::connectToAudioServer(scheduler->utilityQueue());
+  const AudioInputs inputs(*scheduler, *server);
+
+  QEventLoop loop;
+  QTimer look;
+  QObject::connect(&look, &QTimer::timeout, &loop, [&] {
+    facts.devices = server->defaultDevices();
+    facts.microphone = inputs.microphoneStatus();
+    const bool answered = !facts.devices.server.empty() &&
+                          facts.microphone != desktop::AuthorizationStatus::kNotDetermined;
+    if (answered) loop.quit();
+  });
+  look.start(kLookAgain);
+  QTimer::singleShot(kPatience, &loop, &QEventLoop::quit);
+  loop.exec();
+  scheduler->end();
+}
+
+std::string portErrorOf(const QString& typed) {
+  const auto port = wifi::parsePort(typed.toStdString());
+  if (!port) return "not a port, those are 1 to 65535";
+  const posix::FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  const auto address = wire::ClientKey{.address = INADDR_ANY, .port = *port}.socketAddress();
+  if (socket &&
+      ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+    return {};
+  }
+  return std::generic_category().message(errno);
+}
+
+}  // namespace
+
+Facts findFacts(const QString& port) {
+  Facts facts;
+  facts.version = version();
+  facts.qtVersion = qVersion();
+  facts.port = port.toStdString();
+  facts.portError = portErrorOf(port);
+  facts.addresses =
+      network::listInterfaceAddresses().value_or(std::vector<network::InterfaceAddress>());
+  facts.chosenAddress = wifi::localIPv4Address(facts.addresses);
+  facts.usbServiceAnswers = usb::usbServiceAnswers();
+  facts.realtime = dispatch::tryRealtime();
+  askForSound(facts);
+  return facts;
+}
+
+}  // namespace quorin::app

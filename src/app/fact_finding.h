@@ -1,0 +1,11 @@
+#pragma once
+
+#include "app/diagnosis.h"
+
+namespace quorin::app {
+
+/// Asks this machine. Needs a QCoreApplication, whose events it lets run meanwhile; takes at most
+/// some seconds.
+Facts findFacts(const QString& port);
+
+}  // namespace quorin::app

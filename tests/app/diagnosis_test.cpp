@@ -1,0 +1,82 @@
+#include "app/diagnosis.h"
+
+#include <gmock/gmock.h>
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <functional>
+
+namespace quorin::app {
+namespace {
+
+using ::testing::HasSubstr;
+
+Facts rightFacts() {
+  const audio::Device quorin{.number = 1, .name = "Quorin Audio", .format = {}};
+  return {.version = "1.0.0 (abc)",
+          .qtVersion = "6.4.2",
+          .devices = {.output = quorin, .input = quorin, .server = "pulseaudio 16.1"},
+          .microphone = desktop::AuthorizationStatus::kAuthorized,
+          .addresses = {{"eth0", "192.168.1.20", true, true}},
+          .chosenAddress = "192.168.1.20",
+          .port = "9000",
+          .portError = {},
+          .usbServiceAnswers = true,
+          .realtime = dispatch::RealtimeGrant::kRtkit};
+}
+
+TEST(Diagnosis, HasNothingToAdviseWhenAllIsRight) {
+  const auto findings = diagnose(rightFacts());
+  EXPECT_TRUE(wouldStream(findings));
+  for (const auto& finding : findings) EXPECT_EQ(finding.advice, "") << finding.name.toStdString();
+}
+
+TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
+  struct Case {
+    const char* name;
+    std::function<void(Facts&)> spoil;
+    bool streams;
+    const char* found;
+    const char* advice;
+  };
+  const Case cases[] = {
+      {"audio server", [](Facts& f) { f.devices = {}; }, false, "none", "Start PulseAudio"},
+      {"default output", [](Facts& f) { f.devices.output.name = "Speaker"; }, false, "Speaker",
+       "default output"},
+      {"default input", [](Facts& f) { f.devices.input = {}; }, false, "(sin dispositivo)",
+       "quorin-device add --default"},
+      {"microphone", [](Facts& f) { f.microphone = desktop::AuthorizationStatus::kRestricted; },
+       false, "not allowed", "privacy settings"},
+      {"microphone", [](Facts& f) { f.microphone = desktop::AuthorizationStatus::kNotDetermined; },
+       false, "not answered", "Answer the desktop"},
+      {"address",
+       [](Facts& f) {
+         f.chosenAddress.reset();
+         f.addresses = {{"tun0", "10.8.0.2", true, true}, {"eth0", "10.0.0.2", true, false}};
+       },
+       false, "none of tun0 10.8.0.2, eth0 10.0.0.2 (no carrier)", "Connect this computer"},
+      {"port", [](Facts& f) { f.portError = "Address already in use"; }, false,
+       "9000: Address already in use", "--port"},
+      {"USB service", [](Facts& f) { f.usbServiceAnswers = false; }, true, "does not answer",
+       "install usbmuxd"},
+      {"real-time priority", [](Facts& f) { f.realtime = dispatch::RealtimeGrant::kNone; }, true,
+       "", "rtkit"},
+  };
+  for (const auto& wrong : cases) {
+    SCOPED_TRACE(wrong.name);
+    auto facts = rightFacts();
+    wrong.spoil(facts);
+    const auto findings = diagnose(facts);
+    EXPECT_EQ(wouldStream(findings), wrong.streams);
+    const auto finding = std::ranges::find(findings, QString(wrong.name), &Finding::name);
+    ASSERT_NE(finding, findings.end());
+    EXPECT_THAT(finding->found.toStdString(), HasSubstr(wrong.found));
+    EXPECT_THAT(finding->advice.toStdString(), HasSubstr(wrong.advice));
+    EXPECT_THAT(asText(findings).toStdString(), HasSubstr(wrong.advice));
+    const auto json = QJsonDocument::fromJson(asJson(findings)).object();
+    EXPECT_EQ(json["would_stream"].toBool(), wrong.streams);
+  }
+}
+
+}  // namespace
+}  // namespace quorin::app
