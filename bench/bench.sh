@@ -10,10 +10,11 @@ SECONDS_EACH=20 # of each measurement
 SECONDS_LONG=60 # of the one that compares with real time
 PARTS_TIME=0.5  # seconds for each benchmark of a part
 STARTS=15       # of each program
+HELLOS=200      # of each handshake measurement
 PARTS=(parts_bench panel_bench)
 while [ $# -gt 0 ]; do
   case $1 in
-    --quick) SECONDS_EACH=5 SECONDS_LONG=5 PARTS_TIME=0.05 STARTS=5 ;;
+    --quick) SECONDS_EACH=5 SECONDS_LONG=5 PARTS_TIME=0.05 STARTS=5 HELLOS=50 ;;
     --seconds)
       SECONDS_EACH=${2:?--seconds needs a number} SECONDS_LONG=$2
       shift
@@ -34,6 +35,9 @@ mkdir -p "$OUT"
 RESULTS=$OUT/results.tsv # set-up, load, sender, figure, value
 : >"$RESULTS"
 
+# note SETUP LOAD SENDER FIGURE VALUE
+note() { printf '%s\t%s\t%s\t%s\t%s\n' "$@" >>"$RESULTS"; }
+
 # record SETUP LOAD SENDER COMMAND...: notes the figures that the command prints. A sender that
 # fails is said and left out; the others go on.
 record() {
@@ -41,7 +45,7 @@ record() {
   shift 3
   "$@" >"$SESSION/figures" || { echo "   $sender could not be measured" && return; }
   while read -r line; do
-    printf '%s\t%s\t%s\t%s\t%s\n' "$setup" "$load" "$sender" "${line% *}" "${line#* }" >>"$RESULTS"
+    note "$setup" "$load" "$sender" "${line% *}" "${line#* }"
   done <"$SESSION/figures"
 }
 
@@ -105,6 +109,74 @@ all_senders() { # all_senders SETUP PLAYER SECONDS_WHEN_IDLE
   done
 }
 
+# From a phone's HELLO to its READY, idle, and while nine others listen and the window is resized.
+handshakes() {
+  say "HELLO to READY"
+  start_quorin
+  record hello idle quorin "$BIN/quorin-meter" hello "$HELLOS" "$HEARD_AT" 0
+  resize_for_ever "$STARTED" &
+  local resizing=$!
+  record hello busy quorin "$BIN/quorin-meter" hello "$HELLOS" "$HEARD_AT" 9
+  kill "$resizing"
+  wait "$resizing" 2>/dev/null || true
+  stop_sender
+}
+resize_for_ever() {
+  local window width
+  window=$("${PRIVATE[@]}" xdotool search --onlyvisible --pid "$1" | tail -n 1)
+  while :; do
+    for width in 760 860 960 1060 1160; do
+      "${PRIVATE[@]}" xdotool windowsize "$window" "$width" 720
+    done
+  done
+}
+
+# The main thread stands still for half a second, again and again, while one client listens.
+main_thread_blocked() {
+  echo "   low-latency-player, main thread blocked: quorin"
+  start_quorin
+  local sender=$STARTED
+  (for _ in 1 2 3 4 5 6 7 8; do
+    "$BIN/quorin-meter" stop "$sender" 500
+    sleep 1
+  done) &
+  record low-latency-player blocked quorin1 \
+    "${PRIVATE[@]}" "$BIN/quorin-meter" stream 8 "$sender" quorin 20 "$HEARD_AT"
+  wait $!
+  stop_sender
+}
+
+# The same sound as frames over a channel: to a phone simulated on this machine.
+cable() {
+  local figures=$OUT/cable.json
+  say "the cable"
+  background quorin-stream "${PRIVATE[@]}" QT_QPA_PLATFORM=xcb "$BIN/quorin-stream" --start cable
+  local sender=$STARTED
+  "$BIN/quorin-listen" --cable --seconds "$((SECONDS_EACH + 2))" --json >"$figures" &
+  local phone=$!
+  sleep 4 # splash, check, and the next attempt to connect
+  record cable idle quorin1 "$BIN/quorin-meter" usage "$sender" "$SECONDS_EACH"
+  if wait "$phone"; then
+    local name
+    for name in p50 p99 max; do
+      note cable idle quorin1 "deviation_$name" "$(json_number "$name" "$figures")"
+    done
+    note cable idle quorin1 delivered "$(json_number delivered "$figures")"
+    note cable idle quorin1 ping_p50 "$(round_trip 0.5)"
+    note cable idle quorin1 ping_p99 "$(round_trip 0.99)"
+  else
+    echo "   the cable could not be measured: is port 2345 free?"
+  fi
+  STARTED=$sender
+  stop_sender
+}
+# The value below which this share of the round trips lies that the program has written down.
+round_trip() {
+  sed -n 's/.*Ping total roundtrip time: \([0-9.]*\) ms.*/\1/p' "$SESSION/quorin-stream.log" |
+    sort -n | awk -v share="$1" '{ t[NR] = $1 } END { print t[int(share * (NR - 1)) + 1] }'
+}
+json_number() { sed -n "s/.*\"$1\": *\([-0-9.e]*\).*/\1/p" "$2" | head -n 1; }
+
 # What a window costs: from the start of the process to its first picture, and its memory.
 windows() {
   say "the window beside an empty one"
@@ -130,6 +202,9 @@ windows
 all_senders low-latency-player 20 "$SECONDS_LONG"
 measure low-latency-player idle quorin 20 "$SECONDS_EACH" 10
 flooded
+main_thread_blocked
+handshakes
+cable
 all_senders default-player default "$SECONDS_EACH"
 end_servers
 start_pipewire

@@ -3,6 +3,9 @@
 //
 //   quorin-meter loop SECONDS normal|realtime
 //   quorin-meter flood SECONDS ADDRESS:PORT DATAGRAMS-A-SECOND
+//   quorin-meter hello TRIES ADDRESS:PORT OTHER-PHONES
+//   quorin-meter stop THREAD MILLISECONDS
+//   quorin-meter usage PROCESS SECONDS
 //   quorin-meter pss PROCESS
 //   quorin-meter start TRIES PROGRAM
 //   quorin-meter stream SECONDS PROCESS SINK PLAYER FROM [CLIENTS]
@@ -11,14 +14,17 @@
 #include "bench/bare_loop.h"
 #include "bench/first_frame.h"
 #include "bench/flood.h"
+#include "bench/handshake.h"
 #include "bench/process_usage.h"
 #include "bench/stream_run.h"
+#include "bench/thread_stop.h"
 
 #include <charconv>
 #include <cstdio>
 #include <iostream>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -54,6 +60,36 @@ int pss(const std::vector<std::string>& arguments) {
   const auto usage = quorin::bench::usageOf(toNumber(arguments[1]));
   if (!usage) return 1;
   print("pss", usage->proportionalMb);
+  return 0;
+}
+
+int hello(const std::vector<std::string>& arguments) {
+  const auto server = quorin::wire::ClientKey::parse(arguments[2]);
+  if (!server) return 2;
+  const auto times =
+      quorin::bench::helloToReadyMs(*server, toNumber(arguments[1]), toNumber(arguments[3]));
+  if (!times) {
+    std::cerr << "quorin-meter: " << times.error() << '\n';
+    return 1;
+  }
+  print("hello", quorin::measure::spreadOf(*times));
+  return 0;
+}
+
+int stop(const std::vector<std::string>& arguments) {
+  const std::chrono::milliseconds duration(toNumber(arguments[2]));
+  return quorin::bench::stopThread(toNumber(arguments[1]), duration) ? 0 : 1;
+}
+
+int usage(const std::vector<std::string>& arguments) {
+  const auto process = toNumber(arguments[1]);
+  const auto seconds = toNumber(arguments[2]);
+  const auto before = quorin::bench::usageOf(process);
+  std::this_thread::sleep_for(std::chrono::seconds(seconds));
+  const auto after = quorin::bench::usageOf(process);
+  if (!before || !after) return 1;
+  const std::chrono::duration<double> processor = after->processor - before->processor;
+  print("processor", 100 * processor.count() / seconds);
   return 0;
 }
 
@@ -112,6 +148,9 @@ int main(int argc, char** argv) {
   };
   if (isCall("loop", 3)) return loop(arguments);
   if (isCall("pss", 2)) return pss(arguments);
+  if (isCall("hello", 4)) return hello(arguments);
+  if (isCall("stop", 3)) return stop(arguments);
+  if (isCall("usage", 3)) return usage(arguments);
   if (isCall("flood", 4)) return flood(arguments);
   if (isCall("start", 3)) return start(arguments);
   if (isCall("stream", 6)) return stream(arguments);

@@ -38,6 +38,9 @@ END {
           joined("loop", load[k], "realtime", pacing, "%.2f"))
   line("pacing p50/p99/max, flooded with 50,000/s", "as busy",
        joined(setup[1], "flooded", "quorin1", pacing, "%.2f"))
+  line("pacing p50/p99/max, main thread blocked", "max 5",
+       joined(setup[1], "blocked", "quorin1", pacing, "%.2f"))
+  line("pacing p50/p99/max, cable", "as over Wi-Fi", joined("cable", "idle", "quorin1", pacing, "%.2f"))
   for (i = 1; i <= setups; ++i)
     for (k = 1; k <= 2; ++k) row("buffer needed p1-p99", "under 1", setup[i], load[k], "buffer", "%.2f")
   for (i = 1; i <= setups; ++i)
@@ -48,6 +51,11 @@ END {
     row("processor, % of a core", "1, and under the peers", setup[i], "idle", "processor", "%.2f")
   line("processor with 10 clients, " setup[1], "1.5",
        figure(setup[1], "idle", "quorin10", "processor", "%.2f"))
+  line("processor, cable", "1", figure("cable", "idle", "quorin1", "processor", "%.2f"))
+  line("delivered / real time, cable", "1.0000", figure("cable", "idle", "quorin1", "delivered", "%.4f"))
+  line("round trip p50/p99, cable", "", joined("cable", "idle", "quorin1", "ping_p50 ping_p99", "%.2f"))
+  line("HELLO to READY p50/p99/max, idle", "p99 5", joined("hello", "idle", "quorin", "hello_p50 hello_p99 hello_max", "%.2f"))
+  line("HELLO to READY p50/p99/max, 10 phones, resizing", "p99 20", joined("hello", "busy", "quorin", "hello_p50 hello_p99 hello_max", "%.2f"))
   window = figure("window", "idle", "empty_window", "pss", "%.1f")
   row("memory, MB of PSS", window == "-" ? "-" : sprintf("%.1f (1.5 x empty)", 1.5 * window), setup[1],
       "idle", "pss", "%.1f")

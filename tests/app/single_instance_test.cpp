@@ -1,11 +1,15 @@
 #include "app/single_instance.h"
 
+#include "support/child_process.h"
+#include "support/eventually.h"
+#include "support/temporary_directory.h"
+
 #include <gmock/gmock.h>
 
 #include <QCoreApplication>
-#include <QProcess>
-#include <QStandardPaths>
 #include <QTest>
+#include <filesystem>
+#include <string>
 
 namespace quorin::app {
 namespace {
@@ -18,31 +22,29 @@ constexpr int kExitSecond = 11;
 class PrivateBus {
  public:
   bool start() {
-    if (QStandardPaths::findExecutable("dbus-daemon").isEmpty()) return false;
-    daemon_.start("dbus-daemon", {"--session", "--nofork", "--print-address"});
-    if (!daemon_.waitForStarted() || !daemon_.waitForReadyRead()) return false;
-    qputenv("DBUS_SESSION_BUS_ADDRESS", daemon_.readLine().trimmed());
-    return true;
-  }
-  ~PrivateBus() {
-    daemon_.terminate();
-    daemon_.waitForFinished();
+    const auto socket = folder_.path() / "bus";
+    const auto address = "unix:path=" + socket.string();
+    daemon_ = test::ChildProcess(
+        {.arguments = {"dbus-daemon", "--session", "--nofork", "--address=" + address},
+         .environment = {},
+         .output = {}});
+    qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(address));
+    return test::eventually([&] { return std::filesystem::exists(socket); });
   }
 
  private:
-  QProcess daemon_;
+  test::TemporaryDirectory folder_;
+  test::ChildProcess daemon_;
 };
 
-int exitCodeOfSecondStart(const QString& activationToken) {
-  QProcess second;
-  QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-  environment.insert("XDG_ACTIVATION_TOKEN", activationToken);
-  second.setProcessEnvironment(environment);
-  second.start(QCoreApplication::applicationFilePath(), {kSecondStart});
+int exitCodeOfSecondStart(const char* activationToken) {
+  test::ChildProcess second(
+      {.arguments = {QCoreApplication::applicationFilePath().toStdString(), kSecondStart},
+       .environment = {std::string("XDG_ACTIVATION_TOKEN=") + activationToken},
+       .output = {}});
   // The first instance answers on this thread's event loop.
-  const bool ended =
-      QTest::qWaitFor([&second] { return second.state() == QProcess::NotRunning; }, 10000);
-  return ended ? second.exitCode() : -1;
+  const bool ended = QTest::qWaitFor([&second] { return !second.isRunning(); }, 10000);
+  return ended ? second.wait() : -1;
 }
 
 TEST(SingleInstanceTest, WithoutABusEveryStartIsTheFirst) {
@@ -59,8 +61,9 @@ TEST(SingleInstanceTest, WithoutABusEveryStartIsTheFirst) {
 }
 
 TEST(SingleInstanceTest, ALaterStartAsksTheFirstForItsWindow) {
+  if (!test::hasProgram("dbus-daemon")) GTEST_SKIP() << "no dbus-daemon here";
   PrivateBus bus;
-  if (!bus.start()) GTEST_SKIP() << "no dbus-daemon here";
+  ASSERT_TRUE(bus.start());
   QStringList tokens;
   {
     SingleInstance first([&tokens](const QString& token) { tokens << token; });

@@ -45,15 +45,21 @@ ChildProcess::ChildProcess(const Command& command) {
   ::_exit(127);
 }
 
-ChildProcess::ChildProcess(ChildProcess&& other) noexcept : pid_(std::exchange(other.pid_, -1)) {}
+ChildProcess::ChildProcess(ChildProcess&& other) noexcept
+    : pid_(std::exchange(other.pid_, -1)), exitStatus_(other.exitStatus_) {}
 
 ChildProcess& ChildProcess::operator=(ChildProcess&& other) noexcept {
   std::swap(pid_, other.pid_);
+  std::swap(exitStatus_, other.exitStatus_);
   return *this;
 }
 
 bool ChildProcess::isRunning() {
-  if (pid_ > 0 && ::waitpid(pid_, nullptr, WNOHANG) == pid_) pid_ = -1;
+  int status = 0;
+  if (pid_ > 0 && ::waitpid(pid_, &status, WNOHANG) == pid_) {
+    pid_ = -1;
+    exitStatus_ = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
   return pid_ > 0;
 }
 
@@ -65,14 +71,8 @@ void ChildProcess::kill() {
 }
 
 int ChildProcess::wait() {
-  int status = 0;
-  const bool ended = eventually([&] { return ::waitpid(pid_, &status, WNOHANG) == pid_; });
-  if (!ended) {
-    kill();
-    return -1;
-  }
-  pid_ = -1;
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  if (!eventually([this] { return !isRunning(); })) kill();
+  return exitStatus_;
 }
 
 bool hasProgram(const std::string& name) {

@@ -30,11 +30,13 @@ class ChildProcess {
   /// SIGKILL, and waits for the end.
   void kill();
 
-  /// Waits for its own end, at most 10 s, then kills it; the exit status, or -1.
+  /// Waits for its own end, if that has not come yet, at most 10 s, then kills it; the exit
+  /// status, or -1.
   int wait();
 
  private:
   pid_t pid_ = -1;
+  int exitStatus_ = -1;
 };
 
 /// True when the program is installed.

@@ -30,6 +30,7 @@ BENCH_PACKAGES=(
   pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus xvfb libbenchmark-dev
   ffmpeg gstreamer1.0-tools gstreamer1.0-pulseaudio
   gstreamer1.0-plugins-base gstreamer1.0-plugins-good
+  xdotool
 )
 
 is_installed() {

@@ -18,9 +18,9 @@ struct Device {
 };
 
 struct DefaultDevices {
-  Device output;       ///< the default sink
-  Device input;        ///< the default source
-  std::string server;  ///< the audio server's own name and version; empty while there is none
+  Device output;         ///< the default sink
+  Device input;          ///< the default source
+  std::string server{};  ///< the audio server's own name and version; empty while there is none
 
   bool operator==(const DefaultDevices&) const = default;
 };
