@@ -1,14 +1,12 @@
 #include "app/single_instance.h"
 
 #include "support/child_process.h"
-#include "support/eventually.h"
-#include "support/temporary_directory.h"
+#include "support/private_bus.h"
 
 #include <gmock/gmock.h>
 
 #include <QCoreApplication>
 #include <QTest>
-#include <filesystem>
 #include <string>
 
 namespace quorin::app {
@@ -17,25 +15,6 @@ namespace {
 constexpr auto kSecondStart = "--second-start";
 constexpr int kExitFirst = 10;
 constexpr int kExitSecond = 11;
-
-/// A session bus of the test's own.
-class PrivateBus {
- public:
-  bool start() {
-    const auto socket = folder_.path() / "bus";
-    const auto address = "unix:path=" + socket.string();
-    daemon_ = test::ChildProcess(
-        {.arguments = {"dbus-daemon", "--session", "--nofork", "--address=" + address},
-         .environment = {},
-         .output = {}});
-    qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(address));
-    return test::eventually([&] { return std::filesystem::exists(socket); });
-  }
-
- private:
-  test::TemporaryDirectory folder_;
-  test::ChildProcess daemon_;
-};
 
 int exitCodeOfSecondStart(const char* activationToken) {
   test::ChildProcess second(
@@ -61,9 +40,9 @@ TEST(SingleInstanceTest, WithoutABusEveryStartIsTheFirst) {
 }
 
 TEST(SingleInstanceTest, ALaterStartAsksTheFirstForItsWindow) {
-  if (!test::hasProgram("dbus-daemon")) GTEST_SKIP() << "no dbus-daemon here";
-  PrivateBus bus;
-  ASSERT_TRUE(bus.start());
+  if (!test::PrivateBus::isInstalled()) GTEST_SKIP() << "no dbus-daemon here";
+  const test::PrivateBus bus;
+  qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(bus.address()));
   QStringList tokens;
   {
     SingleInstance first([&tokens](const QString& token) { tokens << token; });

@@ -1,7 +1,7 @@
 #include "platform/desktop/microphone_permission.h"
 
-#include "platform/desktop/private_bus.h"
 #include "platform/dispatch/simulated_scheduler.h"
+#include "support/private_bus.h"
 
 #include <gtest/gtest.h>
 
@@ -45,7 +45,8 @@ class StandInPortal : public QDBusVirtualObject {
   void store(const QString& applicationId, const QStringList& permission) {
     permissions_[applicationId] = permission;
     auto changed = QDBusMessage::createSignal(kStorePath, kStoreName, "Changed");
-    changed << "devices" << "microphone" << false << QVariant::fromValue(QDBusVariant(0))
+    changed << "devices"
+            << "microphone" << false << QVariant::fromValue(QDBusVariant(0))
             << QVariant::fromValue(permissions_);
     bus_.send(changed);
   }

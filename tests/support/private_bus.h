@@ -13,6 +13,8 @@ namespace quorin::test {
 /// A message bus of this test's own, which starts no services.
 class PrivateBus {
  public:
+  static bool isInstalled() { return hasProgram("dbus-daemon"); }
+
   PrivateBus() {
     const auto config = folder_.path() / "bus.conf";
     std::ofstream(config) << R"(<!DOCTYPE busconfig PUBLIC
@@ -29,18 +31,21 @@ class PrivateBus {
   </policy>
 </busconfig>
 )";
-    daemon_ =
-        ChildProcess({.arguments = {"dbus-daemon", "--config-file=" + config.string(), "--nofork"},
-                      .environment = {},
-                      .output = {}});
-    eventually([this] { return std::filesystem::exists(socket()); });
+    // It tells its address once it listens: the socket is there a moment earlier.
+    const auto told = folder_.path() / "told";
+    daemon_ = ChildProcess({.arguments = {"dbus-daemon", "--config-file=" + config.string(),
+                                          "--nofork", "--print-address=1"},
+                            .environment = {},
+                            .output = told});
+    eventually([&] {
+      std::error_code none;
+      return std::filesystem::file_size(told, none) > 0 && !none;
+    });
   }
 
-  std::string address() const { return "unix:path=" + socket().string(); }
+  std::string address() const { return "unix:path=" + (folder_.path() / "bus").string(); }
 
  private:
-  std::filesystem::path socket() const { return folder_.path() / "bus"; }
-
   TemporaryDirectory folder_;
   ChildProcess daemon_;
 };
