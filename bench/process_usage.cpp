@@ -28,22 +28,32 @@ std::optional<std::chrono::nanoseconds> processorTime(pid_t process) {
   return sum;
 }
 
-std::optional<double> proportionalMb(pid_t process) {
+struct Memory {
+  double proportionalMb = 0;
+  double anonymousMb = 0;
+};
+
+std::optional<Memory> memory(pid_t process) {
+  Memory result;
   std::ifstream rollup(folderOf(process) + "smaps_rollup");
   for (std::string word; rollup >> word;) {
     double kilobytes = 0;
-    if (word == "Pss:" && rollup >> kilobytes) return kilobytes / 1024;
+    if (word == "Pss:" && rollup >> kilobytes) result.proportionalMb = kilobytes / 1024;
+    if (word == "Pss_Anon:" && rollup >> kilobytes) result.anonymousMb = kilobytes / 1024;
   }
-  return std::nullopt;
+  if (result.proportionalMb == 0) return std::nullopt;
+  return result;
 }
 
 }  // namespace
 
 std::optional<ProcessUsage> usageOf(pid_t process) {
   const auto processor = processorTime(process);
-  const auto memory = proportionalMb(process);
-  if (!processor || !memory) return std::nullopt;
-  return ProcessUsage{.processor = *processor, .proportionalMb = *memory};
+  const auto held = memory(process);
+  if (!processor || !held) return std::nullopt;
+  return ProcessUsage{.processor = *processor,
+                      .proportionalMb = held->proportionalMb,
+                      .anonymousMb = held->anonymousMb};
 }
 
 bool hasRealtimeThread(pid_t process) {

@@ -11,6 +11,7 @@ namespace quorin::bench {
 struct ProcessUsage {
   std::chrono::nanoseconds processor;  ///< of all its threads since their start
   double proportionalMb;               ///< its share of memory (PSS)
+  double anonymousMb;                  ///< of that, what no file backs: heaps and stacks
 };
 std::optional<ProcessUsage> usageOf(pid_t process);
 
