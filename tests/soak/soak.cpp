@@ -46,7 +46,7 @@ struct Sample {
 };
 
 /// Least squares; 0 for fewer than three samples.
-double growthAnHour(const std::vector<Sample>& samples, double Sample::*megabytes) {
+double growthAnHour(const std::vector<Sample>& samples, double Sample::* megabytes) {
   if (samples.size() < 3) return 0;
   double meanX = 0, meanY = 0, xy = 0, xx = 0;
   for (const auto& sample : samples) {
@@ -351,7 +351,7 @@ std::string Soak::report() const {
        << " / " << experience_.pacing.quantileMs(0.99) << " / " << experience_.pacing.maxMs()
        << " ms |\n";
   if (!settled.empty()) {
-    const auto memory = [&](const char* name, double Sample::*megabytes) {
+    const auto memory = [&](const char* name, double Sample::* megabytes) {
       text << "| " << name << ", first / last / growth | " << settled.front().*megabytes << " / "
            << settled.back().*megabytes << " MB / " << growthAnHour(settled, megabytes)
            << " MB an hour |\n";

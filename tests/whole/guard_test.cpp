@@ -1,4 +1,7 @@
+#include "app/identity.h"
 #include "support/private_audio.h"
+#include "support/private_bus.h"
+#include "support/stand_in_portal.h"
 #include "whole/whole_program.h"
 
 #include <gmock/gmock.h>
@@ -14,6 +17,13 @@ enum class Kind { kPulse, kPipeWire };
 
 class Guard : public ::testing::TestWithParam<Kind> {
  protected:
+  static void SetUpTestSuite() {
+    bus_ = std::make_unique<test::PrivateBus>();
+    qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(bus_->address()));
+    ASSERT_TRUE(QDBusConnection::sessionBus().isConnected());  // Qt keeps to it from now on
+  }
+  static void TearDownTestSuite() { bus_.reset(); }
+
   void SetUp() override {
     const bool pulse = GetParam() == Kind::kPulse;
     if (!(pulse ? test::PrivatePulse::isInstalled() : test::PrivatePipeWire::isInstalled())) {
@@ -45,6 +55,7 @@ class Guard : public ::testing::TestWithParam<Kind> {
     return program.until([&] { return program.shows(view); }, limit);
   }
 
+  inline static std::unique_ptr<test::PrivateBus> bus_;
   std::unique_ptr<test::PrivateAudioServer> server_;
 };
 
@@ -145,6 +156,24 @@ TEST_P(Guard, SurvivesTheAudioServersDeathInMidStream) {
   ASSERT_TRUE(becomes(program, "onlineQRImageView_"));
   again.says("<<HELLO>>");
   EXPECT_TRUE(program.until([&] { return again.chunks > 25; }));
+}
+
+TEST_P(Guard, GivesWayToTheMicrophoneScreenWhenThePermissionIsTakenAway) {
+  test::StandInPortal portal(bus_->address());
+  portal.start();
+  portal.store(app::kApplicationId, {"yes"});
+  useDevices("speaker", "quorin");
+  WholeProgram program(app::StartMode::kMenu);
+  ASSERT_TRUE(becomes(program, "audioGuardView_"));
+
+  portal.store(app::kApplicationId, {"no"});
+  EXPECT_TRUE(becomes(program, "micDeniedView_", 2s)) << "at the poll's next tick";
+  EXPECT_FALSE(program.shows("audioGuardView_"));
+
+  portal.store(app::kApplicationId, {"yes"});
+  EXPECT_TRUE(becomes(program, "audioGuardView_", 2s)) << "the devices are still wrong";
+  useDevices("quorin", "quorin");
+  EXPECT_TRUE(becomes(program, "menuContainer_", 3s));
 }
 
 INSTANTIATE_TEST_SUITE_P(On, Guard, ::testing::Values(Kind::kPulse, Kind::kPipeWire),

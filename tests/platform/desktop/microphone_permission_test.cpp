@@ -2,90 +2,18 @@
 
 #include "platform/dispatch/simulated_scheduler.h"
 #include "support/private_bus.h"
+#include "support/stand_in_portal.h"
 
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QDBusArgument>
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusMetaType>
-#include <QDBusVariant>
-#include <QDBusVirtualObject>
 #include <QElapsedTimer>
-#include <QMap>
-#include <QStringList>
 
 namespace quorin::desktop {
 namespace {
 
 using namespace std::chrono_literals;
 using enum AuthorizationStatus;
-
-const QString kStoreName = "org.freedesktop.impl.portal.PermissionStore";
-const QString kStorePath = "/org/freedesktop/impl/portal/PermissionStore";
-const QString kDesktopName = "org.freedesktop.impl.portal.desktop.gnome";
-const QString kDesktopPath = "/org/freedesktop/portal/desktop";
-
-/// The desktop's portal as this program sees it: the permission store and the lock.
-class StandInPortal : public QDBusVirtualObject {
- public:
-  explicit StandInPortal(const std::string& address)
-      : bus_(QDBusConnection::connectToBus(QString::fromStdString(address), "portal")) {
-    qDBusRegisterMetaType<QMap<QString, QStringList>>();
-    bus_.registerVirtualObject(kStorePath, this);
-    bus_.registerVirtualObject(kDesktopPath, this);
-  }
-  ~StandInPortal() override { QDBusConnection::disconnectFromBus("portal"); }
-
-  void start() {
-    bus_.registerService(kStoreName);
-    bus_.registerService(kDesktopName);
-  }
-  void store(const QString& applicationId, const QStringList& permission) {
-    permissions_[applicationId] = permission;
-    auto changed = QDBusMessage::createSignal(kStorePath, kStoreName, "Changed");
-    changed << "devices"
-            << "microphone" << false << QVariant::fromValue(QDBusVariant(0))
-            << QVariant::fromValue(permissions_);
-    bus_.send(changed);
-  }
-  void lock(bool locked) {
-    locked_ = locked;
-    auto changed = QDBusMessage::createSignal(kDesktopPath, "org.freedesktop.DBus.Properties",
-                                              "PropertiesChanged");
-    changed << "org.freedesktop.impl.portal.Lockdown" << QVariantMap{{"disable-microphone", locked}}
-            << QStringList{};
-    bus_.send(changed);
-  }
-  void setSilent() { silent_ = true; }
-
-  QString introspect(const QString& /*path*/) const override { return {}; }
-
-  bool handleMessage(const QDBusMessage& call, const QDBusConnection& bus) override {
-    if (silent_) {
-      call.setDelayedReply(true);
-      return true;
-    }
-    if (call.member() == "Lookup" && call.arguments() == QVariantList{"devices", "microphone"}) {
-      if (permissions_.isEmpty()) {
-        return bus.send(call.createErrorReply("org.freedesktop.portal.Error.NotFound", "none"));
-      }
-      return bus.send(call.createReply(
-          {QVariant::fromValue(permissions_), QVariant::fromValue(QDBusVariant(0))}));
-    }
-    if (call.member() == "Get" && call.arguments().value(1) == "disable-microphone") {
-      return bus.send(call.createReply(QVariant::fromValue(QDBusVariant(locked_))));
-    }
-    return false;
-  }
-
- private:
-  QDBusConnection bus_;
-  QMap<QString, QStringList> permissions_;
-  bool locked_ = false;
-  bool silent_ = false;
-};
 
 class MicrophonePermissionTest : public ::testing::Test {
  protected:
@@ -112,7 +40,7 @@ class MicrophonePermissionTest : public ::testing::Test {
 
   test::PrivateBus bus;
   dispatch::SimulatedScheduler time;
-  StandInPortal portal{bus.address()};
+  test::StandInPortal portal{bus.address()};
   int tries = 0;
   std::unique_ptr<MicrophonePermission> permission;
 };
