@@ -342,7 +342,7 @@ std::string Soak::report() const {
        << "| refused (full) / not answered | " << experience_.refused << " / "
        << experience_.unanswered << " |\n"
        << "| chunks heard | " << experience_.chunks << " |\n"
-       << "| missing, with a reason / without | "
+       << "| 20 ms without a chunk, times with a reason / without | "
        << experience_.missing - experience_.missingUnexplained << " / "
        << experience_.missingUnexplained << " |\n"
        << "| longest silence without a reason | "

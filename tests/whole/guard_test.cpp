@@ -18,11 +18,11 @@ enum class Kind { kPulse, kPipeWire };
 class Guard : public ::testing::TestWithParam<Kind> {
  protected:
   static void SetUpTestSuite() {
-    bus_ = std::make_unique<test::PrivateBus>();
-    qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(bus_->address()));
+    privateBus = std::make_unique<test::PrivateBus>();
+    qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(privateBus->address()));
     ASSERT_TRUE(QDBusConnection::sessionBus().isConnected());  // Qt keeps to it from now on
   }
-  static void TearDownTestSuite() { bus_.reset(); }
+  static void TearDownTestSuite() { privateBus.reset(); }
 
   void SetUp() override {
     const bool pulse = GetParam() == Kind::kPulse;
@@ -55,7 +55,7 @@ class Guard : public ::testing::TestWithParam<Kind> {
     return program.until([&] { return program.shows(view); }, limit);
   }
 
-  inline static std::unique_ptr<test::PrivateBus> bus_;
+  inline static std::unique_ptr<test::PrivateBus> privateBus;
   std::unique_ptr<test::PrivateAudioServer> server_;
 };
 
@@ -159,7 +159,7 @@ TEST_P(Guard, SurvivesTheAudioServersDeathInMidStream) {
 }
 
 TEST_P(Guard, GivesWayToTheMicrophoneScreenWhenThePermissionIsTakenAway) {
-  test::StandInPortal portal(bus_->address());
+  test::StandInPortal portal(privateBus->address());
   portal.start();
   portal.store(app::kApplicationId, {"yes"});
   useDevices("speaker", "quorin");

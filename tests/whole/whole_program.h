@@ -54,9 +54,9 @@ class WholeProgram {
   std::vector<std::unique_ptr<Phone>> phones;
   Phone& newPhone(const std::string& address);
 
-  bool shows(const char* view) const;
+  bool shows(const char* name) const;
   std::string text(const char* label) const;
-  std::string accessibleName(const char* view) const;
+  std::string accessibleName(const char* name) const;
   void click(const char* button) const;
 
   /// What ZBar reads from a picture of the window.
@@ -80,7 +80,7 @@ struct Holdings {
   friend bool operator==(const Holdings&, const Holdings&) = default;
 };
 Holdings holdings();
-void PrintTo(const Holdings& holdings, std::ostream* stream);
+void PrintTo(const Holdings& held, std::ostream* stream);
 
 /// Moves the test into a network of its own with one wired interface; ends the program with a
 /// message where the system does not allow that. First thing in `main`.
