@@ -10,7 +10,7 @@ ClientManager::ClientManager(dispatch::Scheduler& scheduler, PrintLine print)
     : scheduler_(scheduler),
       print_(std::move(print)),
       onClientCountChanged_(std::make_shared<CountHandler>()),
-      recipients_(std::make_shared<Recipients>()),
+      recipients_(std::make_shared<Recipients>(std::make_shared<const RecipientList>())),
       cleanupTimer_(
           scheduler.mainQueue().makeTimer({.first = kCleanupInterval, .interval = kCleanupInterval},
                                           [this] { cleanupInactiveClients(); })) {}
@@ -89,12 +89,12 @@ std::vector<std::string> ClientManager::keys() const {
 }
 
 void ClientManager::publishRecipients() {
-  Recipients::List addresses;
+  RecipientList addresses;
   addresses.reserve(clients_.size());
   for (const auto& [key, client] : clients_) {
     if (client.address) addresses.push_back(*client.address);
   }
-  recipients_->publish(std::move(addresses));
+  recipients_->store(std::make_shared<const RecipientList>(std::move(addresses)));
 }
 
 }  // namespace quorin::panel

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "platform/dispatch/scheduler.h"
+#include "platform/dispatch/snapshot.h"
 #include "wifi/audience.h"
 #include "wifi/audio_frame_queue.h"
 #include "wifi/chunk_ring.h"
 #include "wifi/chunk_sink.h"
 #include "wifi/pacing_discipline.h"
-#include "wifi/published.h"
 
 #include <array>
 #include <atomic>
@@ -78,7 +78,7 @@ class AudioSender {
   ChunkSink& cable_;
 
   std::atomic<bool> serverRunning_{false};  ///< main writes, capture reads
-  Published<Audience> audience_;            ///< main writes, pacing reads
+  dispatch::Snapshot<Audience> audience_;   ///< main writes, pacing reads
   ChunkRing ring_;                          ///< capture writes, pacing reads
   std::atomic<bool> ticking_{false};        ///< pacing writes, capture reads: the timer runs
 
