@@ -14,6 +14,7 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QThreadPool>
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
@@ -397,5 +398,7 @@ int main(int argc, char** argv) {
   quorin::whole::enterNetworkOrSkip();
   const QApplication application(argc, argv);
   QApplication::setQuitOnLastWindowClosed(false);
+  // Qt's painting threads come and go; here they stay, so that one of ours that stays shows.
+  QThreadPool::globalInstance()->setExpiryTimeout(-1);
   return quorin::soak::launch(QApplication::arguments());
 }
