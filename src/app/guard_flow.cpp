@@ -18,17 +18,19 @@ constexpr auto kFirstCheckDelay = 500ms;
 constexpr dispatch::TimerSchedule kPoll{.first = 800ms, .interval = 800ms, .leeway = 200ms};
 constexpr dispatch::TimerSchedule kWatch{.first = 1s, .interval = 1s, .leeway = 200ms};
 
-/// A change of a default device is a change of its number; its name alone tells nothing.
-struct DeviceNumbers {
+/// A change of a default device is a change of its number; its name alone tells nothing. An audio
+/// server that was restarted deals the numbers anew.
+struct SeenDevices {
   std::uint32_t lastDefaultOut = 0;
   std::uint32_t lastDefaultIn = 0;
+  std::uint32_t connection = 0;
 
-  bool operator==(const DeviceNumbers&) const = default;
+  explicit SeenDevices(const DefaultDevices& devices)
+      : lastDefaultOut(devices.output.number),
+        lastDefaultIn(devices.input.number),
+        connection(devices.connection) {}
+  bool operator==(const SeenDevices&) const = default;
 };
-
-DeviceNumbers numbersOf(const DefaultDevices& devices) {
-  return {.lastDefaultOut = devices.output.number, .lastDefaultIn = devices.input.number};
-}
 
 }  // namespace
 
@@ -184,16 +186,20 @@ void GuardFlow::startAudioDefaultWatch() {
   audioDefaultWatchTimer_ = std::make_unique<MainPoll>(
       scheduler_, kWatch,
       [this, inputs = inputs_,
-       last = numbersOf(inputs_->defaultDevices())](const MainPoll::Hop& hop) mutable {
+       last = SeenDevices(inputs_->defaultDevices())](const MainPoll::Hop& hop) mutable {
         const DefaultDevices devices = inputs->defaultDevices();
-        const auto before = std::exchange(last, numbersOf(devices));
+        const auto before = std::exchange(last, SeenDevices(devices));
         if (last == before) return;
         hop([this, routing = audio::routingOf(devices)] { onDefaultDevicesChanged(routing); });
       });
 }
 
 void GuardFlow::onDefaultDevicesChanged(const Routing& routing) {
+  // A check that is still to come looks for itself.
+  if (screens_.splashIsUp() || state_.checking) return;
   if (!microphoneAuthorized()) {
+    // The recording follows the default device: what is streamed must not become the microphone.
+    if (!routing.isRight()) screens_.stopAllSessionsForAudioChange();
     showMicDeniedOverlay();
   } else if (!routing.isRight()) {
     screens_.stopAllSessionsForAudioChange();

@@ -45,7 +45,6 @@ struct GuardState {
   DeviceStatus output;       ///< as of the last refresh, like `input`
   DeviceStatus input;
 
-  bool nothingInFront() const { return !checking && !guard && !microphone; }
   bool operator==(const GuardState&) const = default;
 };
 

@@ -316,7 +316,7 @@ TEST_F(GuardFlowTest, APermissionGrantedLaterLeadsToTheGuardWhichPolls) {
   EXPECT_EQ(front(), Front::kMenu);
 }
 
-TEST_F(GuardFlowTest, ADeviceChangeWithoutPermissionShowsTheMicrophoneScreenAndStopsNothing) {
+TEST_F(GuardFlowTest, ADeviceChangeWithoutPermissionShowsTheMicrophoneScreen) {
   enterPage();
   setMicrophone(AuthorizationStatus::kDenied);
   time.advance(10s);
@@ -325,6 +325,37 @@ TEST_F(GuardFlowTest, ADeviceChangeWithoutPermissionShowsTheMicrophoneScreenAndS
   time.advance(1s);
   EXPECT_EQ(front(), Front::kMicrophone);
   EXPECT_EQ(screens.stops, 0);
+  setInput(kSpeaker);
+  time.advance(1s);
+  EXPECT_EQ(screens.stops, 1) << "nobody's room is to be heard";
+}
+
+TEST_F(GuardFlowTest, TheFirstWordOfALateAudioServerIsLeftToTheCheck) {
+  inputs->devices = {};
+  screens.splash = true;
+  flow.startAudioDefaultWatch();
+  flow.setupAudioCheckFlow();
+  setInput(kVirtual);
+  setOutput(kSpeaker);
+  time.advance(1500ms);
+  EXPECT_EQ(screens.state, GuardState{});
+
+  screens.splash = false;
+  flow.setupAudioCheckFlow();
+  time.advance(500ms);
+  ASSERT_EQ(front(), Front::kGuard);
+  setMicrophone(AuthorizationStatus::kDenied);
+  time.advance(800ms);
+  EXPECT_EQ(front(), Front::kMicrophone) << "the poll is the check's, which asks for both";
+}
+
+TEST_F(GuardFlowTest, ARestartedServersDeviceOfTheSameNumberIsAnotherDevice) {
+  enterPage();
+  inputs->devices.connection += 1;
+  setOutput({.number = kVirtual.number, .name = "Built-in Audio", .format = {}});
+  time.advance(1s);
+  EXPECT_EQ(front(), Front::kGuard);
+  EXPECT_EQ(screens.stops, 1);
 }
 
 TEST_F(GuardFlowTest, NothingLiftsTheMicrophoneScreenButThePermission) {

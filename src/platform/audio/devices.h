@@ -10,7 +10,8 @@ namespace quorin::audio {
 
 /// One device as the audio server describes it. A sink's monitor is a source like any other.
 struct Device {
-  std::uint32_t number = 0;         ///< 0: there is none; else the server's index + 1
+  std::uint32_t number = 0;         ///< 0: there is none; else the server's index + 1, for as
+                                    ///< long as the connection to that server lasts
   std::optional<std::string> name;  ///< as people read it; none where it cannot be read
   Format format;                    ///< the device's own
 
@@ -21,6 +22,7 @@ struct DefaultDevices {
   Device output;         ///< the default sink
   Device input;          ///< the default source
   std::string server{};  ///< the audio server's own name and version; empty while there is none
+  std::uint32_t connection = 0;  ///< counts the connections to a server; 0 while there is none
 
   bool operator==(const DefaultDevices&) const = default;
 };

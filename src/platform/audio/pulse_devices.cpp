@@ -1,5 +1,6 @@
 #include "platform/audio/pulse_devices.h"
 
+#include <string>
 #include <utility>
 
 namespace quorin::audio {
@@ -8,6 +9,10 @@ namespace {
 /// An operation goes on without its handle; it is dropped with the connection.
 void detach(pa_operation* operation) {
   if (operation != nullptr) ::pa_operation_unref(operation);
+}
+
+std::string textOf(const char* text) {
+  return text != nullptr ? text : "";
 }
 
 /// PipeWire names "@DEFAULT_SINK@" and the like while it has no default.
@@ -30,6 +35,7 @@ Device toDevice(const Info& info) {
 
 void PulseDevices::connected(pa_context* context) {
   context_ = context;
+  ++connection_;
   ::pa_context_set_subscribe_callback(
       context,
       [](pa_context*, pa_subscription_event_type_t, uint32_t, void* self) {
@@ -59,6 +65,7 @@ void PulseDevices::refresh() {
   }
   refreshAgain_ = false;
   answer_ = {};
+  answer_.connection = connection_;
   sourceAnswer_.reset();
   answersDue_ = 1;
   detach(::pa_context_get_server_info(
@@ -71,7 +78,7 @@ void PulseDevices::refresh() {
 
 void PulseDevices::serverAnswered(const pa_server_info* info) {
   if (info != nullptr) {
-    answer_.server = std::string(info->server_name) + ' ' + info->server_version;
+    answer_.server = textOf(info->server_name) + ' ' + textOf(info->server_version);
   }
   if (info != nullptr && namesDevice(info->default_sink_name)) {
     ++answersDue_;

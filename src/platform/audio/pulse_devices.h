@@ -42,6 +42,7 @@ class PulseDevices {
 
   std::function<void(const DefaultDevices&)> published_;
   pa_context* context_ = nullptr;
+  std::uint32_t connection_ = 0;
   int answersDue_ = 0;         ///< of the refresh under way
   bool refreshAgain_ = false;  ///< something changed since it began
   bool known_ = false;
