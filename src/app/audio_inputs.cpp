@@ -36,10 +36,13 @@ AudioInputs::AudioInputs(dispatch::Scheduler& scheduler, audio::AudioServer& ser
       permission_(scheduler,
                   {.identity = desktop::identify(desktop::findSandboxTraces(), kApplicationId),
                    .busAddress = {},
-                   .tryToRecord = [&server] { tryToRecord(server); }}) {
-  server_.setChangeHandler(scheduler.mainQueue(), [this] {
+                   // The server may take a while to answer.
+                   .tryToRecord = [&server, &elsewhere = scheduler.utilityQueue()] {
+                     elsewhere.async([&server] { tryToRecord(server); });
+                   }}) {
+  server_.setChangeHandler(scheduler.mainQueue(), scope_.bind([this] {
     permission_.reportRecording(toRecordAccess(server_.recordingAccess()));
-  });
+  }));
 }
 
 void AudioInputs::requestMicrophoneAccess(dispatch::Task answered) {

@@ -9,7 +9,8 @@
 namespace quorin::app {
 
 /// The guard's eyes: the audio server's devices, and the microphone's permission from the desktop
-/// and from that server. Made and destroyed on the main queue.
+/// and from that server. Made and destroyed on the main queue; the server outlives it, and whatever
+/// the scheduler still runs.
 class AudioInputs : public GuardInputs {
  public:
   AudioInputs(dispatch::Scheduler& scheduler, audio::AudioServer& server);
@@ -21,6 +22,7 @@ class AudioInputs : public GuardInputs {
  private:
   audio::AudioServer& server_;
   desktop::MicrophonePermission permission_;
+  dispatch::Scope scope_;
 };
 
 }  // namespace quorin::app

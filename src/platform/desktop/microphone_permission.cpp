@@ -46,6 +46,7 @@ MicrophonePermission::~MicrophonePermission() = default;
 
 void MicrophonePermission::requestAccess(dispatch::Task answered) {
   waiting_.push_back(std::move(answered));
+  asked_ = true;
   // Asking goes by way of a queue in both cases, so that the caller is never called back inside.
   scheduler_.mainQueue().async(scope_, [this] { update(); });
   askForRecording();
@@ -75,7 +76,8 @@ void MicrophonePermission::update() {
     for (auto& answered : std::exchange(waiting_, {}))
       scheduler_.mainQueue().async(std::move(answered));
   }
-  if (facts_.record != RecordAccess::kRefused) {
+  const bool due = asked_ && facts_.portal && status == AuthorizationStatus::kNotDetermined;
+  if (facts_.record != RecordAccess::kRefused && !due) {
     retry_.reset();
   } else if (!retry_) {
     retry_ = scheduler_.mainQueue().makeTimer(

@@ -23,7 +23,7 @@ class MicrophonePermission {
     Identity identity;
     std::string busAddress;  ///< where the portal is; empty: the person's session bus
     /// Makes the audio server say whether it lets this program record, by starting a recording;
-    /// the answer comes through `reportRecording`. Must not wait.
+    /// the answer comes through `reportRecording`. Called on the main queue; must not wait.
     dispatch::Task tryToRecord;
   };
 
@@ -39,8 +39,8 @@ class MicrophonePermission {
   /// `status` is no longer pending, never inside this call.
   void requestAccess(dispatch::Task answered);
 
-  /// The audio server's latest word. A refusal is put to the test again every 2 s, since nobody
-  /// tells when it is lifted.
+  /// The audio server's latest word. A refusal, and an answer that has been asked for and is
+  /// still due, are put to the test again every 2 s: nobody tells when that changes.
   void reportRecording(RecordAccess access);
 
  private:
@@ -54,7 +54,8 @@ class MicrophonePermission {
   std::atomic<AuthorizationStatus> status_{AuthorizationStatus::kNotDetermined};
   std::vector<dispatch::Task> waiting_;  ///< for an answer
   std::unique_ptr<PortalWatch> portal_;
-  std::unique_ptr<dispatch::Timer> retry_;  ///< while the audio server refuses
+  bool asked_ = false;
+  std::unique_ptr<dispatch::Timer> retry_;  ///< while the audio server refuses or is not there
   std::shared_ptr<char> alive_ = std::make_shared<char>();
   dispatch::Scope scope_;
 };

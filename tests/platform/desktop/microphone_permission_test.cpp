@@ -111,6 +111,19 @@ TEST_F(MicrophonePermissionTest, InASandboxAskingIsRecording) {
   EXPECT_EQ(tries, 1);
 }
 
+TEST_F(MicrophonePermissionTest, AskingGoesOnUntilThereIsAnAnswer) {
+  portal.start();
+  makePermission(true);
+  permission->requestAccess([] {});
+  ASSERT_TRUE(comesTrue([&] { return tries == 1; }));
+  time.advance(4s);
+  EXPECT_EQ(tries, 3);
+  permission->reportRecording(RecordAccess::kGranted);
+  ASSERT_TRUE(becomes(kAuthorized));
+  time.advance(10s);
+  EXPECT_EQ(tries, 3);
+}
+
 TEST_F(MicrophonePermissionTest, AnAnswerInTheStoreAnswersTheQuestionToo) {
   portal.start();
   makePermission(true);
