@@ -204,12 +204,14 @@ TEST_P(DeviceProgram, PersistsAcrossLoginsAndLeavesNoTrace) {
   EXPECT_EQ(devices(), 0);
 }
 
-TEST_P(DeviceProgram, WithoutAServerSaysSo) {
+TEST_P(DeviceProgram, WithoutAServerSaysSoAndStillForgetsTheLogin) {
+  EXPECT_EQ(run({"add", "--persist"}), 0) << output;
   server->kill();
   for (const char* const verb : {"add", "remove", "status"}) {
     EXPECT_EQ(run({verb}), 1);
     EXPECT_THAT(output, HasSubstr("No audio server can be reached"));
   }
+  EXPECT_EQ(configuration(), "");
 }
 
 TEST(DeviceProgramAlone, KnowsItsUsageAndItsVersion) {

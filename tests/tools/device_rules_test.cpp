@@ -89,6 +89,12 @@ TEST(LoginScript, OfThePersonsKeepsTheirLines) {
   EXPECT_EQ(withoutDevice(withDevice(unfinished, "/etc")), unfinished + "\n");
 }
 
+TEST(LoginScript, ABlockWithoutItsLastLineIsNotTouched) {
+  const std::string script = withDevice("", "/etc/pulse/default.pa");
+  const std::string broken = script.substr(0, script.find("### end")) + "set-default-sink mine\n";
+  EXPECT_EQ(withoutDevice(broken), broken);
+}
+
 TEST(LoginScript, LinesAddedToOneOfOursKeepWhatItIncluded) {
   const auto script = withDevice("", "/etc/pulse/default.pa") + "set-default-sink x\n";
   const std::string theirs = ".include /etc/pulse/default.pa\nset-default-sink x\n";

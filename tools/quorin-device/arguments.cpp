@@ -46,7 +46,8 @@ std::string_view usage() {
        quorin-device status
 
 Creates the virtual sound device "Quorin Audio" that quorin-stream takes the computer's sound
-from. Works with PulseAudio and PipeWire, for the person who runs it; never as root.
+from. Works with PulseAudio and PipeWire, for the person who runs it; not for
+root, unless PULSE_SERVER names the server.
 
   add         create the device, until the audio server ends
   --persist   at every login as well, by a file in your own configuration folder

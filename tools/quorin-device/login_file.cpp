@@ -46,6 +46,12 @@ std::expected<std::string, Error> read(const fs::path& path) {
   return content.str();
 }
 
+/// True also where nobody can tell, for want of a permission: reading it says so.
+bool isThere(const fs::path& path) {
+  std::error_code error;
+  return fs::exists(path, error) || error;
+}
+
 /// At once or not at all: what reads the file never sees half of it. A link stays a link.
 std::expected<void, Error> write(const fs::path& path, std::string_view content) {
   std::error_code error;
@@ -86,14 +92,25 @@ struct Block {
   std::size_t begin = std::string_view::npos;
   std::size_t end = std::string_view::npos;
   bool isThere() const { return begin != std::string_view::npos; }
+  bool isWhole() const { return isThere() && end != std::string_view::npos; }
 };
 
 Block blockIn(std::string_view script) {
   const auto begin = script.find(kBegin);
   if (begin == std::string_view::npos) return {};
   const auto end = script.find(kEnd, begin);
-  // Without its last line, everything after the first one is taken to be ours.
-  return {.begin = begin, .end = end == std::string_view::npos ? script.size() : end + kEnd.size()};
+  return {.begin = begin, .end = end == std::string_view::npos ? end : end + kEnd.size()};
+}
+
+/// A script whose block has lost its last line is the person's to mend: what follows may be theirs.
+std::expected<std::string, Error> readScript(const fs::path& path) {
+  auto script = read(path);
+  if (script && blockIn(*script).isThere() && !blockIn(*script).isWhole()) {
+    return std::unexpected(path.string() +
+                           " has lost the line \"### end quorin-device\". Put it back after the "
+                           "lines of quorin-device, or remove them all, and try again.");
+  }
+  return script;
 }
 
 std::string includeLineOf(std::string_view block) {
@@ -104,8 +121,8 @@ std::string includeLineOf(std::string_view block) {
 
 std::expected<bool, Error> unpersistPulse(const ConfigFolders& folders) {
   const fs::path path = pulseScript(folders.pulse);
-  if (!fs::exists(path)) return false;
-  const auto script = read(path);
+  if (!isThere(path)) return false;
+  const auto script = readScript(path);
   if (!script) return std::unexpected(script.error());
   if (!blockIn(*script).isThere()) return false;
   const std::string rest = withoutDevice(*script);
@@ -116,7 +133,7 @@ std::expected<bool, Error> unpersistPulse(const ConfigFolders& folders) {
 
 std::expected<bool, Error> unpersistPipeWire(const ConfigFolders& folders) {
   const fs::path path = pipeWireFile(folders.pipeWire);
-  if (!fs::exists(path)) return false;
+  if (!isThere(path)) return false;
   if (auto removed = removeWithFolders(path, folders.pipeWire); !removed) {
     return std::unexpected(removed.error());
   }
@@ -127,11 +144,11 @@ std::expected<fs::path, Error> persistPulse(const ConfigFolders& folders) {
   fs::path path = pulseScript(folders.pulse);
   const fs::path systemScript = pulseScript(folders.systemPulse);
   std::string script;
-  if (fs::exists(path)) {
-    auto content = read(path);
+  if (isThere(path)) {
+    auto content = readScript(path);
     if (!content) return std::unexpected(content.error());
     script = *std::move(content);
-  } else if (!fs::exists(systemScript)) {
+  } else if (!isThere(systemScript)) {
     return std::unexpected(systemScript.string() +
                            " is missing, which PulseAudio starts with; install PulseAudio's "
                            "configuration, or leave --persist out.");
@@ -159,7 +176,7 @@ std::string withDevice(std::string_view script, const fs::path& systemScript) {
 
 std::string withoutDevice(std::string_view script) {
   const Block block = blockIn(script);
-  if (!block.isThere()) return std::string(script);
+  if (!block.isWhole()) return std::string(script);
   const auto before = script.substr(0, block.begin);
   const auto after = script.substr(block.end);
   if (before.empty() && after.empty()) return {};
@@ -186,11 +203,9 @@ std::expected<bool, Error> unpersist(const ConfigFolders& folders) {
 }
 
 bool isPersistent(const ConfigFolders& folders) {
-  if (fs::exists(pipeWireFile(folders.pipeWire))) return true;
-  const fs::path script = pulseScript(folders.pulse);
-  if (!fs::exists(script)) return false;
-  const auto content = read(script);
-  return content && blockIn(*content).isThere();
+  if (read(pipeWireFile(folders.pipeWire))) return true;
+  const auto script = read(pulseScript(folders.pulse));
+  return script && blockIn(*script).isThere();
 }
 
 }  // namespace quorin::device

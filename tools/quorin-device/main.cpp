@@ -32,7 +32,8 @@ std::filesystem::path folder(const char* variable, const char* underHome) {
 std::filesystem::path pulseFolder() {
   const std::filesystem::path home = environment("HOME");
   const auto older = home / ".pulse";
-  return std::filesystem::exists(older / "default.pa") ? older : home / ".config/pulse";
+  std::error_code unreadable;
+  return std::filesystem::exists(older / "default.pa", unreadable) ? older : home / ".config/pulse";
 }
 
 Places places() {
@@ -52,10 +53,16 @@ int run(const Arguments& arguments) {
   if (::geteuid() == 0 && environment("PULSE_SERVER").empty()) {
     return fail("Sound belongs to the person who is logged in: run this without sudo.");
   }
+  const auto say = [](const std::string& line) { std::cout << line << '\n'; };
+  if (arguments.verb == Verb::kRemove) {
+    // Before the server is asked: without one, too, nothing may stay behind.
+    const auto unpersisted = unpersist(places().config);
+    if (!unpersisted) return fail(unpersisted.error());
+    if (*unpersisted) say("The device is no longer created at login.");
+  }
   auto client = PulseClient::connect();
   if (!client) return fail(client.error());
-  VirtualDevice device(*std::move(client), places(),
-                       [](const std::string& line) { std::cout << line << '\n'; });
+  VirtualDevice device(*std::move(client), places(), say);
   if (arguments.verb == Verb::kStatus) {
     const auto right = device.status();
     if (!right) return fail(right.error());

@@ -43,7 +43,9 @@ void takeDevice(pa_context* /*context*/, const Info* info, int endOfList, void* 
   if (endOfList != 0 || info == nullptr) return;
   auto& device = *static_cast<audio::Device*>(result);
   device.number = info->index + 1;
-  if (info->description != nullptr) device.name = info->description;
+  if (const auto description = textOf(info->description); !description.empty()) {
+    device.name = description;
+  }
 }
 
 }  // namespace
@@ -142,6 +144,7 @@ std::expected<ServerInfo, Error> PulseClient::serverInfo() {
 }
 
 std::expected<audio::Device, Error> PulseClient::sink(const std::string& name) {
+  if (name.empty()) return audio::Device{};
   audio::Device result;
   const auto finished =
       connection_->finish(pa_context_get_sink_info_by_name(connection_->context.get(), name.c_str(),
@@ -151,6 +154,7 @@ std::expected<audio::Device, Error> PulseClient::sink(const std::string& name) {
 }
 
 std::expected<audio::Device, Error> PulseClient::source(const std::string& name) {
+  if (name.empty()) return audio::Device{};
   audio::Device result;
   const auto finished = connection_->finish(
       pa_context_get_source_info_by_name(connection_->context.get(), name.c_str(),

@@ -108,10 +108,6 @@ std::expected<void, Error> VirtualDevice::makeDefault() {
 }
 
 std::expected<void, Error> VirtualDevice::remove() {
-  const auto unpersisted = unpersist(places_.config);
-  if (!unpersisted) return std::unexpected(unpersisted.error());
-  if (*unpersisted) say_("The device is no longer created at login.");
-
   const auto before = currentDefaults();
   if (!before) return std::unexpected(before.error());
   const Defaults former = readDefaults(places_.formerDefaults);

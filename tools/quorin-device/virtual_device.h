@@ -26,6 +26,7 @@ class VirtualDevice {
   VirtualDevice(PulseClient client, Places places, Say say);
 
   std::expected<void, Error> add(const Arguments& arguments);
+  /// From the server; `unpersist` is another matter.
   std::expected<void, Error> remove();
   /// Whether the device check of quorin-stream would pass.
   std::expected<bool, Error> status();
