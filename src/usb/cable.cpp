@@ -3,6 +3,7 @@
 #include "platform/log/log.h"
 #include "usb/cable_frames.h"
 #include "usb/device_information.h"
+#include "wire/displayable.h"
 
 #include <string>
 #include <utility>
@@ -22,6 +23,10 @@ Cable::~Cable() {
 CableLinkEvents Cable::linkEvents() {
   return {.channelWasSet =
               [this](const std::shared_ptr<PTChannel>& channel) {
+                if (const auto dropped = audioPath_.dropped(); dropped > 0) {
+                  log::note("cable", std::to_string(dropped) +
+                                         " audio frames dropped: the phone read too slowly");
+                }
                 audioPath_.setChannel(channel.get());
                 pingLoop_.forgetUnanswered();
               },
@@ -64,7 +69,7 @@ void Cable::didReceiveFrame(PTChannel& channel, const FrameHeader& header,
 void Cable::didReceiveText(const PTChannel& channel, std::span<const std::byte> payload) {
   const auto label = "[" + channel.userInfo().text() + "]: ";
   if (const auto text = decodeText(payload)) {
-    present(label + std::string(*text), false);
+    present(label + wire::displayable(*text), false);
   } else {
     present(label + "a text message that cannot be read: " + describe(text.error()), true);
   }

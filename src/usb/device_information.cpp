@@ -2,6 +2,7 @@
 
 #include "usb/binary_plist_check.h"
 #include "wire/control_message.h"
+#include "wire/displayable.h"
 
 #include <plist/plist.h>
 
@@ -19,7 +20,6 @@
 namespace quorin::usb {
 namespace {
 
-constexpr std::size_t kMaxText = 4096;
 constexpr int kMaxDepth = 16;
 constexpr std::size_t kMaxDataBytes = 32;
 
@@ -76,15 +76,10 @@ class Describer {
     }
   }
 
-  std::string text() && {
-    if (!full()) return std::move(text_);
-    auto end = kMaxText;  // not inside a character
-    while ((static_cast<unsigned char>(text_[end]) & 0xC0U) == 0x80U) --end;
-    return text_.substr(0, end) + "...";
-  }
+  std::string text() && { return wire::shortened(std::move(text_)); }
 
  private:
-  bool full() const { return text_.size() > kMaxText; }
+  bool full() const { return text_.size() > wire::kMaxDisplayedBytes; }
   static std::string indent(int depth) {
     return std::string(4 * static_cast<std::size_t>(depth), ' ');
   }

@@ -7,6 +7,7 @@
 #include "quorin-listen/report.h"
 #include "quorin-listen/udp_source.h"
 #include "usb/cable_link.h"
+#include "wire/displayable.h"
 
 #include <poll.h>
 #include <sys/signalfd.h>
@@ -140,7 +141,7 @@ bool drawPlot(const std::string& path, const Reception& reception) {
 std::expected<std::unique_ptr<SoundSource>, std::string> openSource(const Options& options) {
   if (!options.cable) return UdpSource::open(options.server, steadyNow());
   return CableSource::open(options.port.value_or(usb::kCablePort), [](std::string_view text) {
-    std::cerr << "quorin-listen: the computer writes: " << text << '\n';
+    std::cerr << "quorin-listen: the computer writes: " << wire::displayable(text) << '\n';
   });
 }
 

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+/// Text from outside on its way to a log, a terminal or a label.
+namespace quorin::wire {
+
+/// Enough for anything a person reads; all beyond it would only fill memory.
+inline constexpr std::size_t kMaxDisplayedBytes = 4096;
+
+/// `text`, well-formed UTF-8, or its first `kMaxDisplayedBytes` and "..."; never cut inside a
+/// character.
+std::string shortened(std::string text);
+
+/// `text`, well-formed UTF-8, shortened, with every control character but tabs and line breaks
+/// replaced by U+FFFD: it moves no cursor and rings no bell.
+std::string displayable(std::string_view text);
+
+}  // namespace quorin::wire
