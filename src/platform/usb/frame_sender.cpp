@@ -15,15 +15,14 @@ FrameSender::FrameSender(Queues queues, std::shared_ptr<const posix::FileDescrip
 std::expected<std::shared_ptr<FrameSender>, std::error_code> FrameSender::make(
     Queues queues, std::shared_ptr<const posix::FileDescriptor> socket,
     std::weak_ptr<FrameSenderOwner> owner) {
-  const auto descriptor = socket->get();
-  auto sender = std::make_shared<FrameSender>(queues, std::move(socket), std::move(owner));
-  auto room =
-      WritableSource::make(queues.send, descriptor, [weak = std::weak_ptr<FrameSender>(sender)] {
-        if (const auto self = weak.lock()) {
-          self->waitsForRoom_ = false;
-          self->flush();
-        }
-      });
+  auto sender = std::make_shared<FrameSender>(queues, socket, std::move(owner));
+  auto room = WritableSource::make(queues.send, std::move(socket),
+                                   [weak = std::weak_ptr<FrameSender>(sender)] {
+                                     if (const auto self = weak.lock()) {
+                                       self->waitsForRoom_ = false;
+                                       self->flush();
+                                     }
+                                   });
   if (!room) return std::unexpected(room.error());
   sender->room_ = std::move(*room);
   return sender;

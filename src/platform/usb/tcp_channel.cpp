@@ -87,7 +87,7 @@ std::error_code TcpChannel::beginConnecting(const PTAddress& peer) {
   if (::connect(socket_->get(), generic, sizeof address) != 0 && errno != EINPROGRESS) {
     return lastError();
   }
-  auto answered = WritableSource::make(queues_.main, socket_->get(), [weak = weak_from_this()] {
+  auto answered = WritableSource::make(queues_.main, socket_, [weak = weak_from_this()] {
     if (const auto self = weak.lock()) self->connectionMade(pendingError(self->socket_->get()));
   });
   if (!answered) return answered.error();

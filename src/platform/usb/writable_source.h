@@ -6,26 +6,33 @@
 #include <expected>
 #include <memory>
 #include <system_error>
+#include <utility>
 
 namespace quorin::usb {
 
-/// Runs its handler on its queue, once per `arm`, when the descriptor is writable or broken. The
-/// descriptor must outlive it; cancelled by destruction, with the rules of `dispatch::Timer`.
+/// Runs its handler on its queue, once per `arm`, when the socket is writable or broken. Cancelled
+/// by destruction, with the rules of `dispatch::Timer`.
 ///
 /// An epoll set is itself readable when a member is ready, which makes a read source of it.
 class WritableSource {
  public:
   static std::expected<std::unique_ptr<WritableSource>, std::error_code> make(
-      dispatch::Queue& queue, int descriptor, dispatch::Task handler);
+      dispatch::Queue& queue, std::shared_ptr<const posix::FileDescriptor> socket,
+      dispatch::Task handler);
 
   /// On the source's queue. One system call.
   void arm();
 
  private:
-  WritableSource(posix::FileDescriptor epoll, int descriptor);
+  /// Also held by a handler that runs while the source is destroyed.
+  struct Descriptors {
+    posix::FileDescriptor epoll;
+    std::shared_ptr<const posix::FileDescriptor> socket;
+  };
+  explicit WritableSource(std::shared_ptr<const Descriptors> descriptors)
+      : descriptors_(std::move(descriptors)) {}
 
-  posix::FileDescriptor epoll_;
-  int descriptor_;
+  std::shared_ptr<const Descriptors> descriptors_;
   std::unique_ptr<dispatch::ReadSource> source_;
 };
 
