@@ -185,7 +185,7 @@ Anyone on your network can connect and listen, so use a network you trust, and s
     </message>
     <message id="alert.settings.title">
         <source></source>
-        <translation>No settings program found</translation>
+        <translation>The settings could not be opened</translation>
     </message>
     <message id="alert.settings.sound">
         <source></source>

@@ -185,7 +185,7 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
     </message>
     <message id="alert.settings.title">
         <source></source>
-        <translation>No se encontró ningún programa de ajustes</translation>
+        <translation>No se pudieron abrir los ajustes</translation>
     </message>
     <message id="alert.settings.sound">
         <source></source>

@@ -4,6 +4,7 @@
 #include <QStandardPaths>
 #include <QString>
 #include <QStringList>
+#include <algorithm>
 
 namespace quorin::desktop {
 namespace {
@@ -30,23 +31,18 @@ bool start(const Command& command) {
   return QProcess::startDetached(text(command.program), arguments);
 }
 
-std::expected<void, SettingsError> open(SettingsPage page) {
+bool open(SettingsPage page) {
   const auto desktop = qgetenv("XDG_CURRENT_DESKTOP").toStdString();
-  const auto commands = settingsCommands(page, desktop, installedHere());
-  if (commands.empty()) return std::unexpected(SettingsError::kNothingInstalled);
-  for (const Command& command : commands) {
-    if (start(command)) return {};
-  }
-  return std::unexpected(SettingsError::kNotStarted);
+  return std::ranges::any_of(settingsCommands(page, desktop, installedHere()), start);
 }
 
 }  // namespace
 
-std::expected<void, SettingsError> openSoundSettings() {
+bool openSoundSettings() {
   return open(SettingsPage::kSound);
 }
 
-std::expected<void, SettingsError> openMicPrivacySettings() {
+bool openMicPrivacySettings() {
   return open(SettingsPage::kMicrophonePrivacy);
 }
 

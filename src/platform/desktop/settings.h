@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <expected>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -13,14 +12,10 @@ namespace quorin::desktop {
 
 enum class SettingsPage : std::uint8_t { kSound, kMicrophonePrivacy };
 
-enum class SettingsError : std::uint8_t {
-  kNothingInstalled,  ///< no program that this desktop would show its settings with
-  kNotStarted,        ///< there are some, and none could be started
-};
-
-/// Open the page in a program of its own, which outlives this one.
-std::expected<void, SettingsError> openSoundSettings();
-std::expected<void, SettingsError> openMicPrivacySettings();
+/// Open the page in a program of its own, which outlives this one; false when there is none that
+/// could be started.
+bool openSoundSettings();
+bool openMicPrivacySettings();
 
 struct Command {
   std::string program;
