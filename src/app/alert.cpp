@@ -88,7 +88,7 @@ void Alert::show(Qt::WindowModality modality) {
   QDialog::show();
 }
 
-void askToStop(const Texts& texts, QWidget* window, std::function<void()> stop) {
+Alert* askToStop(const Texts& texts, QWidget* window, std::function<void()> stop) {
   auto* const alert =
       new Alert({.title = texts.tr("alert.stop.title"),
                  .text = texts.tr("alert.stop.info"),
@@ -99,6 +99,7 @@ void askToStop(const Texts& texts, QWidget* window, std::function<void()> stop) 
   alert->beginSheet([stop = std::move(stop)](int button) {
     if (button == 1) stop();
   });
+  return alert;
 }
 
 void showSettingsHelp(const Texts& texts, desktop::SettingsPage page, QWidget* window) {

@@ -37,8 +37,9 @@ class Alert : public QDialog {
   void show(Qt::WindowModality modality);
 };
 
-/// Asks whether to stop although somebody listens; `stop` runs when the person says so.
-void askToStop(const Texts& texts, QWidget* window, std::function<void()> stop);
+/// Asks whether to stop although somebody listens; `stop` runs when the person says so. The alert
+/// is deleted when it is answered.
+Alert* askToStop(const Texts& texts, QWidget* window, std::function<void()> stop);
 
 /// Says where to look when no program is there to show `page` of the settings with.
 void showSettingsHelp(const Texts& texts, desktop::SettingsPage page, QWidget* window);

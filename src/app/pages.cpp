@@ -36,6 +36,7 @@ void Pages::openCablePage() {
 }
 
 void Pages::leavePages() {
+  if (stopQuestion_) stopQuestion_->reject();  // there is nothing left to stop
   open(Page::kMenu);
 }
 
@@ -60,7 +61,7 @@ void Pages::presentMessage(const QString& text, bool isStatus) {
 }
 
 void Pages::confirmStop(std::function<void()> stop) {
-  askToStop(parts_.texts, parts_.views.contentView_.window(), std::move(stop));
+  stopQuestion_ = askToStop(parts_.texts, parts_.views.contentView_.window(), std::move(stop));
 }
 
 void Pages::showPrivacyTerms() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/alert.h"
 #include "app/console.h"
 #include "app/guard_flow.h"
 #include "app/images.h"
@@ -10,6 +11,7 @@
 #include "app/wifi_page.h"
 #include "platform/desktop/settings.h"
 
+#include <QPointer>
 #include <functional>
 
 namespace quorin::app {
@@ -41,7 +43,7 @@ class Pages : public WiFiPageView, public MenuView, public GuardScreens {
 
   void showSplashGone();
 
-  /// No settings program is there: says in words where to look.
+  /// No settings program could be opened: says in words where to look.
   void showSettingsMissing(desktop::SettingsPage page);
 
   void openWiFiPage() override;
@@ -67,6 +69,7 @@ class Pages : public WiFiPageView, public MenuView, public GuardScreens {
   Console console_;
   std::function<void()> stopAllSessions_;
   std::function<void()> menuShown_;
+  QPointer<Alert> stopQuestion_;  ///< while it is asked
 };
 
 }  // namespace quorin::app

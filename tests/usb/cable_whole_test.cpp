@@ -101,7 +101,6 @@ class CableWholeTest : public testing::Test {
 
 TEST_F(CableWholeTest, TalksToAPhoneOnTheLoopbackAddress) {
   cable->link().enterCableMode();
-  ASSERT_TRUE(until([&] { return true; })) << "nobody listens yet";
   test::PhoneListener listener(kCablePort);
   ASSERT_TRUE(loopbackPhoneConnects(listener));
 
@@ -240,7 +239,7 @@ int main(int argc, char** argv) {
   testing::InitGoogleMock(&argc, argv);
   if (!quorin::test::enterOwnNetwork()) {
     std::puts("skipped: a network of its own needs root or user namespaces");
-    return 0;
+    return 77;  // what CTest takes for skipped
   }
   const QCoreApplication application(argc, argv);
   return RUN_ALL_TESTS();
