@@ -4,10 +4,12 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <numbers>
 #include <sstream>
 
@@ -62,6 +64,21 @@ bool PrivateAudioServer::pactl(std::vector<std::string> arguments) const {
                        .environment = environment_,
                        .output = folder_ / "pactl.log"})
              .wait() == 0;
+}
+
+std::ptrdiff_t PrivateAudioServer::recordings() const {
+  const auto list = folder_ / "recordings.txt";
+  std::filesystem::remove(list);
+  ChildProcess({.arguments = {"pactl", "list", "short", "source-outputs"},
+                .environment = environment_,
+                .output = list})
+      .wait();
+  std::ifstream lines(list);
+  return std::count(std::istreambuf_iterator(lines), {}, '\n');
+}
+
+void PrivateAudioServer::signalAll(int signal) {
+  for (const auto& process : processes_) ::kill(process.pid(), signal);
 }
 
 ChildProcess PrivateAudioServer::play(const Sine& sine) const {

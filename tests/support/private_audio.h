@@ -2,6 +2,8 @@
 
 #include "support/child_process.h"
 
+#include <csignal>
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -21,6 +23,9 @@ class PrivateAudioServer {
   bool start();
   /// SIGKILL.
   void kill() { processes_.clear(); }
+  /// From `freeze` to `thaw` the server runs, but answers nothing.
+  void freeze() { signalAll(SIGSTOP); }
+  void thaw() { signalAll(SIGCONT); }
 
   /// Adds a sink that nobody hears; its monitor is the source "NAME.monitor". With the parameter
   /// "norewinds=1" its sound begins at once on PulseAudio, instead of up to 2 s late.
@@ -30,6 +35,8 @@ class PrivateAudioServer {
   bool setDefaultSource(const std::string& name) const;
   bool setDefaultSink(const std::string& name) const;
   bool pactl(std::vector<std::string> arguments) const;
+  /// How many streams record.
+  std::ptrdiff_t recordings() const;
 
   /// Plays `seconds` of a mono sine into a sink, through a player that buffers `latency` ms.
   struct Sine {
@@ -53,6 +60,7 @@ class PrivateAudioServer {
   PrivateAudioServer();
 
   virtual void launch() = 0;
+  void signalAll(int signal);
 
   std::filesystem::path folder_;
   std::vector<std::string> environment_;

@@ -30,7 +30,18 @@ std::unexpected<Error> failure(std::string description) {
 void PulseEngine::DropStream::operator()(pa_stream* stream) const {
   ::pa_stream_set_state_callback(stream, nullptr, nullptr);
   ::pa_stream_set_read_callback(stream, nullptr, nullptr);
-  ::pa_stream_disconnect(stream);
+  if (::pa_stream_get_state(stream) == PA_STREAM_CREATING) {
+    // It cannot be disconnected yet, and would record for ever once the server answers; until
+    // then the context keeps it.
+    ::pa_stream_set_state_callback(
+        stream,
+        [](pa_stream* late, void*) {
+          if (::pa_stream_get_state(late) == PA_STREAM_READY) ::pa_stream_disconnect(late);
+        },
+        nullptr);
+  } else {
+    ::pa_stream_disconnect(stream);
+  }
   ::pa_stream_unref(stream);
 }
 

@@ -226,6 +226,18 @@ TEST_F(PulseTest, TheServersDeathIsReportedAndALaterStartWorks) {
   EXPECT_EQ(interruptions_.size(), 1U);
 }
 
+TEST_F(PulseTest, AStartThatTheServerNeverAnsweredLeavesNoRecordingBehind) {
+  ASSERT_TRUE(inputBecomes("Monitor of Quorin Audio"));
+  server_->freeze();
+  const auto started = record();
+  ASSERT_FALSE(started);
+  EXPECT_THAT(started.error().description, HasSubstr("does not answer"));
+  stopRecording();
+  server_->thaw();
+  ASSERT_TRUE(record());  // answered after the former
+  EXPECT_TRUE(soon([&] { return server_->recordings() == 1; })) << server_->recordings();
+}
+
 TEST_F(PipeWireTest, RecordsWhatIsPlayed) {
   ASSERT_TRUE(inputBecomes("Monitor of Quorin Audio"));
   const auto player = server_->play({.frequency = kFrequency, .seconds = 10, .sink = "quorin"});
