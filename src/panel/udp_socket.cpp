@@ -13,7 +13,6 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
-#include <mutex>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -25,7 +24,8 @@ namespace {
 /// costs no memory.
 constexpr int kMostWaiting = 1024;
 
-constexpr std::size_t kDatagramsPerCall = 64;
+/// The most that the system takes (UIO_MAXIOV).
+constexpr std::size_t kDatagramsPerCall = 1024;
 
 std::string systemText(int errorNumber) {
   return std::generic_category().message(errorNumber);
@@ -41,9 +41,10 @@ void setOption(int fd, int option, int value) {
 
 /// Sends one call's worth; returns how many datagrams that settled, sent or refused.
 std::size_t sendSome(int fd, iovec& payload, std::span<const sockaddr_in> addresses) {
-  std::array<mmsghdr, kDatagramsPerCall> messages{};
+  std::array<mmsghdr, kDatagramsPerCall> messages;
   const std::size_t count = std::min(addresses.size(), messages.size());
   for (std::size_t i = 0; i < count; ++i) {
+    messages[i] = {};
     auto& header = messages[i].msg_hdr;
     header.msg_name = const_cast<sockaddr_in*>(&addresses[i]);  // only read
     header.msg_namelen = sizeof(sockaddr_in);
@@ -111,7 +112,7 @@ void UDPSocket::setOnMessageReceived(MessageHandler handler) {
 }
 
 int UDPSocket::socket() const {
-  const std::shared_lock lock(descriptorMutex_);
+  const dispatch::SharedLock lock(descriptorMutex_);
   return socket_.get();
 }
 
@@ -133,7 +134,7 @@ std::expected<void, SocketError> UDPSocket::start() {
   }
   if (::getsockname(fd.get(), generic(address), &length) == 0) port_ = ntohs(address.sin_port);
 
-  const std::unique_lock lock(descriptorMutex_);
+  const dispatch::Lock lock(descriptorMutex_);
   socket_ = std::move(fd);
   startReceiving();
   return {};
@@ -152,7 +153,7 @@ void UDPSocket::receiveOnce() {
   socklen_t length = sizeof source;
   ssize_t received = 0;
   {
-    const std::shared_lock lock(descriptorMutex_);
+    const dispatch::SharedLock lock(descriptorMutex_);
     if (!socket_) return;
     received = ::recvfrom(socket_.get(), buffer.data(), buffer.size(), 0, generic(source), &length);
   }
@@ -191,7 +192,7 @@ void UDPSocket::sendToAll(std::span<const std::byte> bytes,
                           std::span<const sockaddr_in> addresses) {
   iovec payload{.iov_base = const_cast<std::byte*>(bytes.data()), .iov_len = bytes.size()};
   while (!addresses.empty()) {
-    const std::shared_lock lock(descriptorMutex_);
+    const dispatch::SharedLock lock(descriptorMutex_);
     if (!socket_) return;
     addresses = addresses.subspan(sendSome(socket_.get(), payload, addresses));
   }
@@ -201,10 +202,10 @@ void UDPSocket::close() {
   isListening_ = false;
   {
     // Wakes the receive loop at once, though the socket has no peer and the call says so.
-    const std::shared_lock lock(descriptorMutex_);
+    const dispatch::SharedLock lock(descriptorMutex_);
     if (socket_) ::shutdown(socket_.get(), SHUT_RDWR);
   }
-  const std::unique_lock lock(descriptorMutex_);
+  const dispatch::Lock lock(descriptorMutex_);
   socket_.reset();
 }
 

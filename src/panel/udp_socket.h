@@ -3,11 +3,11 @@
 #include "panel/datagram_socket.h"
 #include "panel/print_line.h"
 #include "platform/dispatch/scheduler.h"
+#include "platform/dispatch/thread_safety.h"
 #include "platform/posix/file_descriptor.h"
 
 #include <atomic>
 #include <memory>
-#include <shared_mutex>
 
 namespace quorin::panel {
 
@@ -47,8 +47,8 @@ class UDPSocket final : public DatagramSocket {
   PrintLine print_;
   std::uint16_t port_;
 
-  mutable std::shared_mutex descriptorMutex_;  ///< shared: in use; alone: opened or closed
-  posix::FileDescriptor socket_;               ///< with `descriptorMutex_`
+  mutable dispatch::SharedMutex descriptorMutex_;  ///< shared: in use; alone: opened or closed
+  posix::FileDescriptor socket_ GUARDED_BY(descriptorMutex_);
   std::atomic<bool> isListening_ = false;
 
   std::shared_ptr<Inbox> inbox_;

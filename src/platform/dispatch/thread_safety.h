@@ -1,9 +1,10 @@
 #pragma once
 
 #include <mutex>
+#include <shared_mutex>
 
-/// Annotations for clang's -Wthread-safety; nothing elsewhere. The standard library's mutex
-/// carries none, hence the wrapper.
+/// Annotations for clang's -Wthread-safety; nothing elsewhere. The standard library's
+/// mutexes carry none, hence the wrappers.
 #if defined(__clang__)
 #define QUORIN_THREAD_ATTRIBUTE(x) __attribute__((x))
 #else
@@ -25,9 +26,25 @@ class QUORIN_THREAD_ATTRIBUTE(capability("mutex")) Mutex {
   std::mutex mutex_;
 };
 
+/// Held by many at once with `SharedLock`, or by one alone with `Lock`.
+class QUORIN_THREAD_ATTRIBUTE(capability("shared mutex")) SharedMutex {
+ public:
+  void lock() QUORIN_THREAD_ATTRIBUTE(acquire_capability()) { mutex_.lock(); }
+  void unlock() QUORIN_THREAD_ATTRIBUTE(release_capability()) { mutex_.unlock(); }
+  void lockShared() QUORIN_THREAD_ATTRIBUTE(acquire_shared_capability()) { mutex_.lock_shared(); }
+  void unlockShared() QUORIN_THREAD_ATTRIBUTE(release_shared_capability()) {
+    mutex_.unlock_shared();
+  }
+
+ private:
+  std::shared_mutex mutex_;
+};
+
+template <typename Lockable>
 class QUORIN_THREAD_ATTRIBUTE(scoped_lockable) Lock {
  public:
-  explicit Lock(Mutex& mutex) QUORIN_THREAD_ATTRIBUTE(acquire_capability(mutex)) : mutex_(mutex) {
+  explicit Lock(Lockable& mutex) QUORIN_THREAD_ATTRIBUTE(acquire_capability(mutex))
+      : mutex_(mutex) {
     mutex_.lock();
   }
   ~Lock() QUORIN_THREAD_ATTRIBUTE(release_capability()) { mutex_.unlock(); }
@@ -35,7 +52,21 @@ class QUORIN_THREAD_ATTRIBUTE(scoped_lockable) Lock {
   Lock& operator=(const Lock&) = delete;
 
  private:
-  Mutex& mutex_;
+  Lockable& mutex_;
+};
+
+class QUORIN_THREAD_ATTRIBUTE(scoped_lockable) SharedLock {
+ public:
+  explicit SharedLock(SharedMutex& mutex) QUORIN_THREAD_ATTRIBUTE(acquire_shared_capability(mutex))
+      : mutex_(mutex) {
+    mutex_.lockShared();
+  }
+  ~SharedLock() QUORIN_THREAD_ATTRIBUTE(release_generic_capability()) { mutex_.unlockShared(); }
+  SharedLock(const SharedLock&) = delete;
+  SharedLock& operator=(const SharedLock&) = delete;
+
+ private:
+  SharedMutex& mutex_;
 };
 
 }  // namespace quorin::dispatch
