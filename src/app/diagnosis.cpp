@@ -73,9 +73,17 @@ Finding address(const Facts& facts) {
 
 Finding port(const Facts& facts) {
   constexpr auto kName = "port";
-  if (facts.portError.empty()) return fine(kName, text(facts.port) + ", free");
-  return {kName, text(facts.port + ": " + facts.portError), Kind::kProblem,
-          "End the program that holds it (ss -ulpn tells which), or choose another with --port."};
+  if (!facts.portError) return fine(kName, text(facts.port) + ", free");
+  if (facts.portError == std::errc::invalid_argument) {
+    return {kName, text(facts.port) + ": not a port", Kind::kProblem,
+            "Choose one from 1 to 65535 with --port."};
+  }
+  const auto found = text(facts.port + ": " + facts.portError.message());
+  if (facts.portError == std::errc::address_in_use) {
+    return {kName, found, Kind::kProblem,
+            "End the program that holds it (ss -ulpn tells which), or choose another with --port."};
+  }
+  return {kName, found, Kind::kProblem, "Choose another, above 1023, with --port."};
 }
 
 Finding usbService(bool answers) {

@@ -9,6 +9,7 @@
 #include <QString>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 /// What `--diagnose` tells: everything that streaming needs, as this machine has it, with one line
@@ -23,8 +24,8 @@ struct Facts {
   desktop::AuthorizationStatus microphone = desktop::AuthorizationStatus::kNotDetermined;
   std::vector<network::InterfaceAddress> addresses;
   std::optional<std::string> chosenAddress;
-  std::string port;       ///< as it was typed
-  std::string portError;  ///< empty: it can be bound
+  std::string port;           ///< as it was typed
+  std::error_code portError;  ///< none: it can be bound; invalid_argument: it is no port
   bool usbServiceAnswers = false;
   dispatch::RealtimeGrant realtime = dispatch::RealtimeGrant::kNone;
 };

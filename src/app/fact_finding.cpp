@@ -44,16 +44,16 @@ void askForSound(Facts& facts) {
   scheduler->end();
 }
 
-std::string portErrorOf(const QString& typed) {
+std::error_code portErrorOf(const QString& typed) {
   const auto port = wifi::parsePort(typed.toStdString());
-  if (!port) return "not a port, those are 1 to 65535";
+  if (!port) return std::make_error_code(std::errc::invalid_argument);
   const posix::FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
   const auto address = wire::ClientKey{.address = INADDR_ANY, .port = *port}.socketAddress();
   if (socket &&
       ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
     return {};
   }
-  return std::generic_category().message(errno);
+  return {errno, std::generic_category()};
 }
 
 }  // namespace

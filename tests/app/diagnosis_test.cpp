@@ -52,11 +52,24 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
       {"address",
        [](Facts& f) {
          f.chosenAddress.reset();
-         f.addresses = {{"tun0", "10.8.0.2", true, true}, {"eth0", "10.0.0.2", true, false}};
+         f.addresses = {{"tun0", "10.8.0.2", true, true},
+                        {"eth0", "10.0.0.2", true, false},
+                        {"wlan0", "10.0.0.3", false, false}};
        },
-       false, "none of tun0 10.8.0.2, eth0 10.0.0.2 (no carrier)", "Connect this computer"},
-      {"port", [](Facts& f) { f.portError = "Address already in use"; }, false,
-       "9000: Address already in use", "--port"},
+       false, "none of tun0 10.8.0.2, eth0 10.0.0.2 (no carrier), wlan0 10.0.0.3 (off)",
+       "Connect this computer"},
+      {"address",
+       [](Facts& f) {
+         f.chosenAddress.reset();
+         f.addresses.clear();
+       },
+       false, "no interface has one", "Connect this computer"},
+      {"port", [](Facts& f) { f.portError = make_error_code(std::errc::address_in_use); }, false,
+       "9000: Address already in use", "End the program that holds it"},
+      {"port", [](Facts& f) { f.portError = make_error_code(std::errc::permission_denied); }, false,
+       "9000: Permission denied", "above 1023"},
+      {"port", [](Facts& f) { f.portError = make_error_code(std::errc::invalid_argument); }, false,
+       "9000: not a port", "1 to 65535"},
       {"USB service", [](Facts& f) { f.usbServiceAnswers = false; }, true, "does not answer",
        "install usbmuxd"},
       {"real-time priority", [](Facts& f) { f.realtime = dispatch::RealtimeGrant::kNone; }, true,
