@@ -24,21 +24,30 @@ std::chrono::nanoseconds monotonicNow() {
 
 }  // namespace
 
+bool runBareLoop(LoopPriority priority, const std::function<bool(std::chrono::nanoseconds)>& woke) {
+  const sched_param fifo{.sched_priority = 10};
+  if (priority == LoopPriority::kRealtime &&
+      ::pthread_setschedparam(::pthread_self(), SCHED_FIFO, &fifo) != 0) {
+    return false;
+  }
+  auto due = monotonicNow();
+  do {
+    due += kTick;
+    const auto deadline = timespecOf(due);
+    while (::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) != 0) {
+    }
+  } while (woke(monotonicNow()));
+  return true;
+}
+
 measure::Spread bareLoop(std::chrono::seconds duration, LoopPriority priority) {
   measure::ArrivalStatistics wakeUps;
   std::thread([&] {
-    const sched_param fifo{.sched_priority = 10};
-    if (priority == LoopPriority::kRealtime &&
-        ::pthread_setschedparam(::pthread_self(), SCHED_FIFO, &fifo) != 0) {
-      return;
-    }
-    const auto begin = monotonicNow();
-    for (auto due = begin; due < begin + duration; due += kTick) {
-      const auto deadline = timespecOf(due);
-      while (::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) != 0) {
-      }
-      wakeUps.add(monotonicNow(), wire::kChunkFrames);
-    }
+    const auto end = monotonicNow() + duration;
+    runBareLoop(priority, [&](std::chrono::nanoseconds now) {
+      wakeUps.add(now, wire::kChunkFrames);
+      return now < end;
+    });
   }).join();
   return wakeUps.deviation();
 }
