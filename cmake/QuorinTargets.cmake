@@ -39,6 +39,7 @@ if(QUORIN_SANITIZE)
 endif()
 if(QUORIN_COVERAGE)
   add_compile_options(--coverage)
+  add_compile_definitions(NDEBUG) # an assertion is nobody's decision
   add_link_options(--coverage)
 endif()
 

@@ -7,7 +7,7 @@ source tools/dev/common.sh
 
 STEPS=(format includes lint asan tsan fuzz)
 
-sources() { find src tools tests bench -name '*.h' -o -name '*.cpp' | sort; }
+sources() { find src tools tests bench packaging -name '*.h' -o -name '*.cpp' | sort; }
 
 step_format() { sources | xargs clang-format-19 --dry-run --Werror; }
 
@@ -16,7 +16,7 @@ step_includes() { tools/check/include_rule.sh; }
 # Also the build with clang: warnings are errors, with thread-safety analysis.
 step_lint() {
   configure clang -DQUORIN_BENCH=ON && build clang &&
-    run-clang-tidy-19 -quiet -p build/clang -j "$(nproc)" "^$PWD/(src|tools|tests|bench)/"
+    run-clang-tidy-19 -quiet -p build/clang -j "$(nproc)" "^$PWD/(src|tools|tests|bench|packaging)/"
 }
 
 sanitized_tests() {
