@@ -104,6 +104,17 @@ TEST_F(QuorinListen, RecordsMeasuresAndDrawsWhatItHears) {
   EXPECT_FALSE(QImage(QString::fromStdString(path("a.png"))).isNull());
 }
 
+TEST_F(QuorinListen, TakesThePanelsFloats) {
+  StandInServer server(StandInServer::Manner::kServesFloats);
+  ASSERT_EQ(run({server.address(), "--seconds", "0.5", "--json", "--wav", path("f.wav")}), 0)
+      << said("err");
+  const auto json = QJsonDocument::fromJson(QByteArray::fromStdString(said("out"))).object();
+  EXPECT_NEAR(json["frequency_hz"].toDouble(), 440, 0.1);
+  EXPECT_NEAR(json["level_db"]["rms"].toDouble(), -9.03, 0.05);
+  const auto datagrams = static_cast<std::size_t>(json["datagrams"].toInt());
+  EXPECT_EQ(measure::readWav(path("f.wav")).value().size(), datagrams * 882);
+}
+
 posix::FileDescriptor connectTo(std::uint16_t port) {
   posix::FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
   const auto address = wire::ClientKey{.address = INADDR_LOOPBACK, .port = port}.socketAddress();

@@ -21,11 +21,13 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-std::array<std::int16_t, 882> toneFrom(std::size_t frame) {
-  std::array<std::int16_t, 882> samples{};
+/// A chunk of the tone, with `unit` for half of the full scale.
+template <typename Sample>
+std::array<Sample, 882> toneFrom(std::size_t frame, double unit) {
+  std::array<Sample, 882> samples{};
   for (auto& sample : samples) {
     const double phase = 2 * std::numbers::pi * 440 * static_cast<double>(frame++) / 44100;
-    sample = static_cast<std::int16_t>(std::lround(16384 * std::sin(phase)));
+    sample = static_cast<Sample>(unit * std::sin(phase));
   }
   return samples;
 }
@@ -87,9 +89,9 @@ void StandInServer::run(const std::stop_token& stop) {
       const std::scoped_lock lock(mutex_);
       messages_.push_back(message);
       if (message == wire::kHello && manner_ == Manner::kIsFull) reply(wire::kBusy, from);
-      if (message == wire::kHello && manner_ == Manner::kServes) {
+      if (message == wire::kHello && manner_ != Manner::kIsFull) {
         reply(wire::kReady, from);
-        reply(wire::kFormat, from);
+        if (manner_ == Manner::kServes) reply(wire::kFormat, from);
         client = from;
       }
       if (message == wire::kPing) reply(wire::kPong, from);
@@ -98,9 +100,14 @@ void StandInServer::run(const std::stop_token& stop) {
     }
     due += 20ms;
     if (!client) continue;
-    const auto samples = toneFrom(frame);
-    frame += samples.size();
-    send(samples.data(), sizeof samples, *client);
+    if (manner_ == Manner::kServesFloats) {
+      const auto samples = toneFrom<float>(frame, 0.5);
+      send(samples.data(), sizeof samples, *client);
+    } else {
+      const auto samples = toneFrom<std::int16_t>(frame, 16384);
+      send(samples.data(), sizeof samples, *client);
+    }
+    frame += 882;
   }
 }
 

@@ -11,10 +11,11 @@
 namespace quorin::test {
 
 /// Answers on a free port of 127.0.0.1 as a streaming program does, from a thread of its own:
-/// READY, the format and then a 440 Hz tone in 50 datagrams a second, or just BUSY.
+/// READY, the format and then a 440 Hz tone in 50 datagrams a second; or as the server panel does,
+/// READY and the tone in floats; or just BUSY.
 class StandInServer {
  public:
-  enum class Manner { kServes, kIsFull };
+  enum class Manner { kServes, kServesFloats, kIsFull };
 
   explicit StandInServer(Manner manner = Manner::kServes);
   ~StandInServer();
