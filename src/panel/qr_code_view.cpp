@@ -25,16 +25,16 @@ pictures::PicturePtr pictureOf(const QString& text) {
 
 }  // namespace
 
-QRCodeView::QRCodeView(const QString& data) {
-  setData(data);
+QRCodeView::QRCodeView(const QString& text) {
+  setData(text);
 }
 
-void QRCodeView::setData(const QString& data) {
-  if (data == data_ && code_) return;
-  data_ = data;
-  code_ = pictureOf(data);
-  setAccessibleName(QStringLiteral("Código QR: ") + data);
-  setToolTip(data);
+void QRCodeView::setData(const QString& text) {
+  if (text == data_ && code_) return;
+  data_ = text;
+  code_ = pictureOf(text);
+  setAccessibleName(QStringLiteral("Código QR: ") + text);
+  setToolTip(text);
   update();
 }
 

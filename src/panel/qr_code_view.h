@@ -14,10 +14,9 @@ class QRCodeView : public QWidget {
  public:
   static constexpr int kNaturalSide = 250;
 
-  explicit QRCodeView(const QString& data = {});
+  explicit QRCodeView(const QString& text = {});
 
-  void setData(const QString& data);
-  const QString& data() const { return data_; }
+  void setData(const QString& text);
 
   QSize sizeHint() const override { return {kNaturalSide, kNaturalSide}; }
 

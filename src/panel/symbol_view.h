@@ -29,7 +29,6 @@ class DotView : public QWidget {
   DotView(int side, const QColor& color);
 
   void setColor(const QColor& color);
-  const QColor& color() const { return color_; }
 
  protected:
   void paintEvent(QPaintEvent* event) override;

@@ -1,3 +1,5 @@
+#include "app/appearance.h"
+#include "app/images.h"
 #include "app/texts.h"
 #include "panel/content_view.h"
 #include "platform/audio/audio_server.h"
@@ -96,7 +98,9 @@ int launch(int argc, char** argv) {
     case Options::Action::kRun:
       break;
   }
-  const QApplication application(argc, argv);
+  QApplication application(argc, argv);
+  app::applyDarkAppearance(application);
+  QApplication::setWindowIcon(app::Images().icon(QStringLiteral("Logo")));
   return runPanel(options->port);
 }
 
