@@ -25,8 +25,8 @@ user_can_listen() {
   echo "autospawn = no" >"$SESSION/client.conf"
   local sink
   sink=$(PULSE_CLIENTCONFIG="$SESSION/client.conf" timeout 5 pactl get-default-sink 2>/dev/null) &&
-    ! PULSE_CLIENTCONFIG="$SESSION/client.conf" pactl list sinks |
-      grep -A 3 "Name: $sink\$" | grep -q "Quorin Audio"
+    ! PULSE_CLIENTCONFIG="$SESSION/client.conf" LC_ALL=C pactl list sinks |
+      grep -F -x -A 3 "	Name: $sink" | grep -q "Quorin Audio"
 }
 
 listen_options=(
