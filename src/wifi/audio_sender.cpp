@@ -53,7 +53,8 @@ void AudioSender::stopAudioSendTimer() {
 }
 
 void AudioSender::clearAudioFrames() {
-  audioFrameQueueSerial_->async([this] { removeAllFrames(); });
+  clearDue_.store(true, std::memory_order_relaxed);  // comes with the next audience
+  audioFrameQueueSerial_->async([this] { clearIfDue(); });
 }
 
 void AudioSender::publishAudience(std::shared_ptr<const Audience> audience) {
@@ -84,7 +85,15 @@ void AudioSender::removeAllFrames() {
   discipline_.dropped(audioFrameQueue_.clear());
 }
 
+void AudioSender::clearIfDue() {
+  if (clearDue_.exchange(false, std::memory_order_relaxed)) removeAllFrames();
+}
+
 void AudioSender::sendNextAudioFrame() {
+  // A late tick may come before a clearing that was asked for before it: whoever sees the new
+  // audience sees that too.
+  const auto audience = audience_.load();
+  clearIfDue();
   enqueueArrived();
   const auto* chunk = audioFrameQueue_.takeOldest();
   if (chunk == nullptr) {
@@ -92,12 +101,11 @@ void AudioSender::sendNextAudioFrame() {
     add(counters_.starvedTicks, 1);
     return;
   }
-  send(chunk->samples);
+  send(chunk->samples, audience.get());
   audioSendTimer_->shiftBy(discipline_.sent(scheduler_.now() - chunk->arrived));
 }
 
-void AudioSender::send(wire::AudioChunkView chunk) {
-  const auto audience = audience_.load();
+void AudioSender::send(wire::AudioChunkView chunk, const Audience* audience) {
   if (audience != nullptr && audience->count > 0) {
     pushAudioToUDP(chunk, *audience);
   } else if (cable_.channelOpen()) {

@@ -69,9 +69,10 @@ class AudioSender {
   // Pacing queue only.
   void enqueueArrived();
   void enqueueAudioFrame(const TimedChunk& chunk);
+  void clearIfDue();
   void removeAllFrames();
   void sendNextAudioFrame();
-  void send(wire::AudioChunkView chunk);
+  void send(wire::AudioChunkView chunk, const Audience* audience);
   void pushAudioToUDP(wire::AudioChunkView chunk, const Audience& audience);
 
   dispatch::Scheduler& scheduler_;
@@ -79,6 +80,7 @@ class AudioSender {
 
   std::atomic<bool> serverRunning_{false};  ///< main writes, capture reads
   dispatch::Snapshot<Audience> audience_;   ///< main writes, pacing reads
+  std::atomic<bool> clearDue_{false};       ///< main sets, pacing takes; published by `audience_`
   ChunkRing ring_;                          ///< capture writes, pacing reads
   std::atomic<bool> ticking_{false};        ///< pacing writes, capture reads: the timer runs
 

@@ -14,8 +14,8 @@ namespace quorin::wifi {
 /// Carries chunks from the capture thread to the pacing queue. One thread pushes, one drains;
 /// neither allocates, locks or waits.
 ///
-/// 64 slots are 1.28 s: only a pacing thread that stands still for longer loses chunks here, and
-/// the frame queue would have cut them anyway.
+/// 64 slots are 1.28 s: only a pacing thread that stands still for longer loses chunks here, the
+/// newest. What it then finds is old, but short: the frame queue keeps at most 200 ms of it.
 class ChunkRing {
  public:
   static constexpr std::size_t kSlots = 64;

@@ -59,8 +59,6 @@ class NetworkWatch {
   /// Also ends a settling that is due.
   void stopIPWatch();
 
-  bool isWatching() const { return session_ != nullptr; }
-
  private:
   struct Session;
 

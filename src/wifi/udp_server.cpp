@@ -37,7 +37,7 @@ UdpServer::UdpServer(dispatch::Scheduler& scheduler, AudioSender& sender,
     : scheduler_(scheduler), sender_(sender), listener_(listener) {}
 
 UdpServer::~UdpServer() {
-  closeSocket();
+  close();
 }
 
 void UdpServer::startUDP(std::string_view portText) {
@@ -48,7 +48,6 @@ void UdpServer::startUDP(std::string_view portText) {
     return;
   }
 
-  table_.clear();
   const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (fd < 0) {
     listener_.onStartFailed({StartFailure::Step::kSocket, errno, *port});
@@ -71,15 +70,14 @@ void UdpServer::startUDP(std::string_view portText) {
 }
 
 void UdpServer::stopUDP() {
-  closeSocket();
-  table_.clear();
+  close();
   sender_.stopAudioSendTimer();
   listener_.onStopped();
 }
 
 void UdpServer::restartUDPForNetworkChange(std::string_view portText) {
   const bool wasRunning = udpRunning_;
-  closeSocket();
+  close();
   if (wasRunning) startUDP(portText);
 }
 
@@ -98,8 +96,9 @@ bool UdpServer::bindTo(std::uint16_t port) const {
   return true;
 }
 
-void UdpServer::closeSocket() {
+void UdpServer::close() {
   udpRunning_ = false;
+  table_.clear();
   sender_.setServerRunning(false);
   sender_.publishAudience(nullptr);  // before the socket goes, so that no send outlives it
   udpClientTimeoutTimer_.reset();
@@ -173,8 +172,9 @@ void UdpServer::finish(const Turn& turn) {
   // One report for the whole turn; what the page shows follows from the state at its end.
   if (!turn.joined && !turn.left) return;
   const bool anybody = clientCount() > 0;
+  const std::weak_ptr<const posix::FileDescriptor> socket = udpSocket_;
   listener_.onClientCountChanged(clientCount());
-  if (!udpRunning_) return;  // the callback stopped us
+  if (socket.lock() != udpSocket_ || !udpRunning_) return;  // the callback stopped or restarted us
   if (anybody && turn.joined) listener_.onConnected();
   if (!anybody && turn.left) listener_.onDisconnected();
 }

@@ -54,7 +54,8 @@ class UdpServerListener {
 };
 
 /// The server that phones speak to: one IPv4 socket, the table of clients, and the replies.
-/// Confined to the main queue, which it never keeps waiting.
+/// Confined to the main queue, which it keeps waiting for at most 50 ms: for a send
+/// that still holds the port while it is bound anew.
 class UdpServer {
  public:
   /// Most datagrams read in one turn of the main queue, so that a flood leaves the interface its
@@ -98,7 +99,7 @@ class UdpServer {
   void finish(const Turn& turn);
   void reply(const sockaddr_in& to, std::string_view text) const;
   bool bindTo(std::uint16_t port) const;
-  void closeSocket();
+  void close();
 
   dispatch::Scheduler& scheduler_;
   AudioSender& sender_;
