@@ -16,10 +16,19 @@ namespace {
 /// Above ordinary programs, below the audio server's own threads; rtkit grants up to 20.
 constexpr int kPriority = 10;
 
-/// rtkit refuses a process that could spin for longer: 200 ms of processor time without a wait.
+/// Of processor time without a wait: a runaway thread ends the program, not the computer. rtkit
+/// refuses a process that may spin for longer.
 constexpr rlim_t kRealtimeLimitMicroseconds = 200'000;
 
 constexpr int kRtkitTimeoutMilliseconds = 2000;
+
+void limitRealtime() {
+  rlimit limit{};
+  if (::getrlimit(RLIMIT_RTTIME, &limit) != 0) return;
+  limit.rlim_cur = std::min(limit.rlim_max, kRealtimeLimitMicroseconds);
+  limit.rlim_max = limit.rlim_cur;
+  ::setrlimit(RLIMIT_RTTIME, &limit);
+}
 
 }  // namespace
 
@@ -36,17 +45,13 @@ std::string_view describe(RealtimeGrant grant) {
 }
 
 bool takeRealtime() {
+  limitRealtime();
   const sched_param parameters{.sched_priority = kPriority};
   return ::sched_setscheduler(0, SCHED_FIFO | SCHED_RESET_ON_FORK, &parameters) == 0;
 }
 
 bool takeRealtimeThroughRtkit(pid_t thread) {
-  rlimit limit{};
-  if (::getrlimit(RLIMIT_RTTIME, &limit) == 0) {
-    limit.rlim_cur = std::min(limit.rlim_max, kRealtimeLimitMicroseconds);
-    limit.rlim_max = limit.rlim_cur;
-    ::setrlimit(RLIMIT_RTTIME, &limit);
-  }
+  limitRealtime();
   auto request = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.RealtimeKit1"),
                                                 QStringLiteral("/org/freedesktop/RealtimeKit1"),
                                                 QStringLiteral("org.freedesktop.RealtimeKit1"),
