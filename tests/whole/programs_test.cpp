@@ -1,0 +1,124 @@
+#include "support/eventually.h"
+#include "support/private_audio.h"
+#include "support/temporary_directory.h"
+#include "whole/whole_program.h"
+
+#include <gmock/gmock.h>
+
+#include <QByteArray>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+/// The programs themselves, run as a person runs them.
+namespace quorin::whole {
+namespace {
+
+class Programs : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!test::PrivatePulse::isInstalled()) GTEST_SKIP() << "no such audio server here";
+    ASSERT_TRUE(server_.start()) << server_.output();
+    ASSERT_TRUE(server_.addNullSink("quorin", "Quorin Audio"));
+    ASSERT_TRUE(server_.addNullSink("speaker", "Speaker"));
+    useDevice("quorin");
+    ASSERT_TRUE(ip("address add 10.11.0.2/24 dev eth0"));
+  }
+  void TearDown() override { ip("address flush dev eth0"); }
+
+  void useDevice(const std::string& name) {
+    ASSERT_TRUE(server_.setDefaultSink(name));
+    ASSERT_TRUE(server_.setDefaultSource(name + ".monitor"));
+  }
+
+  test::ChildProcess start(const std::string& program, std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), std::string(std::getenv("QUORIN_BIN")) + "/" + program);
+    std::filesystem::remove(output(program));
+    return test::ChildProcess({.arguments = std::move(arguments),
+                               .environment = server_.environment(),
+                               .output = output(program)});
+  }
+  std::filesystem::path output(const std::string& program) const {
+    return folder_.path() / (program + ".txt");
+  }
+  std::string said(const std::string& program) const {
+    std::ostringstream text;
+    text << std::ifstream(output(program)).rdbuf();
+    return text.str();
+  }
+  static bool isServed() {
+    return test::eventually([] { return holdings().udpSockets == 1; });
+  }
+
+  QJsonObject diagnosis(int expectedExit) {
+    EXPECT_EQ(start("quorin-stream", {"--diagnose", "--json", "--port", kPort}).wait(),
+              expectedExit);
+    const auto all = QByteArray::fromStdString(said("quorin-stream"));
+    return QJsonDocument::fromJson(all.mid(all.indexOf('{'))).object();
+  }
+  /// The names of what is in the way, each with a comma behind it.
+  static std::string problems(const QJsonObject& diagnosis) {
+    QString names;
+    for (const auto& finding : diagnosis["findings"].toArray()) {
+      const auto object = finding.toObject();
+      if (object["verdict"] == "problem") names += object["name"].toString() + ", ";
+    }
+    return names.toStdString();
+  }
+
+  const std::string kPort = std::to_string(WholeProgram::kPort);
+  test::TemporaryDirectory folder_;
+  test::PrivatePulse server_;
+};
+
+TEST_F(Programs, DiagnoseTellsWhatIsInTheWay) {
+  auto found = diagnosis(0);
+  EXPECT_EQ(problems(found), "");
+  EXPECT_TRUE(found["would_stream"].toBool());
+
+  useDevice("speaker");
+  EXPECT_EQ(problems(diagnosis(1)), "default output, default input, ");
+  useDevice("quorin");
+  ASSERT_TRUE(ip("address flush dev eth0"));
+  EXPECT_EQ(problems(diagnosis(1)), "address, ");
+  ASSERT_TRUE(ip("address add 10.11.0.2/24 dev eth0"));
+
+  const auto holder = start("quorin-stream", {"--start", "wifi", "--port", kPort});
+  ASSERT_TRUE(isServed());
+  EXPECT_EQ(problems(diagnosis(1)), "port, ");
+}
+
+TEST_F(Programs, StreamAndListenWorkTogetherAndASignalEndsThem) {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    auto program = start("quorin-stream", {"--start", "wifi", "--port", kPort});
+    ASSERT_TRUE(isServed());
+    auto listener = start("quorin-listen", {"10.11.0.2:" + kPort, "--seconds", "1", "--json"});
+    EXPECT_EQ(listener.wait(), 0) << said("quorin-listen");
+    EXPECT_THAT(said("quorin-listen"), testing::HasSubstr("\"gaps\""));
+
+    ::kill(program.pid(), signal);
+    EXPECT_EQ(program.wait(), 0);
+    EXPECT_EQ(server_.recordings(), 0);
+    EXPECT_EQ(holdings().udpSockets, 0U);
+  }
+}
+
+TEST_F(Programs, OptionsThatAreNotUnderstoodEndThemWithTwo) {
+  struct Case {
+    std::string program;
+    std::vector<std::string> arguments;
+  };
+  for (const auto& [program, arguments] :
+       {Case{"quorin-stream", {"--start", "radio"}}, Case{"quorin-stream", {"--json"}},
+        Case{"quorin-panel", {"--port", "0"}}, Case{"quorin-panel", {"--port", "65536"}},
+        Case{"quorin-panel", {"9000"}}}) {
+    EXPECT_EQ(start(program, arguments).wait(), 2) << program << ' ' << arguments.front();
+  }
+}
+
+}  // namespace
+}  // namespace quorin::whole
