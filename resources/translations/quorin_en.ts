@@ -169,11 +169,11 @@ Anyone on your network can connect and listen, so use a network you trust, and s
     </message>
     <message id="udp.socket.create_failed">
         <source></source>
-        <translation>The network could not be opened. Close other programs, then open this page again.</translation>
+        <translation>No network. Close other programs, then come back.</translation>
     </message>
     <message id="udp.port.bind_failed">
         <source></source>
-        <translation>Another program uses this port. Close that program, then open this page again.</translation>
+        <translation>Port in use. Close the other program and come back.</translation>
     </message>
     <message id="qr.input.invalid">
         <source></source>

@@ -169,11 +169,11 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
     </message>
     <message id="udp.socket.create_failed">
         <source></source>
-        <translation>No se ha podido abrir la red. Cierra otros programas y vuelve a abrir esta página.</translation>
+        <translation>No hay red. Cierra otros programas y vuelve.</translation>
     </message>
     <message id="udp.port.bind_failed">
         <source></source>
-        <translation>Otro programa usa este puerto. Ciérralo y vuelve a abrir esta página.</translation>
+        <translation>Puerto ocupado. Cierra el otro programa y vuelve.</translation>
     </message>
     <message id="qr.input.invalid">
         <source></source>

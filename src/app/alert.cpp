@@ -3,9 +3,11 @@
 #include "app/appearance.h"
 #include "app/controls.h"
 
+#include <QApplication>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QShortcut>
 #include <utility>
 
 namespace quorin::app {
@@ -35,6 +37,9 @@ Alert::Alert(const AlertContent& content, QWidget* window) : QDialog(window, Qt:
   setWindowTitle(content.title);
   setAccessibleName(content.title);
   setAccessibleDescription(content.text);
+  // The window's own shortcut does not reach a modal dialog.
+  auto* const quit = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), this);
+  connect(quit, &QShortcut::activated, qApp, &QCoreApplication::quit);
 
   auto* const layout = new QGridLayout(this);
   layout->setContentsMargins(kMargin, kMargin, kMargin, kMargin);

@@ -204,6 +204,9 @@ LinkButton::LinkButton(const QFont& font, QWidget* parent)
 
 void LinkButton::setTitle(const QString& title) {
   setText(title);
+  // An "&" is part of the title, which is painted here, and no sign for a shortcut.
+  setShortcut({});
+  setAccessibleName(title);
   applyUnderline(false);
 }
 
@@ -223,6 +226,11 @@ void LinkButton::leaveEvent(QEvent* event) {
   PushButton::leaveEvent(event);
   applyUnderline(false);
   setCursor(Qt::ArrowCursor);
+}
+
+bool LinkButton::event(QEvent* event) {
+  if (event->type() == QEvent::WindowDeactivate) applyUnderline(false);
+  return PushButton::event(event);
 }
 
 void LinkButton::paintEvent(QPaintEvent*) {

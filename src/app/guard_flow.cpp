@@ -2,6 +2,7 @@
 
 #include "platform/log/log.h"
 
+#include <string>
 #include <utility>
 
 namespace quorin::app {
@@ -104,6 +105,8 @@ void GuardFlow::runDeviceCheck() {
 }
 
 void GuardFlow::showGuard(const Routing& routing, PollKind kind) {
+  log::detail("guard", std::string("shown: output ") + (routing.outOK ? "right" : "wrong") +
+                           ", input " + (routing.inOK ? "right" : "wrong"));
   screens_.leavePages();
   // A guard that is already up keeps its text, so that it does not change under the reader's eyes
   // while the devices are put right one by one.
@@ -116,6 +119,7 @@ void GuardFlow::showGuard(const Routing& routing, PollKind kind) {
 }
 
 void GuardFlow::passGuard() {
+  log::detail("guard", "passed");
   audioGuardTimer_.reset();
   state_.guard = false;
   screens_.apply(state_);
@@ -142,6 +146,7 @@ void GuardFlow::refreshAudioGuardStatus() {
 
 void GuardFlow::showMicDeniedOverlay() {
   if (!screens_.hasContentView()) return;
+  log::detail("guard", "the microphone is not allowed");
   screens_.leavePages();
   audioGuardTimer_.reset();
   state_.checking = false;

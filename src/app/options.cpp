@@ -55,6 +55,9 @@ std::expected<Options, QString> parseOptions(const QStringList& arguments) {
       return misunderstood("--language knows en and es, not '" + *options.language + "'.");
     }
   }
+  if (options.json && !parser->isSet("diagnose")) {
+    return misunderstood("--json goes with --diagnose.");
+  }
   if (parser->isSet("diagnose")) options.action = Options::Action::kDiagnose;
   if (parser->isSet("version")) options.action = Options::Action::kShowVersion;
   if (parser->isSet("help")) options.action = Options::Action::kShowHelp;

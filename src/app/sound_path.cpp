@@ -1,6 +1,21 @@
 #include "app/sound_path.h"
 
+#include "platform/log/log.h"
+
+#include <algorithm>
+#include <string>
+
 namespace quorin::app {
+namespace {
+
+std::string describe(const wifi::AudioSender::Counters& counters) {
+  return std::to_string(counters.datagramsSent) + " datagrams, " +
+         std::to_string(counters.cableChunks) + " chunks to the cable, " +
+         std::to_string(counters.starvedTicks) + " ticks without a chunk, " +
+         std::to_string(counters.overflowed) + " chunks dropped";
+}
+
+}  // namespace
 
 SoundPath::SoundPath(dispatch::Scheduler& scheduler, audio::AudioCaptureManager& capture,
                      wifi::AudioSender& sender)
@@ -35,14 +50,19 @@ void SoundPath::stop() {
   silence_.stop();
   capture_.stopCapture();
   sender_.stopAudioSendTimer();
+  log::detail("sound", "stopped; since the program started " + describe(sender_.counters()));
   if (wasSilent && onSilence_) onSilence_(false);
 }
 
 void SoundPath::startCapture() {
+  const auto begun = scheduler_.now();
   capture_.startCapture();
   if (capture_.isCapturing()) return;
+  const auto waited = scheduler_.now() - begun;
+  log::detail("sound", "the capture did not start and is tried again");
   whileWanted_.cancelAll();  // one attempt is due at a time
-  scheduler_.mainQueue().asyncAfter(kRetryInterval, whileWanted_, [this] { startCapture(); });
+  scheduler_.mainQueue().asyncAfter(std::max<std::chrono::nanoseconds>(kRetryInterval, 9 * waited),
+                                    whileWanted_, [this] { startCapture(); });
 }
 
 void SoundPath::onInterrupted() {

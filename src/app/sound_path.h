@@ -14,7 +14,8 @@ namespace quorin::app {
 class SoundPath {
  public:
   /// While sound is wanted and the capture does not run (no audio server, or it died), the start
-  /// is tried again this often.
+  /// is tried again this often; less often where an attempt waits for a server that does not
+  /// answer, so that the main queue waits for a tenth of the time at most.
   static constexpr std::chrono::seconds kRetryInterval{1};
 
   /// All three outlive the path. Connects the capture's chunks to the sender.

@@ -32,7 +32,6 @@ class CompiledTable : public StringTable {
   const QString& language() const { return language_; }
 
   /// For `QCoreApplication::installTranslator`: code that knows only Qt finds the texts then.
-  QTranslator& translator() { return translator_; }
 
  private:
   QString language_;

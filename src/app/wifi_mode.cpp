@@ -1,13 +1,16 @@
 #include "app/wifi_mode.h"
 
 #include "app/qr_picture.h"
+#include "platform/log/log.h"
 #include "wifi/port_text.h"
 
+#include <string>
 #include <utility>
 
 namespace quorin::app {
 namespace {
 
+constexpr auto kLogArea = "wifi";
 constexpr double kCodePoints = 300;  // as large as its view
 
 }  // namespace
@@ -67,8 +70,8 @@ void WiFiMode::silentReenterOnlineMode() {
   scheduler_.mainQueue().async(whileOpen_, [this] { reenterPage(); });
 }
 
+// The page is open already, unless something else has taken its place meanwhile.
 void WiFiMode::reenterPage() {
-  parts_.view.openWiFiPage();
   page_.networkMessage = false;
   page_.info = parts_.texts.bundle("waiting_connection");
   page_.address = QString::fromStdString(parts_.localIPv4Address().value_or(std::string()));
@@ -99,6 +102,7 @@ void WiFiMode::openQRHelp() {
 }
 
 void WiFiMode::onStarted() {
+  log::detail(kLogArea, "the server listens");
   serverProblem_.clear();
   page_.info = parts_.texts.bundle("waiting_connection");
   page_.clients = 0;
@@ -128,6 +132,7 @@ void WiFiMode::onStartFailed(const wifi::StartFailure& failure) {
 }
 
 void WiFiMode::onStopped() {
+  log::detail(kLogArea, "the server has stopped");
   page_.info = QStringLiteral("Transmisión detenida.");
   page_.clients = 0;
   show();
@@ -149,7 +154,10 @@ void WiFiMode::postRefresh() {
 }
 
 void WiFiMode::refreshOnlineStatusMessage() {
-  page_.clients = server_.clientCount();
+  const auto before = std::exchange(page_.clients, server_.clientCount());
+  if (page_.clients != before) {
+    log::detail(kLogArea, std::to_string(page_.clients) + " clients");
+  }
   if (!serverProblem_.isEmpty()) {
     page_.info = serverProblem_;
   } else if (parts_.sound.isSilent()) {
@@ -171,10 +179,12 @@ void WiFiMode::showNetworkMessage(const QString& title) {
 }
 
 void WiFiMode::onAddressLost() {
+  log::detail(kLogArea, "the network is lost");
   showNetworkMessage(parts_.texts.bundle("network.unavailable"));
 }
 
 void WiFiMode::onAddressBack(const std::string&) {
+  log::detail(kLogArea, "the network is back");
   showNetworkMessage(parts_.texts.bundle("network.available") + QLatin1Char('\n') +
                      parts_.texts.bundle("network.generating_qr_in_seconds",
                                          wifi::NetworkWatch::kSettlingAfterReturn.count()));
@@ -182,6 +192,7 @@ void WiFiMode::onAddressBack(const std::string&) {
 }
 
 void WiFiMode::onAddressChanged(const std::string& address) {
+  log::detail(kLogArea, "the address has changed");
   page_.address = QString::fromStdString(address);
   showNetworkMessage(parts_.texts.bundle("network.change_detected") + QLatin1Char('\n') +
                      parts_.texts.bundle("network.generating_qr_in_seconds",

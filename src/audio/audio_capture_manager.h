@@ -26,7 +26,7 @@ class AudioCaptureManager {
   struct Parts {
     std::unique_ptr<AudioEngine> engine;  ///< this object's own
     ConverterFactory makeConverter = makeSampleConverter;
-    PrintLine print = log::print;
+    log::PrintLine print = log::print;
   };
 
   AudioCaptureManager(dispatch::Scheduler& scheduler, Parts parts);

@@ -29,7 +29,7 @@ struct TapLog::Ring {
     std::string text;  ///< empty: a statistics line
   };
 
-  explicit Ring(PrintLine printer) : print(std::move(printer)) {}
+  explicit Ring(log::PrintLine printer) : print(std::move(printer)) {}
 
   void drain() {
     const dispatch::Lock lock(readers);
@@ -39,14 +39,14 @@ struct TapLog::Ring {
     }
   }
 
-  PrintLine print;
+  log::PrintLine print;
   std::array<Entry, 64> entries;
   std::atomic<std::size_t> written = 0;
   std::atomic<std::size_t> read = 0;
   dispatch::Mutex readers;
 };
 
-TapLog::TapLog(dispatch::Queue& queue, PrintLine print)
+TapLog::TapLog(dispatch::Queue& queue, log::PrintLine print)
     : ring_(std::make_shared<Ring>(std::move(print))),
       drain_(queue.makeEventSource([ring = ring_] { ring->drain(); })) {}
 

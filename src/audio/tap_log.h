@@ -1,21 +1,19 @@
 #pragma once
 
 #include "platform/dispatch/queue.h"
+#include "platform/log/log.h"
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 
 namespace quorin::audio {
 
-using PrintLine = std::function<void(std::string_view)>;
-
 /// Carries the tap's log lines to a queue that may wait for standard output: the tap only leaves
 /// them in a ring. Lines that find the ring full (the output is stuck) are lost.
 class TapLog {
  public:
-  TapLog(dispatch::Queue& queue, PrintLine print);
+  TapLog(dispatch::Queue& queue, log::PrintLine print);
   ~TapLog();
   TapLog(const TapLog&) = delete;
   TapLog& operator=(const TapLog&) = delete;

@@ -6,7 +6,7 @@
 
 namespace quorin::panel {
 
-ClientManager::ClientManager(dispatch::Scheduler& scheduler, PrintLine print)
+ClientManager::ClientManager(dispatch::Scheduler& scheduler, log::PrintLine print)
     : scheduler_(scheduler),
       print_(std::move(print)),
       onClientCountChanged_(std::make_shared<CountHandler>()),

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "panel/print_line.h"
 #include "panel/recipients.h"
 #include "platform/dispatch/scheduler.h"
 #include "platform/dispatch/thread_safety.h"
+#include "platform/log/log.h"
 
 #include <chrono>
 #include <functional>
@@ -25,7 +25,7 @@ class ClientManager {
   using CountHandler = std::function<void(int count, const std::vector<std::string>& keys)>;
 
   /// Sweeps every `kCleanupInterval` from now on. `scheduler` must outlive the table.
-  ClientManager(dispatch::Scheduler& scheduler, PrintLine print);
+  ClientManager(dispatch::Scheduler& scheduler, log::PrintLine print);
   ClientManager(const ClientManager&) = delete;
   ClientManager& operator=(const ClientManager&) = delete;
 
@@ -56,7 +56,7 @@ class ClientManager {
   void publishRecipients() REQUIRES(lock_);
 
   dispatch::Scheduler& scheduler_;
-  PrintLine print_;
+  log::PrintLine print_;
   std::shared_ptr<CountHandler> onClientCountChanged_;
   std::shared_ptr<Recipients> recipients_;
 

@@ -5,7 +5,6 @@
 #include "panel/datagram_socket.h"
 #include "panel/network_utils.h"
 #include "panel/observable.h"
-#include "panel/print_line.h"
 #include "panel/statistics.h"
 #include "panel/udp_socket.h"
 #include "platform/dispatch/scheduler.h"
@@ -39,7 +38,7 @@ class UDPAudioServer : public ObservableObject {
     CaptureFactory makeCapture;
     SocketFactory makeSocket = makeUDPSocket;
     std::function<std::optional<std::string>()> getLocalIPAddress = NetworkUtils::getLocalIPAddress;
-    PrintLine print = log::print;
+    log::PrintLine print = log::print;
     std::uint16_t port = wire::kDefaultPort;
   };
 

@@ -96,7 +96,7 @@ struct UDPSocket::Inbox {
   std::atomic<int> waiting = 0;
 };
 
-UDPSocket::UDPSocket(dispatch::Scheduler& scheduler, std::uint16_t port, PrintLine print)
+UDPSocket::UDPSocket(dispatch::Scheduler& scheduler, std::uint16_t port, log::PrintLine print)
     : scheduler_(scheduler),
       print_(std::move(print)),
       port_(port),

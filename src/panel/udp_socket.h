@@ -1,9 +1,9 @@
 #pragma once
 
 #include "panel/datagram_socket.h"
-#include "panel/print_line.h"
 #include "platform/dispatch/scheduler.h"
 #include "platform/dispatch/thread_safety.h"
+#include "platform/log/log.h"
 #include "platform/posix/file_descriptor.h"
 
 #include <atomic>
@@ -21,7 +21,7 @@ class UDPSocket final : public DatagramSocket {
   static constexpr int kSocketBufferBytes = 1024 * 1024;
   static constexpr int kReceiveTimeoutSeconds = 1;
 
-  UDPSocket(dispatch::Scheduler& scheduler, std::uint16_t port, PrintLine print);
+  UDPSocket(dispatch::Scheduler& scheduler, std::uint16_t port, log::PrintLine print);
   ~UDPSocket() override;
 
   void setOnMessageReceived(MessageHandler handler) override;
@@ -44,7 +44,7 @@ class UDPSocket final : public DatagramSocket {
   void deliver(std::string text, std::string key);
 
   dispatch::Scheduler& scheduler_;
-  PrintLine print_;
+  log::PrintLine print_;
   std::uint16_t port_;
 
   mutable dispatch::SharedMutex descriptorMutex_;  ///< shared: in use; alone: opened or closed

@@ -72,6 +72,22 @@ TEST_F(LinkButtonTest, IsNotUnderlinedInAWindowThatIsNotActive) {
   EXPECT_FALSE(link_.isUnderlined());
 }
 
+TEST_F(LinkButtonTest, LosesItsUnderlineWithItsWindowsActivation) {
+  moveTo({150, 110});
+  ASSERT_TRUE(link_.isUnderlined());
+  QWidget other;
+  other.show();
+  other.activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
+  EXPECT_FALSE(link_.isUnderlined());
+}
+
+TEST_F(LinkButtonTest, AnAmpersandInItsTitleIsNoShortcut) {
+  link_.setTitle("Privacy & Terms");
+  EXPECT_EQ(link_.accessibleName(), "Privacy & Terms");
+  EXPECT_TRUE(link_.shortcut().isEmpty());
+}
+
 TEST_F(LinkButtonTest, WithoutTitleIsEmptyAndCanBeUnderlined) {
   LinkButton untitled(systemFont(12), &window_);
   untitled.applyUnderline(true);

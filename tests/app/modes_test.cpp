@@ -31,7 +31,10 @@ class FakeWindow : public WiFiPageView, public MenuView {
   enum class Front { kMenu, kWiFi, kCable };
 
   void openWiFiPage() override { front = Front::kWiFi; }
-  void showWiFiPage(const WiFiPage& shown) override { page = shown; }
+  void showWiFiPage(const WiFiPage& shown) override {
+    page = shown;
+    if (page.networkMessage && onNetworkMessage) std::exchange(onNetworkMessage, nullptr)();
+  }
   void presentMessage(const QString& text, bool) override { console.push_back(text.toStdString()); }
   void openMenuPage() override { front = Front::kMenu; }
   void openCablePage() override { front = Front::kCable; }
@@ -47,6 +50,7 @@ class FakeWindow : public WiFiPageView, public MenuView {
   WiFiPage page;
   std::vector<std::string> console;
   std::function<void()> question;
+  std::function<void()> onNetworkMessage;  ///< once
 };
 
 class FakeCableSwitch : public CableSwitch {
@@ -238,13 +242,36 @@ TEST_F(ModesTest, ALossHidesTheCodeAndCancelsWhatWasDue) {
 TEST_F(ModesTest, APageStepThatIsDueWhenTheModeIsLeftDoesNothing) {
   choosesWiFi();
   address_ = "192.168.7.99";
-  time_.advance(999ms);
-  time_.utilityQueue().async([] {});
-  time_.mainQueue().async([this] { menu_.stopAllSessions(); });
-  window_.front = Front::kMenu;
+  // The message stands right before the step that would show the code again is posted.
+  window_.onNetworkMessage = [this] {
+    time_.mainQueue().async([this] { menu_.stopAllSessions(); });
+  };
   time_.advance(10s);
-  EXPECT_EQ(window_.front, Front::kMenu);
+  EXPECT_FALSE(window_.onNetworkMessage) << "there was no such step";
   EXPECT_FALSE(somebodyAnswers());
+  EXPECT_TRUE(window_.page.networkMessage) << "the page was drawn again";
+}
+
+TEST_F(ModesTest, ANetworkThatChangesBehindAnotherPageBringsNothingToTheFront) {
+  choosesWiFi();
+  window_.front = Front::kMenu;
+  address_ = "192.168.7.99";
+  time_.advance(10s);
+  EXPECT_EQ(window_.page.codeText.toStdString(), "192.168.7.99:" + std::to_string(port_));
+  EXPECT_EQ(window_.front, Front::kMenu);
+}
+
+TEST_F(ModesTest, AnAudioServerThatStaysSilentKeepsMainWaitingForATenthOfTheTime) {
+  int starts = 0;
+  engine_->startFailure = "the audio server does not answer";
+  engine_->onStart = [&] {
+    ++starts;
+    time_.jump(500ms, 500ms);
+  };
+  choosesWiFi();
+  time_.advance(50s);
+  EXPECT_GE(starts, 9);
+  EXPECT_LE(starts, 11);
 }
 
 TEST_F(ModesTest, AHundredChangesLeaveOneServerThatAnswersTheFirstGreeting) {

@@ -16,6 +16,23 @@ TEST(Options, AreReadInBothSpellings) {
   EXPECT_TRUE(options->verbose);
 }
 
+TEST(Options, OneActionIsTaken) {
+  struct Case {
+    QStringList arguments;
+    Options::Action action;
+  };
+  using enum Options::Action;
+  for (const auto& [arguments, action] : {
+           Case{{"--diagnose", "--json"}, kDiagnose},
+           Case{{"--diagnose", "--version"}, kShowVersion},
+           Case{{"--help", "--version"}, kShowHelp},
+       }) {
+    const auto options = parseOptions(QStringList{"quorin-stream"} + arguments);
+    ASSERT_TRUE(options) << qPrintable(arguments.join(' '));
+    EXPECT_EQ(options->action, action) << qPrintable(arguments.join(' '));
+  }
+}
+
 TEST(Options, WhatIsNotUnderstoodIsNamed) {
   struct Case {
     QStringList arguments;
@@ -27,6 +44,7 @@ TEST(Options, WhatIsNotUnderstoodIsNamed) {
            Case{{"--language", "de"}, "de"},
            Case{{"--prot", "9"}, "prot"},
            Case{{"wifi"}, "wifi"},
+           Case{{"--json"}, "--diagnose"},
        }) {
     const auto options = parseOptions(QStringList{"quorin-stream"} + arguments);
     ASSERT_FALSE(options) << qPrintable(arguments.join(' '));

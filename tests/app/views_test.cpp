@@ -4,6 +4,7 @@
 #include "app/window_fixture.h"
 
 #include <QAccessible>
+#include <QClipboard>
 #include <QDir>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -229,8 +230,11 @@ TEST_F(ViewsTest, TheCodeCanBeReadAndCopied) {
   EXPECT_EQ(code.toolTip(), "192.168.1.10:9000");
   const QSignalSpy copied(&code, &CodeView::copied);
   clickAt(code.geometry().center());
+  EXPECT_EQ(copied.count(), 1);
+  EXPECT_EQ(QGuiApplication::clipboard()->text(), "192.168.1.10:9000");
   QTest::keyClick(&code, Qt::Key_Return);
   EXPECT_EQ(copied.count(), 2);
+  EXPECT_TRUE(code.accessibleName().contains("192.168.1.10:9000"));
 }
 
 }  // namespace

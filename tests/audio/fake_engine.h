@@ -2,6 +2,7 @@
 
 #include "platform/audio/engine.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -14,6 +15,7 @@ class FakeEngine : public audio::AudioEngine {
  public:
   audio::Format format{.sampleRate = 48000, .channels = 2};
   std::optional<std::string> startFailure;
+  std::function<void()> onStart;
   std::vector<std::string> calls;
 
   /// Delivers one buffer, as the audio server's thread would; silently nothing without a tap.
@@ -36,6 +38,7 @@ class FakeEngine : public audio::AudioEngine {
   }
   std::expected<void, audio::Error> start() override {
     calls.emplace_back("start");
+    if (onStart) onStart();
     if (startFailure) return std::unexpected(audio::Error{*startFailure});
     return {};
   }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string_view>
 
 /// The two places where a developer reads what happened. Any thread; one line a call, written
@@ -9,6 +10,9 @@ namespace quorin::log {
 /// A line of the capture object or of the panel's server, to standard output. Dropped when
 /// whoever reads it has stopped reading: sound and window go on.
 void print(std::string_view line);
+
+/// `print`, or what stands in for it in a test. Any thread.
+using PrintLine = std::function<void(std::string_view)>;
 
 /// A line of the program's own log, to standard error under the logging category
 /// "quorin.<area>"; shown unless the user silences that category.
