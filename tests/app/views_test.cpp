@@ -223,6 +223,19 @@ TEST_F(ViewsTest, TabWalksTheMenuInOrder) {
                                            views_.menuPrivacyButton_, views_.menuOnlineButton_));
 }
 
+TEST_F(ViewsTest, EveryStatusLineFitsTheSmallestWindow) {
+  const QFontMetrics metrics = views_.onlineInfoLabel_->fontMetrics();
+  const int room = MainWindow::kMinimumSize.width() - 40 - 16;
+  for (const char* language : {"en", "es"}) {
+    const CompiledTable table({language});
+    for (const char* key : {"waiting_connection", "status.connected.one", "status.connected.many",
+                            "status.silent", "udp.port.bind_failed", "udp.socket.create_failed"}) {
+      const QString text = table.text(key, 10);
+      EXPECT_LT(metrics.horizontalAdvance(text), 0.85 * room) << text.toStdString();
+    }
+  }
+}
+
 TEST_F(ViewsTest, TheCodeCanBeReadAndCopied) {
   show(wifi());
   CodeView& code = *views_.onlineQRImageView_;

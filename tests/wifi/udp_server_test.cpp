@@ -219,6 +219,7 @@ TEST_F(UdpServerTest, ForgetsEverybodyWhenTheNetworkChanges) {
 
   server.restartUDPForNetworkChange("nonsense");
   EXPECT_FALSE(server.isRunning());
+  EXPECT_EQ(server.clientCount(), 0U);
   server.restartUDPForNetworkChange(portText);
   EXPECT_FALSE(server.isRunning()) << "a stopped server is left alone";
 }
@@ -232,6 +233,28 @@ class StoppingListener : public RecordingListener {
   }
   UdpServer* server = nullptr;
 };
+
+/// Binds the server anew from within the first callback of a turn.
+class RestartingListener : public RecordingListener {
+ public:
+  void onClientCountChanged(std::size_t clients) override {
+    RecordingListener::onClientCountChanged(clients);
+    server->restartUDPForNetworkChange(portText);
+  }
+  UdpServer* server = nullptr;
+  std::string portText;
+};
+
+TEST_F(UdpServerTest, RestartedByItsListenerHasNobodyConnected) {
+  RestartingListener restarting;
+  UdpServer restarted(scheduler, sender, restarting);
+  restarting.server = &restarted;
+  restarting.portText = portText;
+  restarted.startUDP(portText);
+  auto phone = newPhone();
+  phoneSays(phone, "<<HELLO>>");
+  EXPECT_THAT(restarting.events, ElementsAre("started", "count 1", "started"));
+}
 
 TEST_F(UdpServerTest, MayBeStoppedByItsListener) {
   StoppingListener stopping;

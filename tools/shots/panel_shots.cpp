@@ -15,6 +15,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
+/// The window's usual sizes, in which the panel scrolls, and one that shows all of it.
+constexpr QSize kSizes[] = {{1200, 750}, {720, 680}, {720, 1240}};
+
 /// A network on which messages come as they are told to.
 class StagedSocket final : public DatagramSocket {
  public:
@@ -41,8 +44,8 @@ class StagedCapture final : public AudioCapture {
 /// The panel with a network, a device and a clock that do as they are told.
 class Stage {
  public:
-  Stage() {
-    panel_.resize(kSize);
+  explicit Stage(QSize size) {
+    panel_.resize(size);
     panel_.show();
   }
 
@@ -64,8 +67,6 @@ class Stage {
   }
 
  private:
-  static constexpr QSize kSize{720, 1240};
-
   UDPAudioServer::Parts parts() {
     return {.makeCapture = [this] { return std::make_unique<StagedCapture>(deliver_); },
             .makeSocket = [this](auto&&...) { return socket_; },
@@ -84,16 +85,20 @@ class Stage {
 }  // namespace
 
 int takePanelPictures(const QDir& folder) {
-  Stage stage;
   int taken = 0;
-  const auto save = [&](const QString& name) {
-    if (stage.photograph().save(folder.filePath(name))) ++taken;
-  };
-  save("panel-stopped.png");
-  stage.start();
-  save("panel-code.png");
-  stage.letPhonesListen();
-  save("panel-clients.png");
+  for (const QSize size : kSizes) {
+    Stage stage(size);
+    const auto save = [&](const QString& state) {
+      const auto name =
+          QStringLiteral("panel-%1-%2x%3.png").arg(state).arg(size.width()).arg(size.height());
+      if (stage.photograph().save(folder.filePath(name))) ++taken;
+    };
+    save("stopped");
+    stage.start();
+    save("code");
+    stage.letPhonesListen();
+    save("clients");
+  }
   return taken;
 }
 

@@ -45,11 +45,12 @@ struct Stage {
     show([](ScreenState& screen) { screen.guard = true; });
   }
 
-  void showWifi(int clients) {
+  void showWifi(int clients, const QString& whatIsAmiss = {}) {
     const auto payload = QStringLiteral("192.168.178.124:9000");
     views.onlineQRImageView_->showCode(generateQRCodeFromString(payload, 300), payload);
-    views.onlineInfoLabel_->setText(clients == 0   ? texts.bundle("waiting_connection")
-                                    : clients == 1 ? texts.tr("status.connected.one")
+    views.onlineInfoLabel_->setText(!whatIsAmiss.isEmpty() ? whatIsAmiss
+                                    : clients == 0         ? texts.bundle("waiting_connection")
+                                    : clients == 1         ? texts.tr("status.connected.one")
                                                    : texts.tr("status.connected.many", clients));
     show([clients](ScreenState& state) {
       state.page = Page::kWifi;
@@ -112,6 +113,9 @@ std::vector<Shot> shots() {
       {"wifi-1", [](Stage& stage) { stage.showWifi(1); }},
       {"wifi-3", [](Stage& stage) { stage.showWifi(3); }},
       {"wifi-10", [](Stage& stage) { stage.showWifi(10); }},
+      {"wifi-silent", [](Stage& stage) { stage.showWifi(1, stage.texts.tr("status.silent")); }},
+      {"wifi-port-taken",
+       [](Stage& stage) { stage.showWifi(0, stage.texts.tr("udp.port.bind_failed")); }},
       {"network-none",
        [](Stage& stage) { stage.showNetworkMessage(stage.texts.bundle("network.unavailable")); }},
       {"network-changed",
@@ -124,6 +128,11 @@ std::vector<Shot> shots() {
        [](Stage& stage) {
          stage.showWifi(3);
          askToStop(stage.texts, &stage.window, [] {});
+       }},
+      {"alert-settings",
+       [](Stage& stage) {
+         stage.show([](ScreenState& s) { s.microphoneDenied = true; });
+         showSettingsHelp(stage.texts, desktop::SettingsPage::kMicrophonePrivacy, &stage.window);
        }},
       {"alert-privacy",
        [](Stage& stage) {
