@@ -16,6 +16,13 @@ TEST(Options, AreReadInBothSpellings) {
   EXPECT_TRUE(options->verbose);
 }
 
+TEST(Options, TheOtherModeAndLanguageAreKnownToo) {
+  const auto options = parseOptions({"quorin-stream", "--start=cable", "--language=en"});
+  ASSERT_TRUE(options);
+  EXPECT_EQ(options->start, StartMode::kCable);
+  EXPECT_EQ(options->language, QStringLiteral("en"));
+}
+
 TEST(Options, OneActionIsTaken) {
   struct Case {
     QStringList arguments;

@@ -90,10 +90,22 @@ TEST_F(Session, EndsWhenTheServerIsFull) {
   serverSays("<<BUSY>>");
   EXPECT_EQ(session_.state(), kRefused);
   serverSays("<<READY>>");
+  session_.onSound(now_);
   EXPECT_EQ(session_.state(), kRefused);
   sent();
   pass(10s);
   EXPECT_THAT(sent(), IsEmpty());
+}
+
+TEST_F(Session, WhoHasLeftIsNotRefused) {
+  pass(100ms);
+  sent();
+  session_.leave();
+  serverSays("<<BUSY>>");
+  EXPECT_NE(session_.state(), kRefused);
+  session_.leave();
+  pass(100ms);
+  EXPECT_THAT(sent(), ElementsAre(testing::EndsWith("<<STOP>>")));
 }
 
 TEST_F(Session, AsksAgainWhenTheSoundStaysAway) {

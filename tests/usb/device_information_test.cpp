@@ -1,6 +1,7 @@
 #include "usb/device_information.h"
 
 #include "support/bytes.h"
+#include "usb/binary_plist_check.h"
 
 #include <gtest/gtest.h>
 #include <plist/plist.h>
@@ -9,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace quorin::usb {
 namespace {
@@ -113,45 +115,136 @@ TEST(DeviceInformation, DeepNestingIsNotFollowedForEver) {
   EXPECT_NE(text->find("..."), std::string::npos);
 }
 
-/// `levels` arrays, each of which holds the next one twice, in 10 bytes a level.
-Bytes growingList(int levels) {
+/// A binary property list of these objects, the first of them the top one, with offsets and
+/// references of one byte.
+Bytes binaryList(const std::vector<Bytes>& objects) {
   Bytes list = bytesOf("bplist00");
   Bytes offsets;
-  const auto begin = [&] { offsets = offsets + bytes({static_cast<int>(list.size())}); };
-  begin();
-  list = list + bytes({0xD1, 1, 2});  // { "a": object 2 }
-  begin();
-  list = list + bytes({0x51, 'a'});
-  for (int i = 0; i < levels; ++i) {
-    begin();
-    list = list + bytes({0xA2, 3 + i, 3 + i});
+  for (const auto& object : objects) {
+    offsets = offsets + bytes({static_cast<int>(list.size())});
+    list = list + object;
   }
-  begin();
-  list = list + bytes({0x09});
   const int table = static_cast<int>(list.size());
-  const int count = static_cast<int>(offsets.size());
+  const int count = static_cast<int>(objects.size());
   return list + offsets + bytes({0, 0, 0, 0, 0, 0, 1, 1, 0, 0, 0, 0, 0, 0, 0, count,
                                  0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, table});
 }
 
-TEST(DeviceInformation, AListThatWouldFillTheMemoryIsRefused) {
-  EXPECT_TRUE(describeDeviceInformation(growingList(1))) << "the test's own list is well-formed";
-  EXPECT_EQ(describeDeviceInformation(growingList(40)), std::nullopt);
+/// { "a": `value` }, with `value` as object 2 and whatever it refers to behind it.
+Bytes binaryDictionary(const std::vector<Bytes>& value) {
+  std::vector<Bytes> objects = {bytes({0xD1, 1, 2}), bytes({0x51, 'a'})};
+  objects.insert(objects.end(), value.begin(), value.end());
+  return binaryList(objects);
 }
 
-TEST(DeviceInformation, ABinaryTextWithNulIsRefused) {
-  auto list = growingList(1);
-  list[8 + 3 + 1] = std::byte{0};  // the key
-  EXPECT_EQ(describeDeviceInformation(list), std::nullopt);
+/// `levels` arrays, each of which holds the next one twice.
+Bytes growingList(int levels) {
+  std::vector<Bytes> objects;
+  for (int i = 0; i < levels; ++i) objects.push_back(bytes({0xA2, 3 + i, 3 + i}));
+  objects.push_back(bytes({0x09}));
+  return binaryDictionary(objects);
 }
 
-TEST(DeviceInformation, AListThatContainsItselfIsRefused) {
-  auto list = growingList(1);
-  list[8 + 3 + 2 + 1] = std::byte{2};  // the array's first item: the array
-  EXPECT_EQ(describeDeviceInformation(list), std::nullopt);
-  list = growingList(1);
-  list[8 + 3 + 2 + 1] = std::byte{0};  // the dictionary
-  EXPECT_EQ(describeDeviceInformation(list), std::nullopt);
+TEST(DeviceInformation, ABinaryListThatIsNoPlainTreeIsRefused) {
+  const Bytes number = bytes({0x10, 7});
+  ASSERT_TRUE(isPlainBinaryPlist(growingList(1))) << "the test's own list is well-formed";
+  ASSERT_TRUE(isPlainBinaryPlist(binaryDictionary({bytes({0xAF, 0x10, 2, 3, 3}), number})));
+  const struct {
+    const char* name;
+    std::vector<Bytes> value;
+  } cases[] = {
+      {"would fill the memory", {bytes({0xA2, 3, 3}), bytes({0xA2, 4, 4}), bytes({0x09})}},
+      {"a text with NUL", {bytes({0x51, 0})}},
+      {"a wide text with NUL", {bytes({0x62, 0, 'x', 0, 0})}},
+      {"contains itself", {bytes({0xA1, 2})}},
+      {"contains what contains it", {bytes({0xA1, 0})}},
+      {"refers to what is not there", {bytes({0xA1, 3})}},
+      {"a kind that does not exist", {bytes({0x70})}},
+      {"longer than the list", {bytes({0x5E, 'x'})}},
+      {"a length that is no number", {bytes({0xAF, 0x50}), number}},
+      {"a length of 16 bytes", {bytes({0xAF, 0x14}), number}},
+      {"a length beyond the end", {bytes({0xAF, 0x13, 0, 0, 0, 1, 0, 0, 0, 0}), number}},
+  };
+  for (const auto& row : cases) {
+    EXPECT_FALSE(isPlainBinaryPlist(binaryDictionary(row.value))) << row.name;
+    EXPECT_EQ(describeDeviceInformation(binaryDictionary(row.value)), std::nullopt) << row.name;
+  }
+}
+
+TEST(DeviceInformation, AContentThatIsReferredToTooOftenIsRefused) {
+  // 200 arrays of 30 references to the same 200 bytes are 1.2 MB.
+  std::vector<Bytes> objects = {bytes({0xAF, 0x10, 200})};
+  for (int i = 0; i < 200; ++i) objects[0] = objects[0] + bytes({3 + i});
+  for (int i = 0; i < 200; ++i) {
+    objects.push_back(bytes({0xAF, 0x10, 30}));
+    for (int r = 0; r < 30; ++r) objects.back() = objects.back() + bytes({203});
+  }
+  objects.push_back(bytes({0x5F, 0x10, 200}) + Bytes(200, std::byte{'x'}));
+  // Offsets need two bytes here.
+  Bytes list = bytesOf("bplist00");
+  Bytes offsets;
+  objects.insert(objects.begin(), {bytes({0xD1, 1, 2}), bytes({0x51, 'a'})});
+  for (const auto& object : objects) {
+    const int at = static_cast<int>(list.size());
+    offsets = offsets + bytes({at >> 8, at & 0xFF});
+    list = list + object;
+  }
+  const int table = static_cast<int>(list.size());
+  list =
+      list + offsets +
+      bytes({0, 0, 0, 0, 0, 0, 2, 1, 0, 0, 0, 0, 0, 0, 0,          static_cast<int>(objects.size()),
+             0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, table >> 8, table & 0xFF});
+  EXPECT_FALSE(isPlainBinaryPlist(list));
+}
+
+TEST(DeviceInformation, ABinaryListWithAWrongTrailerIsRefused) {
+  const Bytes list = growingList(1);
+  const std::size_t trailer = list.size() - 32;
+  const struct {
+    const char* name;
+    std::size_t at;
+    int value;
+  } cases[] = {
+      {"offsets of no byte", trailer + 6, 0},
+      {"offsets of 9 bytes", trailer + 6, 9},
+      {"references of no byte", trailer + 7, 0},
+      {"references of 9 bytes", trailer + 7, 9},
+      {"no object", trailer + 15, 0},
+      {"more objects than bytes", trailer + 14, 1},
+      {"another top than there is", trailer + 23, 4},
+      {"no offset table", trailer + 31, 255},
+      {"a cut offset table", trailer + 31, static_cast<int>(list.size())},
+      {"an object beyond the end", trailer - 1, 255},
+  };
+  for (const auto& row : cases) {
+    auto wrong = list;
+    wrong[row.at] = static_cast<std::byte>(row.value);
+    EXPECT_FALSE(isPlainBinaryPlist(wrong)) << row.name;
+    EXPECT_EQ(describeDeviceInformation(wrong), std::nullopt) << row.name;
+  }
+}
+
+TEST(DeviceInformation, ValuesOfEveryKindAreDescribed) {
+  const struct {
+    const char* name;
+    plist_t value;
+    std::string text;
+  } cases[] = {
+      {"false", plist_new_bool(0), "0"},
+      {"a reference", plist_new_uid(77), "77"},
+      {"quotation marks and backslashes", plist_new_string("a\"\\"), R"("a\"\\")"},
+      {"a control character", plist_new_string("\x7F"), R"("\177")"},
+      {"data", plist_new_data("0123456789012345678901234567890123456789", 40),
+       "<3031323334353637383930313233343536373839303132333435363738393031...>"},
+      {"an empty array", plist_new_array(), "(\n    )"},
+  };
+  for (const auto& row : cases) {
+    const auto dictionary = plist_new_dict();
+    plist_dict_set_item(dictionary, "a", row.value);
+    EXPECT_EQ(describeDeviceInformation(encode(dictionary, true)),
+              "{\n    a = " + row.text + ";\n}")
+        << row.name;
+  }
 }
 
 }  // namespace

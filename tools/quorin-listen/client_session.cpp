@@ -61,7 +61,7 @@ void ClientSession::join(TimePoint now) {
 
 void ClientSession::leave() {
   // A HELLO whose answer is still on its way may have registered us.
-  stopDue_ = state_ == State::kJoining || state_ == State::kJoined;
+  stopDue_ |= state_ == State::kJoining || state_ == State::kJoined;
   state_ = State::kLeft;
 }
 
