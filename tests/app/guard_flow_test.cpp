@@ -221,6 +221,14 @@ TEST_F(GuardFlowTest, AChangeThatIsUndoneBetweenTwoTicksIsNotSeen) {
   EXPECT_EQ(front(), Front::kPage);
 }
 
+TEST_F(GuardFlowTest, AWatchThatIsStartedTwiceActsOnce) {
+  enterPage();
+  flow.startAudioDefaultWatch();
+  setOutput(kSpeaker);
+  time.advance(1s);
+  EXPECT_EQ(screens.stops, 1);
+}
+
 TEST_F(GuardFlowTest, ANewNameOfTheSameDeviceIsNoChange) {
   enterPage();
   setOutput({.number = kVirtual.number, .name = "Something else", .format = {}});
