@@ -115,19 +115,21 @@ TEST(DeviceInformation, DeepNestingIsNotFollowedForEver) {
   EXPECT_NE(text->find("..."), std::string::npos);
 }
 
-/// A binary property list of these objects, the first of them the top one, with offsets and
-/// references of one byte.
+/// A binary property list of these objects, the first of them the top one, with offsets of two
+/// bytes and references of one.
 Bytes binaryList(const std::vector<Bytes>& objects) {
+  const auto twoBytes = [](std::size_t number) {
+    return bytes({static_cast<int>(number >> 8U), static_cast<int>(number & 0xFFU)});
+  };
   Bytes list = bytesOf("bplist00");
   Bytes offsets;
   for (const auto& object : objects) {
-    offsets = offsets + bytes({static_cast<int>(list.size())});
+    offsets = offsets + twoBytes(list.size());
     list = list + object;
   }
-  const int table = static_cast<int>(list.size());
-  const int count = static_cast<int>(objects.size());
-  return list + offsets + bytes({0, 0, 0, 0, 0, 0, 1, 1, 0, 0, 0, 0, 0, 0, 0, count,
-                                 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, table});
+  const Bytes count = Bytes(6) + twoBytes(objects.size());
+  const Bytes table = Bytes(6) + twoBytes(list.size());
+  return list + offsets + bytes({0, 0, 0, 0, 0, 0, 2, 1}) + count + Bytes(8) + table;
 }
 
 /// { "a": `value` }, with `value` as object 2 and whatever it refers to behind it.
@@ -173,28 +175,13 @@ TEST(DeviceInformation, ABinaryListThatIsNoPlainTreeIsRefused) {
 
 TEST(DeviceInformation, AContentThatIsReferredToTooOftenIsRefused) {
   // 200 arrays of 30 references to the same 200 bytes are 1.2 MB.
-  std::vector<Bytes> objects = {bytes({0xAF, 0x10, 200})};
-  for (int i = 0; i < 200; ++i) objects[0] = objects[0] + bytes({3 + i});
+  std::vector<Bytes> value = {bytes({0xAF, 0x10, 200})};
   for (int i = 0; i < 200; ++i) {
-    objects.push_back(bytes({0xAF, 0x10, 30}));
-    for (int r = 0; r < 30; ++r) objects.back() = objects.back() + bytes({203});
+    value[0].push_back(static_cast<std::byte>(3 + i));
+    value.push_back(bytes({0xAF, 0x10, 30}) + Bytes(30, std::byte{203}));
   }
-  objects.push_back(bytes({0x5F, 0x10, 200}) + Bytes(200, std::byte{'x'}));
-  // Offsets need two bytes here.
-  Bytes list = bytesOf("bplist00");
-  Bytes offsets;
-  objects.insert(objects.begin(), {bytes({0xD1, 1, 2}), bytes({0x51, 'a'})});
-  for (const auto& object : objects) {
-    const int at = static_cast<int>(list.size());
-    offsets = offsets + bytes({at >> 8, at & 0xFF});
-    list = list + object;
-  }
-  const int table = static_cast<int>(list.size());
-  list =
-      list + offsets +
-      bytes({0, 0, 0, 0, 0, 0, 2, 1, 0, 0, 0, 0, 0, 0, 0,          static_cast<int>(objects.size()),
-             0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, table >> 8, table & 0xFF});
-  EXPECT_FALSE(isPlainBinaryPlist(list));
+  value.push_back(bytes({0x5F, 0x10, 200}) + Bytes(200, std::byte{'x'}));
+  EXPECT_FALSE(isPlainBinaryPlist(binaryDictionary(value)));
 }
 
 TEST(DeviceInformation, ABinaryListWithAWrongTrailerIsRefused) {
@@ -212,9 +199,9 @@ TEST(DeviceInformation, ABinaryListWithAWrongTrailerIsRefused) {
       {"no object", trailer + 15, 0},
       {"more objects than bytes", trailer + 14, 1},
       {"another top than there is", trailer + 23, 4},
-      {"no offset table", trailer + 31, 255},
+      {"no offset table", trailer + 30, 1},
       {"a cut offset table", trailer + 31, static_cast<int>(list.size())},
-      {"an object beyond the end", trailer - 1, 255},
+      {"an object beyond the end", trailer - 2, 1},
   };
   for (const auto& row : cases) {
     auto wrong = list;
