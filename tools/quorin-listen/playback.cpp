@@ -82,7 +82,8 @@ void Playback::Pulse::findSink(const std::optional<std::string>& wanted) {
     static_cast<Pulse*>(self)->wake();
   };
   const auto onSink = [](pa_context*, const pa_sink_info* info, int, void* self) {
-    if (info != nullptr) static_cast<Pulse*>(self)->sink = {info->name, info->description};
+    const bool isNamed = info != nullptr && info->name != nullptr && info->description != nullptr;
+    if (isNamed) static_cast<Pulse*>(self)->sink = {info->name, info->description};
     static_cast<Pulse*>(self)->wake();
   };
   if (wanted) {
