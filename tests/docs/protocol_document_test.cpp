@@ -29,8 +29,10 @@ std::string document() {
   return std::regex_replace(text.str(), std::regex(R"(\s+)"), " ");
 }
 
-std::string number(auto value) {
-  return std::to_string(value);
+std::string words(const auto&... parts) {
+  std::ostringstream text;
+  (text << ... << parts);
+  return text.str();
 }
 
 TEST(ProtocolDocument, HasTheMessagesWithTheirLengths) {
@@ -40,8 +42,7 @@ TEST(ProtocolDocument, HasTheMessagesWithTheirLengths) {
         std::pair{wire::kStop, "phone"}, std::pair{wire::kReady, "computer"},
         std::pair{wire::kFormat, "computer"}, std::pair{wire::kPong, "computer"},
         std::pair{wire::kBusy, "computer"}}) {
-    EXPECT_THAT(text, HasSubstr("| `" + std::string(message) + "` | " + from + " | " +
-                                number(message.size()) + " |"));
+    EXPECT_THAT(text, HasSubstr(words("| `", message, "` | ", from, " | ", message.size(), " |")));
   }
 }
 
@@ -52,34 +53,33 @@ TEST(ProtocolDocument, HasTheFrames) {
        {std::pair{kEndOfStream, "end of stream"},
         std::pair{kDeviceInformation, "device information"}, std::pair{kText, "text"},
         std::pair{kPing, "ping"}, std::pair{kPong, "pong"}, std::pair{kAudio, "audio"}}) {
-    EXPECT_THAT(text, HasSubstr("| " + number(std::to_underlying(type)) + " | " + name + " |"));
+    EXPECT_THAT(text, HasSubstr(words("| ", std::to_underlying(type), " | ", name, " |")));
   }
 }
 
 TEST(ProtocolDocument, HasTheNumbers) {
   const auto text = document();
-  const auto pcmBytes = number(wire::kChunkFrames * sizeof(std::int16_t));
-  const auto floatBytes = number(wire::kChunkBytes);
-  const auto chunkMs = number(wire::kChunkDuration.count());
-  for (const std::string& sentence : {
-           "port " + number(wire::kDefaultPort) + " unless another was chosen",
-           "datagrams of 1 to " + number(wifi::kMaxRequestBytes) + " bytes",
-           "silent for more than " + number(wifi::ClientTable::kMaxSilence.count()) + ".0 s",
-           number(wifi::ClientTable::kMaxClients) + " clients, then BUSY",
-           number(wire::kChunkFrames) + " samples, signed 16 bits, little-endian, mono, " +
-               number(wire::kSampleRate) + " Hz",
-           pcmBytes + " bytes, each " + chunkMs + " ms",
-           "one chunk every " + chunkMs + " ms",
-           "Port " + number(usb::kCablePort) + " of the iPhone",
-           "| version | type | tag | size | payload | " + number(usb::kFrameVersion) + " |",
-           "at most " + number(usb::kMaxPayloadBytes >> 20U) + " MiB",
-           "32-bit float, little-endian: " + floatBytes + " bytes",
-           "beyond " + number(usb::FrameOutbox::kMaxLive * 20) + " ms of backlog",
-           "1 to " + number(panel::UDPSocket::kReceiveBytes) + "; a longer one is cut",
-           "more than " + number(panel::ClientManager::kInactivityLimit.count()) +
-               ".0 s, checked every " + number(panel::ClientManager::kCleanupInterval.count()) +
-               " s",
-           "| " + pcmBytes + " bytes, 16 bits | " + floatBytes + " bytes, the float chunk",
+  constexpr auto kPcmBytes = wire::kChunkFrames * sizeof(std::int16_t);
+  const auto chunkMs = wire::kChunkDuration.count();
+  for (const auto& sentence : {
+           words("port ", wire::kDefaultPort, " unless another was chosen"),
+           words("datagrams of 1 to ", wifi::kMaxRequestBytes, " bytes"),
+           words("silent for more than ", wifi::ClientTable::kMaxSilence.count(), ".0 s"),
+           words(wifi::ClientTable::kMaxClients, " clients, then BUSY"),
+           words(wire::kChunkFrames, " samples, signed 16 bits, little-endian, mono, ",
+                 wire::kSampleRate, " Hz"),
+           words(kPcmBytes, " bytes, each ", chunkMs, " ms"),
+           words("one chunk every ", chunkMs, " ms"),
+           words("Port ", usb::kCablePort, " of the iPhone"),
+           words("| version | type | tag | size | payload | ", usb::kFrameVersion, " |"),
+           words("at most ", usb::kMaxPayloadBytes >> 20U, " MiB"),
+           words("32-bit float, little-endian: ", wire::kChunkBytes, " bytes"),
+           words("beyond ", usb::FrameOutbox::kMaxLive * 20, " ms of backlog"),
+           words("1 to ", panel::UDPSocket::kReceiveBytes, "; a longer one is cut"),
+           words("more than ", panel::ClientManager::kInactivityLimit.count(),
+                 ".0 s, checked every ", panel::ClientManager::kCleanupInterval.count(), " s"),
+           words("| ", kPcmBytes, " bytes, 16 bits | ", wire::kChunkBytes,
+                 " bytes, the float chunk"),
        }) {
     EXPECT_THAT(text, HasSubstr(sentence));
   }

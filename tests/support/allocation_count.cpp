@@ -33,14 +33,14 @@ void* malloc(std::size_t size) {
   return __libc_malloc(size);
 }
 
-void* calloc(std::size_t count, std::size_t size) {
+void* calloc(std::size_t nmemb, std::size_t size) {
   ++allocations;
-  return __libc_calloc(count, size);
+  return __libc_calloc(nmemb, size);
 }
 
-void* realloc(void* block, std::size_t size) {
+void* realloc(void* ptr, std::size_t size) {
   ++allocations;
-  return __libc_realloc(block, size);
+  return __libc_realloc(ptr, size);
 }
 
 void* aligned_alloc(std::size_t alignment, std::size_t size) {
@@ -48,10 +48,10 @@ void* aligned_alloc(std::size_t alignment, std::size_t size) {
   return __libc_memalign(alignment, size);
 }
 
-int posix_memalign(void** block, std::size_t alignment, std::size_t size) {
+int posix_memalign(void** memptr, std::size_t alignment, std::size_t size) {
   ++allocations;
-  *block = __libc_memalign(alignment, size);
-  return *block != nullptr ? 0 : ENOMEM;
+  *memptr = __libc_memalign(alignment, size);
+  return *memptr != nullptr ? 0 : ENOMEM;
 }
 }
 
