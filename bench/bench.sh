@@ -86,17 +86,6 @@ release_processors() {
   BUSY_PIDS=()
 }
 
-bare_loops() {
-  say "a bare loop that only sleeps to absolute deadlines"
-  local load
-  for load in idle busy; do
-    [ "$load" = idle ] || occupy_processors
-    record loop "$load" normal "$BIN/quorin-meter" loop "$SECONDS_EACH" normal
-    record loop "$load" realtime "$BIN/quorin-meter" loop "$SECONDS_EACH" realtime
-    [ "$load" = idle ] || release_processors
-  done
-}
-
 all_senders() { # all_senders SETUP PLAYER SECONDS_WHEN_IDLE
   local sender load seconds
   say "set-up: $1"
@@ -196,7 +185,6 @@ windows() {
 }
 
 start_display 1280x800x24
-bare_loops
 start_pulseaudio
 windows
 all_senders low-latency-player 20 "$SECONDS_LONG"

@@ -1,7 +1,6 @@
-// Measures one sender, or what the machine itself can do; bench.sh calls it and makes the table.
+// Measures one sender; bench.sh calls it and makes the table.
 // Every figure is one line, "NAME VALUE".
 //
-//   quorin-meter loop SECONDS normal|realtime
 //   quorin-meter flood SECONDS ADDRESS:PORT DATAGRAMS-A-SECOND
 //   quorin-meter hello TRIES ADDRESS:PORT OTHER-PHONES
 //   quorin-meter stop THREAD MILLISECONDS
@@ -11,7 +10,6 @@
 //   quorin-meter stream SECONDS PROCESS SINK PLAYER FROM [CLIENTS]
 //     PLAYER: the player's buffer in ms, or "default";  FROM: 127.0.0.1:PORT to join a server,
 //     PORT to hear what a peer sends there
-#include "bench/bare_loop.h"
 #include "bench/first_frame.h"
 #include "bench/flood.h"
 #include "bench/handshake.h"
@@ -45,15 +43,6 @@ int toNumber(const std::string& text) {
   int number = 0;
   std::from_chars(text.data(), text.data() + text.size(), number);
   return number;
-}
-
-int loop(const std::vector<std::string>& arguments) {
-  using quorin::bench::LoopPriority;
-  const auto priority =
-      arguments[2] == "realtime" ? LoopPriority::kRealtime : LoopPriority::kNormal;
-  print("deviation",
-        quorin::bench::bareLoop(std::chrono::seconds(toNumber(arguments[1])), priority));
-  return 0;
 }
 
 int pss(const std::vector<std::string>& arguments) {
@@ -136,6 +125,8 @@ int stream(const std::vector<std::string>& arguments) {
   print("processor", result->processorPercent);
   print("pss", result->proportionalMb);
   print("realtime", result->realtime ? 1 : 0);
+  print("loop", result->normalLoop);
+  print("realtime_loop", result->realtimeLoop);
   return 0;
 }
 
@@ -146,7 +137,6 @@ int main(int argc, char** argv) {
   const auto isCall = [&](const char* name, std::size_t count) {
     return arguments.size() >= count && arguments[0] == name;
   };
-  if (isCall("loop", 3)) return loop(arguments);
   if (isCall("pss", 2)) return pss(arguments);
   if (isCall("hello", 4)) return hello(arguments);
   if (isCall("stop", 3)) return stop(arguments);

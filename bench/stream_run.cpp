@@ -1,5 +1,6 @@
 #include "bench/stream_run.h"
 
+#include "bench/bare_loop.h"
 #include "bench/process_usage.h"
 #include "measure/latency.h"
 #include "measure/sound_format.h"
@@ -115,10 +116,15 @@ std::expected<RunResult, std::string> measureStream(const RunPlan& plan) {
 
   const auto begin = Clock::now() + kSettling;
   serveAll(receivers, begin, Clock::time_point::max());
+  RunResult result;
+  std::jthread normal([&] { result.normalLoop = bareLoop(plan.duration, LoopPriority::kNormal); });
+  std::jthread realtime(
+      [&] { result.realtimeLoop = bareLoop(plan.duration, LoopPriority::kRealtime); });
   const auto before = usageOf(plan.sender);
   serveAll(receivers, begin + plan.duration, begin);
   const auto after = usageOf(plan.sender);
-  RunResult result;
+  normal.join();
+  realtime.join();
   result.realtime = hasRealtimeThread(plan.sender);
   for (const auto& receiver : receivers) receiver->leave();
 

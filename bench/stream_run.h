@@ -32,6 +32,9 @@ struct RunResult {
   double processorPercent = 0;     ///< of one core
   double proportionalMb = 0;
   bool realtime = false;
+  /// What the machine allowed meanwhile: two threads that only slept.
+  measure::Spread normalLoop;
+  measure::Spread realtimeLoop;
 };
 
 /// Plays ticks into the sink, lets everything settle, and then measures what arrives. Blocks for

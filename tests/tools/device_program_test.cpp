@@ -231,7 +231,7 @@ TEST(DeviceProgramAlone, IsNotForRoot) {
   ChildProcess program(
       {.arguments = {kProgram, "status"}, .environment = {"PULSE_SERVER="}, .output = log});
   EXPECT_EQ(program.wait(), 1);
-  EXPECT_THAT(contentOf(log), HasSubstr("without sudo"));
+  EXPECT_THAT(contentOf(log), HasSubstr("as that person"));
   fs::remove(log);
 }
 

@@ -43,7 +43,7 @@ start_display 760x720x24
 
 # start_streaming [OPTION]...: the program in the mode of this demo.
 start_streaming() {
-  say "starting quorin-stream --start $mode $*"
+  say "starting quorin-stream --start $mode${*:+ $*}"
   background quorin-stream "${PRIVATE[@]}" QT_QPA_PLATFORM=xcb "$BIN/quorin-stream" \
     --start "$mode" "$@"
 }

@@ -51,7 +51,9 @@ int fail(const Error& error) {
 int run(const Arguments& arguments) {
   // Root's sound is nobody's. A server that is named is one that is meant.
   if (::geteuid() == 0 && environment("PULSE_SERVER").empty()) {
-    return fail("Sound belongs to the person who is logged in: run this without sudo.");
+    return fail(
+        "Sound belongs to the person who is logged in: run this as that person, or name the server "
+        "in PULSE_SERVER.");
   }
   const auto say = [](const std::string& line) { std::cout << line << '\n'; };
   if (arguments.verb == Verb::kRemove) {
