@@ -80,8 +80,10 @@ Finding port(const Facts& facts) {
   }
   const auto found = text(facts.port + ": " + facts.portError.message());
   if (facts.portError == std::errc::address_in_use) {
-    return {kName, found, Kind::kProblem,
-            "End the program that holds it (ss -ulpn tells which), or choose another with --port."};
+    return {
+        kName, found, Kind::kProblem,
+        "End the program that holds it (ss -ulpn tells which; it may be Quorin Stream itself), or "
+        "choose another with --port."};
   }
   return {kName, found, Kind::kProblem, "Choose another, above 1023, with --port."};
 }
