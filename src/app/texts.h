@@ -31,8 +31,6 @@ class CompiledTable : public StringTable {
   /// "en" or "es".
   const QString& language() const { return language_; }
 
-  /// For `QCoreApplication::installTranslator`: code that knows only Qt finds the texts then.
-
  private:
   QString language_;
   QTranslator translator_;

@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -21,13 +22,11 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-/// A chunk of the tone, with `unit` for half of the full scale.
-template <typename Sample>
-std::array<Sample, 882> toneFrom(std::size_t frame, double unit) {
-  std::array<Sample, 882> samples{};
+std::array<float, 882> toneFrom(std::size_t frame) {
+  std::array<float, 882> samples{};
   for (auto& sample : samples) {
     const double phase = 2 * std::numbers::pi * 440 * static_cast<double>(frame++) / 44100;
-    sample = static_cast<Sample>(unit * std::sin(phase));
+    sample = static_cast<float>(0.5 * std::sin(phase));
   }
   return samples;
 }
@@ -100,14 +99,17 @@ void StandInServer::run(const std::stop_token& stop) {
     }
     due += 20ms;
     if (!client) continue;
+    const auto tone = toneFrom(frame);
+    frame += tone.size();
     if (manner_ == Manner::kServesFloats) {
-      const auto samples = toneFrom<float>(frame, 0.5);
-      send(samples.data(), sizeof samples, *client);
-    } else {
-      const auto samples = toneFrom<std::int16_t>(frame, 16384);
-      send(samples.data(), sizeof samples, *client);
+      send(tone.data(), sizeof tone, *client);
+      continue;
     }
-    frame += 882;
+    std::array<std::int16_t, tone.size()> samples{};
+    std::ranges::transform(tone, samples.begin(), [](float sample) {
+      return static_cast<std::int16_t>(std::lround(32768 * sample));
+    });
+    send(samples.data(), sizeof samples, *client);
   }
 }
 

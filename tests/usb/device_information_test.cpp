@@ -150,6 +150,7 @@ Bytes growingList(int levels) {
 TEST(DeviceInformation, ABinaryListThatIsNoPlainTreeIsRefused) {
   const Bytes number = bytes({0x10, 7});
   ASSERT_TRUE(isPlainBinaryPlist(growingList(1))) << "the test's own list is well-formed";
+  EXPECT_FALSE(isPlainBinaryPlist(growingList(40)));
   ASSERT_TRUE(isPlainBinaryPlist(binaryDictionary({bytes({0xAF, 0x10, 2, 3, 3}), number})));
   const struct {
     const char* name;
