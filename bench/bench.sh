@@ -9,7 +9,7 @@ source tools/dev/common.sh
 SECONDS_EACH=20 # of each measurement
 SECONDS_LONG=60 # of the one that compares with real time
 PARTS_TIME=0.5  # seconds for each benchmark of a part
-STARTS=15       # of each program
+STARTS=40       # of each program
 HELLOS=200      # of each handshake measurement
 PARTS=(parts_bench panel_bench)
 while [ $# -gt 0 ]; do
@@ -141,9 +141,9 @@ cable() {
   say "the cable"
   background quorin-stream "${PRIVATE[@]}" QT_QPA_PLATFORM=xcb "$BIN/quorin-stream" --start cable
   local sender=$STARTED
-  "$BIN/quorin-listen" --cable --seconds "$((SECONDS_EACH + 2))" --json >"$figures" &
+  "$BIN/quorin-listen" --cable --seconds "$((SECONDS_EACH + 8))" --json >"$figures" &
   local phone=$!
-  sleep 4 # splash, check, and the next attempt to connect
+  sleep 9 # splash, check, the next attempt to connect, and the notice that nothing plays
   record cable idle quorin1 "$BIN/quorin-meter" usage "$sender" "$SECONDS_EACH"
   if wait "$phone"; then
     local name
@@ -171,10 +171,8 @@ windows() {
   say "the window beside an empty one"
   local program platform
   for platform in xcb offscreen; do
-    for program in empty_window quorin-stream; do
-      record "start-$platform" idle "$program" \
-        "${PRIVATE[@]}" QT_QPA_PLATFORM="$platform" "$BIN/quorin-meter" start "$STARTS" "$BIN/$program"
-    done
+    record "start-$platform" idle quorin-stream "${PRIVATE[@]}" QT_QPA_PLATFORM="$platform" \
+      "$BIN/quorin-meter" start "$STARTS" "$BIN/quorin-stream" "$BIN/empty_window"
   done
   for program in empty_window quorin-stream; do
     background "$program" "${PRIVATE[@]}" QT_QPA_PLATFORM=xcb "$BIN/$program"

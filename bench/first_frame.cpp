@@ -39,12 +39,15 @@ std::optional<float> firstFrame(const QString& program) {
 
 }  // namespace
 
-std::expected<std::vector<float>, std::string> firstFrameMs(const std::string& program, int tries) {
-  std::vector<float> times;
+std::expected<std::vector<std::vector<float>>, std::string> firstFrameMs(
+    const std::vector<std::string>& programs, int tries) {
+  std::vector<std::vector<float>> times(programs.size());
   for (int i = 0; i < tries; ++i) {
-    const auto time = firstFrame(QString::fromStdString(program));
-    if (!time) return std::unexpected(program + " showed nothing");
-    times.push_back(*time);
+    for (std::size_t k = 0; k < programs.size(); ++k) {
+      const auto time = firstFrame(QString::fromStdString(programs[k]));
+      if (!time) return std::unexpected(programs[k] + " showed nothing");
+      times[k].push_back(*time);
+    }
   }
   return times;
 }

@@ -6,9 +6,11 @@
 
 namespace quorin::bench {
 
-/// Starts a program with Qt widgets `tries` times, one after the other, and measures the
-/// milliseconds from the start of its process to the first picture it hands to the screen. Each
-/// time the program is asked to end and waited for. The environment is this process's.
-std::expected<std::vector<float>, std::string> firstFrameMs(const std::string& program, int tries);
+/// Starts programs with Qt widgets `tries` times, in turns so that all see the same machine, and
+/// measures the milliseconds from the start of a process to the first picture it hands to the
+/// screen: one list for each program. Each time the program is asked to end and waited for. The
+/// environment is this process's.
+std::expected<std::vector<std::vector<float>>, std::string> firstFrameMs(
+    const std::vector<std::string>& programs, int tries);
 
 }  // namespace quorin::bench

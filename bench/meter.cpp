@@ -6,7 +6,7 @@
 //   quorin-meter stop THREAD MILLISECONDS
 //   quorin-meter usage PROCESS SECONDS
 //   quorin-meter pss PROCESS
-//   quorin-meter start TRIES PROGRAM
+//   quorin-meter start TRIES PROGRAM OTHER-PROGRAM
 //   quorin-meter stream SECONDS PROCESS SINK PLAYER FROM [CLIENTS]
 //     PLAYER: the player's buffer in ms, or "default";  FROM: 127.0.0.1:PORT to join a server,
 //     PORT to hear what a peer sends there
@@ -92,12 +92,14 @@ int flood(const std::vector<std::string>& arguments) {
 }
 
 int start(const std::vector<std::string>& arguments) {
-  const auto times = quorin::bench::firstFrameMs(arguments[2], toNumber(arguments[1]));
+  const auto times =
+      quorin::bench::firstFrameMs({arguments[2], arguments[3]}, toNumber(arguments[1]));
   if (!times) {
     std::cerr << "quorin-meter: " << times.error() << '\n';
     return 1;
   }
-  print("start", quorin::measure::spreadOf(*times));
+  print("start", quorin::measure::spreadOf((*times)[0]));
+  print("other_start", quorin::measure::spreadOf((*times)[1]));
   return 0;
 }
 
@@ -142,7 +144,7 @@ int main(int argc, char** argv) {
   if (isCall("stop", 3)) return stop(arguments);
   if (isCall("usage", 3)) return usage(arguments);
   if (isCall("flood", 4)) return flood(arguments);
-  if (isCall("start", 3)) return start(arguments);
+  if (isCall("start", 4)) return start(arguments);
   if (isCall("stream", 6)) return stream(arguments);
   std::cerr << "usage: see bench/meter.cpp\n";
   return 2;

@@ -67,7 +67,7 @@ END {
   print ""
   split("xcb offscreen", platform, " ")
   for (i = 1; i <= 2; ++i) {
-    empty = value["start-" platform[i], "idle", "empty_window", "start_p50"]
+    empty = value["start-" platform[i], "idle", "quorin-stream", "other_start_p50"]
     own = value["start-" platform[i], "idle", "quorin-stream", "start_p50"]
     if (empty > 0)
       printf "start to first picture, %s: %.0f ms, %.2f x an empty window's %.0f (target 1.3)\n",

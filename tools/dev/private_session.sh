@@ -91,7 +91,7 @@ start_pipewire() {
 
 # start_display GEOMETRY: sets DISPLAY to a screen that nobody sees.
 start_display() {
-  background xvfb Xvfb -displayfd 3 -screen 0 "$1" -nolisten tcp 3>"$SESSION/display"
+  background xvfb Xvfb -displayfd 3 -screen 0 "$1" -nolisten tcp -noreset 3>"$SESSION/display"
   wait_for 20 "Xvfb" test -s "$SESSION/display"
   DISPLAY=:$(cat "$SESSION/display")
   export DISPLAY
