@@ -70,6 +70,9 @@ struct Layout {
   const std::optional<Rect>& operator[](View view) const { return frames[indexOf(view)]; }
 };
 
+/// The side of the splash's picture, where the window is not too small for it.
+inline constexpr double kSplashPictureSide = 420;
+
 /// The container whose coordinates a view's frame is in, where that is not as large as the
 /// window's content; `View::count` for all others.
 View smallContainerOf(View view);

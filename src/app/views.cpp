@@ -2,6 +2,7 @@
 
 #include "app/accessibility.h"
 #include "app/appearance.h"
+#include "app/layout.h"
 
 #include <utility>
 
@@ -93,8 +94,13 @@ void Views::buildOutlets(const Texts& texts) {
 void Views::buildSplash(const Images& images) {
   splashOverlay_ = add(View::splashOverlay_, new ShadeView(Qt::black, &contentView_));
   splashOverlay_->setAccessibleName(kProgramName);
-  splashImageView_ = addPicture(View::splashImageView_, images.imageForView("Logo 1"), kProgramName,
-                                splashOverlay_);
+  const auto image = images.imageForView("Logo 1");
+  if (image) {  // the first thing to be seen, and drawn while everything else is built
+    image->renderAhead(
+        (QSizeF(kSplashPictureSide, kSplashPictureSide) * contentView_.devicePixelRatioF())
+            .toSize());
+  }
+  splashImageView_ = addPicture(View::splashImageView_, image, kProgramName, splashOverlay_);
 }
 
 /// What stands behind and above every page, and the pages that come before the menu's views.

@@ -4,6 +4,7 @@
 
 #include <QFile>
 #include <QSvgRenderer>
+#include <future>
 #include <utility>
 
 namespace quorin::pictures {
@@ -14,9 +15,13 @@ class Drawing final : public Picture {
  public:
   Drawing(QString path, const QColor& tint) : path_(std::move(path)), tint_(tint) {}
 
-  QSizeF size() const override { return renderer().defaultSize(); }
+  QSizeF size() const override {
+    takeWhatIsAhead();
+    return renderer().defaultSize();
+  }
 
   void paint(QPainter& painter, const QRectF& target) const override {
+    takeWhatIsAhead();
     const DevicePixels pixels(painter);
     const QRect place = pixels.map(target).toRect();
     if (place.isEmpty()) return;
@@ -24,7 +29,16 @@ class Drawing final : public Picture {
     painter.drawImage(place.topLeft(), rendered_);
   }
 
+  void renderAhead(QSize pixels) const override {
+    takeWhatIsAhead();
+    ahead_ = std::async([this, pixels] { return render(pixels); });
+  }
+
  private:
+  void takeWhatIsAhead() const {
+    if (ahead_.valid()) rendered_ = ahead_.get();
+  }
+
   QSvgRenderer& renderer() const {
     if (!renderer_) renderer_ = std::make_unique<QSvgRenderer>(path_);
     return *renderer_;
@@ -47,6 +61,7 @@ class Drawing final : public Picture {
   QColor tint_;
   mutable std::unique_ptr<QSvgRenderer> renderer_;
   mutable QImage rendered_;
+  mutable std::future<QImage> ahead_;  ///< while there is one, the renderer is another thread's
 };
 
 class Bitmap final : public Picture {

@@ -84,6 +84,17 @@ TEST(DrawingTest, IsAsSharpAsTheDisplay) {
   EXPECT_EQ(twice, renderSquare(*logo, 144)) << "rendered at the display's size, not scaled up";
 }
 
+TEST(DrawingTest, LooksTheSameWhenItWasRenderedAhead) {
+  const QString path = QStringLiteral(":/quorin/pictures/Logo.svg");
+  const QImage expected = renderSquare(*loadDrawing(path), 72);
+  for (const QSize ahead : {QSize(72, 72), QSize(30, 40)}) {
+    const auto logo = loadDrawing(path);
+    logo->renderAhead(ahead);
+    EXPECT_EQ(renderSquare(*logo, 72), expected) << "ahead for a width of " << ahead.width();
+  }
+  loadDrawing(path)->renderAhead({72, 72});  // and never painted
+}
+
 TEST(DrawingTest, TintKeepsTheShapeAndChangesTheColour) {
   const QString path = QStringLiteral(":/quorin/symbols/stop.fill.svg");
   const QImage plain = renderSquare(*loadDrawing(path), 24);
