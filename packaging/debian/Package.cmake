@@ -12,15 +12,15 @@ set(CPACK_PACKAGE_HOMEPAGE_URL "https://quorin.example/stream")
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION sound)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "computer's sound on a phone, in real time")
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-    "computer's sound on a phone, in real time
- Streams what the computer plays to phones: over Wi-Fi to up to ten of them,
- paired by a QR code, or over the charging cable. A guard screen leads to the
- right sound devices and waits until they are set.
- .
- quorin-device makes the virtual sound device that the stream is taken from,
- quorin-listen receives a stream on another computer and measures it, and
- quorin-panel shows a server with live statistics.")
+    "Streams what the computer plays to phones: over Wi-Fi to up to ten of them,
+paired by a QR code, or over the charging cable. A guard screen leads to the
+right sound devices and waits until they are set.
+
+quorin-device makes the virtual sound device that the stream is taken from,
+quorin-listen receives a stream on another computer and measures it, and
+quorin-panel shows a server with live statistics.")
 
 # The libraries a program is linked to are found by dpkg-shlibdeps. What it talks to at run time
 # is not: a sound server, the font of some symbols, the USB service, Wayland, real-time priority.

@@ -20,7 +20,7 @@
 namespace quorin::app {
 namespace {
 
-/// The audio server answers within milliseconds, the desktop's portal within 2 s.
+/// The audio server answers soon after its libraries are loaded, the desktop's portal within 2 s.
 constexpr std::chrono::seconds kPatience{3};
 constexpr std::chrono::milliseconds kLookAgain{20};
 

@@ -8,10 +8,7 @@ namespace quorin::audio {
 AudioCaptureManager::AudioCaptureManager(dispatch::Scheduler& scheduler, Parts parts)
     : scheduler_(scheduler),
       parts_(std::move(parts)),
-      tapLog_(scheduler.utilityQueue(), parts_.print) {
-  parts_.engine->setInterruptionHandler(scheduler_.mainQueue(),
-                                        [this](const Error& error) { interrupted(error); });
-}
+      tapLog_(scheduler.utilityQueue(), parts_.print) {}
 
 AudioCaptureManager::~AudioCaptureManager() {
   if (tap_) removeTap();
@@ -19,8 +16,9 @@ AudioCaptureManager::~AudioCaptureManager() {
 
 void AudioCaptureManager::startCapture() {
   if (isCapturing_) return;
+  if (!engine_) createEngine();
   const auto frames = std::to_string(wire::kChunkFrames);
-  parts_.print("🎤 Formato ORIGINAL de entrada: " + describe(parts_.engine->inputFormat()));
+  parts_.print("🎤 Formato ORIGINAL de entrada: " + describe(engine_->inputFormat()));
   parts_.print("🎯 Formato TARGET: " + describe(kTargetFormat));
   parts_.print("⚡ Instalando tap con buffer de " + frames + " frames (" +
                std::to_string(wire::kChunkDuration.count()) + ".00 ms)");
@@ -30,9 +28,9 @@ void AudioCaptureManager::startCapture() {
                                                             .makeConverter = parts_.makeConverter,
                                                             .onAudioData = onAudioData_,
                                                             .log = tapLog_});
-  parts_.engine->installTap(wire::kChunkFrames,
-                            [tap = tap_.get()](const BufferView& buffer) { tap->process(buffer); });
-  if (const auto started = parts_.engine->start(); !started) {
+  engine_->installTap(wire::kChunkFrames,
+                      [tap = tap_.get()](const BufferView& buffer) { tap->process(buffer); });
+  if (const auto started = engine_->start(); !started) {
     removeTap();
     parts_.print("❌ Error iniciando motor: " + started.error().description);
     return;
@@ -48,10 +46,16 @@ void AudioCaptureManager::stopCapture() {
   parts_.print("⏹️ Captura detenida");
 }
 
+void AudioCaptureManager::createEngine() {
+  engine_ = parts_.makeEngine();
+  engine_->setInterruptionHandler(scheduler_.mainQueue(),
+                                  [this](const Error& error) { interrupted(error); });
+}
+
 void AudioCaptureManager::removeTap() {
-  parts_.engine->removeTap();
-  parts_.engine->stop();
-  parts_.engine->reset();
+  engine_->removeTap();
+  engine_->stop();
+  engine_->reset();
   tap_.reset();
   tapLog_.flush();
 }

@@ -22,9 +22,10 @@ class AudioCaptureManager {
  public:
   using ChunkHandler = ChunkHandlerSlot::Handler;
   using InterruptionHandler = std::function<void()>;
+  using EngineFactory = std::move_only_function<std::unique_ptr<AudioEngine>()>;
 
   struct Parts {
-    std::unique_ptr<AudioEngine> engine;  ///< this object's own
+    EngineFactory makeEngine;  ///< called once, in the first `startCapture`
     ConverterFactory makeConverter = makeSampleConverter;
     log::PrintLine print = log::print;
   };
@@ -47,18 +48,21 @@ class AudioCaptureManager {
 
   bool isCapturing() const { return isCapturing_; }
 
-  /// Waits for the audio server, up to 1.5 s if it hangs. Nothing happens when capturing already.
+  /// Waits for the audio server, up to 1.5 s if it hangs, and the first time for the making of the
+  /// engine. Nothing happens when capturing already.
   void startCapture();
 
   /// Throws the started chunk away. Nothing happens when not capturing.
   void stopCapture();
 
  private:
+  void createEngine();
   void removeTap();
   void interrupted(const Error& error);
 
   dispatch::Scheduler& scheduler_;
   Parts parts_;
+  std::unique_ptr<AudioEngine> engine_;
   TapLog tapLog_;
   ChunkHandlerSlot onAudioData_;
   InterruptionHandler onInterrupted_;

@@ -10,8 +10,9 @@ constexpr std::chrono::seconds kRestartInterval{2};
 
 class DeviceCapture final : public AudioCapture {
  public:
-  DeviceCapture(dispatch::Scheduler& scheduler, std::unique_ptr<audio::AudioEngine> engine)
-      : scheduler_(scheduler), manager_(scheduler, {.engine = std::move(engine)}) {
+  DeviceCapture(dispatch::Scheduler& scheduler, audio::AudioServer& server)
+      : scheduler_(scheduler),
+        manager_(scheduler, {.makeEngine = [&server] { return server.makeEngine(); }}) {
     manager_.setOnInterrupted([this] { restartLater(); });
   }
 
@@ -42,9 +43,7 @@ class DeviceCapture final : public AudioCapture {
 }  // namespace
 
 CaptureFactory captureFrom(dispatch::Scheduler& scheduler, audio::AudioServer& server) {
-  return [&scheduler, &server] {
-    return std::make_unique<DeviceCapture>(scheduler, server.makeEngine());
-  };
+  return [&scheduler, &server] { return std::make_unique<DeviceCapture>(scheduler, server); };
 }
 
 }  // namespace quorin::panel

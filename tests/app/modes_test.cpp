@@ -104,11 +104,12 @@ class ModesTest : public testing::Test {
   FakeWindow window_;
   FakeCableSwitch cable_;
   wifi::FakeCable cableSink_;
-  test::FakeEngine* engine_ = new test::FakeEngine;  // the capture's own
+  std::unique_ptr<test::FakeEngine> newEngine_ = std::make_unique<test::FakeEngine>();
+  test::FakeEngine* engine_ = newEngine_.get();  // the capture's own
   std::vector<std::string> captureLog_;
   audio::AudioCaptureManager capture_{
       time_,
-      {.engine = std::unique_ptr<test::FakeEngine>(engine_),
+      {.makeEngine = [this] { return std::move(newEngine_); },
        .makeConverter = audio::makeSampleConverter,
        .print = [this](std::string_view line) { captureLog_.emplace_back(line); }}};
   wifi::AudioSender sender_{time_, cableSink_};

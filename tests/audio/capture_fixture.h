@@ -20,10 +20,11 @@ class CaptureTest : public testing::Test {
     auto engine = std::make_unique<FakeEngine>();
     engine_ = engine.get();
     manager_ = std::make_unique<audio::AudioCaptureManager>(
-        scheduler_, audio::AudioCaptureManager::Parts{
-                        .engine = std::move(engine),
-                        .makeConverter = std::move(makeConverter),
-                        .print = [this](std::string_view line) { lines_.emplace_back(line); }});
+        scheduler_,
+        audio::AudioCaptureManager::Parts{
+            .makeEngine = [engine = std::move(engine)]() mutable { return std::move(engine); },
+            .makeConverter = std::move(makeConverter),
+            .print = [this](std::string_view line) { lines_.emplace_back(line); }});
     manager_->setOnAudioData(
         [this](wire::AudioChunkView chunk) { chunks_.emplace_back(chunk.begin(), chunk.end()); });
   }

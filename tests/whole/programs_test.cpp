@@ -92,6 +92,15 @@ TEST_F(Programs, DiagnoseTellsWhatIsInTheWay) {
   EXPECT_EQ(problems(diagnosis(1)), "port, ");
 }
 
+TEST_F(Programs, SaysSoWhenAPartOfItIsBroken) {
+  std::ofstream(folder_.path() / "quorin-audio.so") << "no library";
+  ::setenv("LD_LIBRARY_PATH", folder_.path().c_str(), 1);
+  const int status = start("quorin-stream", {"--diagnose"}).wait();
+  ::unsetenv("LD_LIBRARY_PATH");
+  EXPECT_EQ(status, 127);
+  EXPECT_THAT(said("quorin-stream"), testing::HasSubstr("install it again"));
+}
+
 TEST_F(Programs, StreamAndListenWorkTogetherAndASignalEndsThem) {
   for (const int signal : {SIGINT, SIGTERM}) {
     auto program = start("quorin-stream", {"--start", "wifi", "--port", kPort});

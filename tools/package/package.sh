@@ -17,8 +17,9 @@ need_packages "${BUILD_PACKAGES[@]}" "${PACKAGE_PACKAGES[@]}"
 
 # Debian's own compiler and linker flags, as the C++ compiler is to have them.
 flags() { DEB_BUILD_MAINT_OPTIONS=hardening=+all dpkg-buildflags --get "$1"; }
+linking="$(flags LDFLAGS) -Wl,--as-needed"
 configure package -DCMAKE_CXX_FLAGS="$(flags CXXFLAGS) $(flags CPPFLAGS)" \
-  -DCMAKE_EXE_LINKER_FLAGS="$(flags LDFLAGS) -Wl,--as-needed"
+  -DCMAKE_EXE_LINKER_FLAGS="$linking" -DCMAKE_MODULE_LINKER_FLAGS="$linking"
 build package
 
 say "packing"

@@ -30,8 +30,9 @@ class AudioServer {
   virtual DefaultDevices defaultDevices() const = 0;
   virtual RecordingAccess recordingAccess() const = 0;
 
-  /// `handler` runs on `queue` after `defaultDevices` or `recordingAccess` changed; changes that
-  /// follow each other closely coalesce. One handler at a time; called on `queue`.
+  /// `handler` runs on `queue` after `defaultDevices` or `recordingAccess` changed, also if that
+  /// was before it was set; changes that follow each other closely coalesce. One handler at a time;
+  /// called on `queue`.
   virtual void setChangeHandler(dispatch::Queue& queue, dispatch::Task handler) = 0;
 
   virtual std::unique_ptr<AudioEngine> makeEngine() = 0;
@@ -41,7 +42,8 @@ class AudioServer {
 };
 
 /// The user's server: PulseAudio, or PipeWire's stand-in for it (`PULSE_SERVER` is honoured).
-/// Returns at once; the connection comes about on a thread of its own, which takes real-time
+/// Returns at once. `utilityQueue` loads the audio libraries a little later, or whoever makes an
+/// engine before that; the connection comes about on a thread of its own, which takes real-time
 /// priority where it may have it (`utilityQueue` asks rtkit for it), and goes on without.
 std::unique_ptr<AudioServer> connectToAudioServer(dispatch::Queue& utilityQueue);
 

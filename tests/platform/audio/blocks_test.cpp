@@ -1,5 +1,5 @@
+#include "platform/audio/backend/reblocker.h"
 #include "platform/audio/format.h"
-#include "platform/audio/reblocker.h"
 
 #include <gtest/gtest.h>
 
@@ -31,7 +31,10 @@ TEST(Reblocker, CutsPiecesOfAnySizeIntoBlocksOfOne) {
     };
     for (std::span<const float> rest = count; !rest.empty();) {
       const auto now = rest.first(std::min(piece, rest.size()));
+      const auto completes = now.size() >= reblocker.missing();
+      const auto before = heard.size();
       reblocker.push(now, deliver);
+      EXPECT_EQ(heard.size() > before, completes) << piece;
       rest = rest.subspan(now.size());
     }
     EXPECT_EQ(heard, std::vector<float>(count.begin(), count.begin() + 9600)) << piece;

@@ -260,5 +260,11 @@ TEST(NoAudioServer, IsNoDevicesAndOneClearError) {
   EXPECT_THAT(started.error().description, HasSubstr("cannot be reached"));
 }
 
+TEST(NoAudioServer, IsForgottenBeforeItsLibrariesAreLoaded) {
+  dispatch::SimulatedScheduler scheduler;
+  audio::connectToAudioServer(scheduler.utilityQueue()).reset();
+  scheduler.advance(std::chrono::seconds(1));
+}
+
 }  // namespace
 }  // namespace quorin::test

@@ -1,4 +1,4 @@
-#include "platform/audio/converter.h"
+#include "platform/audio/backend/swr_converter.h"
 
 #include <array>
 #include <cmath>
@@ -134,7 +134,7 @@ class SwrConverter : public SampleConverter {
 
 }  // namespace
 
-std::unique_ptr<SampleConverter> makeSampleConverter(const Format& from, const Format& to) {
+std::unique_ptr<SampleConverter> makeSwrConverter(const Format& from, const Format& to) {
   if (!from.exists() || !to.exists() || to.channels != 1) return nullptr;
   auto swr = makeResampler(from.sampleRate, to.sampleRate);
   if (!swr) return nullptr;

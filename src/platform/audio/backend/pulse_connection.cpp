@@ -1,4 +1,4 @@
-#include "platform/audio/pulse_connection.h"
+#include "platform/audio/backend/pulse_connection.h"
 
 #include <algorithm>
 #include <cassert>

@@ -1,4 +1,4 @@
-#include "platform/audio/pulse_devices.h"
+#include "platform/audio/backend/pulse_devices.h"
 
 #include <string>
 #include <utility>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/audio/audio_server.h"
-#include "platform/audio/pulse_connection.h"
-#include "platform/audio/pulse_devices.h"
+#include "platform/audio/backend/pulse_connection.h"
+#include "platform/audio/backend/pulse_devices.h"
 #include "platform/dispatch/thread_safety.h"
 
 #include <chrono>

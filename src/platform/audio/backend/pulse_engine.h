@@ -1,7 +1,7 @@
 #pragma once
 
+#include "platform/audio/backend/reblocker.h"
 #include "platform/audio/engine.h"
-#include "platform/audio/reblocker.h"
 #include "platform/dispatch/thread_safety.h"
 
 #include <pulse/pulseaudio.h>
@@ -44,7 +44,7 @@ class PulseEngine : public AudioEngine {
   std::expected<void, Error> connectStream(const pa_sample_spec& sampleSpec,
                                            const pa_channel_map& channelMap);
   void streamStateChanged();
-  void readAvailable();
+  void readAvailable(std::size_t readable);
 
   PulseServer& server_;
   std::unique_ptr<pa_stream, DropStream> stream_;

@@ -23,7 +23,7 @@ class Reblocker {
         samples = samples.subspan(blockSize_);
         continue;
       }
-      const auto taken = std::min(samples.size(), blockSize_ - pending_.size());
+      const auto taken = std::min(samples.size(), missing());
       pending_.insert(pending_.end(), samples.begin(),
                       samples.begin() + static_cast<std::ptrdiff_t>(taken));
       samples = samples.subspan(taken);
@@ -33,7 +33,7 @@ class Reblocker {
 
   void pushSilence(std::size_t count, auto&& deliver) {
     while (count > 0) {
-      const auto taken = std::min(count, blockSize_ - pending_.size());
+      const auto taken = std::min(count, missing());
       pending_.resize(pending_.size() + taken);
       count -= taken;
       deliverIfComplete(deliver);
@@ -41,6 +41,8 @@ class Reblocker {
   }
 
   void clear() { pending_.clear(); }
+
+  std::size_t missing() const { return blockSize_ - pending_.size(); }  ///< to the next block
 
  private:
   void deliverIfComplete(auto&& deliver) {

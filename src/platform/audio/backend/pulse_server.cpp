@@ -1,6 +1,6 @@
-#include "platform/audio/pulse_server.h"
+#include "platform/audio/backend/pulse_server.h"
 
-#include "platform/audio/pulse_engine.h"
+#include "platform/audio/backend/pulse_engine.h"
 #include "platform/dispatch/realtime.h"
 
 #include <unistd.h>
@@ -30,6 +30,7 @@ void PulseServer::setChangeHandler(dispatch::Queue& queue, dispatch::Task handle
   {
     const dispatch::Lock lock(mutex_);
     changeSource_.swap(source);
+    if (changeSource_ && news_ != News()) changeSource_->signal();  // what came before the handler
   }
 }
 
@@ -71,10 +72,6 @@ void PulseServer::publish(Change change) {
   const auto before = news_;
   change(news_);
   if (changeSource_ && news_ != before) changeSource_->signal();
-}
-
-std::unique_ptr<AudioServer> connectToAudioServer(dispatch::Queue& utilityQueue) {
-  return std::make_unique<PulseServer>(utilityQueue);
 }
 
 }  // namespace quorin::audio

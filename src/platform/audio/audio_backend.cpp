@@ -1,0 +1,39 @@
+#include "platform/audio/audio_backend.h"
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+namespace quorin::audio {
+namespace {
+
+/// What the dynamic loader ends a program with that lacks a library.
+constexpr int kLibraryMissing = 127;
+
+const AudioBackend& loadBackend() {
+  // Without a folder: looked for where the program was built or installed to look.
+  void* const module = ::dlopen(QUORIN_AUDIO_MODULE, RTLD_LAZY | RTLD_LOCAL);
+  void* const backend = module != nullptr ? ::dlsym(module, AudioBackend::kSymbol) : nullptr;
+  if (backend == nullptr) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the text is the calling thread's own
+    const char* const reason = ::dlerror();
+    std::fprintf(stderr, "A part of Quorin Stream is missing or broken: install it again. (%s)\n",
+                 reason);
+    ::_exit(kLibraryMissing);
+  }
+  return *static_cast<const AudioBackend*>(backend);
+}
+
+}  // namespace
+
+const AudioBackend& audioBackend() {
+  static const AudioBackend& backend = loadBackend();
+  return backend;
+}
+
+std::unique_ptr<SampleConverter> makeSampleConverter(const Format& from, const Format& to) {
+  return audioBackend().makeSampleConverter(from, to);
+}
+
+}  // namespace quorin::audio
