@@ -11,10 +11,11 @@ namespace {
 /// What the dynamic loader ends a program with that lacks a library.
 constexpr int kLibraryMissing = 127;
 
-const AudioBackend& loadBackend() {
+template <typename Backend>
+const Backend& load(const char* file) {
   // Without a folder: looked for where the program was built or installed to look.
-  void* const module = ::dlopen(QUORIN_AUDIO_MODULE, RTLD_LAZY | RTLD_LOCAL);
-  void* const backend = module != nullptr ? ::dlsym(module, AudioBackend::kSymbol) : nullptr;
+  void* const module = ::dlopen(file, RTLD_LAZY | RTLD_LOCAL);
+  void* const backend = module != nullptr ? ::dlsym(module, Backend::kSymbol) : nullptr;
   if (backend == nullptr) {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): the text is the calling thread's own
     const char* const reason = ::dlerror();
@@ -22,18 +23,23 @@ const AudioBackend& loadBackend() {
                  reason);
     ::_exit(kLibraryMissing);
   }
-  return *static_cast<const AudioBackend*>(backend);
+  return *static_cast<const Backend*>(backend);
 }
 
 }  // namespace
 
 const AudioBackend& audioBackend() {
-  static const AudioBackend& backend = loadBackend();
+  static const auto& backend = load<AudioBackend>(QUORIN_AUDIO_MODULE);
+  return backend;
+}
+
+const ResamplerBackend& resamplerBackend() {
+  static const auto& backend = load<ResamplerBackend>(QUORIN_RESAMPLER_MODULE);
   return backend;
 }
 
 std::unique_ptr<SampleConverter> makeSampleConverter(const Format& from, const Format& to) {
-  return audioBackend().makeSampleConverter(from, to);
+  return resamplerBackend().makeSampleConverter(from, to);
 }
 
 }  // namespace quorin::audio

@@ -7,20 +7,28 @@
 
 namespace quorin::audio {
 
-/// What stands on the audio libraries. They and what they bring along are two dozen shared
-/// libraries that a first picture has no need of, so it is a module of its own, loaded when sound
-/// is.
+// What stands on the audio libraries. They and what they bring along are two dozen shared libraries
+// that a first picture has no need of, so they stand behind two modules, loaded when they are.
+//
+// A module is loaded by the first call that asks for it, which takes some milliseconds, and stays
+// until the program ends. Any thread; the others wait meanwhile. Without its modules the program
+// says so and ends, as it would without any other library.
+
+/// The way to the audio server.
 struct AudioBackend {
   /// The symbol that the module exports: one of these.
   static constexpr const char* kSymbol = "kQuorinAudioBackend";
 
   std::unique_ptr<AudioServer> (*connect)(dispatch::Queue& utilityQueue);
+};
+const AudioBackend& audioBackend();
+
+/// What converts the sound that is recorded.
+struct ResamplerBackend {
+  static constexpr const char* kSymbol = "kQuorinResamplerBackend";
+
   std::unique_ptr<SampleConverter> (*makeSampleConverter)(const Format& from, const Format& to);
 };
-
-/// Loads the module on the first call, which takes some milliseconds; it stays until the program
-/// ends. Any thread; the others wait meanwhile. Without its module the program says so and ends, as
-/// it would without any other library.
-const AudioBackend& audioBackend();
+const ResamplerBackend& resamplerBackend();
 
 }  // namespace quorin::audio

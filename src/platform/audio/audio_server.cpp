@@ -71,7 +71,11 @@ class LateAudioServer final : public AudioServer {
   void setChangeHandler(dispatch::Queue& queue, dispatch::Task handler) override {
     late_->setChangeHandler(queue, std::move(handler));
   }
-  std::unique_ptr<AudioEngine> makeEngine() override { return late_->get().makeEngine(); }
+  std::unique_ptr<AudioEngine> makeEngine() override {
+    // What it records is converted on a thread that must not wait for the disk.
+    resamplerBackend();
+    return late_->get().makeEngine();
+  }
 
  private:
   std::shared_ptr<LateServer> late_;

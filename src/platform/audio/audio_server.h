@@ -35,6 +35,7 @@ class AudioServer {
   /// called on `queue`.
   virtual void setChangeHandler(dispatch::Queue& queue, dispatch::Task handler) = 0;
 
+  /// The first call loads the libraries that the engine's sound needs, some milliseconds.
   virtual std::unique_ptr<AudioEngine> makeEngine() = 0;
 
  protected:
