@@ -115,7 +115,7 @@ resize_for_ever() {
   window=$("${PRIVATE[@]}" xdotool search --onlyvisible --pid "$1" | tail -n 1)
   while :; do
     for width in 760 860 960 1060 1160; do
-      "${PRIVATE[@]}" xdotool windowsize "$window" "$width" 720
+      "${PRIVATE[@]}" xdotool windowsize "$window" "$width" 720 2>/dev/null
     done
   done
 }
