@@ -1,6 +1,7 @@
 #include "app/fact_finding.h"
 
 #include "app/audio_inputs.h"
+#include "platform/audio/audio_backend.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/posix/file_descriptor.h"
 #include "platform/usb/usb_hub.h"
@@ -42,6 +43,7 @@ void askForSound(Facts& facts) {
   QTimer::singleShot(kPatience, &loop, &QEventLoop::quit);
   loop.exec();
   scheduler->end();
+  audio::resamplerBackend();  // ends the program as a recording would if it cannot be loaded
 }
 
 std::error_code portErrorOf(const QString& typed) {

@@ -11,6 +11,7 @@
 #include <QJsonObject>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -93,12 +94,16 @@ TEST_F(Programs, DiagnoseTellsWhatIsInTheWay) {
 }
 
 TEST_F(Programs, SaysSoWhenAPartOfItIsBroken) {
-  std::ofstream(folder_.path() / "quorin-audio.so") << "no library";
-  ::setenv("LD_LIBRARY_PATH", folder_.path().c_str(), 1);
-  const int status = start("quorin-stream", {"--diagnose"}).wait();
-  ::unsetenv("LD_LIBRARY_PATH");
-  EXPECT_EQ(status, 127);
-  EXPECT_THAT(said("quorin-stream"), testing::HasSubstr("install it again"));
+  for (const auto* const plugin : {QUORIN_AUDIO_PLUGIN, QUORIN_RESAMPLER_PLUGIN}) {
+    const auto broken = folder_.path() / plugin;
+    std::ofstream(broken) << "no library";
+    ::setenv("LD_LIBRARY_PATH", folder_.path().c_str(), 1);
+    const int status = start("quorin-stream", {"--diagnose"}).wait();
+    ::unsetenv("LD_LIBRARY_PATH");
+    std::filesystem::remove(broken);
+    EXPECT_EQ(status, 127) << plugin;
+    EXPECT_THAT(said("quorin-stream"), testing::HasSubstr("install it again"));
+  }
 }
 
 TEST_F(Programs, StreamAndListenWorkTogetherAndASignalEndsThem) {

@@ -51,6 +51,10 @@ sleep 3
 kill -TERM $!
 wait $! || { echo "quorin-stream ended with status $?" && cat /said && exit 1; }
 
+echo "== diagnosing"
+# There is no sound server here, which is a problem and no failure.
+quorin-stream --diagnose >/said 2>&1 || [ $? -eq 1 ] || { cat /said && exit 1; }
+
 echo "== removing"
 apt-get -q purge --yes quorin-stream >>/log 2>&1 || { tail /log && exit 1; }
 files >/after

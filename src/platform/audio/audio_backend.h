@@ -8,15 +8,15 @@
 namespace quorin::audio {
 
 // What stands on the audio libraries. They and what they bring along are two dozen shared libraries
-// that a first picture has no need of, so they stand behind two modules, loaded when they are.
+// that a first picture has no need of, so they stand behind two plug-ins.
 //
-// A module is loaded by the first call that asks for it, which takes some milliseconds, and stays
-// until the program ends. Any thread; the others wait meanwhile. Without its modules the program
+// A plug-in is loaded by the first call that asks for it, which takes some milliseconds, and stays
+// until the program ends. Any thread; the others wait meanwhile. Without its plug-ins the program
 // says so and ends, as it would without any other library.
 
 /// The way to the audio server.
 struct AudioBackend {
-  /// The symbol that the module exports: one of these.
+  /// The symbol that the plug-in exports: one of these.
   static constexpr const char* kSymbol = "kQuorinAudioBackend";
 
   std::unique_ptr<AudioServer> (*connect)(dispatch::Queue& utilityQueue);

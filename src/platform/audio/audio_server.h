@@ -31,8 +31,8 @@ class AudioServer {
   virtual RecordingAccess recordingAccess() const = 0;
 
   /// `handler` runs on `queue` after `defaultDevices` or `recordingAccess` changed, also if that
-  /// was before it was set; changes that follow each other closely coalesce. One handler at a time;
-  /// called on `queue`.
+  /// was before it was set; changes that follow each other closely coalesce. One handler at a time,
+  /// replaced on `queue`.
   virtual void setChangeHandler(dispatch::Queue& queue, dispatch::Task handler) = 0;
 
   /// The first call loads the libraries that the engine's sound needs, some milliseconds.
