@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <fstream>
 
 namespace {
 
@@ -17,7 +18,9 @@ constinit thread_local std::size_t allocations = 0;
 #endif
 #endif
 
-#ifndef QUORIN_SANITIZED
+#ifdef QUORIN_SANITIZED
+#include <sanitizer/allocator_interface.h>
+#else
 
 // The C library lets a program replace these; its own stay reachable under the second names.
 // `operator new` of libstdc++ calls them too.
@@ -68,6 +71,18 @@ bool allocationsAreCounted() {
   return false;
 #else
   return true;
+#endif
+}
+
+std::size_t memoryInUse() {
+#ifdef QUORIN_SANITIZED
+  return ::__sanitizer_get_current_allocated_bytes();
+#else
+  constexpr std::size_t kPageBytes = 4096;
+  std::size_t total = 0;
+  std::size_t resident = 0;
+  std::ifstream("/proc/self/statm") >> total >> resident;
+  return resident * kPageBytes;
 #endif
 }
 

@@ -11,4 +11,8 @@ std::size_t allocationsOfThisThread();
 /// False under a sanitizer, which has an allocator of its own: then nothing is counted.
 bool allocationsAreCounted();
 
+/// Bytes of memory that this process holds: the resident ones; under a sanitizer, which keeps freed
+/// blocks for a while, the allocated ones.
+std::size_t memoryInUse();
+
 }  // namespace quorin::test

@@ -10,7 +10,6 @@
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <atomic>
-#include <fstream>
 #include <iostream>
 #include <thread>
 
@@ -115,13 +114,6 @@ TEST_F(ThreadsTest, SurviveRestartsUnderSound) {
   capture.join();
 }
 
-std::size_t residentBytes() {
-  std::size_t total = 0;
-  std::size_t resident = 0;
-  std::ifstream("/proc/self/statm") >> total >> resident;
-  return resident * 4096;
-}
-
 /// Sends 49,000 datagrams a second that nobody wants, from ever new ports, for `milliseconds`.
 void flood(const sockaddr_in& server, int milliseconds) {
   const std::string texts[] = {
@@ -144,7 +136,7 @@ TEST_F(ThreadsTest, KeepSendingThroughAFlood) {
   Phone phone(port);
   registerPhone(phone);
   sender.startAudioSendTimer();
-  const auto memoryBefore = residentBytes();
+  const auto memoryBefore = test::memoryInUse();
 
   std::atomic<int> running = 2;
   std::atomic<int> heard = 0;
@@ -180,7 +172,8 @@ TEST_F(ThreadsTest, KeepSendingThroughAFlood) {
     return heard == expected();
   })) << "a client's sound goes on, and the last of it is still on its way";
 
-  const auto grown = static_cast<double>(residentBytes() - memoryBefore) / 1e6;
+  const auto grown =
+      (static_cast<double>(test::memoryInUse()) - static_cast<double>(memoryBefore)) / 1e6;
   std::cout << "heard " << heard << " of " << kChunks << " chunks, " << sender.counters().overflowed
             << " cut, " << server.ignoredDatagrams() << " datagrams ignored, "
             << listener.events.size() << " callbacks, " << answersOfTheInterface
