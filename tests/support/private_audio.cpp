@@ -16,6 +16,12 @@
 namespace quorin::test {
 namespace {
 
+std::string contentOf(const std::filesystem::path& path) {
+  std::ostringstream content;
+  content << std::ifstream(path).rdbuf();
+  return content.str();
+}
+
 std::filesystem::path makeFolder() {
   auto pattern = (std::filesystem::temp_directory_path() / "quorin-audio-XXXXXX").string();
   return ::mkdtemp(pattern.data()) != nullptr ? std::filesystem::path(pattern)
@@ -135,8 +141,8 @@ void PrivatePulse::launch() {
 }
 
 bool PrivatePipeWire::isInstalled() {
-  return hasProgram("pipewire") && hasProgram("wireplumber") && hasProgram("pipewire-pulse") &&
-         hasProgram("dbus-daemon") && hasProgram("pactl");
+  return hasProgram("pipewire") && hasProgram("pw-mon") && hasProgram("wireplumber") &&
+         hasProgram("pipewire-pulse") && hasProgram("dbus-daemon") && hasProgram("pactl");
 }
 
 PrivatePipeWire::PrivatePipeWire() {
@@ -146,6 +152,10 @@ PrivatePipeWire::PrivatePipeWire() {
 }
 
 void PrivatePipeWire::launch() {
+  std::error_code ignored;
+  for (const auto* leftBehind : {"bus", "pipewire-0"}) {  // by servers that were killed
+    std::filesystem::remove(folder_ / leftBehind, ignored);
+  }
   const auto run = [this](std::vector<std::string> arguments) {
     const auto log = folder_ / (arguments.front() + ".log");
     processes_.emplace_back(ChildProcess::Command{
@@ -156,7 +166,14 @@ void PrivatePipeWire::launch() {
   eventually([this] { return std::filesystem::exists(folder_ / "bus"); });
   run({"pipewire"});
   eventually([this] { return std::filesystem::exists(folder_ / "pipewire-0"); });
+  // PipeWire 0.3 tells nobody of another default device any more when a client leaves just as the
+  // list of the defaults comes up. So nobody connects before, but one that only looks.
+  const auto objects = folder_ / "objects.txt";
+  std::filesystem::remove(objects, ignored);
+  const ChildProcess monitor(
+      {.arguments = {"stdbuf", "-oL", "pw-mon"}, .environment = environment_, .output = objects});
   run({"wireplumber"});
+  eventually([&] { return contentOf(objects).contains("metadata.name = \"default\""); });
   run({"pipewire-pulse"});
 }
 
