@@ -29,6 +29,10 @@ constexpr std::size_t kBacklogChunks = 200;  // 4 s
 
 // A chunk that comes so many ticks late was late; one that comes later is sound that had stopped.
 constexpr std::size_t kLateByAtMost = 2;
+// One that comes alone and so late that the wait it leaves is no backlog yet was an accident of the
+// machine: making room for the next of its kind would hold back all sound for seconds. Two are a
+// rhythm.
+constexpr std::size_t kAloneFor = 2 * kBacklogChunks;
 constexpr Duration kHeadroomStep = std::chrono::milliseconds(1);
 
 constexpr std::size_t kStarvedAtEnd = 25;  // 0.5 s without sound ends a stream
@@ -37,12 +41,16 @@ constexpr std::size_t kStarvedAtEnd = 25;  // 0.5 s without sound ends a stream
 
 Duration PacingDiscipline::sent(Duration waited) {
   const bool late = starvedInARow_ > missing_ && starvedInARow_ <= missing_ + kLateByAtMost;
+  const bool accident = late && waited <= headroom_ + kBacklog && sinceLate_ >= kAloneFor;
+  sinceLate_ = late ? 0 : sinceLate_ + 1;
   starvedInARow_ = 0;
   missing_ = 0;
   if (++chunks_ <= kIgnoredChunks) return Duration::zero();
 
-  tightest_ = std::min(tightest_ + kForgetting, waited);
-  recent_ = std::min(recent_, waited);
+  if (!accident) {
+    tightest_ = std::min(tightest_ + kForgetting, waited);
+    recent_ = std::min(recent_, waited);
+  }
   if (chunks_ < kIgnoredChunks + kLearnedChunks) return Duration::zero();
   if (chunks_ == kIgnoredChunks + kLearnedChunks) stepping_ = true;
 

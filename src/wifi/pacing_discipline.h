@@ -52,7 +52,8 @@ class PacingDiscipline {
 
   std::size_t chunks_ = 0;  ///< since the stream began
   std::size_t starvedInARow_ = 0;
-  std::size_t missing_ = 0;  ///< chunks that were dropped: a tick without them tells nothing
+  std::size_t sinceLate_ = 0;  ///< chunks since one came too late
+  std::size_t missing_ = 0;    ///< chunks that were dropped: a tick without them tells nothing
   Duration headroom_ = kHeadroom;
   Duration tightest_ = kUnknown;
 

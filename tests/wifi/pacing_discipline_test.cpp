@@ -45,6 +45,8 @@ TEST(PacingDiscipline, LosesNothingOverHoursOrADayWhateverTheCaptureDoes) {
       {"uneven fragments, 200 ppm slow", -200, unevenFragments(2)},
       {"noise, 200 ppm slow", -200, withNoise(atOnce, 4), false, 4},
       {"PipeWire with noise", 10, withNoise(inBlocksOf(kPipeWireFragment), 5), false, 4},
+      // Each costs its tick, and nothing afterwards.
+      {.name = "a chunk late twice a minute", .ppm = 0, .lateness = rarelyLate, .mayStarve = 360},
       {"lost ticks, 100 ppm fast", 100, withNoise(atOnce, 6), true, 4},
       {"lost ticks, uneven fragments", -100, unevenFragments(7), true},
   };

@@ -57,6 +57,11 @@ inline Lateness unevenFragments(unsigned seed) {
   };
 }
 
+/// The machine holds up one chunk in 30 s.
+inline Duration rarelyLate(std::uint64_t chunk) {
+  return std::chrono::milliseconds(chunk % 1511 == 0 ? 15 : 0);
+}
+
 struct Scene {
   const char* name;
   double ppm;  ///< how much faster than the sender's clock the capture runs
