@@ -15,52 +15,54 @@ constexpr Duration kChunk = wire::kChunkDuration;
 constexpr std::size_t kIgnoredChunks = 8;
 constexpr std::size_t kLearnedChunks = 17;
 
-// An old burst is forgotten at 5 us a tick, 250 ppm: just faster than a capture clock that is
-// 200 ppm fast moves the waits. Slower would lag behind it, faster would forget rare bursts.
-constexpr Duration kForgetting = microseconds(5);
+// An old burst is forgotten at 500 us a hundred chunks, 250 ppm: just faster than a capture clock
+// that is 200 ppm fast moves the waits. Slower would lag behind it, faster would forget rare
+// bursts.
+constexpr Duration kForgetting = microseconds(500);
 
-// Closes 1/256 of the gap a tick (a time constant of 5 s). Quicker, and the ticks would follow
-// every odd wait; slower, and 200 ppm would cost more than the 1 ms of standing error they do.
-constexpr int kGain = 256;
+// Closes 1/100 of the gap a tick (a time constant of 2 s). Quicker, and the ticks would follow
+// every odd hundred; slower, and 200 ppm would cost more than the 0.4 ms of standing error they do.
+constexpr int kGain = 100;
 
 // Half a chunk more than needed in every wait is a backlog: a tick was lost or found nothing.
 constexpr Duration kBacklog = kChunk / 2;
-constexpr std::size_t kBacklogChunks = 200;  // 4 s
+constexpr std::size_t kMeasuredChunks = 100;  // 2 s
 
 // A chunk that comes so many ticks late was late; one that comes later is sound that had stopped.
 constexpr std::size_t kLateByAtMost = 2;
-// One that comes alone and so late that the wait it leaves is no backlog yet was an accident of the
-// machine: making room for the next of its kind would hold back all sound for seconds. Two are a
-// rhythm.
-constexpr std::size_t kAloneFor = 2 * kBacklogChunks;
-constexpr Duration kHeadroomStep = std::chrono::milliseconds(1);
+constexpr Duration kHeadroomStep = std::chrono::microseconds(500);
+// One that comes alone was an accident of the machine: to make room for the next of its kind would
+// hold back all sound for seconds. The headroom grows instead, as far as it may.
+constexpr std::size_t kAloneFor = 400;  // 8 s
 
 constexpr std::size_t kStarvedAtEnd = 25;  // 0.5 s without sound ends a stream
 
 }  // namespace
 
+PacingDiscipline::PacingDiscipline() : unsettled_(kLearnedChunks) {
+  shortest_.fill(kUnknown);
+}
+
 Duration PacingDiscipline::sent(Duration waited) {
   const bool late = starvedInARow_ > missing_ && starvedInARow_ <= missing_ + kLateByAtMost;
-  const bool accident = late && waited <= headroom_ + kBacklog && sinceLate_ >= kAloneFor;
+  const bool alone = sinceLate_ >= kAloneFor;
   sinceLate_ = late ? 0 : sinceLate_ + 1;
   starvedInARow_ = 0;
   missing_ = 0;
-  if (++chunks_ <= kIgnoredChunks) return Duration::zero();
-
-  if (!accident) {
-    tightest_ = std::min(tightest_ + kForgetting, waited);
-    recent_ = std::min(recent_, waited);
-  }
-  if (chunks_ < kIgnoredChunks + kLearnedChunks) return Duration::zero();
-  if (chunks_ == kIgnoredChunks + kLearnedChunks) stepping_ = true;
-
-  if (++recentChunks_ == kBacklogChunks) {
-    if (recent_ > tightest_ + kBacklog) tightest_ = recent_;
-    recent_ = kUnknown;
-    recentChunks_ = 0;
+  if (ignored_ < kIgnoredChunks) {
+    ++ignored_;
+    return Duration::zero();
   }
 
-  if (late) headroom_ = std::min(headroom_ + kHeadroomStep, kMaxHeadroom);
+  if (late && aligned_) {
+    const bool accident = alone || headroom_ < kMaxHeadroom;
+    headroom_ = std::min(headroom_ + kHeadroomStep, kMaxHeadroom);
+    unsettled_ = kLearnedChunks;
+    if (accident) return Duration::zero();  // unless the next ones are as late
+  }
+  measure(waited);
+  if (!aligned_) return Duration::zero();
+
   const auto excess = tightest_ - headroom_;
   if (excess > kBacklog) stepping_ = true;
   const auto shift = stepping_ ? std::clamp(-excess, -kMaxStep, kMaxStep)
@@ -68,6 +70,22 @@ Duration PacingDiscipline::sent(Duration waited) {
   if (shift == -excess) stepping_ = false;
   ticksMoved(shift);
   return shift;
+}
+
+void PacingDiscipline::measure(Duration waited) {
+  if (unsettled_ > 0) {
+    tightest_ = std::min(tightest_, waited);
+    if (--unsettled_ == 0 && !aligned_) aligned_ = stepping_ = true;
+  }
+  if (waited < shortest_.back()) {
+    shortest_.back() = waited;
+    std::ranges::sort(shortest_);
+  }
+  if (++measured_ < kMeasuredChunks) return;
+  const auto usual = shortest_.back();
+  tightest_ = usual > tightest_ + kBacklog ? usual : std::min(tightest_ + kForgetting, usual);
+  shortest_.fill(kUnknown);
+  measured_ = 0;
 }
 
 void PacingDiscipline::starved() {
@@ -83,12 +101,12 @@ void PacingDiscipline::dropped(std::size_t chunks) {
   ticksMoved(-kChunk * static_cast<Duration::rep>(chunks));
   // Ticks that the machine lost are not in the sum, so it may come out below what can be.
   tightest_ = std::max(tightest_, Duration::zero());
-  recent_ = std::max(recent_, Duration::zero());
+  for (auto& wait : shortest_) wait = std::max(wait, Duration::zero());
 }
 
 void PacingDiscipline::ticksMoved(Duration later) {
   tightest_ += later;
-  recent_ += later;
+  for (auto& wait : shortest_) wait += later;
 }
 
 }  // namespace quorin::wifi

@@ -71,7 +71,9 @@ TEST(PacingDiscipline, AlignsWithinASecondOfTheStartWhereverTheTicksBegin) {
     EXPECT_LE(stream.play(1s).largestShift, PacingDiscipline::kMaxStep);
     auto outcome = stream.play(10s);
     EXPECT_EQ(outcome.starved, 0U);
-    EXPECT_NEAR(milliseconds(outcome.percentile(0.5)), 2.0, 0.1) << milliseconds(phase);
+    EXPECT_NEAR(milliseconds(outcome.percentile(0.5)), milliseconds(PacingDiscipline::kHeadroom),
+                0.1)
+        << milliseconds(phase);
   }
 }
 
@@ -86,7 +88,7 @@ TEST(PacingDiscipline, LetsAPauseOfTheCaptureCostNoLatencyAfterwards) {
     Stream stream({"steady", 0}, true, TimePoint{7ms});
     stream.play(10s);
     stream.pauseCapture(pause);
-    stream.play(10s);
+    EXPECT_LE(stream.play(10s).starved, static_cast<std::uint64_t>(pause / kChunk) + 2);
     auto outcome = stream.play(10s);
     EXPECT_EQ(outcome.starved, 0U) << milliseconds(pause);
     EXPECT_LT(milliseconds(outcome.percentile(0.99)), 5.1) << milliseconds(pause);
