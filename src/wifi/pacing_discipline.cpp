@@ -30,7 +30,7 @@ constexpr std::size_t kMeasuredChunks = 100;  // 2 s
 
 // A chunk that comes so many ticks late was late; one that comes later is sound that had stopped.
 constexpr std::size_t kLateByAtMost = 2;
-constexpr Duration kHeadroomStep = std::chrono::microseconds(500);
+constexpr Duration kHeadroomStep = std::chrono::milliseconds(1);
 // One that comes alone was an accident of the machine: to make room for the next of its kind would
 // hold back all sound for seconds. The headroom grows instead, as far as it may.
 constexpr std::size_t kAloneFor = 400;  // 8 s
