@@ -31,34 +31,34 @@ constexpr std::size_t kMeasuredChunks = 100;  // 2 s
 // A chunk that comes so many ticks late was late; one that comes later is sound that had stopped.
 constexpr std::size_t kLateByAtMost = 2;
 constexpr Duration kHeadroomStep = std::chrono::milliseconds(1);
-// One that comes alone was an accident of the machine: to make room for the next of its kind would
-// hold back all sound for seconds. The headroom grows instead, as far as it may.
+// One that comes late alone was an accident of the machine: to make room for the next of its kind
+// would hold back all sound for seconds. Those that keep coming get it once the headroom, which
+// costs less, has grown as far as it may.
 constexpr std::size_t kAloneFor = 400;  // 8 s
+constexpr std::size_t kRoomKept = kAloneFor / kMeasuredChunks;
 
 constexpr std::size_t kStarvedAtEnd = 25;  // 0.5 s without sound ends a stream
 
 }  // namespace
 
 PacingDiscipline::PacingDiscipline() : unsettled_(kLearnedChunks) {
-  shortest_.fill(kUnknown);
+  beginHundred();
 }
 
 Duration PacingDiscipline::sent(Duration waited) {
-  const bool late = starvedInARow_ > missing_ && starvedInARow_ <= missing_ + kLateByAtMost;
-  const bool alone = sinceLate_ >= kAloneFor;
-  sinceLate_ = late ? 0 : sinceLate_ + 1;
+  const auto ticksWithout = starvedInARow_ - std::min(starvedInARow_, missing_);
   starvedInARow_ = 0;
   missing_ = 0;
+  ++sinceLate_;
   if (ignored_ < kIgnoredChunks) {
     ++ignored_;
     return Duration::zero();
   }
 
-  if (late && aligned_) {
-    const bool accident = alone || headroom_ < kMaxHeadroom;
-    headroom_ = std::min(headroom_ + kHeadroomStep, kMaxHeadroom);
-    unsettled_ = kLearnedChunks;
-    if (accident) return Duration::zero();  // unless the next ones are as late
+  if (ticksWithout > 0) resumeAfter(ticksWithout);
+  if (heldUp_ > 0) {
+    --heldUp_;
+    return Duration::zero();
   }
   measure(waited);
   if (!aligned_) return Duration::zero();
@@ -72,6 +72,22 @@ Duration PacingDiscipline::sent(Duration waited) {
   return shift;
 }
 
+void PacingDiscipline::resumeAfter(std::size_t ticksWithout) {
+  // Were a few chunks held up, or does the capture come later from now on? Those that follow them
+  // will tell.
+  heldUp_ = ticksWithout;
+  unsettled_ = kLearnedChunks;
+  beginHundred();
+
+  if (ticksWithout > kLateByAtMost) return;
+  if (headroom_ == kMaxHeadroom && sinceLate_ <= kAloneFor) {
+    heldUp_ = 0;
+    roomKept_ = kRoomKept;
+  }
+  if (aligned_) headroom_ = std::min(headroom_ + kHeadroomStep, kMaxHeadroom);
+  sinceLate_ = 0;
+}
+
 void PacingDiscipline::measure(Duration waited) {
   if (unsettled_ > 0) {
     tightest_ = std::min(tightest_, waited);
@@ -82,8 +98,20 @@ void PacingDiscipline::measure(Duration waited) {
     std::ranges::sort(shortest_);
   }
   if (++measured_ < kMeasuredChunks) return;
+
+  const auto shortest = shortest_.front();
   const auto usual = shortest_.back();
-  tightest_ = usual > tightest_ + kBacklog ? usual : std::min(tightest_ + kForgetting, usual);
+  beginHundred();
+  if (roomKept_ > 0) {
+    const bool stillNeeded = shortest < usual - headroom_;
+    roomKept_ = stillNeeded ? kRoomKept : roomKept_ - 1;
+    tightest_ = std::min(tightest_ + kForgetting, shortest);
+  } else {
+    tightest_ = usual > tightest_ + kBacklog ? usual : std::min(tightest_ + kForgetting, usual);
+  }
+}
+
+void PacingDiscipline::beginHundred() {
   shortest_.fill(kUnknown);
   measured_ = 0;
 }

@@ -4,11 +4,15 @@
 
 #include <iomanip>
 #include <iostream>
+#include <tuple>
+#include <utility>
 
 namespace quorin::wifi {
 namespace {
 
 using namespace std::chrono_literals;
+
+constexpr Duration kPipeWireFragment{32'000'000 / 3};
 
 void print(const char* timer, const Scene& scene, Outcome& outcome) {
   std::cout << std::left << std::setw(12) << timer << std::setw(34) << scene.name << std::right
@@ -28,7 +32,6 @@ Outcome playLong(const Scene& scene, bool disciplined) {
 }
 
 TEST(PacingDiscipline, LosesNothingOverHoursOrADayWhateverTheCaptureDoes) {
-  constexpr Duration kPipeWireFragment{32'000'000 / 3};
   const Scene scenes[] = {
       {.name = "in step", .ppm = 0, .length = 24h},
       {.name = "200 ppm fast", .ppm = 200, .length = 24h},
@@ -46,7 +49,14 @@ TEST(PacingDiscipline, LosesNothingOverHoursOrADayWhateverTheCaptureDoes) {
       {"noise, 200 ppm slow", -200, withNoise(atOnce, 4), false, 4},
       {"PipeWire with noise", 10, withNoise(inBlocksOf(kPipeWireFragment), 5), false, 4},
       // Each costs its tick, and nothing afterwards.
-      {.name = "a chunk late twice a minute", .ppm = 0, .lateness = rarelyLate, .mayStarve = 360},
+      {.name = "a chunk late twice a minute",
+       .ppm = 0,
+       .lateness = oneLate(1511, 15ms),
+       .mayStarve = 360},
+      // Those that keep coming get room.
+      {"one of 40 late by 6 ms", 0, oneLate(40, 6ms)},
+      {"one of 100 late by 15 ms", 0, oneLate(100, 15ms)},
+      {"one of 301 late by 15 ms", 0, oneLate(301, 15ms)},
       {"lost ticks, 100 ppm fast", 100, withNoise(atOnce, 6), true, 4},
       {"lost ticks, uneven fragments", -100, unevenFragments(7), true},
   };
@@ -78,25 +88,70 @@ TEST(PacingDiscipline, AlignsWithinASecondOfTheStartWhereverTheTicksBegin) {
 }
 
 TEST(PacingDiscipline, KeepsTheTicksApartByAlmostExactlyAChunk) {
-  Stream stream({"PipeWire", 200, inBlocksOf(Duration(32'000'000 / 3))}, true, TimePoint{7ms});
+  Stream stream({"PipeWire", 200, inBlocksOf(kPipeWireFragment)}, true, TimePoint{7ms});
   stream.play(5s);
   EXPECT_LE(stream.play(1h).largestShift, PacingDiscipline::kMaxSlew);
 }
 
+TEST(PacingDiscipline, IsNotMovedByTheTwoLatestInAHundred) {
+  for (const auto& [of, by, latency] : {std::tuple{51U, Duration(2500us), 3ms},
+                                        // Too late for the headroom, which grows to them.
+                                        std::tuple{130U, Duration(4500us), 5ms}}) {
+    Stream stream({"now and then", 0, oneLate(of, by)}, true, TimePoint{7ms});
+    stream.play(1min);
+    auto outcome = stream.play(1min);
+    EXPECT_EQ(outcome.starved, 0U);
+    EXPECT_NEAR(milliseconds(outcome.percentile(0.5)), milliseconds(latency), 0.1);
+  }
+}
+
+TEST(PacingDiscipline, TakesBackTheRoomOfChunksThatComeLateNoMore) {
+  for (const Duration by : {6ms, 15ms}) {
+    const auto often = oneLate(100, by);
+    const auto little = oneLate(51, 2500us);
+    Stream stream({"late for a minute", 0, [&](auto i) { return (i < 3000 ? often : little)(i); }},
+                  true, TimePoint{7ms});
+    EXPECT_GT(stream.play(1min).percentile(0.9), PacingDiscipline::kMaxHeadroom) << "room";
+    stream.play(20s);
+    EXPECT_NEAR(milliseconds(stream.play(20s).percentile(0.5)), 5, 0.1) << milliseconds(by);
+  }
+}
+
 TEST(PacingDiscipline, LetsAPauseOfTheCaptureCostNoLatencyAfterwards) {
-  for (const Duration pause : {15ms, 60ms, 300ms, 5000ms}) {
-    Stream stream({"steady", 0}, true, TimePoint{7ms});
-    stream.play(10s);
-    stream.pauseCapture(pause);
-    EXPECT_LE(stream.play(10s).starved, static_cast<std::uint64_t>(pause / kChunk) + 2);
-    auto outcome = stream.play(10s);
-    EXPECT_EQ(outcome.starved, 0U) << milliseconds(pause);
-    EXPECT_LT(milliseconds(outcome.percentile(0.99)), 5.1) << milliseconds(pause);
+  for (const auto& [lateness, more] :
+       {std::pair(Lateness(atOnce), 0U), std::pair(inBlocksOf(kPipeWireFragment), 1U)}) {
+    for (const Duration pause : {15ms, 60ms, 300ms, 5000ms}) {
+      Stream stream({"steady", 0, lateness}, true, TimePoint{7ms});
+      stream.play(10s);
+      auto before = stream.play(10s);
+      stream.pauseCapture(pause);
+      const auto ticksWithin = static_cast<std::uint64_t>((pause + kChunk - 1ns) / kChunk);
+      EXPECT_LE(stream.play(pause + 2s).starved, ticksWithin + more) << milliseconds(pause);
+      auto outcome = stream.play(10s);
+      EXPECT_EQ(outcome.starved, 0U) << milliseconds(pause);
+      EXPECT_LT(milliseconds(outcome.percentile(0.99) - before.percentile(0.99)), 2.1)
+          << milliseconds(pause);
+    }
+  }
+}
+
+TEST(PacingDiscipline, LetsChunksThatWereHeldUpCostNoLatencyAfterwards) {
+  for (const auto& [chunk, latency] : {std::pair{15U, 3.1}, {1000U, 4.1}}) {  // learning, and later
+    for (const Duration by : {8ms, 15ms, 30ms, 38ms, 60ms, 100ms}) {
+      Stream stream(
+          {"held up", 0, [held = chunk, by](auto i) { return i == held ? by : Duration{}; }}, true,
+          TimePoint{7ms});
+      stream.play(kChunk * chunk + 1s);
+      auto outcome = stream.play(10s);
+      EXPECT_EQ(outcome.starved, 0U) << milliseconds(by);
+      EXPECT_LT(milliseconds(outcome.percentile(0.99)), latency)
+          << chunk << ' ' << milliseconds(by);
+    }
   }
 }
 
 TEST(PacingDiscipline, IsNotMisledByAClearedQueue) {
-  Stream stream({"PipeWire", 0, inBlocksOf(Duration(32'000'000 / 3))}, true, TimePoint{7ms});
+  Stream stream({"PipeWire", 0, inBlocksOf(kPipeWireFragment)}, true, TimePoint{7ms});
   stream.play(10s);
   auto before = stream.play(10s);
   for (int i = 0; i < 20; ++i) {

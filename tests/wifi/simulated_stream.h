@@ -57,9 +57,9 @@ inline Lateness unevenFragments(unsigned seed) {
   };
 }
 
-/// The machine holds up one chunk in 30 s.
-inline Duration rarelyLate(std::uint64_t chunk) {
-  return std::chrono::milliseconds(chunk % 1511 == 0 ? 15 : 0);
+/// The machine holds up one chunk of so many.
+inline Lateness oneLate(std::uint64_t of, Duration by) {
+  return [of, by](std::uint64_t chunk) { return chunk % of == 0 ? by : Duration{}; };
 }
 
 struct Scene {
@@ -67,7 +67,7 @@ struct Scene {
   double ppm;  ///< how much faster than the sender's clock the capture runs
   Lateness lateness = atOnce;
   bool ticksLost = false;        ///< once in ten minutes the machine stands still for three ticks
-  std::uint64_t mayStarve = 0;   ///< what noise costs until the headroom has grown to it
+  std::uint64_t mayStarve = 0;   ///< ticks that accidents may cost, and noise until it has room
   double meanWaitingAtMost = 2;  ///< chunks
   Duration length = std::chrono::hours(3);
 };
