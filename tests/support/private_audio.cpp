@@ -168,7 +168,7 @@ void PrivatePipeWire::launch() {
   eventually([this] { return std::filesystem::exists(folder_ / "pipewire-0"); });
   // PipeWire 0.3 tells nobody of another default device any more when a client leaves just as the
   // list of the defaults comes up. So nobody connects before, but one that only looks.
-  const auto objects = folder_ / "objects.txt";
+  const auto objects = folder_ / "pw-mon.log";
   std::filesystem::remove(objects, ignored);
   const ChildProcess monitor(
       {.arguments = {"stdbuf", "-oL", "pw-mon"}, .environment = environment_, .output = objects});

@@ -78,6 +78,7 @@ TEST_F(Receiving, ShowsItselfInOneLine) {
   const auto line = liveLine(reception_, now_);
   EXPECT_THAT(line, HasSubstr("50/s  gaps 0  jitter p50 0.00 p99 0.00 ms  [####"));
   EXPECT_THAT(line, HasSubstr(" -9.0 dB"));
+  EXPECT_THAT(liveLine(reception_, now_ + 5s), HasSubstr("Nothing arrives any more."));
 }
 
 TEST_F(Receiving, ReportsTheSameNumbersAsTextAndAsJson) {

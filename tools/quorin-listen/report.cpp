@@ -36,13 +36,16 @@ std::optional<double> milliseconds(std::optional<std::chrono::nanoseconds> durat
 }  // namespace
 
 std::string liveLine(const Reception& reception, measure::Nanoseconds now) {
+  const auto arrived = reception.inLastSecond(now);
+  if (arrived == 0 && reception.arrivals().datagrams() > 0) {
+    return "Nothing arrives any more. Is the computer still streaming, in the same network?";
+  }
   const auto jitter = reception.arrivals().recentDeviation();
   const auto level = reception.recentLevel();
   std::ostringstream line;
-  line << std::fixed << std::setprecision(2) << std::setw(3) << reception.inLastSecond(now)
-       << "/s  gaps " << reception.arrivals().gaps() << "  jitter p50 " << jitter.p50 << " p99 "
-       << jitter.p99 << " ms  " << meter(level) << std::setprecision(1) << std::setw(7)
-       << level.rmsDb << " dB";
+  line << std::fixed << std::setprecision(2) << std::setw(3) << arrived << "/s  gaps "
+       << reception.arrivals().gaps() << "  jitter p50 " << jitter.p50 << " p99 " << jitter.p99
+       << " ms  " << meter(level) << std::setprecision(1) << std::setw(7) << level.rmsDb << " dB";
   return line.str();
 }
 
