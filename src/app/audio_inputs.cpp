@@ -24,7 +24,7 @@ desktop::RecordAccess toRecordAccess(audio::RecordingAccess access) {
 /// A recording of no length: all that counts is whether the server lets it begin.
 void tryToRecord(audio::AudioServer& server) {
   const auto engine = server.makeEngine();
-  engine->installTap(wire::kChunkFrames, [](const audio::BufferView&) {});
+  engine->installTap(wire::kChunkFrames, [](const audio::BufferView&) {}, {});
   if (engine->start()) engine->stop();
   engine->removeTap();
 }

@@ -28,8 +28,9 @@ void AudioCaptureManager::startCapture() {
                                                             .makeConverter = parts_.makeConverter,
                                                             .onAudioData = onAudioData_,
                                                             .log = tapLog_});
-  engine_->installTap(wire::kChunkFrames,
-                      [tap = tap_.get()](const BufferView& buffer) { tap->process(buffer); });
+  engine_->installTap(
+      wire::kChunkFrames, [tap = tap_.get()](const BufferView& buffer) { tap->process(buffer); },
+      chunkNeededAt_);
   if (const auto started = engine_->start(); !started) {
     removeTap();
     parts_.print("❌ Error iniciando motor: " + started.error().description);

@@ -41,6 +41,11 @@ class AudioCaptureManager {
   /// wait, nor allocate in steady state. Empty: chunks are cut, counted and thrown away.
   void setOnAudioData(ChunkHandler handler) { onAudioData_.replace(std::move(handler)); }
 
+  /// `neededAt` runs on the audio server's thread, after the chunks of one block, and says when the
+  /// next one is needed (see `AudioEngine::installTap`); with the rules of a chunk handler. From
+  /// the next `startCapture` on; what it uses outlives the capture.
+  void setChunkNeededAt(AudioEngine::NeededAt neededAt) { chunkNeededAt_ = std::move(neededAt); }
+
   /// `handler` runs on the main queue when the audio server died or ended the recording. No chunk
   /// comes any more; `isCapturing` stays true until `stopCapture`, after which a start works
   /// again, once there is a server. `handler` may do both, or destroy this object.
@@ -65,6 +70,7 @@ class AudioCaptureManager {
   std::unique_ptr<AudioEngine> engine_;
   TapLog tapLog_;
   ChunkHandlerSlot onAudioData_;
+  AudioEngine::NeededAt chunkNeededAt_;
   InterruptionHandler onInterrupted_;
   std::unique_ptr<CaptureTap> tap_;  ///< from `startCapture` to `stopCapture`
   bool isCapturing_ = false;

@@ -71,6 +71,13 @@ TEST_F(AudioCaptureManagerTest, StartAndStopTellWhatTheyDo) {
   EXPECT_FALSE(manager_->isCapturing());
 }
 
+TEST_F(AudioCaptureManagerTest, TheEngineIsToldWhenChunksAreNeeded) {
+  constexpr dispatch::TimePoint kTime{7s};
+  manager_->setChunkNeededAt([] { return kTime; });
+  manager_->startCapture();
+  EXPECT_EQ(engine_->blockNeededAt(), kTime);
+}
+
 TEST_F(AudioCaptureManagerTest, ASecondStartOrStopIsSilentAndChangesNothing) {
   manager_->stopCapture();
   EXPECT_THAT(takeLines(), IsEmpty());

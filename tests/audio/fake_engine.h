@@ -17,6 +17,7 @@ class FakeEngine : public audio::AudioEngine {
   std::optional<std::string> startFailure;
   std::function<void()> onStart;
   std::vector<std::string> calls;
+  NeededAt blockNeededAt;
 
   /// Delivers one buffer, as the audio server's thread would; silently nothing without a tap.
   void deliver(const audio::BufferView& buffer) {
@@ -28,9 +29,10 @@ class FakeEngine : public audio::AudioEngine {
   }
 
   audio::Format inputFormat() override { return format; }
-  void installTap(std::size_t frames, TapHandler handler) override {
+  void installTap(std::size_t frames, TapHandler handler, NeededAt neededAt) override {
     calls.push_back("install " + std::to_string(frames));
     tap_ = std::move(handler);
+    blockNeededAt = std::move(neededAt);
   }
   void removeTap() override {
     calls.emplace_back("remove");

@@ -23,6 +23,8 @@ class AudioEngine {
   /// Runs on the audio server's thread, never concurrently with itself, once per block; must not
   /// wait, allocate in steady state, or call the engine.
   using TapHandler = std::move_only_function<void(const BufferView&)>;
+  /// Runs there too, after each block.
+  using NeededAt = std::function<dispatch::TimePoint()>;
   using InterruptionHandler = std::move_only_function<void(const Error&)>;
 
   virtual ~AudioEngine() = default;
@@ -37,7 +39,10 @@ class AudioEngine {
   /// frames a second: blocks hold the input's own number of frames of that length (960 for 882 at
   /// 48000 Hz), or of twice that length where only that is a whole number. An input that has
   /// neither is recorded at 48000 Hz. A block's format never changes while the engine runs.
-  virtual void installTap(std::size_t frames, TapHandler handler) = 0;
+  ///
+  /// `neededAt` says when the next block is wanted: until then its sound may lie with the server,
+  /// so that one wake-up brings what would else take several. Empty: as soon as it is whole.
+  virtual void installTap(std::size_t frames, TapHandler handler, NeededAt neededAt) = 0;
 
   /// When this returns the handler does not run and will not run again.
   virtual void removeTap() = 0;

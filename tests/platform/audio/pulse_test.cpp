@@ -87,9 +87,10 @@ class AudioServerTest : public testing::Test {
     });
   }
 
-  std::expected<void, audio::Error> record() {
+  std::expected<void, audio::Error> record(audio::AudioEngine::NeededAt neededAt = {}) {
     recording_ = std::make_shared<Recording>();
-    engine_->installTap(882, [to = recording_](const BufferView& buffer) { to->add(buffer); });
+    engine_->installTap(
+        882, [to = recording_](const BufferView& buffer) { to->add(buffer); }, std::move(neededAt));
     return engine_->start();
   }
   void stopRecording() {
@@ -167,6 +168,21 @@ TEST_F(PulseTest, RecordsWhatIsPlayedInBlocksOfTwentyMilliseconds) {
   expectTheTone(48000);
   EXPECT_EQ(recording_->blockFrames(), 960U);
   EXPECT_EQ(recording_->format(), engine_->inputFormat());
+}
+
+TEST_F(PulseTest, SoundThatLiesWithTheServerUntilItIsNeededIsWhole) {
+  const auto player = server_->play({.frequency = kFrequency, .seconds = 10, .sink = "quorin"});
+  ASSERT_TRUE(record([] { return std::chrono::steady_clock::now() + 35ms; }));
+  expectTheTone(48000);
+}
+
+TEST_F(PulseTest, ARecordingThatNeedsNothingYetHoldsUpNoOther) {
+  ASSERT_TRUE(record([] { return std::chrono::steady_clock::now() + 1h; }));
+  const auto other = audio_->makeEngine();
+  std::atomic<int> blocks = 0;
+  other->installTap(882, [&](const BufferView&) { ++blocks; }, {});
+  EXPECT_TRUE(other->start());
+  EXPECT_TRUE(eventually([&] { return blocks > 10; }));
 }
 
 TEST_F(PulseTest, NothingIsDeliveredAfterTheTapIsRemoved) {
@@ -254,7 +270,7 @@ TEST(NoAudioServer, IsNoDevicesAndOneClearError) {
   EXPECT_FALSE(engine->inputFormat().exists());
   EXPECT_EQ(audio->defaultDevices(), audio::DefaultDevices{});
   EXPECT_EQ(audio->recordingAccess(), audio::RecordingAccess::kUnknown);
-  engine->installTap(882, [](const BufferView&) {});
+  engine->installTap(882, [](const BufferView&) {}, {});
   const auto started = engine->start();
   ASSERT_FALSE(started);
   EXPECT_THAT(started.error().description, HasSubstr("cannot be reached"));

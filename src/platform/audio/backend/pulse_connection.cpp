@@ -26,17 +26,9 @@ void PulseConnection::DropContext::operator()(pa_context* context) const {
 }
 
 PulseConnection::PulseConnection(PulseConnectionListener& listener, std::function<void()> onThread)
-    : listener_(listener),
-      onThread_(std::move(onThread)),
-      mainloop_(::pa_threaded_mainloop_new()),
-      backoff_(kFirstBackoff) {
-  assert(mainloop_);
-  ::pa_threaded_mainloop_set_name(mainloop_.get(), "quorin-audio");
-  ::pa_mainloop_api_once(
-      ::pa_threaded_mainloop_get_api(mainloop_.get()),
-      [](pa_mainloop_api*, void* self) { static_cast<PulseConnection*>(self)->onThread_(); }, this);
+    : listener_(listener), loop_("quorin-audio", std::move(onThread)), backoff_(kFirstBackoff) {
   connect();
-  ::pa_threaded_mainloop_start(mainloop_.get());
+  loop_.start();
 }
 
 PulseConnection::~PulseConnection() {
@@ -45,7 +37,7 @@ PulseConnection::~PulseConnection() {
     cancel(std::exchange(retryTimer_, nullptr));
     context_.reset();
   }
-  ::pa_threaded_mainloop_stop(mainloop_.get());
+  loop_.stop();
 }
 
 void PulseConnection::connect() {
@@ -53,8 +45,7 @@ void PulseConnection::connect() {
   const std::unique_ptr<pa_proplist, FreeProplist> properties(::pa_proplist_new());
   ::pa_proplist_sets(properties.get(), PA_PROP_APPLICATION_NAME, "Quorin Stream");
   ::pa_proplist_sets(properties.get(), PA_PROP_APPLICATION_ICON_NAME, "quorin-stream");
-  context_.reset(::pa_context_new_with_proplist(::pa_threaded_mainloop_get_api(mainloop_.get()),
-                                                nullptr, properties.get()));
+  context_.reset(::pa_context_new_with_proplist(loop_.api(), nullptr, properties.get()));
   assert(context_);
   ::pa_context_set_state_callback(
       context_.get(),
@@ -85,7 +76,7 @@ void PulseConnection::lost() {
   if (phase_ == Phase::kWaiting) return;  // a failure may be told twice
   phase_ = Phase::kWaiting;
   listener_.disconnected(::pa_context_errno(context_.get()));
-  retryTimer_ = callAfter(
+  retryTimer_ = loop_.callAfter(
       backoff_,
       [](pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
         static_cast<PulseConnection*>(self)->retryNow();
@@ -107,7 +98,7 @@ bool PulseConnection::waitUntil(std::chrono::milliseconds limit,
     PulseConnection* connection;
     bool passed = false;
   } deadline{this};
-  auto* timer = callAfter(
+  auto* timer = loop_.callAfter(
       limit,
       [](pa_mainloop_api*, pa_time_event*, const timeval*, void* data) {
         auto* passing = static_cast<Deadline*>(data);
@@ -115,20 +106,13 @@ bool PulseConnection::waitUntil(std::chrono::milliseconds limit,
         passing->connection->changed();
       },
       &deadline);
-  while (!condition() && !deadline.passed) ::pa_threaded_mainloop_wait(mainloop_.get());
+  while (!condition() && !deadline.passed) loop_.wait();
   cancel(timer);
   return condition();
 }
 
-pa_time_event* PulseConnection::callAfter(std::chrono::microseconds delay,
-                                          pa_time_event_cb_t callback, void* userdata) {
-  return ::pa_context_rttime_new(context_.get(),
-                                 ::pa_rtclock_now() + static_cast<pa_usec_t>(delay.count()),
-                                 callback, userdata);
-}
-
 void PulseConnection::cancel(pa_time_event* event) {
-  if (event != nullptr) ::pa_threaded_mainloop_get_api(mainloop_.get())->time_free(event);
+  if (event != nullptr) loop_.api()->time_free(event);
 }
 
 }  // namespace quorin::audio

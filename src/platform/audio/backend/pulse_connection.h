@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/audio/backend/pulse_loop.h"
+
 #include <pulse/pulseaudio.h>
 
 #include <chrono>
@@ -32,17 +34,9 @@ class PulseConnection {
   PulseConnection& operator=(const PulseConnection&) = delete;
 
   /// Never on the audio server's thread.
-  class Lock {
+  class Lock : PulseLoop::Lock {
    public:
-    explicit Lock(const PulseConnection& connection) : mainloop_(connection.mainloop_.get()) {
-      ::pa_threaded_mainloop_lock(mainloop_);
-    }
-    ~Lock() { ::pa_threaded_mainloop_unlock(mainloop_); }
-    Lock(const Lock&) = delete;
-    Lock& operator=(const Lock&) = delete;
-
-   private:
-    pa_threaded_mainloop* mainloop_;
+    explicit Lock(PulseConnection& connection) : PulseLoop::Lock(connection.loop_) {}
   };
 
   // The rest with the lock held.
@@ -55,17 +49,16 @@ class PulseConnection {
   void retryNow();
 
   /// Wakes `waitUntil`.
-  void changed() { ::pa_threaded_mainloop_signal(mainloop_.get(), 0); }
+  void changed() { loop_.signal(); }
 
   /// Gives the lock up until `condition` holds or `limit` has passed; false in the latter case.
   bool waitUntil(std::chrono::milliseconds limit, const std::function<bool()>& condition);
 
+  void napUntil(dispatch::TimePoint time) { loop_.napUntil(time); }
+
  private:
   enum class Phase : std::uint8_t { kConnecting, kReady, kWaiting };
 
-  struct FreeMainloop {
-    void operator()(pa_threaded_mainloop* mainloop) const { ::pa_threaded_mainloop_free(mainloop); }
-  };
   struct DropContext {
     void operator()(pa_context* context) const;
   };
@@ -73,15 +66,11 @@ class PulseConnection {
   void connect();
   void contextStateChanged();
   void lost();
-  pa_time_event* callAfter(std::chrono::microseconds delay, pa_time_event_cb_t callback,
-                           void* userdata);
   void cancel(pa_time_event* event);
 
   PulseConnectionListener& listener_;
-  std::function<void()> onThread_;
-  std::unique_ptr<pa_threaded_mainloop, FreeMainloop> mainloop_;
-  /// Never null while the thread runs: the last one stays until the next attempt, because timers
-  /// are made through it.
+  PulseLoop loop_;
+  /// The last one stays until the next attempt.
   std::unique_ptr<pa_context, DropContext> context_;
   Phase phase_ = Phase::kWaiting;
   std::chrono::milliseconds backoff_;

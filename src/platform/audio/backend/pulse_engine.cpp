@@ -3,6 +3,7 @@
 #include "platform/audio/backend/pulse_server.h"
 #include "wire/audio_chunk.h"
 
+#include <algorithm>
 #include <cassert>
 #include <chrono>
 #include <utility>
@@ -58,10 +59,10 @@ Format PulseEngine::inputFormat() {
   return {.sampleRate = spec.rate, .channels = spec.channels};
 }
 
-void PulseEngine::installTap(std::size_t frames, TapHandler handler) {
+void PulseEngine::installTap(std::size_t frames, TapHandler handler, NeededAt neededAt) {
   const PulseConnection::Lock lock(server_.connection());
   assert(!tap_ && !stream_);
-  tap_.emplace(frames, std::move(handler), Format{}, std::nullopt);
+  tap_.emplace(frames, std::move(handler), std::move(neededAt), Format{}, std::nullopt);
 }
 
 void PulseEngine::removeTap() {
@@ -73,7 +74,7 @@ std::expected<void, Error> PulseEngine::start() {
   const PulseConnection::Lock lock(server_.connection());
   if (running_) return {};
   auto started = startLocked();
-  running_ = started.has_value();
+  setRunning(started.has_value());
   if (!running_) stream_.reset();
   return started;
 }
@@ -142,7 +143,7 @@ std::expected<void, Error> PulseEngine::connectStream(const pa_sample_spec& samp
 void PulseEngine::stop() {
   const PulseConnection::Lock lock(server_.connection());
   stream_.reset();
-  running_ = false;
+  setRunning(false);
   const dispatch::Lock reporting(mutex_);
   interruption_.reset();
 }
@@ -164,12 +165,16 @@ void PulseEngine::setInterruptionHandler(dispatch::Queue& queue, InterruptionHan
   });
 }
 
+void PulseEngine::setRunning(bool running) {
+  if (std::exchange(running_, running) != running) server_.noteRecording(running);
+}
+
 void PulseEngine::streamStateChanged() {
   server_.connection().changed();
   const auto state = ::pa_stream_get_state(stream_.get());
   const bool ended = state == PA_STREAM_FAILED || state == PA_STREAM_TERMINATED;
   if (!running_ || !ended) return;
-  running_ = false;
+  setRunning(false);
   {
     const dispatch::Lock reporting(mutex_);
     interruption_ =
@@ -181,13 +186,16 @@ void PulseEngine::streamStateChanged() {
 void PulseEngine::readAvailable(std::size_t readable) {
   // To give a fragment back wakes the server, and none is of use before its block is whole.
   if (tap_ && tap_->reblocker && readable < tap_->reblocker->missing() * sizeof(float)) return;
-  const auto deliver = [this](std::span<const float> block) {
+  bool delivered = false;
+  const auto deliver = [&](std::span<const float> block) {
     tap_->handler({.samples = block, .format = tap_->format});
+    delivered = true;
   };
-  while (::pa_stream_readable_size(stream_.get()) > 0) {
+  while (readable > 0) {
     const void* data = nullptr;
     std::size_t bytes = 0;
     if (::pa_stream_peek(stream_.get(), &data, &bytes) < 0 || bytes == 0) return;
+    readable -= std::min(readable, bytes);
     if (tap_ && tap_->reblocker) {
       const auto count = bytes / sizeof(float);
       if (data == nullptr) {
@@ -198,6 +206,7 @@ void PulseEngine::readAvailable(std::size_t readable) {
     }
     ::pa_stream_drop(stream_.get());
   }
+  if (delivered && tap_->neededAt) server_.wantNothingUntil(tap_->neededAt());
 }
 
 }  // namespace quorin::audio

@@ -20,7 +20,7 @@ class PulseEngine : public AudioEngine {
   ~PulseEngine() override;
 
   Format inputFormat() override;
-  void installTap(std::size_t frames, TapHandler handler) override;
+  void installTap(std::size_t frames, TapHandler handler, NeededAt neededAt) override;
   void removeTap() override;
   std::expected<void, Error> start() override;
   void stop() override;
@@ -36,6 +36,7 @@ class PulseEngine : public AudioEngine {
   struct Tap {
     std::size_t wireFrames;  ///< wanted length, at 44100 Hz
     TapHandler handler;
+    NeededAt neededAt;
     Format format;  ///< of the blocks, once the engine has started
     std::optional<Reblocker> reblocker;
   };
@@ -43,6 +44,7 @@ class PulseEngine : public AudioEngine {
   std::expected<void, Error> startLocked();
   std::expected<void, Error> connectStream(const pa_sample_spec& sampleSpec,
                                            const pa_channel_map& channelMap);
+  void setRunning(bool running);
   void streamStateChanged();
   void readAvailable(std::size_t readable);
 

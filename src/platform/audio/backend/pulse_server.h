@@ -32,6 +32,15 @@ class PulseServer : public AudioServer, private PulseConnectionListener {
 
   void noteRecordingAccess(RecordingAccess access);
 
+  /// With the connection locked: an engine begins or ends its recording.
+  void noteRecording(bool running) { recordings_ += running ? 1 : -1; }
+
+  /// With the connection locked, from an engine that records: nothing that comes is wanted before
+  /// `time`. It counts for an engine that is alone; two would want different times.
+  void wantNothingUntil(dispatch::TimePoint time) {
+    if (recordings_ == 1) connection_.napUntil(time);
+  }
+
  private:
   struct News {
     DefaultDevices devices;
@@ -50,6 +59,7 @@ class PulseServer : public AudioServer, private PulseConnectionListener {
   News news_ GUARDED_BY(mutex_);
   std::unique_ptr<dispatch::EventSource> changeSource_ GUARDED_BY(mutex_);
   PulseDevices devices_;
+  int recordings_ = 0;          ///< with the connection locked
   PulseConnection connection_;  ///< last: its thread uses all of the above
 };
 
