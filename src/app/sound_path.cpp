@@ -11,6 +11,7 @@ namespace {
 std::string describe(const wifi::AudioSender::Counters& counters) {
   return std::to_string(counters.datagramsSent) + " datagrams, " +
          std::to_string(counters.cableChunks) + " chunks to the cable, " +
+         std::to_string(counters.lateTicks) + " ticks that waited for their chunk, " +
          std::to_string(counters.starvedTicks) + " ticks without a chunk, " +
          std::to_string(counters.overflowed) + " chunks dropped";
 }
@@ -29,12 +30,14 @@ SoundPath::SoundPath(dispatch::Scheduler& scheduler, audio::AudioCaptureManager&
     detector->hear(chunk);
     sender.offer(chunk);
   });
+  capture_.setChunkNeededAt([&sender] { return sender.chunkNeededAt(); });
   capture_.setOnInterrupted([this] { onInterrupted(); });
 }
 
 SoundPath::~SoundPath() {
   capture_.stopCapture();
   capture_.setOnInterrupted({});
+  capture_.setChunkNeededAt({});
   capture_.setOnAudioData({});
 }
 

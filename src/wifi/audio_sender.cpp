@@ -19,15 +19,34 @@ AudioSender::AudioSender(dispatch::Scheduler& scheduler, ChunkSink& cable)
       cable_(cable),
       audioFrameQueueSerial_(
           scheduler.makeSerialQueue("PTExample.audioFrameQueue", dispatch::Priority::kRealtime)) {
-  arrival_ = audioFrameQueueSerial_->makeEventSource([this] { enqueueArrived(); });
+  arrivals_ = audioFrameQueueSerial_->makeEventSource([this] { chunkArrived(); });
 }
 
 void AudioSender::offer(wire::AudioChunkView chunk) {
   if (!serverRunning_.load(std::memory_order_relaxed) && !cable_.channelOpen()) return;
 
-  if (!ring_.push(chunk, scheduler_.now())) add(counters_.overflowed, 1);
-  // A tick takes what has arrived; between ticks there is nothing to wake anybody for.
-  if (!ticking_.load(std::memory_order_relaxed)) arrival_->signal();
+  if (ring_.push(chunk, scheduler_.now(), nextArrival_)) {
+    ++offered_;
+  } else {
+    add(counters_.overflowed, 1);
+  }
+  // A tick takes what has arrived; between ticks there is nothing to wake anybody for, unless one
+  // waits. The fence: either it is seen waiting here, or it sees the chunk.
+  std::atomic_thread_fence(std::memory_order_seq_cst);
+  if (announcing_.load(std::memory_order_relaxed)) arrivals_->signal();
+}
+
+dispatch::TimePoint AudioSender::chunkNeededAt() {
+  nextArrival_ = Arrival::kWatched;
+  const auto firstFetch = firstFetch_.load(std::memory_order_relaxed);
+  if (firstFetch == kWatchAll || offered_ % kOneWatchedOf == 0) return kWatchAll;
+  const auto neededAt =
+      firstFetch + wire::kChunkDuration * static_cast<dispatch::Duration::rep>(offered_);
+  // Usually the next tick's chunk has just been offered. Where more wait, it is of interest when
+  // the next one comes.
+  if (neededAt > scheduler_.now() + 2 * wire::kChunkDuration) return kWatchAll;
+  nextArrival_ = Arrival::kFetched;
+  return neededAt;
 }
 
 // The timer is made and ended on its own queue: there a cancellation is exact, and the handler
@@ -37,17 +56,18 @@ void AudioSender::startAudioSendTimer() {
   audioFrameQueueSerial_->async([this] {
     if (audioSendTimer_ != nullptr) return;
     audioSendTimer_ = audioFrameQueueSerial_->makeTimer(
-        {.first = {}, .interval = wire::kChunkDuration, .leeway = kTickLeeway},
-        [this] { sendNextAudioFrame(); });
+        {.first = {}, .interval = wire::kChunkDuration, .leeway = kTickLeeway}, [this] { tick(); });
     discipline_.restart();
-    ticking_.store(true, std::memory_order_relaxed);
+    announcing_.store(false, std::memory_order_relaxed);
   });
 }
 
 void AudioSender::stopAudioSendTimer() {
   audioFrameQueueSerial_->async([this] {
     audioSendTimer_.reset();
-    ticking_.store(false, std::memory_order_relaxed);
+    overdue_ = false;
+    announcing_.store(true, std::memory_order_relaxed);
+    firstFetch_.store(kWatchAll, std::memory_order_relaxed);
     removeAllFrames();
   });
 }
@@ -64,6 +84,7 @@ void AudioSender::publishAudience(std::shared_ptr<const Audience> audience) {
 AudioSender::Counters AudioSender::counters() const {
   return {.datagramsSent = counters_.datagramsSent.load(std::memory_order_relaxed),
           .cableChunks = counters_.cableChunks.load(std::memory_order_relaxed),
+          .lateTicks = counters_.lateTicks.load(std::memory_order_relaxed),
           .starvedTicks = counters_.starvedTicks.load(std::memory_order_relaxed),
           .overflowed = counters_.overflowed.load(std::memory_order_relaxed),
           .unheard = counters_.unheard.load(std::memory_order_relaxed)};
@@ -75,18 +96,38 @@ void AudioSender::enqueueArrived() {
 
 void AudioSender::enqueueAudioFrame(const TimedChunk& chunk) {
   const auto removed = audioFrameQueue_.append(chunk);
-  if (removed == 0) return;
-  discipline_.dropped(removed);
+  countDropped(removed);
   add(counters_.overflowed, removed);
+}
+
+void AudioSender::countDropped(std::size_t chunks) {
+  taken_ += chunks;
+  discipline_.dropped(chunks);
 }
 
 void AudioSender::removeAllFrames() {
   enqueueArrived();
-  discipline_.dropped(audioFrameQueue_.clear());
+  countDropped(audioFrameQueue_.clear());
 }
 
 void AudioSender::clearIfDue() {
   if (clearDue_.exchange(false, std::memory_order_relaxed)) removeAllFrames();
+}
+
+void AudioSender::tick() {
+  if (overdue_) {  // its leeway is over
+    audioSendTimer_->shiftBy(-kTickLeeway);
+  } else {
+    tick_ = scheduler_.now();
+  }
+  sendNextAudioFrame();
+}
+
+void AudioSender::chunkArrived() {
+  enqueueArrived();
+  if (!overdue_ || audioFrameQueue_.size() == 0) return;
+  audioSendTimer_->shiftBy(wire::kChunkDuration - kTickLeeway);
+  sendNextAudioFrame();
 }
 
 void AudioSender::sendNextAudioFrame() {
@@ -96,13 +137,39 @@ void AudioSender::sendNextAudioFrame() {
   clearIfDue();
   enqueueArrived();
   const auto* chunk = audioFrameQueue_.takeOldest();
+  if (chunk == nullptr && !overdue_ && discipline_.expectsChunk()) return awaitChunk();
+
+  if (std::exchange(overdue_, false)) announcing_.store(false, std::memory_order_relaxed);
   if (chunk == nullptr) {
     discipline_.starved();
     add(counters_.starvedTicks, 1);
-    return;
+  } else {
+    ++taken_;
+    send(chunk->samples, audience.get());
+    const auto shift = discipline_.sent(tick_ - chunk->arrived, chunk->arrival);
+    audioSendTimer_->shiftBy(shift);
+    tick_ += shift;
   }
-  send(chunk->samples, audience.get());
-  audioSendTimer_->shiftBy(discipline_.sent(scheduler_.now() - chunk->arrived));
+  planFetching();
+}
+
+/// The tick comes again when its leeway is over, or before that with its chunk.
+void AudioSender::awaitChunk() {
+  overdue_ = true;
+  add(counters_.lateTicks, 1);
+  audioSendTimer_->shiftBy(kTickLeeway - wire::kChunkDuration);
+  announcing_.store(true, std::memory_order_relaxed);
+  std::atomic_thread_fence(std::memory_order_seq_cst);
+  chunkArrived();  // if it did between the look and the announcement
+}
+
+void AudioSender::planFetching() {
+  auto firstFetch = kWatchAll;
+  if (const auto lead = discipline_.fetchLead()) {
+    const auto next = tick_ + wire::kChunkDuration;
+    firstFetch = next - *lead - wire::kChunkDuration * static_cast<dispatch::Duration::rep>(taken_);
+  }
+  firstFetch_.store(firstFetch, std::memory_order_relaxed);
 }
 
 void AudioSender::send(wire::AudioChunkView chunk, const Audience* audience) {

@@ -23,7 +23,10 @@ namespace quorin::wifi {
 /// it is destroyed.
 class AudioSender {
  public:
-  static constexpr std::chrono::milliseconds kTickLeeway{5};
+  static constexpr dispatch::Duration kTickLeeway = PacingDiscipline::kLeeway;
+  /// Of so many chunks one is watched for, while the others are fetched. No divisor of the 4, 8 or
+  /// 16 chunks after which PipeWire's fragments come round, so that each of these has its turn.
+  static constexpr std::uint64_t kOneWatchedOf = 5;
 
   /// `cable` must outlive the sender.
   AudioSender(dispatch::Scheduler& scheduler, ChunkSink& cable);
@@ -32,7 +35,12 @@ class AudioSender {
   /// cable's channel is open, drops it otherwise.
   void offer(wire::AudioChunkView chunk);
 
-  /// One chunk leaves every 20 ms, the first at once. Does nothing while that is so already.
+  /// Capture thread: when the next chunk to be offered is needed for its tick. Long past, that is
+  /// as soon as it comes, while the timer does not run or wants to know when it comes.
+  dispatch::TimePoint chunkNeededAt();
+
+  /// One chunk leaves every 20 ms, the first at once. A tick that finds none although they flow
+  /// comes later, with its chunk or when its leeway is over. Does nothing while that is so already.
   void startAudioSendTimer();
 
   /// Ends that, and in every case throws away all that waits.
@@ -59,19 +67,27 @@ class AudioSender {
   struct Counters {
     std::uint64_t datagramsSent = 0;  ///< that the system took, over all clients
     std::uint64_t cableChunks = 0;    ///< handed to the cable
-    std::uint64_t starvedTicks = 0;   ///< ticks that found no chunk
+    std::uint64_t lateTicks = 0;      ///< ticks that waited for their chunk
+    std::uint64_t starvedTicks = 0;   ///< ticks that got no chunk
     std::uint64_t overflowed = 0;     ///< chunks cut from a full queue
     std::uint64_t unheard = 0;        ///< chunks whose tick found neither client nor channel
   };
   Counters counters() const;
 
  private:
+  static constexpr auto kWatchAll = dispatch::TimePoint::min();
+
   // Pacing queue only.
+  void tick();
+  void chunkArrived();
   void enqueueArrived();
   void enqueueAudioFrame(const TimedChunk& chunk);
+  void countDropped(std::size_t chunks);
   void clearIfDue();
   void removeAllFrames();
   void sendNextAudioFrame();
+  void awaitChunk();
+  void planFetching();
   void send(wire::AudioChunkView chunk, const Audience* audience);
   void pushAudioToUDP(wire::AudioChunkView chunk, const Audience& audience);
 
@@ -82,9 +98,19 @@ class AudioSender {
   dispatch::Snapshot<Audience> audience_;   ///< main writes, pacing reads
   std::atomic<bool> clearDue_{false};       ///< main sets, pacing takes; published by `audience_`
   ChunkRing ring_;                          ///< capture writes, pacing reads
-  std::atomic<bool> ticking_{false};        ///< pacing writes, capture reads: the timer runs
+  std::atomic<bool> announcing_{true};      ///< pacing writes, capture reads: tell of each chunk
+  /// When the chunk that was the first to be offered would be fetched; each later one 20 ms later.
+  /// Pacing writes, capture reads.
+  std::atomic<dispatch::TimePoint> firstFetch_{kWatchAll};
+
+  // Capture thread only.
+  std::uint64_t offered_ = 0;  ///< chunks that went into the ring
+  Arrival nextArrival_ = Arrival::kWatched;
 
   // Pacing queue only.
+  std::uint64_t taken_ = 0;   ///< chunks that have left the frame queue
+  dispatch::TimePoint tick_;  ///< the latest
+  bool overdue_ = false;      ///< it waits for its chunk
   AudioFrameQueue audioFrameQueue_;
   PacingDiscipline discipline_;
   AudienceSender audienceSender_;
@@ -93,13 +119,14 @@ class AudioSender {
   struct {
     std::atomic<std::uint64_t> datagramsSent{0};
     std::atomic<std::uint64_t> cableChunks{0};
+    std::atomic<std::uint64_t> lateTicks{0};
     std::atomic<std::uint64_t> starvedTicks{0};
     std::atomic<std::uint64_t> overflowed{0};
     std::atomic<std::uint64_t> unheard{0};
   } counters_;
 
   std::unique_ptr<dispatch::Timer> audioSendTimer_;  ///< pacing queue only
-  std::unique_ptr<dispatch::EventSource> arrival_;   ///< signalled by capture
+  std::unique_ptr<dispatch::EventSource> arrivals_;  ///< signalled by capture
 
   // Last, so that it ends before anything that its work uses.
   std::unique_ptr<dispatch::SerialQueue> audioFrameQueueSerial_;

@@ -21,11 +21,13 @@ class ChunkRing {
   static constexpr std::size_t kSlots = 64;
 
   /// Capture thread. False when full; the chunk is then lost.
-  bool push(wire::AudioChunkView samples, dispatch::TimePoint arrived) {
+  bool push(wire::AudioChunkView samples, dispatch::TimePoint arrived,
+            Arrival arrival = Arrival::kWatched) {
     const auto tail = tail_.load(std::memory_order_relaxed);
     if (tail - head_.load(std::memory_order_acquire) == kSlots) return false;
     auto& slot = (*slots_)[tail % kSlots];
     slot.arrived = arrived;
+    slot.arrival = arrival;
     std::copy(samples.begin(), samples.end(), slot.samples.begin());
     tail_.store(tail + 1, std::memory_order_release);
     return true;

@@ -1,45 +1,44 @@
 #pragma once
 
 #include "platform/dispatch/queue.h"
-#include "wire/audio_chunk.h"
+#include "wifi/timed_chunk.h"
 
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 
 namespace quorin::wifi {
 
 /// Keeps the ticks of the send timer in step with the clock of the capture: says, after each
 /// tick, by how much the following ones should move.
 ///
-/// What it steers is the *tightest wait*: the shortest time that a chunk has lain in the queue
-/// before its tick, but for the two shortest in a hundred, which tell of the machine and not of the
-/// capture. Chunks arrive in bursts, and a tick must not come before the latest of them; when the
-/// tightest wait is a small headroom, every chunk is there in time and none waits longer than the
-/// bursts demand. A capture clock that runs slow makes it shrink, a fast one makes it grow, and a
-/// backlog shows as a tightest wait of whole chunks. So one number, and one loop around it, holds
-/// the phase, the rate and the depth of the queue.
+/// What it steers is how long the *usual* chunk waits for its tick: of a hundred chunks all but
+/// five wait at least as long. Chunks arrive in bursts, and a tick must not come before the latest
+/// of them; when the usual wait is a small headroom, every chunk is there in time and none waits
+/// longer than the bursts demand. A capture clock that runs slow makes that wait shrink, a fast one
+/// makes it grow, and a backlog shows as whole chunks of it. So one number, and one loop around it,
+/// holds the phase, the rate and the depth of the queue.
 ///
 /// Pure; confined to the pacing queue.
 class PacingDiscipline {
  public:
   using Duration = dispatch::Duration;
 
-  PacingDiscipline();
-
-  /// How long before its tick the latest chunk of a burst should be there, so that the two in a
-  /// hundred are still in time. Grows from the first to the second with every chunk that comes too
-  /// late all the same.
+  /// How long before its tick the usual chunk should be there. More, up to the second, where the
+  /// latest of a hundred come so much later than the usual one.
   static constexpr Duration kHeadroom = std::chrono::milliseconds(3);
-  static constexpr Duration kMaxHeadroom = std::chrono::milliseconds(5);
+  static constexpr Duration kMaxHeadroom = std::chrono::microseconds(5500);
+  /// How late a tick may be that waits for its chunk, and the largest correction a tick while a
+  /// stream is being aligned: the timer's leeway.
+  static constexpr Duration kLeeway = std::chrono::milliseconds(5);
   /// Largest correction a tick in steady state: 2000 ppm, ten times what clocks differ by.
   static constexpr Duration kMaxSlew = std::chrono::microseconds(40);
-  /// Largest correction a tick at the start of a stream and with a backlog: the timer's leeway.
-  static constexpr Duration kMaxStep = std::chrono::milliseconds(5);
 
-  /// A tick took a chunk that had `waited` since it arrived. Returns how far to move all later
-  /// ticks; positive is later.
-  Duration sent(Duration waited);
+  /// A tick took a chunk that had `waited` since it arrived; negative when the tick waited for the
+  /// chunk. Returns how far to move all later ticks; positive is later.
+  Duration sent(Duration waited, Arrival arrival = Arrival::kWatched);
 
   /// A tick found no chunk.
   void starved();
@@ -47,32 +46,55 @@ class PacingDiscipline {
   /// Chunks left the queue without a tick.
   void dropped(std::size_t chunks);
 
+  /// Whether a tick that finds no chunk should wait for it: the stream flows, this one is late.
+  bool expectsChunk() const { return aligned_ && starvedInARow_ == 0; }
+
+  /// How long before its tick a chunk may be fetched, instead of watched for. None while every
+  /// arrival is worth knowing. Some must be watched all the same: only they tell when chunks come.
+  std::optional<Duration> fetchLead() const;
+
   /// Forgets what it has learned: the next chunk begins a new stream.
   void restart() { *this = PacingDiscipline(); }
 
  private:
-  void resumeAfter(std::size_t ticksWithout);
-  void measure(Duration waited);
-  void beginHundred();
-  void ticksMoved(Duration later);
+  static constexpr std::size_t kMostMeasured = 150;
 
-  static constexpr Duration kUnknown = std::chrono::hours(1);
+  /// A stream is aligned when it has been learned and again when it has settled; then it is
+  /// followed.
+  enum class Stage : std::uint8_t { kIgnoring, kLearning, kSettling, kFollowing };
 
-  std::size_t ignored_ = 0;    ///< chunks at the start of the stream
-  std::size_t unsettled_ = 0;  ///< chunks still to come whose every wait counts
-  bool aligned_ = false;       ///< the first step has begun
+  static std::size_t chunksOf(Stage stage);
+  void enter(Stage stage);
+  void resumeAfter(std::size_t ticksWithout, Duration earliness);
+  void measure(Duration earliness, Arrival arrival);
+  void conclude();
+  void makeRoom(Duration late);
+  Duration shift();
+  Duration headroom() const;
+
+  Stage stage_ = Stage::kIgnoring;
+  bool aligned_ = false;  ///< the first step has begun
   bool stepping_ = false;
+
+  /// By how much the ticks have moved since the stream began. Waits less this are *earliness*: it
+  /// tells of the capture alone, whatever the ticks did meanwhile.
+  Duration moved_{0};
+
+  // Of the present stage's chunks, while following of the present hundred.
+  std::array<Duration, kMostMeasured> earliness_{};  ///< of the chunks that were watched
+  std::size_t measured_ = 0;                         ///< how many those are
+  std::size_t seen_ = 0;
+  Duration latest_{};  ///< the smallest earliness of all chunks
+
+  Duration usual_{};  ///< earliness
+  Duration room_{0};  ///< how much later than usual the latest come
+  Duration lateInLastHundred_{0};
+  int comeLateOften_ = 0;  ///< hundreds for which chunks that keep coming late have their room
 
   std::size_t starvedInARow_ = 0;
   std::size_t missing_ = 0;    ///< chunks that were dropped: a tick without them tells nothing
   std::size_t heldUp_ = 0;     ///< chunks still to come that an accident held up
-  std::size_t sinceLate_ = 0;  ///< chunks since one came too late
-  std::size_t roomKept_ = 0;   ///< hundreds for which chunks that keep coming late have their room
-
-  Duration headroom_ = kHeadroom;
-  Duration tightest_ = kUnknown;
-  std::array<Duration, 3> shortest_{};  ///< waits of the present hundred, in their order
-  std::size_t measured_ = 0;            ///< of the present hundred
+  std::size_t sinceLate_ = 0;  ///< chunks since a tick went without one
 };
 
 }  // namespace quorin::wifi

@@ -207,6 +207,96 @@ TEST_F(AudioSenderTest, FollowsACaptureClockThatIsNotOurs) {
   EXPECT_NEAR(static_cast<double>(after.datagramsSent - before.datagramsSent), 30'006, 2);
 }
 
+class FlowingSound : public AudioSenderTest {
+ protected:
+  FlowingSound() {
+    start();
+    cable.open = true;
+    sender.startAudioSendTimer();
+    flow(5s);
+    startedWith_ = sender.counters().starvedTicks;
+  }
+
+  /// A chunk every 20 ms. At its end one has just been offered, and the ticks have settled to come
+  /// 3 ms after each.
+  void flow(std::chrono::milliseconds length) {
+    for (; length > 0ms; length -= 20ms) {
+      scheduler.advance(20ms);
+      offerOne();
+    }
+  }
+  void offerOne() {
+    sender.offer(chunkOf(static_cast<float>(++offered_)));
+    scheduler.runPending();
+  }
+  /// The last chunk offered has been sent.
+  bool allIsSent() const {
+    return !cable.firstSamples.empty() && cable.firstSamples.back() == static_cast<float>(offered_);
+  }
+  std::uint64_t starvedTicks() const { return sender.counters().starvedTicks - startedWith_; }
+
+ private:
+  int offered_ = 0;
+  std::uint64_t startedWith_ = 0;
+};
+
+TEST_F(FlowingSound, HasATickWaitForAChunkThatIsLateAndTheOthersStay) {
+  scheduler.advance(20ms + 5ms);  // its tick was 2 ms ago
+  offerOne();
+  EXPECT_TRUE(allIsSent()) << "on its arrival";
+  EXPECT_EQ(sender.counters().lateTicks, 1U);
+
+  scheduler.advance(15ms);
+  offerOne();
+  scheduler.advance(2900us);
+  EXPECT_FALSE(allIsSent()) << "the next tick is not moved";
+  scheduler.advance(200us);
+  EXPECT_TRUE(allIsSent());
+  EXPECT_EQ(starvedTicks(), 0U);
+}
+
+TEST_F(FlowingSound, GivesUpAChunkBeyondTheLeeway) {
+  scheduler.advance(20ms + 8100us);
+  offerOne();
+  EXPECT_EQ(starvedTicks(), 1U);
+  EXPECT_FALSE(allIsSent());
+  scheduler.advance(11900us);
+  offerOne();
+  scheduler.advance(2900us);
+  EXPECT_FALSE(allIsSent());
+  scheduler.advance(200us);
+  EXPECT_FALSE(allIsSent()) << "no tick sends two";
+  EXPECT_EQ(sender.counters().lateTicks, 1U);
+}
+
+TEST_F(FlowingSound, WaitsForNothingOnceItHasEnded) {
+  scheduler.advance(200ms);
+  EXPECT_EQ(sender.counters().lateTicks, 1U);
+  EXPECT_EQ(starvedTicks(), 9U);
+}
+
+TEST_F(FlowingSound, SaysWhenChunksAreNeededAndWatchesForOneOfFive) {
+  const auto asItComes = dispatch::TimePoint::min();
+  int watched = 0;
+  for (int i = 0; i < 10; ++i) {
+    flow(20ms);
+    const auto neededAt = sender.chunkNeededAt();
+    if (neededAt == asItComes) {
+      ++watched;
+    } else {
+      EXPECT_EQ(neededAt - scheduler.now(), 21ms) << "2 ms before its tick";
+    }
+  }
+  EXPECT_EQ(watched, 2);
+
+  scheduler.advance(40ms);
+  EXPECT_EQ(sender.chunkNeededAt(), asItComes) << "after a tick without a chunk";
+  flow(5s);
+  sender.stopAudioSendTimer();
+  scheduler.runPending();
+  EXPECT_EQ(sender.chunkNeededAt(), asItComes) << "without a timer";
+}
+
 TEST(AudienceSender, LosesNobodyBehindAnAddressThatFails) {
   Phone first(freePort());
   Phone second(freePort());

@@ -17,8 +17,9 @@ constexpr Duration kPipeWireFragment{32'000'000 / 3};
 void print(const char* timer, const Scene& scene, Outcome& outcome) {
   std::cout << std::left << std::setw(12) << timer << std::setw(34) << scene.name << std::right
             << std::fixed << std::setprecision(2) << "starved " << std::setw(4) << outcome.starved
-            << "  cut " << std::setw(4) << outcome.cut << "  waiting " << outcome.meanWaiting
-            << "  latency p1 " << milliseconds(outcome.percentile(0.01)) << " p50 "
+            << "  late " << std::setw(5) << outcome.late << "  cut " << std::setw(4) << outcome.cut
+            << "  waiting " << outcome.meanWaiting << "  latency p1 "
+            << milliseconds(outcome.percentile(0.01)) << " p50 "
             << milliseconds(outcome.percentile(0.5)) << " p99 "
             << milliseconds(outcome.percentile(0.99)) << " ms\n";
 }
@@ -78,7 +79,7 @@ TEST(PacingDiscipline, IsNeededBecauseAPlainTimerStarvesOrCuts) {
 TEST(PacingDiscipline, AlignsWithinASecondOfTheStartWhereverTheTicksBegin) {
   for (Duration phase = 0ms; phase < kChunk; phase += 1ms) {
     Stream stream({"steady", 0}, true, TimePoint{phase});
-    EXPECT_LE(stream.play(1s).largestShift, PacingDiscipline::kMaxStep);
+    EXPECT_LE(stream.play(1s).largestShift, PacingDiscipline::kLeeway);
     auto outcome = stream.play(10s);
     EXPECT_EQ(outcome.starved, 0U);
     EXPECT_NEAR(milliseconds(outcome.percentile(0.5)), milliseconds(PacingDiscipline::kHeadroom),
@@ -106,15 +107,15 @@ TEST(PacingDiscipline, IsNotMovedByTheTwoLatestInAHundred) {
 }
 
 TEST(PacingDiscipline, TakesBackTheRoomOfChunksThatComeLateNoMore) {
-  for (const Duration by : {6ms, 15ms}) {
-    const auto often = oneLate(100, by);
-    const auto little = oneLate(51, 2500us);
-    Stream stream({"late for a minute", 0, [&](auto i) { return (i < 3000 ? often : little)(i); }},
-                  true, TimePoint{7ms});
-    EXPECT_GT(stream.play(1min).percentile(0.9), PacingDiscipline::kMaxHeadroom) << "room";
-    stream.play(20s);
-    EXPECT_NEAR(milliseconds(stream.play(20s).percentile(0.5)), 5, 0.1) << milliseconds(by);
-  }
+  const auto often = oneLate(100, 15ms);
+  const auto little = oneLate(51, 2500us);
+  Stream stream({"late for a minute", 0, [&](auto i) { return (i < 3000 ? often : little)(i); }},
+                true, TimePoint{7ms});
+  EXPECT_GT(stream.play(1min).percentile(0.9), 15ms) << "room";
+  stream.play(20s);
+  EXPECT_LT(stream.play(20s).percentile(0.99), PacingDiscipline::kMaxHeadroom + 250us);
+  stream.play(5min);
+  EXPECT_NEAR(milliseconds(stream.play(20s).percentile(0.5)), 3, 0.3);
 }
 
 TEST(PacingDiscipline, LetsAPauseOfTheCaptureCostNoLatencyAfterwards) {
