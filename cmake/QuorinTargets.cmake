@@ -38,6 +38,9 @@ target_compile_options(
             -Wnon-virtual-dtor
             -Wold-style-cast
             -Woverloaded-virtual)
+# What a program does not use of its modules is not carried along.
+add_compile_options(-ffunction-sections -fdata-sections)
+add_link_options(LINKER:--gc-sections)
 if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
   # GCC 12's -Wnull-dereference finds what cannot be in the standard library once it optimises.
   target_compile_options(quorin_options INTERFACE -Wthread-safety -Wnull-dereference)

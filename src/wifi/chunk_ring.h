@@ -14,11 +14,11 @@ namespace quorin::wifi {
 /// Carries chunks from the capture thread to the pacing queue. One thread pushes, one drains;
 /// neither allocates, locks or waits.
 ///
-/// 64 slots are 1.28 s: only a pacing thread that stands still for longer loses chunks here, the
-/// newest. What it then finds is old, but short: the frame queue keeps at most 200 ms of it.
+/// 16 slots are 0.32 s, more than the frame queue keeps: only a pacing thread that stands still for
+/// longer loses chunks here, the newest.
 class ChunkRing {
  public:
-  static constexpr std::size_t kSlots = 64;
+  static constexpr std::size_t kSlots = 16;
 
   /// Capture thread. False when full; the chunk is then lost.
   bool push(wire::AudioChunkView samples, dispatch::TimePoint arrived,

@@ -72,7 +72,7 @@ TEST_F(AudioCaptureManagerTest, StartAndStopTellWhatTheyDo) {
 }
 
 TEST_F(AudioCaptureManagerTest, TheEngineIsToldWhenChunksAreNeeded) {
-  constexpr dispatch::TimePoint kTime{7s};
+  static constexpr dispatch::TimePoint kTime{7s};
   manager_->setChunkNeededAt([] { return kTime; });
   manager_->startCapture();
   EXPECT_EQ(engine_->blockNeededAt(), kTime);

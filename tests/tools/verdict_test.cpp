@@ -49,7 +49,7 @@ class Demo : public testing::Test {
 };
 
 TEST_F(Demo, IsWholeWhenEverythingArrived) {
-  EXPECT_TRUE(verdict().whole()) << tableOf(verdict());
+  EXPECT_TRUE(verdict().whole()) << tableOf(verdict(), "datagram");
 }
 
 TEST_F(Demo, MeasuresFromTheTickPlayedToItsDatagram) {
@@ -66,7 +66,7 @@ TEST_F(Demo, IsNotWholeWithALostDatagramWhereverItStood) {
     const auto intact = evidence_;
     const auto first = evidence_.received.begin() + 882 * std::lround(seconds * 50);
     evidence_.received.erase(first, first + 882);
-    EXPECT_FALSE(verdict().whole()) << seconds << " s\n" << tableOf(verdict());
+    EXPECT_FALSE(verdict().whole()) << seconds << " s\n" << tableOf(verdict(), "datagram");
     evidence_ = intact;
   }
 }

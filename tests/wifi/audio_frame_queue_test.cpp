@@ -77,15 +77,16 @@ TEST_F(AudioFrameQueueTest, ClearThrowsAllAway) {
 
 TEST(ChunkRing, RefusesWhatDoesNotFitAndKeepsTheRest) {
   ChunkRing ring;
-  for (int i = 0; i < 64; ++i) EXPECT_TRUE(ring.push(numbered(i).samples, {}));
-  EXPECT_FALSE(ring.push(numbered(64).samples, {}));
+  constexpr int kSlots = ChunkRing::kSlots;
+  for (int i = 0; i < kSlots; ++i) EXPECT_TRUE(ring.push(numbered(i).samples, {}));
+  EXPECT_FALSE(ring.push(numbered(kSlots).samples, {}));
 
   int expected = 0;
   ring.drain([&](const TimedChunk& chunk) {
     EXPECT_EQ(chunk.samples.front(), static_cast<float>(expected++));
   });
-  EXPECT_EQ(expected, 64);
-  EXPECT_TRUE(ring.push(numbered(65).samples, {}));
+  EXPECT_EQ(expected, kSlots);
+  EXPECT_TRUE(ring.push(numbered(kSlots).samples, {}));
 }
 
 TEST(ChunkRing, CarriesEveryChunkWholeBetweenTwoThreads) {

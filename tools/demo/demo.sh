@@ -7,8 +7,8 @@ set -euo pipefail
 cd -- "$(dirname -- "$(readlink -f -- "$0")")/../.."
 source tools/dev/common.sh
 case "$*" in
-  "") mode=wifi ;;
-  --cable) mode=cable ;;
+  "") mode=wifi unit=datagram ;;
+  --cable) mode=cable unit=frame ;;
   *) fail "usage: ./dev demo [--cable]" ;;
 esac
 need_packages "${DEMO_PACKAGES[@]}"
@@ -79,7 +79,8 @@ cp "$SESSION/quorin-listen.log" "$OUT/result.json"
 
 say "what arrived"
 verdict=0
-"$BIN/quorin-demo" judge "$OUT/received.wav" "$SESSION/arrivals" "$SESSION/ticks" || verdict=1
+"$BIN/quorin-demo" judge "$OUT/received.wav" "$SESSION/arrivals" "$SESSION/ticks" "$unit" ||
+  verdict=1
 say "left in build/demo: received.wav, jitter.png, window.png, result.json"
 if [ $verdict -eq 0 ]; then
   say "the melody arrived whole"

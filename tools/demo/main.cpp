@@ -1,7 +1,8 @@
 // The sound of ./dev demo: plays it, and judges what arrived of it.
 //
 //   quorin-demo play SINK TICKS_FILE                   plays the track, notes when its ticks played
-//   quorin-demo judge WAV_FILE ARRIVALS_FILE TICKS_FILE   prints the table; 0 when all arrived
+//   quorin-demo judge WAV_FILE ARRIVALS_FILE TICKS_FILE UNIT   prints the table; 0 when all
+//                                                      arrived. UNIT: datagram or frame
 #include "demo/verdict.h"
 #include "measure/wav_file.h"
 #include "sound/player.h"
@@ -36,8 +37,8 @@ int play(const std::string& sink, const std::string& ticksPath) {
   return 0;
 }
 
-int judge(const std::string& wavPath, const std::string& arrivalsPath,
-          const std::string& ticksPath) {
+int judge(const std::string& wavPath, const std::string& arrivalsPath, const std::string& ticksPath,
+          const std::string& unit) {
   quorin::demo::Evidence evidence;
   auto received = quorin::measure::readWav(wavPath);
   if (!received) return failed(received.error());
@@ -53,7 +54,7 @@ int judge(const std::string& wavPath, const std::string& arrivalsPath,
 
   const auto verdict = quorin::demo::judge(evidence);
   if (!verdict) return failed("No sound arrived, only silence.");
-  std::cout << quorin::demo::tableOf(*verdict);
+  std::cout << quorin::demo::tableOf(*verdict, unit);
   return verdict->whole() ? 0 : 1;
 }
 
@@ -62,9 +63,9 @@ int judge(const std::string& wavPath, const std::string& arrivalsPath,
 int main(int argc, char** argv) {
   const std::vector<std::string> arguments(argv + 1, argv + argc);
   if (arguments.size() == 3 && arguments[0] == "play") return play(arguments[1], arguments[2]);
-  if (arguments.size() == 4 && arguments[0] == "judge") {
-    return judge(arguments[1], arguments[2], arguments[3]);
+  if (arguments.size() == 5 && arguments[0] == "judge") {
+    return judge(arguments[1], arguments[2], arguments[3], arguments[4]);
   }
-  std::cerr << "usage: quorin-demo play SINK TICKS | quorin-demo judge WAV ARRIVALS TICKS\n";
+  std::cerr << "usage: quorin-demo play SINK TICKS | quorin-demo judge WAV ARRIVALS TICKS UNIT\n";
   return 2;
 }

@@ -113,13 +113,13 @@ std::optional<Verdict> judge(const Evidence& evidence) {
   return verdict;
 }
 
-std::string tableOf(const Verdict& verdict) {
+std::string tableOf(const Verdict& verdict, const std::string& unit) {
   const auto& arrivals = verdict.arrivals;
   const auto jitter = arrivals.deviation();
   const auto latency = measure::spreadOf(verdict.latenciesMs);
   std::ostringstream table;
   table << std::fixed;
-  table << "  datagrams   " << arrivals.datagrams() << '\n';
+  table << "  " << std::left << std::setw(12) << unit + 's' << arrivals.datagrams() << '\n';
   table << std::setprecision(2) << "  sound       " << arrivals.soundSeconds() << " s, "
         << std::setprecision(4) << arrivals.delivered() << " of real time\n";
   table << "  melody      " << verdict.notesRecognised << " of " << sound::melodyNotes().size()
@@ -133,10 +133,10 @@ std::string tableOf(const Verdict& verdict) {
   table << "  gaps        " << verdict.cuts << " in the sound, " << arrivals.gaps()
         << " in its arrival\n";
   table << std::setprecision(2) << "  jitter      p50 " << jitter.p50 << ", p99 " << jitter.p99
-        << ", max " << jitter.max << " ms away from one datagram every 20 ms\n";
+        << ", max " << jitter.max << " ms away from one " << unit << " every 20 ms\n";
   if (!verdict.latenciesMs.empty()) {
     table << std::setprecision(1) << "  latency     p50 " << latency.p50 << ", max " << latency.max
-          << " ms, from the sink's playing a tick to the kernel's stamp on its datagram\n";
+          << " ms, from the sink's playing a tick to the arrival of its " << unit << '\n';
   }
   return table.str();
 }

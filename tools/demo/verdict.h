@@ -15,7 +15,7 @@ namespace quorin::demo {
 /// What a run of the demonstration left behind.
 struct Evidence {
   std::vector<float> received;                    ///< every sample, in order
-  std::vector<measure::Arrival> arrivals;         ///< the datagrams that brought them
+  std::vector<measure::Arrival> arrivals;         ///< of what brought them
   std::vector<measure::Nanoseconds> ticksPlayed;  ///< the ends of the demo's track
 };
 
@@ -38,7 +38,7 @@ struct Verdict {
 /// Nothing when there is no melody at all in what was received.
 std::optional<Verdict> judge(const Evidence& evidence);
 
-/// The table that the user reads.
-std::string tableOf(const Verdict& verdict);
+/// The table that the user reads. `unit`: what brought the sound, a "datagram" or a "frame".
+std::string tableOf(const Verdict& verdict, const std::string& unit);
 
 }  // namespace quorin::demo
