@@ -50,6 +50,7 @@ void CableLink::handleAttach(DeviceID device) {
 
 void CableLink::deviceDidDetach(DeviceID device) {
   log::note(kLogArea, "PTUSBDeviceDidDetachNotification: " + std::to_string(device));
+  if (!notConnectedQueueSuspended_) takeTurns();  // its attach may still be on its way here
   if (connectingToDeviceID() != device) return;
   connectingTo_.reset();
   if (connectedChannel_) connectedChannel_->close();
@@ -204,16 +205,24 @@ void CableLink::leaveCableMode() {
 }
 
 void CableLink::whenNotConnected(dispatch::Task task) {
-  auto turn = scope_.bind([this, task = std::move(task)]() mutable {
-    // The queue may have been suspended while this was on its way to the main queue.
-    if (notConnectedQueueSuspended_) {
-      whenNotConnected(std::move(task));
-    } else {
-      task();
-    }
-  });
-  notConnectedQueue_->async([&main = platform_.scheduler.mainQueue(),
-                             turn = std::move(turn)]() mutable { main.async(std::move(turn)); });
+  waiting_.push_back(std::move(task));
+  awaitTurn();
+}
+
+void CableLink::awaitTurn() {
+  notConnectedQueue_->async([&main = platform_.scheduler.mainQueue(), turn = scope_.bind([this] {
+    takeTurns();
+  })]() mutable { main.async(std::move(turn)); });
+}
+
+void CableLink::takeTurns() {
+  while (!notConnectedQueueSuspended_ && !waiting_.empty()) {
+    auto task = std::move(waiting_.front());
+    waiting_.pop_front();
+    task();
+  }
+  // The queue was suspended while the turn was on its way to the main queue.
+  if (!waiting_.empty()) awaitTurn();
 }
 
 void CableLink::suspendNotConnectedQueue() {

@@ -5,6 +5,7 @@
 #include "platform/usb/usb_hub.h"
 
 #include <chrono>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -38,10 +39,9 @@ struct CableLinkEvents {
 /// and in parallel to the loopback address. An attempt that fails is repeated after
 /// `kRetryDelay`.
 ///
-/// Attach handling and attempts wait their turn in `notConnectedQueue_`, which is suspended while
-/// a channel is held and while the cable mode is off; it only keeps their order. All state and
-/// every rule is confined to the main queue, where the queue's work hops to and where hub and
-/// channels call back.
+/// Attach handling and attempts wait, in order, for a turn of `notConnectedQueue_`, which is
+/// suspended while a channel is held and while the cable mode is off. All state and every rule is
+/// confined to the main queue, where the queue's turns hop to and where hub and channels call back.
 class CableLink {
  public:
   /// The channels it makes report to `delegate`; the owner passes their end on (see
@@ -109,6 +109,8 @@ class CableLink {
   std::shared_ptr<PTChannel> takeAttempt(const PTChannel* channel);
 
   void whenNotConnected(dispatch::Task task);
+  void awaitTurn();
+  void takeTurns();
   void suspendNotConnectedQueue();
   void resumeNotConnectedQueue();
 
@@ -126,6 +128,7 @@ class CableLink {
   Request newestUSBRequest_ = 0;
   Request newestLocalRequest_ = 0;
 
+  std::deque<dispatch::Task> waiting_;
   std::unique_ptr<dispatch::SerialQueue> notConnectedQueue_;
   dispatch::Scope scope_;
 };

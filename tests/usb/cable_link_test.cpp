@@ -347,6 +347,23 @@ TEST_F(CableLinkTest, AnAttemptThatHasLeftTheQueueStillWaitsWhenItIsSuspended) {
   EXPECT_EQ(channels.made.size(), 1U);
 }
 
+TEST_F(CableLinkTest, DevicesKeepTheirOrderHoweverLateTheMainQueueIs) {
+  chooseCable();
+  log.take();
+  hub.attach(5);
+  hub.detach(5);
+  run();
+  EXPECT_EQ(link.connectingToDeviceID(), std::nullopt) << "it is not there any more";
+
+  hub.attach(6);
+  loopbackConnects();  // the turn of the first meets a suspended queue
+  hub.attach(7);
+  run();
+  link.connectedChannel()->close();
+  run();
+  EXPECT_EQ(link.connectingToDeviceID(), 7U) << "plugged in last";
+}
+
 // ---- Connected
 
 TEST_F(CableLinkTest, HoldsTheChannelSuspendsTheQueueAndTellsTheDisplay) {
