@@ -76,7 +76,7 @@ class Describer {
     }
   }
 
-  std::string text() && { return wire::shortened(std::move(text_)); }
+  std::string text() && { return wire::displayable(text_); }
 
  private:
   bool full() const { return text_.size() > wire::kMaxDisplayedBytes; }
@@ -128,7 +128,7 @@ class Describer {
       case PLIST_UINT: {
         std::uint64_t value = 0;
         plist_get_uint_val(node, &value);
-        return std::to_string(value);
+        return std::to_string(static_cast<std::int64_t>(value));  // a negative one comes so too
       }
       case PLIST_UID: {
         std::uint64_t value = 0;

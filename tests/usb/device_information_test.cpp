@@ -222,6 +222,8 @@ TEST(DeviceInformation, ValuesOfEveryKindAreDescribed) {
       {"a reference", plist_new_uid(77), "77"},
       {"quotation marks and backslashes", plist_new_string("a\"\\"), R"("a\"\\")"},
       {"a control character", plist_new_string("\x7F"), R"("\177")"},
+      {"a terminal's control sequence", plist_new_string("\u009B2J"), "\"\uFFFD2J\""},
+      {"a negative number", plist_new_uint(static_cast<std::uint64_t>(-7)), "-7"},
       {"data", plist_new_data("0123456789012345678901234567890123456789", 40),
        "<3031323334353637383930313233343536373839303132333435363738393031...>"},
       {"an empty array", plist_new_array(), "(\n    )"},
