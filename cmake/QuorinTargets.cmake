@@ -38,9 +38,11 @@ target_compile_options(
             -Wnon-virtual-dtor
             -Wold-style-cast
             -Woverloaded-virtual)
+# For modules that run when a person acts, where memory counts and not speed.
+set(QUORIN_SIZE_FIRST "$<$<NOT:$<CONFIG:Debug>>:-Os>")
 # What a program does not use of its modules is not carried along.
 add_compile_options(-ffunction-sections -fdata-sections)
-add_link_options(LINKER:--gc-sections)
+add_link_options(LINKER:--gc-sections,-z,pack-relative-relocs)
 if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
   # GCC 12's -Wnull-dereference finds what cannot be in the standard library once it optimises.
   target_compile_options(quorin_options INTERFACE -Wthread-safety -Wnull-dereference)

@@ -9,22 +9,26 @@
 namespace quorin::app {
 namespace {
 
+/// The system keeps what it was given of an icon; so the picture is not kept here as well.
 class PictureIconEngine final : public QIconEngine {
  public:
-  explicit PictureIconEngine(PicturePtr picture) : picture_(std::move(picture)) {}
+  PictureIconEngine(const Images& images, const QString& name) : images_(images), name_(name) {}
 
   void paint(QPainter* painter, const QRect& rect, QIcon::Mode, QIcon::State) override {
-    picture_->paint(*painter, fitted(*picture_, rect));
+    const auto picture = images_.imageForView(name_);
+    picture->paint(*painter, fitted(*picture, rect));
   }
 
   QPixmap pixmap(const QSize& size, QIcon::Mode, QIcon::State) override {
-    return QPixmap::fromImage(renderSquare(*picture_, std::min(size.width(), size.height())));
+    return QPixmap::fromImage(
+        renderSquare(*images_.imageForView(name_), std::min(size.width(), size.height())));
   }
 
-  QIconEngine* clone() const override { return new PictureIconEngine(picture_); }
+  QIconEngine* clone() const override { return new PictureIconEngine(images_, name_); }
 
  private:
-  PicturePtr picture_;
+  Images images_;
+  QString name_;
 };
 
 }  // namespace
@@ -48,8 +52,7 @@ PicturePtr Images::symbol(const QString& name, const QColor& color) const {
 }
 
 QIcon Images::icon(const QString& name) const {
-  auto image = imageForView(name);
-  return image ? QIcon(new PictureIconEngine(std::move(image))) : QIcon();
+  return imageForView(name) ? QIcon(new PictureIconEngine(*this, name)) : QIcon();
 }
 
 }  // namespace quorin::app

@@ -10,14 +10,16 @@
 namespace quorin::pictures {
 namespace {
 
-/// Keeps what it rendered last: a view is painted far more often than its size changes.
+/// Keeps what it rendered last: a view is painted far more often than its size changes. The file
+/// is read anew for each size: what a renderer holds is many times as large as the drawing.
 class Drawing final : public Picture {
  public:
   Drawing(QString path, const QColor& tint) : path_(std::move(path)), tint_(tint) {}
 
   QSizeF size() const override {
     takeWhatIsAhead();
-    return renderer().defaultSize();
+    if (size_.isEmpty()) size_ = QSvgRenderer(path_).defaultSize();
+    return size_;
   }
 
   void paint(QPainter& painter, const QRectF& target) const override {
@@ -25,7 +27,7 @@ class Drawing final : public Picture {
     const DevicePixels pixels(painter);
     const QRect place = pixels.map(target).toRect();
     if (place.isEmpty()) return;
-    if (rendered_.size() != place.size()) rendered_ = render(place.size());
+    if (rendered_.size() != place.size()) rendered_ = render(place.size()).image;
     painter.drawImage(place.topLeft(), rendered_);
   }
 
@@ -35,33 +37,37 @@ class Drawing final : public Picture {
   }
 
  private:
+  struct Rendered {
+    QSizeF naturalSize;
+    QImage image;
+  };
+
   void takeWhatIsAhead() const {
-    if (ahead_.valid()) rendered_ = ahead_.get();
+    if (!ahead_.valid()) return;
+    auto ahead = ahead_.get();
+    size_ = ahead.naturalSize;
+    rendered_ = std::move(ahead.image);
   }
 
-  QSvgRenderer& renderer() const {
-    if (!renderer_) renderer_ = std::make_unique<QSvgRenderer>(path_);
-    return *renderer_;
-  }
-
-  QImage render(QSize pixels) const {
+  Rendered render(QSize pixels) const {
+    QSvgRenderer renderer(path_);
     QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
-    renderer().render(&painter, QRectF(QPointF(), QSizeF(pixels)));
+    renderer.render(&painter, QRectF(QPointF(), QSizeF(pixels)));
     if (tint_.isValid()) {
       painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
       painter.fillRect(image.rect(), tint_);
     }
-    return image;
+    return {.naturalSize = renderer.defaultSize(), .image = image};
   }
 
-  QString path_;
-  QColor tint_;
-  mutable std::unique_ptr<QSvgRenderer> renderer_;
+  const QString path_;
+  const QColor tint_;
+  mutable QSizeF size_;
   mutable QImage rendered_;
-  mutable std::future<QImage> ahead_;  ///< while there is one, the renderer is another thread's
+  mutable std::future<Rendered> ahead_;
 };
 
 class Bitmap final : public Picture {
