@@ -8,6 +8,7 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <map>
 #include <memory>
 
@@ -177,6 +178,25 @@ TEST_F(ModesTest, GoingBackAsksNobodyWhenNobodyListens) {
   cable_.channel = true;
   goesBack();
   EXPECT_TRUE(window_.question) << "a phone on the cable listens as well";
+}
+
+TEST_F(ModesTest, WhateverLeavesTheCableModeTurnsTheCableOff) {
+  const struct {
+    const char* name;
+    std::function<void()> leave;
+  } cases[] = {
+      {"back to the menu", [this] { goesBack(); }},
+      {"the Wi-Fi mode", [this] { menu_.chooseOnlineMode(); }},
+      {"a change of the devices", [this] { menu_.stopAllSessions(); }},
+  };
+  for (const auto& row : cases) {
+    menu_.chooseOfflineMode();
+    time_.runPending();
+    ASSERT_TRUE(cable_.on) << row.name;
+    row.leave();
+    time_.runPending();
+    EXPECT_FALSE(cable_.on) << row.name;
+  }
 }
 
 TEST_F(ModesTest, AModeThatIsLeftBeforeItsPageOpensStaysClosed) {
