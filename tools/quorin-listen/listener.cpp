@@ -141,6 +141,7 @@ bool drawPlot(const std::string& path, const Reception& reception) {
 std::expected<std::unique_ptr<SoundSource>, std::string> openSource(const Options& options) {
   if (!options.cable) return UdpSource::open(options.server, steadyNow());
   return CableSource::open(options.port.value_or(usb::kCablePort), [](std::string_view text) {
+    if (::isatty(STDOUT_FILENO) == 1) std::cout << "\r\033[K" << std::flush;  // the live line's row
     std::cerr << "quorin-listen: the computer writes: " << wire::displayable(text) << '\n';
   });
 }

@@ -113,7 +113,7 @@ Joins a running Quorin Stream as a phone does, and measures what arrives.
   --wav FILE       write the sound to a WAV file
   --play           play the sound through the default sink
   --sink NAME      play the sound through this sink (see: pactl list short sinks)
-  --seconds N      stop after N seconds; without it Ctrl+C ends the program
+  --seconds N      stop N seconds after it was let in; without it Ctrl+C ends the program
   --plot FILE.png  draw the arrival jitter over time and its histogram
   --arrivals FILE  write one line per datagram: time of arrival in ns, sample frames
   --json           print the result as JSON
