@@ -96,18 +96,16 @@ void AudioSender::enqueueArrived() {
 
 void AudioSender::enqueueAudioFrame(const TimedChunk& chunk) {
   const auto removed = audioFrameQueue_.append(chunk);
-  countDropped(removed);
+  taken_ += removed;
+  discipline_.cut(removed);
   add(counters_.overflowed, removed);
-}
-
-void AudioSender::countDropped(std::size_t chunks) {
-  taken_ += chunks;
-  discipline_.dropped(chunks);
 }
 
 void AudioSender::removeAllFrames() {
   enqueueArrived();
-  countDropped(audioFrameQueue_.clear());
+  const auto removed = audioFrameQueue_.clear();
+  taken_ += removed;
+  discipline_.cleared(removed);
 }
 
 void AudioSender::clearIfDue() {
@@ -146,9 +144,7 @@ void AudioSender::sendNextAudioFrame() {
   } else {
     ++taken_;
     send(chunk->samples, audience.get());
-    const auto shift = discipline_.sent(tick_ - chunk->arrived, chunk->arrival);
-    audioSendTimer_->shiftBy(shift);
-    tick_ += shift;
+    audioSendTimer_->shiftBy(discipline_.sent(tick_ - chunk->arrived, chunk->arrival));
   }
   planFetching();
 }
@@ -166,8 +162,8 @@ void AudioSender::awaitChunk() {
 void AudioSender::planFetching() {
   auto firstFetch = kWatchAll;
   if (const auto lead = discipline_.fetchLead()) {
-    const auto next = tick_ + wire::kChunkDuration;
-    firstFetch = next - *lead - wire::kChunkDuration * static_cast<dispatch::Duration::rep>(taken_);
+    firstFetch = audioSendTimer_->next() - *lead -
+                 wire::kChunkDuration * static_cast<dispatch::Duration::rep>(taken_);
   }
   firstFetch_.store(firstFetch, std::memory_order_relaxed);
 }

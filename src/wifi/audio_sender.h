@@ -82,7 +82,6 @@ class AudioSender {
   void chunkArrived();
   void enqueueArrived();
   void enqueueAudioFrame(const TimedChunk& chunk);
-  void countDropped(std::size_t chunks);
   void clearIfDue();
   void removeAllFrames();
   void sendNextAudioFrame();

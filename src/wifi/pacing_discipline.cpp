@@ -62,9 +62,8 @@ Duration beyondTolerance(Duration gap) {
 }  // namespace
 
 Duration PacingDiscipline::sent(Duration waited, Arrival arrival) {
-  const auto ticksWithout = starvedInARow_ - std::min(starvedInARow_, missing_);
   starvedInARow_ = 0;
-  missing_ = 0;
+  const auto ticksWithout = std::exchange(withoutReason_, 0);
   ++sinceLate_;
   if (stage_ == Stage::kIgnoring) {
     if (++seen_ == chunksOf(stage_)) enter(Stage::kLearning);
@@ -104,10 +103,11 @@ void PacingDiscipline::resumeAfter(std::size_t ticksWithout, Duration earliness)
   const bool wasLate = ticksWithout <= kLateByAtMost;
   const bool alone = sinceLate_ > kAloneFor;
   if (wasLate) sinceLate_ = 0;
-  if (wasLate && !alone && stage_ > Stage::kLearning) {
+  if (wasLate && !alone && aligned_) {
     room_ = std::clamp(usual_ - earliness, room_, kChunk);
     comeLateOften_ = kOftenFor;
     stepping_ = true;
+    if (stage_ == Stage::kLearning) enter(Stage::kSettling);  // there it would be the usual one
     return;
   }
   // Were a few chunks held up, or does the capture come later from now on? Those that follow them
@@ -130,6 +130,7 @@ void PacingDiscipline::conclude() {
     usual_ = *usual;
   }
   makeRoom(usual_ - latest_);
+  missing_ = 0;  // bursts hide some
 
   if (stage_ != Stage::kFollowing) aligned_ = stepping_ = true;
   enter(stage_ == Stage::kLearning ? Stage::kSettling : Stage::kFollowing);
@@ -174,16 +175,25 @@ void PacingDiscipline::starved() {
     return;
   }
   moved_ += kChunk;  // all that follows leaves one tick later
+  if (missing_ > 0) {
+    --missing_;
+  } else {
+    ++withoutReason_;
+  }
 }
 
-void PacingDiscipline::dropped(std::size_t chunks) {
+void PacingDiscipline::cut(std::size_t chunks) {
   if (chunks == 0) return;
-  missing_ += chunks;
   moved_ -= kChunk * static_cast<Duration::rep>(chunks);
   if (stage_ == Stage::kIgnoring) return;
   // Ticks that the machine lost are not in the sum, so it may come out below what can be.
   if (aligned_) moved_ = std::max(moved_, -usual_);
   enter(stage_);
+}
+
+void PacingDiscipline::cleared(std::size_t chunks) {
+  missing_ += chunks;
+  moved_ -= kChunk * static_cast<Duration::rep>(chunks);  // until their ticks have passed
 }
 
 }  // namespace quorin::wifi

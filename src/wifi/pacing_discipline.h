@@ -43,8 +43,11 @@ class PacingDiscipline {
   /// A tick found no chunk.
   void starved();
 
-  /// Chunks left the queue without a tick.
-  void dropped(std::size_t chunks);
+  /// Chunks were cut from a queue that had become too long: those that are left wait less.
+  void cut(std::size_t chunks);
+
+  /// Chunks were thrown away, and each leaves a tick without one.
+  void cleared(std::size_t chunks);
 
   /// Whether a tick that finds no chunk should wait for it: the stream flows, this one is late.
   bool expectsChunk() const { return aligned_ && starvedInARow_ == 0; }
@@ -92,9 +95,10 @@ class PacingDiscipline {
   int comeLateOften_ = 0;  ///< hundreds for which chunks that keep coming late have their room
 
   std::size_t starvedInARow_ = 0;
-  std::size_t missing_ = 0;    ///< chunks that were dropped: a tick without them tells nothing
-  std::size_t heldUp_ = 0;     ///< chunks still to come that an accident held up
-  std::size_t sinceLate_ = 0;  ///< chunks since a tick went without one
+  std::size_t withoutReason_ = 0;  ///< of these
+  std::size_t missing_ = 0;        ///< ticks still to come whose chunk was thrown away
+  std::size_t heldUp_ = 0;         ///< chunks still to come that an accident held up
+  std::size_t sinceLate_ = 0;      ///< chunks since a tick went without one
 };
 
 }  // namespace quorin::wifi

@@ -297,6 +297,16 @@ TEST_F(FlowingSound, SaysWhenChunksAreNeededAndWatchesForOneOfFive) {
   EXPECT_EQ(sender.chunkNeededAt(), asItComes) << "without a timer";
 }
 
+TEST_F(FlowingSound, PlansByTheTicksThatShouldHaveBeen) {
+  do flow(20ms);
+  while (sender.chunkNeededAt() == dispatch::TimePoint::min());
+  const auto neededAt = sender.chunkNeededAt();
+  scheduler.jump(13ms, 13ms);
+  scheduler.runPending();
+  ASSERT_TRUE(allIsSent()) << "10 ms after its tick";
+  EXPECT_EQ(sender.chunkNeededAt(), neededAt);
+}
+
 TEST(AudienceSender, LosesNobodyBehindAnAddressThatFails) {
   Phone first(freePort());
   Phone second(freePort());

@@ -106,7 +106,7 @@ class Stream {
     while (tick_ < end) {
       for (; arriving_.arrived <= tick_; prepareNext()) {
         const auto removed = queue_.append(arriving_);
-        if (removed > 0) discipline_.dropped(removed);
+        discipline_.cut(removed);
         outcome.cut += removed;
       }
       waiting += queue_.size();
@@ -134,7 +134,11 @@ class Stream {
     return outcome;
   }
 
-  void clearQueue() { discipline_.dropped(queue_.clear()); }
+  /// So long before the next tick.
+  void clearQueue(Duration beforeTick) {
+    for (; arriving_.arrived <= tick_ - beforeTick; prepareNext()) queue_.append(arriving_);
+    discipline_.cleared(queue_.clear());
+  }
   void pauseCapture(Duration duration) { paused_ += duration; }
 
  private:

@@ -34,8 +34,12 @@ class Timer {
   Timer(const Timer&) = delete;
   Timer& operator=(const Timer&) = delete;
 
-  /// Moves every later run by `offset`. From inside the handler.
+  // From inside the handler:
+
+  /// Moves every later run by `offset`.
   virtual void shiftBy(Duration offset) = 0;
+  /// When it is to run next, however late the present run is.
+  virtual TimePoint next() const = 0;
 
  protected:
   Timer() = default;

@@ -45,6 +45,11 @@ class QueueCore::TimerHandle : public Timer {
     const Lock lock(core_->mutex_);
     state_->deadline += offset;
   }
+  TimePoint next() const override {
+    assert(running() == core_.get());
+    const Lock lock(core_->mutex_);
+    return state_->deadline;
+  }
 
  private:
   const std::shared_ptr<QueueCore> core_;
