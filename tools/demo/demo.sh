@@ -26,7 +26,7 @@ user_can_listen() {
   local sink
   sink=$(PULSE_CLIENTCONFIG="$SESSION/client.conf" timeout 5 pactl get-default-sink 2>/dev/null) &&
     ! PULSE_CLIENTCONFIG="$SESSION/client.conf" LC_ALL=C pactl list sinks |
-      grep -F -x -A 3 "	Name: $sink" | grep -q "Quorin Audio"
+      grep -F -x -A 3 "	Name: $sink" | grep -qi "Quorin Audio"
 }
 
 listen_options=(

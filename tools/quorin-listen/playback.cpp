@@ -5,13 +5,16 @@
 
 #include <pulse/pulseaudio.h>
 
-#include <string_view>
+#include <QString>
 #include <vector>
 
 namespace quorin::listen {
 namespace {
 
-constexpr std::string_view kStreamedDevice = "Quorin Audio";
+/// By the rule of the program that streams: it sends from any device of this name.
+bool isStreamed(const std::string& description) {
+  return QString::fromStdString(description).contains(u"Quorin Audio", Qt::CaseInsensitive);
+}
 
 struct Sink {
   std::string name;
@@ -138,7 +141,7 @@ std::expected<std::unique_ptr<Playback>, std::string> Playback::open(
       return sink ? "There is no sink \"" + *sink + "\": see pactl list short sinks."
                   : "There is no default sink to play to: name one with --sink NAME.";
     }
-    if (pulse->sink.description.find(kStreamedDevice) != std::string::npos) {
+    if (isStreamed(pulse->sink.description)) {
       return "The sound would go back into the device that is being streamed (" +
              pulse->sink.description + "): name another one with --sink NAME.";
     }

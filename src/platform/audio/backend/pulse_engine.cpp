@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cassert>
 #include <chrono>
+#include <memory>
 #include <utility>
 
 namespace quorin::audio {
@@ -22,6 +23,10 @@ constexpr pa_usec_t kFragmentMicroseconds = 10'000;
 
 /// For an input whose rate has no whole block; every server can convert to it.
 constexpr unsigned kFallbackRate = 48000;
+
+struct ReleaseContext {
+  void operator()(pa_context* context) const { ::pa_context_unref(context); }
+};
 
 std::unexpected<Error> failure(std::string description) {
   return std::unexpected(Error{std::move(description)});
@@ -102,9 +107,11 @@ std::expected<void, Error> PulseEngine::startLocked() {
 
 std::expected<void, Error> PulseEngine::connectStream(const pa_sample_spec& sampleSpec,
                                                       const pa_channel_map& channelMap) {
-  auto* context = server_.connection().ready();
-  stream_.reset(::pa_stream_new(context, "Capture", &sampleSpec, &channelMap));
-  if (!stream_) return failure(::pa_strerror(::pa_context_errno(context)));
+  // Of its own: while this waits, the connection may be given up for a new one.
+  const std::unique_ptr<pa_context, ReleaseContext> context(
+      ::pa_context_ref(server_.connection().ready()));
+  stream_.reset(::pa_stream_new(context.get(), "Capture", &sampleSpec, &channelMap));
+  if (!stream_) return failure(::pa_strerror(::pa_context_errno(context.get())));
   ::pa_stream_set_state_callback(
       stream_.get(),
       [](pa_stream*, void* self) { static_cast<PulseEngine*>(self)->streamStateChanged(); }, this);
@@ -135,7 +142,7 @@ std::expected<void, Error> PulseEngine::connectStream(const pa_sample_spec& samp
   if (state() == PA_STREAM_CREATING) {
     return failure("the audio server does not answer; restart it, or try again");
   }
-  const int error = ::pa_context_errno(context);
+  const int error = ::pa_context_errno(context.get());
   if (error == PA_ERR_ACCESS) server_.noteRecordingAccess(RecordingAccess::kRefused);
   return failure(std::string("the audio server refused to record: ") + ::pa_strerror(error));
 }
