@@ -1,6 +1,7 @@
 #pragma once
 
-#include <mutex>
+#include <pthread.h>
+
 #include <shared_mutex>
 
 /// Annotations for clang's -Wthread-safety; nothing elsewhere. The standard library's
@@ -17,13 +18,29 @@
 
 namespace quorin::dispatch {
 
+/// Whoever waits for it lends its priority to the holder: a real-time thread never waits behind
+/// what keeps the holder off its processor.
 class QUORIN_THREAD_ATTRIBUTE(capability("mutex")) Mutex {
  public:
-  void lock() QUORIN_THREAD_ATTRIBUTE(acquire_capability()) { mutex_.lock(); }
-  void unlock() QUORIN_THREAD_ATTRIBUTE(release_capability()) { mutex_.unlock(); }
+  Mutex() {
+    pthread_mutexattr_t attributes;
+    ::pthread_mutexattr_init(&attributes);
+    ::pthread_mutexattr_setprotocol(&attributes, PTHREAD_PRIO_INHERIT);
+    ::pthread_mutex_init(&mutex_, &attributes);
+    ::pthread_mutexattr_destroy(&attributes);
+  }
+  ~Mutex() { ::pthread_mutex_destroy(&mutex_); }
+  Mutex(const Mutex&) = delete;
+  Mutex& operator=(const Mutex&) = delete;
+
+  void lock() QUORIN_THREAD_ATTRIBUTE(acquire_capability()) { ::pthread_mutex_lock(&mutex_); }
+  void unlock() QUORIN_THREAD_ATTRIBUTE(release_capability()) { ::pthread_mutex_unlock(&mutex_); }
+
+  /// For a condition to wait with.
+  pthread_mutex_t* native() { return &mutex_; }
 
  private:
-  std::mutex mutex_;
+  pthread_mutex_t mutex_;
 };
 
 /// Held by many at once with `SharedLock`, or by one alone with `Lock`.

@@ -158,12 +158,6 @@ PulseLoop::PulseLoop(const char* threadName, std::function<void()> onThread)
            .quit = Api::quit},
       wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   if (wake_.get() < 0) throw std::system_error(errno, std::generic_category(), "eventfd");
-  // The audio thread must not wait behind what keeps a thread with the lock off its processor.
-  pthread_mutexattr_t attributes;
-  ::pthread_mutexattr_init(&attributes);
-  ::pthread_mutexattr_setprotocol(&attributes, PTHREAD_PRIO_INHERIT);
-  ::pthread_mutex_init(&mutex_, &attributes);
-  ::pthread_mutexattr_destroy(&attributes);
 }
 
 PulseLoop::~PulseLoop() {
@@ -171,7 +165,6 @@ PulseLoop::~PulseLoop() {
   sweep();
   assert(descriptors_.empty() && timers_.empty() && deferred_.empty());
   ::pthread_cond_destroy(&signalled_);
-  ::pthread_mutex_destroy(&mutex_);
 }
 
 void PulseLoop::start() {
@@ -263,7 +256,7 @@ void PulseLoop::sleep() {
   }
   const auto due = nextDue();
   const auto napUntil = napUntil_;
-  ::pthread_mutex_unlock(&mutex_);
+  ::pthread_mutex_unlock(mutex_.native());
   const auto all = std::span(polled_);
   const auto isReady = [](const pollfd& descriptor) { return descriptor.revents != 0; };
   if (napUntil > Clock::now()) {
@@ -279,7 +272,7 @@ void PulseLoop::sleep() {
     eventfd_t changes = 0;
     ::eventfd_read(wake_.get(), &changes);
   }
-  ::pthread_mutex_lock(&mutex_);
+  ::pthread_mutex_lock(mutex_.native());
 }
 
 std::optional<TimePoint> PulseLoop::nextDue() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/dispatch/queue.h"
+#include "platform/dispatch/thread_safety.h"
 #include "platform/posix/file_descriptor.h"
 
 #include <poll.h>
@@ -39,8 +40,8 @@ class PulseLoop {
   /// Never on the loop's thread.
   class Lock {
    public:
-    explicit Lock(PulseLoop& loop) : loop_(loop) { ::pthread_mutex_lock(&loop_.mutex_); }
-    ~Lock() { ::pthread_mutex_unlock(&loop_.mutex_); }
+    explicit Lock(PulseLoop& loop) : loop_(loop) { ::pthread_mutex_lock(loop_.mutex_.native()); }
+    ~Lock() { ::pthread_mutex_unlock(loop_.mutex_.native()); }
     Lock(const Lock&) = delete;
     Lock& operator=(const Lock&) = delete;
 
@@ -56,7 +57,7 @@ class PulseLoop {
   pa_time_event* callAfter(dispatch::Duration delay, pa_time_event_cb_t callback, void* userdata);
 
   /// Gives the lock up until somebody signals. Never on the loop's thread.
-  void wait() { ::pthread_cond_wait(&signalled_, &mutex_); }
+  void wait() { ::pthread_cond_wait(&signalled_, mutex_.native()); }
   void signal() { ::pthread_cond_broadcast(&signalled_); }
 
   /// Once all that has come is read, what comes next may lie unread until this time: of several
@@ -85,7 +86,7 @@ class PulseLoop {
   const std::function<void()> onThread_;
   pa_mainloop_api api_;
   const posix::FileDescriptor wake_;  ///< an eventfd
-  pthread_mutex_t mutex_;
+  dispatch::Mutex mutex_;  ///< libpulse is called with it held: nothing here can be annotated
   pthread_cond_t signalled_ = PTHREAD_COND_INITIALIZER;
   std::thread thread_;
 
