@@ -220,8 +220,8 @@ void PulseLoop::run() {
 
 bool PulseLoop::runDeferred() {
   bool ran = false;
-  for (std::size_t i = 0; i < deferred_.size(); ++i) {
-    auto* const event = deferred_[i].get();
+  for (std::size_t next = 0; next < deferred_.size();) {
+    auto* const event = deferred_[next++].get();
     if (event->freed || !event->enabled) continue;
     event->callback(api(), event, event->userdata);
     ran = true;
@@ -231,8 +231,8 @@ bool PulseLoop::runDeferred() {
 
 void PulseLoop::runDue() {
   const auto now = Clock::now();
-  for (std::size_t i = 0; i < timers_.size(); ++i) {
-    auto* const event = timers_[i].get();
+  for (std::size_t next = 0; next < timers_.size();) {
+    auto* const event = timers_[next++].get();
     if (event->freed || !event->due || *event->due > now) continue;
     event->due.reset();
     event->callback(api(), event, nullptr, event->userdata);
