@@ -23,7 +23,10 @@ TEST_PACKAGES=(
 )
 SHOTS_PACKAGES=(fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji)
 DEMO_PACKAGES=(pulseaudio pulseaudio-utils xvfb imagemagick fonts-dejavu-core)
-CHECK_PACKAGES=(libbenchmark-dev clang-19 clang-tidy-19 clang-format-19 libclang-rt-19-dev)
+# llvm-19: the names in the sanitizers' reports, which suppressions go by.
+CHECK_PACKAGES=(
+  libbenchmark-dev clang-19 clang-tidy-19 clang-format-19 libclang-rt-19-dev llvm-19
+)
 COVERAGE_PACKAGES=(gcovr)
 PACKAGE_PACKAGES=(dpkg-dev file gzip lintian debootstrap)
 BENCH_PACKAGES=(

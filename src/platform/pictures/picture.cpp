@@ -60,7 +60,8 @@ class Drawing final : public Picture {
       painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
       painter.fillRect(image.rect(), tint_);
     }
-    return {.naturalSize = renderer.defaultSize(), .image = image};
+    painter.end();
+    return {.naturalSize = renderer.defaultSize(), .image = std::move(image)};
   }
 
   const QString path_;
