@@ -85,8 +85,7 @@ const std::vector<PageTable> kPages = {
       {topLogoImageView_, {259.2, 542, 201.6, 120}, {432, 612, 336, 120}, {1100, 1302, 360, 120}},
       {splashOverlay_, {0, 0, 720, 680}, {0, 0, 1200, 750}, {0, 0, 2560, 1440}},
       {splashImageView_, {156, 136, 408, 408}, {390, 165, 420, 420}, {1070, 510, 420, 420}},
-      {backButton_, {16, 600, 120, 34}, {16, 670, 120, 34}, {16, 1360, 120, 34}},
-      {offlineLabel, {0, 584, 720, 52}, {0, 654, 1200, 52}, {0, 1344, 2560, 52}}}},
+      {backButton_, {16, 600, 120, 34}, {16, 670, 120, 34}, {16, 1360, 120, 34}}}},
     {"menu",
      onPage(Page::kMenu),
      {{menuContainer_, {0, 0, 720, 680}, {0, 0, 1200, 750}, {0, 0, 2560, 1440}},
@@ -125,20 +124,11 @@ const std::vector<PageTable> kPages = {
      {{instructionsBox_, {50, 170, 620, 340}, {290, 205, 620, 340}, {970, 550, 620, 340}},
       {usbMainLabel_, {24, 178, 572, 80}, {24, 178, 572, 80}, {24, 178, 572, 80}},
       {usbSecondary2Label_, {24, 132, 572, 22}, {24, 132, 572, 22}, {24, 132, 572, 22}},
-      {bottomBar_, {0, 0, 720, 72}, {0, 0, 1200, 72}, {0, 0, 2560, 72}},
-      {cableStatusLabel, {0, 20, 720, 32}, {0, 20, 1200, 32}, {0, 20, 2560, 32}},
       {connectedDotView_, {85.76, 301.5, 43.2, 43.2}, {302, 335, 60, 60}, {982, 680, 60, 60}},
-      {connectedLabel_, {146.24, 284.6, 488, 77}, {386, 325, 512, 80}, {1066, 670, 512, 80}},
-      {connectedQRImageView_, {240, 31.5, 240, 240}, {480, 65, 240, 240}, {1160, 410, 240, 240}}}},
+      {connectedLabel_, {146.24, 284.6, 488, 77}, {386, 325, 512, 80}, {1066, 670, 512, 80}}}},
     {"wifi",
      onPage(Page::kWifi),
      {{onlineTitleLabel_, {0, 584, 720, 52}, {0, 654, 1200, 52}, {0, 1344, 2560, 52}},
-      {onlineHelpLabel_, {0, 552, 720, 18}, {0, 622, 1200, 18}, {0, 1312, 2560, 18}},
-      {onlineIPField_, {20, 324, 220, 32}, {260, 359, 220, 32}, {940, 704, 220, 32}},
-      {onlinePortField_, {260, 324, 100, 32}, {500, 359, 100, 32}, {1180, 704, 100, 32}},
-      {onlineStartButton_, {376, 322, 200, 36}, {616, 357, 200, 36}, {1296, 702, 200, 36}},
-      {onlineStopButton_, {376, 322, 200, 36}, {616, 357, 200, 36}, {1296, 702, 200, 36}},
-      {onlineQRButton_, {376, 270, 200, 32}, {616, 305, 200, 32}, {1296, 650, 200, 32}},
       {onlineQRImageView_, {210, 190, 300, 300}, {450, 225, 300, 300}, {1130, 570, 300, 300}},
       {onlineQRMicroLabel_, {20, 98, 680, 40}, {20, 133, 1160, 40}, {20, 478, 2520, 40}},
       {onlineInfoLabel_, {272, 20, 176, 26}, {512, 55, 176, 26}, {1192, 400, 176, 26}}}},
@@ -169,16 +159,6 @@ TEST(LayoutTest, PlacesEveryPageAtEverySize) {
       expectNear(usual[row.view], row.usual, what + " at 1200 x 750");
       expectNear(large[row.view], row.large, what + " at 2560 x 1440");
     }
-  }
-}
-
-TEST(LayoutTest, GivesEveryViewAPlaceButTheConsole) {
-  const Layout layout = layoutUIForBounds(kUsual, onPage(Page::kMenu), FakeMeasure());
-  for (std::size_t i = 0; i < kViewCount; ++i) {
-    const auto view = static_cast<View>(i);
-    const bool isOutside =
-        view == inputTextField || view == outputTextView || view == onlineQRWifiLabel_;
-    EXPECT_EQ(layout[view].has_value(), !isOutside) << nameOf(view);
   }
 }
 
@@ -241,18 +221,6 @@ TEST(LayoutTest, CentresOneDotAClientUnderTheInfoLine) {
       EXPECT_EQ(dots[i], (Rect{firstX + 26 * static_cast<double>(i), -4, 16, 16}));
     }
   }
-}
-
-TEST(LayoutTest, ShowsNoDotsWhereTheInfoLineIsHidden) {
-  ScreenState state = withMessage();
-  state.clients = 3;
-  EXPECT_TRUE(layoutUIForBounds(kSmall, state, FakeMeasure()).statusDots.empty());
-}
-
-TEST(LayoutTest, DotsAreWholeFromAHeightOf688) {
-  ScreenState state = onPage(Page::kWifi);
-  state.clients = 1;
-  EXPECT_EQ(layoutUIForBounds({720, 688}, state, FakeMeasure()).statusDots[0].y, 0);
 }
 
 }  // namespace
