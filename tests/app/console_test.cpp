@@ -33,14 +33,8 @@ TEST_F(ConsoleTest, AppendsEveryTextAsALineInItsLook) {
   output_.show();
   console_.presentMessage("Disconnected", true);
   EXPECT_EQ(output_.text(), "Ready\n[you]: hello\nDisconnected") << "shown";
-
-  EXPECT_EQ(formatOf(0).font().family(), "menlo");
-  EXPECT_EQ(formatOf(0).font().pixelSize(), 11);
   EXPECT_EQ(formatOf(0).foreground().color(), colors::kDarkGrey);
-  EXPECT_EQ(formatOf(1).font().family(), "helvetica");
-  EXPECT_EQ(formatOf(1).font().pixelSize(), 16);
   EXPECT_EQ(formatOf(1).foreground().color(), colors::kLightGrey);
-  EXPECT_EQ(input_.font().pixelSize(), 14);
 }
 
 TEST_F(ConsoleTest, LogsEveryLine) {

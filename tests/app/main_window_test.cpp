@@ -54,11 +54,5 @@ TEST_F(MainWindowTest, CtrlQAsksToQuit) {
   EXPECT_EQ(requested.count(), 1);
 }
 
-TEST_F(MainWindowTest, TellsOfEveryResize) {
-  const QSignalSpy resized(&window_, &MainWindow::resized);
-  window_.resize(900, 700);
-  EXPECT_EQ(resized.count(), 1);
-}
-
 }  // namespace
 }  // namespace quorin::app

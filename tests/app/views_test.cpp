@@ -1,11 +1,9 @@
 #include "app/views.h"
 
-#include "app/appearance.h"
 #include "app/window_fixture.h"
 
 #include <QAccessible>
 #include <QClipboard>
-#include <QDir>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <ostream>
@@ -29,83 +27,6 @@ TEST_F(ViewsTest, EveryViewExistsUnderItsName) {
     const auto name = QString::fromStdString(std::string(nameOf(view)));
     EXPECT_EQ(window_.findChild<QWidget*>(name), views_.find(view)) << nameOf(view);
     EXPECT_EQ(views_.find(view) == nullptr, neverBuilt.contains(view)) << nameOf(view);
-  }
-}
-
-struct Typography {
-  View view;
-  int pixels;
-  QFont::Weight weight;
-  QColor color;
-  bool wraps = false;
-  Qt::Alignment alignment = Qt::AlignHCenter;
-};
-
-TEST_F(ViewsTest, TextsHaveTheirFontsColoursAndAlignment) {
-  using enum View;
-  const QColor white = Qt::white;
-  const QColor grey = colors::kLightGrey;
-  const QColor fainterGrey = withAlpha(grey, 0.9);
-  for (const auto& [view, pixels, weight, color, wraps, alignment] : {
-           Typography{offlineLabel, 42, QFont::Bold, white},
-           Typography{cableStatusLabel, 20, QFont::Bold, white},
-           Typography{audioCheckLabel_, 20, QFont::DemiBold, white},
-           Typography{audioGuardTitleLabel_, 28, QFont::Bold, white, true},
-           Typography{audioGuardTextLabel_, 14, QFont::Normal, grey, true},
-           Typography{audioGuardStatusOutLabel_, 13, QFont::Normal, grey},
-           Typography{audioGuardStatusInLabel_, 13, QFont::Normal, grey},
-           Typography{micDeniedLabel_, 16, QFont::Normal, white, true},
-           Typography{menuHeaderLabel_, 22, QFont::Light, white},
-           Typography{menuOnlineTitle_, 24, QFont::DemiBold, white, true},
-           Typography{menuOnlineNote_, 14, QFont::Normal, grey, true},
-           Typography{menuOfflineTitle_, 24, QFont::DemiBold, white, true},
-           Typography{menuOfflineNote_, 14, QFont::Normal, grey, true},
-           Typography{menuCopyrightLabel_, 12, QFont::Normal, grey},
-           Typography{usbMainLabel_, 32, QFont::Bold, white, true},
-           Typography{usbSecondary2Label_, 16, QFont::DemiBold, grey, true},
-           Typography{connectedLabel_, 48, QFont::Bold, white, false, Qt::AlignLeft},
-           Typography{onlineTitleLabel_, 42, QFont::Bold, white, true},
-           Typography{onlineInfoLabel_, 16, QFont::DemiBold, fainterGrey},
-           Typography{onlineHelpLabel_, 12, QFont::Normal, fainterGrey},
-           Typography{onlineQRMicroLabel_, 14, QFont::DemiBold, white, true},
-       }) {
-    QWidget fresh;
-    const Views untouched(fresh, texts_, images_);  // before a layout fits any font
-    const auto* const label = qobject_cast<QLabel*>(untouched.find(view));
-    ASSERT_TRUE(label) << nameOf(view);
-    EXPECT_EQ(label->font().pixelSize(), pixels) << nameOf(view);
-    EXPECT_EQ(label->font().weight(), weight) << nameOf(view);
-    EXPECT_EQ(label->palette().color(QPalette::WindowText), color) << nameOf(view);
-    EXPECT_EQ(label->wordWrap(), wraps) << nameOf(view);
-    EXPECT_EQ(label->alignment() & Qt::AlignHorizontal_Mask, alignment) << nameOf(view);
-  }
-  EXPECT_EQ(views_.backButton_->font().pixelSize(), 18);
-  EXPECT_EQ(views_.audioGuardOpenSettingsButton_->font().weight(), QFont::DemiBold);
-  EXPECT_EQ(views_.menuPrivacyButton_->font().pixelSize(), 12);
-}
-
-TEST_F(ViewsTest, FixedTextsAreTheSameInEveryLanguage) {
-  EXPECT_EQ(views_.onlineTitleLabel_->text(), "Con Internet");
-  EXPECT_EQ(views_.onlineInfoLabel_->text(), "0 dispositivos conectados");
-  EXPECT_EQ(views_.onlineHelpLabel_->text(),
-            "⚠️ En macOS, esta página es un preview UI. La transmisión UDP completa está en iOS.");
-  EXPECT_EQ(views_.onlineIPField_->placeholderText(), "IP del servidor");
-  EXPECT_EQ(views_.onlinePortField_->placeholderText(), "Puerto");
-  EXPECT_EQ(views_.onlinePortField_->text(), "9000");
-  EXPECT_EQ(views_.onlineQRButton_->text(), "Abrir QR (iPhone)");
-  EXPECT_EQ(views_.onlineQRButton_->toolTip(), "Usa el escáner QR en la app iOS");
-}
-
-TEST_F(ViewsTest, PagesStackInTheirOrderUnderTheSplash) {
-  const QObjectList children = window_.children();
-  const auto level = [&](View view) { return children.indexOf(views_.find(view)); };
-  using enum View;
-  const std::vector<View> upwards = {
-      backgroundGradient_, topLogoImageView_, offlineLabel,   backButton_,      menuContainer_,
-      audioCheckOverlay_,  audioGuardView_,   micDeniedView_, instructionsBox_, bottomBar_,
-      connectedContainer_, onlineContainer_,  splashOverlay_};
-  for (std::size_t i = 1; i < upwards.size(); ++i) {
-    EXPECT_LT(level(upwards[i - 1]), level(upwards[i])) << nameOf(upwards[i]);
   }
 }
 
@@ -133,15 +54,6 @@ TEST_F(ViewsTest, APanelIsEmbeddedHidden) {
   EXPECT_EQ(panel->parentWidget(), views.onlineContainer_);
   EXPECT_TRUE(panel->isHidden());
   EXPECT_EQ(Views(window_, texts_, images_, [] { return nullptr; }).onlineSwiftUIView_, nullptr);
-}
-
-TEST_F(ViewsTest, TheBackgroundIsDarkestAtTheBottom) {
-  show({.splash = false});
-  const QImage picture = window_.grab().toImage();
-  const auto grey = [&](int y) { return qGray(picture.pixel(5, y)); };
-  EXPECT_NEAR(grey(window_.height() - 1), 0.02 * 255, 2);
-  EXPECT_NEAR(grey(window_.height() / 2), 0.08 * 255, 2);
-  EXPECT_NEAR(grey(0), 0.16 * 255, 2);
 }
 
 TEST_F(ViewsTest, TheSplashFadesToTheWindow) {
