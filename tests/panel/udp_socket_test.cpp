@@ -184,9 +184,3 @@ TEST_F(UDPSocketTest, AFloodThatNobodyHandlesIsBounded) {
 
 }  // namespace
 }  // namespace quorin::panel
-
-int main(int argc, char** argv) {
-  const QCoreApplication application(argc, argv);
-  testing::InitGoogleMock(&argc, argv);
-  return RUN_ALL_TESTS();
-}

@@ -185,9 +185,3 @@ TEST_F(ThreadsTest, KeepSendingThroughAFlood) {
 
 }  // namespace
 }  // namespace quorin::wifi
-
-int main(int argc, char** argv) {
-  testing::InitGoogleMock(&argc, argv);
-  const QCoreApplication application(argc, argv);
-  return RUN_ALL_TESTS();
-}

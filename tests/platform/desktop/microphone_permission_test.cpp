@@ -159,9 +159,3 @@ TEST_F(MicrophonePermissionTest, ARefusalIsPutToTheTestAgain) {
 
 }  // namespace
 }  // namespace quorin::desktop
-
-int main(int argc, char** argv) {
-  const QCoreApplication application(argc, argv);
-  testing::InitGoogleTest(&argc, argv);
-  return RUN_ALL_TESTS();
-}

@@ -48,9 +48,3 @@ TEST(TerminationSignals, ReachTheQueueOnceAndTheSecondEndsTheProcess) {
 
 }  // namespace
 }  // namespace quorin::dispatch
-
-int main(int argc, char** argv) {
-  const QCoreApplication application(argc, argv);
-  testing::InitGoogleMock(&argc, argv);
-  return RUN_ALL_TESTS();
-}
