@@ -101,16 +101,6 @@ TEST_F(AudioCaptureManagerTest, AFailedStartLeavesNothingBehind) {
   EXPECT_THAT(chunks_, SizeIs(1));
 }
 
-TEST_F(AudioCaptureManagerTest, TheCapacityIsTheTruncatedShareOfTheBuffer) {
-  startQuietly();
-  deliver(960);
-  deliver(1024);
-  deliver(4800);
-  deliver(0);
-  EXPECT_THAT(script_.capacities, ElementsAre(882U, 940U, 4410U, 0U));
-  EXPECT_THAT(chunks_, SizeIs((882 + 940 + 4410) / 882));
-}
-
 TEST_F(AudioCaptureManagerTest, EveryChunkIsWholeAndTheRemainderWaits) {
   startQuietly();
   deliver(1024);  // 940 samples: a chunk, 58 wait

@@ -35,23 +35,5 @@ TEST(DeviceGuard, ADeviceIsKnownByPartOfItsNameWhateverTheCase) {
   }
 }
 
-TEST(DeviceGuard, EveryDeviceHasANameToShow) {
-  EXPECT_EQ(currentDeviceName(named("Built-in")), "Built-in");
-  EXPECT_EQ(currentDeviceName(kNone), "(sin dispositivo)");
-  EXPECT_EQ(currentDeviceName(kNameless), "(desconocido)");
-}
-
-TEST(DeviceGuard, TheTextAsksForWhatIsWrong) {
-  const auto right = named("Quorin Audio");
-  const auto wrong = named("Built-in");
-  const auto key = [](const Device& output, const Device& input) {
-    return guardTextKey(routingOf({.output = output, .input = input}));
-  };
-  EXPECT_EQ(key(right, wrong), "audio.guard.text.in");
-  EXPECT_EQ(key(wrong, right), "audio.guard.text.out");
-  EXPECT_EQ(key(wrong, kNone), "audio.guard.text.both");
-  EXPECT_EQ(key(right, right), std::nullopt);
-}
-
 }  // namespace
 }  // namespace quorin::audio

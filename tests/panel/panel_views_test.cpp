@@ -155,13 +155,6 @@ TEST_F(PanelViewsTest, TheCodeIsReadFromTheScreen) {
   EXPECT_THAT(codesOnScreen(), ElementsAre("192.168.1.20:9000"));
 }
 
-TEST_F(PanelViewsTest, AFailedStartKeepsTheStoppedLook) {
-  startFailure_ = SocketError{-2, "No se pudo hacer bind", "in use"};
-  clickButton();
-  EXPECT_EQ(button()->accessibleName(), "Iniciar Servidor");
-  EXPECT_THAT(texts(), Contains("Servidor detenido"));
-}
-
 TEST_F(PanelViewsTest, ScrollsInASmallWindowAndOnlyThen) {
   clickButton();
   auto* bar = panel_.findChild<QScrollArea*>()->verticalScrollBar();

@@ -132,12 +132,6 @@ TEST_F(Session, MeasuresTheRoundTripOfAPing) {
   EXPECT_EQ(session_.roundTrip(), 7ms);
 }
 
-TEST_F(Session, SaysGoodbyeEvenBeforeTheAnswerCame) {
-  pass(100ms);
-  leave();
-  EXPECT_THAT(sent(), ElementsAre("0.0 <<HELLO>>", "0.1 <<STOP>>"));
-}
-
 TEST_F(Session, IgnoresWhatItDoesNotKnow) {
   pass(100ms);
   for (const auto* text : {"", "<<ready>>", "<<READY>>\n", "READY", "<<HELLO>>"}) serverSays(text);

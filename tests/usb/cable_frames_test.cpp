@@ -12,15 +12,6 @@ using test::bytes;
 using test::bytesOf;
 using test::operator+;
 
-TEST(CableFrames, AreOfTypeZeroAndHundredToHundredAndFour) {
-  for (const std::uint32_t known : {0U, 100U, 101U, 102U, 103U, 104U}) {
-    EXPECT_TRUE(isKnownCableFrame(known)) << known;
-  }
-  for (const std::uint32_t unknown : {1U, 99U, 105U, 0xFFFFFFFFU}) {
-    EXPECT_FALSE(isKnownCableFrame(unknown)) << unknown;
-  }
-}
-
 TEST(CableText, IsALengthAndTheText) {
   EXPECT_EQ(encodeText("hello"), bytes({0, 0, 0, 5, 'h', 'e', 'l', 'l', 'o'}));
   EXPECT_EQ(encodeText(""), bytes({0, 0, 0, 0}));

@@ -379,16 +379,6 @@ TEST_F(CableLinkTest, HoldsTheChannelSuspendsTheQueueAndTellsTheDisplay) {
   EXPECT_THAT(display, ElementsAre(true));
 }
 
-TEST_F(CableLinkTest, LabelsALoopbackChannelWithThePeersAddress) {
-  chooseCable();
-  log.take();
-  const auto channel = loopbackConnects();
-  EXPECT_TRUE(isHeld(channel));
-  EXPECT_EQ(channel->userInfo().text(), "127.0.0.1:2345");
-  EXPECT_EQ(link.connectedDeviceID(), std::nullopt);
-  EXPECT_THAT(log.take(), ElementsAre("Connected to 127.0.0.1:2345"));
-}
-
 TEST_F(CableLinkTest, AttemptsWaitWhileConnectedAndRunWhenTheChannelEnds) {
   plugIn(5);
   chooseCable();

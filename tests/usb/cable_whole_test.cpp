@@ -65,6 +65,14 @@ class CableWholeTest : public testing::Test {
       return phone && isShownConnected && cable->link().connectedDeviceID() == device;
     });
   }
+  /// Phone 5 is plugged in, with its app, and the cable mode chosen.
+  bool appRunsOnAPhone() {
+    service.start();
+    service.attach(5);
+    service.openApp(5);
+    cable->link().enterCableMode();
+    return usbPhoneConnects(5);
+  }
   bool loopbackPhoneConnects(test::PhoneListener& listener) {
     return until([&] {
       if (auto next = listener.accept()) phone = std::move(*next);
@@ -152,11 +160,7 @@ TEST_F(CableWholeTest, ConnectsOnceTheAppOnThePhoneRuns) {
 }
 
 TEST_F(CableWholeTest, SurvivesTheCablePulledInTheMiddleOfAFrame) {
-  service.start();
-  service.attach(5);
-  service.openApp(5);
-  cable->link().enterCableMode();
-  ASSERT_TRUE(usbPhoneConnects(5));
+  ASSERT_TRUE(appRunsOnAPhone());
   const auto frame = encodeFrame(101, 0, encodeText("never to arrive"));
   phone->sendBytes(std::span(frame).first(20));
   phone->hangUp();
@@ -170,30 +174,8 @@ TEST_F(CableWholeTest, SurvivesTheCablePulledInTheMiddleOfAFrame) {
   EXPECT_TRUE(usbPhoneConnects(6));
 }
 
-TEST_F(CableWholeTest, ASecondPhoneWaitsForTheFirst) {
-  service.start();
-  service.attach(5);
-  service.openApp(5);
-  service.openApp(6);
-  cable->link().enterCableMode();
-  ASSERT_TRUE(usbPhoneConnects(5));
-  service.attach(6);
-  ASSERT_TRUE(
-      until([&] { return std::ranges::count(lines, "PTUSBDeviceDidAttachNotification: 6") == 1; }));
-  EXPECT_EQ(cable->link().connectedDeviceID(), 5U);
-  EXPECT_EQ(service.connects.size(), 1U);
-
-  phone->hangUp();
-  service.detach(5);
-  ASSERT_TRUE(usbPhoneConnects(6));
-}
-
 TEST_F(CableWholeTest, ComesBackWhenTheServiceIsKilledAndStartedAgain) {
-  service.start();
-  service.attach(5);
-  service.openApp(5);
-  cable->link().enterCableMode();
-  ASSERT_TRUE(usbPhoneConnects(5));
+  ASSERT_TRUE(appRunsOnAPhone());
   phone->hangUp();
   service.stop();
   ASSERT_TRUE(disconnects("5"));
@@ -219,11 +201,7 @@ TEST_F(CableWholeTest, LeavingTheModeEndsTheConnectionAndComingBackMakesANewOne)
 }
 
 TEST_F(CableWholeTest, EndsQuietlyInTheMiddleOfEverything) {
-  service.start();
-  service.attach(5);
-  service.openApp(5);
-  cable->link().enterCableMode();
-  ASSERT_TRUE(usbPhoneConnects(5));
+  ASSERT_TRUE(appRunsOnAPhone());
   sendAudio({});
   ASSERT_TRUE(phoneGot(104)) << "pacing ends before the cable does";
   cable->sendMessage("bye");

@@ -38,12 +38,6 @@ class AudioFrameQueueTest : public testing::Test {
   std::size_t dropped = 0;
 };
 
-TEST_F(AudioFrameQueueTest, GivesTheOldestFirst) {
-  append(1, 3);
-  EXPECT_THAT(takeAll(), ElementsAre(1, 2, 3));
-  EXPECT_EQ(queue.takeOldest(), nullptr);
-}
-
 TEST_F(AudioFrameQueueTest, HoldsTenAndKeepsTheTwoNewestOfEleven) {
   append(1, 10);
   EXPECT_EQ(queue.size(), 10U);

@@ -41,12 +41,6 @@ TEST(QrCode, IsReadBackAsTheVeryText) {
   }
 }
 
-TEST(QrCode, HigherCorrectionNeedsMoreModules) {
-  const std::string text(17, 'a');  // as much as the smallest code holds at level L
-  EXPECT_EQ(encode(text, Correction::kL)->size(), 21);
-  EXPECT_EQ(encode(text, Correction::kM)->size(), 25);
-}
-
 TEST(QrCode, KeepsBytesThatATextWouldEndAt) {
   const std::string bytes("10.0.0.1:9000\0tail", 18);
   EXPECT_NE(encode(bytes, Correction::kL), encode(bytes.substr(0, 13), Correction::kL));

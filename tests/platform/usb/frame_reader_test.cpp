@@ -84,12 +84,6 @@ TEST_F(FrameReaderTest, SaysNothingWhileAHeaderOrAPayloadIsIncomplete) {
   EXPECT_THAT(steps, ElementsAre("header 101"));
 }
 
-TEST_F(FrameReaderTest, FindsEveryFrameOfOneDelivery) {
-  arrives(encodeFrame(103, 1, {}) + kTextFrame + encodeFrame(100, 0, bytesOf("x")));
-  EXPECT_THAT(steps, ElementsAre("header 103", "frame 103", "header 101", "frame 101", "header 100",
-                                 "frame 100"));
-}
-
 TEST_F(FrameReaderTest, ThrowsTheRefusedPayloadAwayAsItArrives) {
   refusedType = 7;
   arrives(encodeFrame(7, 0, Bytes(1'000'000)) + encodeFrame(7, 0, {}) + kTextFrame);
