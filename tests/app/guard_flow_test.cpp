@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 
 namespace quorin::app {
@@ -78,7 +79,7 @@ class GuardFlowTest : public ::testing::Test {
   SimulatedScheduler time;
   std::shared_ptr<StandInInputs> inputs = std::make_shared<StandInInputs>();
   StandInScreens screens;
-  GuardFlow flow{time, inputs, screens};
+  std::unique_ptr<GuardFlow> flow = std::make_unique<GuardFlow>(time, inputs, screens);
 
   Front front() const { return screens.front(); }
   void setOutput(const Device& device) { inputs->devices.output = device; }
@@ -87,8 +88,8 @@ class GuardFlowTest : public ::testing::Test {
 
   /// The program with its splash gone and the first check done.
   void startUp() {
-    flow.startAudioDefaultWatch();
-    flow.setupAudioCheckFlow();
+    flow->startAudioDefaultWatch();
+    flow->setupAudioCheckFlow();
     time.advance(500ms);
   }
   /// As after choosing a card and starting a stream.
@@ -101,13 +102,13 @@ class GuardFlowTest : public ::testing::Test {
 
 TEST_F(GuardFlowTest, TheFirstCheckWaitsForTheSplashAndThenHalfASecond) {
   screens.splash = true;
-  flow.setupAudioCheckFlow();
+  flow->setupAudioCheckFlow();
   time.advance(10s);
   EXPECT_EQ(screens.state, GuardState{});
   EXPECT_EQ(screens.menus, 0);
 
   screens.splash = false;
-  flow.setupAudioCheckFlow();
+  flow->setupAudioCheckFlow();
   EXPECT_EQ(front(), Front::kChecking);
   time.advance(499ms);
   EXPECT_EQ(front(), Front::kChecking);
@@ -120,9 +121,9 @@ TEST_F(GuardFlowTest, TheFirstCheckWaitsForTheSplashAndThenHalfASecond) {
 TEST_F(GuardFlowTest, WithoutAContentViewNothingHappens) {
   screens.contentView = false;
   setMicrophone(AuthorizationStatus::kDenied);
-  flow.setupAudioCheckFlow();
-  flow.showMicDeniedOverlay();
-  flow.applyGuardPriority();
+  flow->setupAudioCheckFlow();
+  flow->showMicDeniedOverlay();
+  flow->applyGuardPriority();
   time.advance(10s);
   EXPECT_EQ(screens.state, GuardState{});
   EXPECT_EQ(screens.menus, 0);
@@ -144,7 +145,7 @@ TEST_F(GuardFlowTest, TheCheckShowsWhatIsWrong) {
     SCOPED_TRACE(outputLine.name + " / " + inputLine.name);
     setOutput(output);
     setInput(input);
-    flow.setupAudioCheckFlow();
+    flow->setupAudioCheckFlow();
     time.advance(500ms);
     EXPECT_EQ(front(), Front::kGuard);
     EXPECT_EQ(screens.state.textKey, text);
@@ -203,7 +204,7 @@ TEST_F(GuardFlowTest, WhatNeedsNoGuardChangesNothing) {
 
 TEST_F(GuardFlowTest, AWatchThatIsStartedTwiceActsOnce) {
   enterPage();
-  flow.startAudioDefaultWatch();
+  flow->startAudioDefaultWatch();
   setOutput(kSpeaker);
   time.advance(1s);
   EXPECT_EQ(screens.stops, 1);
@@ -271,7 +272,7 @@ TEST_F(GuardFlowTest, EveryStatusButAuthorizedShowsTheMicrophoneScreen) {
   for (const auto status : {AuthorizationStatus::kNotDetermined, AuthorizationStatus::kRestricted,
                             AuthorizationStatus::kDenied}) {
     setMicrophone(status);
-    flow.setupAudioCheckFlow();
+    flow->setupAudioCheckFlow();
     EXPECT_EQ(front(), Front::kMicrophone);
     time.advance(10s);
     EXPECT_EQ(front(), Front::kMicrophone) << "whatever the devices are";
@@ -314,15 +315,15 @@ TEST_F(GuardFlowTest, ADeviceChangeWithoutPermissionShowsTheMicrophoneScreen) {
 TEST_F(GuardFlowTest, TheFirstWordOfALateAudioServerIsLeftToTheCheck) {
   inputs->devices = {};
   screens.splash = true;
-  flow.startAudioDefaultWatch();
-  flow.setupAudioCheckFlow();
+  flow->startAudioDefaultWatch();
+  flow->setupAudioCheckFlow();
   setInput(kVirtual);
   setOutput(kSpeaker);
   time.advance(1500ms);
   EXPECT_EQ(screens.state, GuardState{});
 
   screens.splash = false;
-  flow.setupAudioCheckFlow();
+  flow->setupAudioCheckFlow();
   time.advance(500ms);
   ASSERT_EQ(front(), Front::kGuard);
   setMicrophone(AuthorizationStatus::kDenied);
@@ -340,11 +341,11 @@ TEST_F(GuardFlowTest, ARestartedServersDeviceOfTheSameNumberIsAnotherDevice) {
 }
 
 TEST_F(GuardFlowTest, NothingLiftsTheMicrophoneScreenButThePermission) {
-  flow.startAudioDefaultWatch();
-  flow.setupAudioCheckFlow();
+  flow->startAudioDefaultWatch();
+  flow->setupAudioCheckFlow();
   time.advance(400ms);
   setMicrophone(AuthorizationStatus::kDenied);
-  flow.showMicDeniedOverlay();
+  flow->showMicDeniedOverlay();
   time.advance(100ms);  // the device check that was already on its way finds all right
   EXPECT_EQ(front(), Front::kMicrophone);
   EXPECT_EQ(screens.menus, 0);
@@ -358,12 +359,12 @@ TEST_F(GuardFlowTest, NothingLiftsTheMicrophoneScreenButThePermission) {
 }
 
 TEST_F(GuardFlowTest, TheStartUpQuestion) {
-  flow.requestMicrophonePermission();
+  flow->requestMicrophonePermission();
   EXPECT_FALSE(inputs->answered) << "already granted: nobody is asked";
   EXPECT_EQ(screens.state, GuardState{});
 
   setMicrophone(AuthorizationStatus::kNotDetermined);
-  flow.requestMicrophonePermission();
+  flow->requestMicrophonePermission();
   ASSERT_TRUE(inputs->answered);
   EXPECT_EQ(screens.state, GuardState{}) << "pending";
   setMicrophone(AuthorizationStatus::kAuthorized);
@@ -371,40 +372,31 @@ TEST_F(GuardFlowTest, TheStartUpQuestion) {
   EXPECT_EQ(screens.state, GuardState{});
 
   setMicrophone(AuthorizationStatus::kNotDetermined);
-  flow.requestMicrophonePermission();
+  flow->requestMicrophonePermission();
   setMicrophone(AuthorizationStatus::kDenied);
   inputs->answered();
   EXPECT_EQ(front(), Front::kMicrophone);
 }
 
-TEST(GuardFlowLifetime, WorkUnderWayDoesNotOutliveTheFlow) {
-  SimulatedScheduler time;
-  const auto inputs = std::make_shared<StandInInputs>();
-  StandInScreens screens;
-  {
-    GuardFlow flow(time, inputs, screens);
-    inputs->devices.output = kSpeaker;
-    flow.startAudioDefaultWatch();
-    flow.setupAudioCheckFlow();
-    inputs->microphone = AuthorizationStatus::kNotDetermined;
-    flow.requestMicrophonePermission();
-  }
+TEST_F(GuardFlowTest, WorkUnderWayDoesNotOutliveTheFlow) {
+  setOutput(kSpeaker);
+  flow->startAudioDefaultWatch();
+  flow->setupAudioCheckFlow();
+  setMicrophone(AuthorizationStatus::kNotDetermined);
+  flow->requestMicrophonePermission();
+  flow.reset();
   const auto before = screens.state;
-  inputs->microphone = AuthorizationStatus::kDenied;
+  setMicrophone(AuthorizationStatus::kDenied);
   inputs->answered();
-  inputs->devices.output = kNone;
+  setOutput(kNone);
   time.advance(10s);
   EXPECT_EQ(screens.state, before);
   EXPECT_EQ(screens.stops, 0);
 }
 
-TEST(GuardFlowLifetime, ATickThatIsOnItsWayToTheMainQueueIsDropped) {
-  SimulatedScheduler time;
-  const auto inputs = std::make_shared<StandInInputs>();
-  StandInScreens screens;
-  auto flow = std::make_unique<GuardFlow>(time, inputs, screens);
+TEST_F(GuardFlowTest, ATickThatIsOnItsWayToTheMainQueueIsDropped) {
   flow->startAudioDefaultWatch();
-  inputs->devices.output = kSpeaker;
+  setOutput(kSpeaker);
   inputs->whenRead = [&] { time.mainQueue().async([&] { flow.reset(); }); };
   time.advance(1s);
   EXPECT_EQ(flow, nullptr);
