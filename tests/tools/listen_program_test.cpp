@@ -1,17 +1,16 @@
 #include "measure/tone_analysis.h"
 #include "measure/wav_file.h"
+#include "support/child_process.h"
 #include "support/eventually.h"
 #include "support/fake_phone.h"
+#include "support/temporary_directory.h"
 #include "tools/stand_in_server.h"
 #include "usb/cable_frames.h"
 #include "usb/device_information.h"
 #include "wire/audio_chunk.h"
 #include "wire/client_key.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <spawn.h>
-#include <sys/wait.h>
 
 #include <QImage>
 #include <QJsonDocument>
@@ -20,6 +19,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
 
 namespace quorin {
 namespace {
@@ -31,53 +33,29 @@ using testing::HasSubstr;
 /// The real quorin-listen, run to its end, against a stand-in for the program it listens to.
 class QuorinListen : public testing::Test {
  protected:
-  QuorinListen() {
-    std::string pattern = testing::TempDir() + "quorin-listen-XXXXXX";
-    folder_ = ::mkdtemp(pattern.data());
-  }
-  ~QuorinListen() override {
-    if (process_ > 0) ::kill(process_, SIGKILL);
-    std::filesystem::remove_all(folder_);
-  }
+  std::string path(const char* name) const { return folder_.path() / name; }
 
-  std::string path(const char* name) const { return folder_ / name; }
-
-  void start(std::vector<std::string> arguments) {
+  void start(const std::vector<std::string>& arguments) {
     const std::string program = std::string(std::getenv("QUORIN_BIN")) + "/quorin-listen";
-    std::vector<char*> argv{const_cast<char*>(program.c_str())};
-    for (auto& argument : arguments) argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    posix_spawn_file_actions_t files;
-    ::posix_spawn_file_actions_init(&files);
-    for (const int stream : {1, 2}) {
-      ::posix_spawn_file_actions_addopen(&files, stream, path(stream == 1 ? "out" : "err").c_str(),
-                                         O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    }
-    ASSERT_EQ(::posix_spawn(&process_, program.c_str(), &files, nullptr, argv.data(), environ), 0);
-    ::posix_spawn_file_actions_destroy(&files);
+    std::vector<std::string> words = {"sh", "-c", "exec \"$0\" \"$@\" 2>" + path("err"), program};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::filesystem::remove(path("out"));
+    process_ = test::ChildProcess({.arguments = words, .environment = {}, .output = path("out")});
   }
 
-  int exitCode() {
-    int status = 0;
-    ::waitpid(process_, &status, 0);
-    process_ = 0;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-
-  int run(std::vector<std::string> arguments) {
-    start(std::move(arguments));
-    return exitCode();
+  int run(const std::vector<std::string>& arguments) {
+    start(arguments);
+    return process_.wait();
   }
 
   std::string said(const char* stream) const {
-    std::ifstream file(path(stream));
     std::ostringstream text;
-    text << file.rdbuf();
+    text << std::ifstream(path(stream)).rdbuf();
     return text.str();
   }
 
-  std::filesystem::path folder_;
-  pid_t process_ = 0;
+  test::TemporaryDirectory folder_;
+  test::ChildProcess process_;
 };
 
 TEST_F(QuorinListen, RecordsMeasuresAndDrawsWhatItHears) {
@@ -150,8 +128,8 @@ TEST_F(QuorinListen, IsThePhoneAtTheEndOfTheCable) {
     ASSERT_TRUE(isAnswered(2));
     EXPECT_EQ(computer.frames[1], (test::SentFrame{type(usb::CableFrame::kPong), 77, {}}));
   }
-  ::kill(process_, SIGINT);
-  EXPECT_EQ(exitCode(), 0);
+  ::kill(process_.pid(), SIGINT);
+  EXPECT_EQ(process_.wait(), 0);
   EXPECT_THAT(said("err"), HasSubstr("the computer writes: hola"));
   EXPECT_EQ(measure::readWav(path("c.wav")).value().size(), 20 * wire::kChunkFrames);
 }
@@ -161,8 +139,8 @@ TEST_F(QuorinListen, EndsProperlyOnASignal) {
     StandInServer server;
     start({server.address(), "--wav", path("b.wav")});
     server.messages("<<HELLO>>");
-    ::kill(process_, signal);
-    EXPECT_EQ(exitCode(), 0);
+    ::kill(process_.pid(), signal);
+    EXPECT_EQ(process_.wait(), 0);
     EXPECT_EQ(server.messages("<<STOP>>").back(), "<<STOP>>");
     EXPECT_THAT(said("out"), HasSubstr("received "));
     EXPECT_TRUE(measure::readWav(path("b.wav")));

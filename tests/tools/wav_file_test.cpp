@@ -1,10 +1,10 @@
 #include "measure/wav_file.h"
 
+#include "support/temporary_directory.h"
+
 #include <gmock/gmock.h>
 
 #include <array>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <vector>
 
@@ -22,15 +22,9 @@ bool append(WavWriter& writer, const std::vector<Sample>& samples) {
 
 class WavFile : public testing::Test {
  protected:
-  WavFile() {
-    std::string pattern = testing::TempDir() + "quorin-wav-XXXXXX";
-    folder_ = ::mkdtemp(pattern.data());
-  }
-  ~WavFile() override { std::filesystem::remove_all(folder_); }
+  std::string path() const { return folder_.path() / "sound.wav"; }
 
-  std::string path() const { return folder_ / "sound.wav"; }
-
-  std::filesystem::path folder_;
+  test::TemporaryDirectory folder_;
 };
 
 TEST_F(WavFile, IsTheBytesThatEveryPlayerExpects) {
@@ -70,7 +64,7 @@ TEST_F(WavFile, OfAWriterThatNeverCameToAnEndLacksTheLastSecondAtMost) {
 }
 
 TEST_F(WavFile, SaysInASentenceWhatItCannotDo) {
-  const auto nowhere = WavWriter::create(folder_ / "none" / "x.wav", SampleFormat::kInt16);
+  const auto nowhere = WavWriter::create(folder_.path() / "none" / "x.wav", SampleFormat::kInt16);
   ASSERT_FALSE(nowhere);
   EXPECT_THAT(nowhere.error(), HasSubstr("none/x.wav"));
 
