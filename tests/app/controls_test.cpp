@@ -1,7 +1,6 @@
 #include "app/controls.h"
 
 #include "app/appearance.h"
-#include "app/images.h"
 
 #include <gmock/gmock.h>
 
@@ -80,36 +79,6 @@ TEST_F(LinkButtonTest, AnAmpersandInItsTitleIsNoShortcut) {
   link_.setTitle("Privacy & Terms");
   EXPECT_EQ(link_.accessibleName(), "Privacy & Terms");
   EXPECT_TRUE(link_.shortcut().isEmpty());
-}
-
-TEST_F(LinkButtonTest, WithoutTitleIsEmptyAndCanBeUnderlined) {
-  LinkButton untitled(systemFont(12), &window_);
-  untitled.applyUnderline(true);
-  EXPECT_EQ(untitled.text(), "");
-}
-
-TEST_F(ControlsTest, ClicksPassThroughLabelsAndPicturesToTheButtonBeneath) {
-  PushButton button("", systemFont(18), looks::kCard, &window_);
-  button.setGeometry(50, 50, 280, 220);
-  NonInteractiveLabel label("Wi-Fi", {}, &window_);
-  label.setGeometry(60, 60, 200, 30);
-  NonInteractiveImageView picture(&window_);
-  picture.setImage(Images().imageForView("internet"));
-  picture.setGeometry(100, 120, 72, 72);
-  NonInteractiveLabel elsewhere("alone", {}, &window_);
-  elsewhere.setGeometry(0, 0, 40, 20);
-  for (QWidget* view : {static_cast<QWidget*>(&button), static_cast<QWidget*>(&label),
-                        static_cast<QWidget*>(&picture), static_cast<QWidget*>(&elsewhere)}) {
-    view->show();
-  }
-
-  const QSignalSpy clicks(&button, &QPushButton::clicked);
-  clickAt({70, 70});
-  EXPECT_EQ(clicks.count(), 1) << "through the label";
-  clickAt({130, 150});
-  EXPECT_EQ(clicks.count(), 2) << "through the picture";
-  clickAt({10, 10});
-  EXPECT_EQ(clicks.count(), 2) << "over nothing clickable";
 }
 
 TEST_F(ControlsTest, SpaceAndReturnPressAButton) {
