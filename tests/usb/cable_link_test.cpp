@@ -121,15 +121,6 @@ TEST_F(CableLinkTest, AttemptsNothingUntilTheCableModeIsChosen) {
   EXPECT_FALSE(link.notConnectedQueueSuspended());
 }
 
-TEST_F(CableLinkTest, TriesTheLoopbackAddressAndTheKnownDeviceWhenTheCableModeIsChosen) {
-  plugIn(5);
-  chooseCable();
-  EXPECT_TRUE(channels.connecting("usb 5:2345"));
-  EXPECT_TRUE(channels.connecting("ipv4 127.0.0.1:2345"));
-  EXPECT_EQ(channels.made.size(), 2U);
-  EXPECT_EQ(attempt("ipv4")->userInfo().text(), "127.0.0.1:2345");
-}
-
 TEST_F(CableLinkTest, KeepsAnAttachWaitingWhileAnotherModeIsOn) {
   leaveCable();
   plugIn(5);
@@ -365,19 +356,6 @@ TEST_F(CableLinkTest, DevicesKeepTheirOrderHoweverLateTheMainQueueIs) {
 }
 
 // ---- Connected
-
-TEST_F(CableLinkTest, HoldsTheChannelSuspendsTheQueueAndTellsTheDisplay) {
-  plugIn(5);
-  chooseCable();
-  const auto channel = attempt("usb 5");
-  channel->connects();
-  EXPECT_TRUE(isHeld(channel));
-  EXPECT_TRUE(link.notConnectedQueueSuspended());
-  EXPECT_EQ(link.connectedDeviceID(), 5U);
-  EXPECT_THAT(display, IsEmpty()) << "the display follows on the main queue";
-  run();
-  EXPECT_THAT(display, ElementsAre(true));
-}
 
 TEST_F(CableLinkTest, AttemptsWaitWhileConnectedAndRunWhenTheChannelEnds) {
   plugIn(5);

@@ -4,7 +4,9 @@
 #include <gmock/gmock.h>
 
 #include <QImage>
+#include <cmath>
 #include <set>
+#include <string>
 
 namespace quorin::pictures {
 namespace {
@@ -26,34 +28,23 @@ QImage paintedAt(const Picture& picture, double factor, QPointF offset = {}) {
   return image;
 }
 
-struct Place {
-  int modules;
-  double points;
-  double factor;
-  int edge;  ///< expected pixels of one module
-};
-
-class ModulePlaces : public testing::TestWithParam<Place> {};
-
-TEST_P(ModulePlaces, GiveEveryModuleTheSameWholeNumberOfPixels) {
-  const auto& [modules, points, factor, edge] = GetParam();
-  const Modules code = chessboard(modules);
-  const double pixels = points * factor;
-
-  const QRect place = modulePlace(code, QRectF(0, 0, pixels, pixels));
-
-  EXPECT_EQ(place.width(), edge * modules);
-  EXPECT_EQ(place.height(), edge * modules);
-  EXPECT_LE(std::abs(place.center().x() - pixels / 2), 1.0) << "centred";
-  if (edge > 1) {
-    EXPECT_GE(place.left(), 4 * edge) << "the quiet zone lies inside the picture";
+TEST(ModulePlace, GivesEveryModuleTheSameWholeNumberOfPixels) {
+  const struct {
+    int modules;
+    double pixels;
+    int edge;  ///< expected pixels of one module
+  } cases[] = {{21, 300, 10}, {25, 300, 9}, {25, 450, 13},
+               {25, 600, 18}, {29, 250, 6}, {177, 100, 1}};
+  for (const auto& [modules, pixels, edge] : cases) {
+    SCOPED_TRACE(std::to_string(modules) + " in " + std::to_string(pixels));
+    const QRect place = modulePlace(chessboard(modules), QRectF(0, 0, pixels, pixels));
+    EXPECT_EQ(place.size(), QSize(edge * modules, edge * modules));
+    EXPECT_LE(std::abs(place.center().x() - pixels / 2), 1.0) << "centred";
+    if (edge > 1) {
+      EXPECT_GE(place.left(), 4 * edge) << "the quiet zone lies inside the picture";
+    }
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(AtEveryFactor, ModulePlaces,
-                         testing::Values(Place{21, 300, 1, 10}, Place{25, 300, 1, 9},
-                                         Place{25, 300, 1.5, 13}, Place{25, 300, 2, 18},
-                                         Place{29, 250, 1, 6}, Place{177, 100, 1, 1}));
 
 TEST(ModulePictureTest, HasNoSmoothedPixelAtAnyFactorAndOffset) {
   const auto picture = makeModulePicture(chessboard(25), 300, Qt::white);

@@ -107,26 +107,6 @@ TEST_F(UsbmuxdHubTest, IsSilentAfterStopListening) {
   EXPECT_THAT(takeEvents(1), ElementsAre("+5 phone-5"));
 }
 
-TEST_F(UsbmuxdHubTest, ConnectsToAnAppOnADevice) {
-  service.start();
-  service.attach(5);
-  service.openApp(5);
-  const auto socket = connect(5);
-  ASSERT_TRUE(socket);
-  EXPECT_THAT(service.connects, ElementsAre("5:2345 0"));
-
-  auto phone = service.takeConnection(5);
-  ASSERT_TRUE(phone);
-  ASSERT_EQ(::write(socket->get(), "hi", 2), 2);
-  EXPECT_TRUE(until([&] {
-    phone->turn();
-    return phone->stream == test::bytesOf("hi");
-  }));
-  char byte = 0;
-  EXPECT_EQ(::read(socket->get(), &byte, 1), -1);
-  EXPECT_EQ(errno, EAGAIN) << "the socket does not block";
-}
-
 TEST_F(UsbmuxdHubTest, SaysWhyItCannotConnect) {
   const auto withoutService = connect(5);
   ASSERT_FALSE(withoutService);
