@@ -1,7 +1,7 @@
 #include "app/qr_picture.h"
 
 #include "app/window_fixture.h"
-#include "support/qr_reader.h"
+#include "support/code_photo.h"
 
 #include <gmock/gmock.h>
 
@@ -24,20 +24,7 @@ TEST(QrPictureTest, IsAsLargeAsAskedForWithItsQuietZone) {
   EXPECT_EQ(image.pixel(40, 40), qRgb(255, 255, 255)) << "a dark module is white";
 }
 
-class WifiPagePhotographed : public WindowFixture {
- protected:
-  std::vector<std::string> codesOnThePage() {
-    QImage picture = window_.grab().toImage();
-    picture.invertPixels();  // readers want dark codes on a light ground
-    const QImage grey = picture.convertToFormat(QImage::Format_Grayscale8);
-    std::vector<std::uint8_t> pixels;
-    for (int y = 0; y < grey.height(); ++y) {
-      pixels.insert(pixels.end(), grey.constScanLine(y), grey.constScanLine(y) + grey.width());
-    }
-    return quorin::testing::readQrCodes(
-        {static_cast<unsigned>(grey.width()), static_cast<unsigned>(grey.height()), pixels});
-  }
-};
+class WifiPagePhotographed : public WindowFixture {};
 
 /// Also run with the display factors 1.5 and 2.
 TEST_F(WifiPagePhotographed, ReadsBackAsItsContentAtEverySize) {
@@ -46,7 +33,7 @@ TEST_F(WifiPagePhotographed, ReadsBackAsItsContentAtEverySize) {
       window_.resize(size);
       views_.onlineQRImageView_->showCode(generateQRCodeFromString(content, 300), content);
       show(wifi(3));
-      EXPECT_THAT(codesOnThePage(), ::testing::ElementsAre(content))
+      EXPECT_THAT(quorin::testing::codesOn(window_), ::testing::ElementsAre(content))
           << size.width() << " x " << size.height() << ", factor " << window_.devicePixelRatio();
     }
   }

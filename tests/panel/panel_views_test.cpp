@@ -4,7 +4,7 @@
 #include "panel/qr_code_view.h"
 #include "panel/rows.h"
 #include "panel/titled_box.h"
-#include "support/qr_reader.h"
+#include "support/code_photo.h"
 
 #include <gmock/gmock.h>
 
@@ -76,20 +76,6 @@ class PanelViewsTest : public PanelServerTest {
     return result;
   }
 
-  /// What ZBar reads in the panel's picture; it wants dark on light.
-  std::vector<std::string> codesOnScreen() {
-    auto image = panel_.grab().toImage().convertToFormat(QImage::Format_Grayscale8);
-    image.invertPixels();
-    std::vector<std::uint8_t> pixels;
-    for (int y = 0; y < image.height(); ++y) {
-      const auto* line = image.constScanLine(y);
-      pixels.insert(pixels.end(), line, line + image.width());
-    }
-    return testing::readQrCodes({.width = static_cast<unsigned>(image.width()),
-                                 .height = static_cast<unsigned>(image.height()),
-                                 .pixels = pixels});
-  }
-
   ContentView panel_{scheduler_, std::move(server_), [](const QString& key) {
                        return key == "pairing_instructions" ? "Scan the code" : key;
                      }};
@@ -152,7 +138,7 @@ TEST_F(PanelViewsTest, ListsClientsAndChangesOnlyWhoCameOrWent) {
 
 TEST_F(PanelViewsTest, TheCodeIsReadFromTheScreen) {
   clickButton();
-  EXPECT_THAT(codesOnScreen(), ElementsAre("192.168.1.20:9000"));
+  EXPECT_THAT(testing::codesOn(panel_), ElementsAre("192.168.1.20:9000"));
 }
 
 TEST_F(PanelViewsTest, ScrollsInASmallWindowAndOnlyThen) {

@@ -1,8 +1,8 @@
 #include "whole/whole_program.h"
 
 #include "support/child_process.h"
+#include "support/code_photo.h"
 #include "support/own_network.h"
-#include "support/qr_reader.h"
 #include "wire/client_key.h"
 
 #include <sys/socket.h>
@@ -103,15 +103,7 @@ void WholeProgram::click(const char* button) const {
 }
 
 std::vector<std::string> WholeProgram::codes() {
-  QImage picture = delegate_->window().grab().toImage();
-  picture.invertPixels();  // readers want dark codes on a light ground
-  const QImage grey = picture.convertToFormat(QImage::Format_Grayscale8);
-  std::vector<std::uint8_t> pixels;
-  for (int y = 0; y < grey.height(); ++y) {
-    pixels.insert(pixels.end(), grey.constScanLine(y), grey.constScanLine(y) + grey.width());
-  }
-  return quorin::testing::readQrCodes(
-      {static_cast<unsigned>(grey.width()), static_cast<unsigned>(grey.height()), pixels});
+  return quorin::testing::codesOn(delegate_->window());
 }
 
 Holdings holdings() {

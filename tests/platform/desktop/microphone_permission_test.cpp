@@ -1,13 +1,13 @@
 #include "platform/desktop/microphone_permission.h"
 
 #include "platform/dispatch/simulated_scheduler.h"
+#include "support/eventually.h"
 #include "support/private_bus.h"
 #include "support/stand_in_portal.h"
 
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 
 namespace quorin::desktop {
 namespace {
@@ -24,15 +24,12 @@ class MicrophonePermissionTest : public ::testing::Test {
                   .busAddress = bus.address(),
                   .tryToRecord = [this] { ++tries; }});
   }
-  template <typename Condition>
-  bool comesTrue(Condition condition) {
-    QElapsedTimer waited;
-    waited.start();
-    while (!condition() && waited.elapsed() < 10000) {
+  bool comesTrue(auto&& condition) {
+    return test::eventually([&] {
       time.runPending();
-      QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
-    }
-    return condition();
+      QCoreApplication::processEvents();
+      return condition();
+    });
   }
   bool becomes(AuthorizationStatus status) {
     return comesTrue([&] { return permission->status() == status; });
