@@ -3,10 +3,12 @@
 #include "platform/dispatch/simulated_scheduler.h"
 #include "support/fake_cable.h"
 #include "support/log_capture.h"
+#include "usb/cable.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 
 namespace quorin::usb {
@@ -21,23 +23,10 @@ using testing::IsEmpty;
 const auto kRefused = std::make_error_code(std::errc::connection_refused);
 const PTAddress kSimulatedPhone{.address = kLoopbackAddress, .port = 2345};
 
-/// The end of a channel as the cable reports it to the link.
-class Delegate : public PTChannelDelegate {
- public:
-  CableLink* link = nullptr;
-  bool shouldAcceptFrame(PTChannel&, const FrameHeader&) override { return true; }
-  void didReceiveFrame(PTChannel&, const FrameHeader&, std::span<const std::byte>) override {}
-  void didEndWithError(PTChannel& channel, std::error_code) override {
-    const auto device = link->connectedDeviceID();
-    if (device && channel.userInfo().isDevice(*device)) link->didDisconnectFromDevice(*device);
-    if (&channel == link->connectedChannel().get()) link->setConnectedChannel(nullptr);
-  }
-};
-
+/// The link of a real cable, to which its channels report.
 class CableLinkTest : public testing::Test {
  protected:
   CableLinkTest() {
-    delegate->link = &link;
     link.startListeningForDevices();
     link.enqueueConnectToLocalIPv4Port();
     run();
@@ -66,7 +55,9 @@ class CableLinkTest : public testing::Test {
   std::shared_ptr<FakeChannel> attempt(const std::string& destination) {
     auto channel = channels.connecting(destination);
     EXPECT_TRUE(channel) << "nobody connects to " << destination;
-    return channel ? channel : std::make_shared<FakeChannel>(scheduler.mainQueue(), delegate);
+    return channel ? channel
+                   : std::make_shared<FakeChannel>(scheduler.mainQueue(),
+                                                   std::weak_ptr<PTChannelDelegate>());
   }
   std::shared_ptr<FakeChannel> usbConnects(DeviceID device) {
     const auto channel = attempt("usb " + std::to_string(device));
@@ -99,15 +90,16 @@ class CableLinkTest : public testing::Test {
   dispatch::SimulatedScheduler scheduler;
   test::FakeHub hub;
   test::FakeChannels channels{scheduler.mainQueue()};
-  std::shared_ptr<Delegate> delegate = std::make_shared<Delegate>();
+  std::unique_ptr<dispatch::SerialQueue> sendQueue = scheduler.makeSerialQueue("send");
   std::vector<bool> display;  ///< what `onChannelChanged` said
   std::vector<std::string> announced;
-  CableLink link{{scheduler, hub, channels},
-                 {.channelWasSet = {},
-                  .onChannelChanged = [this](bool connected) { display.push_back(connected); },
-                  .willChangeConnectedDeviceID = [this] { announced.emplace_back("will change"); },
-                  .didChangeConnectedDeviceID = [this] { announced.emplace_back("did change"); }},
-                 delegate};
+  Cable cable{{scheduler, hub, channels},
+              *sendQueue,
+              {.onChannelChanged = [this](bool connected) { display.push_back(connected); },
+               .presentMessage = {},
+               .willChangeConnectedDeviceID = [this] { announced.emplace_back("will change"); },
+               .didChangeConnectedDeviceID = [this] { announced.emplace_back("did change"); }}};
+  CableLink& link = cable.link();
 };
 
 // ---- Off
@@ -178,7 +170,8 @@ TEST_F(CableLinkTest, ClosesAChannelThatConnectsAfterTheModeWasLeft) {
 }
 
 TEST_F(CableLinkTest, SetConnectedChannelRefusesAChannelWhileOff) {
-  const auto channel = std::make_shared<FakeChannel>(scheduler.mainQueue(), delegate);
+  const auto channel =
+      std::make_shared<FakeChannel>(scheduler.mainQueue(), std::weak_ptr<PTChannelDelegate>());
   link.setConnectedChannel(channel);
   run();
   EXPECT_TRUE(channel->isClosed);
@@ -469,7 +462,7 @@ TEST_F(CableLinkTest, ALoopbackChannelKeptThroughTheMenuIsReplacedWhenTheModeIsC
 TEST_F(CableLinkTest, DoesNothingAnyMoreOnceDestroyed) {
   plugIn(5);
   {
-    CableLink brief({scheduler, hub, channels}, {}, delegate);
+    CableLink brief({scheduler, hub, channels}, {}, {});
     brief.startListeningForDevices();
     brief.enterCableMode();
     run();
