@@ -39,7 +39,6 @@ class FakeUsbmuxd {
 
   /// Only a phone whose app runs is connected to.
   void openApp(usb::DeviceID device) { apps_.insert(device); }
-  void closeApp(usb::DeviceID device) { apps_.erase(device); }
   /// False: Connect gets no answer.
   bool answersConnect = true;
 
@@ -48,7 +47,6 @@ class FakeUsbmuxd {
 
   void turn();
 
-  bool hasListener() const { return !listeners_.empty(); }
   /// Answered Connect requests, "5:2345 0" for device, port and result.
   std::vector<std::string> connects;
 

@@ -2,8 +2,6 @@
 
 #include "support/eventually.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -14,31 +12,14 @@
 #include <sstream>
 
 namespace quorin::test {
-namespace {
 
-std::string contentOf(const std::filesystem::path& path) {
-  std::ostringstream content;
-  content << std::ifstream(path).rdbuf();
-  return content.str();
-}
-
-std::filesystem::path makeFolder() {
-  auto pattern = (std::filesystem::temp_directory_path() / "quorin-audio-XXXXXX").string();
-  return ::mkdtemp(pattern.data()) != nullptr ? std::filesystem::path(pattern)
-                                              : std::filesystem::path();
-}
-
-}  // namespace
-
-PrivateAudioServer::PrivateAudioServer() : folder_(makeFolder()) {
+PrivateAudioServer::PrivateAudioServer() {
   environment_ = {"XDG_RUNTIME_DIR=" + folder_.string(), "HOME=" + folder_.string(),
                   "XDG_CONFIG_HOME=" + folder_.string(), "XDG_STATE_HOME=" + folder_.string()};
 }
 
 PrivateAudioServer::~PrivateAudioServer() {
   kill();
-  std::error_code ignored;
-  std::filesystem::remove_all(folder_, ignored);
 }
 
 bool PrivateAudioServer::start() {

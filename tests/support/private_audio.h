@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/child_process.h"
+#include "support/temporary_directory.h"
 
 #include <csignal>
 #include <cstddef>
@@ -62,7 +63,8 @@ class PrivateAudioServer {
   virtual void launch() = 0;
   void signalAll(int signal);
 
-  std::filesystem::path folder_;
+  TemporaryDirectory directory_;
+  const std::filesystem::path folder_ = directory_.path();
   std::vector<std::string> environment_;
   std::vector<ChildProcess> processes_;  ///< those that make up the server
 };

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -28,5 +30,12 @@ class TemporaryDirectory {
  private:
   std::filesystem::path path_;
 };
+
+/// The whole of a file; empty when there is none.
+inline std::string contentOf(const std::filesystem::path& path) {
+  std::ostringstream content;
+  content << std::ifstream(path).rdbuf();
+  return content.str();
+}
 
 }  // namespace quorin::test

@@ -1,5 +1,6 @@
 #include "support/eventually.h"
 #include "support/private_audio.h"
+#include "support/temporary_directory.h"
 
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -19,12 +20,6 @@ namespace fs = std::filesystem;
 using ::testing::HasSubstr;
 
 const std::string kProgram = std::string(std::getenv("QUORIN_BIN")) + "/quorin-device";
-
-std::string contentOf(const fs::path& path) {
-  std::ostringstream content;
-  content << std::ifstream(path).rdbuf();
-  return content.str();
-}
 
 /// PulseAudio as a login starts it, with the person's own start script.
 class LoginPulse : public PrivatePulse {

@@ -19,7 +19,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -48,11 +47,7 @@ class QuorinListen : public testing::Test {
     return process_.wait();
   }
 
-  std::string said(const char* stream) const {
-    std::ostringstream text;
-    text << std::ifstream(path(stream)).rdbuf();
-    return text.str();
-  }
+  std::string said(const char* stream) const { return test::contentOf(path(stream)); }
 
   test::TemporaryDirectory folder_;
   test::ChildProcess process_;

@@ -13,7 +13,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 /// The programs themselves, run as a person runs them.
 namespace quorin::whole {
@@ -46,11 +45,7 @@ class Programs : public testing::Test {
   std::filesystem::path output(const std::string& program) const {
     return folder_.path() / (program + ".txt");
   }
-  std::string said(const std::string& program) const {
-    std::ostringstream text;
-    text << std::ifstream(output(program)).rdbuf();
-    return text.str();
-  }
+  std::string said(const std::string& program) const { return test::contentOf(output(program)); }
   static bool isServed() {
     return test::eventually([] { return holdings().udpSockets == 1; });
   }
