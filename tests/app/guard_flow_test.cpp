@@ -283,21 +283,6 @@ TEST_F(GuardFlowTest, EveryStatusButAuthorizedShowsTheMicrophoneScreen) {
   }
 }
 
-TEST_F(GuardFlowTest, APermissionGrantedLaterLeadsToTheGuardWhichPolls) {
-  setMicrophone(AuthorizationStatus::kDenied);
-  setOutput(kSpeaker);
-  startUp();
-  ASSERT_EQ(front(), Front::kMicrophone);
-  setMicrophone(AuthorizationStatus::kAuthorized);
-  time.advance(800ms);
-  EXPECT_EQ(front(), Front::kGuard);
-  EXPECT_EQ(screens.state.textKey, kAsksForOutput);
-  EXPECT_EQ(screens.menus, 0);
-  setOutput(kVirtual);
-  time.advance(800ms);
-  EXPECT_EQ(front(), Front::kMenu);
-}
-
 TEST_F(GuardFlowTest, ADeviceChangeWithoutPermissionShowsTheMicrophoneScreen) {
   enterPage();
   setMicrophone(AuthorizationStatus::kDenied);

@@ -14,13 +14,11 @@ TEST(Options, AreReadInBothSpellings) {
   EXPECT_EQ(options->port, QStringLiteral("9100"));
   EXPECT_EQ(options->language, QStringLiteral("es"));
   EXPECT_TRUE(options->verbose);
-}
 
-TEST(Options, TheOtherModeAndLanguageAreKnownToo) {
-  const auto options = parseOptions({"quorin-stream", "--start=cable", "--language=en"});
-  ASSERT_TRUE(options);
-  EXPECT_EQ(options->start, StartMode::kCable);
-  EXPECT_EQ(options->language, QStringLiteral("en"));
+  const auto others = parseOptions({"quorin-stream", "--start=cable", "--language=en"});
+  ASSERT_TRUE(others);
+  EXPECT_EQ(others->start, StartMode::kCable);
+  EXPECT_EQ(others->language, QStringLiteral("en"));
 }
 
 TEST(Options, OneActionIsTaken) {

@@ -24,16 +24,10 @@ TEST(Options, AreReadInAnyOrder) {
   EXPECT_FALSE(options->sink);
 }
 
-TEST(Options, TheCableNeedsNoServer) {
+TEST(Options, SomeNeedNothingElseOrMeanMore) {
   EXPECT_TRUE(parseOptions(Arguments{"--cable"})->cable);
   EXPECT_EQ(parseOptions(Arguments{"--port", "4000", "--cable"})->port, 4000);
-}
-
-TEST(Options, ASinkMeansToPlay) {
   EXPECT_TRUE(parseOptions(Arguments{"1.2.3.4:5", "--sink", "speakers"})->play);
-}
-
-TEST(Options, HelpAndVersionNeedNothingElse) {
   EXPECT_EQ(parseOptions(Arguments{"--help"})->task, Options::Task::kHelp);
   EXPECT_EQ(parseOptions(Arguments{"1.2.3.4:5", "--version"})->task, Options::Task::kVersion);
 }

@@ -4,15 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <unordered_set>
+#include <utility>
 
 namespace quorin::wire {
 namespace {
-
-TEST(ClientKey, IsTheAddressInDottedFormAColonAndThePort) {
-  EXPECT_EQ((ClientKey{.address = 0xC0A8010A, .port = 9000}.text()), "192.168.1.10:9000");
-  EXPECT_EQ((ClientKey{.address = 0, .port = 0}.text()), "0.0.0.0:0");
-  EXPECT_EQ((ClientKey{.address = 0xFFFFFFFF, .port = 65535}.text()), "255.255.255.255:65535");
-}
 
 TEST(ClientKey, IsReadFromASocketAddressInNetworkOrder) {
   sockaddr_in source{};
@@ -29,9 +24,12 @@ TEST(ClientKey, IsReadFromASocketAddressInNetworkOrder) {
   EXPECT_EQ(back.sin_addr.s_addr, source.sin_addr.s_addr);
 }
 
-TEST(ClientKey, ParsesWhatItWrites) {
-  for (const auto key : {ClientKey{0xC0A8010A, 9000}, ClientKey{0, 0}, ClientKey{~0U, 65535}}) {
-    EXPECT_EQ(ClientKey::parse(key.text()), key);
+TEST(ClientKey, WritesAndParsesTheAddressInDottedFormAColonAndThePort) {
+  for (const auto& [key, text] : {std::pair{ClientKey{0xC0A8010A, 9000}, "192.168.1.10:9000"},
+                                  std::pair{ClientKey{0, 0}, "0.0.0.0:0"},
+                                  std::pair{ClientKey{~0U, 65535}, "255.255.255.255:65535"}}) {
+    EXPECT_EQ(key.text(), text);
+    EXPECT_EQ(ClientKey::parse(text), key);
   }
 }
 
