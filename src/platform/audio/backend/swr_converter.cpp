@@ -2,6 +2,8 @@
 
 #include <array>
 #include <cmath>
+#include <numeric>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -36,14 +38,22 @@ float audibleOrSilence(float sample) {
   return size >= kQuietest && size <= kLoudest ? sample : 0.0F;
 }
 
+template <typename SumOfFrame>
+void mix(std::span<float> mono, std::size_t channels, SumOfFrame sumOf) {
+  const float scale = 1.0F / static_cast<float>(channels);
+  for (std::size_t i = 0; i < mono.size(); ++i) mono[i] = audibleOrSilence(sumOf(i) * scale);
+}
+
 void mixToMono(const BufferView& input, std::span<float> mono) {
   const std::size_t channels = input.format.channels;
-  const float scale = 1.0F / static_cast<float>(channels);
-  const float* sample = input.samples.data();
-  for (float& out : mono) {
-    float sum = 0.0F;
-    for (std::size_t channel = 0; channel < channels; ++channel) sum += *sample++;
-    out = audibleOrSilence(sum * scale);
+  const float* const samples = input.samples.data();
+  if (channels == 2) {  // nearly always, and then in vectors
+    mix(mono, 2, [=](std::size_t i) { return samples[2 * i] + samples[2 * i + 1]; });
+  } else {
+    mix(mono, channels, [=](std::size_t i) {
+      const std::span frame(samples + i * channels, channels);
+      return std::accumulate(frame.begin(), frame.end(), 0.0F);
+    });
   }
 }
 
