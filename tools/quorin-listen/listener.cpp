@@ -124,7 +124,7 @@ std::optional<Ending> Listening::run(const posix::FileDescriptor& termination,
   return broken_;
 }
 
-bool drawPlot(const std::string& path, const Reception& reception) {
+bool drawPlot(const std::string& path, const Reception& reception, bool cable) {
   ::qputenv("QT_QPA_PLATFORM", "offscreen");
   // A session without a runtime folder is told so, which does not matter to a picture.
   QLoggingCategory::setFilterRules("default.warning=false");
@@ -132,8 +132,8 @@ bool drawPlot(const std::string& path, const Reception& reception) {
   std::array<char, 14> name{"quorin-listen"};
   std::array<char*, 2> argv{name.data(), nullptr};
   const QGuiApplication application(argc, argv.data());
-  const auto title =
-      "Arrival of " + std::to_string(reception.arrivals().datagrams()) + " datagrams";
+  const auto title = "Arrival of " + std::to_string(reception.arrivals().datagrams()) +
+                     (cable ? " frames" : " datagrams");
   return drawJitter(reception.arrivals().deviationsMs(), title)
       .save(QString::fromStdString(path), "PNG");
 }
@@ -165,7 +165,7 @@ ExitCode listen(const Options& options) {
 
   std::cout << (options.json ? asJson(listening.report()) : asText(listening.report()))
             << std::flush;
-  if (options.plot && !drawPlot(*options.plot, listening.reception())) {
+  if (options.plot && !drawPlot(*options.plot, listening.reception(), options.cable)) {
     return failed(
         {.code = kFailed,
          .sentence = "Cannot write " + *options.plot + ". Choose another place for the picture."});
