@@ -179,7 +179,11 @@ TEST_P(DispatchConformance, ATimerMovesAllItsLaterRuns) {
   const auto start = scheduler_->now();
   timer = queue.makeTimer({.first = 10ms, .interval = 10ms}, [&] {
     runs.push_back(scheduler_->now());
-    if (runs.size() == 1) timer->shiftBy(5ms);
+    if (runs.size() > 1) return;
+    const auto next = timer->next();
+    EXPECT_GE(next, start + 20ms);
+    timer->shiftBy(5ms);
+    EXPECT_EQ(timer->next(), next + 5ms);
   });
   EXPECT_TRUE(passUntil([&] { return runs.size() >= 3; }));
   EXPECT_GE(runs[1], start + 25ms);
