@@ -34,7 +34,7 @@ class Timer {
   Timer(const Timer&) = delete;
   Timer& operator=(const Timer&) = delete;
 
-  // From inside the handler:
+  // On its queue:
 
   /// Moves every later run by `offset`.
   virtual void shiftBy(Duration offset) = 0;
