@@ -56,7 +56,7 @@ void AudioSender::startAudioSendTimer() {
   audioFrameQueueSerial_->async([this] {
     if (audioSendTimer_ != nullptr) return;
     audioSendTimer_ = audioFrameQueueSerial_->makeTimer(
-        {.first = {}, .interval = wire::kChunkDuration, .leeway = kTickLeeway}, [this] { tick(); });
+        {.first = {}, .interval = wire::kChunkDuration}, [this] { tick(); });
     discipline_.restart();
     announcing_.store(false, std::memory_order_relaxed);
   });

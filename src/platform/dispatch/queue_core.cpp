@@ -20,6 +20,7 @@ struct QueueCore::TimerState {
   Task handler;
   TimePoint deadline;
   Duration interval;
+  Duration leeway{0};
   std::uint64_t id = 0;
 };
 
@@ -112,10 +113,10 @@ void QueueCore::asyncAfter(Duration delay, Task task) {
 
 std::unique_ptr<Timer> QueueCore::makeTimer(TimerSchedule schedule, Task handler) {
   assert(schedule.first >= Duration::zero() && schedule.interval >= Duration::zero());
-  // The leeway is permission, not duty: nothing here gains from being late.
   auto state = std::make_shared<TimerState>(TimerState{.handler = std::move(handler),
                                                        .deadline = waker_->now() + schedule.first,
-                                                       .interval = schedule.interval});
+                                                       .interval = schedule.interval,
+                                                       .leeway = schedule.leeway});
   add(state);
   return std::make_unique<TimerHandle>(shared_from_this(), std::move(state));
 }
@@ -265,7 +266,14 @@ void QueueCore::run(Task& work) {
 std::optional<TimePoint> QueueCore::nextDeadline() {
   const Lock lock(mutex_);
   if (suspended_ || timers_.empty()) return std::nullopt;
-  return std::ranges::min(timers_, {}, [](const auto& timer) { return timer->deadline; })->deadline;
+  auto latest = TimePoint::max();
+  for (const auto& timer : timers_) latest = std::min(latest, timer->deadline + timer->leeway);
+  // Whoever is due by then shares the wake-up; one that finds nobody to share with is not late.
+  auto shared = TimePoint::min();
+  for (const auto& timer : timers_) {
+    if (timer->deadline <= latest) shared = std::max(shared, timer->deadline);
+  }
+  return shared;
 }
 
 void QueueCore::markReadable(std::uint64_t id) {

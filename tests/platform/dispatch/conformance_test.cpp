@@ -52,6 +52,7 @@ class DispatchConformance : public testing::TestWithParam<Kind> {
   void pass(Queue& queue, Duration duration) {
     std::atomic<bool> passed = false;
     queue.asyncAfter(duration, [&] { passed = true; });
+    if (simulated_ != nullptr) simulated_->advance(duration);
     EXPECT_TRUE(passUntil([&] { return passed.load(); }));
   }
 
@@ -188,6 +189,33 @@ TEST_P(DispatchConformance, ATimerMovesAllItsLaterRuns) {
   EXPECT_TRUE(passUntil([&] { return runs.size() >= 3; }));
   EXPECT_GE(runs[1], start + 25ms);
   EXPECT_GE(runs[2], start + 35ms);
+}
+
+TEST_P(DispatchConformance, ATimerIsLateOnlyToShareAWakeUpAndNeverBeyondItsLeeway) {
+  struct Case {
+    TimerSchedule schedule;
+    std::chrono::milliseconds due;
+  };
+  const Case cases[] = {
+      {{.first = 10ms, .leeway = 20ms}, 25ms}, {{.first = 25ms}, 25ms},
+      {{.first = 28ms, .leeway = 20ms}, 28ms}, {{.first = 60ms, .leeway = 4ms}, 64ms},
+      {{.first = 64ms, .leeway = 4ms}, 64ms},  {{.first = 65ms}, 65ms}};
+  auto& queue = scheduler_->mainQueue();
+  const auto start = scheduler_->now();
+  std::size_t runs = 0;
+  std::vector<std::unique_ptr<Timer>> timers;
+  for (const auto& each : cases) {
+    timers.push_back(queue.makeTimer(each.schedule, [&, each] {
+      const auto after = scheduler_->now() - start;
+      EXPECT_GE(after, each.schedule.first);
+      if (simulated_ != nullptr) {
+        EXPECT_EQ(after, each.due);
+      }
+      ++runs;
+    }));
+  }
+  pass(queue, 80ms);
+  EXPECT_EQ(runs, std::size(cases));
 }
 
 TEST_P(DispatchConformance, ASuspendedQueueKeepsItsWorkAndCoalescesMissedRuns) {
