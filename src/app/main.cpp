@@ -1,5 +1,6 @@
 #include "app/appearance.h"
 #include "app/diagnosis.h"
+#include "app/display.h"
 #include "app/fact_finding.h"
 #include "app/identity.h"
 #include "app/images.h"
@@ -15,6 +16,7 @@
 #include <QApplication>
 #include <QLoggingCategory>
 #include <cstdio>
+#include <optional>
 
 namespace quorin::app {
 namespace {
@@ -89,7 +91,9 @@ int launch(int argc, char** argv) {
 
   QApplication::setApplicationName(QString::fromLatin1(kProgramName));
   QGuiApplication::setDesktopFileName(QString::fromLatin1(kApplicationId));
+  std::optional<DisplayRequired> displayRequired(std::in_place);
   QApplication application(argc, argv);
+  displayRequired.reset();
   return run(application, *options);
 }
 

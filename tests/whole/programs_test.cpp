@@ -140,6 +140,20 @@ TEST_F(Programs, ListenPlaysElsewhereThanIntoTheStreamedDevice) {
   EXPECT_EQ(silent.wait(), 1) << "no sound server";
 }
 
+TEST_F(Programs, SaySoWhereThereIsNoDisplay) {
+  for (const std::string program : {"quorin-stream", "quorin-panel"}) {
+    for (const std::string platform : {"xcb", "wayland", "nonsense"}) {
+      test::ChildProcess displayless(
+          {.arguments = {std::string(std::getenv("QUORIN_BIN")) + "/" + program},
+           .environment = {"QT_QPA_PLATFORM=" + platform, "DISPLAY=:4711",
+                           "WAYLAND_DISPLAY=nowhere", "XDG_RUNTIME_DIR=" + folder_.path().string()},
+           .output = output(program)});
+      EXPECT_EQ(displayless.wait(), 1) << program << " on " << platform;
+      EXPECT_THAT(said(program), testing::StartsWith(program + ": There is no display"));
+    }
+  }
+}
+
 TEST_F(Programs, OptionsThatAreNotUnderstoodEndThemWithTwo) {
   struct Case {
     std::string program;

@@ -1,4 +1,5 @@
 #include "app/appearance.h"
+#include "app/display.h"
 #include "app/images.h"
 #include "app/texts.h"
 #include "panel/content_view.h"
@@ -14,6 +15,7 @@
 #include <cstdio>
 #include <expected>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -98,7 +100,9 @@ int launch(int argc, char** argv) {
     case Options::Action::kRun:
       break;
   }
+  std::optional<app::DisplayRequired> displayRequired(std::in_place);
   QApplication application(argc, argv);
+  displayRequired.reset();
   app::applyDarkAppearance(application);
   QApplication::setWindowIcon(app::Images().icon(QStringLiteral("Logo")));
   return runPanel(options->port);
