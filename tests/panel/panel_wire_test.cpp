@@ -1,9 +1,9 @@
-#include "panel/loopback_phone.h"
 #include "panel/panel_fixture.h"
 #include "panel/udp_audio_server.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "support/allocation_count.h"
 #include "support/eventually.h"
+#include "support/udp_peer.h"
 #include "wire/control_message.h"
 
 #include <gmock/gmock.h>
@@ -20,6 +20,7 @@ namespace quorin::panel {
 namespace {
 
 using namespace std::chrono_literals;
+using test::UdpPeer;
 
 /// A capture whose thread is the test's.
 class ThreadedCapture final : public AudioCapture {
@@ -87,7 +88,7 @@ class PanelWireTest : public ::testing::Test {
     const auto socket = socket_.lock();
     return socket ? socket->port() : std::uint16_t{0};
   }
-  std::optional<std::string> answerTo(const LoopbackPhone& phone, std::string_view text) {
+  std::optional<std::string> answerTo(UdpPeer& phone, std::string_view text) {
     phone.says(text);
     std::optional<std::string> answer;
     eventually([&] { return (answer = phone.heard()).has_value(); });
@@ -102,8 +103,8 @@ class PanelWireTest : public ::testing::Test {
 
 TEST_F(PanelWireTest, SpeaksWithSeveralPhones) {
   start();
-  const LoopbackPhone hello(port());
-  const LoopbackPhone ping(port());
+  UdpPeer hello(port());
+  UdpPeer ping(port());
   EXPECT_EQ(answerTo(hello, "<<HELLO>>"), "<<READY>>");
   EXPECT_EQ(answerTo(ping, "<<PING>>"), "<<PONG>>");
   EXPECT_EQ(answerTo(hello, "<<PING>>"), "<<PONG>>") << "no format line came between";
@@ -111,7 +112,7 @@ TEST_F(PanelWireTest, SpeaksWithSeveralPhones) {
   wire::AudioChunk chunk{};
   for (std::size_t i = 0; i < chunk.size(); ++i) chunk[i] = static_cast<float>(i) * 1.5F;
   capture_->handler()(chunk);
-  for (const auto* phone : {&hello, &ping}) {
+  for (auto* phone : {&hello, &ping}) {
     const auto audio = phone->hears();
     ASSERT_EQ(audio.value_or("").size(), 3528U);
     EXPECT_EQ(std::memcmp(audio->data(), chunk.data(), 3528), 0) << "unchanged, unclipped floats";
@@ -127,9 +128,9 @@ TEST_F(PanelWireTest, SpeaksWithSeveralPhones) {
 TEST_F(PanelWireTest, ABroadcastAllocatesNothing) {
   if (!test::allocationsAreCounted()) GTEST_SKIP() << "a sanitizer has its own allocator";
   start();
-  std::vector<std::unique_ptr<LoopbackPhone>> phones;
+  std::vector<std::unique_ptr<UdpPeer>> phones;
   for (int i = 0; i < 100; ++i) {
-    phones.push_back(std::make_unique<LoopbackPhone>(port()));
+    phones.push_back(std::make_unique<UdpPeer>(port()));
     ASSERT_EQ(answerTo(*phones.back(), "<<HELLO>>"), "<<READY>>");
   }
   const auto broadcast = capture_->handler();
@@ -142,9 +143,9 @@ TEST_F(PanelWireTest, ManyComeAndGoWhileChunksFlow) {
   server_ = makeServer([] { return std::make_unique<ThreadedCapture>(); });
   for (int run = 0; run < 3; ++run) {
     start();
-    std::vector<std::unique_ptr<LoopbackPhone>> phones;
+    std::vector<std::unique_ptr<UdpPeer>> phones;
     for (int i = 0; i < 200; ++i) {
-      phones.push_back(std::make_unique<LoopbackPhone>(port()));
+      phones.push_back(std::make_unique<UdpPeer>(port()));
       phones.back()->says("<<HELLO>>");
       if (i % 20 == 0) QCoreApplication::processEvents();
     }
