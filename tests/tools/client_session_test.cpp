@@ -132,11 +132,5 @@ TEST_F(Session, MeasuresTheRoundTripOfAPing) {
   EXPECT_EQ(session_.roundTrip(), 7ms);
 }
 
-TEST_F(Session, IgnoresWhatItDoesNotKnow) {
-  pass(100ms);
-  for (const auto* text : {"", "<<ready>>", "<<READY>>\n", "READY", "<<HELLO>>"}) serverSays(text);
-  EXPECT_EQ(session_.state(), kJoining);
-}
-
 }  // namespace
 }  // namespace quorin::listen

@@ -34,16 +34,10 @@ bool isSilent(const std::vector<float>& samples) {
   return std::ranges::all_of(samples, [](float sample) { return sample == 0; });
 }
 
-TEST_F(Playing, BeginsWhenThreeDatagramsWait) {
+TEST_F(Playing, GivesTheSoundUnchangedOnceThreeDatagramsWait) {
   arrive(2);
   EXPECT_TRUE(isSilent(play(500)));
   arrive(1);
-  const auto played = play(500);
-  for (std::size_t i = 0; i < played.size(); ++i) ASSERT_EQ(played[i], static_cast<float>(i + 1));
-}
-
-TEST_F(Playing, GivesTheSoundUnchangedWhileItComesInTime) {
-  arrive(3);
   float expected = 0;
   for (int i = 0; i < 100; ++i) {
     for (const float sample : play(441)) ASSERT_EQ(sample, ++expected);

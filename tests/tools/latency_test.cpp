@@ -10,14 +10,6 @@ using testing::ElementsAre;
 using testing::FloatNear;
 using testing::IsEmpty;
 
-TEST(ArrivalOf, IsTheDatagramThatHoldsTheSample) {
-  const std::vector<Arrival> arrivals{{.at = 1s, .frames = 882}, {.at = 2s, .frames = 100}};
-  EXPECT_EQ(arrivalOf(arrivals, 0)->at, 1s);
-  EXPECT_EQ(arrivalOf(arrivals, 881)->at, 1s);
-  EXPECT_EQ(arrivalOf(arrivals, 882)->at, 2s);
-  EXPECT_EQ(arrivalOf(arrivals, 982), nullptr);
-}
-
 TEST(TickLatencies, MatchTicksThoughSomeAreMissing) {
   const std::vector<Nanoseconds> played{1000ms, 1200ms, 1400ms, 1600ms};
   const std::vector<Nanoseconds> arrived{1030ms, 1425ms, 1655ms};

@@ -1,35 +1,37 @@
-#include "measure/tone_analysis.h"
 #include "measure/wav_file.h"
 #include "support/child_process.h"
 #include "support/eventually.h"
 #include "support/fake_phone.h"
 #include "support/temporary_directory.h"
-#include "tools/stand_in_server.h"
+#include "support/udp_peer.h"
 #include "usb/cable_frames.h"
 #include "usb/device_information.h"
 #include "wire/audio_chunk.h"
 #include "wire/client_key.h"
+#include "wire/control_message.h"
 
 #include <gmock/gmock.h>
 
 #include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <algorithm>
+#include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
+#include <numbers>
 #include <string>
 #include <vector>
 
 namespace quorin {
 namespace {
 
-using test::StandInServer;
-using testing::ElementsAre;
+using testing::FloatNear;
 using testing::HasSubstr;
+using testing::Pointwise;
 
-/// The real quorin-listen, run to its end, against a stand-in for the program it listens to.
+/// The real quorin-listen, run to its end.
 class QuorinListen : public testing::Test {
  protected:
   std::string path(const char* name) const { return folder_.path() / name; }
@@ -49,43 +51,53 @@ class QuorinListen : public testing::Test {
 
   std::string said(const char* stream) const { return test::contentOf(path(stream)); }
 
+  /// The program that is listened to hears this message, maybe after others.
+  bool isTold(std::string_view message) {
+    auto heard = server_.hears();
+    while (heard && heard != message) heard = server_.hears();
+    return heard.has_value();
+  }
+
+  test::UdpPeer server_;
+
   test::TemporaryDirectory folder_;
   test::ChildProcess process_;
 };
 
 TEST_F(QuorinListen, RecordsMeasuresAndDrawsWhatItHears) {
-  StandInServer server;
-  ASSERT_EQ(run({server.address(), "--seconds", "1.5", "--json", "--wav", path("a.wav"), "--plot",
-                 path("a.png"), "--arrivals", path("a.txt")}),
-            0)
-      << said("err");
-  EXPECT_THAT(server.messages("<<STOP>>"), ElementsAre("<<HELLO>>", "<<STOP>>"));
+  constexpr int kDatagrams = 20;
+  std::vector<float> tone;
+  std::vector<std::int16_t> rounded;
+  for (std::size_t i = 0; i < kDatagrams * wire::kChunkFrames; ++i) {
+    const double sample =
+        0.5 * std::sin(2 * std::numbers::pi * 440 * static_cast<double>(i) / 44100);
+    tone.push_back(static_cast<float>(sample));
+    rounded.push_back(static_cast<std::int16_t>(std::lround(32767 * sample)));
+  }
+  for (const bool inFloats : {false, true}) {
+    SCOPED_TRACE(inFloats ? "as the panel sends it" : "as the program sends it");
+    const auto bytes =
+        inFloats ? std::as_bytes(std::span(tone)) : std::as_bytes(std::span(rounded));
+    const std::string_view sound(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    start({server_.key(), "--seconds", "1", "--json", "--wav", path("a.wav"), "--plot",
+           path("a.png"), "--arrivals", path("a.txt")});
+    ASSERT_TRUE(isTold(wire::kHello)) << said("err");
+    server_.says(wire::kReady);
+    if (!inFloats) server_.says(wire::kFormat);
+    const auto size = sound.size() / kDatagrams;
+    for (std::size_t at = 0; at < sound.size(); at += size) server_.says(sound.substr(at, size));
+    EXPECT_TRUE(isTold(wire::kStop));
+    ASSERT_EQ(process_.wait(), 0) << said("err");
 
-  const auto json = QJsonDocument::fromJson(QByteArray::fromStdString(said("out"))).object();
-  const int datagrams = json["datagrams"].toInt();
-  EXPECT_GE(datagrams, 60);
-  EXPECT_LE(datagrams, 80);
-  EXPECT_NEAR(json["frequency_hz"].toDouble(), 440, 0.1);
-  EXPECT_NEAR(json["level_db"]["rms"].toDouble(), -9.03, 0.05);
-
-  const auto samples = measure::readWav(path("a.wav")).value();
-  EXPECT_EQ(samples.size(), static_cast<std::size_t>(datagrams) * 882);
-  EXPECT_THAT(measure::cutsIn(samples), ElementsAre());
-
-  std::ifstream arrivals(path("a.txt"));
-  EXPECT_EQ(std::count(std::istreambuf_iterator<char>(arrivals), {}, '\n'), datagrams);
-  EXPECT_FALSE(QImage(QString::fromStdString(path("a.png"))).isNull());
-}
-
-TEST_F(QuorinListen, TakesThePanelsFloats) {
-  StandInServer server(StandInServer::Manner::kServesFloats);
-  ASSERT_EQ(run({server.address(), "--seconds", "0.5", "--json", "--wav", path("f.wav")}), 0)
-      << said("err");
-  const auto json = QJsonDocument::fromJson(QByteArray::fromStdString(said("out"))).object();
-  EXPECT_NEAR(json["frequency_hz"].toDouble(), 440, 0.1);
-  EXPECT_NEAR(json["level_db"]["rms"].toDouble(), -9.03, 0.05);
-  const auto datagrams = static_cast<std::size_t>(json["datagrams"].toInt());
-  EXPECT_EQ(measure::readWav(path("f.wav")).value().size(), datagrams * 882);
+    const auto json = QJsonDocument::fromJson(QByteArray::fromStdString(said("out"))).object();
+    EXPECT_EQ(json["datagrams"].toInt(), kDatagrams);
+    EXPECT_NEAR(json["frequency_hz"].toDouble(), 440, 0.1);
+    EXPECT_NEAR(json["level_db"]["rms"].toDouble(), -9.03, 0.05);
+    EXPECT_THAT(measure::readWav(path("a.wav")).value(), Pointwise(FloatNear(1e-4F), tone));
+    const auto arrivals = test::contentOf(path("a.txt"));
+    EXPECT_EQ(std::ranges::count(arrivals, '\n'), kDatagrams);
+    EXPECT_FALSE(QImage(QString::fromStdString(path("a.png"))).isNull());
+  }
 }
 
 posix::FileDescriptor connectTo(std::uint16_t port) {
@@ -131,12 +143,11 @@ TEST_F(QuorinListen, IsThePhoneAtTheEndOfTheCable) {
 
 TEST_F(QuorinListen, EndsProperlyOnASignal) {
   for (const int signal : {SIGINT, SIGTERM}) {
-    StandInServer server;
-    start({server.address(), "--wav", path("b.wav")});
-    server.messages("<<HELLO>>");
+    start({server_.key(), "--wav", path("b.wav")});
+    ASSERT_TRUE(isTold(wire::kHello));
     ::kill(process_.pid(), signal);
     EXPECT_EQ(process_.wait(), 0);
-    EXPECT_EQ(server.messages("<<STOP>>").back(), "<<STOP>>");
+    EXPECT_TRUE(isTold(wire::kStop));
     EXPECT_THAT(said("out"), HasSubstr("received "));
     EXPECT_TRUE(measure::readWav(path("b.wav")));
   }
@@ -149,9 +160,11 @@ TEST_F(QuorinListen, SaysWhatToCheckWhenNobodyAnswers) {
 }
 
 TEST_F(QuorinListen, HasAnExitCodeForAFullServer) {
-  StandInServer server(StandInServer::Manner::kIsFull);
-  EXPECT_EQ(run({server.address()}), 3);
-  EXPECT_THAT(said("err"), HasSubstr(server.address() + " already serves as many"));
+  start({server_.key()});
+  ASSERT_TRUE(isTold(wire::kHello));
+  server_.says(wire::kBusy);
+  EXPECT_EQ(process_.wait(), 3);
+  EXPECT_THAT(said("err"), HasSubstr(server_.key() + " already serves as many"));
 }
 
 TEST_F(QuorinListen, RefusesWrongUsageAndWrongPlaces) {

@@ -7,9 +7,6 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <cmath>
-#include <cstring>
-#include <numbers>
 #include <vector>
 
 namespace quorin::listen {
@@ -18,45 +15,19 @@ namespace {
 using namespace std::chrono_literals;
 using testing::HasSubstr;
 
-/// A 441 Hz tone (exactly 8.82 periods a datagram), half of full scale.
+/// Datagrams of silence, 20 ms apart.
 class Receiving : public testing::Test {
  protected:
-  void receive(int datagrams, measure::SampleFormat format = measure::SampleFormat::kInt16) {
+  void receive(int datagrams) {
+    const std::vector<std::byte> silence(measure::kInt16Bytes);
     for (int i = 0; i < datagrams; ++i) {
-      std::vector<std::byte> bytes;
-      for (std::size_t k = 0; k < 882; ++k) {
-        const double value = 0.5 * std::sin(2 * std::numbers::pi * 0.01 * phase_++);
-        if (format == measure::SampleFormat::kFloat32) {
-          append(bytes, static_cast<float>(value));
-        } else {
-          append(bytes, static_cast<std::int16_t>(std::lround(value * 32767)));
-        }
-      }
-      now_ += 20ms;
-      reception_.add({.arrived = now_, .bytes = bytes});
+      reception_.add({.arrived = now_ += 20ms, .bytes = silence});
     }
   }
 
   measure::Nanoseconds now_{1h};
   Reception reception_;
-
- private:
-  template <typename Sample>
-  static void append(std::vector<std::byte>& bytes, Sample sample) {
-    const auto* first = reinterpret_cast<const std::byte*>(&sample);
-    bytes.insert(bytes.end(), first, first + sizeof sample);
-  }
-
-  double phase_ = 0;
 };
-
-TEST_F(Receiving, KnowsTheFormatByTheLengthAlone) {
-  receive(100);
-  receive(100, measure::SampleFormat::kFloat32);
-  EXPECT_EQ(reception_.arrivals().datagrams(), 200U);
-  EXPECT_NEAR(reception_.level().rmsDb, -9.03, 0.01);
-  EXPECT_NEAR(measure::frequencyOf(reception_.lastSecond()), 441, 0.01);
-}
 
 TEST_F(Receiving, IgnoresLengthsThatAreNoSound) {
   const std::vector<std::byte> bytes(1763);
@@ -75,9 +46,7 @@ TEST_F(Receiving, KeepsOneSecondAtMost) {
 TEST_F(Receiving, ShowsItselfInOneLine) {
   EXPECT_THAT(liveLine(reception_, now_), HasSubstr("0/s  gaps 0"));
   receive(100);
-  const auto line = liveLine(reception_, now_);
-  EXPECT_THAT(line, HasSubstr("50/s  gaps 0  jitter p50 0.00 p99 0.00 ms  [####"));
-  EXPECT_THAT(line, HasSubstr(" -9.0 dB"));
+  EXPECT_THAT(liveLine(reception_, now_), HasSubstr("50/s  gaps 0  jitter p50 0.00 p99 0.00 ms"));
   EXPECT_THAT(liveLine(reception_, now_ + 5s), HasSubstr("Nothing arrives any more."));
 }
 

@@ -6,19 +6,13 @@
 
 #include <array>
 #include <fstream>
-#include <vector>
+#include <span>
 
 namespace quorin::measure {
 namespace {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::SizeIs;
-
-template <typename Sample>
-bool append(WavWriter& writer, const std::vector<Sample>& samples) {
-  return writer.append(std::as_bytes(std::span(samples)));
-}
 
 class WavFile : public testing::Test {
  protected:
@@ -31,7 +25,8 @@ TEST_F(WavFile, IsTheBytesThatEveryPlayerExpects) {
   {
     auto writer = WavWriter::create(path(), SampleFormat::kInt16);
     ASSERT_TRUE(writer);
-    EXPECT_TRUE(append<std::int16_t>(*writer, {1, -2}));
+    const std::array<std::int16_t, 2> samples{1, -2};
+    EXPECT_TRUE(writer->append(std::as_bytes(std::span(samples))));
   }
   std::ifstream file(path(), std::ios::binary);
   std::string bytes(64, '\0');  // more than a file with two samples has
@@ -41,19 +36,6 @@ TEST_F(WavFile, IsTheBytesThatEveryPlayerExpects) {
                         std::string("\x44\xAC\0\0\x88\x58\1\0\2\0\x10\0", 12) +
                         std::string("data\4\0\0\0\1\0\xFE\xFF", 12);
   EXPECT_EQ(bytes, expected);
-}
-
-TEST_F(WavFile, ReadsBackInBothFormats) {
-  {
-    auto writer = WavWriter::create(path(), SampleFormat::kFloat32);
-    append<float>(*writer, {0.25F, -1.0F});
-  }
-  EXPECT_THAT(readWav(path()).value(), ElementsAre(0.25F, -1.0F));
-  {
-    auto writer = WavWriter::create(path(), SampleFormat::kInt16);
-    append<std::int16_t>(*writer, {32767, -32767, 0});
-  }
-  EXPECT_THAT(readWav(path()).value(), ElementsAre(1.0F, -1.0F, 0.0F));
 }
 
 TEST_F(WavFile, OfAWriterThatNeverCameToAnEndLacksTheLastSecondAtMost) {
