@@ -21,7 +21,6 @@ struct Script {
   std::vector<std::size_t> capacities;
   SampleConverter::Status status = SampleConverter::Status::kHaveData;
   std::string error;
-  bool hasData = true;
 };
 
 class ScriptedConverter : public SampleConverter {
@@ -31,7 +30,6 @@ class ScriptedConverter : public SampleConverter {
   Result convert(const BufferView& /*input*/, std::size_t capacity) override {
     script_.capacities.push_back(capacity);
     output_.assign(capacity, 0.5F);
-    if (!script_.hasData) return {.status = script_.status, .output = {}, .error = {}};
     return {.status = script_.status, .output = output_, .error = script_.error};
   }
   std::string description() const override { return "scripted"; }
@@ -156,20 +154,6 @@ TEST_F(AudioCaptureManagerTest, AConversionErrorDropsItsBufferAndKeepsWhatWaited
   script_.status = SampleConverter::Status::kInputRanDry;
   deliver(480);
   EXPECT_THAT(chunks_, SizeIs(1));
-}
-
-TEST_F(AudioCaptureManagerTest, EveryOtherStatusDeliversWhatThereIs) {
-  startQuietly();
-  for (const auto status :
-       {SampleConverter::Status::kHaveData, SampleConverter::Status::kInputRanDry,
-        SampleConverter::Status::kEndOfStream}) {
-    script_.status = status;
-    deliver(960);
-  }
-  EXPECT_THAT(chunks_, SizeIs(3));
-  script_.hasData = false;
-  deliver(960);
-  EXPECT_THAT(chunks_, SizeIs(3));
 }
 
 TEST_F(AudioCaptureManagerTest, ABufferOfNoFormatIsIgnored) {
