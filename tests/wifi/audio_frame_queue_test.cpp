@@ -12,7 +12,6 @@ namespace quorin::wifi {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 TimedChunk numbered(int number) {
   TimedChunk chunk{};
@@ -45,14 +44,9 @@ TEST_F(AudioFrameQueueTest, HoldsTenAndKeepsTheTwoNewestOfEleven) {
   append(11, 11);
   EXPECT_EQ(dropped, 9U);
   EXPECT_THAT(takeAll(), ElementsAre(10, 11));
-}
-
-TEST_F(AudioFrameQueueTest, OverflowsAgainNineChunksLater) {
-  append(1, 19);
-  EXPECT_EQ(queue.size(), 10U);
-  append(20, 20);
+  append(12, 22);
   EXPECT_EQ(dropped, 18U);
-  EXPECT_THAT(takeAll(), ElementsAre(19, 20));
+  EXPECT_THAT(takeAll(), ElementsAre(21, 22)) << "wherever its storage begins";
 }
 
 TEST_F(AudioFrameQueueTest, StaysInOrderWhereverItsStorageBegins) {
@@ -60,13 +54,6 @@ TEST_F(AudioFrameQueueTest, StaysInOrderWhereverItsStorageBegins) {
     append(round * 3, round * 3 + 2);
     EXPECT_THAT(takeAll(), ElementsAre(round * 3, round * 3 + 1, round * 3 + 2));
   }
-}
-
-TEST_F(AudioFrameQueueTest, ClearThrowsAllAway) {
-  append(1, 4);
-  EXPECT_EQ(queue.clear(), 4U);
-  EXPECT_EQ(queue.clear(), 0U);
-  EXPECT_THAT(takeAll(), IsEmpty());
 }
 
 TEST(ChunkRing, RefusesWhatDoesNotFitAndKeepsTheRest) {

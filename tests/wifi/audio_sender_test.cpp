@@ -66,16 +66,6 @@ TEST_F(AudioSenderTest, SendsOneChunkATickTheFirstAtOnce) {
   EXPECT_THAT(soundAt(phone), ElementsAre(4)) << "and are not made up for";
 }
 
-TEST_F(AudioSenderTest, KeepsTheTwoNewestOfAnOverflow) {
-  start();
-  auto phone = newClient();
-  offer(1, 11);
-  sender.startAudioSendTimer();
-  scheduler.advance(100ms);
-  EXPECT_THAT(soundAt(phone), ElementsAre(10, 11));
-  EXPECT_EQ(sender.counters().overflowed, 9U);
-}
-
 TEST_F(AudioSenderTest, NeverDoublesTheTimer) {
   start();
   auto phone = newClient();

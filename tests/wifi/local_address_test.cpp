@@ -15,33 +15,17 @@ InterfaceAddress running(std::string name, std::string address) {
   return {.name = std::move(name), .address = std::move(address), .isUp = true, .isRunning = true};
 }
 
-InterfaceAddress unplugged(std::string name, std::string address) {
-  auto entry = running(std::move(name), std::move(address));
-  entry.isRunning = false;
-  return entry;
-}
-
-InterfaceAddress down(std::string name, std::string address) {
-  auto entry = running(std::move(name), std::move(address));
-  entry.isUp = false;
-  return entry;
-}
-
-struct Case {
-  const char* what;
-  std::vector<InterfaceAddress> interfaces;
-  std::optional<std::string> chosen;
-};
-
 TEST(LocalIPv4Address, IsTheFirstThatAPhoneCanReach) {
   const auto loopback = running("lo", "127.0.0.1");
-  const Case cases[] = {
+  const struct {
+    const char* what;
+    std::vector<InterfaceAddress> interfaces;
+    std::optional<std::string> chosen;
+  } cases[] = {
       {"nothing", {}, std::nullopt},
       {"loopback alone", {loopback}, std::nullopt},
       {"wired", {loopback, running("enp3s0", "192.168.1.20")}, "192.168.1.20"},
-      {"wired, the kernel's own name", {running("eth0", "10.0.0.7")}, "10.0.0.7"},
       {"wireless", {running("wlp2s0", "192.168.1.21")}, "192.168.1.21"},
-      {"wireless, the kernel's own name", {running("wlan0", "192.168.1.22")}, "192.168.1.22"},
       {"link-local before a real one",
        {loopback, running("eno1", "169.254.9.1"), running("eno1", "192.168.1.23")},
        "192.168.1.23"},
@@ -51,12 +35,9 @@ TEST(LocalIPv4Address, IsTheFirstThatAPhoneCanReach) {
       {"the list's order decides, not the kind",
        {running("wlan0", "192.168.2.1"), running("eth0", "192.168.1.1")},
        "192.168.2.1"},
-      {"several on one interface",
-       {running("eth0", "192.168.1.1"), running("eth0", "192.168.1.2")},
-       "192.168.1.1"},
-      {"switched off", {down("eth0", "192.168.1.1")}, std::nullopt},
+      {"switched off", {{"eth0", "192.168.1.1", false, true}}, std::nullopt},
       {"cable out, but wireless",
-       {unplugged("eth0", "192.168.1.1"), running("wlan0", "192.168.2.1")},
+       {{"eth0", "192.168.1.1", true, false}, running("wlan0", "192.168.2.1")},
        "192.168.2.1"},
       {"tunnels and mobile broadband",
        {running("tun0", "10.8.0.2"), running("wg0", "10.9.0.2"), running("ppp0", "10.1.0.2"),

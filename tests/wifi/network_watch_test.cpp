@@ -146,14 +146,6 @@ TEST_F(NetworkWatchTest, ALookFromBeforeTheStopIsNotHeardAfterIt) {
   EXPECT_THAT(heardAfter(10s), IsEmpty());
 }
 
-TEST_F(NetworkWatchTest, StartAfterStopReadsTheAddressAfresh) {
-  watch_->startIPWatch();
-  watch_->stopIPWatch();
-  address_ = "10.0.0.5";
-  watch_->startIPWatch();
-  EXPECT_THAT(heardAfter(5s), IsEmpty());
-}
-
 TEST_F(NetworkWatchTest, TheListenerMayStopOrDestroyTheWatch) {
   for (const bool destroy : {false, true}) {
     for (const std::string at : {"lost", "back", "changed", "settled"}) {
@@ -187,17 +179,6 @@ TEST_F(NetworkWatchTest, AfterASuspendOneLookIsMade) {
   EXPECT_EQ(heard_.size(), 1U);
   EXPECT_THAT(heardAfter(10s),
               ElementsAre(StartsWith("3600.5 changed"), "3602.5 settled 10.0.0.5"));
-}
-
-TEST_F(NetworkWatchTest, AHundredQuickChangesSettleOnce) {
-  watch_->startIPWatch();
-  for (int i = 0; i < 100; ++i) {
-    address_ = "10.0.0." + std::to_string(i);
-    scheduler_.advance(100ms);
-  }
-  EXPECT_EQ(heard_.size(), 10U) << "looked at once a second, whatever happens in between";
-  heard_.clear();
-  EXPECT_THAT(heardAfter(10s), ElementsAre("12.0 settled 10.0.0.99"));
 }
 
 }  // namespace

@@ -70,12 +70,10 @@ struct Scene {
   std::uint64_t mayStarve = 0;   ///< ticks that accidents may cost, and noise until it has room
   double meanWaitingAtMost = 2;  ///< chunks
   Duration length = std::chrono::hours(3);
-  bool fetching = true;  ///< chunks are fetched where the discipline lets them
 };
 
 struct Outcome {
   std::uint64_t starved = 0;
-  std::uint64_t late = 0;  ///< ticks that waited for their chunk
   std::uint64_t cut = 0;
   double meanWaiting = 0;         ///< chunks in the queue as a tick begins
   Duration largestShift{0};       ///< of one tick
@@ -117,7 +115,6 @@ class Stream {
         queue_.append(arriving_);
         prepareNext();
         chunk = queue_.takeOldest();
-        ++outcome.late;
       }
       if (chunk != nullptr) {
         if (++ticks % 50 == 0) outcome.latency.push_back(latencyOf(*chunk));
@@ -151,7 +148,7 @@ class Stream {
   Duration takeInto(PacingDiscipline& discipline, const TimedChunk& chunk) {
     const auto waited = tick_ - chunk.arrived;
     const auto lead = discipline.fetchLead();
-    if (!scene_.fetching || !lead || ++taken_ % 5 == 0) return discipline.sent(waited);
+    if (!lead || ++taken_ % 5 == 0) return discipline.sent(waited);
     return discipline.sent(std::min(waited, *lead), Arrival::kFetched);
   }
 

@@ -10,7 +10,6 @@
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <atomic>
-#include <iostream>
 #include <thread>
 
 // The server and the sender on real threads and in real time.
@@ -174,10 +173,6 @@ TEST_F(ThreadsTest, KeepSendingThroughAFlood) {
 
   const auto grown =
       (static_cast<double>(test::memoryInUse()) - static_cast<double>(memoryBefore)) / 1e6;
-  std::cout << "heard " << heard << " of " << kChunks << " chunks, " << sender.counters().overflowed
-            << " cut, " << server.ignoredDatagrams() << " datagrams ignored, "
-            << listener.events.size() << " callbacks, " << answersOfTheInterface
-            << " answers of the interface, memory grown by " << grown << " MB\n";
   EXPECT_GT(answersOfTheInterface, kChunks / 5) << "the interface still answers";
   EXPECT_LT(grown, 20) << "nobody's ports are remembered without bound";
   EXPECT_LE(server.clientCount(), ClientTable::kMaxClients);
