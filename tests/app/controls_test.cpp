@@ -53,15 +53,6 @@ TEST_F(LinkButtonTest, IsUnderlinedWithAHandWhileTheMouseIsOverIt) {
   EXPECT_EQ(link_.cursor().shape(), Qt::ArrowCursor);
 }
 
-TEST_F(LinkButtonTest, ANewTitleStartsWithoutUnderlineUntilTheMouseComesAgain) {
-  moveTo({150, 110});
-  link_.setTitle("Terms");
-  EXPECT_FALSE(link_.isUnderlined());
-  moveTo({5, 5});
-  moveTo({150, 110});
-  EXPECT_TRUE(link_.isUnderlined());
-}
-
 TEST_F(LinkButtonTest, IsUnderlinedInTheActiveWindowAlone) {
   moveTo({150, 110});
   ASSERT_TRUE(link_.isUnderlined());

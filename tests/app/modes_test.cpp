@@ -9,7 +9,6 @@
 #include <gmock/gmock.h>
 
 #include <functional>
-#include <map>
 #include <memory>
 
 // The two modes and the ways between them: real server, sender and sockets, on simulated time.
@@ -249,17 +248,6 @@ TEST_F(ModesTest, AnotherAddressIsDrawnAndBoundAndPhonesMustGreetAnew) {
   EXPECT_TRUE(somebodyAnswers());
 }
 
-TEST_F(ModesTest, ALossHidesTheCodeAndCancelsWhatWasDue) {
-  choosesWiFi();
-  address_ = "192.168.7.99";
-  time_.advance(1200ms);
-  address_.reset();
-  time_.advance(1s);
-  EXPECT_EQ(window_.headline(), "network.unavailable");
-  time_.advance(5s);
-  EXPECT_EQ(window_.headline(), "network.unavailable");
-}
-
 TEST_F(ModesTest, APageStepThatIsDueWhenTheModeIsLeftDoesNothing) {
   choosesWiFi();
   address_ = "192.168.7.99";
@@ -295,15 +283,6 @@ TEST_F(ModesTest, AnAudioServerThatStaysSilentKeepsMainWaitingForATenthOfTheTime
   EXPECT_LE(starts, 11);
 }
 
-TEST_F(ModesTest, AfterAnHourOfSuspendTheFirstGreetingIsAnswered) {
-  choosesWiFi();
-  auto phone = joined();
-  time_.jump(1h, 1h);
-  time_.advance(1s);
-  EXPECT_EQ(window_.page.clients, 0U) << "silent for an hour";
-  joined();
-}
-
 TEST_F(ModesTest, WhatKeepsTheServerFromStartingIsSaidOnThePageUntilItStarts) {
   for (const char* port : {"0", "abc", "65536"}) {
     wifi_.setPort(port);
@@ -328,12 +307,6 @@ TEST_F(ModesTest, WhatKeepsTheServerFromStartingIsSaidOnThePageUntilItStarts) {
   choosesWiFi();
   EXPECT_EQ(window_.headline(), "waiting_connection");
   EXPECT_TRUE(somebodyAnswers());
-}
-
-TEST_F(ModesTest, APortBeyondTheLastIsDrawnAlthoughNobodyServesIt) {
-  wifi_.setPort(QStringLiteral("70000"));
-  choosesWiFi();
-  EXPECT_EQ(window_.page.codeText, QStringLiteral("192.168.7.20:70000"));
 }
 
 TEST_F(ModesTest, AStreamWithoutSoundIsSaidAndTakenBack) {

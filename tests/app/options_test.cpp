@@ -15,27 +15,9 @@ TEST(Options, AreReadInBothSpellings) {
   EXPECT_EQ(options->language, QStringLiteral("es"));
   EXPECT_TRUE(options->verbose);
 
-  const auto others = parseOptions({"quorin-stream", "--start=cable", "--language=en"});
+  const auto others = parseOptions({"quorin-stream", "--start=cable"});
   ASSERT_TRUE(others);
   EXPECT_EQ(others->start, StartMode::kCable);
-  EXPECT_EQ(others->language, QStringLiteral("en"));
-}
-
-TEST(Options, OneActionIsTaken) {
-  struct Case {
-    QStringList arguments;
-    Options::Action action;
-  };
-  using enum Options::Action;
-  for (const auto& [arguments, action] : {
-           Case{{"--diagnose", "--json"}, kDiagnose},
-           Case{{"--diagnose", "--version"}, kShowVersion},
-           Case{{"--help", "--version"}, kShowHelp},
-       }) {
-    const auto options = parseOptions(QStringList{"quorin-stream"} + arguments);
-    ASSERT_TRUE(options) << qPrintable(arguments.join(' '));
-    EXPECT_EQ(options->action, action) << qPrintable(arguments.join(' '));
-  }
 }
 
 TEST(Options, WhatIsNotUnderstoodIsNamed) {

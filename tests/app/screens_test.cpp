@@ -13,18 +13,6 @@ class ScreensTest : public WindowFixture {
   ScreensTest() : WindowFixture("es") {}
 };
 
-std::vector<ScreenState> allScreens() {
-  return {{.splash = true},
-          {.splash = false, .checking = true},
-          {.splash = false, .guard = true},
-          {.splash = false, .microphoneDenied = true},
-          {.splash = false, .page = Page::kMenu},
-          {.splash = false, .page = Page::kCable},
-          {.splash = false, .page = Page::kCable, .channelOpen = true},
-          {.splash = false, .page = Page::kWifi, .clients = 3},
-          {.splash = false, .page = Page::kWifi, .wifi = WifiContent::kMessage}};
-}
-
 TEST_F(ScreensTest, WhatIsVisibleIsWhatTheStateSays) {
   for (const ScreenState& state : allScreens()) {
     show(state);
@@ -103,20 +91,23 @@ TEST_F(ScreensTest, LongTextsNeitherOverlapNorLeaveTheWindow) {
     window_.resize(size);
     for (const ScreenState& state : allScreens()) {
       show(state);
-      QList<const QWidget*> texts;
+      QList<const QWidget*> shown;
       for (const QLabel* label : window_.findChildren<QLabel*>()) {
-        if (label->isVisible() && !label->text().isEmpty()) texts.append(label);
+        if (label->isVisible() && !label->text().isEmpty()) shown.append(label);
       }
       for (const QPushButton* button : window_.findChildren<QPushButton*>()) {
         if (button->isVisible() && !button->text().isEmpty() && button != views_.menuPrivacyButton_)
-          texts.append(button);
+          shown.append(button);
+      }
+      for (const ImageView* image : window_.findChildren<ImageView*>()) {
+        if (image->isVisible()) shown.append(image);
       }
       const auto place = [this](const QWidget* w) {
         return QRect(w->mapTo(&window_, QPoint()), w->size());
       };
-      for (const QWidget* one : texts) {
+      for (const QWidget* one : shown) {
         EXPECT_TRUE(window_.rect().contains(place(one))) << one->objectName().toStdString();
-        for (const QWidget* other : texts) {
+        for (const QWidget* other : shown) {
           if (one == other) continue;
           EXPECT_FALSE(place(one).intersects(place(other)))
               << one->objectName().toStdString() << " and " << other->objectName().toStdString();

@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <QMap>
 #include <QRegularExpression>
 #include <ostream>
 
@@ -13,17 +12,8 @@ void PrintTo(const QString& text, std::ostream* out) {
 namespace quorin::app {
 namespace {
 
-/// A bundle with just the entries a test gives it.
-class FakeTable : public StringTable {
- public:
-  FakeTable() = default;
-  explicit FakeTable(QMap<QString, QString> entries) : entries_(std::move(entries)) {}
-  QString text(const char* key, std::optional<int> n) const override {
-    return entries_.value(key, key).replace("%n", QString::number(n.value_or(-1)));
-  }
-
- private:
-  QMap<QString, QString> entries_;
+struct EmptyTable : StringTable {
+  QString text(const char* key, std::optional<int>) const override { return key; }
 };
 
 struct Wanted {
@@ -32,7 +22,7 @@ struct Wanted {
 };
 
 TEST(TextsTest, WithoutTableTheMenuSpeaksTheFirstPreferredLanguage) {
-  const FakeTable empty;
+  const EmptyTable empty;
   const QString english = "How do you want to stream audio?";
   const QString spanish = "¿Cómo quieres transmitir audio?";
   for (const auto& [languages, header] :
@@ -43,31 +33,6 @@ TEST(TextsTest, WithoutTableTheMenuSpeaksTheFirstPreferredLanguage) {
         << languages.join(',').toStdString();
   }
 }
-
-TEST(TextsTest, WithoutTableOtherKeysShowThemselves) {
-  const FakeTable empty;
-  const Texts texts(empty, {"es"});
-  EXPECT_EQ(texts.tr("alert.stop.title"), "alert.stop.title");
-  EXPECT_EQ(texts.tr("status.connected.many", 3), "status.connected.many");
-  EXPECT_EQ(texts.bundle("waiting_connection"), "waiting_connection");
-}
-
-TEST(TextsTest, BundleOutranksTheBuiltInTexts) {
-  const FakeTable bundle({{"menu.header", "Hallo"}});
-  EXPECT_EQ(Texts(bundle, {"es"}).tr("menu.header"), "Hallo");
-}
-
-TEST(TextsTest, BundleEntryThatIsEmptyOrEqualsItsKeyCountsAsMissing) {
-  const FakeTable bundle({{"menu.header", "menu.header"}, {"cards.offline.title", ""}});
-  const Texts texts(bundle, {"en"});
-  EXPECT_EQ(texts.tr("menu.header"), "How do you want to stream audio?");
-  EXPECT_EQ(texts.tr("cards.offline.title"), "USB Cable");
-}
-
-static_assert(isRegistered("status.ready", Lookup::kTr, Shape::kText));
-static_assert(!isRegistered("no.such.key", Lookup::kTr, Shape::kText));
-static_assert(!isRegistered("waiting_connection", Lookup::kTr, Shape::kText));
-static_assert(!isRegistered("status.connected.many", Lookup::kTr, Shape::kText));
 
 TEST(CompiledTableTest, IsInTheFirstLanguageItKnows) {
   for (const auto& [languages, table] :
@@ -102,19 +67,6 @@ TEST(CompiledTableTest, CountsInProperPlurals) {
   EXPECT_EQ(en.text("network.generating_qr_in_seconds", 1), "New QR code in 1 second");
   EXPECT_EQ(en.text("network.generating_qr_in_seconds", 2), "New QR code in 2 seconds");
   EXPECT_EQ(es.text("network.generating_qr_in_seconds", 1), "Nuevo código QR en 1 segundo");
-}
-
-TEST(CompiledTableTest, SaysTheMenuAsTheBuiltInTextsDo) {
-  const FakeTable empty;
-  for (const char* language : {"en", "es"}) {
-    const CompiledTable table({language});
-    for (const TrKey key :
-         {TrKey("menu.header"), TrKey("cards.online.title"), TrKey("cards.online.note"),
-          TrKey("cards.offline.title"), TrKey("cards.offline.note"), TrKey("footer.privacy"),
-          TrKey("footer.copyright")}) {
-      EXPECT_EQ(Texts(table, {language}).tr(key), Texts(empty, {language}).tr(key)) << key.name();
-    }
-  }
 }
 
 TEST(PreferredLanguagesTest, ChosenLanguageStandsFirst) {

@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 
 #include <QTest>
-#include <functional>
+#include <vector>
 
 namespace quorin::app {
 
@@ -33,6 +33,18 @@ class WindowFixture : public testing::Test {
   static ScreenState menu() { return {.splash = false, .page = Page::kMenu}; }
   static ScreenState wifi(int clients = 0) {
     return {.splash = false, .page = Page::kWifi, .clients = clients};
+  }
+
+  static std::vector<ScreenState> allScreens() {
+    return {{.splash = true},
+            {.splash = false, .checking = true},
+            {.splash = false, .guard = true},
+            {.splash = false, .microphoneDenied = true},
+            menu(),
+            {.splash = false, .page = Page::kCable},
+            {.splash = false, .page = Page::kCable, .channelOpen = true},
+            wifi(3),
+            {.splash = false, .page = Page::kWifi, .wifi = WifiContent::kMessage}};
   }
 
   CompiledTable table_;
