@@ -12,12 +12,6 @@ using test::bytes;
 using test::bytesOf;
 using test::operator+;
 
-TEST(CableText, IsALengthAndTheText) {
-  EXPECT_EQ(encodeText("hello"), bytes({0, 0, 0, 5, 'h', 'e', 'l', 'l', 'o'}));
-  EXPECT_EQ(encodeText(""), bytes({0, 0, 0, 0}));
-  EXPECT_EQ(encodeText("ñ"), bytes({0, 0, 0, 2, 0xC3, 0xB1}));
-}
-
 TEST(CableText, IsReadWithinItsPayloadOnly) {
   const struct {
     const char* name;
