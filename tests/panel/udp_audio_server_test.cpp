@@ -11,6 +11,7 @@ namespace quorin::panel {
 namespace {
 
 using namespace std::chrono_literals;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -24,6 +25,7 @@ TEST_F(PanelServerTest, StartsOnTheNextTurnAndOnce) {
   server_->start();
   EXPECT_FALSE(server_->isRunning());
   EXPECT_TRUE(capture_->capturing);
+  EXPECT_THAT(console_, Contains("🔌 Escuchando en 0.0.0.0:9000"));
   scheduler_.runPending();
   EXPECT_TRUE(server_->isRunning());
 
