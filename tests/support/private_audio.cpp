@@ -69,23 +69,21 @@ void PrivateAudioServer::signalAll(int signal) {
 }
 
 ChildProcess PrivateAudioServer::play(const Sine& sine) const {
+  constexpr int kRate = 48000;
   const auto file = folder_ / ("sine-" + std::to_string(sine.frequency) + ".raw");
   std::vector<float> samples;
-  const auto step = 2 * std::numbers::pi * sine.frequency / sine.rate;
-  for (unsigned frame = 0; frame < sine.rate * static_cast<unsigned>(sine.seconds); ++frame) {
-    samples.insert(samples.end(), sine.channels,
-                   static_cast<float>(sine.level * std::sin(step * frame)));
+  const auto step = 2 * std::numbers::pi * sine.frequency / kRate;
+  for (int frame = 0; frame < kRate * sine.seconds; ++frame) {
+    samples.insert(samples.end(), 2, static_cast<float>(sine.level * std::sin(step * frame)));
   }
   std::ofstream(file, std::ios::binary)
       .write(reinterpret_cast<const char*>(samples.data()),
              static_cast<std::streamsize>(samples.size() * sizeof(float)));
-  return ChildProcess({.arguments = {"pacat", "--playback", "--raw", "--format=float32le",
-                                     "--rate=" + std::to_string(sine.rate),
-                                     "--channels=" + std::to_string(sine.channels),
-                                     "--latency-msec=" + std::to_string(sine.latencyMilliseconds),
-                                     "--device=" + sine.sink, file.string()},
-                       .environment = environment_,
-                       .output = folder_ / "pacat.log"});
+  return ChildProcess(
+      {.arguments = {"pacat", "--playback", "--raw", "--format=float32le", "--rate=48000",
+                     "--channels=2", "--latency-msec=20", "--device=" + sine.sink, file.string()},
+       .environment = environment_,
+       .output = folder_ / "pacat.log"});
 }
 
 void PrivateAudioServer::useInThisProcess() const {

@@ -39,14 +39,11 @@ class PrivateAudioServer {
   /// How many streams record.
   std::ptrdiff_t recordings() const;
 
-  /// Plays `seconds` of a mono sine into a sink, through a player that buffers `latency` ms.
+  /// Plays a sine, the same on both channels, into a sink.
   struct Sine {
     double frequency = 440;
     double level = 0.5;  ///< peak
-    unsigned rate = 48000;
-    unsigned channels = 2;
     int seconds = 5;
-    int latencyMilliseconds = 20;
     std::string sink;
   };
   ChildProcess play(const Sine& sine) const;
