@@ -1,5 +1,4 @@
 #include "support/fake_phone.h"
-#include "support/private_audio.h"
 #include "whole/whole_program.h"
 
 #include <gmock/gmock.h>
@@ -17,31 +16,17 @@ using namespace std::chrono_literals;
 constexpr std::uint16_t kPhonePort = 2345;
 constexpr std::uint32_t kAudio = 104;
 
-class CableBesideWifi : public ::testing::Test {
+class CableBesideWifi : public WithPulse {
  protected:
-  void SetUp() override {
-    if (!test::PrivatePulse::isInstalled()) GTEST_SKIP() << "no such audio server here";
-    ASSERT_TRUE(server_.start()) << server_.output();
-    ASSERT_TRUE(server_.addNullSink("quorin", "Quorin Audio", "norewinds=1"));
-    ASSERT_TRUE(server_.addNullSink("speaker", "Speaker"));
-    useDevice("quorin");
-    server_.useInThisProcess();
-    ASSERT_TRUE(ip("address add 10.11.0.2/24 dev eth0"));
+  void startOnTheCablePage() {
     program_ = std::make_unique<WholeProgram>(app::StartMode::kCable);
     program_->onTurn = [this] {
       if (auto connection = listener_.accept()) phone_ = std::move(connection);
       if (phone_) phone_->turn();
     };
+    ASSERT_TRUE(program_->becomes("connectedContainer_"));
   }
-  void TearDown() override { ip("address flush dev eth0"); }
 
-  void useDevice(const std::string& name) {
-    ASSERT_TRUE(server_.setDefaultSink(name));
-    ASSERT_TRUE(server_.setDefaultSource(name + ".monitor"));
-  }
-  bool becomes(const char* view) {
-    return program_->until([&] { return program_->shows(view); });
-  }
   std::ptrdiff_t heard() const {
     return phone_ ? std::ranges::count(phone_->frames, kAudio, &test::SentFrame::type) : 0;
   }
@@ -61,7 +46,7 @@ class CableBesideWifi : public ::testing::Test {
     program_->click("backButton_");
     ASSERT_NE(question(), nullptr) << "somebody listens";
     question()->findChild<QAbstractButton*>("button1")->click();
-    ASSERT_TRUE(becomes("menuContainer_"));
+    ASSERT_TRUE(program_->becomes("menuContainer_"));
   }
   /// The question that stands in front of the window.
   static QWidget* question() {
@@ -71,21 +56,20 @@ class CableBesideWifi : public ::testing::Test {
     return nullptr;
   }
 
-  test::PrivatePulse server_;
   test::PhoneListener listener_{kPhonePort};
   std::optional<test::FakePhone> phone_;
   std::unique_ptr<WholeProgram> program_;
 };
 
 TEST_F(CableBesideWifi, EachGetsTheSoundInItsOwnModeAlone) {
-  ASSERT_TRUE(becomes("connectedContainer_"));
+  startOnTheCablePage();
   ASSERT_TRUE(phoneHears());
 
   goBack();
   EXPECT_TRUE(phoneHearsNothing());
 
   program_->click("menuOnlineButton_");
-  ASSERT_TRUE(becomes("onlineQRImageView_"));
+  ASSERT_TRUE(program_->becomes("onlineQRImageView_"));
   auto& wifiPhone = program_->newPhone("10.11.0.2");
   wifiPhone.says("<<HELLO>>");
   ASSERT_TRUE(program_->until([&] { return wifiPhone.chunks > 25; }));
@@ -93,23 +77,23 @@ TEST_F(CableBesideWifi, EachGetsTheSoundInItsOwnModeAlone) {
 
   goBack();
   program_->click("menuOfflineButton_");
-  ASSERT_TRUE(becomes("connectedContainer_"));
+  ASSERT_TRUE(program_->becomes("connectedContainer_"));
   EXPECT_TRUE(phoneHears());
 }
 
 TEST_F(CableBesideWifi, AWrongDeviceEndsTheSoundAndTakesTheQuestionBack) {
-  ASSERT_TRUE(becomes("connectedContainer_"));
+  startOnTheCablePage();
   program_->click("backButton_");
   ASSERT_NE(question(), nullptr);
 
   useDevice("speaker");
-  ASSERT_TRUE(becomes("audioGuardView_"));
+  ASSERT_TRUE(program_->becomes("audioGuardView_"));
   EXPECT_FALSE(program_->shows("connectedContainer_"));
   EXPECT_TRUE(program_->until([&] { return question() == nullptr; }));
   EXPECT_TRUE(phoneHearsNothing());
 
   useDevice("quorin");
-  EXPECT_TRUE(becomes("menuContainer_"));
+  EXPECT_TRUE(program_->becomes("menuContainer_"));
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 #include "support/eventually.h"
-#include "support/private_audio.h"
 #include "support/temporary_directory.h"
 #include "whole/whole_program.h"
 
@@ -18,23 +17,8 @@
 namespace quorin::whole {
 namespace {
 
-class Programs : public testing::Test {
+class Programs : public WithPulse {
  protected:
-  void SetUp() override {
-    if (!test::PrivatePulse::isInstalled()) GTEST_SKIP() << "no such audio server here";
-    ASSERT_TRUE(server_.start()) << server_.output();
-    ASSERT_TRUE(server_.addNullSink("quorin", "Quorin Audio"));
-    ASSERT_TRUE(server_.addNullSink("speaker", "Speaker"));
-    useDevice("quorin");
-    ASSERT_TRUE(ip("address add 10.11.0.2/24 dev eth0"));
-  }
-  void TearDown() override { ip("address flush dev eth0"); }
-
-  void useDevice(const std::string& name) {
-    ASSERT_TRUE(server_.setDefaultSink(name));
-    ASSERT_TRUE(server_.setDefaultSource(name + ".monitor"));
-  }
-
   test::ChildProcess start(const std::string& program, std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), std::string(std::getenv("QUORIN_BIN")) + "/" + program);
     std::filesystem::remove(output(program));
@@ -68,7 +52,6 @@ class Programs : public testing::Test {
 
   const std::string kPort = std::to_string(WholeProgram::kPort);
   test::TemporaryDirectory folder_;
-  test::PrivatePulse server_;
 };
 
 TEST_F(Programs, DiagnoseTellsWhatIsInTheWay) {

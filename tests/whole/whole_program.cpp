@@ -55,7 +55,6 @@ void Phone::turn() {
 WholeProgram::WholeProgram(app::StartMode mode) {
   app::Options options;
   options.start = mode;
-  options.port = QString::number(kPort);
   delegate_ = std::make_unique<app::PTAppDelegate>(*scheduler_, texts_, options);
   delegate_->applicationDidFinishLaunching();
 }
@@ -131,6 +130,21 @@ bool ip(const std::string& arguments) {
   for (std::string word; stream >> word;) words.push_back(word);
   test::ChildProcess process({.arguments = words, .environment = {}, .output = {}});
   return process.wait() == 0;
+}
+
+void WithPulse::SetUp() {
+  if (!test::PrivatePulse::isInstalled()) GTEST_SKIP() << "no such audio server here";
+  ASSERT_TRUE(server_.start()) << server_.output();
+  ASSERT_TRUE(server_.addNullSink("quorin", "Quorin Audio", "norewinds=1"));
+  ASSERT_TRUE(server_.addNullSink("speaker", "Speaker"));
+  useDevice("quorin");
+  server_.useInThisProcess();
+  ASSERT_TRUE(ip("address add 10.11.0.2/24 dev eth0"));
+}
+
+void WithPulse::useDevice(const std::string& name) {
+  ASSERT_TRUE(server_.setDefaultSink(name));
+  ASSERT_TRUE(server_.setDefaultSource(name + ".monitor"));
 }
 
 void enterNetworkOrSkip() {

@@ -4,8 +4,10 @@
 #include "app/texts.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/posix/file_descriptor.h"
+#include "support/private_audio.h"
 
-#include <QImage>
+#include <gtest/gtest.h>
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -46,6 +48,10 @@ class WholeProgram {
   /// time.
   bool until(const std::function<bool()>& condition, std::chrono::milliseconds limit = kPatience);
   void runFor(std::chrono::milliseconds duration);
+  /// Until the view is visible.
+  bool becomes(const char* view, std::chrono::milliseconds limit = kPatience) {
+    return until([&] { return shows(view); }, limit);
+  }
 
   /// Called again and again in `until`.
   std::function<void()> onTurn = [] {};
@@ -87,5 +93,16 @@ void PrintTo(const Holdings& held, std::ostream* stream);
 void enterNetworkOrSkip();
 /// `ip ARGUMENTS`, in words; true when it did that.
 bool ip(const std::string& arguments);
+
+/// A PulseAudio server of the test's own whose default devices are right, and an address.
+class WithPulse : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override { ip("address flush dev eth0"); }
+
+  void useDevice(const std::string& name);
+
+  test::PrivatePulse server_;
+};
 
 }  // namespace quorin::whole
