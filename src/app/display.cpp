@@ -1,42 +1,33 @@
 #include "app/display.h"
 
+#include <QCoreApplication>
 #include <QString>
-#include <QtGlobal>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
 namespace quorin::app {
 namespace {
 
-/// What Qt says before it gives up; of interest only when it does not.
-QString& heldBack() {
-  static QString text;
-  return text;
-}
-
+/// Qt's warnings say what is missing; its last words, that somebody should install it again, would
+/// mislead.
 void receive(QtMsgType type, const QMessageLogContext& context, const QString& message) {
   if (type != QtFatalMsg) {
-    heldBack() += qFormatLogMessage(type, context, message) + QLatin1Char('\n');
+    std::fprintf(stderr, "%s\n", qUtf8Printable(::qFormatLogMessage(type, context, message)));
     return;
   }
   std::fprintf(stderr,
-               "%s: There is no display to show a window on. Start it on a desktop, or without a "
-               "window by QT_QPA_PLATFORM=offscreen.\n",
-               ::program_invocation_short_name);
+               "%s: There is no display here that a window could be shown on; start it on a "
+               "desktop, or set QT_QPA_PLATFORM=offscreen to go without a window.\n",
+               qUtf8Printable(QCoreApplication::applicationName()));
   std::_Exit(EXIT_FAILURE);
 }
 
 }  // namespace
 
-DisplayRequired::DisplayRequired() {
-  ::qInstallMessageHandler(receive);
-}
+DisplayRequired::DisplayRequired() : handlerBefore_(::qInstallMessageHandler(receive)) {}
 
 DisplayRequired::~DisplayRequired() {
-  ::qInstallMessageHandler(nullptr);
-  std::fputs(qUtf8Printable(heldBack()), stderr);
-  heldBack().clear();
+  ::qInstallMessageHandler(handlerBefore_);
 }
 
 }  // namespace quorin::app
