@@ -38,7 +38,7 @@ class SilenceWatch {
   static constexpr std::chrono::seconds kPatience{5};
 
   /// `onChange` runs on the main queue, once when the stream has been silent for `kPatience` (late
-  /// by one look, 0.5 s), and once when it no longer is. `scheduler` outlives this.
+  /// by one look, 0.6 s), and once when it no longer is. `scheduler` outlives this.
   SilenceWatch(dispatch::Scheduler& scheduler, std::function<void(bool silent)> onChange);
 
   std::shared_ptr<SoundDetector> detector() const { return detector_; }

@@ -55,6 +55,7 @@ dispatch::TimePoint AudioSender::chunkNeededAt() {
 void AudioSender::startAudioSendTimer() {
   audioFrameQueueSerial_->async([this] {
     if (audioSendTimer_ != nullptr) return;
+    // The leeway is for chunks that come late: no tick waits for anything else.
     audioSendTimer_ = audioFrameQueueSerial_->makeTimer(
         {.first = {}, .interval = wire::kChunkDuration}, [this] { tick(); });
     discipline_.restart();

@@ -31,7 +31,7 @@ class PacingDiscipline {
   static constexpr Duration kHeadroom = std::chrono::milliseconds(3);
   static constexpr Duration kMaxHeadroom = std::chrono::microseconds(5500);
   /// How late a tick may be that waits for its chunk, and the largest correction a tick while a
-  /// stream is being aligned: the timer's leeway.
+  /// stream is being aligned.
   static constexpr Duration kLeeway = std::chrono::milliseconds(5);
   /// Largest correction a tick in steady state: 2000 ppm, ten times what clocks differ by.
   static constexpr Duration kMaxSlew = std::chrono::microseconds(40);

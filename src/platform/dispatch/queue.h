@@ -19,7 +19,7 @@ using WallTime = std::chrono::time_point<std::chrono::system_clock, Duration>;
 struct TimerSchedule {
   Duration first{0};     ///< from creation to the first run; 0 runs at the queue's next turn
   Duration interval{0};  ///< 0: runs once
-  Duration leeway{0};    ///< how late a run may be to share a wake-up with others
+  Duration leeway{0};    ///< how late a run may be to share a wake-up with others of its queue
 };
 
 /// A timer runs its handler on its queue at creation + first + n x interval, without drift. Runs

@@ -112,7 +112,8 @@ void QueueCore::asyncAfter(Duration delay, Task task) {
 }
 
 std::unique_ptr<Timer> QueueCore::makeTimer(TimerSchedule schedule, Task handler) {
-  assert(schedule.first >= Duration::zero() && schedule.interval >= Duration::zero());
+  assert(schedule.first >= Duration::zero() && schedule.interval >= Duration::zero() &&
+         schedule.leeway >= Duration::zero());
   auto state = std::make_shared<TimerState>(TimerState{.handler = std::move(handler),
                                                        .deadline = waker_->now() + schedule.first,
                                                        .interval = schedule.interval,

@@ -55,8 +55,8 @@ class QueueCore : public std::enable_shared_from_this<QueueCore> {
 
   /// Runs the next piece of work that is due, if any.
   bool runOne();
-  /// When the runner should next look by itself: the latest time at which no timer exceeds its
-  /// leeway and the last one to share that wake-up is due. None while suspended.
+  /// When the runner should next look by itself: when the last of those is due that can share one
+  /// wake-up without exceeding their leeways. None while suspended.
   std::optional<TimePoint> nextDeadline();
   void markReadable(std::uint64_t id);
   /// Destroys all work without running it. Not while a piece of it runs.
