@@ -214,6 +214,7 @@ say "the parts"
 for part in "${PARTS[@]}"; do
   "$BIN/$part" --benchmark_min_time="$PARTS_TIME" 2>/dev/null
 done | tee "$OUT/parts.txt"
+awk -f bench/parts.awk "$OUT/parts.txt" | tee -a "$OUT/report.txt"
 say "a day of a capture clock that drifts, in simulated time"
 "$BIN/drift_bench" | tee "$OUT/drift.txt"
 say "left in build/bench: report.txt, parts.txt, drift.txt, results.tsv"

@@ -53,7 +53,8 @@ END {
       row("latency p50/max", "25 / 45", setup[i], load[k], "latency_p50 latency_max", "%.1f")
   row("delivered / real time", "1.0000", setup[1], "idle", "delivered", "%.4f")
   for (i = 1; i <= setups; ++i)
-    row("processor, % of a core", "1, and under the peers", setup[i], "idle", "processor", "%.2f")
+    for (k = 1; k <= 2; ++k)
+      row("processor, % of a core", "1, and under the peers", setup[i], load[k], "processor", "%.2f")
   line("processor with 10 clients, " setup[1], "1.5",
        figure(setup[1], "idle", "quorin10", "processor", "%.2f"))
   line("processor, cable", "1", figure("cable", "idle", "quorin1", "processor", "%.2f"))
@@ -62,8 +63,9 @@ END {
   line("HELLO to READY p50/p99/max, idle", "p99 5", joined("hello", "idle", "quorin", "hello_p50 hello_p99 hello_max", "%.2f"))
   line("HELLO to READY p50/p99/max, 10 phones, resizing", "p99 20", joined("hello", "busy", "quorin", "hello_p50 hello_p99 hello_max", "%.2f"))
   window = figure("window", "idle", "empty_window", "pss", "%.1f")
-  row("memory, MB of PSS", window == "-" ? "-" : sprintf("%.1f (1.5 x empty)", 1.5 * window), setup[1],
-      "idle", "pss", "%.1f")
+  most = window == "-" ? "-" : sprintf("%.1f (1.5 x empty)", 1.5 * window)
+  for (i = 1; i <= setups; ++i)
+    for (k = 1; k <= 2; ++k) row("memory, MB of PSS", most, setup[i], load[k], "pss", "%.1f")
   print ""
   split("xcb offscreen", platform, " ")
   for (i = 1; i <= 2; ++i) {
