@@ -183,6 +183,9 @@ TEST_F(GuardFlowTest, AGuardThatIsUpKeepsItsTextThroughFurtherChanges) {
   time.advance(1s);
   EXPECT_EQ(screens.state.textKey, kAsksForOutput);
   EXPECT_FALSE(screens.state.input.right);
+  setInput({.number = kSpeaker.number, .name = "Renamed", .format = {}});
+  time.advance(1s);
+  EXPECT_EQ(screens.state.input.name, "Renamed");
 }
 
 TEST_F(GuardFlowTest, OnlyTheCheckFlowsPollTestsTheMicrophone) {

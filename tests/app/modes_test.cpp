@@ -246,6 +246,10 @@ TEST_F(ModesTest, AnotherAddressIsDrawnAndBoundAndPhonesMustGreetAnew) {
   EXPECT_EQ(window_.page.clients, 0U);
   EXPECT_EQ(window_.headline(), "waiting_connection");
   EXPECT_TRUE(somebodyAnswers());
+
+  address_.reset();
+  time_.advance(1200ms);
+  EXPECT_EQ(window_.headline(), "network.unavailable");
 }
 
 TEST_F(ModesTest, APageStepThatIsDueWhenTheModeIsLeftDoesNothing) {
