@@ -28,37 +28,32 @@ constexpr double kFrequency = 1000;
 /// What the tap heard.
 class Recording {
  public:
+  struct Content {
+    Format format;
+    std::size_t blockFrames = 0;
+    std::vector<float> samples;  ///< of the first channel
+  };
+
   void add(const BufferView& buffer) {
     const dispatch::Lock lock(mutex_);
-    format_ = buffer.format;
-    blockFrames_ = buffer.frames();
+    content_.format = buffer.format;
+    content_.blockFrames = buffer.frames();
     for (std::size_t i = 0; i < buffer.samples.size(); i += buffer.format.channels) {
-      samples_.push_back(buffer.samples[i]);
+      content_.samples.push_back(buffer.samples[i]);
     }
   }
-  Format format() const {
+  Content content() const {
     const dispatch::Lock lock(mutex_);
-    return format_;
-  }
-  std::size_t blockFrames() const {
-    const dispatch::Lock lock(mutex_);
-    return blockFrames_;
-  }
-  /// The first channel.
-  std::vector<float> samples() const {
-    const dispatch::Lock lock(mutex_);
-    return samples_;
+    return content_;
   }
   std::size_t size() const {
     const dispatch::Lock lock(mutex_);
-    return samples_.size();
+    return content_.samples.size();
   }
 
  private:
   mutable dispatch::Mutex mutex_;
-  Format format_ GUARDED_BY(mutex_);
-  std::size_t blockFrames_ GUARDED_BY(mutex_) = 0;
-  std::vector<float> samples_ GUARDED_BY(mutex_);
+  Content content_ GUARDED_BY(mutex_);
 };
 
 class AudioServerTest : public testing::Test {
@@ -117,7 +112,7 @@ class AudioServerTest : public testing::Test {
     std::size_t looked = rate;
     EXPECT_TRUE(soon([&] {
       if (recording_->size() < looked) return false;
-      const auto samples = recording_->samples();
+      const auto samples = recording_->content().samples;
       looked = samples.size() + rate / 10;
       fit = fitSine(std::span(samples).last(rate), kFrequency, rate);
       return std::abs(fit.level - 0.5) < 0.01 && fit.worstDeviation < 0.02;
@@ -166,8 +161,8 @@ TEST_F(PulseTest, RecordsWhatIsPlayedInBlocksOfTwentyMilliseconds) {
   ASSERT_TRUE(record());
   EXPECT_EQ(audio_->recordingAccess(), audio::RecordingAccess::kGranted);
   expectTheTone(48000);
-  EXPECT_EQ(recording_->blockFrames(), 960U);
-  EXPECT_EQ(recording_->format(), engine_->inputFormat());
+  EXPECT_EQ(recording_->content().blockFrames, 960U);
+  EXPECT_EQ(recording_->content().format, engine_->inputFormat());
 }
 
 TEST_F(PulseTest, SoundThatLiesWithTheServerUntilItIsNeededIsWhole) {
@@ -259,7 +254,7 @@ TEST_F(PipeWireTest, RecordsWhatIsPlayed) {
   const auto player = server_->play({.frequency = kFrequency, .seconds = 10, .sink = "quorin"});
   ASSERT_TRUE(record());
   expectTheTone(48000);
-  EXPECT_EQ(recording_->blockFrames(), 960U);
+  EXPECT_EQ(recording_->content().blockFrames, 960U);
 }
 
 TEST(NoAudioServer, IsNoDevicesAndOneClearError) {

@@ -1,13 +1,15 @@
 #include "platform/desktop/settings.h"
 
 #include "support/eventually.h"
+#include "support/temporary_directory.h"
 
 #include <gmock/gmock.h>
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
+#include <QByteArray>
+#include <filesystem>
+#include <fstream>
 #include <set>
+#include <string>
 
 namespace quorin::desktop {
 namespace {
@@ -41,11 +43,6 @@ TEST(SettingsCommands, TheDesktopsPageThenAMixerThenAnySettings) {
        {"gnome-control-center", "gnome-microphone-panel.desktop"},
        kSound,
        {{"gnome-control-center", {"sound"}}, {"gnome-control-center", {}}}},
-      {"Plasma 5",
-       "KDE",
-       {"systemsettings5", "kcm_pulseaudio.desktop"},
-       kSound,
-       {{"systemsettings5", {"kcm_pulseaudio"}}, {"systemsettings5", {}}}},
       {"Plasma without its settings program",
        "KDE",
        {"kcmshell6", "kcm_pulseaudio.desktop"},
@@ -56,11 +53,6 @@ TEST(SettingsCommands, TheDesktopsPageThenAMixerThenAnySettings) {
        {"systemsettings", "pavucontrol-qt"},
        kSound,
        {{"pavucontrol-qt", {}}, {"systemsettings", {}}}},
-      {"XFCE",
-       "XFCE",
-       {"pavucontrol", "xfce4-settings-manager"},
-       kSound,
-       {{"pavucontrol", {}}, {"xfce4-settings-manager", {}}}},
       {"another desktop's settings are of no use", "sway", {"gnome-control-center"}, kSound, {}},
       {"no desktop but a mixer", "", {"pavucontrol"}, kSound, {{"pavucontrol", {}}}},
       {"a desktop whose name only contains another's", "KDEGNOME", {"systemsettings"}, kSound, {}},
@@ -76,38 +68,29 @@ TEST(SettingsCommands, TheDesktopsPageThenAMixerThenAnySettings) {
 /// A PATH that leads to one folder, and to nothing else.
 class OpenSettings : public ::testing::Test {
  protected:
-  void SetUp() override {
-    ASSERT_TRUE(folder.isValid());
-    qputenv("PATH", folder.path().toUtf8());
+  OpenSettings() {
+    qputenv("PATH", folder.path().c_str());
     qputenv("XDG_CURRENT_DESKTOP", "GNOME");
   }
-  void TearDown() override { qputenv("PATH", path_); }
+  ~OpenSettings() override { qputenv("PATH", path_); }
 
-  void install(const char* program, const QByteArray& content) const {
-    QFile file(folder.filePath(program));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(content);
-    file.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
-  }
-  /// What a started program has written, once it has.
-  QByteArray written() const {
-    QFile file(folder.filePath("written"));
-    test::eventually([&] { return file.open(QIODevice::ReadOnly); });
-    return file.readAll();
+  void install(const char* program, const std::string& content) const {
+    const auto file = folder.path() / program;
+    std::ofstream(file) << content;
+    std::filesystem::permissions(file, std::filesystem::perms::owner_all);
   }
 
-  QTemporaryDir folder;
+  test::TemporaryDirectory folder;
 
  private:
   const QByteArray path_ = qgetenv("PATH");
 };
 
 TEST_F(OpenSettings, StartsTheProgramWithItsPage) {
-  install("gnome-control-center", "#!/bin/sh\necho \"$@\" >'" + folder.filePath("new").toUtf8() +
-                                      "'\n/bin/mv '" + folder.filePath("new").toUtf8() + "' '" +
-                                      folder.filePath("written").toUtf8() + "'\n");
+  const auto written = folder.path() / "written";
+  install("gnome-control-center", "#!/bin/sh\necho \"$@\" >'" + written.string() + "'\n");
   EXPECT_TRUE(openSoundSettings());
-  EXPECT_EQ(written(), "sound\n");
+  EXPECT_TRUE(test::eventually([&] { return test::contentOf(written) == "sound\n"; }));
 }
 
 TEST_F(OpenSettings, SaysThatNothingIsThereOrCouldBeStarted) {

@@ -165,14 +165,6 @@ TEST_P(DispatchConformance, ATimerEndsExactlyWhenItsHandlerDestroysIt) {
   EXPECT_EQ(runs, 3);
 }
 
-TEST_P(DispatchConformance, ATimerWithoutIntervalRunsOnce) {
-  auto& queue = scheduler_->mainQueue();
-  int runs = 0;
-  const auto timer = queue.makeTimer({.first = 1ms}, [&] { ++runs; });
-  pass(queue, 20ms);
-  EXPECT_EQ(runs, 1);
-}
-
 TEST_P(DispatchConformance, ATimerMovesAllItsLaterRuns) {
   auto& queue = scheduler_->mainQueue();
   std::vector<TimePoint> runs;

@@ -96,11 +96,6 @@ TEST(DrawingTest, TintKeepsTheShapeAndChangesTheColour) {
             tinted.convertToFormat(QImage::Format_Alpha8));
 }
 
-TEST(PictureTest, IsFittedByProportionInTheMiddle) {
-  const auto logo = loadDrawing(QStringLiteral(":/quorin/pictures/Logo.svg"));
-  EXPECT_EQ(fitted(*logo, QRectF(10, 20, 360, 120)), QRectF(130, 20, 120, 120));
-}
-
 TEST(PictureTest, IsNoneWhereThereIsNoFile) {
   EXPECT_FALSE(loadDrawing(QStringLiteral(":/quorin/pictures/none.svg")));
   EXPECT_FALSE(loadBitmap(QStringLiteral("/nonexistent.png")));

@@ -99,15 +99,6 @@ TEST_F(FrameOutboxTest, NeverCutsAFrameThatHasBegun) {
   }
 }
 
-TEST_F(FrameOutboxTest, FinishesAReliableFrameBeforeALiveOne) {
-  EXPECT_TRUE(reliable(1, "text"));
-  peerTakes(3);
-  live("audio");
-  EXPECT_TRUE(reliable(2, "more"));
-  peerTakesAll();
-  EXPECT_THAT(peerSaw(), ElementsAre("101:text", "101:more", "104:audio"));
-}
-
 TEST_F(FrameOutboxTest, NeverDropsAReliableFrameButTakesNoMoreThanItHasRoomFor) {
   const std::string large(400'000, 'x');
   EXPECT_TRUE(reliable(1, large));

@@ -77,13 +77,6 @@ TEST_F(FrameReaderTest, GivesTheHeaderAndThenTheFrameHoweverTheBytesAreCut) {
   }
 }
 
-TEST_F(FrameReaderTest, SaysNothingWhileAHeaderOrAPayloadIsIncomplete) {
-  arrives(std::span(kTextFrame).first(15));
-  EXPECT_THAT(steps, ElementsAre());
-  arrives(std::span(kTextFrame).subspan(15, 2));
-  EXPECT_THAT(steps, ElementsAre("header 101"));
-}
-
 TEST_F(FrameReaderTest, ThrowsTheRefusedPayloadAwayAsItArrives) {
   refusedType = 7;
   arrives(encodeFrame(7, 0, Bytes(1'000'000)) + encodeFrame(7, 0, {}) + kTextFrame);

@@ -147,11 +147,6 @@ TEST_F(TcpChannelTest, ReportsItsEndOnceWhateverTheCause) {
        {}},
       {"wrong version", [](auto&, auto& there, auto&) { there.sendBytes(Bytes(16)); },
        FrameError::kUnknownVersion},
-      {"too large a frame",
-       [](auto&, auto& there, auto&) {
-         there.sendBytes(bytes({0, 0, 0, 1, 0, 0, 0, 101, 0, 0, 0, 0, 2, 0, 0, 0}));
-       },
-       FrameError::kPayloadTooLarge},
       {"closed by its delegate on a frame",
        [](auto&, auto& there, auto& said) {
          said.refusedType = 99;
