@@ -58,6 +58,7 @@ class DeviceProgram : public ::testing::TestWithParam<Kind> {
     ASSERT_TRUE(server->addNullSink("speaker", "Speaker"));
     ASSERT_TRUE(server->setDefaultSink("speaker"));
     ASSERT_TRUE(server->setDefaultSource("speaker.monitor"));
+    ASSERT_TRUE(defaultsBecome("speaker\nspeaker.monitor\n")) << defaults();
   }
 
   /// Runs the program; its exit status. What it wrote is in `output`.
