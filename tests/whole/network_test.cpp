@@ -1,5 +1,5 @@
 #include "support/sine_fit.h"
-#include "whole/whole_program.h"
+#include "whole/with_pulse.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 #include "support/eventually.h"
 #include "support/temporary_directory.h"
-#include "whole/whole_program.h"
+#include "whole/with_pulse.h"
 
 #include <gmock/gmock.h>
 

@@ -132,21 +132,6 @@ bool ip(const std::string& arguments) {
   return process.wait() == 0;
 }
 
-void WithPulse::SetUp() {
-  if (!test::PrivatePulse::isInstalled()) GTEST_SKIP() << "no such audio server here";
-  ASSERT_TRUE(server_.start()) << server_.output();
-  ASSERT_TRUE(server_.addNullSink("quorin", "Quorin Audio", "norewinds=1"));
-  ASSERT_TRUE(server_.addNullSink("speaker", "Speaker"));
-  useDevice("quorin");
-  server_.useInThisProcess();
-  ASSERT_TRUE(ip("address add 10.11.0.2/24 dev eth0"));
-}
-
-void WithPulse::useDevice(const std::string& name) {
-  ASSERT_TRUE(server_.setDefaultSink(name));
-  ASSERT_TRUE(server_.setDefaultSource(name + ".monitor"));
-}
-
 void enterNetworkOrSkip() {
   // The other end of an interface's wire needs a name that no person's interface has.
   if (test::enterOwnNetwork() && ip("link add eth0 type veth peer name wall0") &&

@@ -4,9 +4,6 @@
 #include "app/texts.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/posix/file_descriptor.h"
-#include "support/private_audio.h"
-
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <cstdint>
@@ -93,16 +90,5 @@ void PrintTo(const Holdings& held, std::ostream* stream);
 void enterNetworkOrSkip();
 /// `ip ARGUMENTS`, in words; true when it did that.
 bool ip(const std::string& arguments);
-
-/// A PulseAudio server of the test's own whose default devices are right, and an address.
-class WithPulse : public ::testing::Test {
- protected:
-  void SetUp() override;
-  void TearDown() override { ip("address flush dev eth0"); }
-
-  void useDevice(const std::string& name);
-
-  test::PrivatePulse server_;
-};
 
 }  // namespace quorin::whole
