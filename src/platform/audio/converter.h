@@ -53,7 +53,8 @@ using ConverterFactory =
     std::function<std::unique_ptr<SampleConverter>(const Format& from, const Format& to)>;
 
 /// The system's own converter. Its output is primed: n input frames give n x to / from output
-/// frames from the first block on, delayed by half the filter (0.8 ms from 48000 Hz, 6 ms from 8000; nothing at equal rates).
+/// frames from the first block on, delayed by half the filter (0.8 ms from 48000 Hz, 6 ms from
+/// 8000; nothing at equal rates).
 std::unique_ptr<SampleConverter> makeSampleConverter(const Format& from, const Format& to);
 
 }  // namespace quorin::audio
