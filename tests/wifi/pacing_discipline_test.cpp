@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <tuple>
 #include <utility>
 
@@ -130,6 +131,25 @@ TEST(PacingDiscipline, LetsChunksThatWereHeldUpCostNoLatencyAfterwards) {
           << chunk << ' ' << milliseconds(by);
     }
   }
+}
+
+TEST(PacingDiscipline, IsHardlyMovedByACutAfterTicksThatTheMachineLost) {
+  PacingDiscipline discipline;
+  Duration moved{};
+  const auto play = [&](int chunks) {
+    auto furthest = moved;
+    for (int i = 0; i < chunks; ++i) {
+      moved += discipline.sent(PacingDiscipline::kHeadroom + moved);
+      furthest = std::max(furthest, moved);
+    }
+    return furthest;
+  };
+  play(400);
+  EXPECT_EQ(moved, 0ms);
+  discipline.cut(8);
+  EXPECT_LE(play(100), PacingDiscipline::kHeadroom);
+  play(1000);
+  EXPECT_NEAR(static_cast<double>(moved.count()), 0, 500e3);
 }
 
 TEST(PacingDiscipline, IsNotMisledByAClearedQueue) {
