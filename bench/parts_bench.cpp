@@ -1,10 +1,10 @@
-#include "wifi/audience.h"
-#include "wifi/audio_frame_queue.h"
-#include "wifi/chunk_ring.h"
+#include "wifi/wifi_transport.h"
+#include "stream/audio_frame_queue.h"
+#include "stream/chunk_ring.h"
 #include "wifi/client_table.h"
-#include "wifi/pacing_discipline.h"
-#include "wifi/pcm16.h"
-#include "wifi/protocol.h"
+#include "stream/pacing_discipline.h"
+#include "wire/pcm16.h"
+#include "wifi/request.h"
 #include "wire/control_message.h"
 
 #include <benchmark/benchmark.h>
@@ -31,7 +31,7 @@ wire::AudioChunk noise() {
 
 // ---- 882 samples to 16 bits
 
-void convert(benchmark::State& state, const Pcm16Variant& variant) {
+void convert(benchmark::State& state, const wire::Pcm16Variant& variant) {
   const auto chunk = noise();
   std::array<std::int16_t, wire::kChunkFrames> out{};
   for (auto _ : state) {
@@ -152,7 +152,7 @@ BENCHMARK(pingFlood)->Name("ping from ever new sources");
 }  // namespace quorin::wifi
 
 int main(int argc, char** argv) {
-  for (const auto& variant : quorin::wifi::pcm16Variants()) {
+  for (const auto& variant : quorin::wire::pcm16Variants()) {
     const auto name = "882 samples to 16 bits/" + std::string(variant.name);
     benchmark::RegisterBenchmark(name.c_str(), [&variant](benchmark::State& state) {
       quorin::wifi::convert(state, variant);

@@ -57,13 +57,32 @@ if(QUORIN_COVERAGE)
   add_link_options(--coverage)
 endif()
 
+# quorin_export(TARGET VISIBILITY): lets those who link TARGET include the headers of its folder, and
+# of no other, as "module/thing.h". So a module can only include what it links.
+function(quorin_export name visibility)
+  cmake_path(RELATIVE_PATH CMAKE_CURRENT_SOURCE_DIR BASE_DIRECTORY "${PROJECT_SOURCE_DIR}"
+             OUTPUT_VARIABLE folder)
+  string(REGEX REPLACE "^[^/]*/(.*)$" "\\1" folder "${folder}") # without src/, tools/ or tests/
+  set(exported "${PROJECT_BINARY_DIR}/include/${name}")
+  cmake_path(GET folder PARENT_PATH parent)
+  file(MAKE_DIRECTORY "${exported}/${parent}")
+  file(CREATE_LINK "${CMAKE_CURRENT_SOURCE_DIR}" "${exported}/${folder}" SYMBOLIC)
+  target_include_directories(${name} ${visibility} "${exported}")
+endfunction()
+
 # quorin_library(NAME SOURCES ... [PUBLIC libraries] [PRIVATE libraries])
 # One module, or one layer of the platform. Sources include each other as "module/thing.h".
 function(quorin_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
   add_library(${name} STATIC ${ARG_SOURCES})
-  target_include_directories(${name} PUBLIC "${PROJECT_SOURCE_DIR}/src")
+  quorin_export(${name} PUBLIC)
   target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE quorin_options ${ARG_PRIVATE})
+endfunction()
+
+# quorin_headers(NAME): a layer that is headers only.
+function(quorin_headers name)
+  add_library(${name} INTERFACE)
+  quorin_export(${name} INTERFACE)
 endfunction()
 
 # quorin_plugin(NAME SOURCES ... [LIBRARIES ...])
@@ -79,16 +98,15 @@ function(quorin_plugin name)
                        LIBRARY_OUTPUT_DIRECTORY "${QUORIN_PLUGINS}" INSTALL_RPATH ""
                        CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
   target_link_options(${name} PRIVATE LINKER:-z,now)
-  target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/src")
   target_link_libraries(${name} PRIVATE quorin_options ${ARG_LIBRARIES})
 endfunction()
 
 # quorin_program(NAME SOURCES ... [LIBRARIES ...])
-# Every program answers --version with quorin::version(), so that library comes along.
+# Every program answers --version with quorin::version(), so its library comes along.
 function(quorin_program name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
-  target_link_libraries(${name} PRIVATE quorin_options quorin_version ${ARG_LIBRARIES})
+  target_link_libraries(${name} PRIVATE quorin_options quorin_core ${ARG_LIBRARIES})
 endfunction()
 
 # quorin_test(NAME SOURCES ... [LIBRARIES ...] [TIMEOUT seconds] [ALONE])

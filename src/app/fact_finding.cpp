@@ -1,11 +1,11 @@
 #include "app/fact_finding.h"
 
-#include "app/audio_inputs.h"
+#include "modes/audio_inputs.h"
 #include "platform/audio/audio_backend.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/posix/file_descriptor.h"
 #include "platform/usb/usb_hub.h"
-#include "platform/version/version.h"
+#include "core/version.h"
 #include "wifi/local_address.h"
 #include "wifi/port_text.h"
 #include "wire/client_key.h"

@@ -1,9 +1,9 @@
 #include "app/pt_app_delegate.h"
 
-#include "app/identity.h"
+#include "core/identity.h"
 #include "panel/online_swift_ui_embedder.h"
 #include "platform/desktop/settings.h"
-#include "platform/log/log.h"
+#include "core/log.h"
 #include "wifi/local_address.h"
 
 #include <QApplication>
@@ -22,24 +22,24 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
       pages_({texts_, images_, views_, screens_}),
       audioCaptureManager_(scheduler_,
                            {.makeEngine = [this] { return audioServer_->makeEngine(); }}),
-      sender_(scheduler_, cableSink_),
-      cable_(scheduler_, sender_.queue(),
+      audioFrameQueueSerial_(stream::AudioSender::makeQueue(scheduler_)),
+      cable_(scheduler_, *audioFrameQueueSerial_,
              {.channelChanged = [this](bool connected) { pages_.showCableChannel(connected); },
               .presentMessage = [this](const QString& text,
                                        bool isStatus) { pages_.presentMessage(text, isStatus); }}),
+      sender_(scheduler_, *audioFrameQueueSerial_, {&wifiTransport_, &cable_.audioPath()}),
       sound_(scheduler_, audioCaptureManager_, sender_),
       wifi_(scheduler_,
-            {texts_, sound_, sender_, cable_, pages_, [] { return wifi::localIPv4Address(); }}),
+            {texts_, sound_, sender_, wifiTransport_, cable_, pages_, [] { return wifi::localIPv4Address(); }}),
       menu_(scheduler_, {wifi_, cable_, sound_, pages_}),
       guard_(scheduler_, std::make_shared<AudioInputs>(scheduler_, *audioServer_), pages_) {
-  cableSink_.connect(cable_.audioPath());
   if (options.port) wifi_.setPort(*options.port);
   connectViews();
 }
 
 PTAppDelegate::~PTAppDelegate() {
   menu_.stopAllSessions();
-  sender_.end();
+  audioFrameQueueSerial_->end();  // nothing is sent any more, and no transport touched
   scheduler_.end();
 }
 

@@ -1,22 +1,22 @@
 #pragma once
 
-#include "app/audio_inputs.h"
-#include "app/cable_mode.h"
-#include "app/guard_flow.h"
-#include "app/images.h"
-#include "app/main_window.h"
-#include "app/menu.h"
+#include "modes/audio_inputs.h"
+#include "modes/cable_mode.h"
+#include "modes/guard_flow.h"
+#include "ui/images.h"
+#include "window/main_window.h"
+#include "modes/menu.h"
 #include "app/options.h"
-#include "app/pages.h"
-#include "app/screens.h"
-#include "app/sound_path.h"
-#include "app/texts.h"
-#include "app/views.h"
-#include "app/wifi_mode.h"
+#include "window/pages.h"
+#include "window/screens.h"
+#include "modes/sound_path.h"
+#include "ui/texts.h"
+#include "window/views.h"
+#include "modes/wifi_mode.h"
 #include "audio/audio_capture_manager.h"
 #include "platform/audio/audio_server.h"
-#include "platform/dispatch/scheduler.h"
-#include "wifi/audio_sender.h"
+#include "core/scheduler.h"
+#include "stream/audio_sender.h"
 
 #include <QVariantAnimation>
 #include <memory>
@@ -62,9 +62,10 @@ class PTAppDelegate {
   QVariantAnimation splashFade_;
 
   audio::AudioCaptureManager audioCaptureManager_;
-  CableSink cableSink_;
-  wifi::AudioSender sender_;
+  std::unique_ptr<dispatch::SerialQueue> audioFrameQueueSerial_;
+  wifi::WifiTransport wifiTransport_;
   CableMode cable_;
+  stream::AudioSender sender_;
   SoundPath sound_;
   WiFiMode wifi_;
   Menu menu_;

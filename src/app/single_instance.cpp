@@ -1,6 +1,6 @@
 #include "app/single_instance.h"
 
-#include "app/identity.h"
+#include "core/identity.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>

@@ -5,8 +5,8 @@
 #include "audio/tap_log.h"
 #include "platform/audio/converter.h"
 #include "platform/audio/engine.h"
-#include "platform/dispatch/scheduler.h"
-#include "platform/log/log.h"
+#include "core/scheduler.h"
+#include "core/log.h"
 #include "wire/audio_chunk.h"
 
 #include <functional>

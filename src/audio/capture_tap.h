@@ -4,7 +4,7 @@
 #include "audio/handler_slot.h"
 #include "audio/tap_log.h"
 #include "platform/audio/converter.h"
-#include "platform/dispatch/scheduler.h"
+#include "core/scheduler.h"
 
 #include <memory>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/dispatch/thread_safety.h"
+#include "core/thread_safety.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/dispatch/scheduler.h"
+#include "core/scheduler.h"
 #include "wire/audio_chunk.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "audio/tap_log.h"
 
-#include "platform/dispatch/thread_safety.h"
+#include "core/thread_safety.h"
 #include "wire/audio_chunk.h"
 
 #include <array>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/dispatch/queue.h"
-#include "platform/log/log.h"
+#include "core/queue.h"
+#include "core/log.h"
 
 #include <memory>
 #include <string>

@@ -2,7 +2,7 @@
 
 #include "audio/audio_capture_manager.h"
 #include "platform/audio/audio_server.h"
-#include "platform/dispatch/scheduler.h"
+#include "core/scheduler.h"
 #include "wire/audio_chunk.h"
 
 #include <functional>

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "panel/recipients.h"
-#include "platform/dispatch/scheduler.h"
-#include "platform/dispatch/thread_safety.h"
-#include "platform/log/log.h"
+#include "core/scheduler.h"
+#include "core/thread_safety.h"
+#include "core/log.h"
 
 #include <chrono>
 #include <functional>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "panel/udp_audio_server.h"
-#include "platform/dispatch/scheduler.h"
+#include "core/scheduler.h"
 
 #include <QLabel>
 #include <QPushButton>

@@ -3,7 +3,7 @@
 #include "panel/content_view.h"
 #include "panel/udp_audio_server.h"
 #include "panel/view_registry.h"
-#include "platform/dispatch/scheduler.h"
+#include "core/scheduler.h"
 
 #include <QWidget>
 #include <memory>

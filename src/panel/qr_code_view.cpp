@@ -1,7 +1,7 @@
 #include "panel/qr_code_view.h"
 
 #include "panel/panel_style.h"
-#include "platform/pictures/module_picture.h"
+#include "ui/module_picture.h"
 #include "platform/qr/qr_code.h"
 
 #include <QPainter>

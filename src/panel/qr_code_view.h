@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/pictures/picture.h"
+#include "ui/picture.h"
 
 #include <QString>
 #include <QWidget>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/dispatch/snapshot.h"
+#include "core/snapshot.h"
 
 #include <netinet/in.h>
 

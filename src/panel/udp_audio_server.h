@@ -7,8 +7,8 @@
 #include "panel/observable.h"
 #include "panel/statistics.h"
 #include "panel/udp_socket.h"
-#include "platform/dispatch/scheduler.h"
-#include "platform/log/log.h"
+#include "core/scheduler.h"
+#include "core/log.h"
 #include "wire/control_message.h"
 
 #include <cstdint>

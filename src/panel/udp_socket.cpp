@@ -1,6 +1,6 @@
 #include "panel/udp_socket.h"
 
-#include "platform/log/log.h"
+#include "core/log.h"
 #include "wire/client_key.h"
 #include "wire/control_message.h"
 

@@ -1,6 +1,6 @@
 #include "usb/cable.h"
 
-#include "platform/log/log.h"
+#include "core/log.h"
 #include "usb/cable_frames.h"
 #include "usb/device_information.h"
 #include "wire/displayable.h"

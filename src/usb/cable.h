@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/dispatch/scheduler.h"
+#include "core/scheduler.h"
 #include "usb/cable_audio_path.h"
 #include "usb/cable_link.h"
 #include "usb/ping_loop.h"

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "platform/dispatch/queue.h"
+#include "core/queue.h"
 #include "platform/usb/channel.h"
+#include "stream/transport.h"
 #include "wire/audio_chunk.h"
 
 #include <atomic>
@@ -11,17 +12,19 @@ namespace quorin::usb {
 
 /// Where the pacing thread finds the cable. The main queue sets the channel; the sender itself is
 /// confined to the send queue, so that the pacing thread neither waits nor shares.
-class CableAudioPath {
+class CableAudioPath : public stream::Transport {
  public:
   /// `sendQueue`, the queue that paces audio, outlives the path.
   explicit CableAudioPath(dispatch::Queue& sendQueue);
 
   /// Whether a channel is held. Any thread, lock-free.
-  bool isOpen() const { return isOpen_.load(std::memory_order_relaxed); }
+  bool isOpen() const override { return isOpen_.load(std::memory_order_relaxed); }
 
   /// Sends the chunk as one audio frame, or drops it when there is no channel. Send queue only;
   /// allocates nothing.
-  void send(wire::AudioChunkView chunk);
+  void send(wire::AudioChunkView chunk) override;
+
+  bool hasListener() override { return isOpen(); }
 
   /// Main queue. None closes the path.
   void setChannel(const PTChannel* channel);

@@ -1,6 +1,6 @@
 #include "usb/cable_link.h"
 
-#include "platform/log/log.h"
+#include "core/log.h"
 
 #include <algorithm>
 #include <string>

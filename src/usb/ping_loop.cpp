@@ -1,6 +1,6 @@
 #include "usb/ping_loop.h"
 
-#include "platform/log/log.h"
+#include "core/log.h"
 #include "usb/cable_frames.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/dispatch/queue.h"
+#include "core/queue.h"
 #include "wire/client_key.h"
 
 #include <array>

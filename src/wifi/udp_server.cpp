@@ -32,9 +32,9 @@ static_assert(kReceiveBufferBytes > kMaxRequestBytes);
 
 }  // namespace
 
-UdpServer::UdpServer(dispatch::Scheduler& scheduler, AudioSender& sender,
-                     UdpServerListener& listener)
-    : scheduler_(scheduler), sender_(sender), listener_(listener) {}
+UdpServer::UdpServer(dispatch::Scheduler& scheduler, stream::AudioSender& sender,
+                     WifiTransport& transport, UdpServerListener& listener)
+    : scheduler_(scheduler), sender_(sender), transport_(transport), listener_(listener) {}
 
 UdpServer::~UdpServer() {
   close();
@@ -65,7 +65,7 @@ void UdpServer::startUDP(std::string_view portText) {
   udpReadSource_ = queue.makeReadSource(fd, [this] { handleUDPReadable(); });
   udpClientTimeoutTimer_ = queue.makeTimer(kExpiryCheck, [this] { expireUDPClients(); });
   udpRunning_ = true;
-  sender_.setServerRunning(true);
+  transport_.setServerRunning(true);
   listener_.onStarted();
 }
 
@@ -99,8 +99,8 @@ bool UdpServer::bindTo(std::uint16_t port) const {
 void UdpServer::close() {
   udpRunning_ = false;
   table_.clear();
-  sender_.setServerRunning(false);
-  sender_.publishAudience(nullptr);  // before the socket goes, so that no send outlives it
+  transport_.setServerRunning(false);
+  transport_.publishAudience(nullptr);  // before the socket goes, so that no send outlives it
   udpClientTimeoutTimer_.reset();
   udpReadSource_.reset();
   if (udpSocket_) formerSocket_ = std::exchange(udpSocket_, nullptr);
@@ -166,7 +166,7 @@ void UdpServer::expireUDPClients() {
 void UdpServer::finish(const Turn& turn) {
   // After the replies, so that a client's first audio comes behind its format line.
   if (turn.tableChanged) {
-    sender_.publishAudience(std::make_shared<const Audience>(udpSocket_, table_.clients()));
+    transport_.publishAudience(std::make_shared<const Audience>(udpSocket_, table_.clients()));
   }
 
   // One report for the whole turn; what the page shows follows from the state at its end.

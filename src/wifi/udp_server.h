@@ -1,10 +1,11 @@
 #pragma once
 
-#include "platform/dispatch/scheduler.h"
+#include "core/scheduler.h"
 #include "platform/posix/file_descriptor.h"
-#include "wifi/audio_sender.h"
+#include "stream/audio_sender.h"
 #include "wifi/client_table.h"
-#include "wifi/protocol.h"
+#include "wifi/wifi_transport.h"
+#include "wifi/request.h"
 
 #include <netinet/in.h>
 
@@ -62,8 +63,9 @@ class UdpServer {
   /// share.
   static constexpr int kDatagramsPerTurn = 64;
 
-  /// All three must outlive the server.
-  UdpServer(dispatch::Scheduler& scheduler, AudioSender& sender, UdpServerListener& listener);
+  /// All must outlive the server.
+  UdpServer(dispatch::Scheduler& scheduler, stream::AudioSender& sender, WifiTransport& transport,
+            UdpServerListener& listener);
   ~UdpServer();
   UdpServer(const UdpServer&) = delete;
   UdpServer& operator=(const UdpServer&) = delete;
@@ -102,7 +104,8 @@ class UdpServer {
   void close();
 
   dispatch::Scheduler& scheduler_;
-  AudioSender& sender_;
+  stream::AudioSender& sender_;
+  WifiTransport& transport_;
   UdpServerListener& listener_;
 
   bool udpRunning_ = false;

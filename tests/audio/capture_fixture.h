@@ -2,7 +2,7 @@
 
 #include "audio/audio_capture_manager.h"
 #include "audio/fake_engine.h"
-#include "platform/dispatch/simulated_scheduler.h"
+#include "core/simulated_scheduler.h"
 
 #include <gmock/gmock.h>
 

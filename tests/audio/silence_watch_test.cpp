@@ -1,6 +1,6 @@
 #include "audio/silence_watch.h"
 
-#include "platform/dispatch/simulated_scheduler.h"
+#include "core/simulated_scheduler.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "wifi/protocol.h"
+#include "wifi/request.h"
 #include "wire/control_message.h"
 
 #include <cstddef>

@@ -1,6 +1,6 @@
 #include "panel/client_manager.h"
 
-#include "platform/dispatch/simulated_scheduler.h"
+#include "core/simulated_scheduler.h"
 
 #include <gmock/gmock.h>
 

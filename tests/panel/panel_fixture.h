@@ -1,7 +1,7 @@
 #pragma once
 
 #include "panel/udp_audio_server.h"
-#include "platform/dispatch/simulated_scheduler.h"
+#include "core/simulated_scheduler.h"
 
 #include <gmock/gmock.h>
 

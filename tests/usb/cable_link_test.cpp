@@ -1,6 +1,6 @@
 #include "usb/cable_link.h"
 
-#include "platform/dispatch/simulated_scheduler.h"
+#include "core/simulated_scheduler.h"
 #include "support/fake_cable.h"
 #include "support/log_capture.h"
 #include "usb/cable.h"

@@ -1,4 +1,4 @@
-#include "app/identity.h"
+#include "core/identity.h"
 #include "support/private_audio.h"
 #include "support/private_bus.h"
 #include "support/stand_in_portal.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/pt_app_delegate.h"
-#include "app/texts.h"
+#include "ui/texts.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/posix/file_descriptor.h"
 

@@ -42,7 +42,7 @@ class ThreadsTest : public testing::Test {
   /// Returns when `task` has run there, behind all that was posted before it.
   void runOnPacingQueue(auto&& task) {
     std::atomic<bool> done = false;
-    sender.queue().async([&] {
+    queue->async([&] {
       task();
       done = true;
     });
@@ -59,8 +59,10 @@ class ThreadsTest : public testing::Test {
   std::unique_ptr<dispatch::Scheduler> scheduler = dispatch::makeSystemScheduler();
   FakeCable cable;
   RecordingListener listener;
-  AudioSender sender{*scheduler, cable};
-  UdpServer server{*scheduler, sender, listener};
+  WifiTransport transport;
+  std::unique_ptr<dispatch::SerialQueue> queue = stream::AudioSender::makeQueue(*scheduler);
+  stream::AudioSender sender{*scheduler, *queue, {&transport, &cable}};
+  UdpServer server{*scheduler, sender, transport, listener};
 };
 
 TEST_F(ThreadsTest, AllocateNothingFromTheOfferToTheSend) {
@@ -70,13 +72,13 @@ TEST_F(ThreadsTest, AllocateNothingFromTheOfferToTheSend) {
   const auto chunk = chunkOf(0.5F);
   std::size_t byCapture = 0;
   const auto play = [&](std::uint64_t chunks) {
-    const auto goal = sender.counters().datagramsSent + chunks;
+    const auto goal = transport.datagramsSent() + chunks;
     std::thread([&] {
       const auto before = test::allocationsOfThisThread();
       for (std::uint64_t i = 0; i < chunks; ++i) sender.offer(chunk);
       byCapture = test::allocationsOfThisThread() - before;
     }).join();
-    ASSERT_TRUE(eventually([&] { return sender.counters().datagramsSent == goal; }));
+    ASSERT_TRUE(eventually([&] { return transport.datagramsSent() == goal; }));
   };
 
   play(2);
@@ -103,8 +105,8 @@ TEST_F(ThreadsTest, SurviveRestartsUnderSound) {
     registerPhone(phone);
     if (i % 10 == 0) {
       phone.hears();
-      const auto before = sender.counters().datagramsSent;
-      EXPECT_TRUE(runUntil([&] { return sender.counters().datagramsSent > before; }));
+      const auto before = transport.datagramsSent();
+      EXPECT_TRUE(runUntil([&] { return transport.datagramsSent() > before; }));
     }
     server.restartUDPForNetworkChange(std::to_string(port));
     ASSERT_TRUE(server.isRunning()) << "a send under way must not keep the port from us";

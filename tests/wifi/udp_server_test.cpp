@@ -204,7 +204,7 @@ class ActingListener : public RecordingListener {
 TEST_F(UdpServerTest, MayBeStoppedOrRestartedByItsListener) {
   for (const bool restart : {false, true}) {
     ActingListener acting;
-    UdpServer acted(scheduler, sender, acting);
+    UdpServer acted(scheduler, sender, transport, acting);
     acting.act = [&] { restart ? acted.restartUDPForNetworkChange(portText) : acted.stopUDP(); };
     acted.startUDP(portText);
     auto phone = newPhone();

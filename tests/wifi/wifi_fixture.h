@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/dispatch/simulated_scheduler.h"
-#include "wifi/audio_sender.h"
+#include "core/simulated_scheduler.h"
+#include "stream/audio_sender.h"
 #include "wifi/udp_server.h"
 
 #include <cstdint>
@@ -38,10 +38,11 @@ class Phone {
   std::vector<std::string> heard_;
 };
 
-class FakeCable : public ChunkSink {
+class FakeCable : public stream::Transport {
  public:
-  bool channelOpen() const override { return open; }
-  void sendChunk(wire::AudioChunkView samples) override { firstSamples.push_back(samples[0]); }
+  bool isOpen() const override { return open; }
+  bool hasListener() override { return open; }
+  void send(wire::AudioChunkView samples) override { firstSamples.push_back(samples[0]); }
 
   std::atomic<bool> open = false;
   std::vector<float> firstSamples;
@@ -94,8 +95,10 @@ class WifiTest {
   dispatch::SimulatedScheduler scheduler;
   FakeCable cable;
   RecordingListener listener;
-  AudioSender sender{scheduler, cable};
-  UdpServer server{scheduler, sender, listener};
+  WifiTransport transport;
+  std::unique_ptr<dispatch::SerialQueue> queue = stream::AudioSender::makeQueue(scheduler);
+  stream::AudioSender sender{scheduler, *queue, {&transport, &cable}};
+  UdpServer server{scheduler, sender, transport, listener};
 };
 
 }  // namespace quorin::wifi

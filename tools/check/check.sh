@@ -5,13 +5,11 @@ set -uo pipefail
 cd -- "$(dirname -- "$(readlink -f -- "$0")")/../.." || exit
 source tools/dev/common.sh
 
-STEPS=(format includes lint asan tsan fuzz)
+STEPS=(format lint asan tsan fuzz)
 
 sources() { find src tools tests bench packaging -name '*.h' -o -name '*.cpp' | sort; }
 
 step_format() { sources | xargs clang-format-19 --dry-run --Werror; }
-
-step_includes() { tools/check/include_rule.sh; }
 
 # Also the build with clang: warnings are errors, with thread-safety analysis.
 step_lint() {

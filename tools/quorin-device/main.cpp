@@ -1,4 +1,4 @@
-#include "platform/version/version.h"
+#include "core/version.h"
 #include "quorin-device/arguments.h"
 #include "quorin-device/pulse_client.h"
 #include "quorin-device/virtual_device.h"

@@ -1,4 +1,4 @@
-#include "platform/version/version.h"
+#include "core/version.h"
 #include "quorin-listen/listener.h"
 #include "quorin-listen/options.h"
 

@@ -1,12 +1,12 @@
-#include "app/appearance.h"
-#include "app/display.h"
-#include "app/images.h"
-#include "app/texts.h"
+#include "ui/appearance.h"
+#include "ui/display.h"
+#include "ui/images.h"
+#include "ui/texts.h"
 #include "panel/content_view.h"
 #include "platform/audio/audio_server.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/dispatch/termination_signals.h"
-#include "platform/version/version.h"
+#include "core/version.h"
 
 #include <QApplication>
 #include <QCommandLineParser>

@@ -1,8 +1,8 @@
 #include "panel_shots.h"
 
-#include "app/texts.h"
+#include "ui/texts.h"
 #include "panel/content_view.h"
-#include "platform/dispatch/simulated_scheduler.h"
+#include "core/simulated_scheduler.h"
 
 #include <QApplication>
 #include <chrono>

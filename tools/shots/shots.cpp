@@ -2,12 +2,12 @@
 // and both languages, and of the server panel. Run it with QT_QPA_PLATFORM=offscreen;
 // QT_SCALE_FACTOR as wanted.
 
-#include "app/alert.h"
-#include "app/appearance.h"
-#include "app/guard_screen.h"
-#include "app/main_window.h"
-#include "app/qr_picture.h"
-#include "app/screens.h"
+#include "window/alert.h"
+#include "ui/appearance.h"
+#include "window/guard_screen.h"
+#include "window/main_window.h"
+#include "ui/qr_picture.h"
+#include "window/screens.h"
 #include "panel_shots.h"
 
 #include <QApplication>

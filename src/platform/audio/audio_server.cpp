@@ -1,7 +1,7 @@
 #include "platform/audio/audio_server.h"
 
 #include "platform/audio/audio_backend.h"
-#include "platform/dispatch/thread_safety.h"
+#include "core/thread_safety.h"
 
 #include <chrono>
 #include <mutex>

@@ -2,7 +2,7 @@
 
 #include "platform/audio/devices.h"
 #include "platform/audio/engine.h"
-#include "platform/dispatch/queue.h"
+#include "core/queue.h"
 
 #include <cstdint>
 #include <memory>

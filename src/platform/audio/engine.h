@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/audio/format.h"
-#include "platform/dispatch/queue.h"
+#include "core/queue.h"
 
 #include <cstddef>
 #include <expected>

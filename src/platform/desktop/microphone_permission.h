@@ -3,7 +3,7 @@
 #include "platform/desktop/authorization_status.h"
 #include "platform/desktop/microphone_rules.h"
 #include "platform/desktop/sandbox.h"
-#include "platform/dispatch/scheduler.h"
+#include "core/scheduler.h"
 
 #include <atomic>
 #include <memory>

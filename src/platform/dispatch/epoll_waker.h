@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/dispatch/queue_core.h"
+#include "core/queue_core.h"
 #include "platform/posix/file_descriptor.h"
 
 #include <atomic>

@@ -1,7 +1,7 @@
 #include "platform/dispatch/system_scheduler.h"
 
 #include "platform/dispatch/epoll_waker.h"
-#include "platform/dispatch/queue_core.h"
+#include "core/queue_core.h"
 #include "platform/dispatch/realtime.h"
 
 #include <pthread.h>

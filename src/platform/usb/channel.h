@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/dispatch/scheduler.h"
+#include "core/scheduler.h"
 #include "platform/usb/frame.h"
 #include "platform/usb/usb_hub.h"
 #include "wire/client_key.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/dispatch/queue.h"
+#include "core/queue.h"
 #include "platform/posix/file_descriptor.h"
 #include "platform/usb/channel.h"
 #include "platform/usb/frame_outbox.h"

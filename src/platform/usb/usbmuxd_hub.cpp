@@ -1,4 +1,4 @@
-#include "platform/log/log.h"
+#include "core/log.h"
 #include "platform/usb/usb_hub.h"
 
 #include <fcntl.h>

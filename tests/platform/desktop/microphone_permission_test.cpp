@@ -1,6 +1,6 @@
 #include "platform/desktop/microphone_permission.h"
 
-#include "platform/dispatch/simulated_scheduler.h"
+#include "core/simulated_scheduler.h"
 #include "support/eventually.h"
 #include "support/private_bus.h"
 #include "support/stand_in_portal.h"

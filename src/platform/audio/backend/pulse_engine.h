@@ -2,7 +2,7 @@
 
 #include "platform/audio/backend/reblocker.h"
 #include "platform/audio/engine.h"
-#include "platform/dispatch/thread_safety.h"
+#include "core/thread_safety.h"
 
 #include <pulse/pulseaudio.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/dispatch/queue.h"
-#include "platform/dispatch/thread_safety.h"
+#include "core/queue.h"
+#include "core/thread_safety.h"
 #include "platform/posix/file_descriptor.h"
 
 #include <poll.h>

@@ -3,7 +3,7 @@
 #include "platform/audio/audio_server.h"
 #include "platform/audio/backend/pulse_connection.h"
 #include "platform/audio/backend/pulse_devices.h"
-#include "platform/dispatch/thread_safety.h"
+#include "core/thread_safety.h"
 
 #include <chrono>
 #include <memory>

@@ -1,0 +1,311 @@
+#include "core/queue_core.h"
+
+#include <algorithm>
+#include <cassert>
+#include <utility>
+
+namespace quorin::dispatch {
+namespace {
+
+thread_local const QueueCore* runningCore = nullptr;
+
+template <typename State>
+void erase(std::vector<std::shared_ptr<State>>& states, const std::shared_ptr<State>& state) {
+  std::erase(states, state);
+}
+
+}  // namespace
+
+struct QueueCore::TimerState {
+  Task handler;
+  TimePoint deadline;
+  Duration interval;
+  Duration leeway{0};
+  std::uint64_t id = 0;
+};
+
+struct QueueCore::ReadState {
+  Task handler;
+  int descriptor;
+  std::uint64_t id = 0;
+  bool readable = false;
+};
+
+struct QueueCore::EventState {
+  Task handler;
+  std::atomic<bool> signalled{false};
+};
+
+class QueueCore::TimerHandle : public Timer {
+ public:
+  TimerHandle(std::shared_ptr<QueueCore> core, std::shared_ptr<TimerState> state)
+      : core_(std::move(core)), state_(std::move(state)) {}
+  ~TimerHandle() override { core_->remove(state_); }
+  void shiftBy(Duration offset) override {
+    assert(running() == core_.get());
+    const Lock lock(core_->mutex_);
+    state_->deadline += offset;
+  }
+  TimePoint next() const override {
+    assert(running() == core_.get());
+    const Lock lock(core_->mutex_);
+    return state_->deadline;
+  }
+
+ private:
+  const std::shared_ptr<QueueCore> core_;
+  const std::shared_ptr<TimerState> state_;
+};
+
+class QueueCore::ReadHandle : public ReadSource {
+ public:
+  ReadHandle(std::shared_ptr<QueueCore> core, std::shared_ptr<ReadState> state)
+      : core_(std::move(core)), state_(std::move(state)) {}
+  ~ReadHandle() override { core_->remove(state_); }
+
+ private:
+  const std::shared_ptr<QueueCore> core_;
+  const std::shared_ptr<ReadState> state_;
+};
+
+class QueueCore::EventHandle : public EventSource {
+ public:
+  EventHandle(std::shared_ptr<QueueCore> core, std::shared_ptr<EventState> state)
+      : core_(std::move(core)), state_(std::move(state)) {}
+  ~EventHandle() override { core_->remove(state_); }
+  void signal() override {
+    if (!state_->signalled.exchange(true)) core_->wakeFromElsewhere();
+  }
+
+ private:
+  const std::shared_ptr<QueueCore> core_;
+  const std::shared_ptr<EventState> state_;
+};
+
+QueueCore::QueueCore(std::string label, std::unique_ptr<Waker> waker)
+    : label_(std::move(label)), waker_(std::move(waker)) {}
+
+QueueCore::~QueueCore() = default;
+
+const QueueCore* QueueCore::running() {
+  return runningCore;
+}
+
+// The runner looks at the queue again after each piece of work, so its own posts need no call.
+void QueueCore::wakeFromElsewhere() {
+  if (running() != this) waker_->wake();
+}
+
+void QueueCore::async(Task task) {
+  {
+    const Lock lock(mutex_);
+    if (ended_) return;  // the task dies unrun with the parameter, outside of the lock
+    tasks_.push_back(std::move(task));
+  }
+  wakeFromElsewhere();
+}
+
+void QueueCore::asyncAfter(Duration delay, Task task) {
+  add(std::make_shared<TimerState>(TimerState{.handler = std::move(task),
+                                              .deadline = waker_->now() + delay,
+                                              .interval = Duration::zero()}));
+}
+
+std::unique_ptr<Timer> QueueCore::makeTimer(TimerSchedule schedule, Task handler) {
+  assert(schedule.first >= Duration::zero() && schedule.interval >= Duration::zero() &&
+         schedule.leeway >= Duration::zero());
+  auto state = std::make_shared<TimerState>(TimerState{.handler = std::move(handler),
+                                                       .deadline = waker_->now() + schedule.first,
+                                                       .interval = schedule.interval,
+                                                       .leeway = schedule.leeway});
+  add(state);
+  return std::make_unique<TimerHandle>(shared_from_this(), std::move(state));
+}
+
+void QueueCore::add(std::shared_ptr<TimerState> timer) {
+  {
+    const Lock lock(mutex_);
+    if (ended_) return;
+    timer->id = nextId_++;
+    timers_.push_back(std::move(timer));
+  }
+  wakeFromElsewhere();
+}
+
+std::unique_ptr<ReadSource> QueueCore::makeReadSource(int descriptor, Task handler) {
+  auto state = std::make_shared<ReadState>(
+      ReadState{.handler = std::move(handler), .descriptor = descriptor});
+  {
+    const Lock lock(mutex_);
+    if (!ended_) {
+      state->id = nextId_++;
+      readSources_.push_back(state);
+      waker_->arm(state->id, descriptor);
+    }
+  }
+  return std::make_unique<ReadHandle>(shared_from_this(), std::move(state));
+}
+
+std::unique_ptr<EventSource> QueueCore::makeEventSource(Task handler) {
+  auto state = std::make_shared<EventState>();
+  state->handler = std::move(handler);
+  {
+    const Lock lock(mutex_);
+    if (!ended_) eventSources_.push_back(state);
+  }
+  return std::make_unique<EventHandle>(shared_from_this(), std::move(state));
+}
+
+void QueueCore::remove(const std::shared_ptr<TimerState>& timer) {
+  const Lock lock(mutex_);
+  erase(timers_, timer);
+}
+
+void QueueCore::remove(const std::shared_ptr<ReadState>& source) {
+  const Lock lock(mutex_);
+  if (std::erase(readSources_, source) > 0) waker_->disarm(source->id, source->descriptor);
+}
+
+void QueueCore::remove(const std::shared_ptr<EventState>& source) {
+  const Lock lock(mutex_);
+  erase(eventSources_, source);
+}
+
+void QueueCore::setSuspended(bool suspended) {
+  {
+    const Lock lock(mutex_);
+    assert(suspended_ != suspended);
+    suspended_ = suspended;
+  }
+  if (!suspended) wakeFromElsewhere();
+}
+
+std::shared_ptr<QueueCore::TimerState> QueueCore::takeDueTimer() {
+  const auto earlier = [](const auto& a, const auto& b) {
+    return std::pair(a->deadline, a->id) < std::pair(b->deadline, b->id);
+  };
+  const auto first = std::min_element(timers_.begin(), timers_.end(), earlier);
+  if (first == timers_.end()) return nullptr;
+  const auto now = waker_->now();
+  if ((*first)->deadline > now) return nullptr;
+
+  auto timer = *first;
+  if (timer->interval == Duration::zero()) {
+    timers_.erase(first);
+  } else {
+    const auto missed = (now - timer->deadline) / timer->interval;
+    timer->deadline += (missed + 1) * timer->interval;
+  }
+  return timer;
+}
+
+std::shared_ptr<QueueCore::EventState> QueueCore::takeSignalledEvent() {
+  for (const auto& source : eventSources_) {
+    if (source->signalled.exchange(false)) return source;
+  }
+  return nullptr;
+}
+
+std::shared_ptr<QueueCore::ReadState> QueueCore::takeReadable() {
+  const auto source = std::ranges::find_if(readSources_, [](const auto& s) { return s->readable; });
+  if (source == readSources_.end()) return nullptr;
+  (*source)->readable = false;
+  return *source;
+}
+
+bool QueueCore::runOne() {
+  std::shared_ptr<TimerState> timer;
+  std::shared_ptr<EventState> event;
+  std::shared_ptr<ReadState> read;
+  Task task;
+  {
+    const Lock lock(mutex_);
+    if (suspended_ || ended_) return false;
+    timer = takeDueTimer();
+    // Sources and tasks take turns, so that a flood on one does not starve the others.
+    for (unsigned tried = 0; tried < 3 && !timer && !event && !read && !task; ++tried) {
+      switch (turn_++ % 3) {
+        case 0:
+          event = takeSignalledEvent();
+          break;
+        case 1:
+          read = takeReadable();
+          break;
+        default:
+          if (!tasks_.empty()) {
+            task = std::move(tasks_.front());
+            tasks_.pop_front();
+          }
+      }
+    }
+  }
+
+  if (timer) {
+    run(timer->handler);
+  } else if (event) {
+    run(event->handler);
+  } else if (read) {
+    run(read->handler);
+    const Lock lock(mutex_);
+    if (std::ranges::find(readSources_, read) != readSources_.end()) {
+      waker_->arm(read->id, read->descriptor);
+    }
+  } else if (task) {
+    run(task);
+  } else {
+    return false;
+  }
+  return true;
+}
+
+void QueueCore::run(Task& work) {
+  const auto* const before = std::exchange(runningCore, this);
+  work();
+  runningCore = before;
+}
+
+std::optional<TimePoint> QueueCore::nextDeadline() {
+  const Lock lock(mutex_);
+  if (suspended_ || timers_.empty()) return std::nullopt;
+  auto latest = TimePoint::max();
+  for (const auto& timer : timers_) latest = std::min(latest, timer->deadline + timer->leeway);
+  // Whoever is due by then shares the wake-up; one that finds nobody to share with is not late.
+  auto shared = TimePoint::min();
+  for (const auto& timer : timers_) {
+    if (timer->deadline <= latest) shared = std::max(shared, timer->deadline);
+  }
+  return shared;
+}
+
+void QueueCore::markReadable(std::uint64_t id) {
+  const Lock lock(mutex_);
+  const auto source = std::ranges::find(readSources_, id, [](const auto& s) { return s->id; });
+  if (source != readSources_.end()) (*source)->readable = true;
+}
+
+void QueueCore::end() {
+  // Destroying a closure may reach back into this queue: empty it first, destroy afterwards.
+  std::deque<Task> tasks;
+  std::vector<std::shared_ptr<TimerState>> timers;
+  std::vector<std::shared_ptr<ReadState>> readSources;
+  std::vector<std::shared_ptr<EventState>> eventSources;
+  {
+    const Lock lock(mutex_);
+    ended_ = true;
+    tasks.swap(tasks_);
+    timers.swap(timers_);
+    readSources.swap(readSources_);
+    eventSources.swap(eventSources_);
+    for (const auto& source : readSources) waker_->disarm(source->id, source->descriptor);
+  }
+  for (const auto& timer : timers) timer->handler = nullptr;
+  for (const auto& source : readSources) source->handler = nullptr;
+  for (const auto& source : eventSources) source->handler = nullptr;
+}
+
+bool QueueCore::hasEnded() {
+  const Lock lock(mutex_);
+  return ended_;
+}
+
+}  // namespace quorin::dispatch

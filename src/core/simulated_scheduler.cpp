@@ -1,0 +1,154 @@
+#include "core/simulated_scheduler.h"
+
+#include "core/queue_core.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <map>
+#include <vector>
+
+namespace quorin::dispatch {
+namespace {
+
+/// A run of the clock starts where no test expects anything special.
+constexpr TimePoint kStart{std::chrono::hours{1}};
+constexpr WallTime kWallStart{std::chrono::hours{24 * 365 * 50}};
+
+}  // namespace
+
+struct SimulatedScheduler::State {
+  TimePoint now = kStart;
+  WallTime wallNow = kWallStart;
+  std::vector<std::weak_ptr<QueueCore>> cores;
+
+  void pass(Duration duration) {
+    now += duration;
+    wallNow += duration;
+  }
+
+  std::vector<std::shared_ptr<QueueCore>> liveCores() {
+    std::erase_if(cores, [](const auto& core) { return core.expired(); });
+    std::vector<std::shared_ptr<QueueCore>> live;
+    live.reserve(cores.size());
+    for (const auto& core : cores) live.push_back(core.lock());
+    return live;
+  }
+};
+
+namespace {
+
+class SimulatedWaker : public Waker {
+ public:
+  explicit SimulatedWaker(std::shared_ptr<SimulatedScheduler::State> state)
+      : state_(std::move(state)) {}
+
+  TimePoint now() const override { return state_->now; }
+  void wake() override {}
+  void arm(std::uint64_t id, int descriptor) override { armed_[id] = descriptor; }
+  void disarm(std::uint64_t id, int) override { armed_.erase(id); }
+
+  std::vector<std::uint64_t> takeReadable() {
+    std::vector<std::uint64_t> readable;
+    for (const auto& [id, descriptor] : armed_) {
+      pollfd request{.fd = descriptor, .events = POLLIN, .revents = 0};
+      if (::poll(&request, 1, 0) > 0) readable.push_back(id);
+    }
+    for (const auto id : readable) armed_.erase(id);
+    return readable;
+  }
+
+ private:
+  const std::shared_ptr<SimulatedScheduler::State> state_;
+  std::map<std::uint64_t, int> armed_;
+};
+
+class SimulatedQueue : public CoreQueue<SerialQueue> {
+ public:
+  using CoreQueue::CoreQueue;
+  ~SimulatedQueue() override { SimulatedQueue::end(); }
+  void end() override { core_->end(); }
+  void suspend() override { core_->setSuspended(true); }
+  void resume() override { core_->setSuspended(false); }
+};
+
+/// The one thread of the simulation is the main thread while no other queue's work runs.
+class SimulatedMainQueue : public SimulatedQueue {
+ public:
+  using SimulatedQueue::SimulatedQueue;
+  bool isCurrent() const override {
+    return QueueCore::running() == nullptr || SimulatedQueue::isCurrent();
+  }
+};
+
+std::shared_ptr<QueueCore> makeCore(std::string label,
+                                    const std::shared_ptr<SimulatedScheduler::State>& state) {
+  auto core =
+      std::make_shared<QueueCore>(std::move(label), std::make_unique<SimulatedWaker>(state));
+  state->cores.push_back(core);
+  return core;
+}
+
+}  // namespace
+
+SimulatedScheduler::SimulatedScheduler()
+    : state_(std::make_shared<State>()),
+      main_(std::make_unique<SimulatedMainQueue>(makeCore("main", state_))),
+      utility_(std::make_unique<SimulatedQueue>(makeCore("utility", state_))) {}
+
+SimulatedScheduler::~SimulatedScheduler() = default;
+
+TimePoint SimulatedScheduler::now() const {
+  return state_->now;
+}
+WallTime SimulatedScheduler::wallNow() const {
+  return state_->wallNow;
+}
+Queue& SimulatedScheduler::mainQueue() {
+  return *main_;
+}
+Queue& SimulatedScheduler::utilityQueue() {
+  return *utility_;
+}
+
+void SimulatedScheduler::end() {
+  utility_->end();
+  main_->end();
+}
+
+std::unique_ptr<SerialQueue> SimulatedScheduler::makeSerialQueue(std::string label, Priority) {
+  return std::make_unique<SimulatedQueue>(makeCore(std::move(label), state_));
+}
+
+void SimulatedScheduler::runPending() {
+  for (bool ran = true; ran;) {
+    ran = false;
+    for (const auto& core : state_->liveCores()) {
+      for (const auto id : static_cast<SimulatedWaker&>(core->waker()).takeReadable()) {
+        core->markReadable(id);
+      }
+      ran = core->runOne() || ran;
+    }
+  }
+}
+
+void SimulatedScheduler::advance(Duration duration) {
+  const auto target = state_->now + duration;
+  runPending();
+  while (true) {
+    auto next = target;
+    for (const auto& core : state_->liveCores()) {
+      next = std::min(next, core->nextDeadline().value_or(target));
+    }
+    state_->pass(std::max(next - state_->now, Duration::zero()));
+    runPending();
+    if (next == target) return;
+  }
+}
+
+void SimulatedScheduler::jump(Duration monotonic, Duration wall) {
+  state_->now += monotonic;
+  state_->wallNow += wall;
+}
+
+}  // namespace quorin::dispatch

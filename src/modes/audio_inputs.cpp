@@ -1,0 +1,52 @@
+#include "modes/audio_inputs.h"
+
+#include "core/identity.h"
+#include "platform/desktop/sandbox.h"
+#include "wire/audio_chunk.h"
+
+#include <utility>
+
+namespace quorin::app {
+namespace {
+
+desktop::RecordAccess toRecordAccess(audio::RecordingAccess access) {
+  switch (access) {
+    case audio::RecordingAccess::kGranted:
+      return desktop::RecordAccess::kGranted;
+    case audio::RecordingAccess::kRefused:
+      return desktop::RecordAccess::kRefused;
+    case audio::RecordingAccess::kUnknown:
+      break;
+  }
+  return desktop::RecordAccess::kUnknown;
+}
+
+/// A recording of no length: all that counts is whether the server lets it begin.
+void tryToRecord(audio::AudioServer& server) {
+  const auto engine = server.makeEngine();
+  engine->installTap(wire::kChunkFrames, [](const audio::BufferView&) {}, {});
+  if (engine->start()) engine->stop();
+  engine->removeTap();
+}
+
+}  // namespace
+
+AudioInputs::AudioInputs(dispatch::Scheduler& scheduler, audio::AudioServer& server)
+    : server_(server),
+      permission_(scheduler,
+                  {.identity = desktop::identify(desktop::findSandboxTraces(), kApplicationId),
+                   .busAddress = {},
+                   // The server may take a while to answer.
+                   .tryToRecord = [&server, &elsewhere = scheduler.utilityQueue()] {
+                     elsewhere.async([&server] { tryToRecord(server); });
+                   }}) {
+  server_.setChangeHandler(scheduler.mainQueue(), scope_.bind([this] {
+    permission_.reportRecording(toRecordAccess(server_.recordingAccess()));
+  }));
+}
+
+void AudioInputs::requestMicrophoneAccess(dispatch::Task answered) {
+  permission_.requestAccess(std::move(answered));
+}
+
+}  // namespace quorin::app

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "modes/guard_flow.h"
+#include "platform/audio/audio_server.h"
+#include "platform/desktop/microphone_permission.h"
+
+#include <memory>
+
+namespace quorin::app {
+
+/// The guard's eyes: the audio server's devices, and the microphone's permission from the desktop
+/// and from that server. Made and destroyed on the main queue; the server outlives it, and whatever
+/// the scheduler still runs.
+class AudioInputs : public GuardInputs {
+ public:
+  AudioInputs(dispatch::Scheduler& scheduler, audio::AudioServer& server);
+
+  audio::DefaultDevices defaultDevices() const override { return server_.defaultDevices(); }
+  desktop::AuthorizationStatus microphoneStatus() const override { return permission_.status(); }
+  void requestMicrophoneAccess(dispatch::Task answered) override;
+
+ private:
+  audio::AudioServer& server_;
+  desktop::MicrophonePermission permission_;
+  dispatch::Scope scope_;
+};
+
+}  // namespace quorin::app

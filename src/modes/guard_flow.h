@@ -1,0 +1,130 @@
+#pragma once
+
+#include "audio/device_guard.h"
+#include "platform/audio/devices.h"
+#include "platform/desktop/authorization_status.h"
+#include "core/scheduler.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace quorin::app {
+
+/// One of the guard's status lines: green where the device is right, orange where it is not.
+struct DeviceStatus {
+  bool right = false;
+  std::string name;  ///< as the line shows it
+
+  bool operator==(const DeviceStatus&) const = default;
+};
+
+/// What the guard decides by: the latest news of the audio server and of the desktop, which
+/// somebody else keeps fresh. Any thread; never waits.
+class GuardInputs {
+ public:
+  virtual ~GuardInputs() = default;
+
+  virtual audio::DefaultDevices defaultDevices() const = 0;
+  virtual desktop::AuthorizationStatus microphoneStatus() const = 0;
+
+  /// Asks for the microphone. `answered` runs on the main queue once `microphoneStatus` tells the
+  /// answer. Called on the main queue.
+  virtual void requestMicrophoneAccess(dispatch::Task answered) = 0;
+};
+
+/// What stands in front of the menu and the pages. Where several are set, the microphone screen
+/// covers the guard, and the guard the check.
+struct GuardState {
+  bool checking = false;
+  bool guard = false;
+  bool microphone = false;
+
+  std::string_view textKey;  ///< chosen when the guard came up, kept while it is up
+  DeviceStatus output;       ///< as of the last refresh, like `input`
+  DeviceStatus input;
+
+  bool operator==(const GuardState&) const = default;
+};
+
+/// What the guard moves. Called on the main queue.
+class GuardScreens {
+ public:
+  virtual ~GuardScreens() = default;
+
+  virtual bool hasContentView() const = 0;
+  virtual bool splashIsUp() const = 0;
+
+  /// Makes `state` visible, and lays out.
+  virtual void apply(const GuardState& state) = 0;
+
+  /// Whatever page is open is left for the menu, which something in front still hides.
+  virtual void leavePages() = 0;
+
+  /// All is right: the menu. Under the splash too, where nobody sees it yet.
+  virtual void showMenu() = 0;
+
+  /// Ends every stream and attempt; the guard follows.
+  virtual void stopAllSessionsForAudioChange() = 0;
+};
+
+/// Keeps the person away from the menu until the microphone is allowed and both default devices
+/// are right, and leads back there when they no longer are. Confined to the main queue; its polls
+/// tick on the utility queue, and hop.
+class GuardFlow {
+ public:
+  /// `scheduler` and `screens` outlive the flow; `inputs` is also held by ticks under way.
+  GuardFlow(dispatch::Scheduler& scheduler, std::shared_ptr<GuardInputs> inputs,
+            GuardScreens& screens);
+  ~GuardFlow();
+
+  /// The check at start-up; with the splash still up it only clears the front, and is called
+  /// again when the splash is gone.
+  void setupAudioCheckFlow();
+
+  /// Watches the default devices from now on. A change for the worse stops every session.
+  void startAudioDefaultWatch();
+
+  /// The start-up question: asks where nobody has been asked, shows the microphone screen where
+  /// the answer is no.
+  void requestMicrophonePermission();
+
+  void showMicDeniedOverlay();
+
+  /// The microphone screen, else the guard, else the menu.
+  void applyGuardPriority();
+
+  void refreshAudioGuardStatus();
+
+  const GuardState& state() const { return state_; }
+
+ private:
+  /// Which path brought the guard up first; only the check's poll also tests the microphone.
+  enum class PollKind : std::uint8_t { kCheckFlow, kDeviceChange };
+  class MainPoll;
+
+  bool microphoneAuthorized() const;
+  audio::Routing routing() const { return audio::routingOf(inputs_->defaultDevices()); }
+
+  void runDeviceCheck();
+  void showGuard(const audio::Routing& routing, PollKind kind);
+  void passGuard();
+  void onGuardPoll(PollKind kind);
+  void startMicStatusWatch();
+  void onMicrophoneAllowed();
+  void onMicrophoneAnswer();
+  void onDefaultDevicesChanged(const audio::Routing& routing);
+
+  dispatch::Scheduler& scheduler_;
+  const std::shared_ptr<GuardInputs> inputs_;
+  GuardScreens& screens_;
+
+  GuardState state_;
+  std::unique_ptr<MainPoll> audioGuardTimer_;         ///< while the guard is up, the guard poll
+  std::unique_ptr<MainPoll> micStatusTimer_;          ///< while the microphone screen is up
+  std::unique_ptr<MainPoll> audioDefaultWatchTimer_;  ///< from `startAudioDefaultWatch` on
+  dispatch::Scope scope_;
+};
+
+}  // namespace quorin::app

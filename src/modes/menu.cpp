@@ -1,0 +1,40 @@
+#include "modes/menu.h"
+
+namespace quorin::app {
+
+// The page switches run after the current event; a mode that is left before then takes them back.
+
+void Menu::chooseOnlineMode() {
+  pageSteps_.cancelAll();
+  parts_.cable.turnOff();
+  scheduler_.mainQueue().async(pageSteps_, [this] { parts_.wifi.enter(); });
+}
+
+void Menu::chooseOfflineMode() {
+  pageSteps_.cancelAll();
+  parts_.cable.turnOn();
+  parts_.sound.start();
+  scheduler_.mainQueue().async(pageSteps_, [this] { parts_.view.openCablePage(); });
+}
+
+void Menu::goBack() {
+  if (parts_.wifi.clientCount() > 0 || parts_.cable.hasChannel()) {
+    parts_.view.confirmStop([this] { stopAndShowMenu(); });
+  } else {
+    stopAndShowMenu();
+  }
+}
+
+void Menu::stopAndShowMenu() {
+  stopAllSessions();
+  scheduler_.mainQueue().async(pageSteps_, [this] { parts_.view.openMenuPage(); });
+}
+
+void Menu::stopAllSessions() {
+  pageSteps_.cancelAll();
+  parts_.cable.turnOff();
+  parts_.wifi.leave();
+  parts_.sound.stop();
+}
+
+}  // namespace quorin::app

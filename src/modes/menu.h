@@ -1,0 +1,64 @@
+#pragma once
+
+#include "modes/cable_switch.h"
+#include "modes/sound_path.h"
+#include "modes/wifi_mode.h"
+#include "core/scheduler.h"
+
+#include <functional>
+
+namespace quorin::app {
+
+/// The window, as far as going from page to page needs it. Main queue.
+class MenuView {
+ public:
+  virtual ~MenuView() = default;
+  MenuView(const MenuView&) = delete;
+  MenuView& operator=(const MenuView&) = delete;
+
+  /// Each makes its page the page in front, under whatever outranks it.
+  virtual void openMenuPage() = 0;
+  virtual void openCablePage() = 0;
+
+  /// A sheet on the window; `stop` runs when the person confirms, nothing when not.
+  virtual void confirmStop(std::function<void()> stop) = 0;
+
+  virtual void showPrivacyTerms() = 0;
+
+ protected:
+  MenuView() = default;
+};
+
+/// The way from the menu into a mode and back. Main queue.
+class Menu {
+ public:
+  struct Parts {
+    WiFiMode& wifi;
+    CableSwitch& cable;
+    SoundPath& sound;
+    MenuView& view;
+  };
+
+  /// The scheduler and all parts outlive the menu.
+  Menu(dispatch::Scheduler& scheduler, Parts parts) : scheduler_(scheduler), parts_(parts) {}
+
+  void chooseOnlineMode();
+  void chooseOfflineMode();
+
+  /// Back to the menu; asks first while somebody listens.
+  void goBack();
+
+  void openPrivacyTerms() { parts_.view.showPrivacyTerms(); }
+
+  /// Ends both modes and everything that they have posted. Which page follows is the caller's.
+  void stopAllSessions();
+
+ private:
+  void stopAndShowMenu();
+
+  dispatch::Scheduler& scheduler_;
+  Parts parts_;
+  dispatch::Scope pageSteps_;  ///< page switches that are posted and not yet due
+};
+
+}  // namespace quorin::app

@@ -1,0 +1,75 @@
+#include "modes/sound_path.h"
+
+#include "core/log.h"
+
+#include <algorithm>
+#include <string>
+
+namespace quorin::app {
+namespace {
+
+std::string describe(const stream::AudioSender::Counters& counters) {
+  return std::to_string(counters.sent) + " chunks sent, " +
+         std::to_string(counters.lateTicks) + " ticks that waited for their chunk, " +
+         std::to_string(counters.starvedTicks) + " ticks without a chunk, " +
+         std::to_string(counters.overflowed) + " chunks dropped";
+}
+
+}  // namespace
+
+SoundPath::SoundPath(dispatch::Scheduler& scheduler, audio::AudioCaptureManager& capture,
+                     stream::AudioSender& sender)
+    : scheduler_(scheduler),
+      capture_(capture),
+      sender_(sender),
+      silence_(scheduler, [this](bool silent) {
+        if (onSilence_) onSilence_(silent);
+      }) {
+  capture_.setOnAudioData([&sender, detector = silence_.detector()](wire::AudioChunkView chunk) {
+    detector->hear(chunk);
+    sender.offer(chunk);
+  });
+  capture_.setChunkNeededAt([&sender] { return sender.chunkNeededAt(); });
+  capture_.setOnInterrupted([this] { onInterrupted(); });
+}
+
+SoundPath::~SoundPath() {
+  capture_.stopCapture();
+  capture_.setOnInterrupted({});
+  capture_.setChunkNeededAt({});
+  capture_.setOnAudioData({});
+}
+
+void SoundPath::start() {
+  startCapture();
+  sender_.startAudioSendTimer();
+  silence_.start();
+}
+
+void SoundPath::stop() {
+  whileWanted_.cancelAll();
+  const bool wasSilent = silence_.isSilent();
+  silence_.stop();
+  capture_.stopCapture();
+  sender_.stopAudioSendTimer();
+  log::detail("sound", "stopped; since the program started " + describe(sender_.counters()));
+  if (wasSilent && onSilence_) onSilence_(false);
+}
+
+void SoundPath::startCapture() {
+  const auto begun = scheduler_.now();
+  capture_.startCapture();
+  if (capture_.isCapturing()) return;
+  const auto waited = scheduler_.now() - begun;
+  log::detail("sound", "the capture did not start and is tried again");
+  whileWanted_.cancelAll();  // one attempt is due at a time
+  scheduler_.mainQueue().asyncAfter(std::max<std::chrono::nanoseconds>(kRetryInterval, 9 * waited),
+                                    whileWanted_, [this] { startCapture(); });
+}
+
+void SoundPath::onInterrupted() {
+  capture_.stopCapture();
+  startCapture();
+}
+
+}  // namespace quorin::app

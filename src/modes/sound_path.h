@@ -1,0 +1,49 @@
+#pragma once
+
+#include "audio/audio_capture_manager.h"
+#include "audio/silence_watch.h"
+#include "core/scheduler.h"
+#include "stream/audio_sender.h"
+
+#include <functional>
+
+namespace quorin::app {
+
+/// The way of the sound, from the capture to the send timer, which either mode starts and stops
+/// as a whole. Main queue.
+class SoundPath {
+ public:
+  /// While sound is wanted and the capture does not run (no audio server, or it died), the start
+  /// is tried again this often; less often where an attempt waits for a server that does not
+  /// answer, so that the main queue waits for a tenth of the time at most.
+  static constexpr std::chrono::seconds kRetryInterval{1};
+
+  /// All three outlive the path. Connects the capture's chunks to the sender.
+  SoundPath(dispatch::Scheduler& scheduler, audio::AudioCaptureManager& capture,
+            stream::AudioSender& sender);
+  ~SoundPath();
+  SoundPath(const SoundPath&) = delete;
+  SoundPath& operator=(const SoundPath&) = delete;
+
+  /// `changed` runs when the running sound has carried nothing for some seconds, and when it
+  /// carries something again.
+  void setOnSilence(std::function<void(bool silent)> changed) { onSilence_ = std::move(changed); }
+
+  void start();
+  void stop();
+
+  bool isSilent() const { return silence_.isSilent(); }
+
+ private:
+  void startCapture();
+  void onInterrupted();
+
+  dispatch::Scheduler& scheduler_;
+  audio::AudioCaptureManager& capture_;
+  stream::AudioSender& sender_;
+  std::function<void(bool)> onSilence_;
+  audio::SilenceWatch silence_;
+  dispatch::Scope whileWanted_;
+};
+
+}  // namespace quorin::app

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "wire/audio_chunk.h"
+
+namespace quorin::stream {
+
+/// One way on which sound leaves the computer: the phones on the network, or the one on the cable.
+/// The pacing hands each chunk to the first of its transports that has a listener.
+class Transport {
+ public:
+  virtual ~Transport() = default;
+  Transport(const Transport&) = delete;
+  Transport& operator=(const Transport&) = delete;
+
+  /// Whether chunks are wanted at all. Any thread, for every chunk: neither waits nor allocates.
+  virtual bool isOpen() const = 0;
+
+  /// Whether anybody listens at this tick; the `send` that may follow goes to exactly these.
+  /// Pacing queue.
+  virtual bool hasListener() = 0;
+
+  /// Pacing queue, every 20 ms while there is a listener; neither waits nor allocates, and what
+  /// cannot leave at once is lost. The samples are valid for the call only.
+  virtual void send(wire::AudioChunkView samples) = 0;
+
+ protected:
+  Transport() = default;
+};
+
+}  // namespace quorin::stream

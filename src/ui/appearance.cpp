@@ -1,0 +1,44 @@
+#include "ui/appearance.h"
+
+#include <QStyleFactory>
+#include <cmath>
+
+namespace quorin::app {
+
+QColor withAlpha(QColor color, double alpha) {
+  color.setAlphaF(static_cast<float>(alpha));
+  return color;
+}
+
+QFont systemFont(double pixels, QFont::Weight weight) {
+  QFont font = QApplication::font();
+  font.setPixelSize(static_cast<int>(std::lround(pixels)));
+  font.setWeight(weight);
+  return font;
+}
+
+QPalette darkPalette() {
+  const QColor window(30, 30, 32);
+  const QColor base(22, 22, 24);
+  const QColor button(72, 72, 75);
+  QPalette palette(button, window);
+  palette.setColor(QPalette::Base, base);
+  palette.setColor(QPalette::AlternateBase, window);
+  palette.setColor(QPalette::ToolTipBase, window);
+  palette.setColor(QPalette::Highlight, QColor(61, 110, 240));
+  palette.setColor(QPalette::Link, colors::kAccent);
+  for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText,
+                          QPalette::ToolTipText, QPalette::HighlightedText}) {
+    palette.setColor(role, colors::kWhite);
+    palette.setColor(QPalette::Disabled, role, colors::kLightGrey);
+  }
+  palette.setColor(QPalette::PlaceholderText, colors::kLightGrey);
+  return palette;
+}
+
+void applyDarkAppearance(QApplication& application) {
+  application.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+  application.setPalette(darkPalette());
+}
+
+}  // namespace quorin::app

@@ -1,0 +1,145 @@
+#pragma once
+
+#include "ui/picture.h"
+
+#include <QLabel>
+#include <QPushButton>
+#include <QWidget>
+
+/// The window's own small controls. They draw themselves, so they look the same under every style
+/// of the desktop, and shrink a text that would not fit its frame rather than cut it.
+namespace quorin::app {
+
+enum class LineBreak { kWrap, kTruncateTail };
+
+struct TextStyle {
+  double pixels = 13;
+  QFont::Weight weight = QFont::Normal;
+  QColor color = Qt::white;
+  Qt::Alignment alignment = Qt::AlignHCenter;
+  LineBreak lineBreak = LineBreak::kTruncateTail;
+};
+
+/// A text that takes no part in clicks: they go to whatever lies beneath. Wrapped text stands at
+/// the top of its frame, a single line in the middle. Never interprets markup.
+class NonInteractiveLabel : public QLabel {
+  Q_OBJECT
+ public:
+  NonInteractiveLabel(const QString& text, const TextStyle& style, QWidget* parent);
+
+  void setTextColor(const QColor& color);
+  void setPixelSize(double pixels);
+  void setWeight(QFont::Weight weight);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+
+ private:
+  LineBreak lineBreak_;
+};
+
+/// A picture, as large as its frame and its proportion allow, centred.
+class ImageView : public QWidget {
+  Q_OBJECT
+ public:
+  explicit ImageView(QWidget* parent);
+
+  void setImage(pictures::PicturePtr image);
+  bool hasImage() const { return image_ != nullptr; }
+
+  void setOpacity(double opacity);  ///< 0 to 1
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+
+ private:
+  pictures::PicturePtr image_;
+  double opacity_ = 1;
+};
+
+/// A picture that takes no part in clicks.
+class NonInteractiveImageView : public ImageView {
+  Q_OBJECT
+ public:
+  explicit NonInteractiveImageView(QWidget* parent);
+};
+
+/// A filled green circle.
+class DotView : public QWidget {
+  Q_OBJECT
+ public:
+  explicit DotView(QWidget* parent);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+};
+
+/// Whether the keyboard's place is shown: only once the keyboard has been used to get there.
+class FocusVisibility {
+ public:
+  void onFocusIn(Qt::FocusReason reason);
+  bool isShownOn(const QWidget& view) const { return view.hasFocus() && byKeyboard_; }
+
+  static void paintRing(QPainter& painter, const QRectF& frame, double radius);
+
+ private:
+  bool byKeyboard_ = false;
+};
+
+struct ButtonLook {
+  QColor face;
+  double cornerRadius = 8;
+  double alpha = 1;
+};
+
+namespace looks {
+inline constexpr ButtonLook kPlain{{72, 72, 75}};
+inline constexpr ButtonLook kBack{{72, 72, 75}, 8, 0.85};
+inline constexpr ButtonLook kProminent{{46, 92, 214}};
+inline constexpr ButtonLook kDestructive{{201, 32, 44}};
+inline constexpr ButtonLook kCard{{54, 54, 58}, 22, 0.9};
+}  // namespace looks
+
+/// A button with a white title on a rounded face. Space and Return press it; the ring shows where
+/// the keyboard is, and only once the keyboard is in use.
+class PushButton : public QPushButton {
+  Q_OBJECT
+ public:
+  PushButton(const QString& title, const QFont& font, const ButtonLook& look, QWidget* parent);
+
+  QSize sizeHint() const override;
+
+  bool showsFocus() const { return focus_.isShownOn(*this); }
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  void focusInEvent(QFocusEvent* event) override;
+
+ private:
+  ButtonLook look_;
+  FocusVisibility focus_;
+};
+
+/// A button that looks like a hyperlink: white text, underlined and with a pointing hand while
+/// the mouse is over it in the active window.
+class LinkButton : public PushButton {
+  Q_OBJECT
+ public:
+  LinkButton(const QFont& font, QWidget* parent);
+
+  /// The new title starts without underline, also under the mouse.
+  void setTitle(const QString& title);
+  void applyUnderline(bool underlined);
+  bool isUnderlined() const { return underlined_; }
+
+ protected:
+  void enterEvent(QEnterEvent* event) override;
+  void leaveEvent(QEvent* event) override;
+  bool event(QEvent* event) override;
+  void paintEvent(QPaintEvent* event) override;
+
+ private:
+  bool underlined_ = false;
+};
+
+}  // namespace quorin::app

@@ -1,0 +1,196 @@
+#include "window/layout.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace quorin::app {
+namespace {
+
+using enum View;
+
+/// Lays one window out, page by page.
+class Pages {
+ public:
+  Pages(Size bounds, const ScreenState& state, const TextMeasure& measure)
+      : w_(bounds.width), h_(bounds.height), state_(state), measure_(measure) {}
+
+  Layout layOut() {
+    const Rect whole{0, 0, w_, h_};
+    for (const View view :
+         {backgroundGradient_, menuContainer_, audioCheckOverlay_, audioGuardView_, micDeniedView_,
+          onlineContainer_, connectedContainer_, splashOverlay_, onlineSwiftUIView_}) {
+      layout_[view] = whole;
+    }
+    layOutCablePage();
+    layOutNavigation();
+    layOutMenu();
+    layOutChecks();
+    layOutWifiPage();
+    centerConnectedPairInBounds({w_, h_}, measure_, layout_);
+    layOutLogos();
+    return std::move(layout_);
+  }
+
+ private:
+  /// `width` x `height` at height `y`, centred between left and right.
+  Rect centred(double y, double width, double height) const {
+    return {(w_ - width) / 2, y, width, height};
+  }
+
+  void layOutCablePage() {
+    layout_[bottomBar_] = {0, 0, w_, 72};
+    layout_[cableStatusLabel] = {0, 20, w_, 32};
+    layout_[offlineLabel] = {0, h_ - 96, w_, 52};
+
+    constexpr Size kBox{620, 340};
+    constexpr double kTextWidth = kBox.width - 48;
+    layout_[instructionsBox_] = centred((h_ - kBox.height) / 2, kBox.width, kBox.height);
+    const Rect main{24, kBox.height / 2 + 8, kTextWidth,
+                    std::max(36.0, measure_.textHeight(usbMainLabel_, kTextWidth))};
+    const double secondaryHeight =
+        std::max(22.0, measure_.textHeight(usbSecondary2Label_, kTextWidth));
+    layout_[usbMainLabel_] = main;
+    layout_[usbSecondary2Label_] = {24, main.y - secondaryHeight - 24, kTextWidth, secondaryHeight};
+  }
+
+  void layOutNavigation() {
+    const double titleWidth = std::ceil(measure_.textWidth(backButton_));
+    const double width = std::max(120.0, std::min(0.3 * w_, titleWidth + 24));
+    layout_[backButton_] = {16, h_ - 80, width, 34};
+  }
+
+  void layOutMenu() {
+    const double middleX = w_ / 2;
+    const double middleY = h_ / 2;
+    layOutCard(middleX - 310, menuOnlineButton_, menuOnlineImageView_, menuOnlineTitle_,
+               menuOnlineNote_);
+    layOutCard(middleX + 30, menuOfflineButton_, menuOfflineImageView_, menuOfflineTitle_,
+               menuOfflineNote_);
+    layout_[menuHeaderLabel_] = {0, middleY + 134, w_, 26};
+    layout_[menuCopyrightLabel_] = {0, middleY - 200, w_, 18};
+    layout_[menuPrivacyButton_] = {middleX - 110, middleY - 224, 220, 34};
+  }
+
+  void layOutCard(double x, View button, View picture, View title, View note) {
+    const double y = h_ / 2 - 120;
+    layout_[button] = {x, y, 280, 220};
+    layout_[picture] = {x + 104, y + 132, 72, 72};
+    layout_[title] = {x + 12, y + 82, 256, 28};
+    layout_[note] = {x + 12, y + 16, 256, 54};
+  }
+
+  void layOutChecks() {
+    const double textWidth = w_ - 40;
+    layout_[audioCheckLabel_] = {20, (h_ - 30) / 2, textWidth, 30};
+
+    const double titleHeight = measure_.textHeight(audioGuardTitleLabel_, textWidth);
+    const double textHeight = measure_.textHeight(audioGuardTextLabel_, textWidth);
+    const double bottom = std::floor((h_ - (titleHeight + textHeight + 118)) / 2);
+    layout_[audioGuardOpenSettingsButton_] = centred(bottom, 220, 36);
+    layout_[audioGuardStatusInLabel_] = {20, bottom + 56, textWidth, 18};
+    layout_[audioGuardStatusOutLabel_] = {20, bottom + 74, textWidth, 18};
+    layout_[audioGuardTextLabel_] = {20, bottom + 106, textWidth, textHeight};
+    layout_[audioGuardTitleLabel_] = {20, bottom + 118 + textHeight, textWidth, titleHeight};
+
+    layout_[micDeniedImageView_] = centred(h_ / 2 + 20, 84, 84);
+    layout_[micDeniedLabel_] = {20, h_ / 2 - 52, textWidth, 60};
+    layout_[micDeniedAllowButton_] = centred(h_ / 2 - 132, 260, 36);
+  }
+
+  void layOutWifiPage() {
+    layout_[onlineTitleLabel_] = {0, h_ - 96, w_, 52};
+    layout_[onlineHelpLabel_] = {0, h_ - 128, w_, 18};
+    layOutStatus();
+
+    layout_[onlineIPField_] = {w_ / 2 - 340, h_ / 2 - 16, 220, 32};
+    layout_[onlinePortField_] = {w_ / 2 - 100, h_ / 2 - 16, 100, 32};
+    layout_[onlineStartButton_] = {w_ / 2 + 16, h_ / 2 - 18, 200, 36};
+    layout_[onlineStopButton_] = layout_[onlineStartButton_];
+    layout_[onlineQRButton_] = {w_ / 2 + 16, h_ / 2 - 70, 200, 32};
+
+    const double textWidth = w_ - 40;
+    const double codeBottom = (h_ - 300) / 2;
+    layout_[onlineQRImageView_] = centred(codeBottom, 300, 300);
+    const double lineHeight = measure_.textHeight(onlineQRMicroLabel_, textWidth);
+    layout_[onlineQRMicroLabel_] = {20, codeBottom - lineHeight - 52, textWidth, lineHeight};
+
+    const ViewSet visible = visibleViews(state_);
+    if (visible.contains(onlineTitleLabel_) && !visible.contains(onlineQRImageView_)) {
+      const double height = measure_.textHeight(onlineTitleLabel_, textWidth);
+      layout_[onlineTitleLabel_] = {20, (h_ - height) / 2, textWidth, height};
+    }
+  }
+
+  /// The info line and, in a row beneath, one dot for each client.
+  void layOutStatus() {
+    constexpr double kGap = 10;
+    const double width = std::min(std::ceil(measure_.textWidth(onlineInfoLabel_)) + 16, w_ - 40);
+    const double height = std::ceil(measure_.lineHeight(onlineInfoLabel_) + 6);
+    const double y = std::round(h_ / 2 - 320);
+    layout_[onlineInfoLabel_] = {std::floor((w_ - width) / 2), y, width, height};
+
+    const int count = visibleStatusDots(state_);
+    const double dot =
+        std::clamp(std::floor(0.8 * measure_.fontPixels(onlineInfoLabel_)), 16.0, 24.0);
+    const double row = count * dot + (count - 1) * kGap;
+    for (int i = 0; i < count; ++i) {
+      layout_.statusDots.push_back(
+          {std::floor((w_ - row) / 2) + i * (dot + kGap), y - dot - 8, dot, dot});
+    }
+  }
+
+  void layOutLogos() {
+    const double logoWidth = std::min(0.28 * w_, 360.0);
+    const double logoHeight = std::min(0.18 * h_, 120.0);
+    layout_[topLogoImageView_] = centred(h_ - logoHeight - 18, logoWidth, logoHeight);
+
+    const double side = std::min({0.6 * w_, 0.6 * h_, kSplashPictureSide});
+    layout_[splashImageView_] = centred((h_ - side) / 2, side, side);
+  }
+
+  double w_;
+  double h_;
+  const ScreenState& state_;
+  const TextMeasure& measure_;
+  Layout layout_;
+};
+
+}  // namespace
+
+View smallContainerOf(View view) {
+  switch (view) {
+    case usbMainLabel_:
+    case usbSecondary2Label_:
+      return instructionsBox_;
+    case cableStatusLabel:
+      return bottomBar_;
+    default:
+      return count;
+  }
+}
+
+Layout layoutUIForBounds(Size bounds, const ScreenState& state, const TextMeasure& measure) {
+  return Pages(bounds, state, measure).layOut();
+}
+
+void centerConnectedPairInBounds(Size bounds, const TextMeasure& measure, Layout& layout) {
+  constexpr double kLargest = 64;
+  constexpr double kSmallest = 28;
+  double pixels = kLargest;
+  Size label = measure.fittedSize(connectedLabel_, pixels);
+  while (label.width + 84 > 0.8 * bounds.width && pixels > kSmallest) {
+    label = measure.fittedSize(connectedLabel_, --pixels);
+  }
+
+  const double dot = std::clamp(0.06 * bounds.width, 36.0, 60.0);
+  const double gap = 0.4 * dot;
+  const double x = (bounds.width - (dot + gap + label.width)) / 2;
+  const double y = (bounds.height - std::max(dot, label.height)) / 2;
+  layout.connectedFontPixels = pixels;
+  layout[connectedDotView_] = {x, y, dot, dot};
+  layout[connectedLabel_] = {x + dot + gap, y + (dot - label.height) / 2, label.width,
+                             label.height};
+  layout[connectedQRImageView_] = {(bounds.width - 240) / 2, std::max(y - 270, 20.0), 240, 240};
+}
+
+}  // namespace quorin::app

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "window/alert.h"
+#include "window/console.h"
+#include "modes/guard_flow.h"
+#include "ui/images.h"
+#include "modes/menu.h"
+#include "window/screens.h"
+#include "ui/texts.h"
+#include "window/views.h"
+#include "modes/wifi_page.h"
+#include "platform/desktop/settings.h"
+
+#include <QPointer>
+#include <functional>
+
+namespace quorin::app {
+
+/// The window as the modes, the menu and the guard see it: they say what is the case, this puts it
+/// into the views and into the state that decides what is visible. Main queue.
+class Pages : public WiFiPageView, public MenuView, public GuardScreens {
+ public:
+  struct Parts {
+    const Texts& texts;
+    const Images& images;
+    Views& views;
+    Screens& screens;
+  };
+
+  explicit Pages(Parts parts);
+
+  /// What the guard calls when the devices are no longer right.
+  void setStopAllSessions(std::function<void()> stop) { stopAllSessions_ = std::move(stop); }
+
+  /// `shown` runs whenever the menu has come to be in front with nothing before it.
+  void setMenuShown(std::function<void()> shown) { menuShown_ = std::move(shown); }
+
+  /// The cable page's two looks, and the status line of the cable.
+  void showCableChannel(bool connected);
+
+  /// Whether the sound carries nothing, in place of the word that a phone is connected.
+  void showCableSilence(bool silent);
+
+  void showSplashGone();
+
+  /// No settings program could be opened: says in words where to look.
+  void showSettingsMissing(desktop::SettingsPage page);
+
+  void openWiFiPage() override;
+  void showWiFiPage(const WiFiPage& page) override;
+  void presentMessage(const QString& text, bool isStatus) override;
+
+  void openMenuPage() override;
+  void openCablePage() override;
+  void confirmStop(std::function<void()> stop) override;
+  void showPrivacyTerms() override;
+
+  bool hasContentView() const override { return true; }
+  bool splashIsUp() const override { return parts_.screens.state().splash; }
+  void apply(const GuardState& guard) override;
+  void leavePages() override;
+  void showMenu() override { openMenuPage(); }
+  void stopAllSessionsForAudioChange() override { stopAllSessions_(); }
+
+ private:
+  void open(Page page);
+
+  Parts parts_;
+  Console console_;
+  std::function<void()> stopAllSessions_;
+  std::function<void()> menuShown_;
+  QPointer<Alert> stopQuestion_;  ///< while it is asked
+};
+
+}  // namespace quorin::app

@@ -1,0 +1,58 @@
+#include "window/screen_state.h"
+
+#include <algorithm>
+
+namespace quorin::app {
+namespace {
+
+ViewSet pageViews(const ScreenState& state) {
+  using enum View;
+  switch (state.page) {
+    case Page::kNone:
+      return {};
+    case Page::kMenu:
+      return {menuContainer_,   menuHeaderLabel_,      menuOnlineButton_,  menuOnlineTitle_,
+              menuOnlineNote_,  menuOnlineImageView_,  menuOfflineButton_, menuOfflineTitle_,
+              menuOfflineNote_, menuOfflineImageView_, menuPrivacyButton_, menuCopyrightLabel_};
+    case Page::kCable:
+      if (state.channelOpen) {
+        return {connectedContainer_, connectedDotView_, connectedLabel_, backButton_};
+      }
+      return {instructionsBox_, usbMainLabel_, usbSecondary2Label_, backButton_};
+    case Page::kWifi:
+      if (state.wifi == WifiContent::kMessage) {
+        return {onlineContainer_, onlineTitleLabel_, backButton_};
+      }
+      return {onlineContainer_,   onlineQRImageView_, onlineQRMicroLabel_,
+              onlineQRWifiLabel_, onlineInfoLabel_,   backButton_};
+  }
+  return {};
+}
+
+}  // namespace
+
+ViewSet visibleViews(const ScreenState& state) {
+  using enum View;
+  if (state.splash) return {backgroundGradient_, splashOverlay_, splashImageView_};
+
+  ViewSet visible = {backgroundGradient_, topLogoImageView_};
+  if (state.microphoneDenied) {
+    visible.add({micDeniedView_, micDeniedImageView_, micDeniedLabel_, micDeniedAllowButton_});
+  } else if (state.guard) {
+    visible.add({audioGuardView_, audioGuardTitleLabel_, audioGuardTextLabel_,
+                 audioGuardStatusOutLabel_, audioGuardStatusInLabel_,
+                 audioGuardOpenSettingsButton_});
+  } else if (state.checking) {
+    visible.add({audioCheckOverlay_, audioCheckLabel_});
+  } else {
+    visible.add(pageViews(state));
+  }
+  return visible;
+}
+
+int visibleStatusDots(const ScreenState& state) {
+  if (!visibleViews(state).contains(View::onlineInfoLabel_)) return 0;
+  return std::clamp(state.clients, 0, kMostStatusDots);
+}
+
+}  // namespace quorin::app

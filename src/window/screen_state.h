@@ -1,0 +1,34 @@
+#pragma once
+
+#include "window/view_id.h"
+
+/// What is visible, decided in one place.
+namespace quorin::app {
+
+enum class Page { kNone, kMenu, kCable, kWifi };
+
+/// What the Wi-Fi page shows: the code to scan with the status beneath, or words on the network.
+enum class WifiContent { kCode, kMessage };
+
+/// All that the visible views follow from.
+struct ScreenState {
+  bool splash = true;  ///< until it has faded out
+  bool microphoneDenied = false;
+  bool guard = false;
+  bool checking = false;
+  Page page = Page::kNone;  ///< where the person is, also while something is in front of it
+  bool channelOpen = false;
+  WifiContent wifi = WifiContent::kCode;
+  int clients = 0;
+
+  bool operator==(const ScreenState&) const = default;
+};
+
+/// One screen at a time: the splash, else the microphone screen, else the guard, else the check,
+/// else the page. Everything else is hidden, whatever has been set for it.
+ViewSet visibleViews(const ScreenState& state);
+
+/// How many of the status dots are visible: one a client, at most `kMostStatusDots`.
+int visibleStatusDots(const ScreenState& state);
+
+}  // namespace quorin::app

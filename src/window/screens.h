@@ -1,0 +1,35 @@
+#pragma once
+
+#include "window/layout.h"
+#include "window/screen_state.h"
+#include "window/views.h"
+
+#include <functional>
+
+namespace quorin::app {
+
+/// Makes a state visible: shows its views, hides all others and lays the window out. The only
+/// code that shows, hides or places a view. Main thread.
+class Screens {
+ public:
+  /// Both outlive this.
+  Screens(Views& views, const Texts& texts) : views_(views), texts_(texts) {}
+
+  const ScreenState& state() const { return state_; }
+
+  /// Changes the state by `change` and makes the result visible.
+  void update(const std::function<void(ScreenState&)>& change);
+
+  /// Places every view anew; after a resize and after a change of a text.
+  void layoutUI();
+
+ private:
+  void applyVisibility();
+  void placeBackButton();
+
+  Views& views_;
+  const Texts& texts_;
+  ScreenState state_;
+};
+
+}  // namespace quorin::app

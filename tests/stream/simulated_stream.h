@@ -1,0 +1,179 @@
+#pragma once
+
+#include "stream/audio_frame_queue.h"
+#include "stream/pacing_discipline.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <random>
+#include <utility>
+#include <vector>
+
+/// A capture with a clock of its own and a send timer, in simulated time: for the tests of the
+/// pacing and for the benchmark that sets it beside a plain timer.
+namespace quorin::stream {
+
+using dispatch::Duration;
+using dispatch::TimePoint;
+
+constexpr Duration kChunk = wire::kChunkDuration;
+
+inline double milliseconds(Duration duration) {
+  return std::chrono::duration<double, std::milli>(duration).count();
+}
+
+/// How long after its last sample a chunk reaches the sender.
+using Lateness = std::function<Duration(std::uint64_t chunk)>;
+
+inline Duration atOnce(std::uint64_t) {
+  return {};
+}
+
+/// The audio server delivers in blocks, and a chunk arrives with the block that completes it.
+inline Lateness inBlocksOf(Duration block) {
+  return [block](std::uint64_t chunk) {
+    const auto complete = kChunk * static_cast<Duration::rep>(chunk);
+    const auto blocks = (complete + block - Duration(1)) / block;
+    return blocks * block - complete;
+  };
+}
+
+/// Threads are late by a little nearly always, by much now and then.
+inline Lateness withNoise(Lateness base, unsigned seed) {
+  return [base = std::move(base), random = std::mt19937(seed)](std::uint64_t chunk) mutable {
+    const double usual = std::exponential_distribution<>(1 / 0.1)(random);
+    const double rare = random() % 500 == 0 ? std::uniform_real_distribution<>(0, 4)(random) : 0;
+    return base(chunk) +
+           std::chrono::round<Duration>(std::chrono::duration<double, std::milli>(usual + rare));
+  };
+}
+
+/// PulseAudio with fragments of 10 ms: gaps of up to 21 ms, without a rhythm.
+inline Lateness unevenFragments(unsigned seed) {
+  return [random = std::mt19937(seed)](std::uint64_t) mutable {
+    return Duration(std::uniform_int_distribution<Duration::rep>(
+        0, Duration(std::chrono::milliseconds(11)).count())(random));
+  };
+}
+
+/// The machine holds up one chunk of so many.
+inline Lateness oneLate(std::uint64_t of, Duration by) {
+  return [of, by](std::uint64_t chunk) { return chunk % of == 0 ? by : Duration{}; };
+}
+
+struct Scene {
+  const char* name;
+  double ppm;  ///< how much faster than the sender's clock the capture runs
+  Lateness lateness = atOnce;
+  bool ticksLost = false;        ///< once in ten minutes the machine stands still for three ticks
+  std::uint64_t mayStarve = 0;   ///< ticks that accidents may cost, and noise until it has room
+  double meanWaitingAtMost = 2;  ///< chunks
+  Duration length = std::chrono::hours(3);
+};
+
+struct Outcome {
+  std::uint64_t starved = 0;
+  std::uint64_t cut = 0;
+  double meanWaiting = 0;         ///< chunks in the queue as a tick begins
+  Duration largestShift{0};       ///< of one tick
+  std::vector<Duration> latency;  ///< from the last sample to the send, once a second
+
+  Duration percentile(double p) {
+    const auto at = latency.begin() + std::lround(p * static_cast<double>(latency.size() - 1));
+    std::nth_element(latency.begin(), at, latency.end());
+    return *at;
+  }
+};
+
+/// A capture and a send timer with the real queue between them. Without a scheduler: chunks and
+/// ticks are merged by their times, and a day takes a second.
+class Stream {
+ public:
+  Stream(const Scene& scene, bool disciplined, TimePoint firstTick)
+      : scene_(scene), disciplined_(disciplined), tick_(firstTick) {
+    prepareNext();
+  }
+
+  /// Plays on and tells what happened meanwhile.
+  Outcome play(Duration length) {
+    Outcome outcome;
+    const auto end = tick_ + length;
+    std::uint64_t ticks = 0;
+    std::uint64_t waiting = 0;
+    while (tick_ < end) {
+      for (; arriving_.arrived <= tick_; prepareNext()) {
+        const auto removed = queue_.append(arriving_);
+        discipline_.cut(removed);
+        outcome.cut += removed;
+      }
+      waiting += queue_.size();
+
+      Duration shift{0};
+      const auto* chunk = queue_.takeOldest();
+      if (chunk == nullptr && isOnlyLate()) {
+        queue_.append(arriving_);
+        prepareNext();
+        chunk = queue_.takeOldest();
+      }
+      if (chunk != nullptr) {
+        if (++ticks % 50 == 0) outcome.latency.push_back(latencyOf(*chunk));
+        shift = takeInto(discipline_, *chunk);
+      } else {
+        discipline_.starved();
+        ++outcome.starved;
+      }
+      outcome.largestShift = std::max(outcome.largestShift, Duration(std::abs(shift.count())));
+      if (disciplined_) tick_ += shift;
+      tick_ += scene_.ticksLost && ticks % 30'000 == 0 ? 4 * kChunk : kChunk;
+    }
+    outcome.meanWaiting = static_cast<double>(waiting) / static_cast<double>(ticks);
+    return outcome;
+  }
+
+  /// So long before the next tick.
+  void clearQueue(Duration beforeTick) {
+    for (; arriving_.arrived <= tick_ - beforeTick; prepareNext()) queue_.append(arriving_);
+    discipline_.cleared(queue_.clear());
+  }
+  void pauseCapture(Duration duration) { paused_ += duration; }
+
+ private:
+  bool isOnlyLate() const {
+    return disciplined_ && discipline_.expectsChunk() &&
+           arriving_.arrived <= tick_ + PacingDiscipline::kLeeway;
+  }
+
+  /// Of five chunks four are fetched, and not known to have been there before.
+  Duration takeInto(PacingDiscipline& discipline, const TimedChunk& chunk) {
+    const auto waited = tick_ - chunk.arrived;
+    const auto lead = discipline.fetchLead();
+    if (!lead || ++taken_ % 5 == 0) return discipline.sent(waited);
+    return discipline.sent(std::min(waited, *lead), Arrival::kFetched);
+  }
+
+  void prepareNext() {
+    ++chunk_;
+    const auto nanoseconds = 20e6 * static_cast<double>(chunk_) / (1 + scene_.ppm * 1e-6);
+    const auto complete = TimePoint{Duration(std::llround(nanoseconds))} + paused_;
+    arriving_.arrived = std::max(complete + scene_.lateness(chunk_), arriving_.arrived);
+    arriving_.samples[0] = static_cast<float>(milliseconds(arriving_.arrived - complete));
+  }
+
+  Duration latencyOf(const TimedChunk& chunk) const {
+    const std::chrono::duration<double, std::milli> lateness(chunk.samples[0]);
+    return std::max(tick_ - chunk.arrived, Duration(0)) + std::chrono::round<Duration>(lateness);
+  }
+
+  Scene scene_;
+  bool disciplined_;
+  TimePoint tick_;
+  AudioFrameQueue queue_;
+  PacingDiscipline discipline_;
+  TimedChunk arriving_{};
+  std::uint64_t chunk_ = 0;
+  std::uint64_t taken_ = 0;
+  Duration paused_{0};
+};
+
+}  // namespace quorin::stream

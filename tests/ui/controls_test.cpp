@@ -1,0 +1,127 @@
+#include "ui/controls.h"
+
+#include "ui/appearance.h"
+
+#include <gmock/gmock.h>
+
+#include <QAccessible>
+#include <QApplication>
+#include <QSignalSpy>
+#include <QTest>
+
+namespace quorin::app {
+namespace {
+
+class ControlsTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    window_.setPalette(darkPalette());
+    window_.resize(400, 300);
+    window_.show();
+    window_.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window_));
+  }
+
+  /// As the display does it: the position decides which view is hit.
+  void clickAt(QPoint point) {
+    QTest::mouseClick(window_.windowHandle(), Qt::LeftButton, {}, point);
+  }
+  void moveTo(QPoint point) { QTest::mouseMove(window_.windowHandle(), point); }
+
+  QWidget window_;
+};
+
+class LinkButtonTest : public ControlsTest {
+ protected:
+  void SetUp() override {
+    link_.setGeometry(100, 100, 200, 34);
+    link_.setTitle("Privacy");
+    ControlsTest::SetUp();
+    moveTo({5, 5});
+  }
+
+  LinkButton link_{systemFont(12), &window_};
+};
+
+TEST_F(LinkButtonTest, IsUnderlinedWithAHandWhileTheMouseIsOverIt) {
+  EXPECT_FALSE(link_.isUnderlined());
+  moveTo({150, 110});
+  EXPECT_TRUE(link_.isUnderlined());
+  EXPECT_EQ(link_.cursor().shape(), Qt::PointingHandCursor);
+  moveTo({5, 5});
+  EXPECT_FALSE(link_.isUnderlined());
+  EXPECT_EQ(link_.cursor().shape(), Qt::ArrowCursor);
+}
+
+TEST_F(LinkButtonTest, IsUnderlinedInTheActiveWindowAlone) {
+  moveTo({150, 110});
+  ASSERT_TRUE(link_.isUnderlined());
+  QWidget other;
+  other.show();
+  other.activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
+  EXPECT_FALSE(link_.isUnderlined()) << "lost with the activation";
+  moveTo({5, 5});
+  moveTo({150, 110});
+  EXPECT_FALSE(link_.isUnderlined());
+}
+
+TEST_F(LinkButtonTest, AnAmpersandInItsTitleIsNoShortcut) {
+  link_.setTitle("Privacy & Terms");
+  EXPECT_EQ(link_.accessibleName(), "Privacy & Terms");
+  EXPECT_TRUE(link_.shortcut().isEmpty());
+}
+
+TEST_F(ControlsTest, SpaceAndReturnPressAButton) {
+  PushButton button("Back", systemFont(18), looks::kBack, &window_);
+  button.show();
+  button.setFocus(Qt::TabFocusReason);
+  const QSignalSpy clicks(&button, &QPushButton::clicked);
+  QTest::keyClick(&button, Qt::Key_Space);
+  QTest::keyClick(&button, Qt::Key_Return);
+  EXPECT_EQ(clicks.count(), 2);
+}
+
+TEST_F(ControlsTest, FocusIsVisibleOnceTheKeyboardIsUsed) {
+  PushButton card("", systemFont(18), looks::kCard, &window_);
+  card.setGeometry(10, 10, 280, 220);
+  LinkButton link(systemFont(12), &window_);
+  link.setGeometry(10, 240, 220, 34);
+  link.setTitle("Privacy");
+  for (PushButton* button : {&card, static_cast<PushButton*>(&link)}) {
+    button->show();
+    const QImage plain = button->grab().toImage();
+    button->setFocus(Qt::MouseFocusReason);
+    EXPECT_EQ(button->grab().toImage(), plain) << "a click shows no ring";
+    button->clearFocus();
+    button->setFocus(Qt::TabFocusReason);
+    EXPECT_NE(button->grab().toImage(), plain);
+  }
+}
+
+TEST_F(ControlsTest, ATextTooLongForItsFrameShrinksOrEndsInAnEllipsis) {
+  const QString longText = "Eine ungewöhnlich lange Überschrift, die niemals in eine Zeile passt";
+  const auto inkAtTheEdges = [](QWidget& view) {
+    const QImage image = view.grab().toImage();
+    const QRgb background = image.pixel(0, 0);
+    int ink = 0;
+    for (int y = 0; y < image.height(); ++y) {
+      ink += (image.pixel(0, y) != background) + (image.pixel(image.width() - 1, y) != background);
+    }
+    for (int x = 0; x < image.width(); ++x) ink += image.pixel(x, image.height() - 1) != background;
+    return ink;
+  };
+  for (const LineBreak lineBreak : {LineBreak::kWrap, LineBreak::kTruncateTail}) {
+    NonInteractiveLabel label(longText, {.pixels = 24, .lineBreak = lineBreak}, &window_);
+    label.resize(256, 30);
+    EXPECT_LE(inkAtTheEdges(label), 4) << "may touch the edges, but is not cut there";
+  }
+}
+
+TEST_F(ControlsTest, NamesWithMarkupAreShownAsTheyStand) {
+  const NonInteractiveLabel label("<b>Quorin Audio</b>", {}, &window_);
+  EXPECT_EQ(label.textFormat(), Qt::PlainText);
+}
+
+}  // namespace
+}  // namespace quorin::app

@@ -1,0 +1,78 @@
+#include "ui/texts.h"
+
+#include <gmock/gmock.h>
+
+#include <QRegularExpression>
+#include <ostream>
+
+void PrintTo(const QString& text, std::ostream* out) {
+  *out << '"' << text.toStdString() << '"';
+}
+
+namespace quorin::app {
+namespace {
+
+struct EmptyTable : StringTable {
+  QString text(const char* key, std::optional<int>) const override { return key; }
+};
+
+struct Wanted {
+  QStringList languages;
+  QString result;
+};
+
+TEST(TextsTest, WithoutTableTheMenuSpeaksTheFirstPreferredLanguage) {
+  const EmptyTable empty;
+  const QString english = "How do you want to stream audio?";
+  const QString spanish = "¿Cómo quieres transmitir audio?";
+  for (const auto& [languages, header] :
+       {Wanted{{"en-GB"}, english}, Wanted{{"de-DE", "es"}, english}, Wanted{{}, english},
+        Wanted{{"ES"}, english}, Wanted{{"es"}, spanish}, Wanted{{"es-ES", "en"}, spanish},
+        Wanted{{"es-419"}, spanish}}) {
+    EXPECT_EQ(Texts(empty, languages).tr("menu.header"), header)
+        << languages.join(',').toStdString();
+  }
+}
+
+TEST(CompiledTableTest, IsInTheFirstLanguageItKnows) {
+  for (const auto& [languages, table] :
+       {Wanted{{"es-MX", "en"}, "es"}, Wanted{{"de", "es"}, "es"}, Wanted{{"de", "fr"}, "en"},
+        Wanted{{}, "en"}, Wanted{{"en-US", "es"}, "en"}, Wanted{{"est"}, "en"}}) {
+    EXPECT_EQ(CompiledTable(languages).language(), table) << languages.join(',').toStdString();
+  }
+}
+
+class EveryLanguage : public testing::TestWithParam<const char*> {};
+INSTANTIATE_TEST_SUITE_P(Languages, EveryLanguage, testing::Values("en", "es"));
+
+TEST_P(EveryLanguage, HasATextForEveryKey) {
+  const CompiledTable table({GetParam()});
+  for (const RegisteredKey& key : kTextKeys) {
+    const bool isFormat = key.shape == Shape::kFormat;
+    const QString text = table.text(key.name, isFormat ? std::optional(7) : std::nullopt);
+    EXPECT_NE(text, key.name) << "no text";
+    EXPECT_EQ(text, text.trimmed()) << key.name;
+    EXPECT_EQ(text.count("7"), isFormat ? 1 : 0) << key.name << " takes one integer or none";
+    EXPECT_FALSE(text.contains('%')) << key.name << " has a placeholder too many";
+    EXPECT_FALSE(text.contains(QRegularExpression("Wi-Fi|USB-C")))
+        << key.name << " may break there";
+  }
+}
+
+TEST(CompiledTableTest, CountsInProperPlurals) {
+  const CompiledTable en({"en"});
+  const CompiledTable es({"es"});
+  EXPECT_EQ(en.text("status.connected.many", 2), "2 devices connected");
+  EXPECT_EQ(es.text("status.connected.many", 10), "10 dispositivos conectados");
+  EXPECT_EQ(en.text("network.generating_qr_in_seconds", 1), "New QR code in 1 second");
+  EXPECT_EQ(en.text("network.generating_qr_in_seconds", 2), "New QR code in 2 seconds");
+  EXPECT_EQ(es.text("network.generating_qr_in_seconds", 1), "Nuevo código QR en 1 segundo");
+}
+
+TEST(PreferredLanguagesTest, ChosenLanguageStandsFirst) {
+  EXPECT_EQ(preferredLanguages("es").value(0), "es");
+  EXPECT_FALSE(preferredLanguages().isEmpty());
+}
+
+}  // namespace
+}  // namespace quorin::app
