@@ -30,7 +30,7 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
       sender_(scheduler_, *audioFrameQueueSerial_, {&wifiTransport_, &cable_.audioPath()}),
       sound_(scheduler_, audioCaptureManager_, sender_),
       wifi_(scheduler_,
-            {texts_, sound_, sender_, wifiTransport_, cable_, pages_, [] { return wifi::localIPv4Address(); }}),
+            {texts_, sound_, sender_, wifiTransport_, cable_, pages_, wifi::lookUpLocalNetworks}),
       menu_(scheduler_, {wifi_, cable_, sound_, pages_}),
       guard_(scheduler_, std::make_shared<AudioInputs>(scheduler_, *audioServer_), pages_) {
   if (options.port) wifi_.setPort(*options.port);
