@@ -113,7 +113,7 @@ WiFiPage describe(const WiFiState& state, const Texts& texts) {
   for (const auto& client : state.clients) {
     page.phones.push_back(
         {.endpoint = text(client.endpoint.text()),
-         .description = texts.tr("phone.listening", text(client.endpoint.addressText()),
+         .description = texts.tr("phone.listening", text(wire::addressText(client.endpoint.address)),
                                  timeOfDay(client.connectedSince))});
   }
   if (state.network != WiFiState::Network::kThere) {
