@@ -18,7 +18,7 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
       startMode_(options.start),
       audioServer_(audio::connectToAudioServer(scheduler_.utilityQueue())),
       views_(window_, texts_, images_, [this] { return makePanel().release(); }),
-      screens_(views_, texts_),
+      screens_(views_),
       pages_({texts_, images_, views_, screens_}),
       audioCaptureManager_(scheduler_,
                            {.makeEngine = [this] { return audioServer_->makeEngine(); }}),
@@ -70,8 +70,6 @@ void PTAppDelegate::connectViews() {
   onClick(views_.micDeniedAllowButton_,
           [this] { openSettings(desktop::SettingsPage::kMicrophonePrivacy); });
 
-  QObject::connect(views_.onlineQRImageView_, &CodeView::clicked, views_.onlineAddressView_,
-                   &AddressView::copy);
   QObject::connect(views_.onlineAddressView_, &AddressView::networkChosen, &window_,
                    [this](const QString& address) { wifi_.chooseNetwork(address); });
   for (const PhoneDot* dot : views_.onlineStatusDots_) {
