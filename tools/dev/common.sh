@@ -1,4 +1,4 @@
-# shellcheck shell=bash disable=SC2034 # the lists are used by the scripts that source this
+# shellcheck shell=bash disable=SC2034,SC2207 # the lists are used by the scripts that source this
 # What every command of ./dev shares: saying what happens, installing what is missing, building.
 # Sourced with the project's root as the current folder.
 
@@ -11,7 +11,7 @@ fail() {
 # Debian's names, one list for each thing to do. A command installs only its own.
 # What the programs are built with stands in debian/control, one name a line.
 BUILD_PACKAGES=(
-  $(sed -nE '/^Build-Depends:/,/^[^ B]/ s/^ ([a-z0-9+.-]+).*/\1/p' debian/control)
+  $(sed -nE '/^Build-Depends:/,/^[^ ]/ s/^ ([a-z0-9+.-]+).*/\1/p' debian/control)
   libgtest-dev libgmock-dev libzbar-dev
 )
 TEST_PACKAGES=(

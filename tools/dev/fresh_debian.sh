@@ -23,6 +23,7 @@ fresh_debian() {
 # inside SYSTEM MINUTES SCRIPT: runs the text SCRIPT with bash in that system of $DEBIAN. Its
 # processes and mounts end with it, and so does all of it after so many minutes.
 inside() {
+  # shellcheck disable=SC2016 # the inner shell expands it
   timeout --kill-after=10 "$2m" unshare --mount --pid --fork --kill-child bash -euc '
     mount --bind "$1" "$2/var/cache/apt/archives"
     mount -t proc proc "$2/proc"

@@ -2,7 +2,8 @@
 # Runs in a bare Debian: installs /quorin-stream.deb, runs its programs, removes it and looks for
 # what it left.
 export QT_QPA_PLATFORM=offscreen XDG_RUNTIME_DIR=/run/user/0
-mkdir -p -m 700 $XDG_RUNTIME_DIR
+mkdir -p $XDG_RUNTIME_DIR
+chmod 700 $XDG_RUNTIME_DIR
 # A minimal system leaves out manuals and documents; a person's has them.
 rm -f /etc/dpkg/dpkg.cfg.d/*
 
