@@ -12,7 +12,7 @@ fail() {
 # What the programs are built with stands in debian/control, one name a line.
 BUILD_PACKAGES=(
   $(sed -nE '/^Build-Depends:/,/^[^ ]/ s/^ ([a-z0-9+.-]+).*/\1/p' debian/control)
-  libgtest-dev libgmock-dev libzbar-dev
+  g++ libgtest-dev libgmock-dev libzbar-dev
 )
 TEST_PACKAGES=(
   pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus
