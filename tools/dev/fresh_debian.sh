@@ -25,6 +25,7 @@ fresh_debian() {
 inside() {
   # shellcheck disable=SC2016 # the inner shell expands it
   timeout --kill-after=10 "$2m" unshare --mount --pid --fork --kill-child bash -euc '
+    mount --bind "$2" "$2" # a root that can be unshared again is a mount
     mount --bind "$1" "$2/var/cache/apt/archives"
     mount -t proc proc "$2/proc"
     mount -t sysfs -o ro sysfs "$2/sys"
