@@ -4,18 +4,19 @@
 
 namespace quorin::wifi {
 
-bool WifiTransport::hasListener() {
-  listening_ = audience_.load();
-  return listening_ && !listening_->empty();
+bool WifiTransport::hasListener() const {
+  const auto audience = audience_.load();
+  return audience && !audience->empty();
 }
 
 void WifiTransport::send(wire::AudioChunkView samples) {
+  const auto audience = audience_.load();
+  if (!audience) return;  // the server stopped this instant
   wire::convertToPcm16(samples, datagram_);
   const auto bytes = std::as_bytes(std::span(datagram_));
   std::uint64_t taken = 0;
-  for (const auto& client : *listening_) taken += client->send(bytes) ? 1U : 0U;
+  for (const auto& client : *audience) taken += client->send(bytes) ? 1U : 0U;
   datagramsSent_.fetch_add(taken, std::memory_order_relaxed);
-  listening_.reset();  // the last to hold the socket of a client that has left closes it
 }
 
 }  // namespace quorin::wifi

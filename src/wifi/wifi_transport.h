@@ -69,7 +69,7 @@ class WifiTransport : public stream::Transport {
   std::uint64_t datagramsSent() const { return datagramsSent_.load(std::memory_order_relaxed); }
 
   bool isOpen() const override { return serverRunning_.load(std::memory_order_relaxed); }
-  bool hasListener() override;
+  bool hasListener() const override;
   void send(wire::AudioChunkView samples) override;
 
  private:
@@ -77,9 +77,7 @@ class WifiTransport : public stream::Transport {
   dispatch::Snapshot<Audience> audience_;   ///< main writes, pacing reads
   std::atomic<std::uint64_t> datagramsSent_{0};
 
-  // Pacing queue only.
-  std::shared_ptr<const Audience> listening_;  ///< from `hasListener` to the end of `send`
-  std::array<std::int16_t, wire::kChunkFrames> datagram_{};
+  std::array<std::int16_t, wire::kChunkFrames> datagram_{};  ///< pacing queue only
 };
 
 }  // namespace quorin::wifi
