@@ -80,7 +80,7 @@ void PTAppDelegate::connectViews() {
   QObject::connect(&window_, &MainWindow::resized, &window_, [this] { screens_.layoutUI(); });
   QObject::connect(&window_, &MainWindow::quitRequested, qApp, &QCoreApplication::quit);
 
-  QObject::connect(views_.inputTextField, &TextField::returnPressed, &window_, [this] {
+  QObject::connect(views_.inputTextField, &QLineEdit::returnPressed, &window_, [this] {
     if (cable_.sendMessage(views_.inputTextField->text())) views_.inputTextField->clear();
   });
 

@@ -11,8 +11,7 @@ ViewSet wifiViews(const ScreenState& state) {
   ViewSet views = {onlineContainer_, backButton_};
   switch (state.wifi) {
     case Content::kCode:
-      views.add({onlineQRImageView_, onlineQRMicroLabel_, onlineQRWifiLabel_, onlineAddressView_,
-                 onlineInfoLabel_});
+      views.add({onlineQRImageView_, onlineQRMicroLabel_, onlineAddressView_, onlineInfoLabel_});
       break;
     case Content::kMessage:
       views.add({onlineTitleLabel_});
