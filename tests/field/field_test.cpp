@@ -137,6 +137,8 @@ TEST_F(Field, ACableThatIsPluggedInDisturbsNobody) {
   ip("link set eth0 name wlan0");
   ip("link set wlan0 up");
   Computer computer;
+  ASSERT_TRUE(computer.until([&] { return computer.watch().address().has_value(); }));
+  computer.news.clear();
   auto& phone = computer.newClient(phones_, address(0));
   const auto begin = phone.arrivals.size();
   phones_.wireTo("eth0", "phone1");
