@@ -8,12 +8,15 @@
 #include <QTimer>
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
 // The Wi-Fi server among phones in a network of their own.
 //   field_bench phones DEAD   ten phones, so many of which leave without a word: how the rest hears
-//   field_bench flood TEXT... 2000 datagrams a second, in turn: what they cost, in % of a core
+//   field_bench flood SOURCES TEXT...
+//                             2000 datagrams a second: each source says all texts, then the next
+//                             one does; what that costs, in % of a core
 namespace quorin::bench {
 namespace {
 
@@ -63,24 +66,22 @@ double processorSeconds() {
   return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) / 1e9;
 }
 
-void flood(std::span<char*> texts) {
+void flood(int sources, std::span<char*> texts) {
   const Phones place;
   field::Computer computer;
+  for (int i = 0; i < sources; ++i) computer.newPhone(place, address(0));
   std::atomic<double> own = 0;  // of the flooding thread
   const auto before = processorSeconds();
   std::thread flooding([&] {
-    place.run([&] {
-      field::Phone phone(place, address(0), "10.11.0.2");
-      auto next = std::chrono::steady_clock::now();
-      for (int i = 0; i < 2000 * kDuration.count(); ++i) {
-        phone.says(texts[static_cast<std::size_t>(i) % texts.size()]);
-        if (i % 100 == 0) phone.turn();
-        std::this_thread::sleep_until(next += 500us);
-      }
-      timespec used{};
-      ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
-      own = static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) / 1e9;
-    });
+    auto next = std::chrono::steady_clock::now();
+    for (std::size_t i = 0; i < static_cast<std::size_t>(2000 * kDuration.count()); ++i) {
+      auto& phone = *computer.phones[i / texts.size() % computer.phones.size()];
+      phone.says(texts[i % texts.size()]);
+      std::this_thread::sleep_until(next += 500us);
+    }
+    timespec used{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    own = static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) / 1e9;
   });
   QEventLoop loop;
   QTimer::singleShot(kDuration, &loop, &QEventLoop::quit);
@@ -95,15 +96,15 @@ void flood(std::span<char*> texts) {
 
 int main(int argc, char** argv) {
   const std::span arguments(argv, static_cast<std::size_t>(argc));
-  if (argc < 3 || !quorin::field::enterField()) {
-    std::fputs("field_bench: phones DEAD | flood TEXT..., as root\n", stderr);
+  if (argc < 3 || (std::strcmp(argv[1], "flood") == 0 && argc < 4) || !quorin::field::enterField()) {
+    std::fputs("field_bench: phones DEAD | flood SOURCES TEXT..., as root\n", stderr);
     return 2;
   }
   const QCoreApplication application(argc, argv);
   if (std::strcmp(argv[1], "phones") == 0) {
     quorin::bench::phones(std::atoi(argv[2]));
   } else {
-    quorin::bench::flood(arguments.subspan(2));
+    quorin::bench::flood(std::atoi(argv[2]), arguments.subspan(3));
   }
   return 0;
 }
