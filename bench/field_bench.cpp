@@ -1,8 +1,6 @@
 #include "field/field.h"
 #include "measure/arrival_statistics.h"
 
-#include <ctime>
-
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QTimer>
@@ -10,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <string>
 
 // The Wi-Fi server among phones in a network of their own.
@@ -96,7 +95,8 @@ void flood(int sources, std::span<char*> texts) {
 
 int main(int argc, char** argv) {
   const std::span arguments(argv, static_cast<std::size_t>(argc));
-  if (argc < 3 || (std::strcmp(argv[1], "flood") == 0 && argc < 4) || !quorin::field::enterField()) {
+  if (argc < 3 || (std::strcmp(argv[1], "flood") == 0 && argc < 4) ||
+      !quorin::field::enterField()) {
     std::fputs("field_bench: phones DEAD | flood SOURCES TEXT..., as root\n", stderr);
     return 2;
   }

@@ -1,11 +1,11 @@
-#include "wifi/wifi_transport.h"
 #include "stream/audio_frame_queue.h"
 #include "stream/chunk_ring.h"
-#include "wifi/client_table.h"
 #include "stream/pacing_discipline.h"
-#include "wire/pcm16.h"
+#include "wifi/client_table.h"
 #include "wifi/request.h"
+#include "wifi/wifi_transport.h"
 #include "wire/control_message.h"
+#include "wire/pcm16.h"
 
 #include <benchmark/benchmark.h>
 #include <sys/socket.h>
