@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <QCoreApplication>
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -118,6 +119,11 @@ void Phone::turn() {
       }
     }
   }
+}
+
+std::size_t Phone::heardWithin(std::chrono::seconds duration) const {
+  return static_cast<std::size_t>(std::ranges::count_if(
+      arrivals, [&](auto arrival) { return arrival - arrivals.front() < duration; }));
 }
 
 void sendForged(const wire::Endpoint& source, const wire::Endpoint& to, std::string_view text) {

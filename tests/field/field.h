@@ -52,6 +52,8 @@ class Phone {
 
   void says(std::string_view text);
   void turn();
+  /// How many audio datagrams came in `duration` from the first one on.
+  std::size_t heardWithin(std::chrono::seconds duration) const;
   /// The app ends; its port is closed.
   void closes() { socket_.reset(); }
 
