@@ -113,12 +113,35 @@ class Pages {
     layout_[onlineQRImageView_] = centred(codeBottom, 300, 300);
     const double lineHeight = measure_.textHeight(onlineQRMicroLabel_, textWidth);
     layout_[onlineQRMicroLabel_] = {20, codeBottom - lineHeight - 52, textWidth, lineHeight};
+    layout_[onlineAddressView_] = {20, codeBottom - 41, textWidth, 34};  // between the two
 
-    const ViewSet visible = visibleViews(state_);
-    if (visible.contains(onlineTitleLabel_) && !visible.contains(onlineQRImageView_)) {
-      const double height = measure_.textHeight(onlineTitleLabel_, textWidth);
-      layout_[onlineTitleLabel_] = {20, (h_ - height) / 2, textWidth, height};
+    if (visibleViews(state_).contains(onlineTitleLabel_)) layOutTitleInTheMiddle(textWidth);
+  }
+
+  /// The title, and beneath it what a problem has to say and to offer, centred as one.
+  void layOutTitleInTheMiddle(double textWidth) {
+    constexpr double kButtonHeight = 36;
+    const bool isProblem = state_.wifi == WiFiPage::Content::kProblem;
+    const double titleHeight = measure_.textHeight(onlineTitleLabel_, textWidth);
+    const double detailHeight = isProblem ? measure_.textHeight(onlineDetailLabel_, textWidth) : 0;
+    const double beneath = isProblem ? 14 + detailHeight + 28 + kButtonHeight : 0;
+    const double bottom = (h_ - titleHeight - beneath) / 2;
+    layout_[onlineTitleLabel_] = {20, bottom + beneath, textWidth, titleHeight};
+    if (!isProblem) return;
+
+    layout_[onlineDetailLabel_] = {20, bottom + kButtonHeight + 28, textWidth, detailHeight};
+    constexpr double kGap = 16;
+    const double retry = buttonWidth(onlineRetryButton_);
+    const double other = state_.otherPort ? kGap + buttonWidth(onlineOtherPortButton_) : 0;
+    const double x = std::floor((w_ - retry - other) / 2);
+    layout_[onlineRetryButton_] = {x, bottom, retry, kButtonHeight};
+    if (state_.otherPort) {
+      layout_[onlineOtherPortButton_] = {x + retry + kGap, bottom, other - kGap, kButtonHeight};
     }
+  }
+
+  double buttonWidth(View button) const {
+    return std::max(160.0, std::ceil(measure_.textWidth(button)) + 36);
   }
 
   /// The info line and, in a row beneath, one dot for each client.
