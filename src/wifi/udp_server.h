@@ -28,6 +28,8 @@ struct StartFailure {
   Step step;
   int error = 0;           ///< errno of the step, 0 for `kPort`
   std::uint16_t port = 0;  ///< 0 for `kPort`
+
+  friend bool operator==(const StartFailure&, const StartFailure&) = default;
 };
 
 /// What the server reports to the page, on the main queue. The first three come from within the

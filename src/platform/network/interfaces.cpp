@@ -86,4 +86,8 @@ bool isEthernetOrWifi(std::string_view interfaceName) {
                              [&](auto prefix) { return interfaceName.starts_with(prefix); });
 }
 
+bool isWifi(std::string_view interfaceName) {
+  return interfaceName.starts_with("wl");
+}
+
 }  // namespace quorin::network

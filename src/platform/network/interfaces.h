@@ -50,5 +50,7 @@ std::optional<std::string> defaultRouteInterface(std::istream& routes);
 /// kernel give them: "en...", "eth..." or "wl...". Tunnels, bridges and containers' interfaces
 /// (tun0, wg0, br-1a2b, docker0, veth12) have none of these.
 bool isEthernetOrWifi(std::string_view interfaceName);
+/// True for a wireless one: "wl...".
+bool isWifi(std::string_view interfaceName);
 
 }  // namespace quorin::network
