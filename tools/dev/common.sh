@@ -12,7 +12,7 @@ fail() {
 BUILD_PACKAGES=(
   cmake ninja-build g++ pkg-config
   qt6-base-dev qt6-svg-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools
-  libpulse-dev libswresample-dev libqrencode-dev libusbmuxd-dev libplist-dev
+  libpulse-dev libspeexdsp-dev libqrencode-dev libusbmuxd-dev libplist-dev
   libgtest-dev libgmock-dev libzbar-dev
 )
 TEST_PACKAGES=(

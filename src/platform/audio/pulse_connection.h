@@ -83,7 +83,7 @@ class PulseConnection {
   /// Calls `callback` once, after `delay`, on the audio server's thread; not if the timer is
   /// dropped before, with the lock held.
   struct FreeTimer {
-    pa_threaded_mainloop* loop = nullptr;
+    pa_threaded_mainloop* loop;
     void operator()(pa_time_event* timer) const {
       ::pa_threaded_mainloop_get_api(loop)->time_free(timer);
     }
