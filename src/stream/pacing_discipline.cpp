@@ -26,8 +26,9 @@ constexpr std::size_t kStarvedAtEnd = 3;
 }  // namespace
 
 Duration PacingDiscipline::sent(Duration waited) {
-  // By its own tick, not by the one that took it at last.
-  const auto late = kChunk * static_cast<Duration::rep>(std::exchange(starvedInARow_, 0));
+  // By its own tick, not by the one that took it at last; a stream's first chunk has none.
+  const auto ticksLate = std::exchange(starvedInARow_, 0);
+  const auto late = count_ > 0 ? kChunk * static_cast<Duration::rep>(ticksLate) : Duration::zero();
   waits_[count_ % kMeasured] = waited - late - moved_;
   if (++count_ == kLearned) step_ = kHeadroom - secondSmallest() - moved_;
   if (count_ > kLearned) noticeBacklog(waited);
