@@ -69,13 +69,6 @@ TEST_F(AudioCaptureManagerTest, StartAndStopTellWhatTheyDo) {
   EXPECT_FALSE(manager_->isCapturing());
 }
 
-TEST_F(AudioCaptureManagerTest, TheEngineIsToldWhenChunksAreNeeded) {
-  static constexpr dispatch::TimePoint kTime{7s};
-  manager_->setChunkNeededAt([] { return kTime; });
-  manager_->startCapture();
-  EXPECT_EQ(engine_->blockNeededAt(), kTime);
-}
-
 TEST_F(AudioCaptureManagerTest, ASecondStartOrStopIsSilentAndChangesNothing) {
   manager_->stopCapture();
   EXPECT_THAT(takeLines(), IsEmpty());
@@ -156,13 +149,6 @@ TEST_F(AudioCaptureManagerTest, AConversionErrorDropsItsBufferAndKeepsWhatWaited
   EXPECT_THAT(chunks_, SizeIs(1));
 }
 
-TEST_F(AudioCaptureManagerTest, ABufferOfNoFormatIsIgnored) {
-  startQuietly();
-  engine_->deliver({.samples = {}, .format = {}});
-  engine_->deliver({.samples = {}, .format = {.sampleRate = 0, .channels = 2}});
-  EXPECT_THAT(script_.capacities, IsEmpty());
-}
-
 TEST_F(AudioCaptureManagerTest, StatisticsComeWithTheFirstBufferAfterEachSecond) {
   startQuietly();
   for (int buffer = 1; buffer < 50; ++buffer) {
@@ -197,23 +183,6 @@ TEST_F(AudioCaptureManagerTest, ChunksAreCountedWithoutAHandlerAndANewOneTakesTh
   scheduler_.advance(1s);
   deliver(960);
   EXPECT_THAT(lines_.back(), StartsWith("⚡ FPS: 4 |"));
-}
-
-TEST_F(AudioCaptureManagerTest, AnInterruptionIsToldAndARestartWorks) {
-  int told = 0;
-  manager_->setOnInterrupted([&] {
-    ++told;
-    EXPECT_TRUE(manager_->isCapturing());
-    manager_->stopCapture();
-    manager_->startCapture();
-  });
-  startQuietly();
-  engine_->interrupt("server gone");
-  scheduler_.runPending();
-  EXPECT_EQ(told, 1);
-  EXPECT_EQ(lines_.front(), "⚠️ Captura interrumpida: server gone");
-  deliver(960);
-  EXPECT_THAT(chunks_, SizeIs(1));
 }
 
 TEST_F(AudioCaptureManagerTest, MayBeDestroyedWhileCapturing) {

@@ -19,7 +19,7 @@ class SilenceWatchTest : public ::testing::Test {
     wire::AudioChunk chunk{};
     chunk.back() = sample;
     for (auto played = 0ms; played < duration; played += wire::kChunkDuration) {
-      detector->hear(chunk);
+      detector->inspect(chunk);
       time.advance(wire::kChunkDuration);
     }
   }
@@ -74,7 +74,7 @@ TEST_F(SilenceWatchTest, LooksOnlyWhileAModeRuns) {
 
   watch.start();
   time.advance(4900ms);
-  EXPECT_EQ(reports.size(), 1U) << "the patience begins anew";
+  EXPECT_EQ(reports.size(), 1U) << "the timeout begins anew";
   time.advance(100ms);
   EXPECT_EQ(reports, (std::vector{true, true}));
 }

@@ -275,10 +275,11 @@ TEST_P(DispatchConformance, AnEndedQueueIsInertForThoseWhoStillReferToIt) {
 
 TEST_P(DispatchConformance, AnEndedSchedulerRunsNothingMore) {
   std::atomic<int> runs = 0;
-  for (Queue* queue : {&scheduler_->mainQueue(), &scheduler_->utilityQueue()}) {
+  for (Queue* queue :
+       {&scheduler_->mainQueue(), &scheduler_->utilityQueue(), &scheduler_->backgroundQueue()}) {
     queue->async([&] { ++runs; });
   }
-  EXPECT_TRUE(passUntil([&] { return runs == 2; }));
+  EXPECT_TRUE(passUntil([&] { return runs == 3; }));
   const auto main = scheduler_->mainQueue().makeTimer({.interval = 1ms}, [&] { ++runs; });
   scheduler_->end();
   const int atEnd = runs;

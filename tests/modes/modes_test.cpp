@@ -325,10 +325,9 @@ TEST_F(ModesTest, AStreamWithoutSoundIsSaidAndTakenBack) {
   EXPECT_EQ(window_.headline(), "waiting_connection");
 }
 
-TEST_F(ModesTest, TheCaptureComesBackAfterTheAudioServerDied) {
-  choosesWiFi();
+TEST_F(ModesTest, ACaptureThatDidNotStartIsTriedAgainWhileSoundIsWanted) {
   engine_->startFailure = "gone";
-  engine_->interrupt("gone");
+  choosesWiFi();
   time_.advance(3s);
   EXPECT_FALSE(capture_.isCapturing());
   engine_->startFailure.reset();
