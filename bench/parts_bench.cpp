@@ -1,11 +1,10 @@
-#include "wifi/wifi_transport.h"
 #include "stream/audio_frame_queue.h"
-#include "stream/chunk_ring.h"
-#include "wifi/client_table.h"
 #include "stream/pacing_discipline.h"
-#include "wire/pcm16.h"
+#include "wifi/client_table.h"
 #include "wifi/request.h"
+#include "wifi/wifi_transport.h"
 #include "wire/control_message.h"
+#include "wire/pcm16.h"
 
 #include <benchmark/benchmark.h>
 #include <sys/socket.h>
@@ -31,14 +30,15 @@ wire::AudioChunk noise() {
 
 // ---- 882 samples to 16 bits
 
-void convert(benchmark::State& state, const wire::Pcm16Variant& variant) {
+void convert(benchmark::State& state) {
   const auto chunk = noise();
   std::array<std::int16_t, wire::kChunkFrames> out{};
   for (auto _ : state) {
-    variant.convert(chunk.data(), out.data(), chunk.size());
+    wire::convertToPcm16(chunk, out);
     benchmark::DoNotOptimize(out);
   }
 }
+BENCHMARK(convert)->Name("882 samples to 16 bits");
 
 // ---- One chunk to ten clients
 
@@ -116,18 +116,17 @@ BENCHMARK(tenSendto)->Name("ten clients/ten sendto");
 
 void carryChunk(benchmark::State& state) {
   const auto chunk = noise();
-  ChunkRing ring;
-  AudioFrameQueue queue;
+  wire::AudioChunk sent;
+  stream::AudioFrameQueue queue;
   for (auto _ : state) {
-    ring.push(chunk, {});
-    ring.drain([&](const TimedChunk& arrived) { queue.append(arrived); });
-    benchmark::DoNotOptimize(queue.takeOldest());
+    queue.append(chunk, {});
+    benchmark::DoNotOptimize(queue.take(sent));
   }
 }
-BENCHMARK(carryChunk)->Name("chunk through ring and queue");
+BENCHMARK(carryChunk)->Name("chunk through the queue");
 
 void discipline(benchmark::State& state) {
-  PacingDiscipline pacing;
+  stream::PacingDiscipline pacing;
   std::minstd_rand random(1);
   for (auto _ : state) {
     benchmark::DoNotOptimize(pacing.sent(std::chrono::microseconds(random() % 11'000)));
@@ -151,15 +150,4 @@ BENCHMARK(pingFlood)->Name("ping from ever new sources");
 }  // namespace
 }  // namespace quorin::wifi
 
-int main(int argc, char** argv) {
-  for (const auto& variant : quorin::wire::pcm16Variants()) {
-    const auto name = "882 samples to 16 bits/" + std::string(variant.name);
-    benchmark::RegisterBenchmark(name.c_str(), [&variant](benchmark::State& state) {
-      quorin::wifi::convert(state, variant);
-    });
-  }
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
-  benchmark::RunSpecifiedBenchmarks();
-  return 0;
-}
+BENCHMARK_MAIN();

@@ -1,7 +1,6 @@
 #include "app/fact_finding.h"
 
 #include "modes/audio_inputs.h"
-#include "platform/audio/audio_backend.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/posix/file_descriptor.h"
 #include "platform/usb/usb_hub.h"
@@ -21,13 +20,13 @@
 namespace quorin::app {
 namespace {
 
-/// The audio server answers soon after its libraries are loaded, the desktop's portal within 2 s.
+/// The audio server answers soon after it is asked, the desktop's portal within 2 s.
 constexpr std::chrono::seconds kPatience{3};
 constexpr std::chrono::milliseconds kLookAgain{20};
 
 void askForSound(Facts& facts) {
   const auto scheduler = dispatch::makeSystemScheduler();
-  const auto server = audio::connectToAudioServer(scheduler->utilityQueue());
+  const auto server = audio::connectToAudioServer(scheduler->backgroundQueue());
   const AudioInputs inputs(*scheduler, *server);
 
   QEventLoop loop;
@@ -43,7 +42,6 @@ void askForSound(Facts& facts) {
   QTimer::singleShot(kPatience, &loop, &QEventLoop::quit);
   loop.exec();
   scheduler->end();
-  audio::resamplerBackend();  // ends the program as a recording would if it cannot be loaded
 }
 
 std::error_code portErrorOf(const QString& typed) {

@@ -16,28 +16,28 @@ namespace quorin::audio {
 class SoundDetector {
  public:
   /// One thread at a time. A single sample that is not zero is sound.
-  void hear(wire::AudioChunkView chunk) {
-    if (heard_.load(std::memory_order_relaxed)) return;  // known already, until somebody asks
+  void inspect(wire::AudioChunkView chunk) {
+    if (sounded_.load(std::memory_order_relaxed)) return;  // known already, until somebody asks
     if (std::ranges::any_of(chunk, [](float sample) { return sample != 0.0F; })) {
-      heard_.store(true, std::memory_order_relaxed);
+      sounded_.store(true, std::memory_order_relaxed);
     }
   }
 
   /// Whether there was sound since the last call. Any thread.
-  bool takeHeard() { return heard_.exchange(false, std::memory_order_relaxed); }
+  bool takeSounded() { return sounded_.exchange(false, std::memory_order_relaxed); }
 
  private:
-  std::atomic<bool> heard_{false};
+  std::atomic<bool> sounded_{false};
 };
 
 /// Notices that a running stream carries nothing: chunks of zeros, or none at all. Confined to
 /// the main queue.
 class SilenceWatch {
  public:
-  /// So long may a stream be silent before it is worth a word.
-  static constexpr std::chrono::seconds kPatience{5};
+  /// How long a stream may be silent before it is reported.
+  static constexpr std::chrono::seconds kTimeout{5};
 
-  /// `onChange` runs on the main queue, once when the stream has been silent for `kPatience` (late
+  /// `onChange` runs on the main queue, once when the stream has been silent for `kTimeout` (late
   /// by one look, 0.6 s), and once when it no longer is. `scheduler` outlives this.
   SilenceWatch(dispatch::Scheduler& scheduler, std::function<void(bool silent)> onChange);
 

@@ -1,43 +1,45 @@
 #include "panel/audio_capture.h"
 
+#include "audio/device_guard.h"
+
 #include <chrono>
 #include <utility>
 
 namespace quorin::panel {
 namespace {
 
-constexpr std::chrono::seconds kRestartInterval{2};
+constexpr std::chrono::seconds kRetryInterval{2};
 
 class DeviceCapture final : public AudioCapture {
  public:
   DeviceCapture(dispatch::Scheduler& scheduler, audio::AudioServer& server)
       : scheduler_(scheduler),
-        manager_(scheduler, {.makeEngine = [&server] { return server.makeEngine(); }}) {
-    manager_.setOnInterrupted([this] { restartLater(); });
-  }
+        manager_(scheduler,
+                 {.makeEngine = [&server] { return server.makeEngine(audio::mayBeStreamed); }}) {}
 
   void setOnAudioData(ChunkHandler handler) override {
     manager_.setOnAudioData(std::move(handler));
   }
-  void startCapture() override { manager_.startCapture(); }
+  void startCapture() override {
+    tryToStart();
+    if (manager_.isCapturing()) return;
+    retryTimer_ = scheduler_.mainQueue().makeTimer(
+        {.first = kRetryInterval, .interval = kRetryInterval}, [this] { tryToStart(); });
+  }
   void stopCapture() override {
-    restartTimer_.reset();
+    retryTimer_.reset();
     manager_.stopCapture();
   }
 
  private:
-  void restartLater() {
-    manager_.stopCapture();
-    restartTimer_ = scheduler_.mainQueue().makeTimer(
-        {.first = kRestartInterval, .interval = kRestartInterval}, [this] {
-          manager_.startCapture();
-          if (manager_.isCapturing()) restartTimer_.reset();
-        });
+  void tryToStart() {
+    manager_.startCapture();
+    if (manager_.isCapturing()) retryTimer_.reset();
   }
 
   dispatch::Scheduler& scheduler_;
   audio::AudioCaptureManager manager_;
-  std::unique_ptr<dispatch::Timer> restartTimer_;  ///< after an interruption
+  std::unique_ptr<dispatch::Timer> retryTimer_;  ///< until the capture has started
 };
 
 }  // namespace

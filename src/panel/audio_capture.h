@@ -1,8 +1,8 @@
 #pragma once
 
 #include "audio/audio_capture_manager.h"
-#include "platform/audio/audio_server.h"
 #include "core/scheduler.h"
+#include "platform/audio/audio_server.h"
 #include "wire/audio_chunk.h"
 
 #include <functional>
@@ -31,8 +31,8 @@ class AudioCapture {
 
 using CaptureFactory = std::function<std::unique_ptr<AudioCapture>()>;
 
-/// Captures from the default input device of `server`; both must outlive what is made. A capture
-/// that the audio server ended goes on as soon as there is a server again.
+/// Captures from the default input device of `server`, if that is the right one; both must outlive
+/// what is made. A start that fails is tried again until `stopCapture`.
 CaptureFactory captureFrom(dispatch::Scheduler& scheduler, audio::AudioServer& server);
 
 }  // namespace quorin::panel

@@ -63,7 +63,7 @@ std::expected<Options, QString> parseOptions(int& argc, char** argv) {
 
 int runPanel(std::uint16_t port) {
   const auto scheduler = dispatch::makeSystemScheduler();
-  const auto audioServer = audio::connectToAudioServer(scheduler->utilityQueue());
+  const auto audioServer = audio::connectToAudioServer(scheduler->backgroundQueue());
   const app::CompiledTable texts(app::preferredLanguages());
   panel::ContentView panel(
       *scheduler,

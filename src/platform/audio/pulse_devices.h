@@ -11,9 +11,8 @@
 
 namespace quorin::audio {
 
-/// What a recording must know of a source beyond its `Device`.
-struct SourceSpec {
-  pa_sample_spec sampleSpec{};
+struct PulseSource {
+  Device device;
   pa_channel_map channelMap{};
 };
 
@@ -31,7 +30,7 @@ class PulseDevices {
   /// False until the first answer of a new connection is complete.
   bool areKnown() const { return known_; }
   /// None when there is no default source.
-  const std::optional<SourceSpec>& defaultSource() const { return sourceSpec_; }
+  const std::optional<PulseSource>& defaultSource() const { return source_; }
 
  private:
   void refresh();
@@ -47,8 +46,8 @@ class PulseDevices {
   bool refreshAgain_ = false;  ///< something changed since it began
   bool known_ = false;
   DefaultDevices answer_;
-  std::optional<SourceSpec> sourceAnswer_;
-  std::optional<SourceSpec> sourceSpec_;
+  std::optional<PulseSource> sourceAnswer_;
+  std::optional<PulseSource> source_;
 };
 
 }  // namespace quorin::audio

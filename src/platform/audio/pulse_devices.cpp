@@ -1,4 +1,4 @@
-#include "platform/audio/backend/pulse_devices.h"
+#include "platform/audio/pulse_devices.h"
 
 #include <string>
 #include <utility>
@@ -26,7 +26,8 @@ Device toDevice(const Info& info) {
   Device device{
       .number = info.index + 1,  // PA_INVALID_INDEX becomes 0
       .name = std::nullopt,
-      .format = {.sampleRate = info.sample_spec.rate, .channels = info.sample_spec.channels}};
+      .format = {.sampleRate = info.sample_spec.rate, .channels = info.sample_spec.channels},
+      .id = textOf(info.name)};
   if (info.description != nullptr && info.description[0] != '\0') device.name = info.description;
   return device;
 }
@@ -54,7 +55,7 @@ void PulseDevices::disconnected() {
   answersDue_ = 0;
   refreshAgain_ = false;
   known_ = false;
-  sourceSpec_.reset();
+  source_.reset();
   published_({});
 }
 
@@ -110,7 +111,7 @@ void PulseDevices::sinkAnswered(const pa_sink_info* info, int end) {
 void PulseDevices::sourceAnswered(const pa_source_info* info, int end) {
   if (info != nullptr && end == 0) {
     answer_.input = toDevice(*info);
-    sourceAnswer_ = SourceSpec{.sampleSpec = info->sample_spec, .channelMap = info->channel_map};
+    sourceAnswer_ = PulseSource{.device = answer_.input, .channelMap = info->channel_map};
   }
   if (end != 0) oneAnswerLess();
 }
@@ -118,7 +119,7 @@ void PulseDevices::sourceAnswered(const pa_source_info* info, int end) {
 void PulseDevices::oneAnswerLess() {
   if (--answersDue_ > 0) return;
   known_ = true;
-  sourceSpec_ = sourceAnswer_;
+  source_ = sourceAnswer_;
   published_(answer_);
   if (refreshAgain_) refresh();
 }

@@ -1,41 +1,35 @@
-#include "platform/audio/backend/pulse_server.h"
+#include "platform/audio/pulse_server.h"
 
-#include "platform/audio/backend/pulse_engine.h"
+#include "platform/audio/pulse_engine.h"
 #include "platform/dispatch/realtime.h"
-
-#include <unistd.h>
 
 namespace quorin::audio {
 
-PulseServer::PulseServer(dispatch::Queue& utilityQueue)
+PulseServer::PulseServer(dispatch::Queue& backgroundQueue)
     : devices_([this](const DefaultDevices& devices) { publishDevices(devices); }),
-      connection_(*this, [&utilityQueue] {
-        // A late capture thread is a late chunk; rtkit may keep one waiting, hence elsewhere.
-        if (dispatch::takeRealtime()) return;
-        utilityQueue.async([thread = ::gettid()] { dispatch::takeRealtimeThroughRtkit(thread); });
-      }) {}
+      connection_({.onThread = [&backgroundQueue] { dispatch::requestRealtime(backgroundQueue); },
+                   .connected = [this](pa_context* context) { devices_.connected(context); },
+                   .disconnected = [this](int error) { disconnected(error); }}) {}
 
 DefaultDevices PulseServer::defaultDevices() const {
   const dispatch::Lock lock(mutex_);
-  return news_.devices;
+  return state_.devices;
 }
 
 RecordingAccess PulseServer::recordingAccess() const {
   const dispatch::Lock lock(mutex_);
-  return news_.access;
+  return state_.access;
 }
 
 void PulseServer::setChangeHandler(dispatch::Queue& queue, dispatch::Task handler) {
   auto source = queue.makeEventSource(std::move(handler));
-  {
-    const dispatch::Lock lock(mutex_);
-    changeSource_.swap(source);
-    if (changeSource_ && news_ != News()) changeSource_->signal();  // what came before the handler
-  }
+  const dispatch::Lock lock(mutex_);
+  changeSource_.swap(source);
+  if (state_ != State()) changeSource_->signal();  // what came before the handler
 }
 
-std::unique_ptr<AudioEngine> PulseServer::makeEngine() {
-  return std::make_unique<PulseEngine>(*this);
+std::unique_ptr<AudioEngine> PulseServer::makeEngine(SourceTest accepts) {
+  return std::make_unique<PulseEngine>(*this, std::move(accepts));
 }
 
 bool PulseServer::waitForDevices(std::chrono::milliseconds limit) {
@@ -47,11 +41,7 @@ bool PulseServer::waitForDevices(std::chrono::milliseconds limit) {
 }
 
 void PulseServer::noteRecordingAccess(RecordingAccess access) {
-  publish([access](News& news) { news.access = access; });
-}
-
-void PulseServer::connected(pa_context* context) {
-  devices_.connected(context);
+  publish([access](State& state) { state.access = access; });
 }
 
 void PulseServer::disconnected(int error) {
@@ -62,16 +52,21 @@ void PulseServer::disconnected(int error) {
 }
 
 void PulseServer::publishDevices(const DefaultDevices& devices) {
-  publish([&devices](News& news) { news.devices = devices; });
+  publish([&devices](State& state) { state.devices = devices; });
+  for (auto* engine : engines_) engine->follow();
   connection_.changed();
 }
 
 template <typename Change>
 void PulseServer::publish(Change change) {
   const dispatch::Lock lock(mutex_);
-  const auto before = news_;
-  change(news_);
-  if (changeSource_ && news_ != before) changeSource_->signal();
+  const auto before = state_;
+  change(state_);
+  if (changeSource_ && state_ != before) changeSource_->signal();
+}
+
+std::unique_ptr<AudioServer> connectToAudioServer(dispatch::Queue& backgroundQueue) {
+  return std::make_unique<PulseServer>(backgroundQueue);
 }
 
 }  // namespace quorin::audio
