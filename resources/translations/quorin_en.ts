@@ -93,7 +93,7 @@
     </message>
     <message id="alert.privacy.info">
         <source></source>
-        <translation>Your sound goes straight from this computer to the iPhones you connect, over your own network or cable. Nothing passes through a server, and Quorin Stream records, stores and reports nothing.
+        <translation>Your sound goes straight from this computer to the iPhones you connect, over your own network or cable. Nothing passes through a server, and Quorin Stream records, stores and reports nothing. Over Wi‑Fi the sound is not encrypted, and any device in the network can join: use it in networks you trust.
 
 Anyone on your network can connect and listen, so use a network you trust, and stream only what you may share. The program comes without any warranty.</translation>
     </message>
@@ -173,7 +173,7 @@ Anyone on your network can connect and listen, so use a network you trust, and s
     </message>
     <message id="udp.port.bind_failed">
         <source></source>
-        <translation>Port in use. Close the other program and come back.</translation>
+        <translation>The port is not available.</translation>
     </message>
     <message id="qr.input.invalid">
         <source></source>
@@ -198,6 +198,86 @@ Anyone on your network can connect and listen, so use a network you trust, and s
     <message id="status.silent">
         <source></source>
         <translation>No sound is playing on this computer</translation>
+    </message>
+    <message id="status.full">
+        <source></source>
+        <translation>All ten places are taken. One more device found none.</translation>
+    </message>
+    <message id="phone.listening">
+        <source></source>
+        <translation>%1, connected since %2</translation>
+    </message>
+    <message id="phone.disconnect">
+        <source></source>
+        <translation>Disconnect</translation>
+    </message>
+    <message id="address.name">
+        <source></source>
+        <translation>Address of this computer</translation>
+    </message>
+    <message id="address.copy">
+        <source></source>
+        <translation>Copy</translation>
+    </message>
+    <message id="address.copy_it">
+        <source></source>
+        <translation>Copy address %1</translation>
+    </message>
+    <message id="address.copied">
+        <source></source>
+        <translation>Copied</translation>
+    </message>
+    <message id="address.network">
+        <source></source>
+        <translation>Network: %1</translation>
+    </message>
+    <message id="address.network.wifi">
+        <source></source>
+        <translation>Wi‑Fi (%1)</translation>
+    </message>
+    <message id="address.network.wired">
+        <source></source>
+        <translation>Wired (%1)</translation>
+    </message>
+    <message id="port.in_use">
+        <source></source>
+        <translation>Port %1 is in use</translation>
+    </message>
+    <message id="port.holder.other_session">
+        <source></source>
+        <translation>Quorin Stream holds it in another session of yours.</translation>
+    </message>
+    <message id="port.holder.other_user">
+        <source></source>
+        <translation>Quorin Stream of the user %1 holds it.</translation>
+    </message>
+    <message id="port.holder.program">
+        <source></source>
+        <translation>The program %1 holds it.</translation>
+    </message>
+    <message id="port.holder.unknown">
+        <source></source>
+        <translation>Another program holds it.</translation>
+    </message>
+    <message id="port.not_permitted">
+        <source></source>
+        <translation>Port %1 is reserved</translation>
+    </message>
+    <message id="port.not_permitted.advice">
+        <source></source>
+        <translation>The system keeps it for its own services. Use one above 1023.</translation>
+    </message>
+    <message id="port.tries_again">
+        <source></source>
+        <translation>This page tries again every 2 seconds.</translation>
+    </message>
+    <message id="port.try_again">
+        <source></source>
+        <translation>Try again</translation>
+    </message>
+    <message id="port.use">
+        <source></source>
+        <translation>Use port %1</translation>
     </message>
 </context>
 </TS>

@@ -93,7 +93,7 @@
     </message>
     <message id="alert.privacy.info">
         <source></source>
-        <translation>Tu sonido va directamente de este ordenador a los iPhone que conectes, por tu propia red o por el cable. Nada pasa por un servidor, y Quorin Stream no graba, guarda ni envía ningún otro dato.
+        <translation>Tu sonido va directamente de este ordenador a los iPhone que conectes, por tu propia red o por el cable. Nada pasa por un servidor, y Quorin Stream no graba, guarda ni envía ningún otro dato. Por Wi‑Fi el sonido va sin cifrar y cualquier dispositivo de la red puede unirse: úsalo en redes de confianza.
 
 Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confianza y transmite solo lo que puedas compartir. El programa se ofrece sin ninguna garantía.</translation>
     </message>
@@ -173,7 +173,7 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
     </message>
     <message id="udp.port.bind_failed">
         <source></source>
-        <translation>Puerto ocupado. Cierra el otro programa y vuelve.</translation>
+        <translation>El puerto no está disponible.</translation>
     </message>
     <message id="qr.input.invalid">
         <source></source>
@@ -198,6 +198,86 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
     <message id="status.silent">
         <source></source>
         <translation>Este equipo no está reproduciendo sonido</translation>
+    </message>
+    <message id="status.full">
+        <source></source>
+        <translation>Las diez plazas están ocupadas. Otro dispositivo no encontró sitio.</translation>
+    </message>
+    <message id="phone.listening">
+        <source></source>
+        <translation>%1, conectado desde las %2</translation>
+    </message>
+    <message id="phone.disconnect">
+        <source></source>
+        <translation>Desconectar</translation>
+    </message>
+    <message id="address.name">
+        <source></source>
+        <translation>Dirección de este ordenador</translation>
+    </message>
+    <message id="address.copy">
+        <source></source>
+        <translation>Copiar</translation>
+    </message>
+    <message id="address.copy_it">
+        <source></source>
+        <translation>Copiar la dirección %1</translation>
+    </message>
+    <message id="address.copied">
+        <source></source>
+        <translation>Copiado</translation>
+    </message>
+    <message id="address.network">
+        <source></source>
+        <translation>Red: %1</translation>
+    </message>
+    <message id="address.network.wifi">
+        <source></source>
+        <translation>Wi‑Fi (%1)</translation>
+    </message>
+    <message id="address.network.wired">
+        <source></source>
+        <translation>Por cable (%1)</translation>
+    </message>
+    <message id="port.in_use">
+        <source></source>
+        <translation>El puerto %1 está ocupado</translation>
+    </message>
+    <message id="port.holder.other_session">
+        <source></source>
+        <translation>Lo tiene Quorin Stream en otra sesión tuya.</translation>
+    </message>
+    <message id="port.holder.other_user">
+        <source></source>
+        <translation>Lo tiene Quorin Stream del usuario %1.</translation>
+    </message>
+    <message id="port.holder.program">
+        <source></source>
+        <translation>Lo tiene el programa %1.</translation>
+    </message>
+    <message id="port.holder.unknown">
+        <source></source>
+        <translation>Lo tiene otro programa.</translation>
+    </message>
+    <message id="port.not_permitted">
+        <source></source>
+        <translation>El puerto %1 está reservado</translation>
+    </message>
+    <message id="port.not_permitted.advice">
+        <source></source>
+        <translation>El sistema lo guarda para sus propios servicios. Usa uno superior a 1023.</translation>
+    </message>
+    <message id="port.tries_again">
+        <source></source>
+        <translation>Esta página lo intenta de nuevo cada 2 segundos.</translation>
+    </message>
+    <message id="port.try_again">
+        <source></source>
+        <translation>Reintentar</translation>
+    </message>
+    <message id="port.use">
+        <source></source>
+        <translation>Usar el puerto %1</translation>
     </message>
 </context>
 </TS>

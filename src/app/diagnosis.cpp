@@ -1,6 +1,7 @@
 #include "app/diagnosis.h"
 
 #include "audio/device_guard.h"
+#include "core/identity.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -73,19 +74,23 @@ Finding address(const Facts& facts) {
 
 Finding port(const Facts& facts) {
   constexpr auto kName = "port";
-  if (!facts.portError) return fine(kName, text(facts.port) + ", free");
-  if (facts.portError == std::errc::invalid_argument) {
-    return {kName, text(facts.port) + ": not a port", Kind::kProblem,
-            "Choose one from 1 to 65535 with --port."};
+  const auto number = QString::number(facts.port);
+  if (!facts.portError) return fine(kName, number + ", free");
+  if (facts.portError != std::errc::address_in_use) {
+    return {kName, number + ": " + text(facts.portError.message()), Kind::kProblem,
+            "Choose another, above 1023, with --port."};
   }
-  const auto found = text(facts.port + ": " + facts.portError.message());
-  if (facts.portError == std::errc::address_in_use) {
-    return {
-        kName, found, Kind::kProblem,
-        "End the program that holds it (ss -ulpn tells which; it may be Quorin Stream itself), or "
-        "choose another with --port."};
+  const auto holder = facts.portHolder.value_or(network::PortHolder());
+  if (holder.program == kProgramFile && holder.isOwnUser) {
+    return fine(kName, QStringLiteral("%1: in use by the running Quorin Stream (%2 %3)")
+                           .arg(number)
+                           .arg(holder.peers)
+                           .arg(holder.peers == 1 ? "phone" : "phones"));
   }
-  return {kName, found, Kind::kProblem, "Choose another, above 1023, with --port."};
+  auto found = number + ": in use";
+  if (!holder.program.empty()) found += " by " + text(holder.program);
+  if (!holder.user.empty()) found += " of user " + text(holder.user);
+  return {kName, found, Kind::kProblem, "End what holds it, or choose another with --port."};
 }
 
 Finding usbService(bool answers) {

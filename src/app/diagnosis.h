@@ -4,6 +4,7 @@
 #include "platform/desktop/authorization_status.h"
 #include "platform/dispatch/realtime.h"
 #include "platform/network/interfaces.h"
+#include "platform/network/udp_ports.h"
 
 #include <QByteArray>
 #include <QString>
@@ -24,8 +25,9 @@ struct Facts {
   desktop::AuthorizationStatus microphone = desktop::AuthorizationStatus::kNotDetermined;
   std::vector<network::InterfaceAddress> addresses;
   std::optional<std::string> chosenAddress;
-  std::string port;           ///< as it was typed
-  std::error_code portError;  ///< none: it can be bound; invalid_argument: it is no port
+  std::uint16_t port = 0;
+  std::error_code portError;                      ///< none: it can be bound
+  std::optional<network::PortHolder> portHolder;  ///< of a port in use
   bool usbServiceAnswers = false;
   dispatch::RealtimeGrant realtime = dispatch::RealtimeGrant::kNone;
 };

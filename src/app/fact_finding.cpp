@@ -1,27 +1,21 @@
 #include "app/fact_finding.h"
 
+#include "core/identity.h"
+#include "core/version.h"
 #include "modes/audio_inputs.h"
 #include "platform/dispatch/system_scheduler.h"
-#include "platform/posix/file_descriptor.h"
 #include "platform/usb/usb_hub.h"
-#include "core/version.h"
 #include "wifi/local_address.h"
-#include "wifi/port_text.h"
-#include "wire/client_key.h"
-
-#include <sys/socket.h>
 
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QTimer>
-#include <cerrno>
-#include <system_error>
 
 namespace quorin::app {
 namespace {
 
 /// The audio server answers soon after it is asked, the desktop's portal within 2 s.
-constexpr std::chrono::seconds kPatience{3};
+constexpr std::chrono::seconds kTimeout{3};
 constexpr std::chrono::milliseconds kLookAgain{20};
 
 void askForSound(Facts& facts) {
@@ -39,31 +33,22 @@ void askForSound(Facts& facts) {
     if (answered) loop.quit();
   });
   look.start(kLookAgain);
-  QTimer::singleShot(kPatience, &loop, &QEventLoop::quit);
+  QTimer::singleShot(kTimeout, &loop, &QEventLoop::quit);
   loop.exec();
   scheduler->end();
 }
 
-std::error_code portErrorOf(const QString& typed) {
-  const auto port = wifi::parsePort(typed.toStdString());
-  if (!port) return std::make_error_code(std::errc::invalid_argument);
-  const posix::FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-  const auto address = wire::ClientKey{.address = INADDR_ANY, .port = *port}.socketAddress();
-  if (socket &&
-      ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
-    return {};
-  }
-  return {errno, std::generic_category()};
-}
-
 }  // namespace
 
-Facts findFacts(const QString& port) {
+Facts findFacts(std::uint16_t port) {
   Facts facts;
   facts.version = version();
   facts.qtVersion = qVersion();
-  facts.port = port.toStdString();
-  facts.portError = portErrorOf(port);
+  facts.port = port;
+  facts.portError = network::bindUdpPort(port);
+  if (facts.portError == std::errc::address_in_use) {
+    facts.portHolder = network::holderOfUdpPort(port, kProgramFile);
+  }
   facts.addresses =
       network::listInterfaceAddresses().value_or(std::vector<network::InterfaceAddress>());
   facts.chosenAddress = wifi::localIPv4Address(facts.addresses);

@@ -1,16 +1,16 @@
-#include "ui/appearance.h"
 #include "app/diagnosis.h"
-#include "ui/display.h"
 #include "app/fact_finding.h"
-#include "core/identity.h"
-#include "ui/images.h"
 #include "app/options.h"
 #include "app/pt_app_delegate.h"
 #include "app/single_instance.h"
-#include "ui/texts.h"
+#include "core/identity.h"
+#include "core/version.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/dispatch/termination_signals.h"
-#include "core/version.h"
+#include "ui/appearance.h"
+#include "ui/display.h"
+#include "ui/images.h"
+#include "ui/texts.h"
 #include "wire/control_message.h"
 
 #include <QApplication>
@@ -27,8 +27,7 @@ int printAndExit(const QString& text) {
 }
 
 int printDiagnosis(const Options& options) {
-  const auto port = options.port.value_or(QString::number(wire::kDefaultPort));
-  const auto findings = diagnose(findFacts(port));
+  const auto findings = diagnose(findFacts(options.port.value_or(wire::kDefaultPort)));
   std::fputs(options.json ? asJson(findings).constData() : qUtf8Printable(asText(findings)),
              stdout);
   return wouldStream(findings) ? 0 : 1;

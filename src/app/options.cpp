@@ -1,5 +1,7 @@
 #include "app/options.h"
 
+#include "wire/client_key.h"
+
 #include <QCommandLineParser>
 #include <memory>
 
@@ -15,6 +17,7 @@ std::unique_ptr<QCommandLineParser> makeParser() {
   parser->addOptions({
       {"start", "Enter that mode as soon as the devices are right.", "wifi|cable"},
       {"port", "UDP port of the Wi-Fi mode, 1 to 65535 (9000).", "N"},
+      {"address", "Show the code of this network, where the computer is in several.", "A"},
       {"language", "Language of the texts (the system's).", "en|es"},
       {"diagnose", "Check what streaming needs, print it and exit."},
       {"json", "With --diagnose: print JSON."},
@@ -23,6 +26,13 @@ std::unique_ptr<QCommandLineParser> makeParser() {
       {{"v", "version"}, "Print the version and exit."},
   });
   return parser;
+}
+
+/// Stricter than the port field, which takes what a text begins with.
+std::optional<std::uint16_t> wholePort(const QString& text) {
+  bool isNumber = false;
+  const auto port = text.toUShort(&isNumber);
+  return isNumber && port > 0 ? std::optional(port) : std::nullopt;
 }
 
 std::unexpected<QString> misunderstood(const QString& problem) {
@@ -41,7 +51,20 @@ std::expected<Options, QString> parseOptions(const QStringList& arguments) {
   Options options;
   options.verbose = parser->isSet("verbose");
   options.json = parser->isSet("json");
-  if (parser->isSet("port")) options.port = parser->value("port");
+  if (parser->isSet("port")) {
+    options.port = wholePort(parser->value("port"));
+    if (!options.port) {
+      return misunderstood("--port needs a number from 1 to 65535, not '" + parser->value("port") +
+                           "'.");
+    }
+  }
+  if (parser->isSet("address")) {
+    options.address = parser->value("address");
+    if (!wire::ClientKey::parse(options.address->toStdString() + ":1")) {
+      return misunderstood("--address needs one such as 192.168.1.20, not '" + *options.address +
+                           "'.");
+    }
+  }
   if (parser->isSet("start")) {
     const auto mode = parser->value("start");
     if (mode != "wifi" && mode != "cable") {

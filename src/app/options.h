@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <cstdint>
 #include <expected>
 #include <optional>
 
@@ -14,7 +15,8 @@ struct Options {
   enum class Action { kRun, kShowHelp, kShowVersion, kDiagnose };
   Action action = Action::kRun;
   StartMode start = StartMode::kMenu;  ///< entered as soon as the guard lets it
-  std::optional<QString> port;         ///< fills the port field, checked where the server starts
+  std::optional<std::uint16_t> port;   ///< fills the port field
+  std::optional<QString> address;      ///< the network to show the code of, where there are several
   std::optional<QString> language;     ///< "en" or "es", in place of the system's
   bool verbose = false;
   bool json = false;  ///< of --diagnose

@@ -1,9 +1,9 @@
 #include "app/pt_app_delegate.h"
 
 #include "core/identity.h"
+#include "core/log.h"
 #include "panel/online_swift_ui_embedder.h"
 #include "platform/desktop/settings.h"
-#include "core/log.h"
 #include "wifi/local_address.h"
 
 #include <QApplication>
@@ -29,11 +29,11 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
                                        bool isStatus) { pages_.presentMessage(text, isStatus); }}),
       sender_(scheduler_, *audioFrameQueueSerial_, {&wifiTransport_, &cable_.audioPath()}),
       sound_(scheduler_, audioCaptureManager_, sender_),
-      wifi_(scheduler_,
-            {texts_, sound_, sender_, wifiTransport_, cable_, pages_, [] { return wifi::localIPv4Address(); }}),
+      wifi_(scheduler_, {texts_, sound_, sender_, wifiTransport_, cable_, pages_}),
       menu_(scheduler_, {wifi_, cable_, sound_, pages_}),
       guard_(scheduler_, std::make_shared<AudioInputs>(scheduler_, *audioServer_), pages_) {
-  if (options.port) wifi_.setPort(*options.port);
+  if (options.port) wifi_.setPort(QString::number(*options.port));
+  if (options.address) wifi_.chooseNetwork(*options.address);
   connectViews();
 }
 
@@ -63,10 +63,21 @@ void PTAppDelegate::connectViews() {
   onClick(views_.menuPrivacyButton_, [this] { menu_.openPrivacyTerms(); });
   onClick(views_.backButton_, [this] { menu_.goBack(); });
   onClick(views_.onlineQRButton_, [this] { wifi_.openQRHelp(); });
+  onClick(views_.onlineRetryButton_, [this] { wifi_.retry(); });
+  onClick(views_.onlineOtherPortButton_, [this] { wifi_.useOtherPort(); });
   onClick(views_.audioGuardOpenSettingsButton_,
           [this] { openSettings(desktop::SettingsPage::kSound); });
   onClick(views_.micDeniedAllowButton_,
           [this] { openSettings(desktop::SettingsPage::kMicrophonePrivacy); });
+
+  QObject::connect(views_.onlineQRImageView_, &CodeView::clicked, views_.onlineAddressView_,
+                   &AddressView::copy);
+  QObject::connect(views_.onlineAddressView_, &AddressView::networkChosen, &window_,
+                   [this](const QString& address) { wifi_.chooseNetwork(address); });
+  for (const PhoneDot* dot : views_.onlineStatusDots_) {
+    QObject::connect(dot, &PhoneDot::disconnectRequested, &window_,
+                     [this](const QString& endpoint) { wifi_.disconnectPhone(endpoint); });
+  }
 
   QObject::connect(&window_, &MainWindow::resized, &window_, [this] { screens_.layoutUI(); });
   QObject::connect(&window_, &MainWindow::quitRequested, qApp, &QCoreApplication::quit);

@@ -1,9 +1,11 @@
 #include "modes/wifi_mode.h"
 
-#include "ui/qr_picture.h"
+#include "core/identity.h"
 #include "core/log.h"
+#include "ui/qr_picture.h"
 #include "wifi/port_text.h"
 
+#include <cerrno>
 #include <string>
 #include <utility>
 
@@ -15,200 +17,201 @@ constexpr double kCodePoints = 300;  // as large as its view
 
 }  // namespace
 
+ServerProblem WiFiMode::lookUpPort(wifi::StartFailure failure) {
+  const bool isInUse = failure.error == EADDRINUSE;
+  const auto next = static_cast<std::uint16_t>(failure.port + 1);
+  return {.failure = failure,
+          .holder = isInUse ? network::holderOfUdpPort(failure.port, kProgramFile) : std::nullopt,
+          .otherPort = network::freeUdpPortFrom(isInUse ? next : wire::kDefaultPort)};
+}
+
 WiFiMode::WiFiMode(dispatch::Scheduler& scheduler, Parts parts)
     : scheduler_(scheduler),
       parts_(std::move(parts)),
       server_(scheduler, parts_.sender, parts_.transport, *this),
-      watch_(scheduler, parts_.localIPv4Address, *this) {}
+      watch_(scheduler, parts_.lookUpNetworks, *this) {}
 
 WiFiMode::~WiFiMode() = default;
 
 void WiFiMode::enter() {
   open_ = true;
   parts_.view.openWiFiPage();
-  page_.networkMessage = false;
-  page_.info = parts_.texts.bundle("waiting_connection");
-
-  if (const auto address = parts_.localIPv4Address()) {
-    page_.address = QString::fromStdString(*address);
-    if (page_.port.isEmpty()) page_.port = QString::number(wire::kDefaultPort);
-    if (!server_.isRunning()) startUDP();
-    parts_.sound.start();
-    openQRHelp();
-    show();
-  } else {
-    page_.address.clear();
-    showNetworkMessage(parts_.texts.bundle("network.unavailable"));
-  }
   watch_.startIPWatch();
+  if (watch_.address()) {
+    if (!server_.isRunning()) startUDP();
+    stream();
+  } else {
+    state_.network = WiFiState::Network::kLost;
+    show();
+  }
 }
 
 void WiFiMode::leave() {
   open_ = false;
   whileOpen_.cancelAll();
-  refreshPosted_ = false;
+  retryTimer_.reset();
+  state_.problem.reset();
   if (server_.isRunning()) server_.stopUDP();
   watch_.stopIPWatch();
 }
 
-void WiFiMode::startUDP() {
-  server_.startUDP(page_.port.toStdString());
+/// What entering the page and coming back to it have in common, once the server was started.
+void WiFiMode::stream() {
+  state_.network = WiFiState::Network::kThere;
+  parts_.sound.start();
+  openQRHelp();
+  show();
 }
 
 // A server that is not running is started too: the page is open and shows an address, so somebody
 // may scan it.
 void WiFiMode::restartUDP() {
   if (server_.isRunning()) {
-    server_.restartUDPForNetworkChange(page_.port.toStdString());
+    server_.restartUDPForNetworkChange(state_.port.toStdString());
   } else {
     startUDP();
   }
 }
 
+// The page is open already, unless something else has taken its place meanwhile.
 void WiFiMode::silentReenterOnlineMode() {
   parts_.cable.turnOff();
-  scheduler_.mainQueue().async(whileOpen_, [this] { reenterPage(); });
-}
-
-// The page is open already, unless something else has taken its place meanwhile.
-void WiFiMode::reenterPage() {
-  page_.networkMessage = false;
-  page_.info = parts_.texts.bundle("waiting_connection");
-  page_.address = QString::fromStdString(parts_.localIPv4Address().value_or(std::string()));
-  if (page_.port.isEmpty()) page_.port = QString::number(wire::kDefaultPort);
-  restartUDP();
-  parts_.sound.start();
-  openQRHelp();
-  watch_.startIPWatch();
-  show();
-  parts_.cable.clearForcedOffline();
+  scheduler_.mainQueue().async(whileOpen_, [this] {
+    restartUDP();
+    stream();
+    watch_.startIPWatch();
+    parts_.cable.clearForcedOffline();
+  });
 }
 
 void WiFiMode::openQRHelp() {
-  const int port = wifi::leadingInteger(page_.port.toStdString());
-  if (page_.address.isEmpty() || port <= 0) {
+  if (state_.port.isEmpty()) state_.port = QString::number(wire::kDefaultPort);
+  const int port = wifi::leadingInteger(state_.port.toStdString());
+  if (!watch_.address() || port <= 0) {
     parts_.view.presentMessage(parts_.texts.tr("qr.input.invalid"), true);
     return;
   }
-  const auto text = page_.address + QLatin1Char(':') + QString::number(port);
+  const auto text = QString::fromStdString(*watch_.address() + ':' + std::to_string(port));
+  if (code_ && text == codeText_) return;
   auto code = generateQRCodeFromString(text, kCodePoints);
   if (!code) {
     parts_.view.presentMessage(parts_.texts.tr("qr.generate.failed"), true);
     return;
   }
-  page_.codeText = text;
-  page_.code = std::move(code);
-  show();
+  codeText_ = text;
+  code_ = std::move(code);
 }
 
 void WiFiMode::onStarted() {
   log::detail(kLogArea, "the server listens");
-  serverProblem_.clear();
-  page_.info = parts_.texts.bundle("waiting_connection");
-  page_.clients = 0;
-}
-
-QString WiFiMode::failureText(const wifi::StartFailure& failure) const {
-  using Step = wifi::StartFailure::Step;
-  switch (failure.step) {
-    case Step::kPort:
-      return parts_.texts.tr("udp.port.invalid");
-    case Step::kSocket:
-      return parts_.texts.tr("udp.socket.create_failed");
-    case Step::kBind:
-      break;
-  }
-  return parts_.texts.tr("udp.port.bind_failed");
+  state_.problem.reset();
+  retryTimer_.reset();
 }
 
 void WiFiMode::onStartFailed(const wifi::StartFailure& failure) {
-  const auto text = failureText(failure);
-  parts_.view.presentMessage(text, true);
-  serverProblem_ = failure.step == wifi::StartFailure::Step::kPort
-                       ? QStringLiteral("Introduce un puerto válido")
-                       : text;
-  page_.clients = 0;
-  page_.info = serverProblem_;
-}
-
-void WiFiMode::onStopped() {
-  log::detail(kLogArea, "the server has stopped");
-  page_.info = QStringLiteral("Transmisión detenida.");
-  page_.clients = 0;
-  show();
-  updateUIForUDPDisconnected();
-}
-
-void WiFiMode::onClientCountChanged(std::size_t) {
-  refreshOnlineStatusMessage();
-}
-
-// Replies come first: a page that a flood of greetings makes refresh is drawn once for all that
-// came in one turn.
-void WiFiMode::postRefresh() {
-  if (std::exchange(refreshPosted_, true)) return;
-  scheduler_.mainQueue().async(whileOpen_, [this] {
-    refreshPosted_ = false;
-    refreshOnlineStatusMessage();
+  const auto before = std::exchange(state_.problem, ServerProblem{.failure = failure});
+  if (before && before->failure == failure) {  // a further try, of which nothing new is to be said
+    state_.problem = before;
+    return;
+  }
+  const bool isPort = failure.step == wifi::StartFailure::Step::kPort;
+  parts_.view.presentMessage(
+      isPort ? parts_.texts.tr("udp.port.invalid") : statusText(state_, parts_.texts), true);
+  auto report = whileOpen_.bind([this, failure](ServerProblem problem) {
+    if (!state_.problem || state_.problem->failure != failure) return;
+    state_.problem = std::move(problem);
+    show();
   });
+  scheduler_.utilityQueue().async([&main = scheduler_.mainQueue(), lookUp = parts_.lookUpPort,
+                                   failure, report = std::move(report)]() mutable {
+    main.async([problem = lookUp(failure), report = std::move(report)]() mutable {
+      report(std::move(problem));
+    });
+  });
+  if (isPort) return;
+  retryTimer_ = scheduler_.mainQueue().makeTimer(
+      {.first = kRetryInterval, .interval = kRetryInterval}, [this] { retry(); });
 }
 
+void WiFiMode::retry() {
+  if (server_.isRunning() || !watch_.address()) return;
+  startUDP();
+  server_.isRunning() ? stream() : show();
+}
+
+void WiFiMode::useOtherPort() {
+  if (!state_.problem || !state_.problem->otherPort) return;
+  setPort(QString::number(*state_.problem->otherPort));
+  retry();
+}
+
+void WiFiMode::chooseNetwork(const QString& address) {
+  watch_.choose(address.toStdString());
+  if (!open_) return;
+  if (watch_.address()) openQRHelp();
+  show();
+}
+
+void WiFiMode::disconnectPhone(const QString& endpoint) {
+  if (const auto client = wire::Endpoint::parse(endpoint.toStdString())) {
+    server_.disconnect(*client);
+  }
+}
+
+// Replies come first: what happens in one turn is shown once, after it.
 void WiFiMode::refreshOnlineStatusMessage() {
-  const auto before = std::exchange(page_.clients, server_.clientCount());
-  if (page_.clients != before) {
-    log::detail(kLogArea, std::to_string(page_.clients) + " clients");
-  }
-  if (!serverProblem_.isEmpty()) {
-    page_.info = serverProblem_;
-  } else if (parts_.sound.isSilent()) {
-    page_.info = parts_.texts.tr("status.silent");
-  } else if (page_.clients == 0) {
-    page_.info = parts_.texts.bundle("waiting_connection");
-  } else if (page_.clients == 1) {
-    page_.info = parts_.texts.tr("status.connected.one");
-  } else {
-    page_.info = parts_.texts.tr("status.connected.many", static_cast<int>(page_.clients));
-  }
-  show();
+  scheduler_.mainQueue().async(whileOpen_, [this] { show(); });
 }
 
-void WiFiMode::showNetworkMessage(const QString& title) {
-  page_.networkMessage = true;
-  page_.title = title;
-  show();
+void WiFiMode::show() {
+  const auto before = state_.clients.size();
+  state_.address = watch_.address();
+  state_.candidates = watch_.networks().candidates;
+  state_.isRunning = server_.isRunning();
+  state_.clients = server_.clients();
+  state_.hasRefused = server_.hasRefused();
+  state_.isSilent = parts_.sound.isSilent();
+  if (state_.clients.size() != before) {
+    log::detail(kLogArea, std::to_string(state_.clients.size()) + " clients");
+  }
+  auto page = describe(state_, parts_.texts);
+  page.codeText = codeText_;
+  page.code = code_;
+  if (page == shown_) return;
+  shown_ = std::move(page);
+  parts_.view.showWiFiPage(shown_);
+}
+
+void WiFiMode::onNetworksChanged(const wifi::LocalNetworks& networks) {
+  server_.setOwnNetworks(networks.subnets);
+  if (open_) refreshOnlineStatusMessage();
 }
 
 void WiFiMode::onAddressLost() {
-  log::detail(kLogArea, "the network is lost");
-  showNetworkMessage(parts_.texts.bundle("network.unavailable"));
+  if (state_.network != WiFiState::Network::kLost) log::detail(kLogArea, "the network is lost");
+  state_.network = WiFiState::Network::kLost;
+  show();
 }
 
 void WiFiMode::onAddressBack(const std::string&) {
   log::detail(kLogArea, "the network is back");
-  showNetworkMessage(parts_.texts.bundle("network.available") + QLatin1Char('\n') +
-                     parts_.texts.bundle("network.generating_qr_in_seconds",
-                                         wifi::NetworkWatch::kSettlingAfterReturn.count()));
+  state_.network = WiFiState::Network::kBack;
+  show();
   silentReenterOnlineMode();
 }
 
-void WiFiMode::onAddressChanged(const std::string& address) {
+void WiFiMode::onAddressChanged(const std::string&) {
   log::detail(kLogArea, "the address has changed");
-  page_.address = QString::fromStdString(address);
-  showNetworkMessage(parts_.texts.bundle("network.change_detected") + QLatin1Char('\n') +
-                     parts_.texts.bundle("network.generating_qr_in_seconds",
-                                         wifi::NetworkWatch::kSettlingAfterChange.count()));
+  state_.network = WiFiState::Network::kChanged;
+  show();
   silentReenterOnlineMode();
 }
 
-void WiFiMode::onNetworkChangeSettled(const std::optional<std::string>& address) {
-  if (!address) {
-    showNetworkMessage(parts_.texts.bundle("network.unavailable"));
-    return;
-  }
+void WiFiMode::onNetworkChangeSettled(const std::string&) {
   restartUDP();
   openQRHelp();
-  page_.networkMessage = false;
-  refreshOnlineStatusMessage();
+  state_.network = WiFiState::Network::kThere;
+  show();
 }
 
 }  // namespace quorin::app

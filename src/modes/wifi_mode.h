@@ -1,13 +1,15 @@
 #pragma once
 
+#include "core/scheduler.h"
 #include "modes/cable_switch.h"
 #include "modes/sound_path.h"
-#include "ui/texts.h"
 #include "modes/wifi_page.h"
-#include "core/scheduler.h"
+#include "ui/texts.h"
 #include "wifi/network_watch.h"
 #include "wifi/udp_server.h"
 
+#include <functional>
+#include <memory>
 #include <string>
 
 namespace quorin::app {
@@ -18,6 +20,13 @@ namespace quorin::app {
 /// that comes late never brings the page back.
 class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchListener {
  public:
+  /// While nothing listens, the start is tried again this often.
+  static constexpr std::chrono::seconds kRetryInterval{2};
+
+  /// Adds what the system says about the port of a failure. On the utility queue.
+  using PortLookup = std::function<ServerProblem(wifi::StartFailure failure)>;
+  static ServerProblem lookUpPort(wifi::StartFailure failure);
+
   struct Parts {
     const Texts& texts;
     SoundPath& sound;
@@ -25,7 +34,8 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
     wifi::WifiTransport& transport;
     CableSwitch& cable;
     WiFiPageView& view;
-    wifi::NetworkWatch::AddressLookup localIPv4Address;
+    wifi::NetworkWatch::Lookup lookUpNetworks = wifi::lookUpLocalNetworks;
+    PortLookup lookUpPort = WiFiMode::lookUpPort;
   };
 
   /// The scheduler and all parts outlive the mode.
@@ -33,7 +43,7 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
   ~WiFiMode() override;
 
   /// The port that the page's field holds; checked when the server starts.
-  void setPort(const QString& port) { page_.port = port; }
+  void setPort(const QString& port) { state_.port = port; }
 
   /// Opens the page, and starts the server and the sound where there is an address.
   void enter();
@@ -48,6 +58,12 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
   /// The running sound has begun or ceased to carry nothing.
   void onSilence() { refreshOnlineStatusMessage(); }
 
+  // What the user does on the page:
+  void chooseNetwork(const QString& address);
+  void disconnectPhone(const QString& endpoint);
+  void retry();
+  void useOtherPort();  ///< the free one that the page offers
+
   /// Draws the code of the address and port fields.
   void openQRHelp();
 
@@ -55,38 +71,33 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
   // What the server reports.
   void onStarted() override;
   void onStartFailed(const wifi::StartFailure& failure) override;
-  void onStopped() override;
-  void onClientCountChanged(std::size_t clients) override;
-  void onConnected() override { updateUIForUDPConnected(); }
-  void onDisconnected() override { updateUIForUDPDisconnected(); }
+  void onStopped() override { show(); }
+  void onClientsChanged() override { refreshOnlineStatusMessage(); }
 
   // What the watch reports.
+  void onNetworksChanged(const wifi::LocalNetworks& networks) override;
   void onAddressLost() override;
   void onAddressBack(const std::string& address) override;
   void onAddressChanged(const std::string& address) override;
-  void onNetworkChangeSettled(const std::optional<std::string>& address) override;
+  void onNetworkChangeSettled(const std::string& address) override;
 
-  void startUDP();
+  void startUDP() { server_.startUDP(state_.port.toStdString()); }
   void restartUDP();
   void silentReenterOnlineMode();
-  void reenterPage();
+  void stream();
   void refreshOnlineStatusMessage();
-  void updateUIForUDPConnected() { postRefresh(); }
-  void updateUIForUDPDisconnected() { postRefresh(); }
-  void postRefresh();
-
-  void showNetworkMessage(const QString& title);
-  void show() { parts_.view.showWiFiPage(page_); }
-  QString failureText(const wifi::StartFailure& failure) const;
+  void show();
 
   dispatch::Scheduler& scheduler_;
   Parts parts_;
 
   bool open_ = false;
-  bool refreshPosted_ = false;
-  QString serverProblem_;  ///< why nothing listens; empty while something does
-  WiFiPage page_;
+  WiFiState state_;
+  QString codeText_;
+  pictures::PicturePtr code_;
+  WiFiPage shown_;
   dispatch::Scope whileOpen_;
+  std::unique_ptr<dispatch::Timer> retryTimer_;
 
   wifi::UdpServer server_;
   wifi::NetworkWatch watch_;

@@ -1,28 +1,78 @@
 #pragma once
 
+#include "platform/network/udp_ports.h"
+#include "ui/address_view.h"
 #include "ui/picture.h"
+#include "ui/texts.h"
+#include "wifi/udp_server.h"
 #include "wire/control_message.h"
 
 #include <QString>
-#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
 
 namespace quorin::app {
 
 /// What the Wi-Fi page has to show. Whether it is visible at all is not decided here.
 struct WiFiPage {
-  /// The title stands alone in the middle, in place of the code and the lines around it.
-  bool networkMessage = false;
-  QString title;
+  enum class Content {
+    kCode,     ///< the code to scan, with the address and the status beneath
+    kMessage,  ///< the title stands alone in the middle
+    kProblem,  ///< nothing listens: title, detail, and what to do about it
+  };
+  /// One dot.
+  struct Phone {
+    QString endpoint;
+    QString description;
 
-  QString info;             ///< the line above the dots
-  std::size_t clients = 0;  ///< one dot each
+    bool operator==(const Phone&) const = default;
+  };
+
+  Content content = Content::kCode;
+  QString title;
+  QString detail;
+  QString info;  ///< the line above the dots
+  std::vector<Phone> phones;
 
   QString address;  ///< where phones reach this computer; empty without a network
+  std::vector<NetworkChoice> networks;
   QString port = QString::number(wire::kDefaultPort);
+  std::optional<std::uint16_t> otherPort;  ///< of a problem: one that is free
 
   QString codeText;           ///< what the code says: address, colon, port
   pictures::PicturePtr code;  ///< none until there was something to encode
+
+  bool operator==(const WiFiPage&) const = default;
 };
+
+/// Why nothing listens, and what the system says about the port.
+struct ServerProblem {
+  wifi::StartFailure failure;
+  std::optional<network::PortHolder> holder;
+  std::optional<std::uint16_t> otherPort;
+};
+
+/// All that the page's texts follow from.
+struct WiFiState {
+  enum class Network { kThere, kLost, kBack, kChanged };
+
+  Network network = Network::kThere;
+  std::optional<std::string> address;
+  std::vector<wifi::Candidate> candidates;
+  QString port = QString::number(wire::kDefaultPort);
+  bool isRunning = false;
+  std::optional<ServerProblem> problem;
+  std::vector<wifi::Client> clients;
+  bool hasRefused = false;  ///< a phone, and all places are still taken
+  bool isSilent = false;
+};
+
+/// The line above the dots.
+QString statusText(const WiFiState& state, const Texts& texts);
+
+/// The page but for its code.
+WiFiPage describe(const WiFiState& state, const Texts& texts);
 
 /// The window, as far as the Wi-Fi mode needs it. Main queue.
 class WiFiPageView {
@@ -34,7 +84,7 @@ class WiFiPageView {
   /// Makes the Wi-Fi page the page in front, under whatever outranks it.
   virtual void openWiFiPage() = 0;
 
-  /// Shows `page` wherever it differs from what was shown, and lays out.
+  /// Shows `page`, which differs from what was shown before, and lays out.
   virtual void showWiFiPage(const WiFiPage& page) = 0;
 
   /// A line of the console.

@@ -4,9 +4,8 @@
 
 namespace quorin::app {
 
-/// A code to scan, that can also be read: its content stands in the tool tip and in the accessible
-/// name, and a click or the keyboard copies it to the clipboard.
-class CodeView : public ImageView {
+/// A code to scan, and a button that copies what it says. That is also the tool tip.
+class CodeView : public PaintedButton {
   Q_OBJECT
  public:
   explicit CodeView(QWidget* parent);
@@ -14,20 +13,12 @@ class CodeView : public ImageView {
   void showCode(pictures::PicturePtr picture, const QString& content);
   const QString& content() const { return content_; }
 
- signals:
-  void copied();
-
  protected:
-  void mouseReleaseEvent(QMouseEvent* event) override;
-  void keyPressEvent(QKeyEvent* event) override;
-  void focusInEvent(QFocusEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
 
  private:
-  void copy();
-
+  pictures::PicturePtr picture_;
   QString content_;
-  FocusVisibility focus_;
 };
 
 }  // namespace quorin::app

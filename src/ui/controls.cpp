@@ -4,6 +4,7 @@
 
 #include <QEnterEvent>
 #include <QFocusEvent>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <algorithm>
@@ -120,12 +121,16 @@ DotView::DotView(QWidget* parent) : QWidget(parent) {
   setAttribute(Qt::WA_TransparentForMouseEvents);
 }
 
-void DotView::paintEvent(QPaintEvent*) {
-  QPainter painter(this);
+void paintDot(QPainter& painter, const QRectF& frame) {
   painter.setRenderHint(QPainter::Antialiasing);
   painter.setPen(Qt::NoPen);
   painter.setBrush(colors::kGreen);
-  painter.drawEllipse(rect());
+  painter.drawEllipse(frame);
+}
+
+void DotView::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  paintDot(painter, rect());
 }
 
 void FocusVisibility::onFocusIn(Qt::FocusReason reason) {
@@ -150,6 +155,19 @@ void FocusVisibility::paintRing(QPainter& painter, const QRectF& frame, double r
   const double inset = kWidth / 2;
   painter.drawRoundedRect(frame.adjusted(inset, inset, -inset, -inset), radius - inset,
                           radius - inset);
+}
+
+void PaintedButton::focusInEvent(QFocusEvent* event) {
+  focus_.onFocusIn(event->reason());
+  QAbstractButton::focusInEvent(event);
+}
+
+void PaintedButton::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+    click();
+  } else {
+    QAbstractButton::keyPressEvent(event);
+  }
 }
 
 PushButton::PushButton(const QString& title, const QFont& font, const ButtonLook& look,

@@ -2,6 +2,7 @@
 
 #include "ui/picture.h"
 
+#include <QAbstractButton>
 #include <QLabel>
 #include <QPushButton>
 #include <QWidget>
@@ -64,7 +65,10 @@ class NonInteractiveImageView : public ImageView {
   explicit NonInteractiveImageView(QWidget* parent);
 };
 
-/// A filled green circle.
+/// A filled green circle in `frame`.
+void paintDot(QPainter& painter, const QRectF& frame);
+
+/// A green dot that takes no part in clicks.
 class DotView : public QWidget {
   Q_OBJECT
  public:
@@ -84,6 +88,21 @@ class FocusVisibility {
 
  private:
   bool byKeyboard_ = false;
+};
+
+/// A button that its subclass draws. Space and Return press it.
+class PaintedButton : public QAbstractButton {
+  Q_OBJECT
+ public:
+  using QAbstractButton::QAbstractButton;
+
+ protected:
+  void focusInEvent(QFocusEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+  bool showsFocus() const { return focus_.isShownOn(*this); }
+
+ private:
+  FocusVisibility focus_;
 };
 
 struct ButtonLook {

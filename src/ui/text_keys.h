@@ -7,7 +7,8 @@
 namespace quorin::app {
 
 enum class Lookup { kTr, kBundle };   ///< with the built-in texts behind the bundle, or without
-enum class Shape { kText, kFormat };  ///< a format takes one integer
+/// A format takes one integer, for which it may have a plural; a pattern takes texts: %1, %2.
+enum class Shape { kText, kFormat, kPattern };
 
 struct RegisteredKey {
   const char* name;
@@ -53,6 +54,16 @@ inline constexpr std::array kTextKeys = {
     RegisteredKey{"status.connected.one"},
     RegisteredKey{"status.connected.many", Lookup::kTr, Shape::kFormat},
     RegisteredKey{"status.silent"},
+    RegisteredKey{"status.full"},
+    RegisteredKey{"phone.listening", Lookup::kTr, Shape::kPattern},
+    RegisteredKey{"phone.disconnect"},
+    RegisteredKey{"address.name"},
+    RegisteredKey{"address.copy"},
+    RegisteredKey{"address.copy_it", Lookup::kTr, Shape::kPattern},
+    RegisteredKey{"address.copied"},
+    RegisteredKey{"address.network", Lookup::kTr, Shape::kPattern},
+    RegisteredKey{"address.network.wifi", Lookup::kTr, Shape::kPattern},
+    RegisteredKey{"address.network.wired", Lookup::kTr, Shape::kPattern},
     RegisteredKey{"network.unavailable", Lookup::kBundle},
     RegisteredKey{"network.available", Lookup::kBundle},
     RegisteredKey{"network.change_detected", Lookup::kBundle},
@@ -60,6 +71,16 @@ inline constexpr std::array kTextKeys = {
     RegisteredKey{"udp.port.invalid"},
     RegisteredKey{"udp.socket.create_failed"},
     RegisteredKey{"udp.port.bind_failed"},
+    RegisteredKey{"port.in_use", Lookup::kTr, Shape::kPattern},
+    RegisteredKey{"port.holder.other_session"},
+    RegisteredKey{"port.holder.other_user", Lookup::kTr, Shape::kPattern},
+    RegisteredKey{"port.holder.program", Lookup::kTr, Shape::kPattern},
+    RegisteredKey{"port.holder.unknown"},
+    RegisteredKey{"port.not_permitted", Lookup::kTr, Shape::kPattern},
+    RegisteredKey{"port.not_permitted.advice"},
+    RegisteredKey{"port.tries_again"},
+    RegisteredKey{"port.try_again"},
+    RegisteredKey{"port.use", Lookup::kTr, Shape::kPattern},
     RegisteredKey{"qr.input.invalid"},
     RegisteredKey{"qr.generate.failed"},
     RegisteredKey{"alert.settings.title"},

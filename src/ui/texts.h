@@ -52,6 +52,11 @@ class Texts {
   QString tr(TrKey key) const { return find(key.name()); }
   QString tr(TextKey<Lookup::kTr, Shape::kFormat> key, int n) const { return find(key.name(), n); }
 
+  template <typename... Arguments>
+  QString tr(TextKey<Lookup::kTr, Shape::kPattern> key, const Arguments&... arguments) const {
+    return find(key.name()).arg(arguments...);
+  }
+
   /// From the bundle alone; the key when it has no entry.
   QString bundle(TextKey<Lookup::kBundle, Shape::kText> key) const {
     return bundle_.text(key.name());

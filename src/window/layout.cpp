@@ -113,12 +113,36 @@ class Pages {
     layout_[onlineQRImageView_] = centred(codeBottom, 300, 300);
     const double lineHeight = measure_.textHeight(onlineQRMicroLabel_, textWidth);
     layout_[onlineQRMicroLabel_] = {20, codeBottom - lineHeight - 52, textWidth, lineHeight};
+    layout_[onlineAddressView_] = {20, codeBottom - 41, textWidth, 34};  // between the two
 
-    const ViewSet visible = visibleViews(state_);
-    if (visible.contains(onlineTitleLabel_) && !visible.contains(onlineQRImageView_)) {
-      const double height = measure_.textHeight(onlineTitleLabel_, textWidth);
-      layout_[onlineTitleLabel_] = {20, (h_ - height) / 2, textWidth, height};
+    if (visibleViews(state_).contains(onlineTitleLabel_)) layOutTitleInTheMiddle(textWidth);
+  }
+
+  /// The title, and beneath it what a problem has to say and to offer. Without those the title
+  /// alone is centred.
+  void layOutTitleInTheMiddle(double textWidth) {
+    const bool isProblem = state_.wifi == WiFiPage::Content::kProblem;
+    constexpr double kButtonHeight = 36;
+    const double titleHeight = measure_.textHeight(onlineTitleLabel_, textWidth);
+    const double detailHeight = measure_.textHeight(onlineDetailLabel_, textWidth);
+    const double beneath = isProblem ? 14 + detailHeight + 28 + kButtonHeight : 0;
+    const double y = (h_ - titleHeight - beneath) / 2 + beneath;
+    layout_[onlineTitleLabel_] = {20, y, textWidth, titleHeight};
+    layout_[onlineDetailLabel_] = {20, y - 14 - detailHeight, textWidth, detailHeight};
+
+    const double buttonY = y - beneath;
+    constexpr double kGap = 16;
+    const double retry = buttonWidth(onlineRetryButton_);
+    const double other = state_.otherPort ? buttonWidth(onlineOtherPortButton_) : -kGap;
+    const double x = std::floor((w_ - retry - kGap - other) / 2);
+    layout_[onlineRetryButton_] = {x, buttonY, retry, kButtonHeight};
+    if (state_.otherPort) {
+      layout_[onlineOtherPortButton_] = {x + retry + kGap, buttonY, other, kButtonHeight};
     }
+  }
+
+  double buttonWidth(View button) const {
+    return std::max(160.0, std::ceil(measure_.textWidth(button)) + 36);
   }
 
   /// The info line and, in a row beneath, one dot for each client.

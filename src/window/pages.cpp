@@ -41,18 +41,29 @@ void Pages::leavePages() {
 }
 
 void Pages::showWiFiPage(const WiFiPage& page) {
-  auto& views = parts_.views;
+  const auto& views = parts_.views;
   setText(*views.onlineTitleLabel_, page.title);
+  setText(*views.onlineDetailLabel_, page.detail);
   setText(*views.onlineInfoLabel_, page.info);
   views.onlineIPField_->setText(page.address);
   views.onlinePortField_->setText(page.port);
+  views.onlineAddressView_->showAddress(page.codeText, page.networks);
+  if (page.otherPort) {
+    views.onlineOtherPortButton_->setText(
+        parts_.texts.tr("port.use", QString::number(*page.otherPort)));
+  }
   if (page.code && views.onlineQRImageView_->content() != page.codeText) {
-    views.onlineQRMicroLabel_->setText(parts_.texts.bundle("pairing_instructions"));
     views.onlineQRImageView_->showCode(page.code, page.codeText);
+    views.onlineQRImageView_->setAccessibleName(
+        parts_.texts.tr("address.copy_it", page.codeText));
+  }
+  for (std::size_t i = 0; i < std::min(page.phones.size(), views.onlineStatusDots_.size()); ++i) {
+    views.onlineStatusDots_[i]->setPhone(page.phones[i].endpoint, page.phones[i].description);
   }
   parts_.screens.update([&](ScreenState& state) {
-    state.wifi = page.networkMessage ? WifiContent::kMessage : WifiContent::kCode;
-    state.clients = static_cast<int>(page.clients);
+    state.wifi = page.content;
+    state.otherPort = page.otherPort.has_value();
+    state.clients = static_cast<int>(page.phones.size());
   });
 }
 

@@ -5,6 +5,26 @@
 namespace quorin::app {
 namespace {
 
+ViewSet wifiViews(const ScreenState& state) {
+  using enum View;
+  using Content = WiFiPage::Content;
+  ViewSet views = {onlineContainer_, backButton_};
+  switch (state.wifi) {
+    case Content::kCode:
+      views.add({onlineQRImageView_, onlineQRMicroLabel_, onlineQRWifiLabel_, onlineAddressView_,
+                 onlineInfoLabel_});
+      break;
+    case Content::kMessage:
+      views.add({onlineTitleLabel_});
+      break;
+    case Content::kProblem:
+      views.add({onlineTitleLabel_, onlineDetailLabel_, onlineRetryButton_});
+      if (state.otherPort) views.add({onlineOtherPortButton_});
+      break;
+  }
+  return views;
+}
+
 ViewSet pageViews(const ScreenState& state) {
   using enum View;
   switch (state.page) {
@@ -20,11 +40,7 @@ ViewSet pageViews(const ScreenState& state) {
       }
       return {instructionsBox_, usbMainLabel_, usbSecondary2Label_, backButton_};
     case Page::kWifi:
-      if (state.wifi == WifiContent::kMessage) {
-        return {onlineContainer_, onlineTitleLabel_, backButton_};
-      }
-      return {onlineContainer_,   onlineQRImageView_, onlineQRMicroLabel_,
-              onlineQRWifiLabel_, onlineInfoLabel_,   backButton_};
+      return wifiViews(state);
   }
   return {};
 }
@@ -52,7 +68,7 @@ ViewSet visibleViews(const ScreenState& state) {
 
 int visibleStatusDots(const ScreenState& state) {
   if (!visibleViews(state).contains(View::onlineInfoLabel_)) return 0;
-  return std::clamp(state.clients, 0, kMostStatusDots);
+  return std::clamp(state.clients, 0, kMaxStatusDots);
 }
 
 }  // namespace quorin::app

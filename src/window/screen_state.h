@@ -1,5 +1,6 @@
 #pragma once
 
+#include "modes/wifi_page.h"
 #include "window/view_id.h"
 
 /// What is visible, decided in one place.
@@ -7,8 +8,6 @@ namespace quorin::app {
 
 enum class Page { kNone, kMenu, kCable, kWifi };
 
-/// What the Wi-Fi page shows: the code to scan with the status beneath, or words on the network.
-enum class WifiContent { kCode, kMessage };
 
 /// All that the visible views follow from.
 struct ScreenState {
@@ -18,7 +17,8 @@ struct ScreenState {
   bool checking = false;
   Page page = Page::kNone;  ///< where the person is, also while something is in front of it
   bool channelOpen = false;
-  WifiContent wifi = WifiContent::kCode;
+  WiFiPage::Content wifi = WiFiPage::Content::kCode;
+  bool otherPort = false;  ///< is offered where the page tells of a problem
   int clients = 0;
 
   bool operator==(const ScreenState&) const = default;
@@ -28,7 +28,7 @@ struct ScreenState {
 /// else the page. Everything else is hidden, whatever has been set for it.
 ViewSet visibleViews(const ScreenState& state);
 
-/// How many of the status dots are visible: one a client, at most `kMostStatusDots`.
+/// How many of the status dots are visible: one a client, at most `kMaxStatusDots`.
 int visibleStatusDots(const ScreenState& state);
 
 }  // namespace quorin::app

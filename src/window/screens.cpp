@@ -10,7 +10,7 @@ namespace {
 
 bool hasPicture(const QWidget& widget) {
   const auto* const image = qobject_cast<const ImageView*>(&widget);
-  return !image || image->hasImage() || qobject_cast<const CodeView*>(image);
+  return !image || image->hasImage();
 }
 
 /// From the layout's coordinates to the toolkit's, whose y grows downwards from the top.
@@ -76,7 +76,6 @@ void Screens::placeBackButton() {
 }
 
 void Screens::layoutUI() {
-  views_.addStatusDots(texts_.tr("status.connected.one"));
   views_.applyTypographyForBounds();
   const QSize size = views_.contentView_.size();
   const Size bounds{static_cast<double>(size.width()), static_cast<double>(size.height())};
@@ -93,7 +92,7 @@ void Screens::layoutUI() {
     views_.find(view)->setGeometry(toWidget(*layout[view], height));
   }
   for (std::size_t i = 0; i < views_.onlineStatusDots_.size(); ++i) {
-    DotView& dot = *views_.onlineStatusDots_[i];
+    PhoneDot& dot = *views_.onlineStatusDots_[i];
     const bool isShown = i < layout.statusDots.size();
     if (isShown) dot.setGeometry(toWidget(layout.statusDots[i], bounds.height));
     dot.setVisible(isShown);

@@ -66,12 +66,16 @@ enum class View : std::size_t {
   onlineQRImageView_,
   onlineQRMicroLabel_,
   onlineQRWifiLabel_,
+  onlineAddressView_,
+  onlineDetailLabel_,
+  onlineRetryButton_,
+  onlineOtherPortButton_,
   count
 };
 // NOLINTEND(readability-identifier-naming)
 
 inline constexpr std::size_t kViewCount = static_cast<std::size_t>(View::count);
-inline constexpr int kMostStatusDots = 10;
+inline constexpr int kMaxStatusDots = 10;
 
 constexpr std::size_t indexOf(View view) {
   return static_cast<std::size_t>(view);
@@ -132,6 +136,10 @@ inline constexpr std::array<std::string_view, kViewCount> kViewNames = {
     "onlineQRImageView_",
     "onlineQRMicroLabel_",
     "onlineQRWifiLabel_",
+    "onlineAddressView_",
+    "onlineDetailLabel_",
+    "onlineRetryButton_",
+    "onlineOtherPortButton_",
 };
 
 constexpr std::string_view nameOf(View view) {

@@ -235,14 +235,18 @@ void Views::buildWifiPage(const Texts& texts, const std::function<QWidget*()>& m
   onlineQRImageView_ = add(View::onlineQRImageView_, new CodeView(onlineContainer_));
   onlineQRMicroLabel_ = addLabel(View::onlineQRMicroLabel_, texts.bundle("pairing_instructions"),
                                  white(14, QFont::DemiBold, LineBreak::kWrap), onlineContainer_);
-}
-
-void Views::addStatusDots(const QString& name) {
-  while (onlineStatusDots_.size() < kMostStatusDots) {
-    auto* const dot = new DotView(onlineContainer_);
-    dot->setAccessibleName(name);
+  onlineAddressView_ = add(View::onlineAddressView_, new AddressView(texts, onlineContainer_));
+  onlineDetailLabel_ = addLabel(View::onlineDetailLabel_, {},
+                                grey(16, QFont::DemiBold, LineBreak::kWrap), onlineContainer_);
+  onlineRetryButton_ =
+      add(View::onlineRetryButton_, new PushButton(texts.tr("port.try_again"), systemFont(16),
+                                                   looks::kPlain, onlineContainer_));
+  onlineOtherPortButton_ =
+      add(View::onlineOtherPortButton_,
+          new PushButton({}, systemFont(16, QFont::DemiBold), looks::kProminent, onlineContainer_));
+  for (PhoneDot*& dot : onlineStatusDots_) {
+    dot = new PhoneDot(texts.tr("phone.disconnect"), onlineContainer_);
     dot->hide();
-    onlineStatusDots_.push_back(dot);
   }
 }
 

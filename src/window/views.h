@@ -1,10 +1,12 @@
 #pragma once
 
+#include "ui/address_view.h"
 #include "ui/code_view.h"
 #include "window/console.h"
 #include "ui/containers.h"
 #include "ui/controls.h"
 #include "ui/images.h"
+#include "ui/phone_dot.h"
 #include "ui/text_field.h"
 #include "ui/texts.h"
 #include "window/view_id.h"
@@ -12,7 +14,6 @@
 #include <QWidget>
 #include <array>
 #include <functional>
-#include <vector>
 
 namespace quorin::app {
 
@@ -29,9 +30,6 @@ struct Views {
 
   /// The widget of this name, null when there is none.
   QWidget* find(View view) const { return widgets_[indexOf(view)]; }
-
-  /// Makes the dots of the Wi-Fi page where there are none yet; each is called `name` aloud.
-  void addStatusDots(const QString& name);
 
   /// The fonts of the Wi-Fi page that depend on nothing but the page.
   void applyTypographyForBounds() const;
@@ -106,7 +104,11 @@ struct Views {
   CodeView* onlineQRImageView_ = nullptr;
   NonInteractiveLabel* onlineQRMicroLabel_ = nullptr;
   NonInteractiveLabel* onlineQRWifiLabel_ = nullptr;  ///< never built
-  std::vector<DotView*> onlineStatusDots_;            ///< made by the first layout
+  AddressView* onlineAddressView_ = nullptr;
+  NonInteractiveLabel* onlineDetailLabel_ = nullptr;
+  PushButton* onlineRetryButton_ = nullptr;
+  PushButton* onlineOtherPortButton_ = nullptr;
+  std::array<PhoneDot*, kMaxStatusDots> onlineStatusDots_{};
 
  private:
   void buildOutlets(const Texts& texts);

@@ -19,8 +19,9 @@ Facts rightFacts() {
           .microphone = desktop::AuthorizationStatus::kAuthorized,
           .addresses = {{"eth0", "192.168.1.20", true, true}},
           .chosenAddress = "192.168.1.20",
-          .port = "9000",
+          .port = 9000,
           .portError = {},
+          .portHolder = {},
           .usbServiceAnswers = true,
           .realtime = dispatch::RealtimeGrant::kRtkit};
 }
@@ -38,6 +39,12 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
     bool streams;
     const char* found;
     const char* advice;
+  };
+  const auto heldBy = [](const network::PortHolder& holder) {
+    return [holder](Facts& f) {
+      f.portError = make_error_code(std::errc::address_in_use);
+      f.portHolder = holder;
+    };
   };
   const Case cases[] = {
       {"audio server", [](Facts& f) { f.devices = {}; }, false, "none", "Start PulseAudio"},
@@ -65,11 +72,15 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
        },
        false, "no interface has one", "Connect this computer"},
       {"port", [](Facts& f) { f.portError = make_error_code(std::errc::address_in_use); }, false,
-       "9000: Address already in use", "End the program that holds it"},
+       "9000: in use", "End what holds it"},
+      {"port", heldBy({.program = "python3", .user = "ana", .isOwnUser = true}), false,
+       "9000: in use by python3 of user ana", "--port"},
+      {"port", heldBy({.program = "quorin-stream", .user = "ana"}), false,
+       "9000: in use by quorin-stream of user ana", "--port"},
+      {"port", heldBy({.program = "quorin-stream", .user = "me", .isOwnUser = true, .peers = 2}),
+       true, "9000: in use by the running Quorin Stream (2 phones)", ""},
       {"port", [](Facts& f) { f.portError = make_error_code(std::errc::permission_denied); }, false,
        "9000: Permission denied", "above 1023"},
-      {"port", [](Facts& f) { f.portError = make_error_code(std::errc::invalid_argument); }, false,
-       "9000: not a port", "1 to 65535"},
       {"USB service", [](Facts& f) { f.usbServiceAnswers = false; }, true, "does not answer",
        "install usbmuxd"},
       {"real-time priority", [](Facts& f) { f.realtime = dispatch::RealtimeGrant::kNone; }, true,

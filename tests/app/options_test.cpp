@@ -6,12 +6,13 @@ namespace quorin::app {
 namespace {
 
 TEST(Options, AreReadInBothSpellings) {
-  const auto options = parseOptions(
-      {"quorin-stream", "--start", "wifi", "--port=9100", "--language", "es", "--verbose"});
+  const auto options = parseOptions({"quorin-stream", "--start", "wifi", "--port=9100", "--address",
+                                     "10.0.0.5", "--language", "es", "--verbose"});
   ASSERT_TRUE(options);
   EXPECT_EQ(options->action, Options::Action::kRun);
   EXPECT_EQ(options->start, StartMode::kWiFi);
-  EXPECT_EQ(options->port, QStringLiteral("9100"));
+  EXPECT_EQ(options->port, 9100);
+  EXPECT_EQ(options->address, QStringLiteral("10.0.0.5"));
   EXPECT_EQ(options->language, QStringLiteral("es"));
   EXPECT_TRUE(options->verbose);
 
@@ -30,6 +31,11 @@ TEST(Options, WhatIsNotUnderstoodIsNamed) {
            Case{{"--start"}, "start"},
            Case{{"--language", "de"}, "de"},
            Case{{"--prot", "9"}, "prot"},
+           Case{{"--port", "abc"}, "abc"},
+           Case{{"--port", "9000x"}, "9000x"},
+           Case{{"--port", "0"}, "65535"},
+           Case{{"--port", "70000"}, "70000"},
+           Case{{"--address", "home"}, "home"},
            Case{{"wifi"}, "wifi"},
            Case{{"--json"}, "--diagnose"},
        }) {

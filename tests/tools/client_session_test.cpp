@@ -1,5 +1,7 @@
 #include "quorin-listen/client_session.h"
 
+#include "wire/control_message.h"
+
 #include <gmock/gmock.h>
 
 #include <string>
@@ -79,9 +81,50 @@ TEST_F(Session, RepeatsTheHelloAndGivesUpAfterThreeSeconds) {
   EXPECT_THAT(sent(), ElementsAre("0.0 <<HELLO>>", "1.0 <<HELLO>>", "2.0 <<HELLO>>"));
 }
 
-TEST_F(Session, TakesSoundForAnAnswerWhenTheReadyWasLost) {
-  pass(100ms);
-  session_.onSound(now_);
+TEST_F(Session, KnowsTheOrderOfTheAnswers) {
+  constexpr auto kInt16 = measure::SampleFormat::kInt16;
+  constexpr auto kFloat = measure::SampleFormat::kFloat32;
+  const std::string_view ready = wire::kReady;
+  const std::string_view format = wire::kFormat;
+  struct Case {
+    std::vector<std::string_view> before;  // the sound
+    measure::SampleFormat sound;
+    std::vector<std::string_view> after;
+    bool isInOrder;
+  };
+  for (const auto& [before, sound, after, isInOrder] :
+       {Case{{ready, format}, kInt16, {}, true}, Case{{ready}, kFloat, {}, true},
+        Case{{ready, format, ready, format}, kInt16, {ready, format}, true},
+        Case{{ready}, kInt16, {format}, false}, Case{{format, ready}, kInt16, {}, false},
+        Case{{format}, kInt16, {ready}, false}, Case{{}, kInt16, {ready, format}, false}}) {
+    session_ = ClientSession(now_);
+    pass(0ms);
+    for (const auto answer : before) serverSays(answer);
+    EXPECT_TRUE(session_.onSound(now_, sound));
+    for (const auto answer : after) serverSays(answer);
+    EXPECT_EQ(session_.answeredInOrder(), isInOrder) << session_.answers();
+    EXPECT_EQ(session_.state(), kJoined);
+  }
+}
+
+TEST_F(Session, RefusesAFormatThatItDoesNotKnow) {
+  pass(0ms);
+  serverSays(wire::kReady);
+  serverSays("<<FORMAT:SR=48000,DEPTH=16,ENDIAN=LITTLE,CH=1,CHUNK=882>>");
+  EXPECT_EQ(session_.state(), kStrangeFormat);
+  EXPECT_THAT(session_.strangeFormat(), testing::HasSubstr("SR=48000"));
+}
+
+TEST_F(Session, NothingForgedEndsAStream) {
+  pass(0ms);
+  serverSays(wire::kReady);
+  serverSays(wire::kFormat);
+  EXPECT_FALSE(session_.onSound(now_, measure::SampleFormat::kFloat32));
+  passWithSound(1s);
+  for (const auto* forged : {"<<BUSY>>", "<<FORMAT:SR=8000>>", "<<STOP>>", "<<PONG>>", ""}) {
+    serverSays(forged);
+  }
+  EXPECT_FALSE(session_.onSound(now_, measure::SampleFormat::kFloat32));
   EXPECT_EQ(session_.state(), kJoined);
 }
 

@@ -10,7 +10,10 @@
 #include "wire/client_key.h"
 #include "wire/control_message.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
 
 #include <QImage>
 #include <QJsonDocument>
@@ -58,6 +61,12 @@ class QuorinListen : public testing::Test {
     return heard.has_value();
   }
 
+  void answerAndSend(int datagrams) {
+    server_.says(wire::kReady);
+    server_.says(wire::kFormat);
+    for (int i = 0; i < datagrams; ++i) server_.says(std::string(1764, '\0'));
+  }
+
   test::UdpPeer server_;
 
   test::TemporaryDirectory folder_;
@@ -85,7 +94,11 @@ TEST_F(QuorinListen, RecordsMeasuresAndDrawsWhatItHears) {
     server_.says(wire::kReady);
     if (!inFloats) server_.says(wire::kFormat);
     const auto size = sound.size() / kDatagrams;
-    for (std::size_t at = 0; at < sound.size(); at += size) server_.says(sound.substr(at, size));
+    for (std::size_t at = 0; at < sound.size(); at += size) {
+      server_.says(sound.substr(at, size));
+      server_.says(wire::kBusy);  // forged, as is sound of another length
+      server_.says(std::string(inFloats ? 1764 : 3528, 'x'));
+    }
     EXPECT_TRUE(isTold(wire::kStop));
     ASSERT_EQ(process_.wait(), 0) << said("err");
 
@@ -149,14 +162,60 @@ TEST_F(QuorinListen, EndsProperlyOnASignal) {
     EXPECT_EQ(process_.wait(), 0);
     EXPECT_TRUE(isTold(wire::kStop));
     EXPECT_THAT(said("out"), HasSubstr("received "));
-    EXPECT_TRUE(measure::readWav(path("b.wav")));
+    EXPECT_FALSE(std::filesystem::exists(path("b.wav"))) << "there was no sound";
   }
 }
 
+TEST_F(QuorinListen, ASignalEndsItAlsoWhileItsOutputBlocks) {
+  ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
+  const posix::FileDescriptor reader(::open(path("pipe").c_str(), O_RDWR | O_CLOEXEC));
+  ::fcntl(reader.get(), F_SETPIPE_SZ, 4096);
+  start({server_.key(), "--arrivals", path("pipe")});
+  ASSERT_TRUE(isTold(wire::kHello));
+  answerAndSend(300);
+  EXPECT_TRUE(test::eventually([&] {
+    int bytes = 0;
+    ::ioctl(reader.get(), FIONREAD, &bytes);
+    return bytes > 4096 - 30;  // no room for one more line
+  }));
+  ::kill(process_.pid(), SIGTERM);
+  EXPECT_EQ(process_.wait(), 1);
+}
+
+TEST_F(QuorinListen, AnOutputThatCannotBeWrittenIsAnError) {
+  for (const char* option : {"--arrivals", "--wav"}) {
+    start({server_.key(), "--seconds", "1", option, "/dev/full"});
+    ASSERT_TRUE(isTold(wire::kHello));
+    answerAndSend(50);
+    EXPECT_EQ(process_.wait(), 1) << option;
+    EXPECT_THAT(said("err"), HasSubstr("Cannot write to /dev/full"));
+  }
+  const std::string program = std::string(std::getenv("QUORIN_BIN")) + "/quorin-listen";
+  test::ChildProcess help(
+      {.arguments = {"sh", "-c", program + " --help >/dev/full"}, .environment = {}, .output = {}});
+  EXPECT_EQ(help.wait(), 1);
+}
+
 TEST_F(QuorinListen, SaysWhatToCheckWhenNobodyAnswers) {
-  EXPECT_EQ(run({"127.0.0.1:9", "--seconds", "1"}), 1);
+  EXPECT_EQ(run({"127.0.0.1:9", "--seconds", "1", "--wav", path("n.wav")}), 1);
   EXPECT_THAT(said("err"), HasSubstr("No answer from 127.0.0.1:9 for 3 s: check the address"));
   EXPECT_EQ(said("out"), "");
+  EXPECT_FALSE(std::filesystem::exists(path("n.wav")));
+}
+
+TEST_F(QuorinListen, ComplainsAboutAServerThatAnswersAgainstTheProtocol) {
+  start({server_.key(), "--seconds", "1"});
+  ASSERT_TRUE(isTold(wire::kHello));
+  server_.says(wire::kFormat);
+  server_.says(wire::kReady);
+  server_.says(std::string(1764, '\0'));
+  EXPECT_EQ(process_.wait(), 1);
+  EXPECT_THAT(said("err"), HasSubstr("but as format, READY, sound"));
+  start({server_.key()});
+  ASSERT_TRUE(isTold(wire::kHello));
+  server_.says("<<FORMAT:SR=48000>>");
+  EXPECT_EQ(process_.wait(), 1);
+  EXPECT_THAT(said("err"), HasSubstr("a format that is not known here: <<FORMAT:SR=48000>>"));
 }
 
 TEST_F(QuorinListen, HasAnExitCodeForAFullServer) {

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <filesystem>
 #include <fstream>
 #include <span>
 
@@ -22,31 +23,35 @@ class WavFile : public testing::Test {
 };
 
 TEST_F(WavFile, IsTheBytesThatEveryPlayerExpects) {
+  std::ofstream(path()) << "what was there before, and longer than what comes now: " << 1e300;
   {
-    auto writer = WavWriter::create(path(), SampleFormat::kInt16);
-    ASSERT_TRUE(writer);
+    auto writer = WavWriter::open(path()).value();
+    EXPECT_TRUE(test::contentOf(path()).starts_with("what was there before"));
     const std::array<std::int16_t, 2> samples{1, -2};
-    EXPECT_TRUE(writer->append(std::as_bytes(std::span(samples))));
+    EXPECT_TRUE(writer.append(std::as_bytes(std::span(samples)), SampleFormat::kInt16));
   }
-  std::ifstream file(path(), std::ios::binary);
-  std::string bytes(64, '\0');  // more than a file with two samples has
-  file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  bytes.resize(static_cast<std::size_t>(file.gcount()));
-  const auto expected = std::string("RIFF\x28\0\0\0WAVEfmt \x10\0\0\0\1\0\1\0", 24) +
-                        std::string("\x44\xAC\0\0\x88\x58\1\0\2\0\x10\0", 12) +
-                        std::string("data\4\0\0\0\1\0\xFE\xFF", 12);
-  EXPECT_EQ(bytes, expected);
+  EXPECT_EQ(test::contentOf(path()), std::string("RIFF\x28\0\0\0WAVEfmt \x10\0\0\0\1\0\1\0", 24) +
+                                         std::string("\x44\xAC\0\0\x88\x58\1\0\2\0\x10\0", 12) +
+                                         std::string("data\4\0\0\0\1\0\xFE\xFF", 12));
 }
 
 TEST_F(WavFile, OfAWriterThatNeverCameToAnEndLacksTheLastSecondAtMost) {
-  auto writer = WavWriter::create(path(), SampleFormat::kInt16);
+  auto writer = WavWriter::open(path()).value();
   const std::array<std::byte, kInt16Bytes> datagram{};
-  for (int i = 0; i < 125; ++i) writer->append(datagram);  // 2.5 s
+  for (int i = 0; i < 125; ++i) writer.append(datagram, SampleFormat::kInt16);  // 2.5 s
   EXPECT_THAT(readWav(path()).value(), SizeIs(2 * kSampleRate));
 }
 
+TEST_F(WavFile, WithoutSoundLeavesThingsAsTheyWere) {
+  EXPECT_TRUE(WavWriter::open(path()).value().finish());
+  EXPECT_FALSE(std::filesystem::exists(path()));
+  std::ofstream(path()) << "former recording";
+  EXPECT_TRUE(WavWriter::open(path()).value().finish());
+  EXPECT_EQ(test::contentOf(path()), "former recording");
+}
+
 TEST_F(WavFile, SaysInASentenceWhatItCannotDo) {
-  const auto nowhere = WavWriter::create(folder_.path() / "none" / "x.wav", SampleFormat::kInt16);
+  const auto nowhere = WavWriter::open(folder_.path() / "none" / "x.wav");
   ASSERT_FALSE(nowhere);
   EXPECT_THAT(nowhere.error(), HasSubstr("none/x.wav"));
 

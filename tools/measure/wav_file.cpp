@@ -1,5 +1,8 @@
 #include "measure/wav_file.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <array>
 #include <bit>
 #include <cerrno>
@@ -45,36 +48,51 @@ Header headerFor(SampleFormat format, std::uint32_t dataBytes) {
   return header;
 }
 
-constexpr std::uint32_t kMostBytes = 0xFFFFFFFF - sizeof(Header);
+constexpr std::uint32_t kMaxBytes = 0xFFFFFFFF - sizeof(Header);
 
 }  // namespace
 
-std::expected<WavWriter, std::string> WavWriter::create(const std::string& path,
-                                                        SampleFormat format) {
-  std::FILE* file = std::fopen(path.c_str(), "wbe");
+std::expected<WavWriter, std::string> WavWriter::open(const std::string& path) {
+  constexpr int kFlags = O_WRONLY | O_CREAT | O_CLOEXEC;
+  constexpr mode_t kMode = 0666;
+  int descriptor = ::open(path.c_str(), kFlags | O_EXCL, kMode);
+  const bool isNew = descriptor >= 0;
+  if (!isNew) descriptor = ::open(path.c_str(), kFlags, kMode);
+  std::FILE* file = descriptor < 0 ? nullptr : ::fdopen(descriptor, "wb");
   if (file == nullptr) {
     return std::unexpected("Cannot write " + path + ": " + std::generic_category().message(errno) +
                            ". Choose another place for the file.");
   }
-  WavWriter writer(file, format);
-  if (!writer.writeHeader()) return std::unexpected("Cannot write " + path + ": is the disk full?");
-  return writer;
+  return WavWriter(file, path, isNew);
 }
 
 WavWriter::~WavWriter() {
-  if (file_ && bytes_ != bytesInHeader_) writeHeader();
+  finish();
 }
 
-bool WavWriter::append(std::span<const std::byte> samples) {
-  if (samples.size() > kMostBytes - bytes_) return true;
+bool WavWriter::append(std::span<const std::byte> samples, SampleFormat format) {
+  if (!format_) {
+    format_ = format;
+    (void)::ftruncate(::fileno(file_.get()), 0);  // a device cannot, and need not, be cut
+    if (!writeHeader()) return false;
+  }
+  if (samples.size() > kMaxBytes - bytes_) return true;
   if (std::fwrite(samples.data(), 1, samples.size(), file_.get()) != samples.size()) return false;
   bytes_ += static_cast<std::uint32_t>(samples.size());
-  const auto second = headerFor(format_, 0).bytesPerSecond;
+  const auto second = headerFor(*format_, 0).bytesPerSecond;
   return bytes_ - bytesInHeader_ < second || writeHeader();
 }
 
+bool WavWriter::finish() {
+  if (!file_) return true;
+  const bool written = bytes_ == bytesInHeader_ || writeHeader();
+  const bool closed = std::fclose(file_.release()) == 0;
+  if (!format_ && isNew_) std::remove(path_.c_str());
+  return written && closed;
+}
+
 bool WavWriter::writeHeader() {
-  const auto header = headerFor(format_, bytes_);
+  const auto header = headerFor(*format_, bytes_);
   bytesInHeader_ = bytes_;
   return std::fseek(file_.get(), 0, SEEK_SET) == 0 &&
          std::fwrite(&header, sizeof header, 1, file_.get()) == 1 &&

@@ -7,39 +7,51 @@
 #include <cstdio>
 #include <expected>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace quorin::measure {
 
-/// Writes mono 44100 Hz sound as it comes to a WAV file. The header is made true after every
-/// second of sound, so that the file of a receiver that was killed plays but for its last second.
+/// Writes mono 44100 Hz sound as it comes to a WAV file. The header is brought up to date after
+/// every second of sound, so that the file of a receiver that was killed plays but for its last
+/// second.
+///
+/// A file that is there already keeps its content until sound comes; one that was made here and
+/// got none is removed again.
 class WavWriter {
  public:
-  /// Replaces the file. The error is a sentence for the user.
-  static std::expected<WavWriter, std::string> create(const std::string& path, SampleFormat format);
+  /// Fails where nothing can be written. The error is a sentence for the user.
+  static std::expected<WavWriter, std::string> open(const std::string& path);
 
   WavWriter(WavWriter&&) = default;
-  WavWriter& operator=(WavWriter&&) = default;
+  WavWriter& operator=(WavWriter&&) = delete;
+  /// As `finish`, without its answer.
   ~WavWriter();
 
-  SampleFormat format() const { return format_; }
+  /// Whole samples of one and the same format. False when the disk did not take them. Stops
+  /// growing at 4 GiB, which is as much as the format can say.
+  bool append(std::span<const std::byte> samples, SampleFormat format);
 
-  /// Whole samples of the writer's format. False when the disk did not take them. Stops growing
-  /// at 4 GiB, which is as much as the format can say.
-  bool append(std::span<const std::byte> samples);
+  /// Completes and closes the file; nothing is appended afterwards. False when the disk did not
+  /// take all of it.
+  bool finish();
 
  private:
   struct Close {
     void operator()(std::FILE* file) const { std::fclose(file); }
   };
 
-  WavWriter(std::FILE* file, SampleFormat format) : file_(file), format_(format) {}
+  WavWriter(std::FILE* file, std::string path, bool isNew)
+      : file_(file), path_(std::move(path)), isNew_(isNew) {}
   bool writeHeader();
 
-  std::unique_ptr<std::FILE, Close> file_;
-  SampleFormat format_;
+  std::unique_ptr<std::FILE, Close> file_;  ///< none once finished
+  std::string path_;
+  bool isNew_;                          ///< made by `open`
+  std::optional<SampleFormat> format_;  ///< of the first sound
   std::uint32_t bytes_ = 0;
   std::uint32_t bytesInHeader_ = 0;
 };

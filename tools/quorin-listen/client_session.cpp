@@ -14,6 +14,7 @@ std::optional<std::string_view> ClientSession::nextMessage(TimePoint now) {
   if (state_ == State::kJoining && now >= giveUpAt_) state_ = State::kUnanswered;
   if (state_ != State::kJoining && state_ != State::kJoined) return std::nullopt;
   if (now >= helloAt_) {
+    helloPending_ = true;
     helloAt_ = now + (state_ == State::kJoining ? kHelloInterval : kRejoinAfter);
     return wire::kHello;
   }
@@ -37,19 +38,46 @@ TimePoint ClientSession::nextDeadline() const {
 }
 
 void ClientSession::onMessage(std::string_view text, TimePoint now) {
-  if (text == wire::kReady) {
-    join(now);
-  } else if (text == wire::kBusy) {
-    if (state_ == State::kJoining || state_ == State::kJoined) state_ = State::kRefused;
-  } else if (text == wire::kPong && pingSent_) {
+  if (text == wire::kPong && pingSent_) {
     roundTrip_ = now - *pingSent_;
     pingSent_.reset();
   }
+  const bool isWaiting = state_ == State::kJoining || state_ == State::kJoined;
+  if (!isWaiting || !helloPending_) return;
+  if (text == wire::kReady) {
+    note("READY");
+    join(now);
+  } else if (text == wire::kBusy) {
+    state_ = State::kRefused;
+  } else if (text == wire::kFormat) {
+    note("format");
+    if (!format_) format_ = measure::SampleFormat::kInt16;
+  } else if (text.starts_with("<<FORMAT:")) {
+    strangeFormat_ = text;
+    state_ = State::kStrangeFormat;
+  }
 }
 
-void ClientSession::onSound(TimePoint now) {
+bool ClientSession::onSound(TimePoint now, measure::SampleFormat format) {
+  if (format_.value_or(format) != format) return false;
+  format_ = format;
+  note("sound");
+  helloPending_ = false;
   join(now);  // sound without READY: the READY was lost
   if (state_ == State::kJoined) helloAt_ = now + kRejoinAfter;
+  return true;
+}
+
+void ClientSession::note(std::string_view answer) {
+  if (answers_.contains(answer)) return;
+  if (!answers_.empty()) answers_ += ", ";
+  answers_ += answer;
+}
+
+bool ClientSession::answeredInOrder() const {
+  const bool announces = format_ != measure::SampleFormat::kFloat32;
+  return std::string_view(announces ? "READY, format, sound" : "READY, sound")
+      .starts_with(answers_);
 }
 
 void ClientSession::join(TimePoint now) {

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "measure/sound_format.h"
+
 #include <chrono>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace quorin::listen {
@@ -13,10 +16,11 @@ using TimePoint = std::chrono::steady_clock::time_point;
 class ClientSession {
  public:
   enum class State {
-    kJoining,     ///< has asked, waits for the answer
-    kJoined,      ///< registered, as far as one can know
-    kRefused,     ///< the server is full
-    kUnanswered,  ///< nobody answered for `kAnswerTimeout`
+    kJoining,        ///< has asked, waits for the answer
+    kJoined,         ///< registered, as far as one can know
+    kRefused,        ///< the server is full
+    kUnanswered,     ///< nobody answered for `kAnswerTimeout`
+    kStrangeFormat,  ///< the server announced a format that is not the one we know
     kLeft,
   };
 
@@ -39,21 +43,37 @@ class ClientSession {
   /// When `nextMessage` or the state may change by time alone.
   TimePoint nextDeadline() const;
 
-  /// A control message, as it stood in its datagram. Others are ignored.
+  /// A control message, as it stood in its datagram. Others are ignored, and so are answers to a
+  /// HELLO that nobody sent: a forged one does not end a stream.
   void onMessage(std::string_view text, TimePoint now);
-  void onSound(TimePoint now);
+
+  /// False for sound that is not of the stream's format (the announced one, else that of the first
+  /// sound): it comes from somebody else.
+  bool onSound(TimePoint now, measure::SampleFormat format = measure::SampleFormat::kInt16);
 
   /// Makes STOP the last message, if the server may know this client at all.
   void leave();
+
+  /// The server's answers in the order in which they first came: "READY, format, sound".
+  const std::string& answers() const { return answers_; }
+  /// False when one is missing or came too early. The server of float samples announces no format.
+  bool answeredInOrder() const;
+  /// The format line of a server that is `kStrangeFormat`.
+  const std::string& strangeFormat() const { return strangeFormat_; }
 
   /// Between the latest answered PING and its PONG.
   std::optional<std::chrono::nanoseconds> roundTrip() const { return roundTrip_; }
 
  private:
   void join(TimePoint now);
+  void note(std::string_view answer);
 
   State state_ = State::kJoining;
   bool stopDue_ = false;
+  bool helloPending_ = false;  ///< sent, and no sound came since
+  std::string answers_;
+  std::string strangeFormat_;
+  std::optional<measure::SampleFormat> format_;
   TimePoint giveUpAt_;
   TimePoint helloAt_;
   TimePoint pingAt_;

@@ -10,13 +10,15 @@
 #include "wire/displayable.h"
 
 #include <poll.h>
-#include <sys/signalfd.h>
+#include <sys/eventfd.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <QGuiApplication>
 #include <QLoggingCategory>
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <iostream>
 #include <memory>
@@ -37,13 +39,30 @@ measure::Nanoseconds wallNow() {
   return std::chrono::system_clock::now().time_since_epoch();
 }
 
+int terminationEvent = -1;  // for the signal handler
+
+void onTermination(int) {
+  const int before = errno;
+  (void)::eventfd_write(terminationEvent, 1);
+  constexpr timeval kInterval{.tv_sec = 0, .tv_usec = 200'000};
+  constexpr itimerval kAgainAndAgain{.it_interval = kInterval, .it_value = kInterval};
+  ::setitimer(ITIMER_REAL, &kAgainAndAgain, nullptr);
+  errno = before;
+}
+
+/// Readable once SIGINT or SIGTERM has come. From then on a timer interrupts any write that waits,
+/// which makes it fail: the reader of a pipe who does not read cannot keep the program alive.
 posix::FileDescriptor watchForTermination() {
-  sigset_t ending;
-  ::sigemptyset(&ending);
-  ::sigaddset(&ending, SIGINT);
-  ::sigaddset(&ending, SIGTERM);
-  ::pthread_sigmask(SIG_BLOCK, &ending, nullptr);
-  return posix::FileDescriptor(::signalfd(-1, &ending, SFD_CLOEXEC));
+  posix::FileDescriptor event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  terminationEvent = event.get();
+  struct sigaction action{};  // without SA_RESTART
+  action.sa_handler = onTermination;
+  ::sigaction(SIGINT, &action, nullptr);
+  ::sigaction(SIGTERM, &action, nullptr);
+  action.sa_handler = [](int) {};
+  ::sigaction(SIGALRM, &action, nullptr);
+  std::signal(SIGPIPE, SIG_IGN);  // a reader that has gone is an error like a full disk
+  return event;
 }
 
 /// The line that is written over itself; silent where nobody watches.
@@ -85,6 +104,9 @@ class Listening {
   /// Ends without a value when the time is up or `termination` is readable.
   std::optional<Ending> run(const posix::FileDescriptor& termination, const Options& options);
 
+  std::expected<void, std::string> finishOutputs() { return outputs_.finish(); }
+
+  const SoundSource& source() const { return *source_; }
   const Reception& reception() const { return reception_; }
   Report report() const { return reportOf(reception_, source_->roundTrip()); }
 
@@ -154,7 +176,7 @@ ExitCode failed(const Ending& ending) {
 }  // namespace
 
 ExitCode listen(const Options& options) {
-  const auto termination = watchForTermination();  // before the sound server's thread exists
+  const auto termination = watchForTermination();
   auto outputs = Outputs::open(options);
   if (!outputs) return failed({.code = kFailed, .sentence = std::move(outputs.error())});
   auto source = openSource(options);
@@ -162,6 +184,9 @@ ExitCode listen(const Options& options) {
 
   Listening listening(std::move(*source), std::move(*outputs));
   if (const auto ending = listening.run(termination, options)) return failed(*ending);
+  if (auto finished = listening.finishOutputs(); !finished) {
+    return failed({.code = kFailed, .sentence = std::move(finished.error())});
+  }
 
   std::cout << (options.json ? asJson(listening.report()) : asText(listening.report()))
             << std::flush;
@@ -169,6 +194,9 @@ ExitCode listen(const Options& options) {
     return failed(
         {.code = kFailed,
          .sentence = "Cannot write " + *options.plot + ". Choose another place for the picture."});
+  }
+  if (auto error = listening.source().protocolError()) {
+    return failed({.code = kFailed, .sentence = std::move(*error)});
   }
   return kListened;
 }

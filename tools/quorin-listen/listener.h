@@ -9,8 +9,8 @@ namespace quorin::listen {
 /// Listens as the options ask until the time is up, a signal comes or the source ends; prints the
 /// live line and the result on standard output, and what went wrong on standard error.
 ///
-/// SIGINT and SIGTERM are blocked in the calling thread from here on and taken in the loop, so it
-/// is to be called before any other thread is started.
+/// Takes SIGINT, SIGTERM, SIGALRM and SIGPIPE over for the rest of the process; the other threads
+/// must block them, as the sound server's does. Standard output is checked by the caller.
 ExitCode listen(const Options& options);
 
 }  // namespace quorin::listen

@@ -7,23 +7,34 @@
 #include <string_view>
 #include <vector>
 
-int main(int argc, char** argv) {
-  using quorin::listen::Options;
-  const std::vector<std::string_view> arguments(argv + 1, argv + argc);
-  const auto options = quorin::listen::parseOptions(arguments);
+namespace {
+
+using namespace quorin::listen;
+
+ExitCode run(std::span<const std::string_view> arguments) {
+  const auto options = parseOptions(arguments);
   if (!options) {
     std::cerr << "quorin-listen: " << options.error() << " See quorin-listen --help.\n";
-    return quorin::listen::kWrongUsage;
+    return kWrongUsage;
   }
   switch (options->task) {
     case Options::Task::kHelp:
-      std::cout << quorin::listen::usage();
-      return quorin::listen::kListened;
+      std::cout << usage();
+      return kListened;
     case Options::Task::kVersion:
       std::cout << "quorin-listen " << quorin::version() << '\n';
-      return quorin::listen::kListened;
+      return kListened;
     case Options::Task::kListen:
-      return quorin::listen::listen(*options);
+      return listen(*options);
   }
-  return quorin::listen::kFailed;
+  return kFailed;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const auto code = run(std::vector<std::string_view>(argv + 1, argv + argc));
+  if (std::cout.flush() || code != kListened) return code;
+  std::cerr << "quorin-listen: Cannot write to standard output: is the disk full?\n";
+  return kFailed;
 }

@@ -120,7 +120,8 @@ Joins a running Quorin Stream as a phone does, and measures what arrives.
   --help           print this text
   --version        print the version
 
-Exit status: 0 listened, 1 no answer or another failure, 2 wrong usage, 3 the server is full.
+Exit status: 0 listened, 1 no answer, a wrong one or another failure, 2 wrong usage, 3 the server
+is full.
 )";
 }
 

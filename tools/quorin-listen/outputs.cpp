@@ -3,6 +3,13 @@
 #include "measure/sound_format.h"
 
 namespace quorin::listen {
+namespace {
+
+std::unexpected<std::string> cannotGoOn(const std::string& path) {
+  return std::unexpected("Cannot write to " + path + " any more: is the disk full?");
+}
+
+}  // namespace
 
 std::expected<Outputs, std::string> Outputs::open(const Options& options) {
   Outputs outputs;
@@ -12,15 +19,15 @@ std::expected<Outputs, std::string> Outputs::open(const Options& options) {
     outputs.playback_ = std::move(*playback);
   }
   if (options.wav) {
-    // Created at once, so that a wrong path is told before the listening and not after it.
-    auto writer = measure::WavWriter::create(*options.wav, measure::SampleFormat::kInt16);
+    auto writer = measure::WavWriter::open(*options.wav);
     if (!writer) return std::unexpected(std::move(writer.error()));
-    outputs.wavPath_ = options.wav;
-    outputs.wav_ = std::move(*writer);
+    outputs.wavPath_ = *options.wav;
+    outputs.wav_.emplace(std::move(*writer));
   }
   if (options.arrivals) {
-    outputs.arrivals_.emplace(*options.arrivals);
-    if (!*outputs.arrivals_) {
+    outputs.arrivalsPath_ = *options.arrivals;
+    outputs.arrivals_.reset(std::fopen(options.arrivals->c_str(), "we"));
+    if (!outputs.arrivals_) {
       return std::unexpected("Cannot write " + *options.arrivals +
                              ". Choose another place for the file.");
     }
@@ -30,19 +37,21 @@ std::expected<Outputs, std::string> Outputs::open(const Options& options) {
 
 std::expected<void, std::string> Outputs::add(const Sound& sound, std::span<const float> samples) {
   if (playback_) playback_->push(samples);
-  // Line by line: others follow the file while it grows.
-  if (arrivals_) *arrivals_ << sound.arrived.count() << ' ' << samples.size() << '\n' << std::flush;
-  if (!wav_) return {};
-  // A stream keeps its format; one that changes it starts the file anew rather than spoil it.
+  if (arrivals_) {
+    const auto line =
+        std::to_string(sound.arrived.count()) + ' ' + std::to_string(samples.size()) + '\n';
+    std::fputs(line.c_str(), arrivals_.get());
+    // Line by line: others follow the file while it grows.
+    if (std::fflush(arrivals_.get()) != 0) return cannotGoOn(arrivalsPath_);
+  }
   const auto format = measure::formatOfLength(sound.bytes.size());
-  if (format && *format != wav_->format()) {
-    auto writer = measure::WavWriter::create(*wavPath_, *format);
-    if (!writer) return std::unexpected(std::move(writer.error()));
-    wav_ = std::move(*writer);
-  }
-  if (!wav_->append(sound.bytes)) {
-    return std::unexpected("Cannot write to " + *wavPath_ + " any more: is the disk full?");
-  }
+  if (wav_ && format && !wav_->append(sound.bytes, *format)) return cannotGoOn(wavPath_);
+  return {};
+}
+
+std::expected<void, std::string> Outputs::finish() {
+  if (arrivals_ && std::fclose(arrivals_.release()) != 0) return cannotGoOn(arrivalsPath_);
+  if (wav_ && !wav_->finish()) return cannotGoOn(wavPath_);
   return {};
 }
 

@@ -5,27 +5,35 @@
 #include "quorin-listen/playback.h"
 #include "quorin-listen/sound_source.h"
 
+#include <cstdio>
 #include <expected>
-#include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
 
 namespace quorin::listen {
 
-/// Where the received sound goes besides the statistics, as the options ask.
+/// Where the received sound goes besides the statistics, as the options ask. Every error is a
+/// sentence for the user; the outputs are not usable after it.
 class Outputs {
  public:
-  /// Everything that can fail early fails here. The error is a sentence for the user.
+  /// Everything that can fail early fails here.
   static std::expected<Outputs, std::string> open(const Options& options);
 
-  /// The error is a sentence for the user; the outputs are not usable after it.
   std::expected<void, std::string> add(const Sound& sound, std::span<const float> samples);
 
+  /// Once, when nothing more comes: completes the files.
+  std::expected<void, std::string> finish();
+
  private:
-  std::optional<std::string> wavPath_;
+  struct Close {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+
+  std::string wavPath_;
   std::optional<measure::WavWriter> wav_;
-  std::optional<std::ofstream> arrivals_;
+  std::string arrivalsPath_;
+  std::unique_ptr<std::FILE, Close> arrivals_;
   std::unique_ptr<Playback> playback_;
 };
 

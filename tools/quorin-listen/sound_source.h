@@ -44,6 +44,8 @@ class SoundSource {
   /// What is done until then, for the person who waits.
   virtual const char* joining() const = 0;
   virtual std::optional<Ending> ending() const = 0;
+  /// What was wrong with the order of the server's answers, as a sentence.
+  virtual std::optional<std::string> protocolError() const { return std::nullopt; }
   virtual std::optional<std::chrono::nanoseconds> roundTrip() const = 0;
 
   /// Says goodbye; nothing is served afterwards.

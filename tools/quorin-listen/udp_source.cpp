@@ -1,6 +1,7 @@
 #include "quorin-listen/udp_source.h"
 
 #include "measure/sound_format.h"
+#include "wire/displayable.h"
 
 namespace quorin::listen {
 
@@ -17,9 +18,10 @@ void UdpSource::serve(TimePoint now, const std::function<void(const Sound&)>& on
     const auto datagram = socket_.receive();
     if (!datagram) break;
     const auto bytes = datagram->bytes;
-    if (measure::formatOfLength(bytes.size())) {
-      session_.onSound(now);
-      onSound({.arrived = datagram->arrived, .bytes = bytes});
+    if (const auto format = measure::formatOfLength(bytes.size())) {
+      if (session_.onSound(now, *format)) {
+        onSound({.arrived = datagram->arrived, .bytes = bytes});
+      }
     } else {
       session_.onMessage({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, now);
     }
@@ -43,9 +45,20 @@ std::optional<Ending> UdpSource::ending() const {
                     .sentence = server_.text() +
                                 " already serves as many listeners as it can: stop one of them "
                                 "and try again."};
+    case ClientSession::State::kStrangeFormat:
+      return Ending{.code = kFailed,
+                    .sentence = server_.text() + " announces a format that is not known here: " +
+                                wire::displayable(session_.strangeFormat()) +
+                                ". Is it a Quorin Stream of another version?"};
     default:
       return std::nullopt;
   }
+}
+
+std::optional<std::string> UdpSource::protocolError() const {
+  if (session_.answeredInOrder()) return std::nullopt;
+  return "The server's answers did not come as READY, format line, sound, but as " +
+         session_.answers() + ": some were lost on the way, or the server is at fault.";
 }
 
 void UdpSource::leave(TimePoint now) {

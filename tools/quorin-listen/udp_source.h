@@ -23,6 +23,7 @@ class UdpSource : public SoundSource {
   bool joined() const override { return session_.state() == ClientSession::State::kJoined; }
   const char* joining() const override { return "asking to join ..."; }
   std::optional<Ending> ending() const override;
+  std::optional<std::string> protocolError() const override;
   std::optional<std::chrono::nanoseconds> roundTrip() const override {
     return session_.roundTrip();
   }

@@ -1,0 +1,128 @@
+#include "modes/wifi_page.h"
+
+#include "core/identity.h"
+#include "platform/network/interfaces.h"
+#include "wifi/network_watch.h"
+
+#include <QDateTime>
+#include <cerrno>
+#include <chrono>
+
+namespace quorin::app {
+namespace {
+
+using Step = wifi::StartFailure::Step;
+
+QString text(std::string_view utf8) {
+  return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
+}
+
+QString timeOfDay(dispatch::WallTime time) {
+  const auto sinceEpoch = std::chrono::floor<std::chrono::milliseconds>(time.time_since_epoch());
+  return QDateTime::fromMSecsSinceEpoch(sinceEpoch.count()).toString(QStringLiteral("HH:mm"));
+}
+
+QString holderText(const std::optional<network::PortHolder>& holder, const Texts& texts) {
+  if (!holder || holder->program.empty()) return texts.tr("port.holder.unknown");
+  if (holder->program != kProgramFile) {
+    return texts.tr("port.holder.program", text(holder->program));
+  }
+  return holder->isOwnUser ? texts.tr("port.holder.other_session")
+                           : texts.tr("port.holder.other_user", text(holder->user));
+}
+
+QString failureText(const wifi::StartFailure& failure, const Texts& texts) {
+  switch (failure.step) {
+    case Step::kPort:
+      return QStringLiteral("Introduce un puerto válido");
+    case Step::kSocket:
+      return texts.tr("udp.socket.create_failed");
+    case Step::kBind:
+      break;
+  }
+  return texts.tr("udp.port.bind_failed");
+}
+
+void describeProblem(const ServerProblem& problem, const Texts& texts, WiFiPage& page) {
+  const auto& failure = problem.failure;
+  const auto port = QString::number(failure.port);
+  page.content = WiFiPage::Content::kProblem;
+  page.otherPort = problem.otherPort;
+  page.title = failureText(failure, texts);
+  if (failure.step == Step::kPort) return;  // nothing changes by itself
+
+  if (failure.error == EADDRINUSE) {
+    page.title = texts.tr("port.in_use", port);
+    page.detail = holderText(problem.holder, texts) + QLatin1Char(' ');
+  } else if (failure.error == EACCES) {
+    page.title = texts.tr("port.not_permitted", port);
+    page.detail = texts.tr("port.not_permitted.advice") + QLatin1Char(' ');
+  }
+  page.detail += texts.tr("port.tries_again");
+}
+
+QString networkMessage(WiFiState::Network network, const Texts& texts) {
+  using enum WiFiState::Network;
+  const auto settling = [&texts](const QString& news, std::chrono::seconds time) {
+    return news + QLatin1Char('\n') +
+           texts.bundle("network.generating_qr_in_seconds", static_cast<int>(time.count()));
+  };
+  switch (network) {
+    case kThere:
+      return {};
+    case kLost:
+      return texts.bundle("network.unavailable");
+    case kBack:
+      return settling(texts.bundle("network.available"), wifi::NetworkWatch::kSettlingAfterReturn);
+    case kChanged:
+      return settling(texts.bundle("network.change_detected"),
+                      wifi::NetworkWatch::kSettlingAfterChange);
+  }
+  return {};
+}
+
+}  // namespace
+
+QString statusText(const WiFiState& state, const Texts& texts) {
+  if (state.problem) return failureText(state.problem->failure, texts);
+  if (!state.isRunning) return QStringLiteral("Transmisión detenida.");
+  if (state.isSilent) return texts.tr("status.silent");
+  if (state.hasRefused) return texts.tr("status.full");
+  switch (state.clients.size()) {
+    case 0:
+      return texts.bundle("waiting_connection");
+    case 1:
+      return texts.tr("status.connected.one");
+    default:
+      return texts.tr("status.connected.many", static_cast<int>(state.clients.size()));
+  }
+}
+
+WiFiPage describe(const WiFiState& state, const Texts& texts) {
+  WiFiPage page;
+  page.info = statusText(state, texts);
+  page.address = text(state.address.value_or(std::string()));
+  page.port = state.port;
+  for (const auto& candidate : state.candidates) {
+    const auto name = text(candidate.interface);
+    page.networks.push_back({.name = network::isWifi(candidate.interface)
+                                         ? texts.tr("address.network.wifi", name)
+                                         : texts.tr("address.network.wired", name),
+                             .address = text(candidate.address)});
+  }
+  for (const auto& client : state.clients) {
+    page.phones.push_back(
+        {.endpoint = text(client.endpoint.text()),
+         .description = texts.tr("phone.listening", text(client.endpoint.addressText()),
+                                 timeOfDay(client.connectedSince))});
+  }
+  if (state.network != WiFiState::Network::kThere) {
+    page.content = WiFiPage::Content::kMessage;
+    page.title = networkMessage(state.network, texts);
+  } else if (state.problem) {
+    describeProblem(*state.problem, texts, page);
+  }
+  return page;
+}
+
+}  // namespace quorin::app

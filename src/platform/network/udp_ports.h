@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+/// Which UDP ports of this machine are free, and who holds those that are not. Any thread.
+namespace quorin::network {
+
+/// What a server that binds `port` on all addresses would be answered now; no error when it is
+/// free.
+std::error_code bindUdpPort(std::uint16_t port);
+
+/// The first free port from `first` on, of the next hundred.
+std::optional<std::uint16_t> freeUdpPortFrom(std::uint16_t first);
+
+struct PortHolder {
+  std::string program;  ///< such as "quorin-stream"; empty where the system does not tell
+  std::string user;     ///< login name, else the number
+  bool isOwnUser = false;
+  std::size_t peers = 0;  ///< sockets of its own that it has connected to one peer each
+
+  friend bool operator==(const PortHolder&, const PortHolder&) = default;
+};
+
+/// None when nobody holds the port. The programs behind another user's sockets are not told to
+/// everybody: where that user runs one called `likely`, it is taken for the holder.
+///
+/// Reads the tables of the system and its users, which may take some hundredths of a second or,
+/// with users from the network, longer.
+std::optional<PortHolder> holderOfUdpPort(std::uint16_t port, std::string_view likely);
+
+}  // namespace quorin::network

@@ -1,0 +1,104 @@
+#include "ui/address_view.h"
+
+#include "ui/appearance.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QMenu>
+#include <algorithm>
+
+namespace quorin::app {
+namespace {
+
+constexpr int kPixels = 18;
+constexpr std::chrono::milliseconds kSayingCopied{2000};
+
+}  // namespace
+
+AddressView::AddressView(const Texts& texts, QWidget* parent)
+    : QWidget(parent),
+      texts_(texts),
+      text_(new QLineEdit(this)),
+      copy_(new PushButton(texts.tr("address.copy"), systemFont(13), looks::kPlain, this)),
+      network_(new PushButton({}, systemFont(13), looks::kPlain, this)) {
+  text_->setReadOnly(true);
+  text_->setFrame(false);
+  text_->setFont(systemFont(kPixels, QFont::DemiBold));
+  text_->setAccessibleName(texts.tr("address.name"));
+  QPalette palette = text_->palette();
+  palette.setColor(QPalette::Base, Qt::transparent);
+  text_->setPalette(palette);
+  text_->installEventFilter(this);
+  network_->hide();
+
+  // As wide as the longer of its two words.
+  const int copyWidth = copy_->sizeHint().width();
+  copy_->setText(texts.tr("address.copied"));
+  copy_->setFixedWidth(std::max(copyWidth, copy_->sizeHint().width()));
+  copy_->setText(texts.tr("address.copy"));
+
+  auto* const row = new QHBoxLayout(this);
+  row->setContentsMargins(0, 0, 0, 0);
+  row->setSpacing(10);
+  row->addStretch();
+  row->addWidget(text_);
+  row->addWidget(copy_);
+  row->addWidget(network_);
+  row->addStretch();
+
+  sayingCopied_.setSingleShot(true);
+  connect(&sayingCopied_, &QTimer::timeout, this,
+          [this] { copy_->setText(texts_.tr("address.copy")); });
+  connect(copy_, &QPushButton::clicked, this, &AddressView::copy);
+  connect(network_, &QPushButton::clicked, this, &AddressView::openMenu);
+}
+
+void AddressView::showAddress(const QString& text, const std::vector<NetworkChoice>& networks) {
+  networks_ = networks;
+  if (text_->text() != text) text_->setText(text);
+  constexpr int kCursorAndMargins = 12;
+  text_->setFixedWidth(text_->fontMetrics().horizontalAdvance(text) + kCursorAndMargins);
+  copy_->setAccessibleName(texts_.tr("address.copy_it", text));
+  const auto current = std::ranges::find(networks_, text.section(u':', 0, 0), &NetworkChoice::address);
+  const QString name = current == networks_.end() ? QString() : current->name;
+  network_->setText(name + QStringLiteral(" ▾"));
+  network_->setAccessibleName(texts_.tr("address.network", name));
+  network_->setVisible(networks_.size() > 1);
+}
+
+void AddressView::copy() {
+  if (text().isEmpty()) return;
+  QGuiApplication::clipboard()->setText(text());
+  copy_->setText(texts_.tr("address.copied"));
+  sayingCopied_.start(kSayingCopied);
+}
+
+/// Copying the selection is said like a press of the button.
+bool AddressView::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() != QEvent::KeyPress ||
+      !static_cast<QKeyEvent*>(event)->matches(QKeySequence::Copy)) {
+    return QWidget::eventFilter(watched, event);
+  }
+  const QString selected = text_->selectedText();
+  copy();
+  if (!selected.isEmpty()) QGuiApplication::clipboard()->setText(selected);
+  return true;
+}
+
+void AddressView::openMenu() {
+  auto* const menu = new QMenu(network_);
+  menu->setAttribute(Qt::WA_DeleteOnClose);
+  for (const NetworkChoice& network : networks_) {
+    QAction* const action = menu->addAction(network.name + QStringLiteral("   ") + network.address);
+    action->setCheckable(true);
+    action->setChecked(text().section(u':', 0, 0) == network.address);
+    connect(action, &QAction::triggered, this,
+            [this, address = network.address] { emit networkChosen(address); });
+    if (action->isChecked()) menu->setActiveAction(action);
+  }
+  menu->popup(network_->mapToGlobal(QPoint(0, network_->height())));
+}
+
+}  // namespace quorin::app
