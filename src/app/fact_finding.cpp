@@ -51,7 +51,8 @@ Facts findFacts(std::uint16_t port) {
   }
   facts.addresses =
       network::listInterfaceAddresses().value_or(std::vector<network::InterfaceAddress>());
-  facts.chosenAddress = wifi::localIPv4Address(facts.addresses);
+  const auto networks = wifi::localNetworks(facts.addresses, network::defaultRouteInterface());
+  facts.chosenAddress = wifi::localIPv4Address(networks.candidates);
   facts.usbServiceAnswers = usb::usbServiceAnswers();
   facts.realtime = dispatch::tryRealtime();
   askForSound(facts);

@@ -36,7 +36,7 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
       setUpAtStart_(options.setUp),
       audioServer_(audio::connectToAudioServer(scheduler_.backgroundQueue())),
       views_(window_, texts_, images_, [this] { return makePanel().release(); }),
-      screens_(views_, texts_),
+      screens_(views_),
       pages_({texts_, images_, views_, screens_}),
       audioCaptureManager_(scheduler_,
                            {.makeEngine = [this] { return audioServer_->makeEngine(audio::mayBeStreamed); }}),
@@ -91,8 +91,6 @@ void PTAppDelegate::connectViews() {
   onClick(views_.micDeniedAllowButton_,
           [this] { openSettings(desktop::SettingsPage::kMicrophonePrivacy); });
 
-  QObject::connect(views_.onlineQRImageView_, &CodeView::clicked, views_.onlineAddressView_,
-                   &AddressView::copy);
   QObject::connect(views_.onlineAddressView_, &AddressView::networkChosen, &window_,
                    [this](const QString& address) { wifi_.chooseNetwork(address); });
   for (const PhoneDot* dot : views_.onlineStatusDots_) {

@@ -42,7 +42,7 @@ void WiFiMode::enter() {
     stream();
   } else {
     state_.network = WiFiState::Network::kLost;
-    show();
+    refreshOnlineStatusMessage();
   }
 }
 
@@ -60,7 +60,7 @@ void WiFiMode::stream() {
   state_.network = WiFiState::Network::kThere;
   parts_.sound.start();
   openQRHelp();
-  show();
+  refreshOnlineStatusMessage();
 }
 
 // A server that is not running is started too: the page is open and shows an address, so somebody
@@ -120,7 +120,7 @@ void WiFiMode::onStartFailed(const wifi::StartFailure& failure) {
   auto report = whileOpen_.bind([this, failure](ServerProblem problem) {
     if (!state_.problem || state_.problem->failure != failure) return;
     state_.problem = std::move(problem);
-    show();
+    refreshOnlineStatusMessage();
   });
   scheduler_.utilityQueue().async([&main = scheduler_.mainQueue(), lookUp = parts_.lookUpPort,
                                    failure, report = std::move(report)]() mutable {
@@ -136,7 +136,7 @@ void WiFiMode::onStartFailed(const wifi::StartFailure& failure) {
 void WiFiMode::retry() {
   if (server_.isRunning() || !watch_.address()) return;
   startUDP();
-  server_.isRunning() ? stream() : show();
+  server_.isRunning() ? stream() : refreshOnlineStatusMessage();
 }
 
 void WiFiMode::useOtherPort() {
@@ -149,7 +149,7 @@ void WiFiMode::chooseNetwork(const QString& address) {
   watch_.choose(address.toStdString());
   if (!open_) return;
   if (watch_.address()) openQRHelp();
-  show();
+  refreshOnlineStatusMessage();
 }
 
 void WiFiMode::disconnectPhone(const QString& endpoint) {
@@ -158,12 +158,7 @@ void WiFiMode::disconnectPhone(const QString& endpoint) {
   }
 }
 
-// Replies come first: what happens in one turn is shown once, after it.
 void WiFiMode::refreshOnlineStatusMessage() {
-  scheduler_.mainQueue().async(whileOpen_, [this] { show(); });
-}
-
-void WiFiMode::show() {
   const auto before = state_.clients.size();
   state_.address = watch_.address();
   state_.candidates = watch_.networks().candidates;
@@ -183,26 +178,27 @@ void WiFiMode::show() {
 
 void WiFiMode::onNetworksChanged(const wifi::LocalNetworks& networks) {
   server_.setOwnNetworks(networks.subnets);
-  if (open_) refreshOnlineStatusMessage();
+  // The address, if that changes too, follows in this turn.
+  scheduler_.mainQueue().async(whileOpen_, [this] { refreshOnlineStatusMessage(); });
 }
 
 void WiFiMode::onAddressLost() {
   if (state_.network != WiFiState::Network::kLost) log::detail(kLogArea, "the network is lost");
   state_.network = WiFiState::Network::kLost;
-  show();
+  refreshOnlineStatusMessage();
 }
 
 void WiFiMode::onAddressBack(const std::string&) {
   log::detail(kLogArea, "the network is back");
   state_.network = WiFiState::Network::kBack;
-  show();
+  refreshOnlineStatusMessage();
   silentReenterOnlineMode();
 }
 
 void WiFiMode::onAddressChanged(const std::string&) {
   log::detail(kLogArea, "the address has changed");
   state_.network = WiFiState::Network::kChanged;
-  show();
+  refreshOnlineStatusMessage();
   silentReenterOnlineMode();
 }
 
@@ -210,7 +206,7 @@ void WiFiMode::onNetworkChangeSettled(const std::string&) {
   restartUDP();
   openQRHelp();
   state_.network = WiFiState::Network::kThere;
-  show();
+  refreshOnlineStatusMessage();
 }
 
 }  // namespace quorin::app

@@ -68,7 +68,7 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
   // What the server reports.
   void onStarted() override;
   void onStartFailed(const wifi::StartFailure& failure) override;
-  void onStopped() override { show(); }
+  void onStopped() override { refreshOnlineStatusMessage(); }
   void onClientsChanged() override { refreshOnlineStatusMessage(); }
 
   // What the watch reports.
@@ -83,7 +83,6 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
   void silentReenterOnlineMode();
   void stream();
   void refreshOnlineStatusMessage();
-  void show();
 
   dispatch::Scheduler& scheduler_;
   Parts parts_;

@@ -53,10 +53,10 @@ void describeProblem(const ServerProblem& problem, const Texts& texts, WiFiPage&
 
   if (failure.error == EADDRINUSE) {
     page.title = texts.tr("port.in_use", port);
-    page.detail = holderText(problem.holder, texts) + QLatin1Char(' ');
+    page.detail = holderText(problem.holder, texts) + QLatin1Char('\n');
   } else if (failure.error == EACCES) {
     page.title = texts.tr("port.not_permitted", port);
-    page.detail = texts.tr("port.not_permitted.advice") + QLatin1Char(' ');
+    page.detail = texts.tr("port.not_permitted.advice") + QLatin1Char('\n');
   }
   page.detail += texts.tr("port.tries_again");
 }
@@ -112,7 +112,7 @@ WiFiPage describe(const WiFiState& state, const Texts& texts) {
   for (const auto& client : state.clients) {
     page.phones.push_back(
         {.endpoint = text(client.endpoint.text()),
-         .description = texts.tr("phone.listening", text(client.endpoint.addressText()),
+         .description = texts.tr("phone.listening", text(wire::addressText(client.endpoint.address)),
                                  timeOfDay(client.connectedSince))});
   }
   if (state.network != WiFiState::Network::kThere) {

@@ -4,6 +4,7 @@
 #include "ui/address_view.h"
 #include "ui/picture.h"
 #include "ui/texts.h"
+#include "wifi/local_address.h"
 #include "wifi/udp_server.h"
 #include "wire/control_message.h"
 
@@ -49,8 +50,8 @@ struct WiFiPage {
 /// Why nothing listens, and what the system says about the port.
 struct ServerProblem {
   wifi::StartFailure failure;
-  std::optional<network::PortHolder> holder;
-  std::optional<std::uint16_t> otherPort;
+  std::optional<network::PortHolder> holder{};
+  std::optional<std::uint16_t> otherPort{};
 };
 
 /// All that the page's texts follow from.

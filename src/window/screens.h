@@ -12,8 +12,8 @@ namespace quorin::app {
 /// code that shows, hides or places a view. Main thread.
 class Screens {
  public:
-  /// Both outlive this.
-  Screens(Views& views, const Texts& texts) : views_(views), texts_(texts) {}
+  /// `views` outlives this.
+  explicit Screens(Views& views) : views_(views) {}
 
   const ScreenState& state() const { return state_; }
 
@@ -28,7 +28,6 @@ class Screens {
   void placeSharedViews();
 
   Views& views_;
-  const Texts& texts_;
   ScreenState state_;
 };
 

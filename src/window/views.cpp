@@ -244,6 +244,7 @@ void Views::buildWifiPage(const Texts& texts, const std::function<QWidget*()>& m
   onlineQRMicroLabel_ = addLabel(View::onlineQRMicroLabel_, texts.bundle("pairing_instructions"),
                                  white(14, QFont::DemiBold, LineBreak::kWrap), onlineContainer_);
   onlineAddressView_ = add(View::onlineAddressView_, new AddressView(texts, onlineContainer_));
+  QObject::connect(onlineQRImageView_, &CodeView::clicked, onlineAddressView_, &AddressView::copy);
   onlineDetailLabel_ = addLabel(View::onlineDetailLabel_, {},
                                 grey(16, QFont::DemiBold, LineBreak::kWrap), onlineContainer_);
   onlineRetryButton_ =

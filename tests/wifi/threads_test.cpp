@@ -141,7 +141,7 @@ TEST_F(ThreadsTest, KeepSendingThroughAFlood) {
 
   std::atomic<int> running = 2;
   std::atomic<int> heard = 0;
-  const auto address = wire::ClientKey{.address = INADDR_LOOPBACK, .port = port}.socketAddress();
+  const auto address = wire::Endpoint{.address = INADDR_LOOPBACK, .port = port}.socketAddress();
   std::thread attacker([&] {
     flood(address, kChunks * 20);
     --running;

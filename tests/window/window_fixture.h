@@ -44,7 +44,11 @@ class WindowFixture : public testing::Test {
             {.splash = false, .page = Page::kCable},
             {.splash = false, .page = Page::kCable, .channelOpen = true},
             wifi(3),
-            {.splash = false, .page = Page::kWifi, .wifi = WifiContent::kMessage}};
+            {.splash = false, .page = Page::kWifi, .wifi = WiFiPage::Content::kMessage},
+            {.splash = false,
+             .page = Page::kWifi,
+             .wifi = WiFiPage::Content::kProblem,
+             .otherPort = true}};
   }
 
   CompiledTable table_;
@@ -52,7 +56,7 @@ class WindowFixture : public testing::Test {
   Images images_;
   MainWindow window_;
   Views views_;
-  Screens screens_{views_, texts_};
+  Screens screens_{views_};
 };
 
 }  // namespace quorin::app

@@ -6,6 +6,7 @@
 #include "ui/appearance.h"
 #include "window/guard_screen.h"
 #include "window/main_window.h"
+#include "window/pages.h"
 #include "ui/qr_picture.h"
 #include "window/screens.h"
 #include "panel_shots.h"
@@ -14,6 +15,7 @@
 #include <QDir>
 #include <QPainter>
 #include <QPixmap>
+#include <cerrno>
 #include <cstdio>
 #include <functional>
 #include <vector>
@@ -45,25 +47,13 @@ struct Stage {
     show([](ScreenState& screen) { screen.guard = true; });
   }
 
-  void showWifi(int clients, const QString& whatIsAmiss = {}) {
-    const auto payload = QStringLiteral("192.168.178.124:9000");
-    views.onlineQRImageView_->showCode(generateQRCodeFromString(payload, 300), payload);
-    views.onlineInfoLabel_->setText(!whatIsAmiss.isEmpty() ? whatIsAmiss
-                                    : clients == 0         ? texts.bundle("waiting_connection")
-                                    : clients == 1         ? texts.tr("status.connected.one")
-                                                   : texts.tr("status.connected.many", clients));
-    show([clients](ScreenState& state) {
-      state.page = Page::kWifi;
-      state.clients = clients;
-    });
-  }
-
-  void showNetworkMessage(const QString& message) {
-    views.onlineTitleLabel_->setText(message);
-    show([](ScreenState& state) {
-      state.page = Page::kWifi;
-      state.wifi = WifiContent::kMessage;
-    });
+  void showWifi(const WiFiState& state) {
+    auto page = describe(state, texts);
+    page.codeText = QStringLiteral("192.168.178.124:9000");
+    page.code = generateQRCodeFromString(page.codeText, 300);
+    show([](ScreenState& screen) { screen.page = Page::kWifi; });
+    pages.showWiFiPage(page);
+    QApplication::processEvents();
   }
 
   CompiledTable table;
@@ -71,8 +61,46 @@ struct Stage {
   Images images;
   MainWindow window;
   Views views;
-  Screens screens{views, texts};
+  Screens screens{views};
+  Pages pages{{texts, images, views, screens}};
 };
+
+/// Phones that listen, and networks that the computer is in.
+WiFiState streaming(std::size_t phones, std::size_t networks = 1) {
+  WiFiState state;
+  state.isRunning = true;
+  state.address = "192.168.178.124";
+  state.candidates.assign({{"wlan0", "192.168.178.124"}, {"enp3s0", "10.0.0.5"}});
+  state.candidates.resize(networks);
+  state.clients.resize(phones);
+  return state;
+}
+
+WiFiState silentStream() {
+  auto state = streaming(1);
+  state.isSilent = true;
+  return state;
+}
+
+WiFiState fullHouse() {
+  auto state = streaming(10);
+  state.hasRefused = true;
+  return state;
+}
+
+WiFiState lost(WiFiState::Network network) {
+  WiFiState state;
+  state.network = network;
+  return state;
+}
+
+WiFiState busyPort(int error, std::uint16_t port, const network::PortHolder& holder = {}) {
+  WiFiState state;
+  state.problem = {.failure = {wifi::StartFailure::Step::kBind, error, port},
+                   .holder = holder,
+                   .otherPort = 9001};
+  return state;
+}
 
 struct Shot {
   const char* name;
@@ -109,24 +137,29 @@ std::vector<Shot> shots() {
            s.channelOpen = true;
          });
        }},
-      {"wifi-0", [](Stage& stage) { stage.showWifi(0); }},
-      {"wifi-1", [](Stage& stage) { stage.showWifi(1); }},
-      {"wifi-3", [](Stage& stage) { stage.showWifi(3); }},
-      {"wifi-10", [](Stage& stage) { stage.showWifi(10); }},
-      {"wifi-silent", [](Stage& stage) { stage.showWifi(1, stage.texts.tr("status.silent")); }},
-      {"wifi-port-taken",
-       [](Stage& stage) { stage.showWifi(0, stage.texts.tr("udp.port.bind_failed")); }},
-      {"network-none",
-       [](Stage& stage) { stage.showNetworkMessage(stage.texts.bundle("network.unavailable")); }},
-      {"network-changed",
+      {"wifi-0", [](Stage& stage) { stage.showWifi(streaming(0)); }},
+      {"wifi-1", [](Stage& stage) { stage.showWifi(streaming(1)); }},
+      {"wifi-3-two-networks", [](Stage& stage) { stage.showWifi(streaming(3, 2)); }},
+      {"wifi-copied",
        [](Stage& stage) {
-         stage.showNetworkMessage(stage.texts.bundle("network.change_detected") +
-                                  QLatin1Char('\n') +
-                                  stage.texts.bundle("network.generating_qr_in_seconds", 2));
+         stage.showWifi(streaming(1));
+         stage.views.onlineAddressView_->copy();
        }},
+      {"wifi-10", [](Stage& stage) { stage.showWifi(streaming(10)); }},
+      {"wifi-full", [](Stage& stage) { stage.showWifi(fullHouse()); }},
+      {"wifi-silent", [](Stage& stage) { stage.showWifi(silentStream()); }},
+      {"wifi-port-in-use",
+       [](Stage& stage) {
+         stage.showWifi(busyPort(EADDRINUSE, 9000, {.program = "quorin-stream", .user = "maria"}));
+       }},
+      {"wifi-port-reserved", [](Stage& stage) { stage.showWifi(busyPort(EACCES, 80)); }},
+      {"network-none",
+       [](Stage& stage) { stage.showWifi(lost(WiFiState::Network::kLost)); }},
+      {"network-changed",
+       [](Stage& stage) { stage.showWifi(lost(WiFiState::Network::kChanged)); }},
       {"alert-stop",
        [](Stage& stage) {
-         stage.showWifi(3);
+         stage.showWifi(streaming(3));
          askToStop(stage.texts, &stage.window, [] {});
        }},
       {"alert-settings",
