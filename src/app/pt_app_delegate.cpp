@@ -10,12 +10,30 @@
 #include <utility>
 
 namespace quorin::app {
+namespace {
+
+std::string_view textKeyOf(LoanFailure failure) {
+  switch (failure) {
+    case LoanFailure::kNoServer:
+      return "audio.guard.setup.no_server";
+    case LoanFailure::kRefused:
+      return "audio.guard.setup.refused";
+    case LoanFailure::kHelperMissing:
+      return "audio.guard.setup.missing";
+    case LoanFailure::kOther:
+      break;
+  }
+  return "audio.guard.setup.failed";
+}
+
+}  // namespace
 
 PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
                              const Options& options)
     : scheduler_(scheduler),
       texts_(texts),
       startMode_(options.start),
+      setUpAtStart_(options.setUp),
       audioServer_(audio::connectToAudioServer(scheduler_.backgroundQueue())),
       views_(window_, texts_, images_, [this] { return makePanel().release(); }),
       screens_(views_),
@@ -66,7 +84,10 @@ void PTAppDelegate::connectViews() {
   onClick(views_.onlineRetryButton_, [this] { wifi_.retry(); });
   onClick(views_.onlineOtherPortButton_, [this] { wifi_.useOtherPort(); });
   onClick(views_.audioGuardOpenSettingsButton_,
-          [this] { openSettings(desktop::SettingsPage::kSound); });
+          [this] {
+            using enum desktop::SettingsPage;
+            openSettings(guard_.state().output.right ? kSoundInput : kSound);
+          });
   onClick(views_.micDeniedAllowButton_,
           [this] { openSettings(desktop::SettingsPage::kMicrophonePrivacy); });
 
@@ -84,13 +105,32 @@ void PTAppDelegate::connectViews() {
     if (cable_.sendMessage(views_.inputTextField->text())) views_.inputTextField->clear();
   });
 
+  onClick(views_.audioGuardSetUpButton_, [this] { guard_.setUp(); });
+  onClick(views_.silenceMoveButton_, [this] { loan_.moveHere(); });
+  onClick(views_.playHereBox_, [this] { loan_.playHere(views_.playHereBox_->isChecked()); });
+  views_.levelMeter_->setSource([this] { return sound_.takePeak(); });
+
+  // Who else plays where is looked at when it matters.
   sound_.setOnSilence([this](bool silent) {
-    if (wifi_.isOpen()) wifi_.onSilence();
-    pages_.showCableSilence(silent && !wifi_.isOpen());
+    if (silent) loan_.watch();
+    showSound();
   });
+  pages_.setLendDevice([this] { loan_.lend(); });
+  loan_.setReports({.lent = [this] { guard_.onSetUp(); },
+                    .failed = [this](LoanFailure failure) {
+                      guard_.onSetUpFailed(textKeyOf(failure));
+                    },
+                    .changed = [this] { showSound(); }});
 
   pages_.setStopAllSessions([this] { menu_.stopAllSessions(); });
   pages_.setMenuShown([this] { enterStartMode(); });
+}
+
+void PTAppDelegate::showSound() {
+  pages_.showSound({.silent = sound_.isSilent(),
+                    .elsewhere = loan_.elsewhere(),
+                    .lent = loan_.isLent(),
+                    .playsHere = loan_.playsHere()});
 }
 
 void PTAppDelegate::applicationDidFinishLaunching() {
@@ -104,6 +144,7 @@ void PTAppDelegate::applicationDidFinishLaunching() {
 
   guard_.setupAudioCheckFlow();
   guard_.startAudioDefaultWatch();
+  if (setUpAtStart_) guard_.setUp();
   scheduler_.mainQueue().asyncAfter(kSplashDuration, scope_, [this] { dismissSplash(); });
   guard_.requestMicrophonePermission();
 }
@@ -137,8 +178,7 @@ void PTAppDelegate::enterStartMode() {
 }
 
 void PTAppDelegate::openSettings(desktop::SettingsPage page) {
-  const bool sound = page == desktop::SettingsPage::kSound;
-  if (sound ? desktop::openSoundSettings() : desktop::openMicPrivacySettings()) return;
+  if (desktop::openSettings(page)) return;
   pages_.showSettingsMissing(page);
 }
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <functional>
 #include <memory>
 
@@ -17,17 +18,23 @@ class SoundDetector {
  public:
   /// One thread at a time. A single sample that is not zero is sound.
   void inspect(wire::AudioChunkView chunk) {
-    if (sounded_.load(std::memory_order_relaxed)) return;  // known already, until somebody asks
-    if (std::ranges::any_of(chunk, [](float sample) { return sample != 0.0F; })) {
-      sounded_.store(true, std::memory_order_relaxed);
+    float peak = 0;
+    for (const float sample : chunk) peak = std::max(peak, std::abs(sample));
+    if (peak > peak_.load(std::memory_order_relaxed)) {
+      peak_.store(peak, std::memory_order_relaxed);
     }
+    if (peak != 0.0F) sounded_.store(true, std::memory_order_relaxed);
   }
+
+  /// The largest sample, without its sign, since the last call, for a level meter. Any thread.
+  float takePeak() { return peak_.exchange(0, std::memory_order_relaxed); }
 
   /// Whether there was sound since the last call. Any thread.
   bool takeSounded() { return sounded_.exchange(false, std::memory_order_relaxed); }
 
  private:
   std::atomic<bool> sounded_{false};
+  std::atomic<float> peak_{0};
 };
 
 /// Notices that a running stream carries nothing: chunks of zeros, or none at all. Confined to

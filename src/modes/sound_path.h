@@ -34,6 +34,9 @@ class SoundPath {
 
   bool isSilent() const { return silence_.isSilent(); }
 
+  /// The largest sample, without its sign, since the last call. Any thread.
+  float takePeak() { return silence_.detector()->takePeak(); }
+
  private:
   void startCapture();
 
