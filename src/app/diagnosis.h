@@ -1,5 +1,6 @@
 #pragma once
 
+#include "modes/cable_status.h"
 #include "platform/audio/devices.h"
 #include "platform/desktop/authorization_status.h"
 #include "platform/dispatch/realtime.h"
@@ -26,7 +27,7 @@ struct Facts {
   std::optional<std::string> chosenAddress;
   std::string port;           ///< as it was typed
   std::error_code portError;  ///< none: it can be bound; invalid_argument: it is no port
-  bool usbServiceAnswers = false;
+  CableState cable;
   dispatch::RealtimeGrant realtime = dispatch::RealtimeGrant::kNone;
 };
 

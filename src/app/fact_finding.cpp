@@ -4,7 +4,7 @@
 #include "platform/audio/audio_backend.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/posix/file_descriptor.h"
-#include "platform/usb/usb_hub.h"
+#include "modes/cable_mode.h"
 #include "core/version.h"
 #include "wifi/local_address.h"
 #include "wifi/port_text.h"
@@ -25,17 +25,21 @@ namespace {
 constexpr std::chrono::seconds kPatience{3};
 constexpr std::chrono::milliseconds kLookAgain{20};
 
-void askForSound(Facts& facts) {
+void askForSoundAndCable(Facts& facts) {
   const auto scheduler = dispatch::makeSystemScheduler();
   const auto server = audio::connectToAudioServer(scheduler->utilityQueue());
   const AudioInputs inputs(*scheduler, *server);
+  CableMode cable(*scheduler, scheduler->mainQueue(), {[](auto&) {}, [](auto&, bool) {}});
+  cable.start();
 
   QEventLoop loop;
   QTimer look;
   QObject::connect(&look, &QTimer::timeout, &loop, [&] {
     facts.devices = server->defaultDevices();
     facts.microphone = inputs.microphoneStatus();
-    const bool answered = !facts.devices.server.empty() &&
+    facts.cable = cable.state();
+    const bool answered = facts.cable.service != usb::UsbService::kUnknown &&
+                          !facts.devices.server.empty() &&
                           facts.microphone != desktop::AuthorizationStatus::kNotDetermined;
     if (answered) loop.quit();
   });
@@ -69,9 +73,8 @@ Facts findFacts(const QString& port) {
   facts.addresses =
       network::listInterfaceAddresses().value_or(std::vector<network::InterfaceAddress>());
   facts.chosenAddress = wifi::localIPv4Address(facts.addresses);
-  facts.usbServiceAnswers = usb::usbServiceAnswers();
   facts.realtime = dispatch::tryRealtime();
-  askForSound(facts);
+  askForSoundAndCable(facts);
   return facts;
 }
 

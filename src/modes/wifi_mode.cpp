@@ -81,7 +81,6 @@ void WiFiMode::reenterPage() {
   openQRHelp();
   watch_.startIPWatch();
   show();
-  parts_.cable.clearForcedOffline();
 }
 
 void WiFiMode::openQRHelp() {

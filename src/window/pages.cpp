@@ -77,15 +77,27 @@ void Pages::apply(const GuardState& guard) {
   });
 }
 
-void Pages::showCableChannel(bool connected) {
-  parts_.views.cableStatusLabel->setText(connected ? QStringLiteral("Cable: Conectado")
-                                                   : parts_.texts.bundle("waiting_connection"));
-  parts_.screens.update([connected](ScreenState& state) { state.channelOpen = connected; });
+void Pages::showCable(const CableState& state) {
+  cable_ = state;
+  parts_.views.cableStatusLabel->setText(state.connected
+                                             ? QStringLiteral("Cable: Conectado")
+                                             : parts_.texts.bundle("waiting_connection"));
+  if (!state.connected) setText(*parts_.views.usbSecondary2Label_, cableText(state, parts_.texts));
+  parts_.screens.update([&state](ScreenState& screen) { screen.channelOpen = state.connected; });
+  showConnectedText();
 }
 
 void Pages::showCableSilence(bool silent) {
-  parts_.views.connectedLabel_->setText(silent ? parts_.texts.tr("status.silent")
-                                               : parts_.texts.bundle("usb.connected"));
+  cableIsSilent_ = silent;
+  showConnectedText();
+}
+
+// An app that does not answer hears nothing, whatever is played.
+void Pages::showConnectedText() {
+  const bool connected = cableStatus(cable_) == CableStatus::kConnected;
+  setText(*parts_.views.connectedLabel_, connected && cableIsSilent_
+                                             ? parts_.texts.tr("status.silent")
+                                             : cableText(cable_, parts_.texts));
   parts_.screens.layoutUI();
 }
 

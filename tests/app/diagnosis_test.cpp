@@ -21,7 +21,7 @@ Facts rightFacts() {
           .chosenAddress = "192.168.1.20",
           .port = "9000",
           .portError = {},
-          .usbServiceAnswers = true,
+          .cable = {.service = usb::UsbService::kRunning, .phones = 1},
           .realtime = dispatch::RealtimeGrant::kRtkit};
 }
 
@@ -70,8 +70,12 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
        "9000: Permission denied", "above 1023"},
       {"port", [](Facts& f) { f.portError = make_error_code(std::errc::invalid_argument); }, false,
        "9000: not a port", "1 to 65535"},
-      {"USB service", [](Facts& f) { f.usbServiceAnswers = false; }, true, "does not answer",
-       "install usbmuxd"},
+      {"USB service",
+       [](Facts& f) {
+         f.cable = {.service = usb::UsbService::kMissing, .remedy = {.command = "x"}};
+       },
+       true, "not installed", "Only the cable needs it: x"},
+      {"USB service", [](Facts& f) { f.cable.phones = 0; }, true, "phones: 0", "carries data"},
       {"real-time priority", [](Facts& f) { f.realtime = dispatch::RealtimeGrant::kNone; }, true,
        "", "rtkit"},
   };
