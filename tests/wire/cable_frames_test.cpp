@@ -1,10 +1,10 @@
-#include "usb/cable_frames.h"
+#include "wire/cable_frames.h"
 
 #include "support/bytes.h"
 
 #include <gtest/gtest.h>
 
-namespace quorin::usb {
+namespace quorin::wire {
 namespace {
 
 using test::Bytes;
@@ -38,4 +38,4 @@ TEST(CableText, IsReadWithinItsPayloadOnly) {
 }
 
 }  // namespace
-}  // namespace quorin::usb
+}  // namespace quorin::wire

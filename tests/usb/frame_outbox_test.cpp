@@ -1,7 +1,7 @@
 #include "platform/usb/frame_outbox.h"
 
-#include "platform/usb/frame_reader.h"
 #include "support/bytes.h"
+#include "wire/frame_reader.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,8 +20,12 @@ using testing::IsEmpty;
 class FrameOutboxTest : public testing::Test {
  protected:
   void live(const std::string& payload) { outbox.appendLive(104, 0, bytesOf(payload)); }
-  bool reliable(FrameOutbox::Id id, const std::string& payload) {
-    return outbox.appendReliable(id, encodeFrame(101, 0, bytesOf(payload)));
+  bool reliable(int id, const std::string& payload) {
+    FrameOutbox::Reliable frame{wire::encodeFrame(101, 0, bytesOf(payload)),
+                                [this, id](auto) { completed.push_back(id); }};
+    if (!outbox.hasRoomFor(frame)) return false;
+    outbox.appendReliable(std::move(frame));
+    return true;
   }
 
   /// The peer takes `count` bytes, as they come.
@@ -30,20 +34,21 @@ class FrameOutboxTest : public testing::Test {
       const auto part = outbox.next().first(std::min(count, outbox.next().size()));
       stream.insert(stream.end(), part.begin(), part.end());
       count -= part.size();
-      if (const auto id = outbox.written(part.size())) completed.push_back(*id);
+      if (auto done = outbox.written(part.size())) done({});
     }
   }
   void peerTakesAll() { peerTakes(1U << 30U); }
 
   std::vector<std::string> peerSaw() const {
     std::vector<std::string> frames;
-    FrameReader reader;
+    wire::FrameReader reader;
     for (const auto byte : stream) {
       reader.space().front() = byte;
       reader.received(1);
       for (auto step = reader.next(); step.index() != 0; step = reader.next()) {
-        if (std::holds_alternative<FrameError>(step)) return {"the stream is broken"};
-        if (const auto* frame = std::get_if<FrameReader::Frame>(&step)) {
+        if (std::holds_alternative<wire::FrameReader::Broken>(step))
+          return {"the stream is broken"};
+        if (const auto* frame = std::get_if<wire::FrameReader::Frame>(&step)) {
           const std::string payload(reinterpret_cast<const char*>(frame->payload.data()),
                                     frame->payload.size());
           frames.push_back(std::to_string(frame->header.type) + ":" + payload);
@@ -55,14 +60,14 @@ class FrameOutboxTest : public testing::Test {
 
   FrameOutbox outbox;
   Bytes stream;
-  std::vector<FrameOutbox::Id> completed;
+  std::vector<int> completed;
 };
 
 TEST_F(FrameOutboxTest, WritesReliableFramesFirstAndSaysWhenEachIsDone) {
   live("audio");
   EXPECT_TRUE(reliable(1, "one"));
   EXPECT_TRUE(reliable(2, "two"));
-  peerTakes(kFrameHeaderBytes + 2);
+  peerTakes(wire::kFrameHeaderBytes + 2);
   EXPECT_THAT(completed, IsEmpty());
   peerTakes(1);
   EXPECT_THAT(completed, ElementsAre(1));
@@ -82,7 +87,7 @@ TEST_F(FrameOutboxTest, KeepsTheTenNewestLiveFramesAndCountsTheRest) {
 }
 
 TEST_F(FrameOutboxTest, NeverCutsAFrameThatHasBegun) {
-  for (std::size_t begun = 1; begun < kFrameHeaderBytes + 5; ++begun) {
+  for (std::size_t begun = 1; begun < wire::kFrameHeaderBytes + 5; ++begun) {
     SCOPED_TRACE(begun);
     outbox = {};
     stream.clear();

@@ -1,27 +1,33 @@
-#include "platform/usb/frame_reader.h"
+#include "wire/frame_reader.h"
 
 #include <algorithm>
 #include <cassert>
 
-namespace quorin::usb {
+namespace quorin::wire {
 
 std::size_t FrameReader::needed() const {
   return state_ == State::kPayload ? header_.payloadSize : kFrameHeaderBytes;
 }
 
 std::span<std::byte> FrameReader::space() {
-  if (begin_ == end_ || state_ == State::kFailed) {
+  if (state_ == State::kBroken) begin_ = end_ = 0;
+  const bool tooLarge =
+      buffer_.size() > kInitialBytes && waiting() < kInitialBytes && needed() <= kInitialBytes;
+  if (buffer_.empty() || tooLarge) {
+    std::vector<std::byte> fresh(kInitialBytes);
+    std::copy_n(buffer_.data() + begin_, waiting(), fresh.begin());
+    end_ = waiting();
+    begin_ = 0;
+    buffer_ = std::move(fresh);
+  } else if (begin_ == end_) {
     begin_ = end_ = 0;
-    if (buffer_.size() > kInitialBytes) buffer_ = std::vector<std::byte>(kInitialBytes);
-  }
-  if (begin_ > 0 && begin_ + needed() > buffer_.size()) {
-    std::copy(buffer_.begin() + static_cast<std::ptrdiff_t>(begin_),
-              buffer_.begin() + static_cast<std::ptrdiff_t>(end_), buffer_.begin());
+  } else if (begin_ > 0 && begin_ + needed() > buffer_.size()) {
+    std::copy_n(buffer_.data() + begin_, waiting(), buffer_.begin());
     end_ -= begin_;
     begin_ = 0;
   }
   if (end_ == buffer_.size()) {
-    assert(needed() > buffer_.size());  // else `next` has not been asked for what is there
+    assert(needed() > buffer_.size());  // else `next` has not been called for what is there
     buffer_.resize(std::min(needed(), 2 * buffer_.size()));
   }
   return std::span(buffer_).subspan(end_);
@@ -40,8 +46,8 @@ std::span<const std::byte> FrameReader::take(std::size_t count) {
 
 FrameReader::Step FrameReader::next() {
   switch (state_) {
-    case State::kFailed:
-      return error_;
+    case State::kBroken:
+      return Broken{};
     case State::kSkipping:
       toSkip_ -= take(std::min(toSkip_, waiting())).size();
       if (toSkip_ > 0) return NeedMore{};
@@ -65,9 +71,8 @@ FrameReader::Step FrameReader::readHeader() {
              .tag = readBigEndian32(bytes.subspan<8, 4>()),
              .payloadSize = readBigEndian32(bytes.subspan<12, 4>())};
   if (version != kFrameVersion || header_.payloadSize > kMaxPayloadBytes) {
-    state_ = State::kFailed;
-    error_ = version != kFrameVersion ? FrameError::kUnknownVersion : FrameError::kPayloadTooLarge;
-    return error_;
+    state_ = State::kBroken;
+    return Broken{};
   }
   state_ = State::kPayload;
   return header_;
@@ -79,4 +84,4 @@ void FrameReader::skip() {
   toSkip_ = header_.payloadSize;
 }
 
-}  // namespace quorin::usb
+}  // namespace quorin::wire

@@ -1,11 +1,11 @@
-#include "usb/cable_frames.h"
+#include "wire/cable_frames.h"
 
 #include "wire/control_message.h"
 
 #include <algorithm>
 #include <utility>
 
-namespace quorin::usb {
+namespace quorin::wire {
 namespace {
 
 constexpr std::size_t kLengthBytes = 4;
@@ -45,8 +45,8 @@ std::expected<std::string_view, TextError> decodeText(std::span<const std::byte>
   const auto rest = payload.subspan(kLengthBytes);
   if (length > rest.size()) return std::unexpected(TextError::kLengthTooLarge);
   const std::string_view text(reinterpret_cast<const char*>(rest.data()), length);
-  if (!wire::isValidUtf8(text)) return std::unexpected(TextError::kNotUtf8);
+  if (!isValidUtf8(text)) return std::unexpected(TextError::kNotUtf8);
   return text;
 }
 
-}  // namespace quorin::usb
+}  // namespace quorin::wire

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/usb/frame.h"
+#include "wire/frame.h"
 
 #include <cstdint>
 #include <expected>
@@ -9,9 +9,12 @@
 #include <string_view>
 #include <vector>
 
-/// The frames that the computer and the phone's app exchange (see `platform/usb/frame.h` for the
+/// The frames that the computer and the phone's app exchange (see `wire/frame.h` for the
 /// header around them).
-namespace quorin::usb {
+namespace quorin::wire {
+
+/// Both on the phone and, for a phone simulated on this machine, on 127.0.0.1.
+inline constexpr std::uint16_t kCablePort = 2345;
 
 enum class CableFrame : std::uint32_t {
   kEndOfStream = 0,          ///< the channel's own; accepted, means nothing here
@@ -39,4 +42,4 @@ std::string describe(TextError error);
 std::vector<std::byte> encodeText(std::string_view text);
 std::expected<std::string_view, TextError> decodeText(std::span<const std::byte> payload);
 
-}  // namespace quorin::usb
+}  // namespace quorin::wire

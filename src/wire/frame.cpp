@@ -1,36 +1,9 @@
-#include "platform/usb/frame.h"
+#include "wire/frame.h"
 
 #include <algorithm>
 #include <cassert>
-#include <string>
 
-namespace quorin::usb {
-namespace {
-
-class FrameCategory : public std::error_category {
- public:
-  const char* name() const noexcept override { return "frame"; }
-  std::string message(int code) const override {
-    switch (static_cast<FrameError>(code)) {
-      case FrameError::kUnknownVersion:
-        return "the other end sends frames of an unknown version";
-      case FrameError::kPayloadTooLarge:
-        return "the other end announced a frame of more than 16 MiB";
-    }
-    return "unknown frame error";
-  }
-};
-
-}  // namespace
-
-const std::error_category& frameCategory() {
-  static const FrameCategory category;
-  return category;
-}
-
-std::error_code make_error_code(FrameError error) {
-  return {static_cast<int>(error), frameCategory()};
-}
+namespace quorin::wire {
 
 std::uint32_t readBigEndian32(std::span<const std::byte, 4> bytes) {
   std::uint32_t value = 0;
@@ -61,4 +34,4 @@ std::vector<std::byte> encodeFrame(std::uint32_t type, std::uint32_t tag,
   return frame;
 }
 
-}  // namespace quorin::usb
+}  // namespace quorin::wire

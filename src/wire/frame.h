@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <system_error>
 #include <vector>
 
 /// Frames: how a channel cuts its byte stream.
@@ -15,13 +14,13 @@
 ///
 /// All four fields are unsigned and big-endian. What types, tags and payloads mean is up to the
 /// two ends.
-namespace quorin::usb {
+namespace quorin::wire {
 
 inline constexpr std::uint32_t kFrameVersion = 1;
 inline constexpr std::size_t kFrameHeaderBytes = 16;
 
-/// 16 MiB: a frame that announces more ends its channel.
-inline constexpr std::uint32_t kMaxPayloadBytes = 16U << 20U;
+/// 1 MiB: a frame that announces more ends its channel.
+inline constexpr std::uint32_t kMaxPayloadBytes = 1U << 20U;
 
 struct FrameHeader {
   std::uint32_t type = 0;
@@ -30,15 +29,6 @@ struct FrameHeader {
 
   friend bool operator==(const FrameHeader&, const FrameHeader&) = default;
 };
-
-/// What a peer can do wrong with frames; as `std::error_code` of the category "frame".
-enum class FrameError {
-  kUnknownVersion = 1,
-  kPayloadTooLarge,
-};
-const std::error_category& frameCategory();
-/// The name is the standard library's.
-std::error_code make_error_code(FrameError error);  // NOLINT(readability-identifier-naming)
 
 std::uint32_t readBigEndian32(std::span<const std::byte, 4> bytes);
 std::array<std::byte, 4> bigEndian32(std::uint32_t value);
@@ -49,7 +39,4 @@ std::array<std::byte, kFrameHeaderBytes> encodeFrameHeader(const FrameHeader& he
 std::vector<std::byte> encodeFrame(std::uint32_t type, std::uint32_t tag,
                                    std::span<const std::byte> payload);
 
-}  // namespace quorin::usb
-
-template <>
-struct std::is_error_code_enum<quorin::usb::FrameError> : std::true_type {};
+}  // namespace quorin::wire
