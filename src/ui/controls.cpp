@@ -116,15 +116,20 @@ NonInteractiveImageView::NonInteractiveImageView(QWidget* parent) : ImageView(pa
   setAttribute(Qt::WA_TransparentForMouseEvents);
 }
 
-DotView::DotView(QWidget* parent) : QWidget(parent) {
+DotView::DotView(QWidget* parent) : QWidget(parent), color_(colors::kGreen) {
   setAttribute(Qt::WA_TransparentForMouseEvents);
+}
+
+void DotView::setColor(const QColor& color) {
+  color_ = color;
+  update();
 }
 
 void DotView::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
   painter.setPen(Qt::NoPen);
-  painter.setBrush(colors::kGreen);
+  painter.setBrush(color_);
   painter.drawEllipse(rect());
 }
 
@@ -163,6 +168,11 @@ PushButton::PushButton(const QString& title, const QFont& font, const ButtonLook
 QSize PushButton::sizeHint() const {
   constexpr QSize kPadding(36, 16);
   return fontMetrics().size(Qt::TextSingleLine, text()) + kPadding;
+}
+
+void PushButton::setLook(const ButtonLook& look) {
+  look_ = look;
+  update();
 }
 
 void PushButton::paintEvent(QPaintEvent*) {

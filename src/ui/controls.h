@@ -64,14 +64,19 @@ class NonInteractiveImageView : public ImageView {
   explicit NonInteractiveImageView(QWidget* parent);
 };
 
-/// A filled green circle.
+/// A filled circle, green at first.
 class DotView : public QWidget {
   Q_OBJECT
  public:
   explicit DotView(QWidget* parent);
 
+  void setColor(const QColor& color);
+
  protected:
   void paintEvent(QPaintEvent* event) override;
+
+ private:
+  QColor color_;
 };
 
 /// Whether the keyboard's place is shown: only once the keyboard has been used to get there.
@@ -109,6 +114,7 @@ class PushButton : public QPushButton {
 
   QSize sizeHint() const override;
 
+  void setLook(const ButtonLook& look);
   bool showsFocus() const { return focus_.isShownOn(*this); }
 
  protected:
