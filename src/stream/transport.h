@@ -15,9 +15,8 @@ class Transport {
   /// Whether chunks are wanted at all. Any thread, for every chunk: neither waits nor allocates.
   virtual bool isOpen() const = 0;
 
-  /// Whether anybody listens at this tick; the `send` that may follow goes to exactly these.
-  /// Pacing queue.
-  virtual bool hasListener() = 0;
+  /// Whether anybody listens at this tick. Pacing queue.
+  virtual bool hasListener() const = 0;
 
   /// Pacing queue, every 20 ms while there is a listener; neither waits nor allocates, and what
   /// cannot leave at once is lost. The samples are valid for the call only.

@@ -24,7 +24,7 @@ class CableAudioPath : public stream::Transport {
   /// allocates nothing.
   void send(wire::AudioChunkView chunk) override;
 
-  bool hasListener() override { return isOpen(); }
+  bool hasListener() const override { return isOpen(); }
 
   /// Main queue. None closes the path.
   void setChannel(const PTChannel* channel);

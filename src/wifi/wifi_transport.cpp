@@ -46,16 +46,17 @@ std::size_t AudienceSender::send(const Audience& audience, std::span<const std::
   return taken;
 }
 
-bool WifiTransport::hasListener() {
-  listening_ = audience_.load();
-  return listening_ && listening_->count > 0;
+bool WifiTransport::hasListener() const {
+  const auto audience = audience_.load();
+  return audience && audience->count > 0;
 }
 
 void WifiTransport::send(wire::AudioChunkView samples) {
+  const auto audience = audience_.load();
+  if (!audience) return;  // the server stopped this instant
   wire::convertToPcm16(samples, datagram_);
-  const auto taken = audienceSender_.send(*listening_, std::as_bytes(std::span(datagram_)));
+  const auto taken = audienceSender_.send(*audience, std::as_bytes(std::span(datagram_)));
   datagramsSent_.fetch_add(taken, std::memory_order_relaxed);
-  listening_.reset();  // the last to hold a closed server's socket closes it
 }
 
 }  // namespace quorin::wifi

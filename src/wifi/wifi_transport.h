@@ -60,7 +60,7 @@ class WifiTransport : public stream::Transport {
   std::uint64_t datagramsSent() const { return datagramsSent_.load(std::memory_order_relaxed); }
 
   bool isOpen() const override { return serverRunning_.load(std::memory_order_relaxed); }
-  bool hasListener() override;
+  bool hasListener() const override;
   void send(wire::AudioChunkView samples) override;
 
  private:
@@ -69,7 +69,6 @@ class WifiTransport : public stream::Transport {
   std::atomic<std::uint64_t> datagramsSent_{0};
 
   // Pacing queue only.
-  std::shared_ptr<const Audience> listening_;  ///< from `hasListener` to the end of `send`
   AudienceSender audienceSender_;
   std::array<std::int16_t, wire::kChunkFrames> datagram_{};
 };

@@ -41,7 +41,7 @@ class Phone {
 class FakeCable : public stream::Transport {
  public:
   bool isOpen() const override { return open; }
-  bool hasListener() override { return open; }
+  bool hasListener() const override { return open; }
   void send(wire::AudioChunkView samples) override { firstSamples.push_back(samples[0]); }
 
   std::atomic<bool> open = false;

@@ -7,14 +7,14 @@ source tools/dev/common.sh
 
 STEPS=(format lint asan tsan fuzz)
 
-sources() { find src tools tests bench packaging -name '*.h' -o -name '*.cpp' | sort; }
+sources() { find src tools tests bench -name '*.h' -o -name '*.cpp' | sort; }
 
 step_format() { sources | xargs clang-format-19 --dry-run --Werror; }
 
 # Also the build with clang: warnings are errors, with thread-safety analysis.
 step_lint() {
   configure clang -DQUORIN_BENCH=ON && build clang &&
-    run-clang-tidy-19 -quiet -p build/clang -j "$(nproc)" "^$PWD/(src|tools|tests|bench|packaging)/"
+    run-clang-tidy-19 -quiet -p build/clang -j "$(nproc)" "^$PWD/(src|tools|tests|bench)/"
 }
 
 sanitized_tests() {

@@ -19,9 +19,10 @@ said=$(appstreamcli validate --no-net --no-color "$metainfo" 2>&1) || complain "
 version=$(sed -nE 's/^project\(.*VERSION ([0-9.]+).*/\1/p' CMakeLists.txt)
 [ -n "$version" ] || complain "CMakeLists.txt: no version found"
 grep -q "<release version=\"$version\"" "$metainfo" || complain "$metainfo: no release $version"
-head -n 1 packaging/debian/changelog | grep -qF "($version-" ||
-  complain "packaging/debian/changelog: does not begin with $version"
+head -n 1 debian/changelog | grep -qF "($version)" ||
+  complain "debian/changelog: does not begin with $version"
 
-# A window finds its launcher and its icon by this name.
-grep -rqF "\"$id\"" src/app || complain "src/app does not set the desktop file name $id"
+# A window finds its launcher by this name, and the desktop the icon.
+grep -rqF "\"$id\"" src || complain "src does not set the desktop file name $id"
+grep -qx "Icon=$id" "$desktop" || complain "$desktop does not name the installed icon $id"
 exit $broken

@@ -1,4 +1,4 @@
-# shellcheck shell=bash disable=SC2034 # the lists are used by the scripts that source this
+# shellcheck shell=bash disable=SC2034,SC2207 # the lists are used by the scripts that source this
 # What every command of ./dev shares: saying what happens, installing what is missing, building.
 # Sourced with the project's root as the current folder.
 
@@ -9,11 +9,10 @@ fail() {
 }
 
 # Debian's names, one list for each thing to do. A command installs only its own.
+# What the programs are built with stands in debian/control, one name a line.
 BUILD_PACKAGES=(
-  cmake ninja-build g++ pkg-config
-  qt6-base-dev qt6-svg-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools
-  libpulse-dev libswresample-dev libqrencode-dev libusbmuxd-dev libplist-dev
-  libgtest-dev libgmock-dev libzbar-dev
+  $(sed -nE '/^Build-Depends:/,/^[^ ]/ s/^ ([a-z0-9+.-]+).*/\1/p' debian/control)
+  g++ libgtest-dev libgmock-dev libzbar-dev
 )
 TEST_PACKAGES=(
   pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus
@@ -28,7 +27,7 @@ CHECK_PACKAGES=(
   libbenchmark-dev clang-19 clang-tidy-19 clang-format-19 libclang-rt-19-dev llvm-19
 )
 COVERAGE_PACKAGES=(gcovr)
-PACKAGE_PACKAGES=(dpkg-dev file gzip lintian debootstrap)
+PACKAGE_PACKAGES=(dpkg-dev debhelper git lintian)
 BENCH_PACKAGES=(
   pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus xvfb libbenchmark-dev
   ffmpeg gstreamer1.0-tools gstreamer1.0-pulseaudio

@@ -1,40 +1,35 @@
 #!/usr/bin/env bash
-# ./dev package [--try]: builds the Debian package into build/package and has lintian judge it.
-# --try (as root): installs it in a fresh Debian of its own, runs every program, removes it again.
+# ./dev package [--try [SUITE]]: builds the Debian package of HEAD into build/package and has
+# lintian judge it. --try (as root) does so in a fresh Debian, this one's or SUITE, then installs
+# it in another one, runs every program and removes it again.
 set -euo pipefail
 cd -- "$(dirname -- "$(readlink -f -- "$0")")/../.."
 source tools/dev/common.sh
 
-try=no
-for argument; do
-  case $argument in
-    --try) try=yes ;;
-    *) fail "usage: ./dev package [--try]" ;;
-  esac
-done
+# The tree has its .git, from which the programs take the commit they name.
+fresh_tree() { rm -rf "$1" && git clone --quiet . "$1"; }
+make_package='dpkg-buildpackage -us -uc
+  lintian --allow-root --fail-on error,warning --tag-display-limit 0 ../*.changes'
 
-need_packages "${BUILD_PACKAGES[@]}" "${PACKAGE_PACKAGES[@]}"
-
-# Debian's own compiler and linker flags, as the C++ compiler is to have them.
-flags() { DEB_BUILD_MAINT_OPTIONS=hardening=+all dpkg-buildflags --get "$1"; }
-linking="$(flags LDFLAGS) -Wl,--as-needed"
-configure package -DCMAKE_CXX_FLAGS="$(flags CXXFLAGS) $(flags CPPFLAGS)" \
-  -DCMAKE_EXE_LINKER_FLAGS="$linking" -DCMAKE_MODULE_LINKER_FLAGS="$linking"
-build package
-
-say "packing"
-rm -f build/package/*.deb
-(cd build/package && umask 022 && cpack >cpack.log 2>&1) || {
-  cat build/package/cpack.log >&2
-  fail "cpack did not succeed"
-}
-package=$(echo build/package/quorin-stream_*.deb)
-dpkg-deb --field "$package" Package Version Architecture Depends Recommends
-
-say "lintian"
-as_user=()
-[ "$(id -u)" -ne 0 ] || as_user=(--allow-root)
-lintian "${as_user[@]}" --fail-on error --tag-display-limit 0 "$package"
-
-[ "$try" = no ] || tools/package/try.sh "$package"
-say "done: $package"
+rm -rf build/package
+mkdir -p build/package
+if [ "${1-}" != --try ]; then
+  [ $# -eq 0 ] || fail "usage: ./dev package [--try [SUITE]]"
+  need_packages "${BUILD_PACKAGES[@]}" "${PACKAGE_PACKAGES[@]}"
+  fresh_tree build/package/quorin-stream
+  (cd build/package/quorin-stream && eval "$make_package")
+else
+  source tools/dev/fresh_debian.sh
+  fresh_debian "${2-$(. /etc/os-release && echo "$VERSION_CODENAME")}"
+  cp -a "$DEBIAN/bare" "$DEBIAN/builder"
+  fresh_tree "$DEBIAN/builder/package/quorin-stream"
+  inside builder 60 "cd /package/quorin-stream
+    apt-get -q update >/log 2>&1
+    apt-get -q install --yes --no-install-recommends dpkg-dev lintian >>/log 2>&1
+    apt-get -q build-dep --yes --no-install-recommends ./ >>/log 2>&1 || { tail /log && exit 1; }
+    $make_package"
+  cp "$DEBIAN"/builder/package/quorin-stream_* build/package/
+  cp build/package/*.deb "$DEBIAN/bare/quorin-stream.deb"
+  inside bare 20 "$(cat tools/package/trial.sh)"
+fi
+say "done: $(echo build/package/*.deb)"
