@@ -2,7 +2,7 @@
 
 #include "core/identity.h"
 #include "core/log.h"
-#include "panel/online_swift_ui_embedder.h"
+#include "panel/content_view.h"
 #include "platform/desktop/settings.h"
 #include "wifi/local_address.h"
 
@@ -64,12 +64,9 @@ PTAppDelegate::~PTAppDelegate() {
 // The panel is built with the page and never shown there: its program of its own shows it. The
 // pairing instructions are the one text that it looks up.
 std::unique_ptr<QWidget> PTAppDelegate::makePanel() const {
-  panel::ViewRegistry registry;
-  panel::OnlineSwiftUIEmbedder::addTo(
-      registry, {.scheduler = scheduler_,
-                 .makeCapture = panel::captureFrom(scheduler_, *audioServer_),
-                 .text = [this](const QString&) { return texts_.bundle("pairing_instructions"); }});
-  return registry.make(QStringLiteral("OnlineSwiftUIEmbedder"), QStringLiteral("makeHostingView"));
+  return panel::OnlineSwiftUIEmbedder::makeHostingView(
+      scheduler_, panel::captureFrom(scheduler_, *audioServer_),
+      texts_.bundle("pairing_instructions"));
 }
 
 void PTAppDelegate::connectViews() {

@@ -20,7 +20,7 @@ void PhoneDot::setPhone(const QString& endpoint, const QString& description) {
 
 void PhoneDot::paintEvent(QPaintEvent*) {
   QPainter painter(this);
-  paintDot(painter, rect());
+  paintDot(painter, rect(), colors::kGreen);
   if (showsFocus()) FocusVisibility::paintRing(painter, rect(), width() / 2.0);
 }
 
