@@ -12,12 +12,7 @@ namespace {
 class RestartingCapture final : public AudioCapture {
  public:
   RestartingCapture(dispatch::Scheduler& scheduler, audio::AudioCaptureManager::Parts parts)
-      : scheduler_(scheduler), manager_(scheduler, std::move(parts)) {
-    manager_.setOnInterrupted([this] {
-      manager_.stopCapture();
-      startCapture();
-    });
-  }
+      : scheduler_(scheduler), manager_(scheduler, std::move(parts)) {}
 
   void setOnAudioData(ChunkHandler handler) override {
     manager_.setOnAudioData(std::move(handler));

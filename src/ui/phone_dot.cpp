@@ -1,5 +1,7 @@
 #include "ui/phone_dot.h"
 
+#include "ui/appearance.h"
+
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QMenu>
