@@ -25,7 +25,7 @@ else
   fresh_tree "$DEBIAN/builder/package/quorin-stream"
   inside builder 60 "cd /package/quorin-stream
     apt-get -q update >/log 2>&1
-    apt-get -q install --yes --no-install-recommends dpkg-dev lintian >>/log 2>&1
+    apt-get -q install --yes --no-install-recommends dpkg-dev git lintian >>/log 2>&1
     apt-get -q build-dep --yes --no-install-recommends ./ >>/log 2>&1 || { tail /log && exit 1; }
     $make_package"
   cp "$DEBIAN"/builder/package/quorin-stream_* build/package/
