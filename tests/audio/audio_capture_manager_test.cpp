@@ -92,16 +92,6 @@ TEST_F(AudioCaptureManagerTest, AFailedStartLeavesNothingBehind) {
   EXPECT_THAT(chunks_, SizeIs(1));
 }
 
-TEST_F(AudioCaptureManagerTest, EveryChunkIsWholeAndTheRemainderWaits) {
-  startQuietly();
-  deliver(1024);  // 940 samples: a chunk, 58 wait
-  EXPECT_THAT(chunks_, ElementsAre(SizeIs(882)));
-  deliver(896);  // 823 more: one short of a chunk
-  EXPECT_THAT(chunks_, SizeIs(1));
-  deliver(2);  // one more
-  EXPECT_THAT(chunks_, ElementsAre(SizeIs(882), SizeIs(882)));
-}
-
 TEST_F(AudioCaptureManagerTest, AConverterIsMadeOncePerCaptureAndAnnounced) {
   startQuietly();
   deliver(960);
@@ -183,15 +173,6 @@ TEST_F(AudioCaptureManagerTest, ChunksAreCountedWithoutAHandlerAndANewOneTakesTh
   scheduler_.advance(1s);
   deliver(960);
   EXPECT_THAT(lines_.back(), StartsWith("⚡ FPS: 4 |"));
-}
-
-TEST_F(AudioCaptureManagerTest, MayBeDestroyedWhileCapturing) {
-  startQuietly();
-  deliver(960);
-  takeLines();
-  manager_.reset();
-  scheduler_.advance(2s);
-  EXPECT_THAT(takeLines(), IsEmpty());  // in particular no stop line
 }
 
 }  // namespace

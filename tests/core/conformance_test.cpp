@@ -257,22 +257,6 @@ TEST_P(DispatchConformance, EndingAQueueDropsWhatWaitsAndLeavesItsHandlesInert) 
   EXPECT_EQ(journal.size(), 0U);
 }
 
-TEST_P(DispatchConformance, AnEndedQueueIsInertForThoseWhoStillReferToIt) {
-  const auto queue = makeQueue();
-  std::atomic<int> runs = 0;
-  queue->async([&] { ++runs; });
-  EXPECT_TRUE(passUntil([&] { return runs == 1; }));
-  queue->end();
-  queue->end();
-  queue->async([&] { ++runs; });
-  queue->asyncAfter(1ms, [&] { ++runs; });
-  const auto timer = queue->makeTimer({.interval = 1ms}, [&] { ++runs; });
-  const auto event = queue->makeEventSource([&] { ++runs; });
-  event->signal();
-  pass(scheduler_->mainQueue(), 5ms);
-  EXPECT_EQ(runs, 1);
-}
-
 TEST_P(DispatchConformance, AnEndedSchedulerRunsNothingMore) {
   std::atomic<int> runs = 0;
   for (Queue* queue :
@@ -286,19 +270,6 @@ TEST_P(DispatchConformance, AnEndedSchedulerRunsNothingMore) {
   scheduler_->utilityQueue().async([&] { ++runs; });
   pass(*makeQueue(), 5ms);
   EXPECT_EQ(runs, atEnd);
-}
-
-TEST_P(DispatchConformance, AQueueMayEndWhileItsTimerRuns) {
-  for (int round = 0; round < 20; ++round) {
-    auto queue = makeQueue();
-    std::atomic<int> runs = 0;
-    const auto timer = queue->makeTimer({.interval = 100us}, [&] { ++runs; });
-    EXPECT_TRUE(passUntil([&] { return runs >= 2; }));
-    queue.reset();
-    const int atEnd = runs;
-    pass(scheduler_->mainQueue(), 1ms);
-    EXPECT_EQ(runs, atEnd);
-  }
 }
 
 TEST_P(DispatchConformance, WorkOfADeadScopeIsDropped) {
@@ -325,21 +296,6 @@ TEST_P(DispatchConformance, SignalsCoalesceAndOneFromTheHandlerRunsItAgain) {
   EXPECT_TRUE(passUntil([&] { return runs == 2; }));
   pass(queue, 5ms);
   EXPECT_EQ(runs, 2);
-}
-
-TEST_P(DispatchConformance, SignalsFromAnotherQueueAllArrive) {
-  const auto producer = makeQueue();
-  const auto consumer = scheduler_->makeSerialQueue("test.consumer");
-  std::atomic<int> produced = 0;
-  std::atomic<int> seen = 0;
-  const auto event = consumer->makeEventSource([&] { seen = produced.load(); });
-  const auto timer = producer->makeTimer({.interval = 50us}, [&] {
-    if (produced < 200) {
-      ++produced;
-      event->signal();
-    }
-  });
-  EXPECT_TRUE(passUntil([&] { return seen == 200; }));
 }
 
 TEST_P(DispatchConformance, AReadSourceRunsUntilTheDataIsReadAndNotAfterItsEnd) {

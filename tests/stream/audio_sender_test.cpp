@@ -15,7 +15,7 @@ using testing::IsEmpty;
 class FakeTransport : public Transport {
  public:
   bool isOpen() const override { return open; }
-  bool hasListener() override { return listens; }
+  bool hasListener() const override { return listens; }
   void send(wire::AudioChunkView samples) override {
     sent.push_back(static_cast<int>(samples.back()));
   }

@@ -11,10 +11,10 @@ using namespace std::chrono_literals;
 
 constexpr Duration kPipeWireFragment{32'000'000 / 3};
 
-TEST(PacingDiscipline, LosesNothingOverHoursOrADayWhateverTheCaptureDoes) {
+TEST(PacingDiscipline, LosesNothingOverHoursWhateverTheCaptureDoes) {
   const Scene scenes[] = {
       {.name = "in step", .latency = 3100us},
-      {.name = "200 ppm fast", .ppm = 200, .latency = 6ms, .length = 24h},
+      {.name = "200 ppm fast", .ppm = 200, .latency = 6ms, .length = 3h},
       {.name = "200 ppm slow", .ppm = -200, .latency = 4ms},
       {.name = "PipeWire, 200 ppm fast", .ppm = 200, .lateness = inBlocksOf(kPipeWireFragment)},
       {.name = "PipeWire, 200 ppm slow", .ppm = -200, .lateness = inBlocksOf(kPipeWireFragment)},
