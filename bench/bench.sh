@@ -11,7 +11,7 @@ SECONDS_LONG=60 # of the one that compares with real time
 PARTS_TIME=0.5  # seconds for each benchmark of a part
 STARTS=40       # of each program
 HELLOS=200      # of each handshake measurement
-PARTS=(parts_bench panel_bench)
+PARTS=(parts_bench)
 while [ $# -gt 0 ]; do
   case $1 in
     --quick) SECONDS_EACH=5 SECONDS_LONG=5 PARTS_TIME=0.05 STARTS=5 HELLOS=50 ;;

@@ -1,5 +1,4 @@
 #include "stream/audio_frame_queue.h"
-#include "stream/chunk_ring.h"
 #include "stream/pacing_discipline.h"
 #include "wifi/client_table.h"
 #include "wifi/request.h"
@@ -32,14 +31,15 @@ wire::AudioChunk noise() {
 
 // ---- 882 samples to 16 bits
 
-void convert(benchmark::State& state, const wire::Pcm16Variant& variant) {
+void convert(benchmark::State& state) {
   const auto chunk = noise();
   std::array<std::int16_t, wire::kChunkFrames> out{};
   for (auto _ : state) {
-    variant.convert(chunk.data(), out.data(), chunk.size());
+    wire::convertToPcm16(chunk, out);
     benchmark::DoNotOptimize(out);
   }
 }
+BENCHMARK(convert)->Name("882 samples to 16 bits");
 
 // ---- One chunk to ten clients
 
@@ -110,18 +110,17 @@ BENCHMARK(tenSendto)->Name("ten clients/ten sendto");
 
 void carryChunk(benchmark::State& state) {
   const auto chunk = noise();
-  ChunkRing ring;
-  AudioFrameQueue queue;
+  wire::AudioChunk sent;
+  stream::AudioFrameQueue queue;
   for (auto _ : state) {
-    ring.push(chunk, {});
-    ring.drain([&](const TimedChunk& arrived) { queue.append(arrived); });
-    benchmark::DoNotOptimize(queue.takeOldest());
+    queue.append(chunk, {});
+    benchmark::DoNotOptimize(queue.take(sent));
   }
 }
-BENCHMARK(carryChunk)->Name("chunk through ring and queue");
+BENCHMARK(carryChunk)->Name("chunk through the queue");
 
 void discipline(benchmark::State& state) {
-  PacingDiscipline pacing;
+  stream::PacingDiscipline pacing;
   std::minstd_rand random(1);
   for (auto _ : state) {
     benchmark::DoNotOptimize(pacing.sent(std::chrono::microseconds(random() % 11'000)));
@@ -145,15 +144,4 @@ BENCHMARK(pingFlood)->Name("ping from ever new sources");
 }  // namespace
 }  // namespace quorin::wifi
 
-int main(int argc, char** argv) {
-  for (const auto& variant : quorin::wire::pcm16Variants()) {
-    const auto name = "882 samples to 16 bits/" + std::string(variant.name);
-    benchmark::RegisterBenchmark(name.c_str(), [&variant](benchmark::State& state) {
-      quorin::wifi::convert(state, variant);
-    });
-  }
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
-  benchmark::RunSpecifiedBenchmarks();
-  return 0;
-}
+BENCHMARK_MAIN();

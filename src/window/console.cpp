@@ -1,8 +1,8 @@
 #include "window/console.h"
 
+#include "core/log.h"
 #include "ui/appearance.h"
 #include "ui/text_field.h"
-#include "core/log.h"
 
 #include <QScrollBar>
 #include <QTextCursor>
@@ -43,6 +43,7 @@ ConsoleView::ConsoleView(QWidget* parent) : QWidget(parent) {
 void ConsoleView::append(Line line) {
   if (!document_) {
     waiting_.push_back(std::move(line));
+    if (waiting_.size() > kMaxLines) waiting_.pop_front();
     return;
   }
   insert(line);
@@ -78,6 +79,7 @@ void ConsoleView::showEvent(QShowEvent* event) {
   if (!document_) {
     document_ = new QTextEdit(this);
     document_->setReadOnly(true);
+    document_->document()->setMaximumBlockCount(kMaxLines);
     document_->resize(size());
     QTextFrameFormat inset = document_->document()->rootFrame()->frameFormat();
     inset.setLeftMargin(15);
@@ -103,7 +105,8 @@ Console::Console(ConsoleView* output, TextField* input)
 }
 
 void Console::presentMessage(const QString& text, bool isStatus) {
-  log::note("console", (QStringLiteral(">> ") + text).toStdString());
+  QString line = QStringLiteral(">> ") + text;
+  log::note("console", line.replace(u'\n', u' ').toStdString());
   if (!output_) return;
   output_->append({text, isStatus ? consoleStatusTextAttributes_ : consoleTextAttributes_});
 }

@@ -5,14 +5,15 @@
 #include <QTextEdit>
 #include <QVariantAnimation>
 #include <QWidget>
-#include <vector>
+#include <deque>
 
 namespace quorin::app {
 
 class TextField;
 
-/// The console's text in its scroll view. What is appended waits as plain lines until the view is
-/// first shown: a text document loads fonts, which a console that nobody sees can do without.
+/// The console's text in its scroll view: the last `kMaxLines` lines. What is appended waits as
+/// plain lines until the view is first shown: a text document loads fonts, which a console that
+/// nobody sees can do without.
 class ConsoleView : public QWidget {
   Q_OBJECT
  public:
@@ -20,6 +21,8 @@ class ConsoleView : public QWidget {
     QString text;
     QTextCharFormat attributes;
   };
+
+  static constexpr int kMaxLines = 200;
 
   explicit ConsoleView(QWidget* parent);
 
@@ -37,18 +40,18 @@ class ConsoleView : public QWidget {
   void insert(const Line& line);
   void scrollToEnd();
 
-  std::vector<Line> waiting_;  ///< while there is no document
+  std::deque<Line> waiting_;  ///< while there is no document
   QTextEdit* document_ = nullptr;
   QVariantAnimation scrolling_;
 };
 
-/// The message console: what happened, one line after the other. It only grows. Main thread.
+/// The message console: what happened, one line after the other. Main thread.
 class Console {
  public:
   /// Sets the input's font. Both outlive this; either may be null.
   Console(ConsoleView* output, TextField* input);
 
-  /// Logs ">> text" and appends it to the view.
+  /// Logs ">> text", on one line, and appends it to the view.
   void presentMessage(const QString& text, bool isStatus);
 
  private:

@@ -29,7 +29,9 @@ enum class View : std::size_t {
   audioGuardTextLabel_,
   audioGuardStatusOutLabel_,
   audioGuardStatusInLabel_,
+  audioGuardSetUpButton_,
   audioGuardOpenSettingsButton_,
+  audioGuardSetUpNoteLabel_,
   micDeniedView_,
   micDeniedImageView_,
   micDeniedLabel_,
@@ -70,6 +72,10 @@ enum class View : std::size_t {
   onlineDetailLabel_,
   onlineRetryButton_,
   onlineOtherPortButton_,
+  playHereBox_,
+  silenceLabel_,
+  silenceMoveButton_,
+  levelMeter_,
   count
 };
 // NOLINTEND(readability-identifier-naming)
@@ -99,7 +105,9 @@ inline constexpr std::array<std::string_view, kViewCount> kViewNames = {
     "audioGuardTextLabel_",
     "audioGuardStatusOutLabel_",
     "audioGuardStatusInLabel_",
+    "audioGuardSetUpButton_",
     "audioGuardOpenSettingsButton_",
+    "audioGuardSetUpNoteLabel_",
     "micDeniedView_",
     "micDeniedImageView_",
     "micDeniedLabel_",
@@ -140,6 +148,10 @@ inline constexpr std::array<std::string_view, kViewCount> kViewNames = {
     "onlineDetailLabel_",
     "onlineRetryButton_",
     "onlineOtherPortButton_",
+    "playHereBox_",
+    "silenceLabel_",
+    "silenceMoveButton_",
+    "levelMeter_",
 };
 
 constexpr std::string_view nameOf(View view) {

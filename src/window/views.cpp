@@ -77,6 +77,7 @@ Views::Views(QWidget& contentView, const Texts& texts, const Images& images,
   buildMenu(texts, images);
   buildCablePage(texts);
   buildWifiPage(texts, makePanel);
+  buildStreamControls(texts);
   backgroundGradient_->show();
   splashOverlay_->raise();
   splashOverlay_->show();
@@ -135,10 +136,17 @@ void Views::buildChecks(const Texts& texts) {
       addLabel(View::audioGuardStatusOutLabel_, {}, grey(13, QFont::Normal), audioGuardView_);
   audioGuardStatusInLabel_ =
       addLabel(View::audioGuardStatusInLabel_, {}, grey(13, QFont::Normal), audioGuardView_);
+  audioGuardSetUpButton_ =
+      add(View::audioGuardSetUpButton_,
+          new PushButton(texts.tr("audio.guard.setup"), systemFont(16, QFont::DemiBold),
+                         looks::kProminent, audioGuardView_));
   audioGuardOpenSettingsButton_ =
       add(View::audioGuardOpenSettingsButton_,
           new PushButton(texts.tr("audio.guard.button"), systemFont(16, QFont::DemiBold),
-                         looks::kProminent, audioGuardView_));
+                         looks::kPlain, audioGuardView_));
+  audioGuardSetUpNoteLabel_ =
+      addLabel(View::audioGuardSetUpNoteLabel_, texts.tr("audio.guard.setup.note"),
+               grey(13, QFont::Normal, LineBreak::kWrap), audioGuardView_);
 }
 
 void Views::buildMicrophoneScreen(const Texts& texts, const Images& images) {
@@ -249,6 +257,17 @@ void Views::buildWifiPage(const Texts& texts, const std::function<QWidget*()>& m
     dot = new PhoneDot(texts.tr("phone.disconnect"), onlineContainer_);
     dot->hide();
   }
+}
+
+void Views::buildStreamControls(const Texts& texts) {
+  playHereBox_ = add(View::playHereBox_, new CheckBox(texts.tr("play_here"), &contentView_));
+  silenceLabel_ = addLabel(View::silenceLabel_, texts.tr("status.silent"),
+                           {.pixels = 14, .weight = QFont::DemiBold, .color = colors::kOrange},
+                           &contentView_);
+  silenceMoveButton_ =
+      add(View::silenceMoveButton_, new PushButton(texts.tr("status.silent.move"), systemFont(13),
+                                                   looks::kPlain, &contentView_));
+  levelMeter_ = add(View::levelMeter_, new LevelMeter(texts.tr("sound_level"), &contentView_));
 }
 
 void Views::applyTypographyForBounds() const {

@@ -6,6 +6,7 @@
 #include "ui/containers.h"
 #include "ui/controls.h"
 #include "ui/images.h"
+#include "ui/stream_controls.h"
 #include "ui/phone_dot.h"
 #include "ui/text_field.h"
 #include "ui/texts.h"
@@ -75,7 +76,9 @@ struct Views {
   NonInteractiveLabel* audioGuardTextLabel_ = nullptr;
   NonInteractiveLabel* audioGuardStatusOutLabel_ = nullptr;
   NonInteractiveLabel* audioGuardStatusInLabel_ = nullptr;
+  PushButton* audioGuardSetUpButton_ = nullptr;
   PushButton* audioGuardOpenSettingsButton_ = nullptr;
+  NonInteractiveLabel* audioGuardSetUpNoteLabel_ = nullptr;
 
   ContainerView* micDeniedView_ = nullptr;
   ImageView* micDeniedImageView_ = nullptr;
@@ -108,6 +111,13 @@ struct Views {
   NonInteractiveLabel* onlineDetailLabel_ = nullptr;
   PushButton* onlineRetryButton_ = nullptr;
   PushButton* onlineOtherPortButton_ = nullptr;
+
+  // What both pages that stream share.
+  CheckBox* playHereBox_ = nullptr;
+  NonInteractiveLabel* silenceLabel_ = nullptr;
+  PushButton* silenceMoveButton_ = nullptr;
+  LevelMeter* levelMeter_ = nullptr;
+
   std::array<PhoneDot*, kMaxStatusDots> onlineStatusDots_{};
 
  private:
@@ -118,6 +128,7 @@ struct Views {
   void buildMicrophoneScreen(const Texts& texts, const Images& images);
   void buildMenu(const Texts& texts, const Images& images);
   void buildCablePage(const Texts& texts);
+  void buildStreamControls(const Texts& texts);
   void buildWifiPage(const Texts& texts, const std::function<QWidget*()>& makePanel);
 
   /// Enters `widget` under its name, hidden.
