@@ -7,14 +7,7 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 
-# Programs find their plug-ins beside them, in the same place in the build tree as once installed.
 include(GNUInstallDirs)
-set(QUORIN_INSTALLED_PLUGINS "${CMAKE_INSTALL_LIBDIR}/quorin-stream")
-file(RELATIVE_PATH plugins_seen_from_programs "${CMAKE_INSTALL_FULL_BINDIR}"
-     "${CMAKE_INSTALL_FULL_LIBDIR}/quorin-stream")
-set(QUORIN_PLUGINS "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${plugins_seen_from_programs}")
-set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
-set(CMAKE_INSTALL_RPATH "$ORIGIN/${plugins_seen_from_programs}")
 
 set(QUORIN_SANITIZE "" CACHE STRING "Sanitizers for the whole build, as -fsanitize= takes them")
 # On for those who write the code; off for those who build it with flags of their own.
@@ -85,22 +78,6 @@ function(quorin_headers name)
   quorin_export(${name} INTERFACE)
 endfunction()
 
-# quorin_plugin(NAME SOURCES ... [LIBRARIES ...])
-# A part that the programs load while they run, from the folder that stands in their RUNPATH. Its
-# file carries the version: an upgrade never gives a running program another one's part. Its calls
-# are bound when it is loaded, not on the thread that makes them first. The libraries it is made of
-# must be position independent.
-function(quorin_plugin name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
-  add_library(${name} MODULE ${ARG_SOURCES})
-  set_target_properties(
-    ${name} PROPERTIES PREFIX "" OUTPUT_NAME "${name}-${PROJECT_VERSION}"
-                       LIBRARY_OUTPUT_DIRECTORY "${QUORIN_PLUGINS}" INSTALL_RPATH ""
-                       CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
-  target_link_options(${name} PRIVATE LINKER:-z,now)
-  target_link_libraries(${name} PRIVATE quorin_options ${ARG_LIBRARIES})
-endfunction()
-
 # quorin_program(NAME SOURCES ... [LIBRARIES ...])
 # Every program answers --version with quorin::version(), so its library comes along.
 function(quorin_program name)
@@ -121,8 +98,7 @@ function(quorin_test name)
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
   target_link_libraries(${name} PRIVATE quorin_options ${ARG_LIBRARIES} GTest::gmock)
   set_target_properties(
-    ${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests/bin"
-                       INSTALL_RPATH "${QUORIN_PLUGINS}")
+    ${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests/bin")
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(
     ${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} RUN_SERIAL ${ARG_ALONE} SKIP_RETURN_CODE 77 ENVIRONMENT

@@ -21,19 +21,51 @@
     </message>
     <message id="audio.guard.text.both">
         <source></source>
-        <translation>Choose “Quorin Audio” as output and as input in the sound settings, and you can start streaming.</translation>
+        <translation>Quorin Stream sends what goes through “Quorin Audio”. It has to be the output and the input: set it up with one click, or choose it in the sound settings.</translation>
     </message>
     <message id="audio.guard.text.out">
         <source></source>
-        <translation>The input is ready. Now choose “Quorin Audio” as output too in the sound settings.</translation>
+        <translation>Quorin Stream sends what goes through “Quorin Audio”. It has to be the output too: set it up with one click, or choose it in the sound settings.</translation>
     </message>
     <message id="audio.guard.text.in">
         <source></source>
-        <translation>The output is ready. Now choose “Quorin Audio” as input too in the sound settings.</translation>
+        <translation>Quorin Stream sends what goes through “Quorin Audio”. It has to be the input too: set it up with one click, or choose it in the sound settings.</translation>
+    </message>
+    <message id="audio.guard.text.no_server">
+        <source></source>
+        <translation>No sound server is running on this computer. Start PulseAudio or PipeWire (with pipewire-pulse), or log out and in again; Quorin Stream goes on by itself then.</translation>
     </message>
     <message id="audio.guard.button">
         <source></source>
         <translation>Open Sound Settings</translation>
+    </message>
+    <message id="audio.guard.setup">
+        <source></source>
+        <translation>Set up for me</translation>
+    </message>
+    <message id="audio.guard.setup.working">
+        <source></source>
+        <translation>Setting up…</translation>
+    </message>
+    <message id="audio.guard.setup.note">
+        <source></source>
+        <translation>Your loudspeakers are silent while Quorin Stream is open; they come back when you quit.</translation>
+    </message>
+    <message id="audio.guard.setup.no_server">
+        <source></source>
+        <translation>No sound server answered. Start PulseAudio or PipeWire, then click again.</translation>
+    </message>
+    <message id="audio.guard.setup.refused">
+        <source></source>
+        <translation>The sound server does not let this program create a device: its sandbox forbids it. Run “quorin-device add --default” in a terminal, or choose the device in the sound settings.</translation>
+    </message>
+    <message id="audio.guard.setup.missing">
+        <source></source>
+        <translation>The program quorin-device is missing. Install Quorin Stream again, then click again.</translation>
+    </message>
+    <message id="audio.guard.setup.failed">
+        <source></source>
+        <translation>The sound server did not set the device up. Click again; if that does not help, log out and in again.</translation>
     </message>
     <message id="audio.guard.status.out.ok">
         <source></source>
@@ -129,6 +161,30 @@ Anyone on your network can connect and listen, so use a network you trust, and s
         <source></source>
         <translation>iPhone connected</translation>
     </message>
+    <message id="cable.service.missing">
+        <source></source>
+        <translation>The USB service (usbmuxd) is not installed. Install it with:</translation>
+    </message>
+    <message id="cable.service.stopped">
+        <source></source>
+        <translation>The USB service is not running. It starts when you connect the iPhone; if it does not, start it with:</translation>
+    </message>
+    <message id="cable.phone.none">
+        <source></source>
+        <translation>No iPhone found. Use a cable that carries data, unlock the iPhone and tap “Trust”.</translation>
+    </message>
+    <message id="cable.phone.locked">
+        <source></source>
+        <translation>Unlock the iPhone and tap “Trust”.</translation>
+    </message>
+    <message id="cable.app.closed">
+        <source></source>
+        <translation>Open the app on the iPhone.</translation>
+    </message>
+    <message id="cable.app.silent">
+        <source></source>
+        <translation>The app does not answer: wake it up</translation>
+    </message>
     <message id="pairing_instructions">
         <source></source>
         <translation>Scan the code with the iPhone app</translation>
@@ -198,6 +254,30 @@ Anyone on your network can connect and listen, so use a network you trust, and s
     <message id="status.silent">
         <source></source>
         <translation>No sound is playing on this computer</translation>
+    </message>
+    <message id="status.silent.muted">
+        <source></source>
+        <translation>“Quorin Audio” is muted</translation>
+    </message>
+    <message id="status.silent.elsewhere">
+        <source></source>
+        <translation>%1 plays on %2</translation>
+    </message>
+    <message id="status.silent.move">
+        <source></source>
+        <translation>Move it</translation>
+    </message>
+    <message id="status.silent.unmute">
+        <source></source>
+        <translation>Unmute</translation>
+    </message>
+    <message id="play_here">
+        <source></source>
+        <translation>Also play on this computer</translation>
+    </message>
+    <message id="sound_level">
+        <source></source>
+        <translation>Sound level</translation>
     </message>
     <message id="status.full">
         <source></source>

@@ -21,19 +21,51 @@
     </message>
     <message id="audio.guard.text.both">
         <source></source>
-        <translation>Elige «Quorin Audio» como salida y como entrada en los ajustes de sonido y podrás transmitir.</translation>
+        <translation>Quorin Stream envía lo que pasa por «Quorin Audio». Tiene que ser la salida y la entrada: prepáralo con un clic o elígelo en los ajustes de sonido.</translation>
     </message>
     <message id="audio.guard.text.out">
         <source></source>
-        <translation>La entrada está lista. Elige también «Quorin Audio» como salida en los ajustes de sonido.</translation>
+        <translation>Quorin Stream envía lo que pasa por «Quorin Audio». También tiene que ser la salida: prepáralo con un clic o elígelo en los ajustes de sonido.</translation>
     </message>
     <message id="audio.guard.text.in">
         <source></source>
-        <translation>La salida está lista. Elige también «Quorin Audio» como entrada en los ajustes de sonido.</translation>
+        <translation>Quorin Stream envía lo que pasa por «Quorin Audio». También tiene que ser la entrada: prepáralo con un clic o elígelo en los ajustes de sonido.</translation>
+    </message>
+    <message id="audio.guard.text.no_server">
+        <source></source>
+        <translation>No hay ningún servidor de sonido en marcha en este ordenador. Inicia PulseAudio o PipeWire (con pipewire-pulse), o cierra la sesión y vuelve a entrar; Quorin Stream seguirá por sí mismo.</translation>
     </message>
     <message id="audio.guard.button">
         <source></source>
         <translation>Ajustes de sonido</translation>
+    </message>
+    <message id="audio.guard.setup">
+        <source></source>
+        <translation>Prepáralo por mí</translation>
+    </message>
+    <message id="audio.guard.setup.working">
+        <source></source>
+        <translation>Preparando…</translation>
+    </message>
+    <message id="audio.guard.setup.note">
+        <source></source>
+        <translation>Los altavoces callan mientras Quorin Stream está abierto; vuelven a sonar al salir.</translation>
+    </message>
+    <message id="audio.guard.setup.no_server">
+        <source></source>
+        <translation>Ningún servidor de sonido ha respondido. Inicia PulseAudio o PipeWire y vuelve a hacer clic.</translation>
+    </message>
+    <message id="audio.guard.setup.refused">
+        <source></source>
+        <translation>El servidor de sonido no permite a este programa crear un dispositivo: lo impide su entorno aislado. Ejecuta «quorin-device add --default» en un terminal o elige el dispositivo en los ajustes de sonido.</translation>
+    </message>
+    <message id="audio.guard.setup.missing">
+        <source></source>
+        <translation>Falta el programa quorin-device. Instala de nuevo Quorin Stream y vuelve a hacer clic.</translation>
+    </message>
+    <message id="audio.guard.setup.failed">
+        <source></source>
+        <translation>El servidor de sonido no ha preparado el dispositivo. Vuelve a hacer clic; si no sirve, cierra la sesión y vuelve a entrar.</translation>
     </message>
     <message id="audio.guard.status.out.ok">
         <source></source>
@@ -129,6 +161,30 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
         <source></source>
         <translation>iPhone conectado</translation>
     </message>
+    <message id="cable.service.missing">
+        <source></source>
+        <translation>El servicio USB (usbmuxd) no está instalado. Instálalo con:</translation>
+    </message>
+    <message id="cable.service.stopped">
+        <source></source>
+        <translation>El servicio USB no está en marcha. Arranca al conectar el iPhone; si no arranca, inícialo con:</translation>
+    </message>
+    <message id="cable.phone.none">
+        <source></source>
+        <translation>No se encuentra ningún iPhone. Usa un cable que transmita datos, desbloquea el iPhone y pulsa «Confiar».</translation>
+    </message>
+    <message id="cable.phone.locked">
+        <source></source>
+        <translation>Desbloquea el iPhone y pulsa «Confiar».</translation>
+    </message>
+    <message id="cable.app.closed">
+        <source></source>
+        <translation>Abre la app en el iPhone.</translation>
+    </message>
+    <message id="cable.app.silent">
+        <source></source>
+        <translation>La app no responde: despiértala</translation>
+    </message>
     <message id="pairing_instructions">
         <source></source>
         <translation>Escanea el código con la app del iPhone</translation>
@@ -198,6 +254,30 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
     <message id="status.silent">
         <source></source>
         <translation>Este equipo no está reproduciendo sonido</translation>
+    </message>
+    <message id="status.silent.muted">
+        <source></source>
+        <translation>«Quorin Audio» está silenciado</translation>
+    </message>
+    <message id="status.silent.elsewhere">
+        <source></source>
+        <translation>%1 suena en %2</translation>
+    </message>
+    <message id="status.silent.move">
+        <source></source>
+        <translation>Moverlo</translation>
+    </message>
+    <message id="status.silent.unmute">
+        <source></source>
+        <translation>Activar el sonido</translation>
+    </message>
+    <message id="play_here">
+        <source></source>
+        <translation>Oírlo también en este ordenador</translation>
+    </message>
+    <message id="sound_level">
+        <source></source>
+        <translation>Nivel de sonido</translation>
     </message>
     <message id="status.full">
         <source></source>

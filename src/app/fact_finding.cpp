@@ -3,9 +3,8 @@
 #include "core/identity.h"
 #include "core/version.h"
 #include "modes/audio_inputs.h"
-#include "platform/audio/audio_backend.h"
 #include "platform/dispatch/system_scheduler.h"
-#include "platform/usb/usb_hub.h"
+#include "modes/cable_mode.h"
 #include "wifi/local_address.h"
 
 #include <QCoreApplication>
@@ -15,21 +14,25 @@
 namespace quorin::app {
 namespace {
 
-/// The audio server answers soon after its libraries are loaded, the desktop's portal within 2 s.
+/// The audio server answers soon after it is asked, the desktop's portal within 2 s.
 constexpr std::chrono::seconds kTimeout{3};
 constexpr std::chrono::milliseconds kLookAgain{20};
 
-void askForSound(Facts& facts) {
+void askForSoundAndCable(Facts& facts) {
   const auto scheduler = dispatch::makeSystemScheduler();
-  const auto server = audio::connectToAudioServer(scheduler->utilityQueue());
+  const auto server = audio::connectToAudioServer(scheduler->backgroundQueue());
   const AudioInputs inputs(*scheduler, *server);
+  CableMode cable(*scheduler, scheduler->mainQueue(), {[](auto&) {}, [](auto&, bool) {}});
+  cable.start();
 
   QEventLoop loop;
   QTimer look;
   QObject::connect(&look, &QTimer::timeout, &loop, [&] {
     facts.devices = server->defaultDevices();
     facts.microphone = inputs.microphoneStatus();
-    const bool answered = !facts.devices.server.empty() &&
+    facts.cable = cable.state();
+    const bool answered = facts.cable.service != usb::UsbService::kUnknown &&
+                          !facts.devices.server.empty() &&
                           facts.microphone != desktop::AuthorizationStatus::kNotDetermined;
     if (answered) loop.quit();
   });
@@ -37,7 +40,6 @@ void askForSound(Facts& facts) {
   QTimer::singleShot(kTimeout, &loop, &QEventLoop::quit);
   loop.exec();
   scheduler->end();
-  audio::resamplerBackend();  // ends the program as a recording would if it cannot be loaded
 }
 
 }  // namespace
@@ -55,9 +57,8 @@ Facts findFacts(std::uint16_t port) {
       network::listInterfaceAddresses().value_or(std::vector<network::InterfaceAddress>());
   const auto networks = wifi::localNetworks(facts.addresses, network::defaultRouteInterface());
   facts.chosenAddress = wifi::localIPv4Address(networks.candidates);
-  facts.usbServiceAnswers = usb::usbServiceAnswers();
   facts.realtime = dispatch::tryRealtime();
-  askForSound(facts);
+  askForSoundAndCable(facts);
   return facts;
 }
 

@@ -16,6 +16,7 @@ std::unique_ptr<QCommandLineParser> makeParser() {
       "1 when it could not run, 2 when an option was not understood.");
   parser->addOptions({
       {"start", "Enter that mode as soon as the devices are right.", "wifi|cable"},
+      {"set-up", "Set the devices up first, as the button \"Set up for me\" does."},
       {"port", "UDP port of the Wi-Fi mode, 1 to 65535 (9000).", "N"},
       {"address", "Show the code of this network, where the computer is in several.", "A"},
       {"language", "Language of the texts (the system's).", "en|es"},
@@ -51,6 +52,7 @@ std::expected<Options, QString> parseOptions(const QStringList& arguments) {
   Options options;
   options.verbose = parser->isSet("verbose");
   options.json = parser->isSet("json");
+  options.setUp = parser->isSet("set-up");
   if (parser->isSet("port")) {
     options.port = wholePort(parser->value("port"));
     if (!options.port) {

@@ -2,7 +2,7 @@
 
 #include "core/identity.h"
 #include "core/log.h"
-#include "panel/online_swift_ui_embedder.h"
+#include "panel/content_view.h"
 #include "platform/desktop/settings.h"
 #include "wifi/local_address.h"
 
@@ -10,21 +10,39 @@
 #include <utility>
 
 namespace quorin::app {
+namespace {
+
+std::string_view textKeyOf(LoanFailure failure) {
+  switch (failure) {
+    case LoanFailure::kNoServer:
+      return "audio.guard.setup.no_server";
+    case LoanFailure::kRefused:
+      return "audio.guard.setup.refused";
+    case LoanFailure::kHelperMissing:
+      return "audio.guard.setup.missing";
+    case LoanFailure::kOther:
+      break;
+  }
+  return "audio.guard.setup.failed";
+}
+
+}  // namespace
 
 PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
                              const Options& options)
     : scheduler_(scheduler),
       texts_(texts),
       startMode_(options.start),
-      audioServer_(audio::connectToAudioServer(scheduler_.utilityQueue())),
+      setUpAtStart_(options.setUp),
+      audioServer_(audio::connectToAudioServer(scheduler_.backgroundQueue())),
       views_(window_, texts_, images_, [this] { return makePanel().release(); }),
       screens_(views_),
       pages_({texts_, images_, views_, screens_}),
       audioCaptureManager_(scheduler_,
-                           {.makeEngine = [this] { return audioServer_->makeEngine(); }}),
+                           {.makeEngine = [this] { return audioServer_->makeEngine(audio::mayBeStreamed); }}),
       audioFrameQueueSerial_(stream::AudioSender::makeQueue(scheduler_)),
       cable_(scheduler_, *audioFrameQueueSerial_,
-             {.channelChanged = [this](bool connected) { pages_.showCableChannel(connected); },
+             {.changed = [this](const CableState& state) { pages_.showCable(state); },
               .presentMessage = [this](const QString& text,
                                        bool isStatus) { pages_.presentMessage(text, isStatus); }}),
       sender_(scheduler_, *audioFrameQueueSerial_, {&wifiTransport_, &cable_.audioPath()}),
@@ -46,12 +64,9 @@ PTAppDelegate::~PTAppDelegate() {
 // The panel is built with the page and never shown there: its program of its own shows it. The
 // pairing instructions are the one text that it looks up.
 std::unique_ptr<QWidget> PTAppDelegate::makePanel() const {
-  panel::ViewRegistry registry;
-  panel::OnlineSwiftUIEmbedder::addTo(
-      registry, {.scheduler = scheduler_,
-                 .makeCapture = panel::captureFrom(scheduler_, *audioServer_),
-                 .text = [this](const QString&) { return texts_.bundle("pairing_instructions"); }});
-  return registry.make(QStringLiteral("OnlineSwiftUIEmbedder"), QStringLiteral("makeHostingView"));
+  return panel::OnlineSwiftUIEmbedder::makeHostingView(
+      scheduler_, panel::captureFrom(scheduler_, *audioServer_),
+      texts_.bundle("pairing_instructions"));
 }
 
 void PTAppDelegate::connectViews() {
@@ -66,7 +81,10 @@ void PTAppDelegate::connectViews() {
   onClick(views_.onlineRetryButton_, [this] { wifi_.retry(); });
   onClick(views_.onlineOtherPortButton_, [this] { wifi_.useOtherPort(); });
   onClick(views_.audioGuardOpenSettingsButton_,
-          [this] { openSettings(desktop::SettingsPage::kSound); });
+          [this] {
+            using enum desktop::SettingsPage;
+            openSettings(guard_.state().output.right ? kSoundInput : kSound);
+          });
   onClick(views_.micDeniedAllowButton_,
           [this] { openSettings(desktop::SettingsPage::kMicrophonePrivacy); });
 
@@ -84,13 +102,32 @@ void PTAppDelegate::connectViews() {
     if (cable_.sendMessage(views_.inputTextField->text())) views_.inputTextField->clear();
   });
 
+  onClick(views_.audioGuardSetUpButton_, [this] { guard_.setUp(); });
+  onClick(views_.silenceMoveButton_, [this] { loan_.moveHere(); });
+  onClick(views_.playHereBox_, [this] { loan_.playHere(views_.playHereBox_->isChecked()); });
+  views_.levelMeter_->setSource([this] { return sound_.takePeak(); });
+
+  // Who else plays where is looked at when it matters.
   sound_.setOnSilence([this](bool silent) {
-    if (wifi_.isOpen()) wifi_.onSilence();
-    pages_.showCableSilence(silent && !wifi_.isOpen());
+    if (silent) loan_.watch();
+    showSound();
   });
+  pages_.setLendDevice([this] { loan_.lend(); });
+  loan_.setReports({.lent = [this] { guard_.onSetUp(); },
+                    .failed = [this](LoanFailure failure) {
+                      guard_.onSetUpFailed(textKeyOf(failure));
+                    },
+                    .changed = [this] { showSound(); }});
 
   pages_.setStopAllSessions([this] { menu_.stopAllSessions(); });
   pages_.setMenuShown([this] { enterStartMode(); });
+}
+
+void PTAppDelegate::showSound() {
+  pages_.showSound({.silent = sound_.isSilent(),
+                    .elsewhere = loan_.elsewhere(),
+                    .lent = loan_.isLent(),
+                    .playsHere = loan_.playsHere()});
 }
 
 void PTAppDelegate::applicationDidFinishLaunching() {
@@ -104,6 +141,7 @@ void PTAppDelegate::applicationDidFinishLaunching() {
 
   guard_.setupAudioCheckFlow();
   guard_.startAudioDefaultWatch();
+  if (setUpAtStart_) guard_.setUp();
   scheduler_.mainQueue().asyncAfter(kSplashDuration, scope_, [this] { dismissSplash(); });
   guard_.requestMicrophonePermission();
 }
@@ -137,8 +175,7 @@ void PTAppDelegate::enterStartMode() {
 }
 
 void PTAppDelegate::openSettings(desktop::SettingsPage page) {
-  const bool sound = page == desktop::SettingsPage::kSound;
-  if (sound ? desktop::openSoundSettings() : desktop::openMicPrivacySettings()) return;
+  if (desktop::openSettings(page)) return;
   pages_.showSettingsMissing(page);
 }
 

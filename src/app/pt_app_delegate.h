@@ -2,6 +2,7 @@
 
 #include "modes/audio_inputs.h"
 #include "modes/cable_mode.h"
+#include "modes/device_loan.h"
 #include "modes/guard_flow.h"
 #include "ui/images.h"
 #include "window/main_window.h"
@@ -46,12 +47,14 @@ class PTAppDelegate {
   void connectViews();
   void dismissSplash();
   void enterStartMode();
+  void showSound();
   void openSettings(desktop::SettingsPage page);
 
   dispatch::Scheduler& scheduler_;
   const Texts& texts_;
   const Images images_;
   StartMode startMode_;
+  const bool setUpAtStart_;
 
   std::unique_ptr<audio::AudioServer> audioServer_;
 
@@ -70,6 +73,7 @@ class PTAppDelegate {
   WiFiMode wifi_;
   Menu menu_;
   GuardFlow guard_;
+  DeviceLoan loan_;
   dispatch::Scope scope_;
 };
 

@@ -6,9 +6,7 @@
 namespace quorin::audio {
 
 AudioCaptureManager::AudioCaptureManager(dispatch::Scheduler& scheduler, Parts parts)
-    : scheduler_(scheduler),
-      parts_(std::move(parts)),
-      tapLog_(scheduler.utilityQueue(), parts_.print) {}
+    : scheduler_(scheduler), parts_(std::move(parts)) {}
 
 AudioCaptureManager::~AudioCaptureManager() {
   if (tap_) removeTap();
@@ -16,7 +14,7 @@ AudioCaptureManager::~AudioCaptureManager() {
 
 void AudioCaptureManager::startCapture() {
   if (isCapturing_) return;
-  if (!engine_) createEngine();
+  if (!engine_) engine_ = parts_.makeEngine();
   const auto frames = std::to_string(wire::kChunkFrames);
   parts_.print("🎤 Formato ORIGINAL de entrada: " + describe(engine_->inputFormat()));
   parts_.print("🎯 Formato TARGET: " + describe(kTargetFormat));
@@ -24,13 +22,12 @@ void AudioCaptureManager::startCapture() {
                std::to_string(wire::kChunkDuration.count()) + ".00 ms)");
 
   tap_ =
-      std::make_unique<CaptureTap>(CaptureTap::Surroundings{.clock = scheduler_,
+      std::make_unique<CaptureTap>(CaptureTap::Surroundings{.scheduler = scheduler_,
                                                             .makeConverter = parts_.makeConverter,
                                                             .onAudioData = onAudioData_,
-                                                            .log = tapLog_});
-  engine_->installTap(
-      wire::kChunkFrames, [tap = tap_.get()](const BufferView& buffer) { tap->process(buffer); },
-      chunkNeededAt_);
+                                                            .print = parts_.print});
+  engine_->installTap(wire::kChunkFrames,
+                      [tap = tap_.get()](const BufferView& buffer) { tap->process(buffer); });
   if (const auto started = engine_->start(); !started) {
     removeTap();
     parts_.print("❌ Error iniciando motor: " + started.error().description);
@@ -47,23 +44,11 @@ void AudioCaptureManager::stopCapture() {
   parts_.print("⏹️ Captura detenida");
 }
 
-void AudioCaptureManager::createEngine() {
-  engine_ = parts_.makeEngine();
-  engine_->setInterruptionHandler(scheduler_.mainQueue(),
-                                  [this](const Error& error) { interrupted(error); });
-}
-
 void AudioCaptureManager::removeTap() {
   engine_->removeTap();
   engine_->stop();
   engine_->reset();
   tap_.reset();
-  tapLog_.flush();
-}
-
-void AudioCaptureManager::interrupted(const Error& error) {
-  parts_.print("⚠️ Captura interrumpida: " + error.description);
-  if (const auto handler = onInterrupted_) handler();  // a copy: it may destroy this object
 }
 
 }  // namespace quorin::audio

@@ -1,20 +1,33 @@
 #include "audio/capture_tap.h"
 
 #include <cstdint>
-#include <string>
+#include <utility>
 
 namespace quorin::audio {
 namespace {
 
 constexpr std::chrono::seconds kStatisticsInterval{1};
 
-/// Truncates: buffers that do not convert to a whole number of frames leave their fraction in the
-/// converter.
+/// Truncates: buffers that do not convert to a whole number of frames lose their fraction.
 std::size_t outputCapacity(const BufferView& buffer) {
   return std::uint64_t{kTargetFormat.sampleRate} * buffer.frames() / buffer.format.sampleRate;
 }
 
+std::string statisticsLine(int chunks) {
+  return "⚡ FPS: " + std::to_string(chunks) +
+         " | Latencia: " + std::to_string(wire::kChunkDuration.count()) +
+         ".00ms | Bytes/frame: " + std::to_string(wire::kChunkBytes) +
+         " | Buffer: " + std::to_string(wire::kChunkFrames) + " frames @ " +
+         std::to_string(wire::kSampleRate) + ".0 Hz";
+}
+
 }  // namespace
+
+CaptureTap::CaptureTap(Surroundings surroundings)
+    : surroundings_(std::move(surroundings)),
+      lastReportTime_(surroundings_.scheduler.now()),
+      report_(surroundings_.scheduler.backgroundQueue().makeEventSource(
+          [print = surroundings_.print, chunks = reported_] { print(statisticsLine(*chunks)); })) {}
 
 void CaptureTap::process(const BufferView& buffer) {
   if (!buffer.format.exists()) return;
@@ -25,33 +38,44 @@ void CaptureTap::process(const BufferView& buffer) {
 bool CaptureTap::makeConverter(const Format& from) {
   converter_ = surroundings_.makeConverter(from, kTargetFormat);
   if (!converter_) {
-    surroundings_.log.line("❌ Error creando convertidor dinámico");
+    print("❌ Error creando convertidor dinámico");
     return false;
   }
-  surroundings_.log.line("🔧 Convertidor creado: " + converter_->description() + " | from " +
-                         describe(from) + " to " + describe(kTargetFormat));
+  print("🔧 Convertidor creado: " + converter_->description() + " | from " + describe(from) +
+        " to " + describe(kTargetFormat));
   return true;
 }
 
 void CaptureTap::convertAndCut(const BufferView& buffer) {
   const auto result = converter_->convert(buffer, outputCapacity(buffer));
   if (result.status == SampleConverter::Status::kError) {
-    const auto reason = result.error.empty() ? "unknown" : std::string(result.error);
-    surroundings_.log.line("❌ Error en conversión: " + reason);
+    print("❌ Error en conversión: " +
+          (result.error.empty() ? "unknown" : std::string(result.error)));
     return;
   }
   if (result.output.data() == nullptr) return;
-  chunksSinceReport_ += accumulator_.append(
-      result.output, [this](wire::AudioChunkView chunk) { surroundings_.onAudioData.call(chunk); });
+  chunksSinceReport_ +=
+      accumulator_.append(result.output, [this](wire::AudioChunkView chunk) { handOn(chunk); });
   reportStatistics();
 }
 
+void CaptureTap::handOn(wire::AudioChunkView chunk) const {
+  const auto handler = surroundings_.onAudioData.load();
+  if (handler && *handler) (*handler)(chunk);
+}
+
 void CaptureTap::reportStatistics() {
-  const auto now = surroundings_.clock.now();
+  const auto now = surroundings_.scheduler.now();
   if (now - lastReportTime_ < kStatisticsInterval) return;
-  surroundings_.log.statistics(chunksSinceReport_);
-  chunksSinceReport_ = 0;
+  *reported_ = std::exchange(chunksSinceReport_, 0);
+  report_->signal();
   lastReportTime_ = now;
+}
+
+/// Standard output may block, and the audio server's thread may not.
+void CaptureTap::print(std::string line) {
+  surroundings_.scheduler.backgroundQueue().async(
+      [print = surroundings_.print, line = std::move(line)] { print(line); });
 }
 
 }  // namespace quorin::audio

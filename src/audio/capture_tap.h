@@ -1,45 +1,53 @@
 #pragma once
 
 #include "audio/chunk_cutter.h"
-#include "audio/handler_slot.h"
-#include "audio/tap_log.h"
-#include "platform/audio/converter.h"
+#include "core/log.h"
 #include "core/scheduler.h"
+#include "core/snapshot.h"
+#include "platform/audio/converter.h"
 
+#include <atomic>
+#include <functional>
 #include <memory>
+#include <string>
 
 namespace quorin::audio {
 
 inline constexpr Format kTargetFormat{.sampleRate = wire::kSampleRate, .channels = 1};
 
-using ChunkHandlerSlot = HandlerSlot<wire::AudioChunkView>;
+using ChunkHandler = std::function<void(wire::AudioChunkView)>;
 
 /// What happens to the sound of one capture, from its start to its stop: converted, cut, handed
-/// on, counted. Confined to the audio server's thread once installed.
+/// on, counted. `process` runs on the audio server's thread, the rest where the tap is made.
 class CaptureTap {
  public:
   struct Surroundings {
-    const dispatch::Scheduler& clock;
+    dispatch::Scheduler& scheduler;  ///< its background queue prints
     const ConverterFactory& makeConverter;
-    ChunkHandlerSlot& onAudioData;
-    TapLog& log;
+    const dispatch::Snapshot<ChunkHandler>& onAudioData;
+    log::PrintLine print;
   };
 
-  explicit CaptureTap(const Surroundings& surroundings)
-      : surroundings_(surroundings), lastReportTime_(surroundings.clock.now()) {}
+  explicit CaptureTap(Surroundings surroundings);
 
   void process(const BufferView& buffer);
 
  private:
   bool makeConverter(const Format& from);
   void convertAndCut(const BufferView& buffer);
+  void handOn(wire::AudioChunkView chunk) const;
   void reportStatistics();
+  void print(std::string line);
 
   Surroundings surroundings_;
   std::unique_ptr<SampleConverter> converter_;  ///< from the first buffer's format
   ChunkCutter accumulator_;
   int chunksSinceReport_ = 0;
   dispatch::TimePoint lastReportTime_;
+
+  // The statistics line, each second, without an allocation on the audio server's thread.
+  std::shared_ptr<std::atomic<int>> reported_ = std::make_shared<std::atomic<int>>(0);
+  std::unique_ptr<dispatch::EventSource> report_;
 };
 
 }  // namespace quorin::audio

@@ -15,6 +15,11 @@ inline constexpr std::string_view kExpectedDeviceName = "Quorin Audio";
 /// of its ASCII letters. An empty `expected` names nothing.
 bool isDefaultDeviceNamed(const Device& device, std::string_view expected);
 
+/// Whether sound of this device may leave the computer.
+inline bool mayBeStreamed(const Device& source) {
+  return isDefaultDeviceNamed(source, kExpectedDeviceName);
+}
+
 /// For the status lines: the device's name, "(sin dispositivo)" or "(desconocido)"; the same in
 /// every language.
 std::string currentDeviceName(const Device& device);

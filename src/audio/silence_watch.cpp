@@ -12,7 +12,7 @@ SilenceWatch::SilenceWatch(dispatch::Scheduler& scheduler,
 
 void SilenceWatch::start() {
   if (timer_) return;
-  detector_->takeHeard();  // what was heard before belongs to another stream
+  detector_->takeSounded();  // earlier sound belongs to another stream
   lastSound_ = scheduler_.now();
   timer_ = scheduler_.mainQueue().makeTimer({.first = 500ms, .interval = 500ms, .leeway = 100ms},
                                             [this] { look(); });
@@ -24,8 +24,8 @@ void SilenceWatch::stop() {
 }
 
 void SilenceWatch::look() {
-  if (detector_->takeHeard()) lastSound_ = scheduler_.now();
-  const bool silent = scheduler_.now() - lastSound_ >= kPatience;
+  if (detector_->takeSounded()) lastSound_ = scheduler_.now();
+  const bool silent = scheduler_.now() - lastSound_ >= kTimeout;
   if (std::exchange(silent_, silent) != silent) onChange_(silent);
 }
 

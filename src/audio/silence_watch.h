@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <functional>
 #include <memory>
 
@@ -16,28 +17,34 @@ namespace quorin::audio {
 class SoundDetector {
  public:
   /// One thread at a time. A single sample that is not zero is sound.
-  void hear(wire::AudioChunkView chunk) {
-    if (heard_.load(std::memory_order_relaxed)) return;  // known already, until somebody asks
-    if (std::ranges::any_of(chunk, [](float sample) { return sample != 0.0F; })) {
-      heard_.store(true, std::memory_order_relaxed);
+  void inspect(wire::AudioChunkView chunk) {
+    float peak = 0;
+    for (const float sample : chunk) peak = std::max(peak, std::abs(sample));
+    if (peak > peak_.load(std::memory_order_relaxed)) {
+      peak_.store(peak, std::memory_order_relaxed);
     }
+    if (peak != 0.0F) sounded_.store(true, std::memory_order_relaxed);
   }
 
+  /// The largest sample, without its sign, since the last call, for a level meter. Any thread.
+  float takePeak() { return peak_.exchange(0, std::memory_order_relaxed); }
+
   /// Whether there was sound since the last call. Any thread.
-  bool takeHeard() { return heard_.exchange(false, std::memory_order_relaxed); }
+  bool takeSounded() { return sounded_.exchange(false, std::memory_order_relaxed); }
 
  private:
-  std::atomic<bool> heard_{false};
+  std::atomic<bool> sounded_{false};
+  std::atomic<float> peak_{0};
 };
 
 /// Notices that a running stream carries nothing: chunks of zeros, or none at all. Confined to
 /// the main queue.
 class SilenceWatch {
  public:
-  /// So long may a stream be silent before it is worth a word.
-  static constexpr std::chrono::seconds kPatience{5};
+  /// How long a stream may be silent before it is reported.
+  static constexpr std::chrono::seconds kTimeout{5};
 
-  /// `onChange` runs on the main queue, once when the stream has been silent for `kPatience` (late
+  /// `onChange` runs on the main queue, once when the stream has been silent for `kTimeout` (late
   /// by one look, 0.6 s), and once when it no longer is. `scheduler` outlives this.
   SilenceWatch(dispatch::Scheduler& scheduler, std::function<void(bool silent)> onChange);
 

@@ -29,12 +29,14 @@ class Scheduler {
 
   /// The thread of the event loop: views, and state that views show.
   virtual Queue& mainQueue() = 0;
-  /// For polls and watches that may ask the system; never for work that must be on time.
+  /// For polls and watches; never for work that must be on time, nor for what may block.
   virtual Queue& utilityQueue() = 0;
+  /// For what may block: D-Bus calls, tables of the system, standard output. Nobody waits for it.
+  virtual Queue& backgroundQueue() = 0;
 
-  /// Ends the main and the utility queue as `SerialQueue::end` does: nothing runs later or
-  /// elsewhere any more, and what their work uses can be destroyed in any order. From the main
-  /// thread, not from queued work. What `makeSerialQueue` made ends by itself.
+  /// Ends the main, the utility and the background queue as `SerialQueue::end` does: nothing runs
+  /// later or elsewhere any more, and what their work uses can be destroyed in any order. From the
+  /// main thread, not from queued work. What `makeSerialQueue` made ends by itself.
   virtual void end() = 0;
 
   [[nodiscard]] virtual std::unique_ptr<SerialQueue> makeSerialQueue(std::string label,

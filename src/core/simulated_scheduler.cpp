@@ -94,7 +94,8 @@ std::shared_ptr<QueueCore> makeCore(std::string label,
 SimulatedScheduler::SimulatedScheduler()
     : state_(std::make_shared<State>()),
       main_(std::make_unique<SimulatedMainQueue>(makeCore("main", state_))),
-      utility_(std::make_unique<SimulatedQueue>(makeCore("utility", state_))) {}
+      utility_(std::make_unique<SimulatedQueue>(makeCore("utility", state_))),
+      background_(std::make_unique<SimulatedQueue>(makeCore("background", state_))) {}
 
 SimulatedScheduler::~SimulatedScheduler() = default;
 
@@ -113,8 +114,12 @@ Queue& SimulatedScheduler::mainQueue() {
 Queue& SimulatedScheduler::utilityQueue() {
   return *utility_;
 }
+Queue& SimulatedScheduler::backgroundQueue() {
+  return *background_;
+}
 
 void SimulatedScheduler::end() {
+  background_->end();
   utility_->end();
   main_->end();
 }

@@ -21,6 +21,7 @@ class SimulatedScheduler : public Scheduler {
   WallTime wallNow() const override;
   Queue& mainQueue() override;
   Queue& utilityQueue() override;
+  Queue& backgroundQueue() override;
   void end() override;
   std::unique_ptr<SerialQueue> makeSerialQueue(std::string label, Priority priority) override;
   using Scheduler::makeSerialQueue;
@@ -41,6 +42,7 @@ class SimulatedScheduler : public Scheduler {
   std::shared_ptr<State> state_;
   std::unique_ptr<SerialQueue> main_;
   std::unique_ptr<SerialQueue> utility_;
+  std::unique_ptr<SerialQueue> background_;
 };
 
 }  // namespace quorin::dispatch

@@ -23,8 +23,8 @@ desktop::RecordAccess toRecordAccess(audio::RecordingAccess access) {
 
 /// A recording of no length: all that counts is whether the server lets it begin.
 void tryToRecord(audio::AudioServer& server) {
-  const auto engine = server.makeEngine();
-  engine->installTap(wire::kChunkFrames, [](const audio::BufferView&) {}, {});
+  const auto engine = server.makeEngine([](const audio::Device&) { return true; });
+  engine->installTap(wire::kChunkFrames, [](const audio::BufferView&) {});
   if (engine->start()) engine->stop();
   engine->removeTap();
 }
@@ -37,7 +37,7 @@ AudioInputs::AudioInputs(dispatch::Scheduler& scheduler, audio::AudioServer& ser
                   {.identity = desktop::identify(desktop::findSandboxTraces(), kApplicationId),
                    .busAddress = {},
                    // The server may take a while to answer.
-                   .tryToRecord = [&server, &elsewhere = scheduler.utilityQueue()] {
+                   .tryToRecord = [&server, &elsewhere = scheduler.backgroundQueue()] {
                      elsewhere.async([&server] { tryToRecord(server); });
                    }}) {
   server_.setChangeHandler(scheduler.mainQueue(), scope_.bind([this] {

@@ -16,6 +16,9 @@ namespace {
 
 /// How long "verifying" stands before the first look at the devices, so that it can be read.
 constexpr auto kFirstCheckDelay = 500ms;
+/// After the device was set up the guard does not wait for its next poll.
+constexpr auto kLookAgain = 20ms;
+constexpr int kLooks = 50;
 constexpr dispatch::TimerSchedule kPoll{.first = 800ms, .interval = 800ms, .leeway = 200ms};
 constexpr dispatch::TimerSchedule kWatch{.first = 1s, .interval = 1s, .leeway = 200ms};
 
@@ -122,6 +125,8 @@ void GuardFlow::passGuard() {
   log::detail("guard", "passed");
   audioGuardTimer_.reset();
   state_.guard = false;
+  state_.settingUp = false;
+  state_.setUpFailureKey = {};
   screens_.apply(state_);
   if (!state_.microphone) screens_.showMenu();
 }
@@ -141,12 +146,44 @@ void GuardFlow::refreshAudioGuardStatus() {
   const Routing routing = audio::routingOf(devices);
   state_.output = {.right = routing.outOK, .name = audio::currentDeviceName(devices.output)};
   state_.input = {.right = routing.inOK, .name = audio::currentDeviceName(devices.input)};
+  state_.hasServer = !devices.server.empty();
+  screens_.apply(state_);
+}
+
+void GuardFlow::setUp() {
+  if (std::exchange(state_.settingUp, true)) return;
+  state_.setUpFailureKey = {};
+  screens_.apply(state_);
+  screens_.lendDevice();
+}
+
+void GuardFlow::onSetUp() {
+  state_.setUpFailureKey = {};
+  awaitDevices(kLooks);
+}
+
+void GuardFlow::awaitDevices(int looksLeft) {
+  const bool isRight = routing().isRight();
+  if (state_.guard && isRight) return passGuard();
+  if (isRight || looksLeft == 0) {
+    state_.settingUp = false;
+    screens_.apply(state_);
+    return;
+  }
+  scheduler_.mainQueue().asyncAfter(kLookAgain, scope_,
+                                    [this, looksLeft] { awaitDevices(looksLeft - 1); });
+}
+
+void GuardFlow::onSetUpFailed(std::string_view key) {
+  state_.settingUp = false;
+  state_.setUpFailureKey = key;
   screens_.apply(state_);
 }
 
 void GuardFlow::showMicDeniedOverlay() {
   if (!screens_.hasContentView()) return;
   log::detail("guard", "the microphone is not allowed");
+  screens_.stopAllSessionsForAudioChange();
   screens_.leavePages();
   audioGuardTimer_.reset();
   state_.checking = false;
@@ -203,8 +240,6 @@ void GuardFlow::onDefaultDevicesChanged(const Routing& routing) {
   // A check that is still to come looks for itself.
   if (screens_.splashIsUp() || state_.checking) return;
   if (!microphoneAuthorized()) {
-    // The recording follows the default device: what is streamed must not become the microphone.
-    if (!routing.isRight()) screens_.stopAllSessionsForAudioChange();
     showMicDeniedOverlay();
   } else if (!routing.isRight()) {
     screens_.stopAllSessionsForAudioChange();

@@ -44,6 +44,10 @@ struct GuardState {
   std::string_view textKey;  ///< chosen when the guard came up, kept while it is up
   DeviceStatus output;       ///< as of the last refresh, like `input`
   DeviceStatus input;
+  bool hasServer = true;  ///< an audio server runs; as of the last refresh
+
+  bool settingUp = false;             ///< the button has been pressed and the device is on its way
+  std::string_view setUpFailureKey;  ///< why the last attempt failed; empty when it did not
 
   bool operator==(const GuardState&) const = default;
 };
@@ -65,11 +69,14 @@ class GuardScreens {
   /// All is right: the menu. Under the splash too, where nobody sees it yet.
   virtual void showMenu() = 0;
 
-  /// Ends every stream and attempt; the guard follows.
+  /// Ends every stream and attempt; the guard or the microphone screen follows.
   virtual void stopAllSessionsForAudioChange() = 0;
+
+  /// Begins to set the device up; `onSetUp` or `onSetUpFailed` follows.
+  virtual void lendDevice() = 0;
 };
 
-/// Keeps the person away from the menu until the microphone is allowed and both default devices
+/// Keeps the user away from the menu until the microphone is allowed and both default devices
 /// are right, and leads back there when they no longer are. Confined to the main queue; its polls
 /// tick on the utility queue, and hop.
 class GuardFlow {
@@ -97,6 +104,13 @@ class GuardFlow {
 
   void refreshAudioGuardStatus();
 
+  /// The guard's button, and `--set-up`: has the device created and made the default.
+  void setUp();
+  /// The device is there, and default at the server; the news may still be on its way here.
+  void onSetUp();
+  /// `key` names the text that says why.
+  void onSetUpFailed(std::string_view key);
+
   const GuardState& state() const { return state_; }
 
  private:
@@ -111,6 +125,7 @@ class GuardFlow {
   void showGuard(const audio::Routing& routing, PollKind kind);
   void passGuard();
   void onGuardPoll(PollKind kind);
+  void awaitDevices(int looksLeft);
   void startMicStatusWatch();
   void onMicrophoneAllowed();
   void onMicrophoneAnswer();

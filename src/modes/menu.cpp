@@ -12,6 +12,7 @@ void Menu::chooseOnlineMode() {
 
 void Menu::chooseOfflineMode() {
   pageSteps_.cancelAll();
+  parts_.wifi.leave();
   parts_.cable.turnOn();
   parts_.sound.start();
   scheduler_.mainQueue().async(pageSteps_, [this] { parts_.view.openCablePage(); });

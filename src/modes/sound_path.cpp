@@ -9,10 +9,9 @@ namespace quorin::app {
 namespace {
 
 std::string describe(const stream::AudioSender::Counters& counters) {
-  return std::to_string(counters.sent) + " chunks sent, " +
-         std::to_string(counters.lateTicks) + " ticks that waited for their chunk, " +
-         std::to_string(counters.starvedTicks) + " ticks without a chunk, " +
-         std::to_string(counters.overflowed) + " chunks dropped";
+  return std::to_string(counters.sent) + " chunks sent, " + std::to_string(counters.lateTicks) +
+         " ticks that waited for their chunk, " + std::to_string(counters.starvedTicks) +
+         " ticks without a chunk, " + std::to_string(counters.overflowed) + " chunks dropped";
 }
 
 }  // namespace
@@ -26,17 +25,13 @@ SoundPath::SoundPath(dispatch::Scheduler& scheduler, audio::AudioCaptureManager&
         if (onSilence_) onSilence_(silent);
       }) {
   capture_.setOnAudioData([&sender, detector = silence_.detector()](wire::AudioChunkView chunk) {
-    detector->hear(chunk);
+    detector->inspect(chunk);
     sender.offer(chunk);
   });
-  capture_.setChunkNeededAt([&sender] { return sender.chunkNeededAt(); });
-  capture_.setOnInterrupted([this] { onInterrupted(); });
 }
 
 SoundPath::~SoundPath() {
   capture_.stopCapture();
-  capture_.setOnInterrupted({});
-  capture_.setChunkNeededAt({});
   capture_.setOnAudioData({});
 }
 
@@ -65,11 +60,6 @@ void SoundPath::startCapture() {
   whileWanted_.cancelAll();  // one attempt is due at a time
   scheduler_.mainQueue().asyncAfter(std::max<std::chrono::nanoseconds>(kRetryInterval, 9 * waited),
                                     whileWanted_, [this] { startCapture(); });
-}
-
-void SoundPath::onInterrupted() {
-  capture_.stopCapture();
-  startCapture();
 }
 
 }  // namespace quorin::app

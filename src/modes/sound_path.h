@@ -13,8 +13,8 @@ namespace quorin::app {
 /// as a whole. Main queue.
 class SoundPath {
  public:
-  /// While sound is wanted and the capture does not run (no audio server, or it died), the start
-  /// is tried again this often; less often where an attempt waits for a server that does not
+  /// A start of the capture that fails (no audio server, no device to record) is tried again this
+  /// often while sound is wanted; less often where an attempt waits for a server that does not
   /// answer, so that the main queue waits for a tenth of the time at most.
   static constexpr std::chrono::seconds kRetryInterval{1};
 
@@ -34,9 +34,11 @@ class SoundPath {
 
   bool isSilent() const { return silence_.isSilent(); }
 
+  /// The largest sample, without its sign, since the last call. Any thread.
+  float takePeak() { return silence_.detector()->takePeak(); }
+
  private:
   void startCapture();
-  void onInterrupted();
 
   dispatch::Scheduler& scheduler_;
   audio::AudioCaptureManager& capture_;

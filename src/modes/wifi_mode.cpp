@@ -80,7 +80,6 @@ void WiFiMode::silentReenterOnlineMode() {
     restartUDP();
     stream();
     watch_.startIPWatch();
-    parts_.cable.clearForcedOffline();
   });
 }
 
@@ -165,7 +164,6 @@ void WiFiMode::refreshOnlineStatusMessage() {
   state_.isRunning = server_.isRunning();
   state_.clients = server_.clients();
   state_.hasRefused = server_.hasRefused();
-  state_.isSilent = parts_.sound.isSilent();
   if (state_.clients.size() != before) {
     log::detail(kLogArea, std::to_string(state_.clients.size()) + " clients");
   }

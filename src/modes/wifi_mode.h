@@ -55,9 +55,6 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
   bool isServerRunning() const { return server_.isRunning(); }
   std::size_t clientCount() const { return server_.clientCount(); }
 
-  /// The running sound has begun or ceased to carry nothing.
-  void onSilence() { refreshOnlineStatusMessage(); }
-
   // What the user does on the page:
   void chooseNetwork(const QString& address);
   void disconnectPhone(const QString& endpoint);

@@ -86,7 +86,6 @@ QString networkMessage(WiFiState::Network network, const Texts& texts) {
 QString statusText(const WiFiState& state, const Texts& texts) {
   if (state.problem) return failureText(state.problem->failure, texts);
   if (!state.isRunning) return QStringLiteral("Transmisión detenida.");
-  if (state.isSilent) return texts.tr("status.silent");
   if (state.hasRefused) return texts.tr("status.full");
   switch (state.clients.size()) {
     case 0:

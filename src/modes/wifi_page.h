@@ -66,7 +66,6 @@ struct WiFiState {
   std::optional<ServerProblem> problem;
   std::vector<wifi::Client> clients;
   bool hasRefused = false;  ///< a phone, and all places are still taken
-  bool isSilent = false;
 };
 
 /// The line above the dots.

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "audio/audio_capture_manager.h"
-#include "platform/audio/audio_server.h"
 #include "core/scheduler.h"
+#include "platform/audio/audio_server.h"
 #include "wire/audio_chunk.h"
 
 #include <functional>
@@ -31,8 +31,12 @@ class AudioCapture {
 
 using CaptureFactory = std::function<std::unique_ptr<AudioCapture>()>;
 
-/// Captures from the default input device of `server`; both must outlive what is made. A capture
-/// that the audio server ended goes on as soon as there is a server again.
+/// Captures the default input device of `server` where that is the right one; both must outlive what
+/// is made. Where it does not start, or the audio server ends it, it is started again.
 CaptureFactory captureFrom(dispatch::Scheduler& scheduler, audio::AudioServer& server);
+
+/// The same with engines from elsewhere.
+std::unique_ptr<AudioCapture> makeCapture(dispatch::Scheduler& scheduler,
+                                          audio::AudioCaptureManager::Parts parts);
 
 }  // namespace quorin::panel

@@ -1,6 +1,6 @@
 #include "panel/udp_socket.h"
 
-#include "core/log.h"
+#include "platform/network/interfaces.h"
 #include "wire/client_key.h"
 #include "wire/control_message.h"
 
@@ -12,66 +12,27 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
-#include <cstring>
-#include <optional>
-#include <system_error>
 #include <utility>
 
 namespace quorin::panel {
 namespace {
 
-/// Datagrams handed to the main queue and not yet handled; more are dropped, so that a flood
-/// costs no memory.
-constexpr int kMostWaiting = 1024;
-
-/// The most that the system takes (UIO_MAXIOV).
-constexpr std::size_t kDatagramsPerCall = 1024;
-
-std::string systemText(int errorNumber) {
-  return std::generic_category().message(errorNumber);
+SocketError failure(int code, std::string description) {
+  return {code, std::move(description), std::generic_category().default_error_condition(errno)};
 }
 
 sockaddr* generic(sockaddr_in& address) {
   return reinterpret_cast<sockaddr*>(&address);
 }
 
-void setOption(int fd, int option, int value) {
-  ::setsockopt(fd, SOL_SOCKET, option, &value, sizeof value);
-}
-
-// Without waiting: a chunk that the system cannot take now is lost, the next one is not late.
-constexpr int kSendFlags = MSG_DONTWAIT | MSG_NOSIGNAL;
-
-void sendOne(int fd, std::span<const std::byte> bytes, const sockaddr_in& address) {
-  ::sendto(fd, bytes.data(), bytes.size(), kSendFlags, reinterpret_cast<const sockaddr*>(&address),
-           sizeof address);
-}
-
-/// Sends one call's worth; returns how many datagrams that settled, sent or refused.
-std::size_t sendSome(int fd, std::span<const std::byte> bytes,
-                     std::span<const sockaddr_in> addresses) {
-  // The system only reads what it is to send and where.
-  iovec payload{.iov_base = const_cast<std::byte*>(bytes.data()), .iov_len = bytes.size()};
-  std::array<mmsghdr, kDatagramsPerCall> messages;
-  const std::size_t count = std::min(addresses.size(), messages.size());
-  for (std::size_t i = 0; i < count; ++i) {
-    messages[i] = {};
-    auto& header = messages[i].msg_hdr;
-    header.msg_name = const_cast<sockaddr_in*>(&addresses[i]);
-    header.msg_namelen = sizeof(sockaddr_in);
-    header.msg_iov = &payload;
-    header.msg_iovlen = 1;
-  }
-  const int sent = ::sendmmsg(fd, messages.data(), static_cast<unsigned>(count), kSendFlags);
-  // The call ends before the first datagram that is refused, and fails when that is the first of
-  // all: it is skipped, the others have nothing to do with it.
-  return sent > 0 ? static_cast<std::size_t>(sent) : 1;
-}
-
 }  // namespace
 
 std::string SocketError::text() const {
-  return "UDPSocket (" + std::to_string(code) + "): " + description + " (" + reason + ")";
+  return "UDPSocket (" + std::to_string(code) + "): " + description + " (" + reason.message() + ")";
+}
+
+void DatagramSocket::send(std::string_view text, std::string_view key) {
+  if (const auto address = resolveClientKey(key)) send(std::as_bytes(std::span(text)), *address);
 }
 
 std::optional<sockaddr_in> resolveClientKey(std::string_view key) {
@@ -99,10 +60,10 @@ std::optional<sockaddr_in> resolveClientKey(std::string_view key) {
   return address;
 }
 
-/// The main queue's end of the receive loop; what arrives after the socket has gone finds none.
+/// The main queue's end of the receive loop; what arrives after the socket is gone finds none.
 struct UDPSocket::Inbox {
   MessageHandler onMessageReceived;  ///< main queue
-  std::atomic<int> waiting = 0;
+  std::atomic<int> pending = 0;
 };
 
 UDPSocket::UDPSocket(dispatch::Scheduler& scheduler, std::uint16_t port, log::PrintLine print)
@@ -120,102 +81,92 @@ void UDPSocket::setOnMessageReceived(MessageHandler handler) {
   inbox_->onMessageReceived = std::move(handler);
 }
 
-int UDPSocket::socket() const {
-  const dispatch::SharedLock lock(descriptorMutex_);
-  return socket_.get();
-}
-
 std::expected<void, SocketError> UDPSocket::start() {
   posix::FileDescriptor fd(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP));
-  if (!fd) return std::unexpected(SocketError{-1, "No se pudo crear socket", systemText(errno)});
+  if (!fd) return std::unexpected(failure(-1, "No se pudo crear socket"));
 
   // No SO_REUSEADDR: on Linux two servers with it would share the port without a word, and all
   // phones would talk to the later one.
-  setOption(fd.get(), SO_SNDBUF, kSocketBufferBytes);
-  setOption(fd.get(), SO_RCVBUF, kSocketBufferBytes);
-  const timeval timeout{.tv_sec = kReceiveTimeoutSeconds, .tv_usec = 0};
-  ::setsockopt(fd.get(), SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+  const auto setOption = [&fd](int option, const auto& value) {
+    ::setsockopt(fd.get(), SOL_SOCKET, option, &value, sizeof value);
+  };
+  setOption(SO_SNDBUF, kSocketBufferBytes);
+  setOption(SO_RCVBUF, kSocketBufferBytes);
+  setOption(SO_RCVTIMEO, timeval{.tv_sec = kReceiveTimeoutSeconds, .tv_usec = 0});
 
   auto address = wire::ClientKey{.address = INADDR_ANY, .port = port_}.socketAddress();
   socklen_t length = sizeof address;
   if (::bind(fd.get(), generic(address), length) != 0) {
-    return std::unexpected(SocketError{-2, "No se pudo hacer bind", systemText(errno)});
+    return std::unexpected(failure(-2, "No se pudo hacer bind"));
   }
   if (::getsockname(fd.get(), generic(address), &length) == 0) port_ = ntohs(address.sin_port);
 
-  const dispatch::Lock lock(descriptorMutex_);
+  isListening_ = true;
+  receiveQueue_->async([this, socket = fd.get()] {
+    while (isListening_) receiveOnce(socket);
+  });
+  const dispatch::Lock lock(socketMutex_);
   socket_ = std::move(fd);
-  startReceiving();
   return {};
 }
 
-void UDPSocket::startReceiving() {
-  isListening_ = true;
-  receiveQueue_->async([this] {
-    while (isListening_) receiveOnce();
-  });
-}
-
-void UDPSocket::receiveOnce() {
+void UDPSocket::receiveOnce(int fd) {
   std::array<char, kReceiveBytes> buffer;
   sockaddr_in source{};
   socklen_t length = sizeof source;
-  ssize_t received = 0;
-  {
-    const dispatch::SharedLock lock(descriptorMutex_);
-    if (!socket_) return;
-    received = ::recvfrom(socket_.get(), buffer.data(), buffer.size(), 0, generic(source), &length);
-  }
+  const auto received = ::recvfrom(fd, buffer.data(), buffer.size(), 0, generic(source), &length);
   if (received == 0) return;
   if (received < 0) {
-    const bool nothingCame = errno == EAGAIN || errno == EINTR;
-    if (!nothingCame) print_("⚠️ Error en recvfrom: " + systemText(errno));
+    const bool timedOut = errno == EAGAIN || errno == EINTR;
+    if (!timedOut) print_("⚠️ Error en recvfrom: " + std::generic_category().message(errno));
     return;
   }
   std::string text(buffer.data(), static_cast<std::size_t>(received));
-  if (!wire::isValidUtf8(text)) return;
+  if (!wire::isValidUtf8(text) || !canBePhone(source)) return;
   deliver(std::move(text), wire::ClientKey::of(source).text());
 }
 
+bool UDPSocket::canBePhone(const sockaddr_in& source) const {
+  const auto [address, port] = wire::ClientKey::of(source);
+  const auto firstByte = address >> 24U;
+  if (port == 0 || firstByte == 0 || firstByte >= 224) return false;
+  if (port != port_) return true;
+  if (firstByte == 127) return false;
+  const auto own = network::listInterfaceAddresses();
+  return own && std::ranges::none_of(*own, [&source](const auto& interface) {
+           return ::inet_addr(interface.address.c_str()) == source.sin_addr.s_addr;
+         });
+}
+
 void UDPSocket::deliver(std::string text, std::string key) {
-  if (inbox_->waiting >= kMostWaiting) return;
-  ++inbox_->waiting;
+  if (inbox_->pending >= kMaxPending) return;
+  ++inbox_->pending;
   scheduler_.mainQueue().async(
       [weak = std::weak_ptr(inbox_), text = std::move(text), key = std::move(key)] {
         const auto inbox = weak.lock();
         if (!inbox) return;
-        --inbox->waiting;
+        --inbox->pending;
         if (inbox->onMessageReceived) inbox->onMessageReceived(text, key);
       });
 }
 
-void UDPSocket::send(std::span<const std::byte> bytes, std::string_view key) {
-  if (const auto address = resolveClientKey(key)) sendToAll(bytes, {&*address, 1});
-}
-
-void UDPSocket::send(std::string_view text, std::string_view key) {
-  send(std::as_bytes(std::span(text)), key);
-}
-
-void UDPSocket::sendToAll(std::span<const std::byte> bytes,
-                          std::span<const sockaddr_in> addresses) {
-  while (!addresses.empty()) {
-    const dispatch::SharedLock lock(descriptorMutex_);
-    if (!socket_) return;
-    // For a single one, the most common case, the plain call costs almost a tenth less.
-    if (addresses.size() == 1) return sendOne(socket_.get(), bytes, addresses.front());
-    addresses = addresses.subspan(sendSome(socket_.get(), bytes, addresses));
-  }
+void UDPSocket::send(std::span<const std::byte> bytes, const sockaddr_in& address) {
+  const dispatch::SharedLock lock(socketMutex_);
+  if (!socket_) return;
+  // Without waiting: a chunk that the system cannot take now is lost, the next one is not late.
+  ::sendto(socket_.get(), bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL,
+           reinterpret_cast<const sockaddr*>(&address), sizeof address);
 }
 
 void UDPSocket::close() {
   isListening_ = false;
   {
     // Wakes the receive loop at once, though the socket has no peer and the call says so.
-    const dispatch::SharedLock lock(descriptorMutex_);
+    const dispatch::SharedLock lock(socketMutex_);
     if (socket_) ::shutdown(socket_.get(), SHUT_RDWR);
   }
-  const dispatch::Lock lock(descriptorMutex_);
+  receiveQueue_->end();
+  const dispatch::Lock lock(socketMutex_);
   socket_.reset();
 }
 

@@ -1,32 +1,44 @@
 #include "stream/audio_frame_queue.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace quorin::stream {
 
-std::size_t AudioFrameQueue::append(const TimedChunk& chunk) {
-  slots_[(oldest_ + size_) % slots_.size()] = chunk;
-  ++size_;
-  if (size_ <= kAudioMaxQueueFrames) return 0;
-
-  const auto excess = size_ - kKeptOnOverflow;
-  removeOldest(excess);
-  return excess;
+bool AudioFrameQueue::append(wire::AudioChunkView samples, dispatch::TimePoint arrived) {
+  const dispatch::Lock lock(mutex_);
+  auto& slot = (*slots_)[(oldest_ + size_) % slots_->size()];
+  slot.arrived = arrived;
+  std::ranges::copy(samples, slot.samples.begin());
+  if (++size_ > kAudioMaxQueueFrames) {
+    overflowed_ += size_ - kKeptOnOverflow;
+    removeOldest(size_ - kKeptOnOverflow);
+  }
+  return std::exchange(awaited_, false);
 }
 
-const TimedChunk* AudioFrameQueue::takeOldest() {
-  if (size_ == 0) return nullptr;
-  const auto* chunk = &slots_[oldest_];
+std::optional<dispatch::TimePoint> AudioFrameQueue::take(wire::AudioChunk& samples) {
+  const dispatch::Lock lock(mutex_);
+  awaited_ = size_ == 0;
+  if (awaited_) return std::nullopt;
+  const auto& slot = (*slots_)[oldest_];
+  samples = slot.samples;
   removeOldest(1);
-  return chunk;
+  return slot.arrived;
 }
 
-std::size_t AudioFrameQueue::clear() {
-  const auto count = size_;
-  removeOldest(count);
-  return count;
+void AudioFrameQueue::clear() {
+  const dispatch::Lock lock(mutex_);
+  removeOldest(size_);
+}
+
+std::size_t AudioFrameQueue::overflowed() const {
+  const dispatch::Lock lock(mutex_);
+  return overflowed_;
 }
 
 void AudioFrameQueue::removeOldest(std::size_t count) {
-  oldest_ = (oldest_ + count) % slots_.size();
+  oldest_ = (oldest_ + count) % slots_->size();
   size_ -= count;
 }
 

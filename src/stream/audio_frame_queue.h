@@ -1,39 +1,55 @@
 #pragma once
 
-#include "stream/timed_chunk.h"
+#include "core/queue.h"
+#include "core/thread_safety.h"
+#include "wire/audio_chunk.h"
 
 #include <array>
 #include <cstddef>
+#include <memory>
+#include <optional>
 
 namespace quorin::stream {
 
-/// The chunks waiting to be sent, oldest first. Confined to the pacing queue; allocates nothing.
+/// The chunks waiting to be sent, oldest first: the one place where the capture's thread and the
+/// pacing meet. Any thread; allocates nothing after construction. Its lock is held for the copy of
+/// one chunk and lends priority to its holder.
 ///
-/// Bounded so that latency cannot creep: an append that leaves more than
-/// `kAudioMaxQueueFrames` chunks (200 ms) keeps only the `kKeptOnOverflow` newest (40 ms).
+/// Bounded so that latency cannot creep: an append that leaves more than `kAudioMaxQueueFrames`
+/// chunks (200 ms) keeps only the `kKeptOnOverflow` newest (40 ms).
 class AudioFrameQueue {
  public:
   static constexpr std::size_t kAudioMaxQueueFrames = 10;
   static constexpr std::size_t kKeptOnOverflow = 2;
 
-  /// Returns how many chunks an overflow threw away (0 when there was none).
-  std::size_t append(const TimedChunk& chunk);
+  /// True when the pacing waits for this chunk: the last `take` found none.
+  bool append(wire::AudioChunkView samples, dispatch::TimePoint arrived);
 
-  /// Null when nothing waits. The chunk stays valid until the next `append`.
-  const TimedChunk* takeOldest();
+  /// Copies the oldest chunk out and says when it arrived; none when nothing waits, and then the
+  /// next `append` says so.
+  std::optional<dispatch::TimePoint> take(wire::AudioChunk& samples);
 
-  /// Returns how many chunks it threw away.
-  std::size_t clear();
+  void clear();
 
-  std::size_t size() const { return size_; }
+  /// Chunks that overflows have thrown away, since construction.
+  std::size_t overflowed() const;
 
  private:
-  void removeOldest(std::size_t count);
-
+  struct Slot {
+    dispatch::TimePoint arrived;
+    wire::AudioChunk samples;
+  };
   // One slot more than may wait: an append comes before the cut.
-  std::array<TimedChunk, kAudioMaxQueueFrames + 1> slots_{};
-  std::size_t oldest_ = 0;
-  std::size_t size_ = 0;
+  using Slots = std::array<Slot, kAudioMaxQueueFrames + 1>;
+
+  void removeOldest(std::size_t count) REQUIRES(mutex_);
+
+  mutable dispatch::Mutex mutex_;
+  const std::unique_ptr<Slots> slots_ = std::make_unique<Slots>();
+  std::size_t oldest_ GUARDED_BY(mutex_) = 0;
+  std::size_t size_ GUARDED_BY(mutex_) = 0;
+  std::size_t overflowed_ GUARDED_BY(mutex_) = 0;
+  bool awaited_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace quorin::stream

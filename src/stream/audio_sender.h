@@ -2,7 +2,6 @@
 
 #include "core/scheduler.h"
 #include "stream/audio_frame_queue.h"
-#include "stream/chunk_ring.h"
 #include "stream/pacing_discipline.h"
 #include "stream/transport.h"
 
@@ -22,9 +21,6 @@ namespace quorin::stream {
 class AudioSender {
  public:
   static constexpr dispatch::Duration kTickLeeway = PacingDiscipline::kLeeway;
-  /// Of so many chunks one is watched for, while the others are fetched. No divisor of the 4, 8 or
-  /// 16 chunks after which PipeWire's fragments come round, so that each of these has its turn.
-  static constexpr std::uint64_t kOneWatchedOf = 5;
 
   using Transports = std::vector<Transport*>;
 
@@ -40,12 +36,9 @@ class AudioSender {
   /// drops it otherwise.
   void offer(wire::AudioChunkView chunk);
 
-  /// Capture thread: when the next chunk to be offered is needed for its tick. Long past, that is
-  /// as soon as it comes, while the timer does not run or wants to know when it comes.
-  dispatch::TimePoint chunkNeededAt();
-
-  /// One chunk leaves every 20 ms, the first at once. A tick that finds none although they flow
-  /// comes later, with its chunk or when its leeway is over. Does nothing while that is so already.
+  /// One chunk leaves every 20 ms, the first at once. A tick that finds none comes later, with its
+  /// chunk or when its leeway is over; the ticks after it stay where they are. Does nothing while
+  /// the timer runs already.
   void startAudioSendTimer();
 
   /// Ends that, and in every case throws away all that waits.
@@ -53,7 +46,7 @@ class AudioSender {
 
   /// Throws away all that waits. A listener that a transport takes on after this call gets nothing
   /// of it.
-  void clearAudioFrames();
+  void clearAudioFrames() { audioFrameQueue_.clear(); }
 
   /// Since construction; for diagnosis and tests. Any thread.
   struct Counters {
@@ -66,52 +59,31 @@ class AudioSender {
   Counters counters() const;
 
  private:
-  static constexpr auto kWatchAll = dispatch::TimePoint::min();
-
   // Pacing queue only.
   void tick();
   void chunkArrived();
-  void enqueueArrived();
-  void enqueueAudioFrame(const TimedChunk& chunk);
-  void clearIfDue();
-  void removeAllFrames();
   void sendNextAudioFrame();
-  void awaitChunk();
-  void planFetching();
 
   dispatch::Scheduler& scheduler_;
   const Transports transports_;
-
-  std::atomic<bool> clearDue_{false};       ///< main sets, pacing takes; published by a transport
-  ChunkRing ring_;                          ///< capture writes, pacing reads
-  std::atomic<bool> announcing_{true};      ///< pacing writes, capture reads: tell of each chunk
-  /// When the chunk that was the first to be offered would be fetched; each later one 20 ms later.
-  /// Pacing writes, capture reads.
-  std::atomic<dispatch::TimePoint> firstFetch_{kWatchAll};
-
-  // Capture thread only.
-  std::uint64_t offered_ = 0;  ///< chunks that went into the ring
-  Arrival nextArrival_ = Arrival::kWatched;
+  AudioFrameQueue audioFrameQueue_;
 
   // Pacing queue only.
-  std::uint64_t taken_ = 0;   ///< chunks that have left the frame queue
-  dispatch::TimePoint tick_;  ///< the latest
-  bool overdue_ = false;      ///< it waits for its chunk
-  AudioFrameQueue audioFrameQueue_;
+  std::unique_ptr<dispatch::Timer> audioSendTimer_;
   PacingDiscipline discipline_;
+  dispatch::TimePoint tick_;  ///< when the latest was due
+  bool overdue_ = false;      ///< it waits for its chunk
+  wire::AudioChunk chunk_{};
 
   struct {
     std::atomic<std::uint64_t> sent{0};
     std::atomic<std::uint64_t> lateTicks{0};
     std::atomic<std::uint64_t> starvedTicks{0};
-    std::atomic<std::uint64_t> overflowed{0};
     std::atomic<std::uint64_t> unheard{0};
   } counters_;
 
-  std::unique_ptr<dispatch::Timer> audioSendTimer_;  ///< pacing queue only
-  std::unique_ptr<dispatch::EventSource> arrivals_;  ///< signalled by capture
-
   dispatch::SerialQueue& audioFrameQueueSerial_;
+  const std::unique_ptr<dispatch::EventSource> arrivals_;  ///< signalled by capture
 };
 
 }  // namespace quorin::stream

@@ -108,7 +108,7 @@ Alert* askToStop(const Texts& texts, QWidget* window, std::function<void()> stop
 }
 
 void showSettingsHelp(const Texts& texts, desktop::SettingsPage page, QWidget* window) {
-  const bool sound = page == desktop::SettingsPage::kSound;
+  const bool sound = page != desktop::SettingsPage::kMicrophonePrivacy;
   auto* const alert = new Alert(
       {.title = texts.tr("alert.settings.title"),
        .text = sound ? texts.tr("alert.settings.sound") : texts.tr("alert.settings.microphone"),

@@ -52,7 +52,8 @@ Console::Console(QTextEdit* output, QLineEdit* input)
 }
 
 void Console::presentMessage(const QString& text, bool isStatus) {
-  log::note("console", (QStringLiteral(">> ") + text).toStdString());
+  QString line = QStringLiteral(">> ") + text;
+  log::note("console", line.replace(u'\n', u' ').toStdString());
   if (!output_) return;
   QTextCursor end(output_->document());
   end.movePosition(QTextCursor::End);

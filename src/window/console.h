@@ -14,7 +14,7 @@ class Console {
   /// Sets fonts and margins. Both outlive this; either may be null.
   Console(QTextEdit* output, QLineEdit* input);
 
-  /// Logs ">> text" and appends it to the view.
+  /// Logs ">> text", on one line, and appends it to the view.
   void presentMessage(const QString& text, bool isStatus);
 
  private:

@@ -14,9 +14,17 @@ void showStatus(NonInteractiveLabel& label, const QString& prefix, const DeviceS
 
 void showGuardTexts(const GuardState& state, const Texts& texts, const Views& views) {
   views.audioGuardTitleLabel_->setText(texts.tr("audio.guard.title"));
-  if (const auto key = TrKey::find(state.textKey)) {
+  if (!state.hasServer) {
+    views.audioGuardTextLabel_->setText(texts.tr("audio.guard.text.no_server"));
+  } else if (const auto key = TrKey::find(state.textKey)) {
     views.audioGuardTextLabel_->setText(texts.tr(*key));
   }
+  views.audioGuardSetUpButton_->setEnabled(!state.settingUp);
+  views.audioGuardSetUpButton_->setText(state.settingUp ? texts.tr("audio.guard.setup.working")
+                                                        : texts.tr("audio.guard.setup"));
+  const auto failure = TrKey::find(state.setUpFailureKey);
+  views.audioGuardSetUpNoteLabel_->setText(texts.tr(failure.value_or("audio.guard.setup.note")));
+  views.audioGuardSetUpNoteLabel_->setTextColor(failure ? colors::kOrange : colors::kLightGrey);
   showStatus(*views.audioGuardStatusOutLabel_,
              state.output.right ? texts.tr("audio.guard.status.out.ok")
                                 : texts.tr("audio.guard.status.out.missing"),

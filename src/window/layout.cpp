@@ -26,6 +26,7 @@ class Pages {
     layOutMenu();
     layOutChecks();
     layOutWifiPage();
+    layOutStreamControls();
     centerConnectedPairInBounds({w_, h_}, measure_, layout_);
     layOutLogos();
     return std::move(layout_);
@@ -85,8 +86,14 @@ class Pages {
 
     const double titleHeight = measure_.textHeight(audioGuardTitleLabel_, textWidth);
     const double textHeight = measure_.textHeight(audioGuardTextLabel_, textWidth);
-    const double bottom = std::floor((h_ - (titleHeight + textHeight + 118)) / 2);
-    layout_[audioGuardOpenSettingsButton_] = centred(bottom, 220, 36);
+    const double noteHeight = measure_.textHeight(audioGuardSetUpNoteLabel_, textWidth);
+    // The note and the settings button stand beneath what the block is measured from.
+    const double beneath = noteHeight + 12 + 36 + 12;
+    const double bottom =
+        std::floor((h_ - (titleHeight + textHeight + 118 + beneath)) / 2) + beneath;
+    layout_[audioGuardSetUpNoteLabel_] = {20, bottom - beneath, textWidth, noteHeight};
+    layout_[audioGuardOpenSettingsButton_] = centred(bottom - 48, 220, 36);
+    layout_[audioGuardSetUpButton_] = centred(bottom, 220, 36);
     layout_[audioGuardStatusInLabel_] = {20, bottom + 56, textWidth, 18};
     layout_[audioGuardStatusOutLabel_] = {20, bottom + 74, textWidth, 18};
     layout_[audioGuardTextLabel_] = {20, bottom + 106, textWidth, textHeight};
@@ -158,6 +165,26 @@ class Pages {
       layout_.statusDots.push_back(
           {std::floor((w_ - row) / 2) + i * (dot + kGap), y - dot - 8, dot, dot});
     }
+  }
+
+  /// At the foot of either page the meter and the check box, at the left and the right of what
+  /// stands in the middle; the word of a silence above the code, or above the green dot.
+  void layOutStreamControls() {
+    layout_[levelMeter_] = {20, 30, 120, 4};
+    const double boxWidth = std::ceil(measure_.textWidth(playHereBox_)) + 30;
+    layout_[playHereBox_] = {w_ - 20 - boxWidth, 20, boxWidth, 24};
+
+    constexpr double kHeight = 28;
+    constexpr double kGap = 12;
+    const bool hasButton = visibleViews(state_).contains(silenceMoveButton_);
+    const double button =
+        hasButton ? std::max(80.0, std::ceil(measure_.textWidth(silenceMoveButton_)) + 28) : -kGap;
+    const double text = std::min(std::ceil(measure_.textWidth(silenceLabel_)) + 8,
+                                 w_ - 40 - button - kGap);
+    const double x = std::floor((w_ - text - kGap - button) / 2);
+    const double y = state_.page == Page::kWifi ? h_ / 2 + 150 + 8 : h_ / 2 + 80;
+    layout_[silenceLabel_] = {x, y, text, kHeight};
+    if (hasButton) layout_[silenceMoveButton_] = {x + text + kGap, y, button, kHeight};
   }
 
   void layOutLogos() {

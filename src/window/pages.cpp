@@ -81,23 +81,42 @@ void Pages::showPrivacyTerms() {
 
 void Pages::apply(const GuardState& guard) {
   showGuardTexts(guard, parts_.texts, parts_.views);
+  const bool appears = guard.guard && !parts_.screens.state().guard;
   parts_.screens.update([&guard](ScreenState& state) {
     state.microphoneDenied = guard.microphone;
     state.guard = guard.guard;
     state.checking = guard.checking;
   });
+  if (appears) parts_.views.audioGuardSetUpButton_->setFocus();  // Return presses it
 }
 
-void Pages::showCableChannel(bool connected) {
-  parts_.views.cableStatusLabel->setText(connected ? QStringLiteral("Cable: Conectado")
-                                                   : parts_.texts.bundle("waiting_connection"));
-  parts_.screens.update([connected](ScreenState& state) { state.channelOpen = connected; });
-}
+void Pages::showCable(const CableState& state) {
 
-void Pages::showCableSilence(bool silent) {
-  parts_.views.connectedLabel_->setText(silent ? parts_.texts.tr("status.silent")
-                                               : parts_.texts.bundle("usb.connected"));
+  parts_.views.cableStatusLabel->setText(state.connected
+                                             ? QStringLiteral("Cable: Conectado")
+                                             : parts_.texts.bundle("waiting_connection"));
+  if (!state.connected) setText(*parts_.views.usbSecondary2Label_, cableText(state, parts_.texts));
+  parts_.screens.update([&state](ScreenState& screen) { screen.channelOpen = state.connected; });
+  if (state.connected) setText(*parts_.views.connectedLabel_, cableText(state, parts_.texts));
   parts_.screens.layoutUI();
+}
+
+void Pages::showSound(const Sound& sound) {
+  const auto& [texts, views] = std::tie(parts_.texts, parts_.views);
+  const auto& elsewhere = sound.elsewhere;
+  const bool movable = elsewhere.muted || !elsewhere.program.isEmpty();
+  setText(*views.silenceLabel_,
+          elsewhere.muted ? texts.tr("status.silent.muted")
+          : movable       ? texts.tr("status.silent.elsewhere", elsewhere.program, elsewhere.device)
+                          : texts.tr("status.silent"));
+  views.silenceMoveButton_->setText(elsewhere.muted ? texts.tr("status.silent.unmute")
+                                                    : texts.tr("status.silent.move"));
+  views.playHereBox_->setChecked(sound.playsHere);
+  parts_.screens.update([&](ScreenState& state) {
+    state.lent = sound.lent;
+    state.silent = sound.silent;
+    state.mayBeMoved = movable;
+  });
 }
 
 void Pages::showSplashGone() {

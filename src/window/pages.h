@@ -1,15 +1,17 @@
 #pragma once
 
-#include "window/alert.h"
-#include "window/console.h"
+#include "modes/cable_status.h"
+#include "modes/device_loan.h"
 #include "modes/guard_flow.h"
-#include "ui/images.h"
 #include "modes/menu.h"
-#include "window/screens.h"
-#include "ui/texts.h"
-#include "window/views.h"
 #include "modes/wifi_page.h"
 #include "platform/desktop/settings.h"
+#include "ui/images.h"
+#include "ui/texts.h"
+#include "window/alert.h"
+#include "window/console.h"
+#include "window/screens.h"
+#include "window/views.h"
 
 #include <QPointer>
 #include <functional>
@@ -32,14 +34,23 @@ class Pages : public WiFiPageView, public MenuView, public GuardScreens {
   /// What the guard calls when the devices are no longer right.
   void setStopAllSessions(std::function<void()> stop) { stopAllSessions_ = std::move(stop); }
 
+  /// What the guard's button does.
+  void setLendDevice(std::function<void()> lend) { lendDevice_ = std::move(lend); }
+
   /// `shown` runs whenever the menu has come to be in front with nothing before it.
   void setMenuShown(std::function<void()> shown) { menuShown_ = std::move(shown); }
 
-  /// The cable page's two looks, and the status line of the cable.
-  void showCableChannel(bool connected);
+  /// The cable page's two looks, and what it says of the way to the phone.
+  void showCable(const CableState& state);
 
-  /// Whether the sound carries nothing, in place of the word that a phone is connected.
-  void showCableSilence(bool silent);
+  /// What both pages that stream show of the sound beside their own news.
+  struct Sound {
+    bool silent = false;
+    SoundElsewhere elsewhere;
+    bool lent = false;
+    bool playsHere = false;
+  };
+  void showSound(const Sound& sound);
 
   void showSplashGone();
 
@@ -61,6 +72,7 @@ class Pages : public WiFiPageView, public MenuView, public GuardScreens {
   void leavePages() override;
   void showMenu() override { openMenuPage(); }
   void stopAllSessionsForAudioChange() override { stopAllSessions_(); }
+  void lendDevice() override { lendDevice_(); }
 
  private:
   void open(Page page);
@@ -68,6 +80,7 @@ class Pages : public WiFiPageView, public MenuView, public GuardScreens {
   Parts parts_;
   Console console_;
   std::function<void()> stopAllSessions_;
+  std::function<void()> lendDevice_;
   std::function<void()> menuShown_;
   QPointer<Alert> stopQuestion_;  ///< while it is asked
 };

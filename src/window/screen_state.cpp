@@ -5,12 +5,22 @@
 namespace quorin::app {
 namespace {
 
+ViewSet streamControls(const ScreenState& state) {
+  using enum View;
+  ViewSet views = {levelMeter_};
+  if (state.lent) views.add({playHereBox_});
+  if (state.silent) views.add({silenceLabel_});
+  if (state.silent && state.mayBeMoved) views.add({silenceMoveButton_});
+  return views;
+}
+
 ViewSet wifiViews(const ScreenState& state) {
   using enum View;
   using Content = WiFiPage::Content;
   ViewSet views = {onlineContainer_, backButton_};
   switch (state.wifi) {
     case Content::kCode:
+      views.add(streamControls(state));
       views.add({onlineQRImageView_, onlineQRMicroLabel_, onlineAddressView_, onlineInfoLabel_});
       break;
     case Content::kMessage:
@@ -33,11 +43,15 @@ ViewSet pageViews(const ScreenState& state) {
       return {menuContainer_,   menuHeaderLabel_,      menuOnlineButton_,  menuOnlineTitle_,
               menuOnlineNote_,  menuOnlineImageView_,  menuOfflineButton_, menuOfflineTitle_,
               menuOfflineNote_, menuOfflineImageView_, menuPrivacyButton_, menuCopyrightLabel_};
-    case Page::kCable:
+    case Page::kCable: {
+      ViewSet views = streamControls(state);
       if (state.channelOpen) {
-        return {connectedContainer_, connectedDotView_, connectedLabel_, backButton_};
+        views.add({connectedContainer_, connectedDotView_, connectedLabel_, backButton_});
+      } else {
+        views.add({instructionsBox_, usbMainLabel_, usbSecondary2Label_, backButton_});
       }
-      return {instructionsBox_, usbMainLabel_, usbSecondary2Label_, backButton_};
+      return views;
+    }
     case Page::kWifi:
       return wifiViews(state);
   }
@@ -55,8 +69,8 @@ ViewSet visibleViews(const ScreenState& state) {
     visible.add({micDeniedView_, micDeniedImageView_, micDeniedLabel_, micDeniedAllowButton_});
   } else if (state.guard) {
     visible.add({audioGuardView_, audioGuardTitleLabel_, audioGuardTextLabel_,
-                 audioGuardStatusOutLabel_, audioGuardStatusInLabel_,
-                 audioGuardOpenSettingsButton_});
+                 audioGuardStatusOutLabel_, audioGuardStatusInLabel_, audioGuardSetUpButton_,
+                 audioGuardOpenSettingsButton_, audioGuardSetUpNoteLabel_});
   } else if (state.checking) {
     visible.add({audioCheckOverlay_, audioCheckLabel_});
   } else {

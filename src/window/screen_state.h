@@ -20,6 +20,9 @@ struct ScreenState {
   WiFiPage::Content wifi = WiFiPage::Content::kCode;
   bool otherPort = false;  ///< is offered where the page tells of a problem
   int clients = 0;
+  bool lent = false;        ///< the device is, so that this computer may play as well
+  bool silent = false;      ///< a running stream carries nothing
+  bool mayBeMoved = false;  ///< and there is a button against that
 
   bool operator==(const ScreenState&) const = default;
 };

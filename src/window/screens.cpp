@@ -58,7 +58,7 @@ void Screens::applyVisibility() {
     }
     view->hide();
   }
-  placeBackButton();
+  placeSharedViews();
   for (std::size_t i = 0; i < kViewCount; ++i) {
     QWidget* const view = views_.find(static_cast<View>(i));
     if (view && visible.contains(static_cast<View>(i))) view->setVisible(hasPicture(*view));
@@ -68,10 +68,14 @@ void Screens::applyVisibility() {
   }
 }
 
-void Screens::placeBackButton() {
+void Screens::placeSharedViews() {
   QWidget* const page = state_.page == Page::kWifi ? views_.onlineContainer_ : &views_.contentView_;
-  if (views_.backButton_->parentWidget() != page) views_.backButton_->setParent(page);
-  views_.backButton_->raise();
+  for (QWidget* const view : std::initializer_list<QWidget*>{
+           views_.backButton_, views_.silenceLabel_, views_.silenceMoveButton_, views_.levelMeter_,
+           views_.playHereBox_}) {
+    if (view->parentWidget() != page) view->setParent(page);
+    view->raise();
+  }
   if (views_.splashOverlay_) views_.splashOverlay_->raise();
 }
 

@@ -25,7 +25,7 @@ class Screens {
 
  private:
   void applyVisibility();
-  void placeBackButton();
+  void placeSharedViews();
 
   Views& views_;
   ScreenState state_;

@@ -28,7 +28,9 @@ namespace quorin::app {
   VIEW(NonInteractiveLabel, audioGuardTextLabel_)      \
   VIEW(NonInteractiveLabel, audioGuardStatusOutLabel_) \
   VIEW(NonInteractiveLabel, audioGuardStatusInLabel_)  \
+  VIEW(PushButton, audioGuardSetUpButton_)             \
   VIEW(PushButton, audioGuardOpenSettingsButton_)      \
+  VIEW(NonInteractiveLabel, audioGuardSetUpNoteLabel_) \
   VIEW(ContainerView, micDeniedView_)                  \
   VIEW(ImageView, micDeniedImageView_)                 \
   VIEW(NonInteractiveLabel, micDeniedLabel_)           \
@@ -65,7 +67,11 @@ namespace quorin::app {
   VIEW(AddressView, onlineAddressView_)                \
   VIEW(NonInteractiveLabel, onlineDetailLabel_)        \
   VIEW(PushButton, onlineRetryButton_)                 \
-  VIEW(PushButton, onlineOtherPortButton_)
+  VIEW(PushButton, onlineOtherPortButton_)             \
+  VIEW(CheckBox, playHereBox_)                         \
+  VIEW(NonInteractiveLabel, silenceLabel_)             \
+  VIEW(PushButton, silenceMoveButton_)                 \
+  VIEW(LevelMeter, levelMeter_)
 
 // NOLINTBEGIN(readability-identifier-naming): an entry is spelled as the member of that name.
 enum class View : std::size_t {

@@ -68,6 +68,7 @@ Views::Views(QWidget& contentView, const Texts& texts, const Images& images,
   buildMenu(texts, images);
   buildCablePage(texts);
   buildWifiPage(texts, makePanel);
+  buildStreamControls(texts);
   const auto enter = [this](View view, QWidget* widget) {
     if (!widget) return;
     const std::string_view name = nameOf(view);
@@ -131,9 +132,14 @@ void Views::buildChecks(const Texts& texts) {
                                grey(14, QFont::Normal, LineBreak::kWrap), audioGuardView_);
   audioGuardStatusOutLabel_ = label({}, grey(13, QFont::Normal), audioGuardView_);
   audioGuardStatusInLabel_ = label({}, grey(13, QFont::Normal), audioGuardView_);
-  audioGuardOpenSettingsButton_ =
-      new PushButton(texts.tr("audio.guard.button"), systemFont(16, QFont::DemiBold),
+  audioGuardSetUpButton_ =
+      new PushButton(texts.tr("audio.guard.setup"), systemFont(16, QFont::DemiBold),
                      looks::kProminent, audioGuardView_);
+  audioGuardOpenSettingsButton_ =
+      new PushButton(texts.tr("audio.guard.button"), systemFont(16, QFont::DemiBold), looks::kPlain,
+                     audioGuardView_);
+  audioGuardSetUpNoteLabel_ = label(texts.tr("audio.guard.setup.note"),
+                                    grey(13, QFont::Normal, LineBreak::kWrap), audioGuardView_);
 }
 
 void Views::buildMicrophoneScreen(const Texts& texts, const Images& images) {
@@ -230,6 +236,16 @@ void Views::buildWifiPage(const Texts& texts, const std::function<QWidget*()>& m
     dot = new PhoneDot(texts.tr("phone.disconnect"), onlineContainer_);
     dot->hide();
   }
+}
+
+void Views::buildStreamControls(const Texts& texts) {
+  playHereBox_ = new CheckBox(texts.tr("play_here"), &contentView_);
+  silenceLabel_ =
+      label(texts.tr("status.silent"),
+            {.pixels = 14, .weight = QFont::DemiBold, .color = colors::kOrange}, &contentView_);
+  silenceMoveButton_ =
+      new PushButton(texts.tr("status.silent.move"), systemFont(13), looks::kPlain, &contentView_);
+  levelMeter_ = new LevelMeter(texts.tr("sound_level"), &contentView_);
 }
 
 void Views::applyTypographyForBounds() const {

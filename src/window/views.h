@@ -6,6 +6,7 @@
 #include "ui/controls.h"
 #include "ui/images.h"
 #include "ui/phone_dot.h"
+#include "ui/stream_controls.h"
 #include "ui/texts.h"
 #include "window/view_id.h"
 
@@ -55,6 +56,7 @@ struct Views {
   void buildMicrophoneScreen(const Texts& texts, const Images& images);
   void buildMenu(const Texts& texts, const Images& images);
   void buildCablePage(const Texts& texts);
+  void buildStreamControls(const Texts& texts);
   void buildWifiPage(const Texts& texts, const std::function<QWidget*()>& makePanel);
 
   PushButton* card(const QString& title, const QString& note);

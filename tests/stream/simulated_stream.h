@@ -64,21 +64,24 @@ inline Lateness oneLate(std::uint64_t of, Duration by) {
 
 struct Scene {
   const char* name;
-  double ppm;  ///< how much faster than the sender's clock the capture runs
+  double ppm = 0;  ///< how much faster than the sender's clock the capture runs
   Lateness lateness = atOnce;
-  bool ticksLost = false;        ///< once in ten minutes the machine stands still for three ticks
-  std::uint64_t mayStarve = 0;   ///< ticks that accidents may cost, and noise until it has room
-  double meanWaitingAtMost = 2;  ///< chunks
-  Duration length = std::chrono::hours(3);
+  bool ticksLost = false;  ///< once in ten minutes the machine stands still for three ticks
+  double mayStarve = 0;    ///< ticks of a million
+  Duration latency = std::chrono::milliseconds(25);  ///< the 99th percentile may be
+  Duration length = std::chrono::minutes(10);
 };
 
 struct Outcome {
+  std::uint64_t ticks = 0;
   std::uint64_t starved = 0;
-  std::uint64_t cut = 0;
-  double meanWaiting = 0;         ///< chunks in the queue as a tick begins
+  std::uint64_t overflowed = 0;
   Duration largestShift{0};       ///< of one tick
   std::vector<Duration> latency;  ///< from the last sample to the send, once a second
 
+  double starvedOfAMillion() const {
+    return 1e6 * static_cast<double>(starved) / static_cast<double>(ticks);
+  }
   Duration percentile(double p) {
     const auto at = latency.begin() + std::lround(p * static_cast<double>(latency.size() - 1));
     std::nth_element(latency.begin(), at, latency.end());
@@ -87,7 +90,7 @@ struct Outcome {
 };
 
 /// A capture and a send timer with the real queue between them. Without a scheduler: chunks and
-/// ticks are merged by their times, and a day takes a second.
+/// ticks are merged by their times, and a day takes seconds.
 class Stream {
  public:
   Stream(const Scene& scene, bool disciplined, TimePoint firstTick)
@@ -99,70 +102,57 @@ class Stream {
   Outcome play(Duration length) {
     Outcome outcome;
     const auto end = tick_ + length;
-    std::uint64_t ticks = 0;
-    std::uint64_t waiting = 0;
+    const auto overflowedBefore = queue_.overflowed();
     while (tick_ < end) {
-      for (; arriving_.arrived <= tick_; prepareNext()) {
-        const auto removed = queue_.append(arriving_);
-        discipline_.cut(removed);
-        outcome.cut += removed;
-      }
-      waiting += queue_.size();
-
+      append(tick_);
       Duration shift{0};
-      const auto* chunk = queue_.takeOldest();
-      if (chunk == nullptr && isOnlyLate()) {
-        queue_.append(arriving_);
-        prepareNext();
-        chunk = queue_.takeOldest();
+      auto arrived = queue_.take(samples_);
+      if (!arrived && disciplined_) {
+        append(tick_ + PacingDiscipline::kLeeway, 1);
+        arrived = queue_.take(samples_);
       }
-      if (chunk != nullptr) {
-        if (++ticks % 50 == 0) outcome.latency.push_back(latencyOf(*chunk));
-        shift = takeInto(discipline_, *chunk);
+      if (arrived) {
+        if (++outcome.ticks % 50 == 0) outcome.latency.push_back(latencyOf(*arrived));
+        shift = discipline_.sent(tick_ - *arrived);
       } else {
         discipline_.starved();
         ++outcome.starved;
       }
       outcome.largestShift = std::max(outcome.largestShift, Duration(std::abs(shift.count())));
       if (disciplined_) tick_ += shift;
-      tick_ += scene_.ticksLost && ticks % 30'000 == 0 ? 4 * kChunk : kChunk;
+      tick_ += scene_.ticksLost && outcome.ticks % 30'000 == 29'999 ? 4 * kChunk : kChunk;
     }
-    outcome.meanWaiting = static_cast<double>(waiting) / static_cast<double>(ticks);
+    outcome.overflowed = queue_.overflowed() - overflowedBefore;
     return outcome;
   }
 
   /// So long before the next tick.
   void clearQueue(Duration beforeTick) {
-    for (; arriving_.arrived <= tick_ - beforeTick; prepareNext()) queue_.append(arriving_);
-    discipline_.cleared(queue_.clear());
+    append(tick_ - beforeTick);
+    queue_.clear();
   }
   void pauseCapture(Duration duration) { paused_ += duration; }
+  void pauseTicks(Duration duration) { tick_ += duration; }
 
  private:
-  bool isOnlyLate() const {
-    return disciplined_ && discipline_.expectsChunk() &&
-           arriving_.arrived <= tick_ + PacingDiscipline::kLeeway;
-  }
-
-  /// Of five chunks four are fetched, and not known to have been there before.
-  Duration takeInto(PacingDiscipline& discipline, const TimedChunk& chunk) {
-    const auto waited = tick_ - chunk.arrived;
-    const auto lead = discipline.fetchLead();
-    if (!lead || ++taken_ % 5 == 0) return discipline.sent(waited);
-    return discipline.sent(std::min(waited, *lead), Arrival::kFetched);
+  void append(TimePoint until, std::size_t most = SIZE_MAX) {
+    for (; most > 0 && arriving_ <= until; --most) {
+      queue_.append(next_, arriving_);
+      prepareNext();
+    }
   }
 
   void prepareNext() {
     ++chunk_;
     const auto nanoseconds = 20e6 * static_cast<double>(chunk_) / (1 + scene_.ppm * 1e-6);
     const auto complete = TimePoint{Duration(std::llround(nanoseconds))} + paused_;
-    arriving_.arrived = std::max(complete + scene_.lateness(chunk_), arriving_.arrived);
-    arriving_.samples[0] = static_cast<float>(milliseconds(arriving_.arrived - complete));
+    arriving_ = std::max(complete + scene_.lateness(chunk_), arriving_);
+    next_[0] = static_cast<float>(milliseconds(arriving_ - complete));
   }
 
-  Duration latencyOf(const TimedChunk& chunk) const {
-    const std::chrono::duration<double, std::milli> lateness(chunk.samples[0]);
-    return std::max(tick_ - chunk.arrived, Duration(0)) + std::chrono::round<Duration>(lateness);
+  Duration latencyOf(TimePoint arrived) const {
+    const std::chrono::duration<double, std::milli> lateness(samples_[0]);
+    return std::max(tick_ - arrived, Duration(0)) + std::chrono::round<Duration>(lateness);
   }
 
   Scene scene_;
@@ -170,9 +160,10 @@ class Stream {
   TimePoint tick_;
   AudioFrameQueue queue_;
   PacingDiscipline discipline_;
-  TimedChunk arriving_{};
+  TimePoint arriving_{};
+  wire::AudioChunk next_{};
+  wire::AudioChunk samples_{};
   std::uint64_t chunk_ = 0;
-  std::uint64_t taken_ = 0;
   Duration paused_{0};
 };
 

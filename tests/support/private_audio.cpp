@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <numbers>
 #include <sstream>
 
@@ -53,15 +52,37 @@ bool PrivateAudioServer::pactl(std::vector<std::string> arguments) const {
              .wait() == 0;
 }
 
-std::ptrdiff_t PrivateAudioServer::recordings() const {
-  const auto list = folder_ / "recordings.txt";
-  std::filesystem::remove(list);
-  ChildProcess({.arguments = {"pactl", "list", "short", "source-outputs"},
-                .environment = environment_,
-                .output = list})
+bool PrivateAudioServer::removeNullSink(const std::string& name) const {
+  for (const auto& line : list("modules")) {
+    if (line.contains("sink_name=" + name + ' ')) {
+      return pactl({"unload-module", line.substr(0, line.find('\t'))});
+    }
+  }
+  return false;
+}
+
+std::vector<std::string> PrivateAudioServer::recordingNumbers() const {
+  auto numbers = list("source-outputs");
+  for (auto& line : numbers) line.erase(line.find('\t'));
+  return numbers;
+}
+
+ChildProcess PrivateAudioServer::record(const std::string& program) const {
+  return ChildProcess({.arguments = {"parec", "--client-name=" + program, "/dev/null"},
+                       .environment = environment_,
+                       .output = folder_ / "parec.log"});
+}
+
+std::vector<std::string> PrivateAudioServer::list(const std::string& kind) const {
+  const auto file = folder_ / "list.txt";
+  std::filesystem::remove(file);
+  ChildProcess(
+      {.arguments = {"pactl", "list", "short", kind}, .environment = environment_, .output = file})
       .wait();
-  std::ifstream lines(list);
-  return std::count(std::istreambuf_iterator(lines), {}, '\n');
+  std::vector<std::string> result;
+  std::ifstream lines(file);
+  for (std::string line; std::getline(lines, line);) result.push_back(line);
+  return result;
 }
 
 void PrivateAudioServer::signalAll(int signal) {
@@ -71,17 +92,20 @@ void PrivateAudioServer::signalAll(int signal) {
 ChildProcess PrivateAudioServer::play(const Sine& sine) const {
   constexpr int kRate = 48000;
   const auto file = folder_ / ("sine-" + std::to_string(sine.frequency) + ".raw");
+  const auto channels = static_cast<std::size_t>(std::ranges::count(sine.channelMap, ',') + 1);
   std::vector<float> samples;
   const auto step = 2 * std::numbers::pi * sine.frequency / kRate;
   for (int frame = 0; frame < kRate * sine.seconds; ++frame) {
-    samples.insert(samples.end(), 2, static_cast<float>(sine.level * std::sin(step * frame)));
+    samples.insert(samples.end(), channels,
+                   static_cast<float>(sine.level * std::sin(step * frame)));
   }
   std::ofstream(file, std::ios::binary)
       .write(reinterpret_cast<const char*>(samples.data()),
              static_cast<std::streamsize>(samples.size() * sizeof(float)));
   return ChildProcess(
       {.arguments = {"pacat", "--playback", "--raw", "--format=float32le", "--rate=48000",
-                     "--channels=2", "--latency-msec=20", "--device=" + sine.sink, file.string()},
+                     "--channels=" + std::to_string(channels), "--channel-map=" + sine.channelMap,
+                     "--latency-msec=20", "--device=" + sine.sink, file.string()},
        .environment = environment_,
        .output = folder_ / "pacat.log"});
 }

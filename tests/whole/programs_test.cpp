@@ -71,19 +71,6 @@ TEST_F(Programs, DiagnoseTellsWhatIsInTheWay) {
   EXPECT_EQ(problems(diagnosis(0)), "") << "held by the program itself";
 }
 
-TEST_F(Programs, SaysSoWhenAPartOfItIsBroken) {
-  for (const auto* const plugin : {QUORIN_AUDIO_PLUGIN, QUORIN_RESAMPLER_PLUGIN}) {
-    const auto broken = folder_.path() / plugin;
-    std::ofstream(broken) << "no library";
-    ::setenv("LD_LIBRARY_PATH", folder_.path().c_str(), 1);
-    const int status = start("quorin-stream", {"--diagnose"}).wait();
-    ::unsetenv("LD_LIBRARY_PATH");
-    std::filesystem::remove(broken);
-    EXPECT_EQ(status, 127) << plugin;
-    EXPECT_THAT(said("quorin-stream"), testing::HasSubstr("install it again"));
-  }
-}
-
 TEST_F(Programs, StreamAndListenWorkTogetherAndASignalEndsThem) {
   for (const int signal : {SIGINT, SIGTERM}) {
     auto program = start("quorin-stream", {"--start", "wifi", "--port", kPort});

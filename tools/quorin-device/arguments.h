@@ -8,7 +8,7 @@
 
 namespace quorin::device {
 
-enum class Verb : std::uint8_t { kAdd, kRemove, kStatus, kHelp, kVersion };
+enum class Verb : std::uint8_t { kAdd, kRemove, kLend, kWatch, kStatus, kHelp, kVersion };
 
 struct Arguments {
   Verb verb = Verb::kHelp;

@@ -1,7 +1,5 @@
 #include "quorin-device/former_defaults.h"
 
-#include "quorin-device/login_file.h"
-
 #include <fstream>
 
 namespace quorin::device {
@@ -13,27 +11,7 @@ namespace {
 constexpr std::string_view kOutput = "output=";
 constexpr std::string_view kInput = "input=";
 
-/// The servers' own makeshift for a machine without any device, and "@DEFAULT_SINK@", which says
-/// that there is no default yet: neither can be brought back, or needs to be.
-bool isMakeshift(const std::string& deviceName) {
-  return deviceName.starts_with('@') || deviceName.starts_with("auto_null");
-}
-
-std::string toRemember(const std::string& current, const std::string& remembered) {
-  if (isVirtual(current)) return remembered;
-  return isMakeshift(current) ? std::string() : current;
-}
-
 }  // namespace
-
-bool isVirtual(const std::string& deviceName) {
-  return deviceName == kSinkName || deviceName == std::string(kSinkName) + ".monitor";
-}
-
-Defaults toRemember(const Defaults& current, const Defaults& remembered) {
-  return {.output = toRemember(current.output, remembered.output),
-          .input = toRemember(current.input, remembered.input)};
-}
 
 Defaults readDefaults(const fs::path& file) {
   Defaults defaults;
@@ -52,8 +30,9 @@ std::expected<void, Error> writeDefaults(const fs::path& file, const Defaults& d
   lines << kOutput << defaults.output << '\n' << kInput << defaults.input << '\n';
   lines.close();
   if (lines) return {};
-  return std::unexpected("The present default devices cannot be remembered in " + file.string() +
-                         ". Look at its permissions, or leave --default out.");
+  return std::unexpected(
+      Error{"The present default devices cannot be remembered in " + file.string() +
+            ". Look at its permissions, or leave --default out."});
 }
 
 void forgetDefaults(const fs::path& file) {

@@ -1,28 +1,12 @@
 #pragma once
 
-#include "quorin-device/pulse_client.h"
+#include "quorin-device/device_rules.h"
 
 #include <expected>
 #include <filesystem>
-#include <string>
 
+/// The file that remembers the former default devices until they are restored.
 namespace quorin::device {
-
-/// What was default before the virtual device, by the server's names; empty where nothing is to
-/// be brought back.
-struct Defaults {
-  std::string output;
-  std::string input;
-
-  bool operator==(const Defaults&) const = default;
-};
-
-/// True for the virtual device and its monitor.
-bool isVirtual(const std::string& deviceName);
-
-/// What to remember when `current` is about to give way, `remembered` being known from before: a
-/// default that is the virtual device already was not chosen, what it replaced was.
-Defaults toRemember(const Defaults& current, const Defaults& remembered);
 
 /// Nothing remembered reads as empty; so does a file that cannot be understood.
 Defaults readDefaults(const std::filesystem::path& file);

@@ -1,36 +1,26 @@
 #pragma once
 
-#include "quorin-device/pulse_client.h"
+#include "quorin-device/device_rules.h"
 
 #include <expected>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
-/// What makes the audio server create the device at every login: lines in a file of the person's
+/// What makes the audio server create the device at every login: lines in a file of the user's
 /// own configuration folder.
 namespace quorin::device {
 
-/// The null sink behind "Quorin Audio".
-inline constexpr std::string_view kSinkName = "quorin_audio";
-inline constexpr std::string_view kModuleName = "module-null-sink";
-
-/// PulseAudio and PipeWire take different quotings of a description; both take this one. Without
-/// "norewinds" the first sound of an idle null sink can be almost 2 s late.
-inline constexpr std::string_view kModuleArgument =
-    "sink_name=quorin_audio norewinds=1 "
-    "sink_properties='device.description=\"Quorin Audio\"'";
-
-/// Where the servers look for what the person wants of them.
+/// Where the servers look for what the user wants of them.
 struct ConfigFolders {
   std::filesystem::path pulse;        ///< holds "default.pa"
-  std::filesystem::path systemPulse;  ///< the same, for everybody
+  std::filesystem::path systemPulse;  ///< the same, for all users
   std::filesystem::path pipeWire;     ///< holds "pipewire-pulse.conf.d"
 };
 
-/// Has `server` create the device from the next login on. The path written.
-std::expected<std::filesystem::path, Error> persist(const ServerInfo& server,
-                                                    const ConfigFolders& folders);
+/// Has the server create the device from the next login on. The path written.
+std::expected<std::filesystem::path, Error> persist(bool isPipeWire, const ConfigFolders& folders);
 
 /// Undoes `persist` for every kind of server and leaves nothing behind; whether there was
 /// anything to undo.
@@ -38,13 +28,14 @@ std::expected<bool, Error> unpersist(const ConfigFolders& folders);
 
 bool isPersistent(const ConfigFolders& folders);
 
-// PulseAudio reads either the person's script or the system's, so that lines are added to the
-// person's, or a script is made that includes the system's. The texts of such scripts:
+// PulseAudio reads either the user's script or the system's, so that lines are added to the user's,
+// or a script is made that includes the system's. The texts of such scripts:
 
 /// `script` with our lines at its end, just once. An empty one includes `systemScript`.
 std::string withDevice(std::string_view script, const std::filesystem::path& systemScript);
 
-/// `script` without our lines; empty when nobody else's are left.
-std::string withoutDevice(std::string_view script);
+/// `script` without any of our lines, whatever its line ends; empty when no others are left. None
+/// when a block of ours has lost its last line: what follows may be the user's.
+std::optional<std::string> withoutDevice(std::string_view script);
 
 }  // namespace quorin::device

@@ -1,5 +1,6 @@
 #include "core/version.h"
 #include "quorin-device/arguments.h"
+#include "quorin-device/lending.h"
 #include "quorin-device/pulse_client.h"
 #include "quorin-device/virtual_device.h"
 
@@ -22,7 +23,7 @@ std::string environment(const char* name) {
   return value != nullptr ? value : "";
 }
 
-/// $`variable`, or the folder that stands for it under the person's home.
+/// $`variable`, or the folder that stands for it under the user's home.
 std::filesystem::path folder(const char* variable, const char* underHome) {
   const std::filesystem::path given = environment(variable);
   return given.is_absolute() ? given : environment("HOME") / std::filesystem::path(underHome);
@@ -44,18 +45,19 @@ Places places() {
 }
 
 int fail(const Error& error) {
-  std::cerr << "quorin-device: " << error << '\n';
+  std::cerr << "quorin-device: " << error.text << '\n';
   return kFailed;
 }
 
 int run(const Arguments& arguments) {
-  // Root's sound is nobody's. A server that is named is one that is meant.
+  // Root has no sound of its own. A server that is named is one that is meant.
   if (::geteuid() == 0 && environment("PULSE_SERVER").empty()) {
-    return fail(
-        "Sound belongs to the person who is logged in: run this as that person, or name the server "
-        "in PULSE_SERVER.");
+    return fail({"Sound belongs to the user who is logged in: run this as that user, or name the "
+                 "server in PULSE_SERVER."});
   }
-  const auto say = [](const std::string& line) { std::cout << line << '\n'; };
+  const auto say = [](const std::string& line) { std::cout << line << std::endl; };
+  if (arguments.verb == Verb::kLend) return serve(Duty::kLend, places(), say) ? kDone : kFailed;
+  if (arguments.verb == Verb::kWatch) return serve(Duty::kWatch, places(), say) ? kDone : kFailed;
   if (arguments.verb == Verb::kRemove) {
     // Before the server is asked: without one, too, nothing may stay behind.
     const auto unpersisted = unpersist(places().config);
@@ -64,13 +66,13 @@ int run(const Arguments& arguments) {
   }
   auto client = PulseClient::connect();
   if (!client) return fail(client.error());
-  VirtualDevice device(*std::move(client), places(), say);
   if (arguments.verb == Verb::kStatus) {
-    const auto right = device.status();
+    const auto right = status(*client, places(), say);
     if (!right) return fail(right.error());
     return *right ? kDone : kNotRight;
   }
-  const auto done = arguments.verb == Verb::kAdd ? device.add(arguments) : device.remove();
+  const auto done = arguments.verb == Verb::kAdd ? add(*client, places(), arguments, say)
+                                                 : remove(*client, places(), say);
   return done ? kDone : fail(done.error());
 }
 

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <utility>
 
 namespace quorin::device {
 
@@ -12,18 +11,13 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// Servers answer before everybody has heard of what they did.
-constexpr auto kPatience = 3s;
+/// Servers answer before every client knows of what they did.
+constexpr auto kTimeout = 3s;
 
-const std::string kSink(kSinkName);
-const std::string kMonitor = kSink + ".monitor";
-
-bool isOurs(const LoadedModule& module) {
-  const auto sinkArgument = "sink_name=" + kSink;
-  const auto at = module.argument.find(sinkArgument);
-  if (module.name != kModuleName || at == std::string::npos) return false;
-  const auto end = at + sinkArgument.size();
-  return end == module.argument.size() || module.argument[end] == ' ';
+audio::Device deviceNamed(const std::vector<Endpoint>& endpoints, const std::string& name) {
+  const Endpoint* const endpoint = find(endpoints, name);
+  if (endpoint == nullptr) return {};
+  return {.number = endpoint->index + 1, .name = endpoint->description, .format = {}};
 }
 
 std::string line(const std::string& label, const audio::Device& device, bool right) {
@@ -32,151 +26,154 @@ std::string line(const std::string& label, const audio::Device& device, bool rig
 
 }  // namespace
 
-VirtualDevice::VirtualDevice(PulseClient client, Places places, Say say)
-    : client_(std::move(client)), places_(std::move(places)), say_(std::move(say)) {}
-
-std::expected<bool, Error> VirtualDevice::exists() {
-  const auto sink = client_.sink(kSink);
-  if (!sink) return std::unexpected(sink.error());
-  return sink->number != 0;
+std::expected<std::vector<std::uint32_t>, Error> createDevice(PulseClient& client, int lender) {
+  std::vector<std::uint32_t> loaded;
+  const auto load = [&](const ModuleLine& module) -> std::expected<void, Error> {
+    const auto index = client.loadModule(module.name, module.argument);
+    if (!index) return std::unexpected(index.error());
+    loaded.push_back(*index);
+    return {};
+  };
+  const auto before = client.look();
+  if (!before) return std::unexpected(before.error());
+  if (findDevice(*before).sink == nullptr) {
+    if (auto done = load(sinkModule(lender)); !done) return std::unexpected(done.error());
+    client.waitUntil([](const Snapshot& now) { return findDevice(now).sink != nullptr; }, kTimeout);
+  }
+  const auto between = client.look();
+  if (!between) return std::unexpected(between.error());
+  if (!findDevice(*between).isWhole()) {
+    if (auto done = load(sourceModule()); !done) return std::unexpected(done.error());
+  }
+  if (!client.waitUntil([](const Snapshot& now) { return findDevice(now).isWhole(); }, kTimeout)) {
+    return std::unexpected(
+        Error{"The audio server says that it created the device \"Quorin Audio\", but does not "
+              "show it. Restart the audio server and try again."});
+  }
+  return loaded;
 }
 
-std::expected<Defaults, Error> VirtualDevice::currentDefaults() {
-  const auto info = client_.serverInfo();
-  if (!info) return std::unexpected(info.error());
-  return Defaults{.output = info->defaultSink, .input = info->defaultSource};
+std::expected<void, Error> makeDefault(PulseClient& client) {
+  const auto now = client.look();
+  if (!now) return std::unexpected(now.error());
+  const DevicePair device = findDevice(*now);
+  if (!device.isWhole()) {
+    return std::unexpected(Error{"The device \"Quorin Audio\" has vanished. Try again."});
+  }
+  if (auto done = client.setDefaultSink(device.sink->name); !done) return done;
+  if (auto done = client.setDefaultSource(device.source->name); !done) return done;
+  const auto isDefault = [&](const Snapshot& snapshot) {
+    return snapshot.defaultSink == device.sink->name &&
+           snapshot.defaultSource == device.source->name;
+  };
+  if (client.waitUntil(isDefault, kTimeout)) return {};
+  return std::unexpected(
+      Error{"The audio server did not make \"Quorin Audio\" the default. Choose it in the sound "
+            "settings, as output and as input."});
 }
 
-std::expected<void, Error> VirtualDevice::add(const Arguments& arguments) {
+void restoreDefaults(PulseClient& client, const Defaults& former, const Say& say) {
+  const auto now = client.look();
+  if (!now) return;
+  const Holds holds = holdsDefaults(*now);
+  const auto restore = [&](bool held, const std::string& name, const std::string& what,
+                           auto setDefault) {
+    if (!held || name.empty()) return;
+    say((client.*setDefault)(name)
+            ? "The default " + what + " is " + name + " again."
+            : "The former default " + what + " " + name +
+                  " is not there at present; the audio server chooses another one.");
+  };
+  restore(holds.output, former.output, "output", &PulseClient::setDefaultSink);
+  restore(holds.input, former.input, "input", &PulseClient::setDefaultSource);
+}
+
+std::expected<void, Error> add(PulseClient& client, const Places& places,
+                               const Arguments& arguments, const Say& say) {
   // Creating the device may make it default where there is no other: look before.
-  const auto before = currentDefaults();
+  const auto before = client.look();
   if (!before) return std::unexpected(before.error());
   if (arguments.makeDefault) {
-    const auto former = toRemember(*before, readDefaults(places_.formerDefaults));
-    if (auto done = writeDefaults(places_.formerDefaults, former); !done) return done;
+    const auto former = toRemember(*before, readDefaults(places.formerDefaults));
+    if (auto done = writeDefaults(places.formerDefaults, former); !done) return done;
   }
-  if (auto done = create(); !done) return done;
+  const auto loaded = createDevice(client);
+  if (!loaded) return std::unexpected(loaded.error());
+  say(loaded->empty() ? "The device \"Quorin Audio\" is there already."
+                      : "The device \"Quorin Audio\" is there now, as output and as input.");
   if (arguments.persist) {
-    const auto info = client_.serverInfo();
-    if (!info) return std::unexpected(info.error());
-    const auto path = persist(*info, places_.config);
+    const auto path = persist(before->isPipeWire(), places.config);
     if (!path) return std::unexpected(path.error());
-    say_("It will be created at every login, by " + path->string() + ".");
+    say("It will be created at every login, by " + path->string() + ".");
   }
-  return arguments.makeDefault ? makeDefault() : std::expected<void, Error>();
-}
-
-std::expected<void, Error> VirtualDevice::create() {
-  const auto there = exists();
-  if (!there) return std::unexpected(there.error());
-  if (*there) {
-    say_("The device \"Quorin Audio\" is there already.");
-    return {};
-  }
-  const auto loaded = client_.loadModule(std::string(kModuleName), std::string(kModuleArgument));
-  if (!loaded) return loaded;
-  const auto appeared = [this] {
-    const auto source = client_.source(kMonitor);
-    return exists().value_or(false) && source && source->number != 0;
-  };
-  if (!client_.waitUntil(appeared, kPatience)) {
-    return std::unexpected(
-        "The audio server says that it created the device \"Quorin Audio\", but does not show "
-        "it. Restart the audio server and try again.");
-  }
-  say_("The device \"Quorin Audio\" is there now.");
+  if (!arguments.makeDefault) return {};
+  if (auto done = makeDefault(client); !done) return done;
+  say("It is the default output and input now. You hear nothing yourself meanwhile; \"remove\" "
+      "restores what was default before.");
   return {};
 }
 
-std::expected<void, Error> VirtualDevice::makeDefault() {
-  if (auto done = client_.setDefaultSink(kSink); !done) return done;
-  if (auto done = client_.setDefaultSource(kMonitor); !done) return done;
-  const Defaults wanted{.output = kSink, .input = kMonitor};
-  const auto happened = [&] {
-    const auto current = currentDefaults();
-    return current && *current == wanted;
-  };
-  if (!client_.waitUntil(happened, kPatience)) {
-    return std::unexpected(
-        "The audio server did not make \"Quorin Audio\" the default. Choose it in the sound "
-        "settings as output, and its monitor as input.");
-  }
-  say_(
-      "It is the default output and input now. You hear nothing yourself meanwhile; \"remove\" "
-      "brings back what was default before.");
-  return {};
-}
-
-std::expected<void, Error> VirtualDevice::remove() {
-  const auto before = currentDefaults();
+std::expected<void, Error> remove(PulseClient& client, const Places& places, const Say& say) {
+  // While the device is there, so that what plays moves without a gap.
+  restoreDefaults(client, readDefaults(places.formerDefaults), say);
+  const auto before = client.look();
   if (!before) return std::unexpected(before.error());
-  const Defaults former = readDefaults(places_.formerDefaults);
-  restore(former, *before);  // while the device is there, so that what plays moves without a gap
-  const auto unloaded = unload();
-  if (!unloaded) return std::unexpected(unloaded.error());
-  say_(*unloaded ? "The device \"Quorin Audio\" is gone."
-                 : "There is no device \"Quorin Audio\" of this program's.");
-  forgetDefaults(places_.formerDefaults);
+  bool any = false;
+  for (const LoadedModule& module : before->modules) {
+    if (!isOurs(module)) continue;
+    any = true;
+    // The source may have gone with its sink.
+    if (auto done = client.unloadModule(module.index);
+        !done && done.error().cause == Error::Cause::kNoServer) {
+      return done;
+    }
+  }
+  const auto isGone = [](const Snapshot& now) {
+    return std::ranges::none_of(now.modules, isOurs) && find(now.sinks, kSinkName) == nullptr;
+  };
+  if (any && !client.waitUntil(isGone, kTimeout)) {
+    return std::unexpected(
+        Error{"The audio server still shows the device. Restart the audio server."});
+  }
+  say(any ? "The device \"Quorin Audio\" is gone."
+          : "There is no device \"Quorin Audio\" of this program's.");
+  forgetDefaults(places.formerDefaults);
   return {};
 }
 
-void VirtualDevice::restore(const Defaults& former, const Defaults& before) {
-  // A default that the person has chosen since stays.
-  if (isVirtual(before.output) && !former.output.empty()) {
-    say_(client_.setDefaultSink(former.output)
-             ? "The default output is " + former.output + " again."
-             : "The former default output " + former.output +
-                   " is not there at present; the audio server chooses another one.");
-  }
-  if (isVirtual(before.input) && !former.input.empty()) {
-    say_(client_.setDefaultSource(former.input)
-             ? "The default input is " + former.input + " again."
-             : "The former default input " + former.input +
-                   " is not there at present; the audio server chooses another one.");
-  }
-}
+std::expected<bool, Error> status(PulseClient& client, const Places& places, const Say& say) {
+  const auto now = client.look();
+  if (!now) return std::unexpected(now.error());
+  const DevicePair device = findDevice(*now);
+  const auto output = deviceNamed(now->sinks, now->defaultSink);
+  const auto input = deviceNamed(now->sources, now->defaultSource);
+  const auto routing = audio::routingOf({.output = output, .input = input});
 
-std::expected<bool, Error> VirtualDevice::unload() {
-  const auto modules = client_.modules();
-  if (!modules) return std::unexpected(modules.error());
-  bool any = false;
-  for (const LoadedModule& module : *modules) {
-    if (!isOurs(module)) continue;
-    if (auto done = client_.unloadModule(module.index); !done) return std::unexpected(done.error());
-    any = true;
+  say("Audio server:    " + now->server);
+  say(std::string("Virtual device:  ") +
+      (device.isWhole()          ? "there, as output and as input"
+       : device.sink != nullptr ? "there, as output only (add makes the input)"
+                                : "not there") +
+      (isPersistent(places.config) ? ", created at every login" : ", not created at login"));
+  say(line("Default output:  ", output, routing.outOK));
+  say(line("Default input:   ", input, routing.inOK));
+  const std::string sound = soundLine(*now);
+  if (sound == "muted") say("Note: \"Quorin Audio\" is muted, so that nothing can be heard.");
+  if (routing.inOK) {
+    say("Warning: a call takes the default input, and would send what this desktop plays. Choose "
+        "the microphone in the program that calls, or put the default input back when you do not "
+        "stream.");
   }
-  const auto isGone = [this] { return !exists().value_or(true); };
-  if (any && !client_.waitUntil(isGone, kPatience)) {
-    return std::unexpected("The audio server still shows the device. Restart the audio server.");
-  }
-  return any;
-}
-
-std::expected<bool, Error> VirtualDevice::status() {
-  const auto info = client_.serverInfo();
-  if (!info) return std::unexpected(info.error());
-  const auto output = client_.sink(info->defaultSink);
-  if (!output) return std::unexpected(output.error());
-  const auto input = client_.source(info->defaultSource);
-  if (!input) return std::unexpected(input.error());
-  const auto there = exists();
-  if (!there) return std::unexpected(there.error());
-
-  const auto routing = audio::routingOf({.output = *output, .input = *input});
-  say_("Audio server:    " + info->name);
-  say_(std::string("Virtual device:  ") + (*there ? "there" : "not there") +
-       (isPersistent(places_.config) ? ", created at every login" : ", not created at login"));
-  say_(line("Default output:  ", *output, routing.outOK));
-  say_(line("Default input:   ", *input, routing.inOK));
   if (routing.isRight()) {
-    say_("quorin-stream can start: both names contain \"Quorin Audio\".");
+    say("quorin-stream can start: both names contain \"Quorin Audio\".");
     return true;
   }
   const char* const wrong = routing.outOK  ? "input is"
                             : routing.inOK ? "output is"
                                            : "output and input are";
-  say_(std::string("quorin-stream waits: the default ") + wrong +
-       " not \"Quorin Audio\". Put it right with: quorin-device add --default");
+  say(std::string("quorin-stream waits: the default ") + wrong +
+      " not \"Quorin Audio\". Its button \"Set up for me\" puts that right, or: quorin-device add "
+      "--default");
   return false;
 }
 

@@ -5,43 +5,42 @@
 #include "quorin-device/login_file.h"
 #include "quorin-device/pulse_client.h"
 
+#include <cstdint>
 #include <expected>
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace quorin::device {
 
-/// Where this person's files are.
+/// Where the user's files are.
 struct Places {
   ConfigFolders config;
   std::filesystem::path formerDefaults;
 };
 
-/// The device "Quorin Audio" at one audio server. What is done is told line by line to `say`.
-class VirtualDevice {
- public:
-  using Say = std::function<void(const std::string& line)>;
+/// Writes one line for the user.
+using Say = std::function<void(const std::string& line)>;
 
-  VirtualDevice(PulseClient client, Places places, Say say);
+/// Creates what is missing of the device; the modules that it loaded for that. `lender` as for
+/// `sinkModule`.
+std::expected<std::vector<std::uint32_t>, Error> createDevice(PulseClient& client, int lender = 0);
 
-  std::expected<void, Error> add(const Arguments& arguments);
-  /// From the server; `unpersist` is another matter.
-  std::expected<void, Error> remove();
-  /// Whether the device check of quorin-stream would pass.
-  std::expected<bool, Error> status();
+/// The device becomes the default output and input.
+std::expected<void, Error> makeDefault(PulseClient& client);
 
- private:
-  std::expected<bool, Error> exists();
-  std::expected<Defaults, Error> currentDefaults();
-  std::expected<void, Error> create();
-  std::expected<void, Error> makeDefault();
-  std::expected<bool, Error> unload();
-  void restore(const Defaults& former, const Defaults& before);
+/// Makes `former` default again where the device still is; a default that the user has chosen
+/// since stays.
+void restoreDefaults(PulseClient& client, const Defaults& former, const Say& say);
 
-  PulseClient client_;
-  const Places places_;
-  const Say say_;
-};
+// The commands.
+
+std::expected<void, Error> add(PulseClient& client, const Places& places,
+                               const Arguments& arguments, const Say& say);
+/// From the server; `unpersist` is another matter.
+std::expected<void, Error> remove(PulseClient& client, const Places& places, const Say& say);
+/// Whether the device check of quorin-stream would pass.
+std::expected<bool, Error> status(PulseClient& client, const Places& places, const Say& say);
 
 }  // namespace quorin::device

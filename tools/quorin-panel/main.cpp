@@ -1,12 +1,12 @@
-#include "ui/appearance.h"
-#include "ui/display.h"
-#include "ui/images.h"
-#include "ui/texts.h"
+#include "core/version.h"
 #include "panel/content_view.h"
 #include "platform/audio/audio_server.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/dispatch/termination_signals.h"
-#include "core/version.h"
+#include "ui/appearance.h"
+#include "ui/display.h"
+#include "ui/images.h"
+#include "ui/texts.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -63,15 +63,14 @@ std::expected<Options, QString> parseOptions(int& argc, char** argv) {
 
 int runPanel(std::uint16_t port) {
   const auto scheduler = dispatch::makeSystemScheduler();
-  const auto audioServer = audio::connectToAudioServer(scheduler->utilityQueue());
+  const auto audioServer = audio::connectToAudioServer(scheduler->backgroundQueue());
   const app::CompiledTable texts(app::preferredLanguages());
   panel::ContentView panel(
-      *scheduler,
       std::make_unique<panel::UDPAudioServer>(
           *scheduler,
           panel::UDPAudioServer::Parts{.makeCapture = panel::captureFrom(*scheduler, *audioServer),
                                        .port = port}),
-      [&texts](const QString& key) { return texts.text(key.toUtf8().constData()); });
+      texts.text("pairing_instructions"));
   panel.setWindowTitle("Quorin Panel");
   panel.resize(panel.sizeHint().boundedTo(panel.screen()->availableSize()));
   panel.show();
@@ -79,7 +78,7 @@ int runPanel(std::uint16_t port) {
   const dispatch::TerminationSignals terminate(scheduler->mainQueue(),
                                                [] { QApplication::quit(); });
   const int status = QApplication::exec();
-  if (panel.server().isRunning()) panel.server().stop();
+  if (panel.server().published().isRunning) panel.server().stop();
   return status;
 }
 

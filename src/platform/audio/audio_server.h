@@ -1,10 +1,11 @@
 #pragma once
 
+#include "core/queue.h"
 #include "platform/audio/devices.h"
 #include "platform/audio/engine.h"
-#include "core/queue.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 namespace quorin::audio {
@@ -16,6 +17,9 @@ enum class RecordingAccess : std::uint8_t {
   kRefused,  ///< the connection or the last recording was refused for want of permission
 };
 
+/// Whether a source may be recorded. Any thread; neither waits nor allocates.
+using SourceTest = std::function<bool(const Device& source)>;
+
 /// The program's one connection to the audio server. Lives longer than its engines.
 ///
 /// A server that is not there, or dies, is looked for again by itself, in growing steps of up to
@@ -26,7 +30,7 @@ class AudioServer {
   AudioServer(const AudioServer&) = delete;
   AudioServer& operator=(const AudioServer&) = delete;
 
-  /// The latest news, without asking the server. Any thread; never waits for the server.
+  /// The latest state, without asking the server. Any thread; never waits for the server.
   virtual DefaultDevices defaultDevices() const = 0;
   virtual RecordingAccess recordingAccess() const = 0;
 
@@ -35,17 +39,16 @@ class AudioServer {
   /// replaced on `queue`.
   virtual void setChangeHandler(dispatch::Queue& queue, dispatch::Task handler) = 0;
 
-  /// The first call loads the libraries that the engine's sound needs, some milliseconds.
-  virtual std::unique_ptr<AudioEngine> makeEngine() = 0;
+  /// An engine that records the default source while `accepts` it, and nothing else.
+  virtual std::unique_ptr<AudioEngine> makeEngine(SourceTest accepts) = 0;
 
  protected:
   AudioServer() = default;
 };
 
 /// The user's server: PulseAudio, or PipeWire's stand-in for it (`PULSE_SERVER` is honoured).
-/// Returns at once. `utilityQueue` loads the audio libraries a little later, or whoever makes an
-/// engine before that; the connection comes about on a thread of its own, which takes real-time
-/// priority where it may have it (`utilityQueue` asks rtkit for it), and goes on without.
-std::unique_ptr<AudioServer> connectToAudioServer(dispatch::Queue& utilityQueue);
+/// Returns at once: the connection comes about on a thread of its own, which takes real-time
+/// priority where it may have it (`backgroundQueue` asks rtkit for it), and goes on without.
+std::unique_ptr<AudioServer> connectToAudioServer(dispatch::Queue& backgroundQueue);
 
 }  // namespace quorin::audio

@@ -14,6 +14,7 @@ struct Device {
                                     ///< long as the connection to that server lasts
   std::optional<std::string> name;  ///< as people read it; none where it cannot be read
   Format format;                    ///< the device's own
+  std::string id{};                 ///< as the server names it
 
   bool operator==(const Device&) const = default;
 };

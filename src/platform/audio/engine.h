@@ -1,7 +1,6 @@
 #pragma once
 
 #include "platform/audio/format.h"
-#include "core/queue.h"
 
 #include <cstddef>
 #include <expected>
@@ -14,18 +13,19 @@ struct Error {
   std::string description;  ///< a sentence without its full stop: what happened, what to do
 };
 
-/// Records from the default input device, and goes on from its successor when the default
-/// changes. Confined to the queue that made it, but for the tap.
+/// Records the default input device, as long as that is one it accepts. Confined to the queue that
+/// made it, but for the tap.
 ///
 /// Idle -> installTap -> start -> running -> (removeTap, stop, reset) -> idle.
+///
+/// Running, it follows the default input to another accepted device within 100 ms, delivers nothing
+/// while the default is not accepted, and goes on by itself when the device, the permission or the
+/// server is back.
 class AudioEngine {
  public:
   /// Runs on the audio server's thread, never concurrently with itself, once per block; must not
   /// wait, allocate in steady state, or call the engine.
   using TapHandler = std::move_only_function<void(const BufferView&)>;
-  /// Runs there too, after each block.
-  using NeededAt = std::function<dispatch::TimePoint()>;
-  using InterruptionHandler = std::move_only_function<void(const Error&)>;
 
   virtual ~AudioEngine() = default;
   AudioEngine(const AudioEngine&) = delete;
@@ -38,11 +38,9 @@ class AudioEngine {
   /// At most one tap; before `start`. `frames` is the length wanted of a block, counted at 44100
   /// frames a second: blocks hold the input's own number of frames of that length (960 for 882 at
   /// 48000 Hz), or of twice that length where only that is a whole number. An input that has
-  /// neither is recorded at 48000 Hz. A block's format never changes while the engine runs.
-  ///
-  /// `neededAt` says when the next block is wanted: until then its sound may lie with the server,
-  /// so that one wake-up brings what would else take several. Empty: as soon as it is whole.
-  virtual void installTap(std::size_t frames, TapHandler handler, NeededAt neededAt) = 0;
+  /// neither is recorded at 48000 Hz, one of more than two channels as the server folds it down to
+  /// stereo. A block's format never changes while the engine runs.
+  virtual void installTap(std::size_t frames, TapHandler handler) = 0;
 
   /// When this returns the handler does not run and will not run again.
   virtual void removeTap() = 0;
@@ -56,11 +54,6 @@ class AudioEngine {
 
   /// Forgets sound that was recorded and not yet delivered.
   virtual void reset() = 0;
-
-  /// `handler` runs on `queue` (the engine's own) when the server dies or ends the recording while
-  /// the engine runs; not after `stop`. The engine delivers nothing more until stopped and started
-  /// again.
-  virtual void setInterruptionHandler(dispatch::Queue& queue, InterruptionHandler handler) = 0;
 
  protected:
   AudioEngine() = default;

@@ -36,7 +36,7 @@ MicrophonePermission::MicrophonePermission(dispatch::Scheduler& scheduler, Optio
         bus, QString::fromStdString(options_.identity.applicationId),
         [this](const PortalAnswers& answers) { onPortalAnswers(answers); });
   };
-  scheduler_.utilityQueue().async(
+  scheduler_.backgroundQueue().async(
       [&main = scheduler_.mainQueue(), address = options_.busAddress, connected] {
         main.async([bus = connectTo(address), connected] { connected(bus); });
       });

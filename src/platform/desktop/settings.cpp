@@ -31,19 +31,11 @@ bool start(const Command& command) {
   return QProcess::startDetached(text(command.program), arguments);
 }
 
-bool open(SettingsPage page) {
-  const auto desktop = qgetenv("XDG_CURRENT_DESKTOP").toStdString();
-  return std::ranges::any_of(settingsCommands(page, desktop, installedHere()), start);
-}
-
 }  // namespace
 
-bool openSoundSettings() {
-  return open(SettingsPage::kSound);
-}
-
-bool openMicPrivacySettings() {
-  return open(SettingsPage::kMicrophonePrivacy);
+bool openSettings(SettingsPage page) {
+  const auto desktop = qgetenv("XDG_CURRENT_DESKTOP").toStdString();
+  return std::ranges::any_of(settingsCommands(page, desktop, installedHere()), start);
 }
 
 }  // namespace quorin::desktop

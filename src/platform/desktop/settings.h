@@ -10,12 +10,12 @@
 /// words where to look.
 namespace quorin::desktop {
 
-enum class SettingsPage : std::uint8_t { kSound, kMicrophonePrivacy };
+/// `kSound` is the outputs where a program has a page for each.
+enum class SettingsPage : std::uint8_t { kSound, kSoundInput, kMicrophonePrivacy };
 
-/// Open the page in a program of its own, which outlives this one; false when there is none that
+/// Opens the page in a program of its own, which outlives this one; false when there is none that
 /// could be started.
-bool openSoundSettings();
-bool openMicPrivacySettings();
+bool openSettings(SettingsPage page);
 
 struct Command {
   std::string program;

@@ -67,15 +67,19 @@ bool isAmong(std::string_view name, std::string_view desktops) {
 
 std::vector<Command> settingsCommands(SettingsPage page, std::string_view desktop,
                                       const Installed& installed) {
+  const SettingsPage kind = page == kSoundInput ? kSound : page;
   std::vector<Command> commands;
   for (const Way& way : kWays) {
     if (!way.desktop.empty() && !isAmong(way.desktop, desktop)) continue;
-    if (way.page.value_or(page) != page) continue;
+    if (way.page.value_or(kind) != kind) continue;
     if (!installed.program(way.program)) continue;
     if (!way.desktopEntry.empty() && !installed.desktopEntry(way.desktopEntry)) continue;
     const auto end = std::ranges::find(way.arguments, std::string_view());
     commands.push_back(
         {.program = std::string(way.program), .arguments = {way.arguments.begin(), end}});
+    if (kind == kSound && way.program.starts_with("pavucontrol")) {  // its tabs, by number
+      commands.back().arguments = {"-t", page == kSoundInput ? "4" : "3"};
+    }
   }
   return commands;
 }

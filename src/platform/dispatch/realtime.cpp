@@ -1,5 +1,6 @@
 #include "platform/dispatch/realtime.h"
 
+#include <poll.h>
 #include <sched.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -7,27 +8,90 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
 #include <future>
+#include <mutex>
 #include <thread>
 
 namespace quorin::dispatch {
 namespace {
 
-/// Above ordinary programs, below the audio server's own threads; rtkit grants up to 20.
-constexpr int kPriority = 10;
+/// Above ordinary programs, below PulseAudio's own threads (5) and PipeWire's (20 and more): sound
+/// that the server has not mixed yet cannot be sent.
+constexpr int kPriority = 4;
 
-/// Of processor time without a wait: a runaway thread ends the program, not the computer. rtkit
-/// refuses a process that may spin for longer.
-constexpr rlim_t kRealtimeLimitMicroseconds = 200'000;
+// Of processor time without a wait. Beyond the soft limit the kernel warns, beyond the hard one it
+// kills; rtkit refuses a process that may spin for more than 200 ms.
+constexpr rlim_t kSoftLimitMicroseconds = 100'000;
+constexpr rlim_t kHardLimitMicroseconds = 200'000;
 
 constexpr int kRtkitTimeoutMilliseconds = 2000;
 
+// More than the real-time threads of this program; one that has ended is passed over.
+std::array<std::atomic<pid_t>, 8> realtimeThreads;
+static_assert(std::atomic<pid_t>::is_always_lock_free, "a signal handler uses it");
+
+bool setPriority(pid_t thread, int policy, int priority) {
+  const sched_param parameters{.sched_priority = priority};
+  return ::sched_setscheduler(thread, policy | SCHED_RESET_ON_FORK, &parameters) == 0;
+}
+
+/// The signal may come to any thread, so all of them are slowed down, the runaway among them.
+void onOverrun(int) {
+  const int savedError = errno;
+  for (auto& thread : realtimeThreads) {
+    if (const auto id = thread.exchange(0); id != 0) setPriority(id, SCHED_OTHER, 0);
+  }
+  constexpr std::string_view kLine =
+      "quorin.dispatch: a real-time thread ran for 100 ms without a pause; "
+      "all go on with ordinary priority\n";
+  pollfd output{.fd = STDERR_FILENO, .events = POLLOUT, .revents = 0};
+  if (::poll(&output, 1, 0) == 1) {
+    [[maybe_unused]] const auto written = ::write(STDERR_FILENO, kLine.data(), kLine.size());
+  }
+  errno = savedError;
+}
+
 void limitRealtime() {
-  rlimit limit{};
-  if (::getrlimit(RLIMIT_RTTIME, &limit) != 0) return;
-  limit.rlim_cur = std::min(limit.rlim_max, kRealtimeLimitMicroseconds);
-  limit.rlim_max = limit.rlim_cur;
-  ::setrlimit(RLIMIT_RTTIME, &limit);
+  static std::once_flag once;
+  std::call_once(once, [] {
+    struct sigaction action{};
+    action.sa_handler = onOverrun;
+    action.sa_flags = static_cast<int>(SA_RESTART);
+    ::sigaction(SIGXCPU, &action, nullptr);
+
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_RTTIME, &limit) != 0) return;
+    limit.rlim_max = std::min(limit.rlim_max, kHardLimitMicroseconds);
+    limit.rlim_cur = std::min(limit.rlim_max, kSoftLimitMicroseconds);
+    ::setrlimit(RLIMIT_RTTIME, &limit);
+  });
+}
+
+void remember(pid_t thread) {
+  static std::atomic<std::size_t> next = 0;
+  realtimeThreads[next++ % realtimeThreads.size()] = thread;
+}
+
+bool takeDirectly() {
+  limitRealtime();
+  remember(::gettid());
+  return setPriority(0, SCHED_FIFO, kPriority);
+}
+
+bool takeThroughRtkit(pid_t thread) {
+  auto request = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.RealtimeKit1"),
+                                                QStringLiteral("/org/freedesktop/RealtimeKit1"),
+                                                QStringLiteral("org.freedesktop.RealtimeKit1"),
+                                                QStringLiteral("MakeThreadRealtimeWithPID"));
+  request << static_cast<qulonglong>(::getpid()) << static_cast<qulonglong>(thread)
+          << static_cast<uint>(kPriority);
+  const auto answer =
+      QDBusConnection::systemBus().call(request, QDBus::Block, kRtkitTimeoutMilliseconds);
+  return answer.type() == QDBusMessage::ReplyMessage;
 }
 
 }  // namespace
@@ -44,23 +108,9 @@ std::string_view describe(RealtimeGrant grant) {
   return "not granted";
 }
 
-bool takeRealtime() {
-  limitRealtime();
-  const sched_param parameters{.sched_priority = kPriority};
-  return ::sched_setscheduler(0, SCHED_FIFO | SCHED_RESET_ON_FORK, &parameters) == 0;
-}
-
-bool takeRealtimeThroughRtkit(pid_t thread) {
-  limitRealtime();
-  auto request = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.RealtimeKit1"),
-                                                QStringLiteral("/org/freedesktop/RealtimeKit1"),
-                                                QStringLiteral("org.freedesktop.RealtimeKit1"),
-                                                QStringLiteral("MakeThreadRealtimeWithPID"));
-  request << static_cast<qulonglong>(::getpid()) << static_cast<qulonglong>(thread)
-          << static_cast<uint>(kPriority);
-  const auto answer =
-      QDBusConnection::systemBus().call(request, QDBus::Block, kRtkitTimeoutMilliseconds);
-  return answer.type() == QDBusMessage::ReplyMessage;
+void requestRealtime(Queue& backgroundQueue) {
+  if (takeDirectly()) return;
+  backgroundQueue.async([thread = ::gettid()] { takeThroughRtkit(thread); });
 }
 
 RealtimeGrant tryRealtime() {
@@ -68,11 +118,11 @@ RealtimeGrant tryRealtime() {
   std::promise<void> done;
   auto grant = RealtimeGrant::kDirect;
   std::thread thread([&refused, end = done.get_future()] {
-    refused.set_value(takeRealtime() ? 0 : ::gettid());
+    refused.set_value(takeDirectly() ? 0 : ::gettid());
     end.wait();
   });
   if (const auto id = refused.get_future().get(); id != 0) {
-    grant = takeRealtimeThroughRtkit(id) ? RealtimeGrant::kRtkit : RealtimeGrant::kNone;
+    grant = takeThroughRtkit(id) ? RealtimeGrant::kRtkit : RealtimeGrant::kNone;
   }
   done.set_value();
   thread.join();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/queue.h"
+
 #include <sys/types.h>
 
 #include <string_view>
@@ -10,18 +12,16 @@ enum class RealtimeGrant { kNone, kDirect, kRtkit };
 
 std::string_view describe(RealtimeGrant grant);
 
-/// Asks for real-time scheduling (SCHED_FIFO, reset on fork) of the calling thread from the
-/// kernel itself; false where the process has no right to it. Limits the processor time that this
-/// process's real-time threads may take without a wait to 200 ms.
-bool takeRealtime();
+/// Asks for real-time scheduling (SCHED_FIFO, reset on fork) of the calling thread: the kernel
+/// itself, or where the process has no right to it rtkit, a little later on `backgroundQueue`,
+/// which outlives the thread. Goes on without where neither grants it.
+///
+/// Real time never ends the program: a real-time thread that runs for 100 ms without a wait takes
+/// all of them back to ordinary priority, with a line on standard error.
+void requestRealtime(Queue& backgroundQueue);
 
-/// Asks rtkit on the system's D-Bus for real-time scheduling of `thread` of this process, with the
-/// same limit, which it demands. May wait for rtkit to start; false when there
-/// is none or it refuses. Not on the thread itself, which would be late meanwhile.
-bool takeRealtimeThroughRtkit(pid_t thread);
-
-/// What a thread of this process would get, tried out on one that ends with the call. May wait for
-/// rtkit.
+/// What a thread of this process would get, tried out on one that ends with the call. May wait 2 s
+/// for rtkit.
 RealtimeGrant tryRealtime();
 
 }  // namespace quorin::dispatch

@@ -1,18 +1,18 @@
 #include "platform/dispatch/system_scheduler.h"
 
-#include "platform/dispatch/epoll_waker.h"
 #include "core/queue_core.h"
+#include "platform/dispatch/epoll_waker.h"
 #include "platform/dispatch/realtime.h"
 
 #include <pthread.h>
 #include <time.h>
-#include <unistd.h>
 
 #include <QSocketNotifier>
 #include <QThread>
 #include <array>
 #include <atomic>
 #include <cassert>
+#include <functional>
 #include <thread>
 
 namespace quorin::dispatch {
@@ -38,12 +38,12 @@ void nameThread(const std::string& label) {
 
 class ThreadQueue : public CoreQueue<SerialQueue> {
  public:
-  /// `onRefused` runs on the new thread when the kernel itself does not grant real-time priority.
-  ThreadQueue(const Loop& loop, Priority priority, std::move_only_function<void(pid_t)> onRefused)
+  /// `onThread` runs on the new thread, first of all.
+  explicit ThreadQueue(const Loop& loop, std::function<void()> onThread = {})
       : CoreQueue(loop.core), waker_(*loop.waker) {
-    thread_ = std::thread([this, priority, onRefused = std::move(onRefused)]() mutable {
+    thread_ = std::thread([this, onThread = std::move(onThread)] {
       nameThread(label());
-      if (priority == Priority::kRealtime && !takeRealtime() && onRefused) onRefused(::gettid());
+      if (onThread) onThread();
       run();
     });
   }
@@ -101,13 +101,13 @@ class MainQueue : public CoreQueue<Queue> {
 
  private:
   /// Then the event loop has its turn: a flood of work never freezes the window.
-  static constexpr int kMostPiecesPerTurn = 32;
+  static constexpr int kMaxPiecesPerTurn = 32;
 
   void runSome() {
     waker_.collect(*core_, EpollWaker::Wait::kNo);
     int pieces = 0;
-    while (pieces < kMostPiecesPerTurn && core_->runOne()) ++pieces;
-    if (pieces == kMostPiecesPerTurn) waker_.wake();
+    while (pieces < kMaxPiecesPerTurn && core_->runOne()) ++pieces;
+    if (pieces == kMaxPiecesPerTurn) waker_.wake();
     waker_.setDeadline(core_->nextDeadline());
   }
 
@@ -118,7 +118,9 @@ class MainQueue : public CoreQueue<Queue> {
 class SystemScheduler : public Scheduler {
  public:
   SystemScheduler()
-      : main_(makeLoop("main")), utility_(makeLoop("utility"), Priority::kNormal, nullptr) {}
+      : main_(makeLoop("main")),
+        utility_(makeLoop("utility")),
+        background_(makeLoop("background")) {}
 
   TimePoint now() const override { return std::chrono::steady_clock::now(); }
   BootTime bootNow() const override {
@@ -129,21 +131,24 @@ class SystemScheduler : public Scheduler {
   WallTime wallNow() const override { return std::chrono::system_clock::now(); }
   Queue& mainQueue() override { return main_; }
   Queue& utilityQueue() override { return utility_; }
+  Queue& backgroundQueue() override { return background_; }
 
   void end() override {
+    background_.end();
     utility_.end();
     main_.end();
   }
 
   std::unique_ptr<SerialQueue> makeSerialQueue(std::string label, Priority priority) override {
-    return std::make_unique<ThreadQueue>(
-        makeLoop(std::move(label)), priority,
-        [this](pid_t thread) { utility_.async([thread] { takeRealtimeThroughRtkit(thread); }); });
+    std::function<void()> onThread;
+    if (priority == Priority::kRealtime) onThread = [this] { requestRealtime(background_); };
+    return std::make_unique<ThreadQueue>(makeLoop(std::move(label)), std::move(onThread));
   }
 
  private:
   MainQueue main_;
   ThreadQueue utility_;
+  ThreadQueue background_;
 };
 
 }  // namespace

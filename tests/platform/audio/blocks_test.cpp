@@ -1,4 +1,4 @@
-#include "platform/audio/backend/reblocker.h"
+#include "platform/audio/reblocker.h"
 #include "platform/audio/format.h"
 
 #include <gtest/gtest.h>

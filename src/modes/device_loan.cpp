@@ -1,0 +1,118 @@
+#include "modes/device_loan.h"
+
+#include "core/log.h"
+
+#include <QCoreApplication>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QStringList>
+#include <utility>
+
+namespace quorin::app {
+namespace {
+
+constexpr auto kLogArea = "device";
+constexpr int kGiveBackMs = 2000;
+
+/// Beside this program, as it is built and installed, else wherever programs are.
+QString helperProgram() {
+  const auto name = QStringLiteral("quorin-device");
+  const auto here = QStandardPaths::findExecutable(name, {QCoreApplication::applicationDirPath()});
+  return here.isEmpty() ? QStandardPaths::findExecutable(name) : here;
+}
+
+LoanFailure failureNamed(const QString& cause) {
+  if (cause == "server") return LoanFailure::kNoServer;
+  if (cause == "refused") return LoanFailure::kRefused;
+  return LoanFailure::kOther;
+}
+
+}  // namespace
+
+DeviceLoan::~DeviceLoan() {
+  reports_ = {};
+  endHelper();
+}
+
+void DeviceLoan::lend() {
+  if (helper_ && isLending_) return command("lend");
+  endHelper();
+  isLending_ = true;
+  startHelper("lend");
+}
+
+void DeviceLoan::watch() {
+  if (helper_) return;
+  isLending_ = false;
+  startHelper("watch");
+}
+
+void DeviceLoan::startHelper(const char* verb) {
+  const QString program = helperProgram();
+  if (program.isEmpty()) return fail(LoanFailure::kHelperMissing);
+  helper_ = std::make_unique<QProcess>();
+  helper_->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+  QObject::connect(helper_.get(), &QProcess::readyReadStandardOutput, helper_.get(), [this] {
+    while (helper_ && helper_->canReadLine()) {
+      take(QString::fromUtf8(helper_->readLine()).trimmed());
+    }
+  });
+  // Later: it is destroyed by this, and must not be in one of its signals then.
+  QObject::connect(
+      helper_.get(), &QProcess::finished, helper_.get(), [this] { onEnded(); },
+      Qt::QueuedConnection);
+  QObject::connect(
+      helper_.get(), &QProcess::errorOccurred, helper_.get(),
+      [this](QProcess::ProcessError error) {
+        if (error != QProcess::FailedToStart) return;
+        helper_.reset();
+        fail(LoanFailure::kHelperMissing);
+      },
+      Qt::QueuedConnection);
+  helper_->start(program, {QString::fromLatin1(verb)});
+}
+
+void DeviceLoan::endHelper() {
+  if (!helper_) return;
+  helper_->disconnect();
+  helper_->closeWriteChannel();
+  // One that an unresponsive server holds up is left to itself: destroying it would kill it.
+  if (!helper_->waitForFinished(kGiveBackMs)) (void)helper_.release();
+  helper_.reset();
+}
+
+void DeviceLoan::command(const char* line) {
+  if (helper_) helper_->write(QByteArray(line) + '\n');
+}
+
+void DeviceLoan::take(const QString& line) {
+  log::detail(kLogArea, line.toStdString());
+  const auto fields = line.split('\t');
+  const auto& word = fields.first();
+  if (word == "ready") {
+    isLent_ = true;
+    if (reports_.lent) reports_.lent();
+  } else if (word == "failed") {
+    fail(failureNamed(fields.value(1)));
+  } else if (word == "playing-here on" || word == "playing-here off") {
+    playsHere_ = word.endsWith("on");
+  } else if (word == "clear" || word == "muted" || word == "elsewhere") {
+    elsewhere_ = {.muted = word == "muted", .program = fields.value(1), .device = fields.value(2)};
+  }
+  if (reports_.changed) reports_.changed();
+}
+
+void DeviceLoan::onEnded() {
+  helper_.reset();
+  const bool ofItself = std::exchange(isLent_, false);
+  playsHere_ = false;
+  elsewhere_ = {};
+  if (ofItself) log::note(kLogArea, "quorin-device has ended");
+  if (reports_.changed) reports_.changed();
+}
+
+void DeviceLoan::fail(LoanFailure failure) {
+  if (isLending_ && reports_.failed) reports_.failed(failure);
+}
+
+}  // namespace quorin::app

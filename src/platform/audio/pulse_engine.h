@@ -1,0 +1,67 @@
+#pragma once
+
+#include "platform/audio/audio_server.h"
+#include "platform/audio/pulse_connection.h"
+#include "platform/audio/reblocker.h"
+
+#include <pulse/pulseaudio.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace quorin::audio {
+
+class PulseServer;
+struct PulseSource;
+
+/// A recording by name, which no mixer can move: where the default goes, it decides to go too.
+class PulseEngine : public AudioEngine {
+ public:
+  PulseEngine(PulseServer& server, SourceTest accepts);
+  ~PulseEngine() override;
+
+  Format inputFormat() override;
+  void installTap(std::size_t frames, TapHandler handler) override;
+  void removeTap() override;
+  std::expected<void, Error> start() override;
+  void stop() override;
+  void reset() override;
+
+  /// With the connection locked, after the default source or the connection changed: records the
+  /// default source if it is accepted, else nothing.
+  void follow();
+
+ private:
+  struct DropStream {
+    void operator()(pa_stream* stream) const;
+  };
+
+  /// What the tap gets. With the connection locked.
+  struct Tap {
+    std::size_t wireFrames;  ///< wanted length, at 44100 Hz
+    TapHandler handler;
+    std::optional<Reblocker> reblocker;  ///< once the engine has started
+  };
+
+  std::expected<void, Error> startLocked();
+  void chooseFormat(const PulseSource& source);
+  void record(const PulseSource& source);
+  void drop();
+  void streamStateChanged();
+  void readAvailable(std::size_t readable);
+
+  PulseServer& server_;
+  const SourceTest accepts_;
+
+  // With the connection locked.
+  std::optional<Tap> tap_;
+  bool running_ = false;
+  pa_sample_spec sampleSpec_{};  ///< of the blocks, from a start on
+  pa_channel_map channelMap_{};
+  std::string recorded_;  ///< the source's name; empty: none
+  std::unique_ptr<pa_stream, DropStream> stream_;
+  PulseConnection::Timer retryTimer_;
+};
+
+}  // namespace quorin::audio

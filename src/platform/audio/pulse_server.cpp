@@ -1,0 +1,72 @@
+#include "platform/audio/pulse_server.h"
+
+#include "platform/audio/pulse_engine.h"
+#include "platform/dispatch/realtime.h"
+
+namespace quorin::audio {
+
+PulseServer::PulseServer(dispatch::Queue& backgroundQueue)
+    : devices_([this](const DefaultDevices& devices) { publishDevices(devices); }),
+      connection_({.onThread = [&backgroundQueue] { dispatch::requestRealtime(backgroundQueue); },
+                   .connected = [this](pa_context* context) { devices_.connected(context); },
+                   .disconnected = [this](int error) { disconnected(error); }}) {}
+
+DefaultDevices PulseServer::defaultDevices() const {
+  const dispatch::Lock lock(mutex_);
+  return state_.devices;
+}
+
+RecordingAccess PulseServer::recordingAccess() const {
+  const dispatch::Lock lock(mutex_);
+  return state_.access;
+}
+
+void PulseServer::setChangeHandler(dispatch::Queue& queue, dispatch::Task handler) {
+  auto source = queue.makeEventSource(std::move(handler));
+  const dispatch::Lock lock(mutex_);
+  changeSource_.swap(source);
+  if (state_ != State()) changeSource_->signal();  // what came before the handler
+}
+
+std::unique_ptr<AudioEngine> PulseServer::makeEngine(SourceTest accepts) {
+  return std::make_unique<PulseEngine>(*this, std::move(accepts));
+}
+
+bool PulseServer::waitForDevices(std::chrono::milliseconds limit) {
+  connection_.retryNow();
+  connection_.waitUntil(limit, [this] {
+    return devices_.areKnown() || (connection_.ready() == nullptr && !connection_.isConnecting());
+  });
+  return devices_.areKnown();
+}
+
+void PulseServer::noteRecordingAccess(RecordingAccess access) {
+  publish([access](State& state) { state.access = access; });
+}
+
+void PulseServer::disconnected(int error) {
+  // A refusal holds until a server says otherwise; with no server there is nothing to say.
+  noteRecordingAccess(error == PA_ERR_ACCESS ? RecordingAccess::kRefused
+                                             : RecordingAccess::kUnknown);
+  devices_.disconnected();
+}
+
+void PulseServer::publishDevices(const DefaultDevices& devices) {
+  publish([&devices](State& state) { state.devices = devices; });
+  for (auto* engine : engines_) engine->follow();
+  connection_.changed();
+}
+
+template <typename Change>
+void PulseServer::publish(Change change) {
+  const dispatch::Lock lock(mutex_);
+  const auto before = state_;
+  change(state_);
+  if (changeSource_ && state_ != before) changeSource_->signal();
+}
+
+std::unique_ptr<AudioServer> connectToAudioServer(dispatch::Queue& backgroundQueue) {
+  return std::make_unique<PulseServer>(backgroundQueue);
+}
+
+}  // namespace quorin::audio

@@ -1,0 +1,65 @@
+#include "ui/stream_controls.h"
+
+#include "ui/appearance.h"
+
+#include <QPainter>
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+
+namespace quorin::app {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kLookInterval = 100ms;
+constexpr int kDecibels = 60;
+constexpr int kFallPerLook = 6;  ///< dB, so that a word does not flicker
+
+}  // namespace
+
+CheckBox::CheckBox(const QString& text, QWidget* parent) : QCheckBox(text, parent) {
+  setPalette(darkPalette());
+  setFont(systemFont(13));
+}
+
+LevelMeter::LevelMeter(const QString& name, QWidget* parent) : QProgressBar(parent) {
+  setRange(0, kDecibels);
+  setValue(0);
+  setTextVisible(false);
+  setAccessibleName(name);
+  timer_.setInterval(kLookInterval);
+  connect(&timer_, &QTimer::timeout, this, [this] { look(); });
+}
+
+void LevelMeter::showEvent(QShowEvent* event) {
+  QProgressBar::showEvent(event);
+  timer_.start();
+}
+
+void LevelMeter::hideEvent(QHideEvent* event) {
+  timer_.stop();
+  QProgressBar::hideEvent(event);
+}
+
+void LevelMeter::look() {
+  const float peak = takePeak_ ? takePeak_() : 0;
+  const double level = peak > 0 ? kDecibels + 20 * std::log10(static_cast<double>(peak)) : 0;
+  setValue(std::clamp(static_cast<int>(std::lround(level)), std::max(0, value() - kFallPerLook),
+                      kDecibels));
+}
+
+void LevelMeter::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(Qt::NoPen);
+  QRectF bar = rect();
+  const double radius = bar.height() / 2;
+  painter.setBrush(withAlpha(colors::kWhite, 0.15));
+  painter.drawRoundedRect(bar, radius, radius);
+  bar.setWidth(bar.width() * value() / kDecibels);
+  painter.setBrush(colors::kGreen);
+  painter.drawRoundedRect(bar, radius, radius);
+}
+
+}  // namespace quorin::app

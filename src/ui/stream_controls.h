@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QCheckBox>
+#include <QProgressBar>
+#include <QTimer>
+#include <functional>
+
+/// Controls of the pages that stream.
+namespace quorin::app {
+
+/// A check box in the window's own colours.
+class CheckBox : public QCheckBox {
+  Q_OBJECT
+ public:
+  CheckBox(const QString& text, QWidget* parent);
+};
+
+/// A thin bar that shows at a glance that sound flows: the peak since the last look, over 60 dB. It
+/// looks only while it is visible, and repaints only when it changes.
+class LevelMeter : public QProgressBar {
+  Q_OBJECT
+ public:
+  LevelMeter(const QString& name, QWidget* parent);
+
+  /// `takePeak` gives the largest sample, 0 to 1, since it was last called.
+  void setSource(std::function<float()> takePeak) { takePeak_ = std::move(takePeak); }
+
+ protected:
+  void showEvent(QShowEvent* event) override;
+  void hideEvent(QHideEvent* event) override;
+  void paintEvent(QPaintEvent* event) override;
+
+ private:
+  void look();
+
+  std::function<float()> takePeak_;
+  QTimer timer_;
+};
+
+}  // namespace quorin::app

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "quorin-device/virtual_device.h"
+
+/// The commands that last as long as whoever started them.
+namespace quorin::device {
+
+enum class Duty : std::uint8_t { kLend, kWatch };
+
+/// Runs until standard input ends, or SIGTERM, SIGINT or SIGHUP comes; blocks these signals.
+///
+/// `kLend` lends the device to whoever started this: creates it where it is missing, makes it the
+/// default and moves what plays to it; at the end it undoes that, but for what the user has changed
+/// meanwhile. An audio server that restarts gets it again. Both duties report where sound goes.
+///
+/// Lines for programs go to `say`:
+///
+///     ready                    the device is default, and what played has moved
+///     failed TAB CAUSE TAB TEXT   it cannot be lent: "server", "refused" or "other", and why
+///     playing-here on | off    whether the loudspeakers play the device's sound as well
+///     clear, muted, elsewhere  see `soundLine`
+///
+/// and come from standard input:
+///
+///     lend                     once more, after the user has changed a default
+///     play-here on | off       the former default output plays as well
+///     move                     what plays elsewhere goes to the device, which is unmuted
+///
+/// True when it ended as asked, false when there was no device to be had from the beginning.
+bool serve(Duty duty, const Places& places, const Say& say);
+
+}  // namespace quorin::device
