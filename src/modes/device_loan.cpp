@@ -29,6 +29,8 @@ LoanFailure failureNamed(const QString& cause) {
 
 }  // namespace
 
+DeviceLoan::DeviceLoan() = default;
+
 DeviceLoan::~DeviceLoan() {
   reports_ = {};
   endHelper();

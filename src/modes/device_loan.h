@@ -31,7 +31,7 @@ class DeviceLoan {
     std::function<void()> changed;  ///< one of the getters
   };
 
-  DeviceLoan() = default;
+  DeviceLoan();
   /// Gives the device back; waits for that, at most 2 s.
   ~DeviceLoan();
   DeviceLoan(const DeviceLoan&) = delete;

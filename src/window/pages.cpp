@@ -97,7 +97,8 @@ void Pages::showCableChannel(bool connected) {
 }
 
 void Pages::showSound(const Sound& sound) {
-  const auto& [texts, views] = std::tie(parts_.texts, parts_.views);
+  const Texts& texts = parts_.texts;
+  const Views& views = parts_.views;
   const auto& elsewhere = sound.elsewhere;
   const bool movable = elsewhere.muted || !elsewhere.program.isEmpty();
   setText(*views.silenceLabel_,

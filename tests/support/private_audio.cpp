@@ -53,15 +53,34 @@ bool PrivateAudioServer::pactl(std::vector<std::string> arguments) const {
              .wait() == 0;
 }
 
-std::ptrdiff_t PrivateAudioServer::recordings() const {
-  const auto list = folder_ / "recordings.txt";
-  std::filesystem::remove(list);
-  ChildProcess({.arguments = {"pactl", "list", "short", "source-outputs"},
-                .environment = environment_,
-                .output = list})
+std::string PrivateAudioServer::ask(std::vector<std::string> arguments) const {
+  const auto answer = folder_ / "answer.txt";
+  std::filesystem::remove(answer);
+  arguments.insert(arguments.begin(), "pactl");
+  ChildProcess({.arguments = std::move(arguments), .environment = environment_, .output = answer})
       .wait();
-  std::ifstream lines(list);
-  return std::count(std::istreambuf_iterator(lines), {}, '\n');
+  return contentOf(answer);
+}
+
+std::string PrivateAudioServer::defaults() const {
+  std::string names = ask({"get-default-sink"}) + ask({"get-default-source"});
+  std::ranges::replace(names, '\n', ' ');
+  return names.substr(0, names.find_last_not_of(' ') + 1);
+}
+
+bool PrivateAudioServer::isPlaying(const std::string& sink) const {
+  std::istringstream sinks(ask({"list", "short", "sinks"}));
+  const std::string playbacks = ask({"list", "short", "sink-inputs"});
+  for (std::string line; std::getline(sinks, line);) {
+    if (!line.contains('\t' + sink + '\t')) continue;
+    // The second column is the number of the sink.
+    return playbacks.contains('\t' + line.substr(0, line.find('\t')) + '\t');
+  }
+  return false;
+}
+
+std::ptrdiff_t PrivateAudioServer::recordings() const {
+  return std::ranges::count(ask({"list", "short", "source-outputs"}), '\n');
 }
 
 void PrivateAudioServer::signalAll(int signal) {

@@ -36,6 +36,10 @@ class PrivateAudioServer {
   bool setDefaultSource(const std::string& name) const;
   bool setDefaultSink(const std::string& name) const;
   bool pactl(std::vector<std::string> arguments) const;
+  /// "SINK SOURCE", as the server names its defaults.
+  std::string defaults() const;
+  /// Whether a program plays into the sink.
+  bool isPlaying(const std::string& sink) const;
   /// How many streams record.
   std::ptrdiff_t recordings() const;
 
@@ -58,6 +62,8 @@ class PrivateAudioServer {
   PrivateAudioServer();
 
   virtual void launch() = 0;
+  /// What `pactl` answers.
+  std::string ask(std::vector<std::string> arguments) const;
   void signalAll(int signal);
 
   TemporaryDirectory directory_;
