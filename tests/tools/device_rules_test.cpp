@@ -147,8 +147,10 @@ TEST(LoginScript, KeepsTheUsersLinesAndLosesOnlyOurs) {
   for (const auto& [situation, script, rest] : cases) {
     SCOPED_TRACE(situation);
     EXPECT_EQ(withoutDevice(script), rest);
-    if (rest) EXPECT_EQ(withoutDevice(withDevice(script, system)), rest);
-    if (rest) EXPECT_EQ(withDevice(withDevice(script, system), system), withDevice(script, system));
+    if (!rest) continue;
+    const auto with = withDevice(script, system);
+    EXPECT_EQ(withoutDevice(with), rest);
+    EXPECT_EQ(withDevice(with, system), with) << "twice is once";
   }
   EXPECT_EQ(withoutDevice(withDevice("nop", system)), "nop\n");
 }
