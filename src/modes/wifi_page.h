@@ -31,18 +31,18 @@ struct WiFiPage {
   };
 
   Content content = Content::kCode;
-  QString title;
-  QString detail;
-  QString info;  ///< the line above the dots
-  std::vector<Phone> phones;
+  QString title{};
+  QString detail{};
+  QString info{};  ///< the line above the dots
+  std::vector<Phone> phones{};
 
-  QString address;  ///< where phones reach this computer; empty without a network
-  std::vector<NetworkChoice> networks;
+  QString address{};  ///< where phones reach this computer; empty without a network
+  std::vector<NetworkChoice> networks{};
   QString port = QString::number(wire::kDefaultPort);
-  std::optional<std::uint16_t> otherPort;  ///< of a problem: one that is free
+  std::optional<std::uint16_t> otherPort{};  ///< of a problem: one that is free
 
-  QString codeText;           ///< what the code says: address, colon, port
-  pictures::PicturePtr code;  ///< none until there was something to encode
+  QString codeText{};           ///< what the code says: address, colon, port
+  pictures::PicturePtr code{};  ///< none until there was something to encode
 
   bool operator==(const WiFiPage&) const = default;
 };

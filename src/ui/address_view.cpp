@@ -13,16 +13,17 @@ namespace quorin::app {
 namespace {
 
 constexpr int kPixels = 18;
-constexpr std::chrono::milliseconds kSayingCopied{2000};
+constexpr std::chrono::milliseconds kSayingCopied{1500};
 
 }  // namespace
 
 AddressView::AddressView(const Texts& texts, QWidget* parent)
-    : QWidget(parent),
+    : ContainerView(parent),
       texts_(texts),
       text_(new QLineEdit(this)),
       copy_(new PushButton(texts.tr("address.copy"), systemFont(13), looks::kPlain, this)),
       network_(new PushButton({}, systemFont(13), looks::kPlain, this)) {
+  setAccessibleName(texts.tr("address.name"));
   text_->setReadOnly(true);
   text_->setFrame(false);
   text_->setFont(systemFont(kPixels, QFont::DemiBold));
@@ -61,7 +62,8 @@ void AddressView::showAddress(const QString& text, const std::vector<NetworkChoi
   constexpr int kCursorAndMargins = 12;
   text_->setFixedWidth(text_->fontMetrics().horizontalAdvance(text) + kCursorAndMargins);
   copy_->setAccessibleName(texts_.tr("address.copy_it", text));
-  const auto current = std::ranges::find(networks_, text.section(u':', 0, 0), &NetworkChoice::address);
+  const auto current =
+      std::ranges::find(networks_, text.section(u':', 0, 0), &NetworkChoice::address);
   const QString name = current == networks_.end() ? QString() : current->name;
   network_->setText(name + QStringLiteral(" ▾"));
   network_->setAccessibleName(texts_.tr("address.network", name));
@@ -79,7 +81,7 @@ void AddressView::copy() {
 bool AddressView::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() != QEvent::KeyPress ||
       !static_cast<QKeyEvent*>(event)->matches(QKeySequence::Copy)) {
-    return QWidget::eventFilter(watched, event);
+    return ContainerView::eventFilter(watched, event);
   }
   const QString selected = text_->selectedText();
   copy();

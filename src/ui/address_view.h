@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ui/containers.h"
 #include "ui/controls.h"
 #include "ui/texts.h"
 
@@ -19,7 +20,7 @@ struct NetworkChoice {
 };
 
 /// "ADDRESS:PORT" to read, select and copy, and a menu of networks where there are several.
-class AddressView : public QWidget {
+class AddressView : public ContainerView {
   Q_OBJECT
  public:
   /// `texts` outlives this.

@@ -125,26 +125,25 @@ class Pages {
     if (visibleViews(state_).contains(onlineTitleLabel_)) layOutTitleInTheMiddle(textWidth);
   }
 
-  /// The title, and beneath it what a problem has to say and to offer. Without those the title
-  /// alone is centred.
+  /// The title, and beneath it what a problem has to say and to offer, centred as one.
   void layOutTitleInTheMiddle(double textWidth) {
-    const bool isProblem = state_.wifi == WiFiPage::Content::kProblem;
     constexpr double kButtonHeight = 36;
+    const bool isProblem = state_.wifi == WiFiPage::Content::kProblem;
     const double titleHeight = measure_.textHeight(onlineTitleLabel_, textWidth);
-    const double detailHeight = measure_.textHeight(onlineDetailLabel_, textWidth);
+    const double detailHeight = isProblem ? measure_.textHeight(onlineDetailLabel_, textWidth) : 0;
     const double beneath = isProblem ? 14 + detailHeight + 28 + kButtonHeight : 0;
-    const double y = (h_ - titleHeight - beneath) / 2 + beneath;
-    layout_[onlineTitleLabel_] = {20, y, textWidth, titleHeight};
-    layout_[onlineDetailLabel_] = {20, y - 14 - detailHeight, textWidth, detailHeight};
+    const double bottom = (h_ - titleHeight - beneath) / 2;
+    layout_[onlineTitleLabel_] = {20, bottom + beneath, textWidth, titleHeight};
+    if (!isProblem) return;
 
-    const double buttonY = y - beneath;
+    layout_[onlineDetailLabel_] = {20, bottom + kButtonHeight + 28, textWidth, detailHeight};
     constexpr double kGap = 16;
     const double retry = buttonWidth(onlineRetryButton_);
-    const double other = state_.otherPort ? buttonWidth(onlineOtherPortButton_) : -kGap;
-    const double x = std::floor((w_ - retry - kGap - other) / 2);
-    layout_[onlineRetryButton_] = {x, buttonY, retry, kButtonHeight};
+    const double other = state_.otherPort ? kGap + buttonWidth(onlineOtherPortButton_) : 0;
+    const double x = std::floor((w_ - retry - other) / 2);
+    layout_[onlineRetryButton_] = {x, bottom, retry, kButtonHeight};
     if (state_.otherPort) {
-      layout_[onlineOtherPortButton_] = {x + retry + kGap, buttonY, other, kButtonHeight};
+      layout_[onlineOtherPortButton_] = {x + retry + kGap, bottom, other - kGap, kButtonHeight};
     }
   }
 

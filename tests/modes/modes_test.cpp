@@ -1,13 +1,15 @@
-#include "modes/menu.h"
-#include "modes/sound_path.h"
-#include "ui/texts.h"
-#include "modes/wifi_mode.h"
 #include "audio/fake_engine.h"
 #include "core/simulated_scheduler.h"
+#include "modes/menu.h"
+#include "modes/sound_path.h"
+#include "modes/wifi_mode.h"
+#include "ui/texts.h"
 #include "wifi/wifi_fixture.h"
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <functional>
 #include <memory>
 
@@ -22,18 +24,25 @@ using testing::IsEmpty;
 class KeyTable : public StringTable {
  public:
   QString text(const char* key, std::optional<int> n) const override {
-    return n ? QStringLiteral("%1(%2)").arg(key).arg(*n) : QString::fromLatin1(key);
+    const auto name = QString::fromLatin1(key);
+    if (n) return name + QStringLiteral("(%1)").arg(*n);
+    if (name == "phone.listening") return name + "(%1, %2)";
+    const auto entry = std::ranges::find(kTextKeys, std::string_view(key), &RegisteredKey::name);
+    return entry->shape == Shape::kPattern ? name + "(%1)" : name;
   }
 };
 
 class FakeWindow : public WiFiPageView, public MenuView {
  public:
   enum class Front { kMenu, kWiFi, kCable };
+  using Content = WiFiPage::Content;
 
   void openWiFiPage() override { front = Front::kWiFi; }
   void showWiFiPage(const WiFiPage& shown) override {
     page = shown;
-    if (page.networkMessage && onNetworkMessage) std::exchange(onNetworkMessage, nullptr)();
+    ++shows;
+    if (page.content == Content::kMessage && onNetworkMessage)
+      std::exchange(onNetworkMessage, nullptr)();
   }
   void presentMessage(const QString& text, bool) override { console.push_back(text.toStdString()); }
   void openMenuPage() override { front = Front::kMenu; }
@@ -41,13 +50,14 @@ class FakeWindow : public WiFiPageView, public MenuView {
   void confirmStop(std::function<void()> stop) override { question = std::move(stop); }
   void showPrivacyTerms() override {}
 
-  /// What the page says where a person looks first.
+  /// What the page says where one looks first.
   std::string headline() const {
-    return (page.networkMessage ? page.title : page.info).toStdString();
+    return (page.content == Content::kCode ? page.info : page.title).toStdString();
   }
 
   Front front = Front::kMenu;
   WiFiPage page;
+  int shows = 0;
   std::vector<std::string> console;
   std::function<void()> question;
   std::function<void()> onNetworkMessage;  ///< once
@@ -85,7 +95,7 @@ class ModesTest : public testing::Test {
   wifi::Phone joined() {
     wifi::Phone phone(port_);
     phone.says("<<HELLO>>");
-    time_.runPending();
+    time_.advance(200ms);
     EXPECT_THAT(phone.hears(), testing::SizeIs(2));
     return phone;
   }
@@ -99,6 +109,8 @@ class ModesTest : public testing::Test {
   const std::uint16_t port_ = wifi::freePort();
   dispatch::SimulatedScheduler time_;
   std::optional<std::string> address_ = "192.168.7.20";
+  std::vector<wifi::Candidate> otherNetworks_;
+  network::PortHolder holder_;
   KeyTable table_;
   Texts texts_{table_, {}};
   FakeWindow window_;
@@ -116,8 +128,16 @@ class ModesTest : public testing::Test {
   std::unique_ptr<dispatch::SerialQueue> queue_ = stream::AudioSender::makeQueue(time_);
   stream::AudioSender sender_{time_, *queue_, {&transport_, &cableSink_}};
   SoundPath sound_{time_, capture_, sender_};
-  WiFiMode wifi_{time_, {texts_, sound_, sender_, transport_, cable_, window_,
-                          [this] { return address_; }}};
+  WiFiMode wifi_{time_,
+                 {texts_, sound_, sender_, transport_, cable_, window_,
+                  [this] {
+                    auto all = otherNetworks_;
+                    if (address_) all.insert(all.begin(), {"eth0", *address_});
+                    return wifi::LocalNetworks{.candidates = all, .subnets = {}};
+                  },
+                  [this](const wifi::StartFailure& failure) {
+                    return ServerProblem{failure, holder_, wifi::freePort()};
+                  }}};
   Menu menu_{time_, {wifi_, cable_, sound_, window_}};
 
   void SetUp() override {
@@ -127,6 +147,7 @@ class ModesTest : public testing::Test {
 };
 
 using Front = FakeWindow::Front;
+using Content = WiFiPage::Content;
 
 TEST_F(ModesTest, ChoosingWiFiServesThePhoneThatScansTheCode) {
   choosesWiFi();
@@ -139,13 +160,13 @@ TEST_F(ModesTest, ChoosingWiFiServesThePhoneThatScansTheCode) {
   EXPECT_EQ(window_.headline(), "status.connected.one");
   auto second = joined();
   EXPECT_EQ(window_.headline(), "status.connected.many(2)");
-  EXPECT_EQ(window_.page.clients, 2U);
+  EXPECT_EQ(window_.page.phones.size(), 2U);
   for (int i = 0; i < 10; ++i) captures(0.5F);
   EXPECT_THAT(phone.hears(), testing::Contains(wifi::datagramOf(16384)));
 
   phone.says("<<STOP>>");
   second.says("<<STOP>>");
-  time_.runPending();
+  time_.advance(200ms);
   EXPECT_EQ(window_.headline(), "waiting_connection");
 }
 
@@ -240,13 +261,13 @@ TEST_F(ModesTest, AnotherAddressIsDrawnAndBoundAndPhonesMustGreetAnew) {
   address_ = "192.168.7.99";
   time_.advance(1200ms);
   EXPECT_EQ(window_.page.codeText.toStdString(), "192.168.7.99:" + std::to_string(port_));
-  EXPECT_EQ(window_.page.clients, 0U);
+  EXPECT_EQ(window_.page.phones.size(), 0U);
   EXPECT_FALSE(cable_.on);
   EXPECT_EQ(cable_.cleared, 1);
 
   auto again = joined();
   time_.advance(2200ms);  // the second binding, when the network has settled
-  EXPECT_EQ(window_.page.clients, 0U);
+  EXPECT_EQ(window_.page.phones.size(), 0U);
   EXPECT_EQ(window_.headline(), "waiting_connection");
   EXPECT_TRUE(somebodyAnswers());
 
@@ -265,7 +286,7 @@ TEST_F(ModesTest, APageStepThatIsDueWhenTheModeIsLeftDoesNothing) {
   time_.advance(10s);
   EXPECT_FALSE(window_.onNetworkMessage) << "there was no such step";
   EXPECT_FALSE(somebodyAnswers());
-  EXPECT_TRUE(window_.page.networkMessage) << "the page was drawn again";
+  EXPECT_EQ(window_.page.content, Content::kMessage) << "the page was drawn again";
 }
 
 TEST_F(ModesTest, ANetworkThatChangesBehindAnotherPageBringsNothingToTheFront) {
@@ -290,31 +311,124 @@ TEST_F(ModesTest, AnAudioServerThatStaysSilentKeepsMainWaitingForATenthOfTheTime
   EXPECT_LE(starts, 11);
 }
 
-TEST_F(ModesTest, WhatKeepsTheServerFromStartingIsSaidOnThePageUntilItStarts) {
-  for (const char* port : {"0", "abc", "65536"}) {
-    wifi_.setPort(port);
+TEST_F(ModesTest, ABusyPortIsSaidAndTriedAgainUntilItIsFree) {
+  std::optional held = network::DatagramSocket::open().value();
+  ASSERT_FALSE(held->bind(port_));
+  holder_ = {.program = "python3", .user = "ana", .isOwnUser = true};
+  choosesWiFi();
+  EXPECT_EQ(window_.page.content, Content::kProblem);
+  EXPECT_EQ(window_.headline(), "port.in_use(" + std::to_string(port_) + ")");
+  EXPECT_EQ(window_.page.detail, "port.holder.program(python3)\nport.tries_again");
+  time_.advance(9s);
+  EXPECT_THAT(window_.console, testing::ElementsAre("udp.port.bind_failed"));
+  EXPECT_FALSE(wifi_.isServerRunning());
+
+  held.reset();
+  time_.advance(2s);
+  EXPECT_EQ(window_.page.content, Content::kCode);
+  EXPECT_TRUE(somebodyAnswers());
+}
+
+TEST_F(ModesTest, AnotherPortServesAtOnce) {
+  for (const char* typed : {"0", "abc", "65536"}) {
+    wifi_.setPort(typed);
     choosesWiFi();
-    EXPECT_EQ(window_.headline(), "Introduce un puerto válido") << port;
+    EXPECT_EQ(window_.headline(), "Introduce un puerto válido") << typed;
     EXPECT_THAT(window_.console, testing::Contains("udp.port.invalid"));
     window_.console.clear();
+    const auto port = window_.page.otherPort.value();
+    wifi_.useOtherPort();
+    EXPECT_EQ(window_.page.codeText.toStdString(), "192.168.7.20:" + std::to_string(port));
+    EXPECT_EQ(window_.page.content, Content::kCode);
+    EXPECT_TRUE(wifi_.isServerRunning());
     goesBack();
   }
+}
 
-  WiFiMode other(time_, {texts_, sound_, sender_, transport_, cable_, window_,
-                          [this] { return address_; }});
-  other.setPort(QString::number(port_));
-  other.enter();
-  wifi_.setPort(QString::number(port_));
-  choosesWiFi();
-  EXPECT_EQ(window_.headline(), "udp.port.bind_failed");
-  EXPECT_FALSE(wifi_.isServerRunning());
-  EXPECT_TRUE(window_.page.code) << "the code is drawn all the same";
-  goesBack();
-  other.leave();
+TEST_F(ModesTest, WhyNothingListensDependsOnTheErrorAndTheHolder) {
+  const struct {
+    int error;
+    network::PortHolder holder;
+    const char* title;
+    const char* detail;
+  } cases[] = {
+      {EADDRINUSE, {}, "port.in_use(80)", "port.holder.unknown\nport.tries_again"},
+      {EADDRINUSE,
+       {.program = "quorin-stream", .user = "me", .isOwnUser = true},
+       "port.in_use(80)",
+       "port.holder.other_session\nport.tries_again"},
+      {EADDRINUSE,
+       {.program = "quorin-stream", .user = "maria"},
+       "port.in_use(80)",
+       "port.holder.other_user(maria)\nport.tries_again"},
+      {EACCES, {}, "port.not_permitted(80)", "port.not_permitted.advice\nport.tries_again"},
+      {EMFILE, {}, "udp.port.bind_failed", "port.tries_again"},
+  };
+  for (const auto& [error, holder, title, detail] : cases) {
+    WiFiState state;
+    state.problem = ServerProblem{{wifi::StartFailure::Step::kBind, error, 80}, holder};
+    const auto page = describe(state, texts_);
+    EXPECT_EQ(page.title, title);
+    EXPECT_EQ(page.detail, detail);
+  }
+}
 
+TEST_F(ModesTest, EachPhoneHasADotThatDisconnectsIt) {
   choosesWiFi();
-  EXPECT_EQ(window_.headline(), "waiting_connection");
-  EXPECT_TRUE(somebodyAnswers());
+  auto first = joined();
+  auto second = joined();
+  ASSERT_THAT(window_.page.phones, testing::SizeIs(2));
+  EXPECT_EQ(window_.page.phones[0].endpoint.toStdString(), first.key().text());
+  EXPECT_THAT(window_.page.phones[0].description.toStdString(),
+              testing::MatchesRegex("phone.listening\\(127.0.0.1, ..:..\\)"));
+  wifi_.disconnectPhone(window_.page.phones[0].endpoint);
+  time_.advance(200ms);
+  ASSERT_THAT(window_.page.phones, testing::SizeIs(1));
+  EXPECT_EQ(window_.page.phones[0].endpoint.toStdString(), second.key().text());
+  first.says("<<HELLO>>");
+  time_.advance(200ms);
+  EXPECT_THAT(window_.page.phones, testing::SizeIs(2)) << "it may come back";
+}
+
+TEST_F(ModesTest, ARefusedPhoneIsSaidWhileThePlacesAreTaken) {
+  choosesWiFi();
+  std::vector<wifi::Phone> phones;
+  for (int i = 0; i < 10; ++i) phones.push_back(joined());
+  EXPECT_EQ(window_.headline(), "status.connected.many(10)");
+  wifi::Phone refused(port_);
+  refused.says("<<HELLO>>");
+  time_.advance(200ms);
+  EXPECT_EQ(window_.headline(), "status.full");
+  phones[0].says("<<STOP>>");
+  time_.advance(200ms);
+  EXPECT_EQ(window_.headline(), "status.connected.many(9)");
+}
+
+TEST_F(ModesTest, WhatChangesNothingVisibleLaysNothingOut) {
+  choosesWiFi();
+  const int before = window_.shows;
+  wifi::Phone phone(port_);
+  for (int i = 0; i < 50; ++i) {
+    phone.says("<<HELLO>>");
+    phone.says("<<STOP>>");
+  }
+  time_.advance(3s);
+  EXPECT_EQ(window_.shows, before);
+}
+
+TEST_F(ModesTest, AnotherNetworkIsShownAndNobodyIsCutOff) {
+  otherNetworks_ = {{"wlan0", "10.0.0.9"}};
+  wifi_.chooseNetwork("10.0.0.77");  // not there
+  choosesWiFi();
+  EXPECT_EQ(window_.page.address, "192.168.7.20");
+  EXPECT_THAT(window_.page.networks,
+              testing::ElementsAre(NetworkChoice{"address.network.wired(eth0)", "192.168.7.20"},
+                                   NetworkChoice{"address.network.wifi(wlan0)", "10.0.0.9"}));
+  const auto phone = joined();
+  wifi_.chooseNetwork("10.0.0.9");
+  time_.advance(5s);
+  EXPECT_EQ(window_.page.codeText.toStdString(), "10.0.0.9:" + std::to_string(port_));
+  EXPECT_THAT(window_.page.phones, testing::SizeIs(1));
 }
 
 TEST_F(ModesTest, AStreamWithoutSoundIsSaidAndTakenBack) {

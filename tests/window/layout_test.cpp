@@ -103,7 +103,7 @@ TEST(LayoutTest, PlacesWhatDependsOnTheSizeOfTheWindow) {
 
 TEST(LayoutTest, AMessageInPlaceOfTheCodeStandsInTheMiddle) {
   ScreenState message = onPage(Page::kWifi);
-  message.wifi = WifiContent::kMessage;
+  message.wifi = WiFiPage::Content::kMessage;
   expectFrames(message, FakeMeasure(), onlineTitleLabel_, {20, 287.5, 680, 105},
                {20, 693.5, 2520, 53});
 }

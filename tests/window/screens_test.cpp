@@ -23,7 +23,7 @@ TEST_F(ScreensTest, WhatIsVisibleIsWhatTheStateSays) {
       EXPECT_EQ(widget->isVisible(), expected.contains(static_cast<View>(i))) << kViewNames[i];
     }
     int dots = 0;
-    for (const DotView* dot : views_.onlineStatusDots_) dots += dot->isVisible();
+    for (const PhoneDot* dot : views_.onlineStatusDots_) dots += dot->isVisible();
     EXPECT_EQ(dots, visibleStatusDots(state));
   }
 }
@@ -84,6 +84,12 @@ TEST_F(ScreensTest, LongTextsNeitherOverlapNorLeaveTheWindow) {
   views_.audioGuardTitleLabel_->setText("Leiten Sie den Ton dieses Rechners über Quorin Audio um");
   views_.onlineQRMicroLabel_->setText("Erfassen Sie den Code mit der Anwendung auf dem iPhone");
   views_.onlineInfoLabel_->setText("10 Empfangsgeräte sind derzeit verbunden");
+  views_.onlineDetailLabel_->setText(
+      "Ein anderes Programm eines anderen Benutzers dieses Rechners belegt ihn gerade.\n"
+      "Diese Seite versucht es von selbst alle zwei Sekunden von Neuem.");
+  views_.onlineOtherPortButton_->setText("Stattdessen Anschluss 9001 verwenden");
+  views_.onlineAddressView_->showAddress(
+      "192.168.178.124:65535", {{"Kabellos (wlp3s0)", "192.168.178.124"}, {"Kabel", "10.0.0.5"}});
   views_.onlineTitleLabel_->setText("Dieser Rechner ist derzeit mit keinem Netzwerk verbunden");
   views_.connectedLabel_->setText("Empfangsgerät verbunden");
   views_.backButton_->setText("Zurück zum Auswahlmenü der Übertragungsart");
@@ -102,6 +108,7 @@ TEST_F(ScreensTest, LongTextsNeitherOverlapNorLeaveTheWindow) {
       for (const ImageView* image : window_.findChildren<ImageView*>()) {
         if (image->isVisible()) shown.append(image);
       }
+      if (views_.onlineQRImageView_->isVisible()) shown.append(views_.onlineQRImageView_);
       const auto place = [this](const QWidget* w) {
         return QRect(w->mapTo(&window_, QPoint()), w->size());
       };

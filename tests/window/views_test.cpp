@@ -1,16 +1,31 @@
 #include "window/views.h"
 
+#include "ui/qr_picture.h"
+#include "window/pages.h"
 #include "window/window_fixture.h"
 
 #include <QAccessible>
 #include <QClipboard>
+#include <QLineEdit>
+#include <QMenu>
 #include <QSignalSpy>
+#include <functional>
 
 namespace quorin::app {
 
 namespace {
 
-class ViewsTest : public WindowFixture {};
+class ViewsTest : public WindowFixture {
+ protected:
+  void showPage(const WiFiPage& page) {
+    pages_.openWiFiPage();
+    show(wifi());
+    pages_.showWiFiPage(page);
+  }
+  static QMenu* openMenu() { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); }
+
+  Pages pages_{{texts_, images_, views_, screens_}};
+};
 
 TEST_F(ViewsTest, APanelIsEmbeddedHidden) {
   MainWindow window;
@@ -33,14 +48,21 @@ TEST_F(ViewsTest, TheSplashFadesToTheWindow) {
 }
 
 QAccessible::Role expectedRole(const QWidget& widget) {
-  if (qobject_cast<const QPushButton*>(&widget)) return QAccessible::Button;
+  if (qobject_cast<const QAbstractButton*>(&widget)) return QAccessible::Button;
+  if (qobject_cast<const QLineEdit*>(&widget)) return QAccessible::EditableText;
   if (qobject_cast<const QLabel*>(&widget)) return QAccessible::StaticText;
   if (qobject_cast<const ContainerView*>(&widget)) return QAccessible::Grouping;
   return QAccessible::Graphic;
 }
 
 TEST_F(ViewsTest, EveryShownViewHasANameAndARole) {
-  views_.onlineQRImageView_->showCode(nullptr, "192.168.1.10:9000");
+  showPage({.info = "3 devices connected",
+            .phones = {{"a", "1.2.3.4, connected since 14:02"}, {"b", "b"}, {"c", "c"}},
+            .networks = {{"Wi-Fi", "192.168.1.10"}, {"Wired", "10.0.0.5"}},
+            .otherPort = 9001,
+            .codeText = "192.168.1.10:9000",
+            .code = generateQRCodeFromString("x", 300)});
+  views_.onlineDetailLabel_->setText("Another program");
   views_.audioGuardStatusOutLabel_->setText("Output");
   views_.audioGuardStatusInLabel_->setText("Input");
   views_.onlineTitleLabel_->setText("No network");
@@ -92,25 +114,65 @@ TEST_F(ViewsTest, EveryStatusLineFitsTheSmallestWindow) {
   for (const char* language : {"en", "es"}) {
     const CompiledTable table({language});
     for (const char* key : {"waiting_connection", "status.connected.one", "status.connected.many",
-                            "status.silent", "udp.port.bind_failed", "udp.socket.create_failed"}) {
+                            "status.silent", "status.full"}) {
       const QString text = table.text(key, 10);
       EXPECT_LT(metrics.horizontalAdvance(text), 0.85 * room) << text.toStdString();
     }
   }
 }
 
-TEST_F(ViewsTest, TheCodeCanBeReadAndCopied) {
-  show(wifi());
-  CodeView& code = *views_.onlineQRImageView_;
-  code.showCode(nullptr, "192.168.1.10:9000");
-  EXPECT_EQ(code.toolTip(), "192.168.1.10:9000");
-  const QSignalSpy copied(&code, &CodeView::copied);
-  clickAt(code.geometry().center());
-  EXPECT_EQ(copied.count(), 1);
-  EXPECT_EQ(QGuiApplication::clipboard()->text(), "192.168.1.10:9000");
-  QTest::keyClick(&code, Qt::Key_Return);
-  EXPECT_EQ(copied.count(), 2);
-  EXPECT_TRUE(code.accessibleName().contains("192.168.1.10:9000"));
+TEST_F(ViewsTest, TheAddressIsCopiedAndSaysSo) {
+  showPage({.codeText = "192.168.1.10:9000", .code = generateQRCodeFromString("x", 300)});
+  auto* const code = views_.onlineQRImageView_;
+  auto* const text = views_.onlineAddressView_->findChild<QLineEdit*>();
+  auto* const button = views_.onlineAddressView_->findChildren<PushButton*>().first();
+  EXPECT_EQ(code->accessibleName(), "Copy address 192.168.1.10:9000");
+  const std::function<void()> ways[] = {
+      [&] { clickAt(code->geometry().center()); },
+      [&] { QTest::keyClick(code, Qt::Key_Return); },
+      [&] { button->click(); },
+      [&] { QTest::keySequence(text, QKeySequence::Copy); },
+  };
+  for (const auto& copies : ways) {
+    QGuiApplication::clipboard()->clear();
+    EXPECT_EQ(button->text(), "Copy");
+    copies();
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), "192.168.1.10:9000");
+    EXPECT_EQ(button->text(), "Copied");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return button->text() == "Copy"; }));
+  }
+  text->setSelection(0, 12);
+  QTest::keySequence(text, QKeySequence::Copy);
+  EXPECT_EQ(QGuiApplication::clipboard()->text(), "192.168.1.10");
+}
+
+TEST_F(ViewsTest, ANetworkIsChosenFromAMenu) {
+  showPage({.networks = {{"Wi-Fi (wlan0)", "192.168.1.10"}, {"Wired (eth0)", "10.0.0.5"}},
+            .codeText = "192.168.1.10:9000"});
+  const QSignalSpy chosen(views_.onlineAddressView_, &AddressView::networkChosen);
+  auto* const button = views_.onlineAddressView_->findChildren<PushButton*>().last();
+  EXPECT_EQ(button->accessibleName(), "Network: Wi-Fi (wlan0)");
+  QTest::keyClick(button, Qt::Key_Space);
+  ASSERT_TRUE(openMenu());
+  EXPECT_TRUE(openMenu()->actions()[0]->isChecked());
+  QTest::keyClick(openMenu(), Qt::Key_Down);
+  QTest::keyClick(openMenu(), Qt::Key_Return);
+  EXPECT_EQ(chosen.value(0).value(0), "10.0.0.5");
+}
+
+TEST_F(ViewsTest, ADotNamesItsPhoneAndDisconnectsIt) {
+  showPage({.phones = {{"10.0.0.7:5", "10.0.0.7, connected since 14:02"}}, .codeText = "x"});
+  PhoneDot* const dot = views_.onlineStatusDots_[0];
+  EXPECT_EQ(dot->toolTip(), "10.0.0.7, connected since 14:02");
+  const QSignalSpy disconnected(dot, &PhoneDot::disconnectRequested);
+  QTest::keyClick(dot, Qt::Key_Delete);
+  EXPECT_EQ(disconnected.count(), 1);
+  clickAt(dot->geometry().center());
+  ASSERT_TRUE(openMenu());
+  showPage({.phones = {{"10.0.0.8:5", "another"}}, .codeText = "x"});
+  QTest::keyClick(openMenu(), Qt::Key_Return);
+  ASSERT_EQ(disconnected.count(), 2);
+  EXPECT_EQ(disconnected[1][0], "10.0.0.7:5") << "the one that the menu was opened for";
 }
 
 }  // namespace
