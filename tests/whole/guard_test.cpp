@@ -34,6 +34,8 @@ class Guard : public ::testing::TestWithParam<Kind> {
     privateBus = std::make_unique<test::PrivateBus>();
     qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(privateBus->address()));
     ASSERT_TRUE(QDBusConnection::sessionBus().isConnected());  // Qt keeps to it from now on
+    // The program looks for its helper beside itself, else in the path.
+    qputenv("PATH", qgetenv("QUORIN_BIN") + ":" + qgetenv("PATH"));
   }
   static void TearDownTestSuite() { privateBus.reset(); }
 
