@@ -98,7 +98,11 @@ void Screens::layoutUI() {
   for (std::size_t i = 0; i < views_.onlineStatusDots_.size(); ++i) {
     PhoneDot& dot = *views_.onlineStatusDots_[i];
     const bool isShown = i < layout.statusDots.size();
-    if (isShown) dot.setGeometry(toWidget(layout.statusDots[i], bounds.height));
+    if (isShown) {
+      dot.setGeometry(toWidget(layout.statusDots[i], bounds.height));
+    } else if (dot.hasFocus() && !layout.statusDots.empty()) {
+      views_.onlineStatusDots_[layout.statusDots.size() - 1]->setFocus(Qt::TabFocusReason);
+    }
     dot.setVisible(isShown);
   }
 }
