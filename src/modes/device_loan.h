@@ -14,15 +14,15 @@ enum class LoanFailure { kNoServer, kRefused, kHelperMissing, kOther };
 /// Why a running stream may carry nothing.
 struct SoundElsewhere {
   bool muted = false;  ///< the device is
-  QString program;     ///< plays on `device`, while nothing plays into the virtual one
-  QString device;
+  QString program{};   ///< plays on `device`, while nothing plays into the virtual one
+  QString device{};
 
   bool operator==(const SoundElsewhere&) const = default;
 };
 
-/// The virtual device, lent to this program by `quorin-device lend`, a child process. The child gives
-/// everything back at the end of its input, which is the end of this program, however it comes.
-/// Main queue; nothing here waits but the destructor.
+/// The virtual device, lent to this program by `quorin-device lend`, a child process. The child
+/// gives everything back at the end of its input, which is the end of this program, however it
+/// comes. Main queue; nothing here waits but the destructor.
 class DeviceLoan {
  public:
   struct Reports {

@@ -54,8 +54,7 @@ void Pages::showWiFiPage(const WiFiPage& page) {
   }
   if (page.code && views.onlineQRImageView_->content() != page.codeText) {
     views.onlineQRImageView_->showCode(page.code, page.codeText);
-    views.onlineQRImageView_->setAccessibleName(
-        parts_.texts.tr("address.copy_it", page.codeText));
+    views.onlineQRImageView_->setAccessibleName(parts_.texts.tr("address.copy_it", page.codeText));
   }
   for (std::size_t i = 0; i < std::min(page.phones.size(), views.onlineStatusDots_.size()); ++i) {
     views.onlineStatusDots_[i]->setPhone(page.phones[i].endpoint, page.phones[i].description);

@@ -70,9 +70,8 @@ ViewSet visibleViews(const ScreenState& state) {
     visible.add({micDeniedView_, micDeniedImageView_, micDeniedLabel_, micDeniedAllowButton_});
   } else if (state.guard) {
     visible.add({audioGuardView_, audioGuardTitleLabel_, audioGuardTextLabel_,
-                 audioGuardStatusOutLabel_, audioGuardStatusInLabel_,
-                 audioGuardSetUpButton_, audioGuardOpenSettingsButton_,
-                 audioGuardSetUpNoteLabel_});
+                 audioGuardStatusOutLabel_, audioGuardStatusInLabel_, audioGuardSetUpButton_,
+                 audioGuardOpenSettingsButton_, audioGuardSetUpNoteLabel_});
   } else if (state.checking) {
     visible.add({audioCheckOverlay_, audioCheckLabel_});
   } else {

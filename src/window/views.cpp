@@ -247,9 +247,9 @@ void Views::buildWifiPage(const Texts& texts, const std::function<QWidget*()>& m
   QObject::connect(onlineQRImageView_, &CodeView::clicked, onlineAddressView_, &AddressView::copy);
   onlineDetailLabel_ = addLabel(View::onlineDetailLabel_, {},
                                 grey(16, QFont::DemiBold, LineBreak::kWrap), onlineContainer_);
-  onlineRetryButton_ =
-      add(View::onlineRetryButton_, new PushButton(texts.tr("port.try_again"), systemFont(16),
-                                                   looks::kPlain, onlineContainer_));
+  onlineRetryButton_ = add(
+      View::onlineRetryButton_,
+      new PushButton(texts.tr("port.try_again"), systemFont(16), looks::kPlain, onlineContainer_));
   onlineOtherPortButton_ =
       add(View::onlineOtherPortButton_,
           new PushButton({}, systemFont(16, QFont::DemiBold), looks::kProminent, onlineContainer_));
@@ -261,12 +261,12 @@ void Views::buildWifiPage(const Texts& texts, const std::function<QWidget*()>& m
 
 void Views::buildStreamControls(const Texts& texts) {
   playHereBox_ = add(View::playHereBox_, new CheckBox(texts.tr("play_here"), &contentView_));
-  silenceLabel_ = addLabel(View::silenceLabel_, texts.tr("status.silent"),
-                           {.pixels = 14, .weight = QFont::DemiBold, .color = colors::kOrange},
-                           &contentView_);
-  silenceMoveButton_ =
-      add(View::silenceMoveButton_, new PushButton(texts.tr("status.silent.move"), systemFont(13),
-                                                   looks::kPlain, &contentView_));
+  silenceLabel_ =
+      addLabel(View::silenceLabel_, texts.tr("status.silent"),
+               {.pixels = 14, .weight = QFont::DemiBold, .color = colors::kOrange}, &contentView_);
+  silenceMoveButton_ = add(
+      View::silenceMoveButton_,
+      new PushButton(texts.tr("status.silent.move"), systemFont(13), looks::kPlain, &contentView_));
   levelMeter_ = add(View::levelMeter_, new LevelMeter(texts.tr("sound_level"), &contentView_));
 }
 

@@ -1,8 +1,7 @@
+#include "platform/posix/file_descriptor.h"
 #include "support/eventually.h"
 #include "support/private_audio.h"
 #include "support/temporary_directory.h"
-
-#include "platform/posix/file_descriptor.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -1,7 +1,6 @@
 #include "quorin-device/arguments.h"
 #include "quorin-device/former_defaults.h"
 #include "quorin-device/login_file.h"
-
 #include "support/temporary_directory.h"
 
 #include <gmock/gmock.h>
@@ -163,9 +162,8 @@ TEST(LoginFile, FollowsALinkToWhatDoesNotExistYet) {
   std::ofstream(folder.path() / "etc/default.pa") << "nop\n";
   const auto target = folder.path() / "dotfiles/default.pa";
   fs::create_symlink("../dotfiles/default.pa", pulse / "default.pa");
-  const ConfigFolders folders{.pulse = pulse,
-                              .systemPulse = folder.path() / "etc",
-                              .pipeWire = folder.path() / "pipewire"};
+  const ConfigFolders folders{
+      .pulse = pulse, .systemPulse = folder.path() / "etc", .pipeWire = folder.path() / "pipewire"};
   ASSERT_TRUE(persist(false, folders));
   EXPECT_TRUE(fs::is_symlink(pulse / "default.pa"));
   EXPECT_TRUE(fs::exists(target));

@@ -63,12 +63,11 @@ struct PulseClient::Connection {
   /// Readable while there is a change to be told.
   posix::FileDescriptor changed{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
   int failure = PA_OK;  ///< of the connection
-  PulseConnection pulse{{.applicationName = "quorin-device",
-                         .reconnect = false,
-                         .disconnected = [this](int error) {
-                           failure = error;
-                           noteChange();
-                         }}};
+  PulseConnection pulse{
+      {.applicationName = "quorin-device", .reconnect = false, .disconnected = [this](int error) {
+         failure = error;
+         noteChange();
+       }}};
 
   void noteChange() const { ::eventfd_write(changed.get(), 1); }
 
@@ -86,13 +85,13 @@ struct PulseClient::Connection {
                                     const std::string& doing, const bool& success) {
     const PulseConnection::Lock lock(pulse);
     pa_context* const context = pulse.ready();
-    const auto outcome =
-        context != nullptr ? pulse.run(begin(context), kTimeout) : PulseConnection::Outcome::kFailed;
+    const auto outcome = context != nullptr ? pulse.run(begin(context), kTimeout)
+                                            : PulseConnection::Outcome::kFailed;
     if (outcome == PulseConnection::Outcome::kTimeout) {
-      return std::unexpected(
-          Error{.text = "The audio server did not answer when asked to " + doing +
-                        ". Log out and in again, or restart the audio server.",
-                .cause = Error::Cause::kNoServer});
+      return std::unexpected(Error{.text = "The audio server did not answer when asked to " +
+                                           doing +
+                                           ". Log out and in again, or restart the audio server.",
+                                   .cause = Error::Cause::kNoServer});
     }
     if (outcome == PulseConnection::Outcome::kFailed || !success) {
       return std::unexpected(error(doing));
@@ -102,11 +101,9 @@ struct PulseClient::Connection {
 
   /// Appends what `ask` lists to `items`.
   template <typename Info, typename Item>
-  std::expected<void, Error> list(pa_operation* (*ask)(pa_context*,
-                                                       void (*)(pa_context*, const Info*, int,
-                                                                void*),
-                                                       void*),
-                                  Item (*convert)(const Info&), std::vector<Item>& items) {
+  std::expected<void, Error> list(
+      pa_operation* (*ask)(pa_context*, void (*)(pa_context*, const Info*, int, void*), void*),
+      Item (*convert)(const Info&), std::vector<Item>& items) {
     struct Into {
       Item (*convert)(const Info&);
       std::vector<Item>& items;
@@ -205,31 +202,27 @@ std::expected<void, Error> PulseClient::unloadModule(std::uint32_t index) {
 }
 
 std::expected<void, Error> PulseClient::setDefaultSink(const std::string& name) {
-  return request("change the default output", pa_context_set_default_sink,
-                              name.c_str());
+  return request("change the default output", pa_context_set_default_sink, name.c_str());
 }
 
 std::expected<void, Error> PulseClient::setDefaultSource(const std::string& name) {
-  return request("change the default input", pa_context_set_default_source,
-                              name.c_str());
+  return request("change the default input", pa_context_set_default_source, name.c_str());
 }
 
 std::expected<void, Error> PulseClient::move(std::uint32_t playback, std::uint32_t sink) {
-  return request("move a program to another device",
-                                               pa_context_move_sink_input_by_index, playback, sink);
+  return request("move a program to another device", pa_context_move_sink_input_by_index, playback,
+                 sink);
 }
 
 std::expected<void, Error> PulseClient::unmute(const Endpoint& sink) {
-  auto done = request("unmute the device", pa_context_set_sink_mute_by_index,
-                                          sink.index, 0);
+  auto done = request("unmute the device", pa_context_set_sink_mute_by_index, sink.index, 0);
   const auto now = look();
   if (!done || !now) return done;
   const auto same = std::ranges::find(now->sinks, sink.index, &Endpoint::index);
   if (same == now->sinks.end() || !same->muted) return done;
   pa_cvolume volume;
   pa_cvolume_set(&volume, 2, PA_VOLUME_NORM);
-  return request(
-      "turn the device up", pa_context_set_sink_volume_by_index, sink.index, &volume);
+  return request("turn the device up", pa_context_set_sink_volume_by_index, sink.index, &volume);
 }
 
 bool PulseClient::waitUntil(const std::function<bool(const Snapshot&)>& condition,

@@ -2,14 +2,14 @@
 // and both languages, and of the server panel. Run it with QT_QPA_PLATFORM=offscreen;
 // QT_SCALE_FACTOR as wanted.
 
-#include "window/alert.h"
+#include "panel_shots.h"
 #include "ui/appearance.h"
+#include "ui/qr_picture.h"
+#include "window/alert.h"
 #include "window/guard_screen.h"
 #include "window/main_window.h"
 #include "window/pages.h"
-#include "ui/qr_picture.h"
 #include "window/screens.h"
-#include "panel_shots.h"
 
 #include <QApplication>
 #include <QDir>
@@ -162,7 +162,8 @@ std::vector<Shot> shots() {
        }},
       {"wifi-10", [](Stage& stage) { stage.showWifi(streaming(10)); }},
       {"wifi-full", [](Stage& stage) { stage.showWifi(fullHouse()); }},
-      {"wifi-silent", [](Stage& stage) {
+      {"wifi-silent",
+       [](Stage& stage) {
          stage.showWifi(streaming(1));
          stage.pages.showSound({.silent = true,
                                 .elsewhere = {.program = "Firefox", .device = "Built-in Audio"},
@@ -175,10 +176,8 @@ std::vector<Shot> shots() {
          stage.showWifi(busyPort(EADDRINUSE, 9000, {.program = "quorin-stream", .user = "maria"}));
        }},
       {"wifi-port-reserved", [](Stage& stage) { stage.showWifi(busyPort(EACCES, 80)); }},
-      {"network-none",
-       [](Stage& stage) { stage.showWifi(lost(WiFiState::Network::kLost)); }},
-      {"network-changed",
-       [](Stage& stage) { stage.showWifi(lost(WiFiState::Network::kChanged)); }},
+      {"network-none", [](Stage& stage) { stage.showWifi(lost(WiFiState::Network::kLost)); }},
+      {"network-changed", [](Stage& stage) { stage.showWifi(lost(WiFiState::Network::kChanged)); }},
       {"alert-stop",
        [](Stage& stage) {
          stage.showWifi(streaming(3));
