@@ -123,7 +123,7 @@ TEST_P(Guard, OneClickBringsWhatPlaysToAPhoneAndEveryEndGivesItBack) {
   ASSERT_TRUE(server_->start()) << server_->output();
   ASSERT_TRUE(server_->addNullSink("speaker", "Built-in"));
   useDevices("speaker", "speaker");
-  const auto player = server_->play({.seconds = 120, .sink = "speaker"});
+  auto player = server_->play({.seconds = 120, .sink = "speaker"});
   const auto hears440 = [](Phone& phone) {
     constexpr std::size_t kWindow = 4410;
     if (phone.sound.size() < kWindow) return false;
@@ -152,6 +152,13 @@ TEST_P(Guard, OneClickBringsWhatPlaysToAPhoneAndEveryEndGivesItBack) {
     EXPECT_TRUE(program.until([&] { return server_->isPlaying("speaker"); }));
     program.click("playHereBox_");
     EXPECT_TRUE(program.until([&] { return !server_->isPlaying("speaker"); }));
+
+    server_->kill();
+    ASSERT_TRUE(program.becomes("audioGuardView_", 5s));
+    ASSERT_TRUE(server_->start()) << server_->output();
+    ASSERT_TRUE(server_->addNullSink("speaker", "Built-in"));
+    ASSERT_TRUE(program.becomes("menuContainer_", 10s)) << "lent again by itself";
+    player = server_->play({.seconds = 120, .sink = "speaker"});
 
     ASSERT_TRUE(server_->setDefaultSink("speaker"));
     ASSERT_TRUE(program.becomes("audioGuardView_", 2s)) << "the user's choice counts";
