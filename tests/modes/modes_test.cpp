@@ -140,7 +140,6 @@ class ModesTest : public testing::Test {
 
   void SetUp() override {
     engine_->format = {.sampleRate = 44100, .channels = 1};
-    sound_.setOnSilence([this](bool) { wifi_.onSilence(); });
   }
 };
 
@@ -426,14 +425,6 @@ TEST_F(ModesTest, AnotherNetworkIsShownAndNobodyIsCutOff) {
   time_.advance(5s);
   EXPECT_EQ(window_.page.codeText.toStdString(), "10.0.0.9:" + std::to_string(port_));
   EXPECT_THAT(window_.page.phones, testing::SizeIs(1));
-}
-
-TEST_F(ModesTest, AStreamWithoutSoundIsSaidAndTakenBack) {
-  choosesWiFi();
-  for (int i = 0; i < 300; ++i) captures(0.0F);
-  EXPECT_EQ(window_.headline(), "status.silent");
-  for (int i = 0; i < 50; ++i) captures(0.1F);
-  EXPECT_EQ(window_.headline(), "waiting_connection");
 }
 
 TEST_F(ModesTest, ACaptureThatDidNotStartIsTriedAgainWhileSoundIsWanted) {

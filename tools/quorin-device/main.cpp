@@ -52,8 +52,9 @@ int fail(const Error& error) {
 int run(const Arguments& arguments) {
   // Root has no sound of its own. A server that is named is one that is meant.
   if (::geteuid() == 0 && environment("PULSE_SERVER").empty()) {
-    return fail({"Sound belongs to the user who is logged in: run this as that user, or name the "
-                 "server in PULSE_SERVER."});
+    return fail(
+        {"Sound belongs to the user who is logged in: run this as that user, or name the "
+         "server in PULSE_SERVER."});
   }
   const auto say = [](const std::string& line) { std::cout << line << std::endl; };
   if (arguments.verb == Verb::kLend) return serve(Duty::kLend, places(), say) ? kDone : kFailed;
