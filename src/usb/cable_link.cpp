@@ -24,7 +24,7 @@ CableLink::CableLink(CablePlatform platform, PTChannelDelegate& delegate, CableL
       delegate_(delegate),
       events_(std::move(events)),
       deviceLines_(platform.scheduler.mainQueue(), [](std::size_t leftOut) {
-        note(std::to_string(leftOut) + " more devices came and went");
+        note(std::to_string(leftOut) + " more lines on devices are left out");
       }) {}
 
 // ---- Devices
@@ -170,7 +170,9 @@ void CableLink::usbAttemptEnded(std::error_code error) {
     setConnectedChannel(std::move(channel));
     return;
   }
-  note("Failed to connect to device #" + channel->userInfo() + ": " + error.message());
+  if (deviceLines_.admits()) {
+    note("Failed to connect to device #" + channel->userInfo() + ": " + error.message());
+  }
   repeat(usb_, &CableLink::enqueueConnectToUSBDevice);
   // A phone that does not trust this computer refuses every port.
   if (error == std::errc::connection_refused) {

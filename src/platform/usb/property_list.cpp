@@ -59,32 +59,17 @@ class BinaryCheck {
       count = *longCount;
       content += 1 + bytes;
     }
-    switch (kind) {
-      case 0x0:  // null, false, true
-      case 0x1:  // integer
-      case 0x2:  // real
-      case 0x3:  // date
-      case 0x8:  // number of an object, as archives have them
-        return true;
-      case 0x4:  // data
-        return spend(count);
-      case 0x5:  // ASCII
-        return spend(count) && isText(content, count, 1);
-      case 0x6:  // UTF-16
-        return spend(2 * count) && isText(content, count, 2);
-      case 0xA:  // array
-      case 0xC:  // set
-        return walkAll(content, count, depth);
-      case 0xD:  // dictionary: keys, then values
-        return walkAll(content, 2 * count, depth);
-      default:
-        return false;
-    }
+    if (kind <= 0x3 || kind == 0x8) return true;  // null, Boolean, number, date, object's number
+    if (kind == 0x4) return spend(count);         // data
+    if (kind == 0x5 || kind == 0x6) return isText(content, count, kind - 0x4);  // ASCII, UTF-16
+    if (kind == 0xA) return walkAll(content, count, depth);                     // array
+    return kind == 0xD && walkAll(content, 2 * count, depth);  // dictionary: keys, then values
   }
 
   bool spend(std::size_t bytes) { return (expanded_ += bytes) <= kMaxExpandedBytes; }
 
-  bool isText(std::size_t at, std::size_t count, std::size_t width) const {
+  bool isText(std::size_t at, std::size_t count, std::size_t width) {
+    if (!spend(count * width)) return false;
     for (std::size_t i = 0; i < count; ++i) {
       if (number(at + i * width, width).value_or(0) == 0) return false;
     }
