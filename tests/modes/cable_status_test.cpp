@@ -35,7 +35,7 @@ TEST(CableStatus, SaysWhatIsKnownAndWhatToDo) {
        "start it with:\nsudo usbmuxd",
        "inícialo con:\nsudo usbmuxd"},
       {"not permitted",
-       {.service = UsbService::kNotPermitted, .remedy = restart},
+       {.service = UsbService::kFailing, .remedy = restart},
        "start it with:\nsudo usbmuxd",
        "inícialo con:\nsudo usbmuxd"},
       {"no phone", {.service = UsbService::kRunning}, "carries data", "transmita datos"},

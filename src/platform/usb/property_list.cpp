@@ -93,18 +93,13 @@ class BinaryCheck {
   std::size_t expanded_ = 0;
 };
 
-/// Counts, for a bound on nodes, nesting and escapes (each of which moves the rest of its text).
+/// Few tags, for a bound on nodes and nesting, and few escapes, each of which moves the rest of its
+/// text.
 bool isCheapXml(std::string_view text) {
-  constexpr std::size_t kMaxContainers = 128;
-  constexpr std::size_t kMaxEscapes = 256;
-  std::size_t containers = 0;
-  for (auto at = text.find('<'); at < text.size(); at = text.find('<', at + 1)) {
-    const auto tag = text.substr(at + 1);
-    containers += tag.starts_with("dict") || tag.starts_with("array");
-  }
-  return !text.contains('\0') && containers <= kMaxContainers &&
-         std::ranges::count(text, '<') <= std::ptrdiff_t{2 * kMaxNodes} &&
-         std::ranges::count(text, '&') <= std::ptrdiff_t{kMaxEscapes};
+  constexpr std::ptrdiff_t kMaxTags = 1000;
+  constexpr std::ptrdiff_t kMaxEscapes = 256;
+  return !text.contains('\0') && std::ranges::count(text, '<') <= kMaxTags &&
+         std::ranges::count(text, '&') <= kMaxEscapes;
 }
 
 }  // namespace
