@@ -10,6 +10,7 @@
 #include "ui/texts.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/dispatch/termination_signals.h"
+#include "platform/posix/program.h"
 #include "core/version.h"
 #include "wire/control_message.h"
 
@@ -101,5 +102,5 @@ int launch(int argc, char** argv) {
 }  // namespace quorin::app
 
 int main(int argc, char** argv) {
-  return quorin::app::launch(argc, argv);
+  return quorin::posix::runProgram("quorin-stream", argc, argv, quorin::app::launch);
 }

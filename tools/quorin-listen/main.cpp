@@ -1,4 +1,5 @@
 #include "core/version.h"
+#include "platform/posix/program.h"
 #include "quorin-listen/listener.h"
 #include "quorin-listen/options.h"
 
@@ -7,7 +8,9 @@
 #include <string_view>
 #include <vector>
 
-int main(int argc, char** argv) {
+namespace {
+
+int launch(int argc, char** argv) {
   using quorin::listen::Options;
   const std::vector<std::string_view> arguments(argv + 1, argv + argc);
   const auto options = quorin::listen::parseOptions(arguments);
@@ -26,4 +29,10 @@ int main(int argc, char** argv) {
       return quorin::listen::listen(*options);
   }
   return quorin::listen::kFailed;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  return quorin::posix::runProgram("quorin-listen", argc, argv, launch);
 }
