@@ -68,7 +68,8 @@ Facts findFacts(const QString& port) {
   facts.portError = portErrorOf(port);
   facts.addresses =
       network::listInterfaceAddresses().value_or(std::vector<network::InterfaceAddress>());
-  facts.chosenAddress = wifi::localIPv4Address(facts.addresses);
+  const auto networks = wifi::localNetworks(facts.addresses, network::defaultRouteInterface());
+  facts.chosenAddress = wifi::localIPv4Address(networks.candidates);
   facts.usbServiceAnswers = usb::usbServiceAnswers();
   facts.realtime = dispatch::tryRealtime();
   askForSound(facts);

@@ -1,9 +1,9 @@
 #include "app/pt_app_delegate.h"
 
 #include "core/identity.h"
-#include "core/log.h"
 #include "panel/content_view.h"
 #include "platform/desktop/settings.h"
+#include "core/log.h"
 #include "wifi/local_address.h"
 
 #include <QApplication>
@@ -29,8 +29,8 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
                                        bool isStatus) { pages_.presentMessage(text, isStatus); }}),
       sender_(scheduler_, *audioFrameQueueSerial_, {&wifiTransport_, &cable_.audioPath()}),
       sound_(scheduler_, audioCaptureManager_, sender_),
-      wifi_(scheduler_, {texts_, sound_, sender_, wifiTransport_, cable_, pages_,
-                         [] { return wifi::localIPv4Address(); }}),
+      wifi_(scheduler_,
+            {texts_, sound_, sender_, wifiTransport_, cable_, pages_, wifi::lookUpLocalNetworks}),
       menu_(scheduler_, {wifi_, cable_, sound_, pages_}),
       guard_(scheduler_, std::make_shared<AudioInputs>(scheduler_, *audioServer_), pages_) {
   if (options.port) wifi_.setPort(*options.port);

@@ -13,7 +13,10 @@ namespace quorin::dispatch {
 using Duration = std::chrono::nanoseconds;
 /// Monotonic; stands still while the machine is suspended.
 using TimePoint = std::chrono::time_point<std::chrono::steady_clock, Duration>;
-/// The system's absolute time; follows changes of the system clock.
+/// Goes on while the machine is suspended, and nobody can set it: for how long ago something was.
+struct BootClock;
+using BootTime = std::chrono::time_point<BootClock, Duration>;
+/// The system's absolute time, to be shown; follows changes of the system clock.
 using WallTime = std::chrono::time_point<std::chrono::system_clock, Duration>;
 
 struct TimerSchedule {

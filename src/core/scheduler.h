@@ -24,6 +24,7 @@ class Scheduler {
   Scheduler& operator=(const Scheduler&) = delete;
 
   virtual TimePoint now() const = 0;
+  virtual BootTime bootNow() const = 0;
   virtual WallTime wallNow() const = 0;
 
   /// The thread of the event loop: views, and state that views show.

@@ -101,6 +101,9 @@ SimulatedScheduler::~SimulatedScheduler() = default;
 TimePoint SimulatedScheduler::now() const {
   return state_->now;
 }
+BootTime SimulatedScheduler::bootNow() const {
+  return BootTime(state_->now.time_since_epoch());
+}
 WallTime SimulatedScheduler::wallNow() const {
   return state_->wallNow;
 }

@@ -17,6 +17,7 @@ class SimulatedScheduler : public Scheduler {
   ~SimulatedScheduler() override;
 
   TimePoint now() const override;
+  BootTime bootNow() const override;
   WallTime wallNow() const override;
   Queue& mainQueue() override;
   Queue& utilityQueue() override;
@@ -30,7 +31,7 @@ class SimulatedScheduler : public Scheduler {
   /// Lets `duration` pass, running everything at its own deadline, and what is readable between.
   void advance(Duration duration);
 
-  /// Both clocks jump, as after a suspend; what became due meanwhile runs (coalesced) at the
+  /// The clocks jump, as by a busy machine or a clock that is set; what became due meanwhile runs (coalesced) at the
   /// next `runPending` or `advance`.
   void jump(Duration monotonic, Duration wall);
 

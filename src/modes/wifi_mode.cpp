@@ -19,7 +19,7 @@ WiFiMode::WiFiMode(dispatch::Scheduler& scheduler, Parts parts)
     : scheduler_(scheduler),
       parts_(std::move(parts)),
       server_(scheduler, parts_.sender, parts_.transport, *this),
-      watch_(scheduler, parts_.localIPv4Address, *this) {}
+      watch_(scheduler, parts_.lookUpNetworks, *this) {}
 
 WiFiMode::~WiFiMode() = default;
 
@@ -29,7 +29,8 @@ void WiFiMode::enter() {
   page_.networkMessage = false;
   page_.info = parts_.texts.bundle("waiting_connection");
 
-  if (const auto address = parts_.localIPv4Address()) {
+  watch_.startIPWatch();
+  if (const auto& address = watch_.address()) {
     page_.address = QString::fromStdString(*address);
     if (page_.port.isEmpty()) page_.port = QString::number(wire::kDefaultPort);
     if (!server_.isRunning()) startUDP();
@@ -40,7 +41,6 @@ void WiFiMode::enter() {
     page_.address.clear();
     showNetworkMessage(parts_.texts.bundle("network.unavailable"));
   }
-  watch_.startIPWatch();
 }
 
 void WiFiMode::leave() {
@@ -74,12 +74,11 @@ void WiFiMode::silentReenterOnlineMode() {
 void WiFiMode::reenterPage() {
   page_.networkMessage = false;
   page_.info = parts_.texts.bundle("waiting_connection");
-  page_.address = QString::fromStdString(parts_.localIPv4Address().value_or(std::string()));
+  page_.address = QString::fromStdString(watch_.address().value_or(std::string()));
   if (page_.port.isEmpty()) page_.port = QString::number(wire::kDefaultPort);
   restartUDP();
   parts_.sound.start();
   openQRHelp();
-  watch_.startIPWatch();
   show();
   parts_.cable.clearForcedOffline();
 }
@@ -139,13 +138,7 @@ void WiFiMode::onStopped() {
   updateUIForUDPDisconnected();
 }
 
-void WiFiMode::onClientCountChanged(std::size_t) {
-  refreshOnlineStatusMessage();
-}
-
-// Replies come first: a page that a flood of greetings makes refresh is drawn once for all that
-// came in one turn.
-void WiFiMode::postRefresh() {
+void WiFiMode::updateUIForUDPDisconnected() {
   if (std::exchange(refreshPosted_, true)) return;
   scheduler_.mainQueue().async(whileOpen_, [this] {
     refreshPosted_ = false;
@@ -178,6 +171,10 @@ void WiFiMode::showNetworkMessage(const QString& title) {
   show();
 }
 
+void WiFiMode::onNetworksChanged(const wifi::LocalNetworks& networks) {
+  server_.setOwnNetworks(networks.subnets);
+}
+
 void WiFiMode::onAddressLost() {
   log::detail(kLogArea, "the network is lost");
   showNetworkMessage(parts_.texts.bundle("network.unavailable"));
@@ -200,11 +197,7 @@ void WiFiMode::onAddressChanged(const std::string& address) {
   silentReenterOnlineMode();
 }
 
-void WiFiMode::onNetworkChangeSettled(const std::optional<std::string>& address) {
-  if (!address) {
-    showNetworkMessage(parts_.texts.bundle("network.unavailable"));
-    return;
-  }
+void WiFiMode::onNetworkChangeSettled(const std::string&) {
   restartUDP();
   openQRHelp();
   page_.networkMessage = false;

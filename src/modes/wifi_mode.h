@@ -25,7 +25,7 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
     wifi::WifiTransport& transport;
     CableSwitch& cable;
     WiFiPageView& view;
-    wifi::NetworkWatch::AddressLookup localIPv4Address;
+    wifi::NetworkWatch::Lookup lookUpNetworks;
   };
 
   /// The scheduler and all parts outlive the mode.
@@ -56,24 +56,21 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
   void onStarted() override;
   void onStartFailed(const wifi::StartFailure& failure) override;
   void onStopped() override;
-  void onClientCountChanged(std::size_t clients) override;
-  void onConnected() override { updateUIForUDPConnected(); }
-  void onDisconnected() override { updateUIForUDPDisconnected(); }
+  void onClientsChanged() override { refreshOnlineStatusMessage(); }
 
   // What the watch reports.
+  void onNetworksChanged(const wifi::LocalNetworks& networks) override;
   void onAddressLost() override;
   void onAddressBack(const std::string& address) override;
   void onAddressChanged(const std::string& address) override;
-  void onNetworkChangeSettled(const std::optional<std::string>& address) override;
+  void onNetworkChangeSettled(const std::string& address) override;
 
   void startUDP();
   void restartUDP();
   void silentReenterOnlineMode();
   void reenterPage();
   void refreshOnlineStatusMessage();
-  void updateUIForUDPConnected() { postRefresh(); }
-  void updateUIForUDPDisconnected() { postRefresh(); }
-  void postRefresh();
+  void updateUIForUDPDisconnected();
 
   void showNetworkMessage(const QString& title);
   void show() { parts_.view.showWiFiPage(page_); }

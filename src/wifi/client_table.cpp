@@ -4,22 +4,21 @@
 
 namespace quorin::wifi {
 
-using dispatch::WallTime;
-using wire::ClientKey;
+using dispatch::BootTime;
+using wire::Endpoint;
 
-ClientTable::HelloResult ClientTable::hello(ClientKey key, WallTime now) {
-  const auto before = clientCount_;
+ClientTable::HelloResult ClientTable::hello(Endpoint key, BootTime now) {
   const bool known = isRegistered(key);
-  if (!known && before >= kMaxClients) return HelloResult::kBusy;
+  if (!known && isFull()) return HelloResult::kBusy;
 
   udpClientLastSeen_[key] = now;
   if (known) return HelloResult::kKnownClient;
-  udpClients_[clientCount_++] = key;
-  return before == 0 ? HelloResult::kFirstClient : HelloResult::kNewClient;
+  udpClients_.push_back({.endpoint = key, .since = now});
+  return udpClients_.size() == 1 ? HelloResult::kFirstClient : HelloResult::kNewClient;
 }
 
-void ClientTable::ping(ClientKey key, WallTime now) {
-  const auto merelySeen = udpClientLastSeen_.size() - clientCount_;
+void ClientTable::ping(Endpoint key, BootTime now) {
+  const auto merelySeen = udpClientLastSeen_.size() - udpClients_.size();
   if (merelySeen < kMaxMerelySeen) {
     udpClientLastSeen_[key] = now;
   } else if (const auto entry = udpClientLastSeen_.find(key); entry != udpClientLastSeen_.end()) {
@@ -27,39 +26,27 @@ void ClientTable::ping(ClientKey key, WallTime now) {
   }
 }
 
-bool ClientTable::stop(ClientKey key) {
+bool ClientTable::stop(Endpoint key) {
   udpClientLastSeen_.erase(key);
-  return unregister(key);
+  return std::erase_if(udpClients_, [&](const Client& client) { return client.endpoint == key; }) >
+         0;
 }
 
-ClientTable::Expired ClientTable::expire(WallTime now) {
-  Expired expired;
-  std::erase_if(udpClientLastSeen_, [&](const auto& entry) {
-    const auto& [key, lastSeen] = entry;
-    if (now - lastSeen <= kMaxSilence) return false;
-    ++expired.keys;
-    if (unregister(key)) ++expired.clients;
-    return true;
+std::size_t ClientTable::expire(BootTime now) {
+  std::erase_if(udpClientLastSeen_,
+                [&](const auto& entry) { return now - entry.second > kMaxSilence; });
+  return std::erase_if(udpClients_, [&](const Client& client) {
+    return !udpClientLastSeen_.contains(client.endpoint);
   });
-  return expired;
 }
 
 void ClientTable::clear() {
   udpClientLastSeen_.clear();
-  clientCount_ = 0;
+  udpClients_.clear();
 }
 
-bool ClientTable::isRegistered(ClientKey key) const {
-  return std::ranges::find(clients(), key) != clients().end();
-}
-
-bool ClientTable::unregister(ClientKey key) {
-  const auto registered = std::span(udpClients_).first(clientCount_);
-  const auto entry = std::ranges::find(registered, key);
-  if (entry == registered.end()) return false;
-  *entry = registered.back();
-  --clientCount_;
-  return true;
+bool ClientTable::isRegistered(Endpoint key) const {
+  return std::ranges::find(udpClients_, key, &Client::endpoint) != udpClients_.end();
 }
 
 }  // namespace quorin::wifi

@@ -1,65 +1,62 @@
 #pragma once
 
 #include "core/queue.h"
-#include "wire/client_key.h"
+#include "wire/endpoint.h"
 
-#include <array>
 #include <chrono>
 #include <cstddef>
 #include <span>
 #include <unordered_map>
+#include <vector>
 
 namespace quorin::wifi {
 
-/// Who receives the sound, and when everybody was last heard. Rules only: the caller passes the
+/// Who receives the sound, and when each was last heard from. Rules only: the caller passes the
 /// time in and acts on the answers. Confined to the main queue.
-///
-/// Times are the system's absolute time, so a change of the system clock ages every entry.
 class ClientTable {
  public:
   static constexpr std::size_t kMaxClients = 10;
   /// A key silent for longer than this at a check is removed.
   static constexpr std::chrono::seconds kMaxSilence{8};
-  /// Keys that only ever said PING have no effect on the wire, so anybody who forges source
-  /// addresses may not make us remember more of them than this.
+  /// Keys that only ever sent PING have no effect on the wire. Forged source addresses must not
+  /// fill the memory with more of them than this.
   static constexpr std::size_t kMaxMerelySeen = 4096;
 
   enum class HelloResult {
     kBusy,         ///< `kMaxClients` others are registered; nothing was stored
-    kFirstClient,  ///< registered, and nobody was before
+    kFirstClient,  ///< registered, and the table was empty before
     kNewClient,    ///< registered beside others
     kKnownClient,  ///< was registered already; its silence begins anew
   };
 
-  HelloResult hello(wire::ClientKey key, dispatch::WallTime now);
+  HelloResult hello(wire::Endpoint key, dispatch::BootTime now);
 
   /// Ends the silence of `key`, registered or not; never registers it.
-  void ping(wire::ClientKey key, dispatch::WallTime now);
+  void ping(wire::Endpoint key, dispatch::BootTime now);
 
   /// Forgets `key`. True when it was registered.
-  bool stop(wire::ClientKey key);
+  bool stop(wire::Endpoint key);
 
-  struct Expired {
-    std::size_t keys = 0;     ///< all that were forgotten
-    std::size_t clients = 0;  ///< those of them that were registered
-  };
-  Expired expire(dispatch::WallTime now);
+  /// Forgets the silent keys. Returns how many of them were registered.
+  std::size_t expire(dispatch::BootTime now);
 
   void clear();
 
-  /// The registered clients, in no order that means anything. Valid until the next change.
-  std::span<const wire::ClientKey> clients() const { return {udpClients_.data(), clientCount_}; }
+  struct Client {
+    wire::Endpoint endpoint;
+    dispatch::BootTime since;  ///< registered at
+  };
+  /// The registered clients in the order in which they joined. Valid until the next change.
+  std::span<const Client> clients() const { return udpClients_; }
+  bool isRegistered(wire::Endpoint key) const;
+  bool isFull() const { return udpClients_.size() >= kMaxClients; }
 
   /// Registered and merely seen keys.
   std::size_t lastSeenCount() const { return udpClientLastSeen_.size(); }
 
  private:
-  bool isRegistered(wire::ClientKey key) const;
-  bool unregister(wire::ClientKey key);
-
-  std::array<wire::ClientKey, kMaxClients> udpClients_{};
-  std::size_t clientCount_ = 0;
-  std::unordered_map<wire::ClientKey, dispatch::WallTime> udpClientLastSeen_;
+  std::vector<Client> udpClients_;
+  std::unordered_map<wire::Endpoint, dispatch::BootTime> udpClientLastSeen_;
 };
 
 }  // namespace quorin::wifi

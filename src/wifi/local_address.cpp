@@ -10,21 +10,41 @@ bool reachesOthers(std::string_view address) {
   return !address.starts_with("127.") && !address.starts_with("169.254.") && address != "0.0.0.0";
 }
 
-}  // namespace
-
-std::optional<std::string> localIPv4Address(std::span<const network::InterfaceAddress> interfaces) {
-  const auto found = std::ranges::find_if(interfaces, [](const auto& entry) {
-    return entry.isUp && entry.isRunning && reachesOthers(entry.address) &&
-           network::isEthernetOrWifi(entry.name);
-  });
-  if (found == interfaces.end()) return std::nullopt;
-  return found->address;
+bool isCandidate(const network::InterfaceAddress& entry) {
+  return entry.isUp && entry.isRunning && reachesOthers(entry.address) &&
+         network::isEthernetOrWifi(entry.name);
 }
 
-std::optional<std::string> localIPv4Address() {
+}  // namespace
+
+LocalNetworks localNetworks(std::span<const network::InterfaceAddress> interfaces,
+                            const std::optional<std::string>& defaultRouteInterface) {
+  LocalNetworks result;
+  for (const auto& entry : interfaces) {
+    if (entry.isUp) result.subnets.push_back(entry.subnet);
+    if (isCandidate(entry)) result.candidates.push_back({entry.name, entry.address});
+  }
+  std::ranges::stable_partition(result.candidates, [&](const Candidate& candidate) {
+    return candidate.interface == defaultRouteInterface;
+  });
+  return result;
+}
+
+LocalNetworks lookUpLocalNetworks() {
   const auto interfaces = network::listInterfaceAddresses();
-  if (!interfaces) return std::nullopt;
-  return localIPv4Address(*interfaces);
+  if (!interfaces) return {};
+  return localNetworks(*interfaces, network::defaultRouteInterface());
+}
+
+std::optional<std::string> localIPv4Address(std::span<const Candidate> candidates,
+                                            const std::optional<std::string>& current,
+                                            const std::optional<std::string>& wanted) {
+  for (const auto& preferred : {wanted, current}) {
+    const auto isPreferred = [&](const Candidate& c) { return c.address == preferred; };
+    if (std::ranges::any_of(candidates, isPreferred)) return preferred;
+  }
+  if (candidates.empty()) return std::nullopt;
+  return candidates.front().address;
 }
 
 }  // namespace quorin::wifi

@@ -5,16 +5,41 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace quorin::wifi {
 
-/// The address at which a phone in the same network reaches this computer: the first in the
-/// list's order that is up and running, neither loopback (127.) nor link-local (169.254.) nor
-/// 0.0.0.0, on a wired or wireless interface.
-std::optional<std::string> localIPv4Address(std::span<const network::InterfaceAddress> interfaces);
+/// An address at which a phone in the same network reaches this computer.
+struct Candidate {
+  std::string interface;  ///< as the system names it: "enp3s0"
+  std::string address;    ///< dotted-decimal IPv4
 
-/// The same for this machine now; none also when the system does not tell its interfaces.
+  friend bool operator==(const Candidate&, const Candidate&) = default;
+};
+
+/// This computer's part in the networks around it, as one look at the system finds it.
+struct LocalNetworks {
+  /// In the system's order, except that those on the interface of the default route come first.
+  std::vector<Candidate> candidates;
+  /// Of all interfaces that are up, whether phones can be expected there or not.
+  std::vector<network::Subnet> subnets;
+
+  friend bool operator==(const LocalNetworks&, const LocalNetworks&) = default;
+};
+
+/// Candidates are up and running, on a wired or wireless interface, and neither loopback (127.)
+/// nor link-local (169.254.) nor 0.0.0.0.
+LocalNetworks localNetworks(std::span<const network::InterfaceAddress> interfaces,
+                            const std::optional<std::string>& defaultRouteInterface);
+
+/// The same for this machine now; empty also when the system does not report its interfaces.
 /// Any thread; quick enough for the main thread.
-std::optional<std::string> localIPv4Address();
+LocalNetworks lookUpLocalNetworks();
+
+/// The candidate to use: `wanted` (a user's choice), else `current` (the one in use), else the
+/// first; each as long as it is one of them. None without candidates.
+std::optional<std::string> localIPv4Address(std::span<const Candidate> candidates,
+                                            const std::optional<std::string>& current = {},
+                                            const std::optional<std::string>& wanted = {});
 
 }  // namespace quorin::wifi

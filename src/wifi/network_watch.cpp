@@ -12,68 +12,80 @@ AddressChange compareAddresses(const std::optional<std::string>& before,
   return *now == *before ? AddressChange::kNone : AddressChange::kChanged;
 }
 
-/// One start of the watch. Results of looks find their way through a weak reference to it, so that
-/// those of an ended watch get lost.
-struct NetworkWatch::Session {
-  NetworkWatch& watch;
-  std::unique_ptr<dispatch::Timer> timer;
-};
-
-NetworkWatch::NetworkWatch(dispatch::Scheduler& scheduler, AddressLookup lookUp,
+NetworkWatch::NetworkWatch(dispatch::Scheduler& scheduler, Lookup lookUp,
                            NetworkWatchListener& listener)
     : scheduler_(scheduler), lookUp_(std::move(lookUp)), listener_(listener) {}
 
-NetworkWatch::~NetworkWatch() = default;
-
 void NetworkWatch::startIPWatch() {
   assert(scheduler_.mainQueue().isCurrent());
-  if (session_) return;
-  lastIPAddress_ = lookUp_();
-  session_ = std::make_shared<Session>(*this);
-  session_->timer = scheduler_.utilityQueue().makeTimer(
+  if (ipWatchTimer_) return;
+  ipWatchTimer_ = scheduler_.utilityQueue().makeTimer(
       {.first = kInterval, .interval = kInterval, .leeway = kLeeway},
-      [&main = scheduler_.mainQueue(), lookUp = lookUp_, weak = std::weak_ptr(session_)] {
-        main.async([weak, address = lookUp()]() mutable {
-          if (const auto session = weak.lock()) {
-            session->watch.checkLocalAddress(std::move(address));
-          }
-        });
-      });
+      [&main = scheduler_.mainQueue(), lookUp = lookUp_,
+       check = whileWatching_.bind([this](LocalNetworks look) {
+         checkLocalAddress(std::move(look));
+       })] { main.async([check, look = lookUp()]() mutable { check(std::move(look)); }); });
+  take(lookUp_());
 }
 
 void NetworkWatch::stopIPWatch() {
   assert(scheduler_.mainQueue().isCurrent());
-  settlingTimer_.reset();
-  session_.reset();
+  qrRegenerateTimer_.reset();
+  ipWatchTimer_.reset();
+  whileWatching_.cancelAll();
 }
 
-// The listener may end the watch, hence nothing is touched after it has been told.
-void NetworkWatch::checkLocalAddress(std::optional<std::string> address) {
-  const auto change = compareAddresses(lastIPAddress_, address);
-  lastIPAddress_ = address;
+void NetworkWatch::choose(std::optional<std::string> address) {
+  wanted_ = std::move(address);
+  if (lastIPAddress_) {
+    lastIPAddress_ = inUse_ = localIPv4Address(networks_.candidates, inUse_, wanted_);
+  }
+}
+
+AddressChange NetworkWatch::take(LocalNetworks look) {
+  const auto before = lastIPAddress_;
+  lastIPAddress_ = localIPv4Address(look.candidates, inUse_, wanted_);
+  if (lastIPAddress_) inUse_ = lastIPAddress_;
+  const auto change = compareAddresses(before, lastIPAddress_);
+  if (look != networks_) {
+    networks_ = std::move(look);
+    listener_.onNetworksChanged(networks_);
+  }
+  return change;
+}
+
+void NetworkWatch::checkLocalAddress(LocalNetworks look) {
+  report(take(std::move(look)));
+}
+
+void NetworkWatch::report(AddressChange change) {
   switch (change) {
     case AddressChange::kNone:
       return;
     case AddressChange::kLost:
-      settlingTimer_.reset();
+      qrRegenerateTimer_.reset();
       return listener_.onAddressLost();
     case AddressChange::kBack:
       settleAfter(kSettlingAfterReturn);
-      return listener_.onAddressBack(*address);
+      return listener_.onAddressBack(*lastIPAddress_);
     case AddressChange::kChanged:
       settleAfter(kSettlingAfterChange);
-      return listener_.onAddressChanged(*address);
+      return listener_.onAddressChanged(*lastIPAddress_);
   }
 }
 
 void NetworkWatch::settleAfter(dispatch::Duration delay) {
-  settlingTimer_ = scheduler_.mainQueue().makeTimer({.first = delay, .leeway = kLeeway},
-                                                    [this] { finishNetworkChange(); });
+  qrRegenerateTimer_ = scheduler_.mainQueue().makeTimer({.first = delay, .leeway = kLeeway},
+                                                        [this] { finishNetworkChange(); });
 }
 
+// A look that finds something else than the last one is no end of a change but one more, and is
+// kept like that of a tick: what the page shows is what the next tick compares with.
 void NetworkWatch::finishNetworkChange() {
-  const auto spent = std::move(settlingTimer_);  // kept until its handler, this one, has returned
-  listener_.onNetworkChangeSettled(lookUp_());
+  const auto spent = std::move(qrRegenerateTimer_);  // its handler, this one, is still running
+  const auto change = take(lookUp_());
+  if (change == AddressChange::kNone) return listener_.onNetworkChangeSettled(*lastIPAddress_);
+  report(change);
 }
 
 }  // namespace quorin::wifi

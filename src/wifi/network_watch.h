@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/scheduler.h"
+#include "wifi/local_address.h"
 
 #include <chrono>
 #include <functional>
@@ -13,15 +14,20 @@ namespace quorin::wifi {
 /// How the address of one look relates to that of the look before.
 enum class AddressChange { kNone, kLost, kBack, kChanged };
 
-/// A missing address is a loss at every look, also when it was missing before: whoever shows the
-/// page in between is told again.
+/// A missing address is a loss at every look, also when it was missing before: a page that came
+/// into view in between needs it again.
 AddressChange compareAddresses(const std::optional<std::string>& before,
                                const std::optional<std::string>& now);
 
-/// Told on the main queue. Each call may start, stop or destroy the watch.
+/// On the main queue. Each call may stop and start the watch, but not destroy it;
+/// `onNetworksChanged` may do neither.
 class NetworkWatchListener {
  public:
   virtual ~NetworkWatchListener() = default;
+
+  /// Candidates or own networks are not those of the look before. At the start, within
+  /// `startIPWatch`, too; later before what is reported of the address.
+  virtual void onNetworksChanged(const LocalNetworks& networks) = 0;
 
   /// No usable address; once a second while that lasts.
   virtual void onAddressLost() = 0;
@@ -29,15 +35,15 @@ class NetworkWatchListener {
   virtual void onAddressBack(const std::string& address) = 0;
   /// `onNetworkChangeSettled` follows after `kSettlingAfterChange`.
   virtual void onAddressChanged(const std::string& address) = 0;
-  /// Time to bind and to draw the code once more, with the address looked up at this moment.
-  virtual void onNetworkChangeSettled(const std::optional<std::string>& address) = 0;
+  /// Time to bind and to draw the code once more; the address is still that of the change.
+  virtual void onNetworkChangeSettled(const std::string& address) = 0;
 };
 
-/// Follows the computer's local address once a second while the Wi-Fi page is in use.
+/// Chooses the computer's local address, and follows it once a second while the Wi-Fi page is in
+/// use. The address stays the same while it is a candidate, whatever else appears.
 ///
-/// Main queue only, and all of its state lives there: the utility queue does nothing but look the
-/// address up. After `stopIPWatch` (or destruction) nothing more is reported, not even what a look
-/// that was under way finds.
+/// Main queue only, and all of its state lives there: the utility queue does nothing but look.
+/// After `stopIPWatch` nothing more is reported, not even what a look that was under way finds.
 class NetworkWatch {
  public:
   static constexpr std::chrono::seconds kInterval{1};
@@ -46,33 +52,45 @@ class NetworkWatch {
   static constexpr std::chrono::seconds kSettlingAfterChange{2};
 
   /// Called on the main queue and on the utility queue, possibly at the same time.
-  using AddressLookup = std::function<std::optional<std::string>()>;
+  using Lookup = std::function<LocalNetworks()>;
 
   /// The scheduler and the listener must outlive the watch.
-  NetworkWatch(dispatch::Scheduler& scheduler, AddressLookup lookUp,
-               NetworkWatchListener& listener);
-  ~NetworkWatch();
+  NetworkWatch(dispatch::Scheduler& scheduler, Lookup lookUp, NetworkWatchListener& listener);
 
-  /// Looks the address up at once without reporting it, then every second. Does nothing while
-  /// watching.
+  /// Looks at once, so that `address` is that of this moment, then every second. Does nothing
+  /// while watching.
   void startIPWatch();
   /// Also ends a settling that is due.
   void stopIPWatch();
 
- private:
-  struct Session;
+  /// Prefers `address` from now on, while it is a candidate; none: no preference. `address()`
+  /// follows at once, without a report: nothing has to be bound anew for it.
+  void choose(std::optional<std::string> address);
 
-  void checkLocalAddress(std::optional<std::string> address);
+  /// Of the last look; none before the first and while there is no candidate. This, not a look of
+  /// its own, is what the page shows: so page and watch cannot disagree.
+  const std::optional<std::string>& address() const { return lastIPAddress_; }
+  const LocalNetworks& networks() const { return networks_; }
+
+ private:
+  AddressChange take(LocalNetworks look);
+  void checkLocalAddress(LocalNetworks look);
+  void report(AddressChange change);
   void settleAfter(dispatch::Duration delay);
   void finishNetworkChange();
 
   dispatch::Scheduler& scheduler_;
-  AddressLookup lookUp_;
+  Lookup lookUp_;
   NetworkWatchListener& listener_;
 
-  std::shared_ptr<Session> session_;          ///< from start to stop
-  std::optional<std::string> lastIPAddress_;  ///< of the last look
-  std::unique_ptr<dispatch::Timer> settlingTimer_;
+  LocalNetworks networks_;
+  std::optional<std::string> lastIPAddress_;
+  std::optional<std::string> inUse_;   ///< the last address there was
+  std::optional<std::string> wanted_;  ///< the user's choice
+
+  dispatch::Scope whileWatching_;
+  std::unique_ptr<dispatch::Timer> ipWatchTimer_;
+  std::unique_ptr<dispatch::Timer> qrRegenerateTimer_;
 };
 
 }  // namespace quorin::wifi

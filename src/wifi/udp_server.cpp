@@ -1,16 +1,13 @@
 #include "wifi/udp_server.h"
 
 #include "wifi/port_text.h"
-#include "wire/client_key.h"
+#include "wifi/source_check.h"
 #include "wire/control_message.h"
 
-#include <sys/socket.h>
-
+#include <algorithm>
 #include <array>
 #include <cassert>
-#include <cerrno>
-#include <chrono>
-#include <thread>
+#include <span>
 #include <utility>
 
 namespace quorin::wifi {
@@ -22,8 +19,8 @@ constexpr dispatch::TimerSchedule kExpiryCheck{.first = std::chrono::seconds(1),
                                                .interval = std::chrono::seconds(1),
                                                .leeway = milliseconds(200)};
 
-// A send that was under way when the socket was given up holds its port for some microseconds.
-constexpr milliseconds kFormerSendEndsWithin{50};
+/// Beside those of ten clients, the sockets of as many that have just left.
+constexpr std::size_t kMaxConnections = 2 * ClientTable::kMaxClients;
 
 // More than is ever accepted, so that a long datagram shows its length instead of being cut to
 // one that would pass.
@@ -41,30 +38,27 @@ UdpServer::~UdpServer() {
 }
 
 void UdpServer::startUDP(std::string_view portText) {
-  assert(!udpRunning_);
+  assert(!isRunning());
   const auto port = parsePort(portText);
   if (!port) {
     listener_.onStartFailed({.step = StartFailure::Step::kPort});
     return;
   }
-
-  const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-  if (fd < 0) {
-    listener_.onStartFailed({StartFailure::Step::kSocket, errno, *port});
+  auto socket = network::DatagramSocket::open();
+  if (!socket) {
+    listener_.onStartFailed({StartFailure::Step::kSocket, socket.error().value(), *port});
     return;
   }
-  udpSocket_ = std::make_shared<const posix::FileDescriptor>(fd);
-  if (!bindTo(*port)) {
-    const StartFailure failure{StartFailure::Step::kBind, errno, *port};
-    udpSocket_.reset();
-    listener_.onStartFailed(failure);
+  if (const auto error = socket->bind(*port)) {
+    listener_.onStartFailed({StartFailure::Step::kBind, error.value(), *port});
     return;
   }
 
+  udpSocket_ = std::move(*socket);
+  port_ = *port;
   auto& queue = scheduler_.mainQueue();
-  udpReadSource_ = queue.makeReadSource(fd, [this] { handleUDPReadable(); });
+  udpReadSource_ = queue.makeReadSource(udpSocket_->descriptor(), [this] { handleUDPReadable(); });
   udpClientTimeoutTimer_ = queue.makeTimer(kExpiryCheck, [this] { expireUDPClients(); });
-  udpRunning_ = true;
   transport_.setServerRunning(true);
   listener_.onStarted();
 }
@@ -75,114 +69,190 @@ void UdpServer::stopUDP() {
   listener_.onStopped();
 }
 
+// The socket stays: it is bound to every address that there is and will be.
 void UdpServer::restartUDPForNetworkChange(std::string_view portText) {
-  const bool wasRunning = udpRunning_;
-  close();
-  if (wasRunning) startUDP(portText);
+  if (!isRunning()) return;
+  if (parsePort(portText) == port_) {
+    forgetAll();
+    listener_.onStarted();
+  } else {
+    close();
+    startUDP(portText);
+  }
 }
 
-bool UdpServer::bindTo(std::uint16_t port) const {
-  const auto address = wire::ClientKey{.address = INADDR_ANY, .port = port}.socketAddress();
-  const auto attempt = [&] {
-    return ::bind(udpSocket_->get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) ==
-           0;
-  };
-  const auto deadline = std::chrono::steady_clock::now() + kFormerSendEndsWithin;
-  while (!attempt()) {
-    const bool ownSendHoldsIt = errno == EADDRINUSE && !formerSocket_.expired();
-    if (!ownSendHoldsIt || std::chrono::steady_clock::now() > deadline) return false;
-    std::this_thread::yield();
+std::vector<Client> UdpServer::clients() const {
+  const auto now = scheduler_.wallNow();
+  const auto bootNow = scheduler_.bootNow();
+  std::vector<Client> result;
+  for (const auto& client : table_.clients()) {
+    result.push_back(
+        {.endpoint = client.endpoint, .connectedSince = now - (bootNow - client.since)});
   }
-  return true;
+  return result;
+}
+
+void UdpServer::disconnect(const wire::Endpoint& client) {
+  if (table_.stop(client)) clientsChanged();
+  publishIfChanged();
+}
+
+void UdpServer::forgetAll() {
+  table_.clear();
+  hasRefused_ = false;
+  audienceChanged_ = false;
+  transport_.publishAudience(nullptr);
+  connections_.clear();
+  reportDue_ = false;
+  whileRunning_.cancelAll();
 }
 
 void UdpServer::close() {
-  udpRunning_ = false;
-  table_.clear();
   transport_.setServerRunning(false);
-  transport_.publishAudience(nullptr);  // before the socket goes, so that no send outlives it
   udpClientTimeoutTimer_.reset();
+  forgetAll();
   udpReadSource_.reset();
-  if (udpSocket_) formerSocket_ = std::exchange(udpSocket_, nullptr);
+  udpSocket_.reset();
 }
 
 void UdpServer::handleUDPReadable() {
-  std::array<char, kReceiveBufferBytes> buffer;
-  Turn turn;
-  for (int i = 0; i < kDatagramsPerTurn; ++i) {
-    sockaddr_in source{};
-    socklen_t sourceLength = sizeof source;
-    const auto length = ::recvfrom(udpSocket_->get(), buffer.data(), buffer.size(), 0,
-                                   reinterpret_cast<sockaddr*>(&source), &sourceLength);
-    if (length < 0) break;  // nothing more; or an error, which ends with this call
+  drain(*udpSocket_);
+  publishIfChanged();
+}
 
-    const auto request = parseRequest({buffer.data(), static_cast<std::size_t>(length)});
-    if (request) {
-      handle(*request, source, turn);
+void UdpServer::handleReadable(const wire::Endpoint& client) {
+  const auto socket = connections_.at(client).socket;  // keeps it open if it is given up meanwhile
+  drain(*socket);
+  dropIfRefused(client);
+  publishIfChanged();
+}
+
+void UdpServer::drain(const auto& socket) {
+  std::array<char, kReceiveBufferBytes> buffer;
+  for (int i = 0; i < kDatagramsPerTurn; ++i) {
+    const auto received = socket.receive(buffer);
+    if (!received) break;  // nothing more; or an error, which ends with this call
+
+    const auto request = parseRequest({buffer.data(), received->length});
+    if (request && canBeAPhone(received->source, {received->local, port_}, ownNetworks_)) {
+      handle(*request, *received);
     } else {
       ++ignoredDatagrams_;
     }
   }
-  finish(turn);
 }
 
-void UdpServer::handle(Request request, const sockaddr_in& source, Turn& turn) {
-  const auto key = wire::ClientKey::of(source);
+void UdpServer::handle(Request request, const Received& received) {
   switch (request) {
     case Request::kHello:
-      handleHello(source, turn);
+      handleHello(received);
       break;
     case Request::kPing:
-      table_.ping(key, scheduler_.wallNow());
-      reply(source, wire::kPong);
+      table_.ping(received.source, scheduler_.bootNow());
+      reply(received, wire::kPong);
       break;
     case Request::kStop:
-      turn.tableChanged |= table_.stop(key);
-      turn.left = true;
+      if (table_.stop(received.source)) clientsChanged();
       break;
   }
 }
 
-void UdpServer::handleHello(const sockaddr_in& source, Turn& turn) {
+void UdpServer::handleHello(const Received& received) {
   using enum ClientTable::HelloResult;
-  const auto result = table_.hello(wire::ClientKey::of(source), scheduler_.wallNow());
+  const auto result = table_.hello(received.source, scheduler_.bootNow());
   if (result == kBusy) {
-    reply(source, wire::kBusy);
+    reply(received, wire::kBusy);
+    if (!std::exchange(hasRefused_, true)) reportSoon();
+    return;
+  }
+  if (!connect(received)) {
+    // No descriptor or no route, which the phone's next HELLO may find: READY would be a promise.
+    if (result != kKnownClient) table_.stop(received.source);
     return;
   }
   // The first client's sound begins after it joined.
   if (result == kFirstClient) sender_.clearAudioFrames();
-  reply(source, wire::kReady);
-  reply(source, wire::kFormat);
-  turn.tableChanged |= result != kKnownClient;
-  turn.joined = true;
+  reply(received, wire::kReady);
+  reply(received, wire::kFormat);
+  if (result != kKnownClient) clientsChanged();
+}
+
+bool UdpServer::connect(const Received& received) {
+  const auto& client = received.source;
+  const auto known = connections_.find(client);
+  if (known != connections_.end() && known->second.local == received.local &&
+      !known->second.socket->isRefused()) {
+    return true;
+  }
+
+  auto socket = network::DatagramSocket::open();
+  if (!socket || socket->connect({received.local, port_}, client)) return false;
+  if (connections_.size() >= kMaxConnections) closeUnused();
+  const auto descriptor = socket->descriptor();
+  connections_.erase(client);
+  connections_.emplace(
+      client, Connection{.socket = std::make_shared<const ClientSocket>(std::move(*socket)),
+                         .local = received.local,
+                         .readable = scheduler_.mainQueue().makeReadSource(
+                             descriptor, [this, client] { handleReadable(client); })});
+  audienceChanged_ = true;
+  return true;
+}
+
+void UdpServer::dropIfRefused(const wire::Endpoint& client) {
+  const auto connection = connections_.find(client);
+  if (connection == connections_.end() || !connection->second.socket->isRefused()) return;
+  if (table_.stop(client)) clientsChanged();
+}
+
+void UdpServer::closeUnused() {
+  std::erase_if(connections_,
+                [this](const auto& entry) { return !table_.isRegistered(entry.first); });
 }
 
 void UdpServer::expireUDPClients() {
-  const auto expired = table_.expire(scheduler_.wallNow());
-  finish({.tableChanged = expired.clients > 0, .left = expired.keys > 0});
+  closeUnused();
+  // Usually noticed when it happens; here, where the pacing's send was the first to learn of it.
+  for (const auto& entry : connections_) dropIfRefused(entry.first);
+  if (table_.expire(scheduler_.bootNow()) > 0) clientsChanged();
+  publishIfChanged();
 }
 
-void UdpServer::finish(const Turn& turn) {
-  // After the replies, so that a client's first audio comes behind its format line.
-  if (turn.tableChanged) {
-    transport_.publishAudience(std::make_shared<const Audience>(udpSocket_, table_.clients()));
+void UdpServer::clientsChanged() {
+  audienceChanged_ = true;
+  if (!table_.isFull()) hasRefused_ = false;
+  reportSoon();
+}
+
+/// At the end of a turn, after the replies: a client's first audio comes behind its format line.
+void UdpServer::publishIfChanged() {
+  if (!std::exchange(audienceChanged_, false)) return;
+  auto audience = std::make_shared<Audience>();
+  for (const auto& client : table_.clients()) {
+    audience->push_back(connections_.at(client.endpoint).socket);
   }
-
-  // One report for the whole turn; what the page shows follows from the state at its end.
-  if (!turn.joined && !turn.left) return;
-  const bool anybody = clientCount() > 0;
-  const std::weak_ptr<const posix::FileDescriptor> socket = udpSocket_;
-  listener_.onClientCountChanged(clientCount());
-  if (socket.lock() != udpSocket_ || !udpRunning_) return;  // the callback stopped or restarted us
-  if (anybody && turn.joined) listener_.onConnected();
-  if (!anybody && turn.left) listener_.onDisconnected();
+  transport_.publishAudience(std::move(audience));
 }
 
-void UdpServer::reply(const sockaddr_in& to, std::string_view text) const {
+void UdpServer::reportSoon() {
+  if (std::exchange(reportDue_, true)) return;
+  const auto wait = std::max<dispatch::Duration>(nextReport_ - scheduler_.now(), {});
+  scheduler_.mainQueue().asyncAfter(wait, whileRunning_, [this] {
+    reportDue_ = false;
+    nextReport_ = scheduler_.now() + kReportInterval;
+    listener_.onClientsChanged();
+  });
+}
+
+void UdpServer::reply(const Received& to, std::string_view text) const {
   // What the system cannot take at once is lost; the phone asks again.
-  (void)::sendto(udpSocket_->get(), text.data(), text.size(), MSG_DONTWAIT,
-                 reinterpret_cast<const sockaddr*>(&to), sizeof to);
+  const auto bytes = std::as_bytes(std::span(text));
+  const auto own = connections_.find(to.source);
+  if (own != connections_.end() && own->second.local == to.local) {
+    own->second.socket->send(bytes);
+  } else {
+    (void)udpSocket_->sendTo(to.source, to.local, bytes);
+  }
 }
 
 }  // namespace quorin::wifi

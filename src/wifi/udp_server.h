@@ -1,17 +1,20 @@
 #pragma once
 
 #include "core/scheduler.h"
-#include "platform/posix/file_descriptor.h"
+#include "platform/network/datagram_socket.h"
+#include "platform/network/interfaces.h"
 #include "stream/audio_sender.h"
 #include "wifi/client_table.h"
-#include "wifi/wifi_transport.h"
 #include "wifi/request.h"
+#include "wifi/wifi_transport.h"
 
-#include <netinet/in.h>
-
+#include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string_view>
+#include <unordered_map>
+#include <vector>
 
 namespace quorin::wifi {
 
@@ -27,41 +30,43 @@ struct StartFailure {
   std::uint16_t port = 0;  ///< 0 for `kPort`
 };
 
-/// What the server tells the page. On the main queue, from within the operation or at the end of
-/// a turn of reading, when all state is settled; a callback may stop or restart the server.
-///
-/// A flood can make `onClientCountChanged`, `onConnected` and `onDisconnected` come with every
-/// turn, hundreds of times a second, and often with nothing new: what they cause should be cheap
-/// when nothing changed.
+/// What the server reports to the page, on the main queue. The first three come from within the
+/// operation that they report.
 class UdpServerListener {
  public:
   virtual ~UdpServerListener() = default;
   UdpServerListener(const UdpServerListener&) = delete;
   UdpServerListener& operator=(const UdpServerListener&) = delete;
 
-  virtual void onStarted() = 0;
+  virtual void onStarted() = 0;  ///< no client is registered yet
   virtual void onStartFailed(const StartFailure& failure) = 0;
   virtual void onStopped() = 0;
 
-  /// The count is to be shown anew; it may be the same as before.
-  virtual void onClientCountChanged(std::size_t clients) = 0;
-  /// Somebody said hello and is registered.
-  virtual void onConnected() = 0;
-  /// Somebody left, or said so, and nobody is registered.
-  virtual void onDisconnected() = 0;
+  /// `clients()` or `hasRefused()` has changed since the last report; both may be as before again.
+  /// In a turn of the main queue of its own, and at most once in `kReportInterval`, whatever a
+  /// flood does; the first after a pause comes at once.
+  virtual void onClientsChanged() = 0;
 
  protected:
   UdpServerListener() = default;
 };
 
-/// The server that phones speak to: one IPv4 socket, the table of clients, and the replies.
-/// Confined to the main queue, which it keeps waiting for at most 50 ms: for a send
-/// that still holds the port while it is bound anew.
+/// A registered client, for the page.
+struct Client {
+  wire::Endpoint endpoint;
+  dispatch::WallTime connectedSince;  ///< time of day, by the clock as it is set now
+
+  friend bool operator==(const Client&, const Client&) = default;
+};
+
+/// The server that phones speak to: its socket, one more for each client, the table of clients, and
+/// the replies, each from the address that was asked. Confined to the main queue.
 class UdpServer {
  public:
-  /// Most datagrams read in one turn of the main queue, so that a flood leaves the interface its
-  /// share.
+  /// Most datagrams read from one socket in one turn of the main queue, so that a flood leaves the
+  /// interface its share.
   static constexpr int kDatagramsPerTurn = 64;
+  static constexpr std::chrono::milliseconds kReportInterval{100};
 
   /// All must outlive the server.
   UdpServer(dispatch::Scheduler& scheduler, stream::AudioSender& sender, WifiTransport& transport,
@@ -76,31 +81,57 @@ class UdpServer {
   /// Stops the send timer too. Does no harm while stopped.
   void stopUDP();
 
-  /// Binds a running server anew, with an empty table; leaves a stopped one alone. The send timer
-  /// goes on. Only `onStarted` or `onStartFailed` is told.
+  /// Forgets all clients of a running server, and binds it to the port if that is another one;
+  /// leaves a stopped server alone. The send timer goes on. Reports only `onStarted` or
+  /// `onStartFailed`.
   void restartUDPForNetworkChange(std::string_view portText);
 
-  bool isRunning() const { return udpRunning_; }
+  bool isRunning() const { return udpSocket_.has_value(); }
+  std::uint16_t port() const { return port_; }  ///< of the running server
+
+  /// In the order in which they joined.
+  std::vector<Client> clients() const;
   std::size_t clientCount() const { return table_.clients().size(); }
 
-  /// Datagrams that were read and not answered because they asked for nothing.
+  /// Drops the client as if it had sent STOP; its next HELLO is accepted.
+  void disconnect(const wire::Endpoint& client);
+
+  /// A phone was answered BUSY, and all places are still taken.
+  bool hasRefused() const { return hasRefused_; }
+
+  /// Where phones can be, beside the private ranges. Replaces what was set before.
+  void setOwnNetworks(std::vector<network::Subnet> networks) { ownNetworks_ = std::move(networks); }
+
+  /// Datagrams that were read and had no effect: they asked for nothing, or no phone can have sent
+  /// them.
   std::uint64_t ignoredDatagrams() const { return ignoredDatagrams_; }
 
  private:
-  /// What a turn of reading did, told to the others when it is over.
-  struct Turn {
-    bool tableChanged = false;  ///< who is registered
-    bool joined = false;        ///< a HELLO was accepted
-    bool left = false;          ///< a STOP came, or silence ended
+  using Received = network::DatagramSocket::Received;
+
+  /// A client's socket. It stays open for a moment when the client leaves: datagrams that are on
+  /// their way to it would be lost, and a client that comes and goes quickly costs no new one.
+  struct Connection {
+    std::shared_ptr<const ClientSocket> socket;
+    std::uint32_t local;  ///< the address that the client asked
+    std::unique_ptr<dispatch::ReadSource> readable;
   };
 
   void handleUDPReadable();
+  void handleReadable(const wire::Endpoint& client);
+  void drain(const auto& socket);
+  void handle(Request request, const Received& received);
+  void handleHello(const Received& received);
   void expireUDPClients();
-  void handle(Request request, const sockaddr_in& source, Turn& turn);
-  void handleHello(const sockaddr_in& source, Turn& turn);
-  void finish(const Turn& turn);
-  void reply(const sockaddr_in& to, std::string_view text) const;
-  bool bindTo(std::uint16_t port) const;
+
+  bool connect(const Received& received);
+  void dropIfRefused(const wire::Endpoint& client);
+  void closeUnused();
+  void clientsChanged();
+  void publishIfChanged();
+  void reportSoon();
+  void reply(const Received& to, std::string_view text) const;
+  void forgetAll();
   void close();
 
   dispatch::Scheduler& scheduler_;
@@ -108,12 +139,19 @@ class UdpServer {
   WifiTransport& transport_;
   UdpServerListener& listener_;
 
-  bool udpRunning_ = false;
+  std::uint16_t port_ = 0;
   ClientTable table_;
+  std::vector<network::Subnet> ownNetworks_;
   std::uint64_t ignoredDatagrams_ = 0;
+  bool hasRefused_ = false;
+  bool audienceChanged_ = false;  ///< and is not yet published
 
-  std::shared_ptr<const posix::FileDescriptor> udpSocket_;
-  std::weak_ptr<const posix::FileDescriptor> formerSocket_;
+  bool reportDue_ = false;
+  dispatch::TimePoint nextReport_{};  ///< not before
+  dispatch::Scope whileRunning_;
+
+  std::optional<network::DatagramSocket> udpSocket_;
+  std::unordered_map<wire::Endpoint, Connection> connections_;
   std::unique_ptr<dispatch::ReadSource> udpReadSource_;
   std::unique_ptr<dispatch::Timer> udpClientTimeoutTimer_;
 };

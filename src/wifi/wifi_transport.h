@@ -1,12 +1,8 @@
 #pragma once
 
 #include "core/snapshot.h"
-#include "platform/posix/file_descriptor.h"
+#include "platform/network/datagram_socket.h"
 #include "stream/transport.h"
-#include "wifi/client_table.h"
-
-#include <netinet/in.h>
-#include <sys/socket.h>
 
 #include <array>
 #include <atomic>
@@ -14,36 +10,47 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <vector>
 
 namespace quorin::wifi {
 
-/// Whom the next datagram goes to. Immutable; the main queue publishes a new one after every
-/// change, the pacing queue sends to the one it finds.
-struct Audience {
-  /// Shared, so that the socket cannot be closed, and its number not be taken by another file,
-  /// while a send is under way.
-  std::shared_ptr<const posix::FileDescriptor> socket;
-  std::array<sockaddr_in, ClientTable::kMaxClients> addresses{};
-  std::size_t count = 0;
-
-  Audience(std::shared_ptr<const posix::FileDescriptor> boundSocket,
-           std::span<const wire::ClientKey> clients);
-};
-
-/// Sends one datagram to a whole audience with one system call. Confined to one thread;
-/// allocates nothing and never waits: what the system cannot take at once is lost.
-class AudienceSender {
+/// The socket of one client, from the address that the client asked. Any thread.
+///
+/// Its own, so that datagrams to a phone that has left the network, which wait in the system for an
+/// answer that never comes, use up that phone's room in the system and nobody else's.
+class ClientSocket {
  public:
-  AudienceSender();
+  explicit ClientSocket(network::DatagramSocket connected) : socket_(std::move(connected)) {}
 
-  /// Returns how many of the audience the system took the datagram for. One address that fails
-  /// costs nobody else anything.
-  std::size_t send(const Audience& audience, std::span<const std::byte> datagram);
+  /// True when the system took the datagram; otherwise it is lost.
+  bool send(std::span<const std::byte> datagram) const { return !check(socket_.send(datagram)); }
+  std::expected<network::DatagramSocket::Received, std::error_code> receive(
+      std::span<char> buffer) const {
+    auto received = socket_.receive(buffer);
+    if (!received) check(received.error());
+    return received;
+  }
+
+  /// The client's computer has answered that nobody holds its port.
+  bool isRefused() const { return refused_.load(std::memory_order_relaxed); }
+
+  int descriptor() const { return socket_.descriptor(); }
 
  private:
-  iovec payload_{};
-  std::array<mmsghdr, ClientTable::kMaxClients> messages_{};
+  /// The system reports a refusal once, to whichever call comes first.
+  std::error_code check(std::error_code error) const {
+    if (error == std::errc::connection_refused) refused_.store(true, std::memory_order_relaxed);
+    return error;
+  }
+
+  network::DatagramSocket socket_;
+  mutable std::atomic<bool> refused_{false};
 };
+
+/// Whom the next datagram goes to. Immutable; the main queue publishes a new one after every
+/// change, the pacing queue sends to the one it finds. The sockets are shared, so that none can be
+/// closed, and its number not be taken by another file, while a send is under way.
+using Audience = std::vector<std::shared_ptr<const ClientSocket>>;
 
 /// The phones on the network: each chunk becomes one datagram of 16-bit samples for all of them.
 class WifiTransport : public stream::Transport {
@@ -68,9 +75,7 @@ class WifiTransport : public stream::Transport {
   dispatch::Snapshot<Audience> audience_;   ///< main writes, pacing reads
   std::atomic<std::uint64_t> datagramsSent_{0};
 
-  // Pacing queue only.
-  AudienceSender audienceSender_;
-  std::array<std::int16_t, wire::kChunkFrames> datagram_{};
+  std::array<std::int16_t, wire::kChunkFrames> datagram_{};  ///< pacing queue only
 };
 
 }  // namespace quorin::wifi

@@ -297,21 +297,5 @@ TEST_F(FlowingSound, PlansByTheTicksThatShouldHaveBeen) {
   EXPECT_EQ(sender.chunkNeededAt(), neededAt);
 }
 
-TEST(AudienceSender, LosesNobodyBehindAnAddressThatFails) {
-  Phone first(freePort());
-  Phone second(freePort());
-  const wire::ClientKey nobody{.address = first.key().address, .port = 0};
-  const auto socket = std::make_shared<const posix::FileDescriptor>(
-      ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  const wire::ClientKey keys[] = {nobody, first.key(), nobody, nobody, second.key(), nobody};
-  const Audience audience(socket, keys);
-  const std::string datagram = "sound";
-
-  AudienceSender sender;
-  EXPECT_EQ(sender.send(audience, std::as_bytes(std::span(datagram))), 2U);
-  EXPECT_THAT(first.hears(), ElementsAre(datagram));
-  EXPECT_THAT(second.hears(), ElementsAre(datagram));
-}
-
 }  // namespace
 }  // namespace quorin::wifi

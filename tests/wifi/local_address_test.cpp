@@ -2,9 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include <optional>
-#include <string>
-#include <vector>
+#include <sstream>
 
 namespace quorin::wifi {
 namespace {
@@ -15,49 +13,84 @@ InterfaceAddress running(std::string name, std::string address) {
   return {.name = std::move(name), .address = std::move(address), .isUp = true, .isRunning = true};
 }
 
-TEST(LocalIPv4Address, IsTheFirstThatAPhoneCanReach) {
-  const auto loopback = running("lo", "127.0.0.1");
+TEST(LocalNetworks, CandidatesAreWhereAPhoneCanReachThisComputer) {
+  const auto wired = running("eth0", "192.168.1.1");
+  const auto wireless = running("wlan0", "192.168.2.1");
+  using Names = std::vector<std::string>;
   const struct {
     const char* what;
     std::vector<InterfaceAddress> interfaces;
-    std::optional<std::string> chosen;
+    Names candidates;
+    const char* defaultRoute = "";
   } cases[] = {
-      {"nothing", {}, std::nullopt},
-      {"loopback alone", {loopback}, std::nullopt},
-      {"wired", {loopback, running("enp3s0", "192.168.1.20")}, "192.168.1.20"},
-      {"wireless", {running("wlp2s0", "192.168.1.21")}, "192.168.1.21"},
-      {"link-local before a real one",
-       {loopback, running("eno1", "169.254.9.1"), running("eno1", "192.168.1.23")},
-       "192.168.1.23"},
-      {"link-local alone", {running("eno1", "169.254.9.1")}, std::nullopt},
-      {"no address yet", {running("eno1", "0.0.0.0")}, std::nullopt},
-      {"a loopback address on a wired interface", {running("eno1", "127.1.2.3")}, std::nullopt},
-      {"the list's order decides, not the kind",
-       {running("wlan0", "192.168.2.1"), running("eth0", "192.168.1.1")},
-       "192.168.2.1"},
-      {"switched off", {{"eth0", "192.168.1.1", false, true}}, std::nullopt},
-      {"cable out, but wireless",
-       {{"eth0", "192.168.1.1", true, false}, running("wlan0", "192.168.2.1")},
-       "192.168.2.1"},
-      {"tunnels and mobile broadband",
-       {running("tun0", "10.8.0.2"), running("wg0", "10.9.0.2"), running("ppp0", "10.1.0.2"),
-        running("tailscale0", "100.64.0.2"), running("wwan0", "10.2.0.2")},
-       std::nullopt},
-      {"bridges and containers",
-       {running("docker0", "172.17.0.1"), running("br-1a2b3c", "172.18.0.1"),
-        running("virbr0", "192.168.122.1"), running("veth12ab", "10.88.0.1"),
-        running("lxcbr0", "10.0.3.1")},
-       std::nullopt},
-      {"a tunnel before the real one",
-       {running("wg0", "10.9.0.2"), running("enx0011", "192.168.1.9")},
-       "192.168.1.9"},
-      {"addresses that only look like excluded ones", {running("eth0", "12.7.0.1")}, "12.7.0.1"},
-      {"a neighbour of the link-local range", {running("eth0", "169.25.4.1")}, "169.25.4.1"},
+      {"nothing", {}, {}},
+      {"loopback, and one that has an address of it",
+       {running("lo", "127.0.0.1"), running("eno1", "127.1.2.3")},
+       {}},
+      {"wired and wireless, in the list's order",
+       {wireless, wired},
+       {"192.168.2.1", "192.168.1.1"}},
+      {"the default route first", {wired, wireless}, {"192.168.2.1", "192.168.1.1"}, "wlan0"},
+      {"a default route through a tunnel",
+       {wired, running("wg0", "10.9.0.2"), wireless},
+       {"192.168.1.1", "192.168.2.1"},
+       "wg0"},
+      {"link-local, no address yet",
+       {running("enp3s0", "169.254.9.1"), running("enp3s0", "0.0.0.0")},
+       {}},
+      {"addresses that only look like excluded ones",
+       {running("eth0", "12.7.0.1"), running("eth0", "169.25.4.1")},
+       {"12.7.0.1", "169.25.4.1"}},
+      {"switched off, cable out",
+       {{"eth0", "192.168.1.1", false, true, {}}, {"eth1", "192.168.1.1", true, false, {}}},
+       {}},
+      {"tunnels, bridges, mobile broadband",
+       {running("tun0", "10.8.0.2"), running("docker0", "172.17.0.1"), running("wwan0", "10.2.0.2"),
+        running("veth12ab", "10.88.0.1"), running("tailscale0", "100.64.0.2")},
+       {}},
       {"names are case-sensitive and read from the start",
        {running("ETH0", "192.168.1.1"), running("xeth0", "192.168.1.2")},
-       std::nullopt},
+       {}},
   };
-  for (const auto& c : cases) EXPECT_EQ(localIPv4Address(c.interfaces), c.chosen) << c.what;
+  for (const auto& c : cases) {
+    Names found;
+    for (const auto& candidate : localNetworks(c.interfaces, c.defaultRoute).candidates) {
+      found.push_back(candidate.address);
+    }
+    EXPECT_EQ(found, c.candidates) << c.what;
+  }
+}
+
+TEST(LocalIPv4Address, StaysUnlessTheUserChoosesAnother) {
+  const std::vector<Candidate> both{{"eth0", "10.0.0.1"}, {"wlan0", "10.0.0.2"}};
+  EXPECT_EQ(localIPv4Address({}), std::nullopt);
+  EXPECT_EQ(localIPv4Address({}, "10.0.0.1", "10.0.0.1"), std::nullopt);
+  EXPECT_EQ(localIPv4Address(both), "10.0.0.1");
+  EXPECT_EQ(localIPv4Address(both, "10.0.0.2"), "10.0.0.2");
+  EXPECT_EQ(localIPv4Address(both, "10.0.0.3"), "10.0.0.1");
+  EXPECT_EQ(localIPv4Address(both, "10.0.0.1", "10.0.0.2"), "10.0.0.2");
+  EXPECT_EQ(localIPv4Address(both, "10.0.0.2", "10.0.0.9"), "10.0.0.2");
+}
+
+TEST(DefaultRoute, IsTheUsableOneWithTheLowestMetric) {
+  const std::string head =
+      "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\n";
+  const std::string link = "eth0\t0001A8C0\t00000000\t0001\t0\t0\t0\t00FFFFFF\t0\t0\t0\n";
+  const std::string wired = "eth0\t00000000\t0101A8C0\t0003\t0\t0\t600\t00000000\t0\t0\t0\n";
+  const std::string wireless = "wlan0\t00000000\t0102A8C0\t0003\t0\t0\t100\t00000000\t0\t0\t0\n";
+  const std::string rejected = "eth1\t00000000\t00000000\t0200\t0\t0\t0\t00000000\t0\t0\t0\n";
+  const struct {
+    std::string table;
+    std::optional<std::string> name;
+  } rows[] = {{"", {}},
+              {head + link + rejected, {}},
+              {head + link + wired, "eth0"},
+              {head + rejected + wired + wireless + link, "wlan0"},
+              {head + "rubbish\n" + wireless + wired, "wlan0"}};
+  for (const auto& row : rows) {
+    std::istringstream table(row.table);
+    EXPECT_EQ(network::defaultRouteInterface(table), row.name) << row.table;
+  }
 }
 
 }  // namespace

@@ -15,7 +15,6 @@ namespace quorin::wifi {
 namespace {
 
 using namespace std::chrono_literals;
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
@@ -27,9 +26,8 @@ class NetworkWatchTest : public ::testing::Test, public NetworkWatchListener {
   void onAddressLost() override { record("lost"); }
   void onAddressBack(const std::string& address) override { record("back " + address); }
   void onAddressChanged(const std::string& address) override { record("changed " + address); }
-  void onNetworkChangeSettled(const std::optional<std::string>& address) override {
-    record("settled " + address.value_or("without"));
-  }
+  void onNetworkChangeSettled(const std::string& address) override { record("settled " + address); }
+  void onNetworksChanged(const LocalNetworks&) override { ++networkChanges_; }
 
  protected:
   void record(const std::string& what) {
@@ -47,15 +45,26 @@ class NetworkWatchTest : public ::testing::Test, public NetworkWatchListener {
   }
 
   dispatch::SimulatedScheduler scheduler_;
+  LocalNetworks look() {
+    LocalNetworks networks{.candidates = others_, .subnets = {}};
+    if (address_ && !std::exchange(nextLookFails_, false)) {
+      networks.candidates.push_back({"wlan0", *address_});
+    }
+    return networks;
+  }
+
   std::optional<std::string> address_ = "192.168.1.20";
+  bool nextLookFails_ = false;
+  std::vector<Candidate> others_;
   int looks_ = 0;
+  int networkChanges_ = 0;
   std::vector<std::string> heard_;
   std::function<void(const std::string&)> onHeard_;
   std::unique_ptr<NetworkWatch> watch_ = std::make_unique<NetworkWatch>(
       scheduler_,
       [this] {
         ++looks_;
-        return address_;
+        return look();
       },
       *this);
   dispatch::TimePoint begin_ = scheduler_.now();
@@ -109,12 +118,36 @@ TEST_F(NetworkWatchTest, TellsLossesReturnsAndChangesAndWhenTheyHaveSettled) {
   }
 }
 
-TEST_F(NetworkWatchTest, SettlingLooksAgain) {
+// For less than a tick, exactly when the change settles or the watch starts.
+TEST_F(NetworkWatchTest, ALossThatOnlyOneLookSeesIsOverAtTheNextTick) {
+  nextLookFails_ = true;
   watch_->startIPWatch();
-  address_ = "10.0.0.5";
-  heardAfter(2900ms);
-  address_.reset();
-  EXPECT_THAT(heardAfter(100ms), Contains("3.0 settled without"));
+  EXPECT_EQ(watch_->address(), std::nullopt);
+  EXPECT_THAT(heardAfter(1500ms), ElementsAre("1.0 back 192.168.1.20"));
+  EXPECT_EQ(watch_->address(), address_);
+
+  scheduler_.advance(400ms);
+  nextLookFails_ = true;
+  EXPECT_THAT(heardAfter(2s),
+              ElementsAre("2.0 lost", "2.0 back 192.168.1.20", "3.0 settled 192.168.1.20"));
+}
+
+TEST_F(NetworkWatchTest, TheAddressStaysWhileOthersComeAndTheUserMayChoose) {
+  watch_->startIPWatch();
+  others_ = {{"eth0", "10.0.0.1"}};
+  EXPECT_THAT(heardAfter(3s), IsEmpty()) << "a cable was plugged in";
+  EXPECT_EQ(networkChanges_, 2);
+  EXPECT_EQ(watch_->address(), address_);
+
+  watch_->choose("10.0.0.1");
+  EXPECT_EQ(watch_->address(), "10.0.0.1") << "at once";
+  EXPECT_THAT(heardAfter(3s), IsEmpty());
+  watch_->choose({});
+  EXPECT_EQ(watch_->address(), "10.0.0.1");
+  watch_->choose("10.9.9.9");
+  EXPECT_EQ(watch_->address(), "10.0.0.1") << "not there yet";
+  others_.push_back({"eth1", "10.9.9.9"});
+  EXPECT_THAT(heardAfter(1s), ElementsAre(::testing::HasSubstr("changed 10.9.9.9")));
 }
 
 TEST_F(NetworkWatchTest, StopEndsASettlingThatIsDue) {
@@ -137,7 +170,7 @@ TEST_F(NetworkWatchTest, ALookFromBeforeTheStopIsNotHeardAfterIt) {
             watch_->startIPWatch();
           });
         }
-        return address_;
+        return look();
       },
       *this);
   watch_->startIPWatch();
@@ -146,25 +179,21 @@ TEST_F(NetworkWatchTest, ALookFromBeforeTheStopIsNotHeardAfterIt) {
   EXPECT_THAT(heardAfter(10s), IsEmpty());
 }
 
-TEST_F(NetworkWatchTest, TheListenerMayStopOrDestroyTheWatch) {
-  for (const bool destroy : {false, true}) {
-    for (const std::string at : {"lost", "back", "changed", "settled"}) {
-      address_ = "10.0.0.1";
-      watch_ = std::make_unique<NetworkWatch>(scheduler_, [this] { return address_; }, *this);
-      onHeard_ = [&](const std::string& what) {
-        if (!what.starts_with(at)) return;
-        destroy ? watch_.reset() : watch_->stopIPWatch();
-      };
-      watch_->startIPWatch();
-      address_ = "10.0.0.2";
-      scheduler_.advance(3s);
-      address_.reset();
-      scheduler_.advance(2s);
-      address_ = "10.0.0.3";
-      const auto heard = heardAfter(5s);
-      ASSERT_FALSE(heard.empty());
-      EXPECT_THAT(heard.back(), ::testing::HasSubstr(at)) << "destroy " << destroy;
-    }
+TEST_F(NetworkWatchTest, TheListenerMayStopTheWatch) {
+  for (const std::string at : {"lost", "back", "changed", "settled"}) {
+    address_ = "10.0.0.1";
+    onHeard_ = [&](const std::string& what) {
+      if (what.starts_with(at)) watch_->stopIPWatch();
+    };
+    watch_->startIPWatch();
+    address_ = "10.0.0.2";
+    scheduler_.advance(3s);
+    address_.reset();
+    scheduler_.advance(2s);
+    address_ = "10.0.0.3";
+    const auto heard = heardAfter(5s);
+    ASSERT_FALSE(heard.empty());
+    EXPECT_THAT(heard.back(), ::testing::HasSubstr(at));
   }
 }
 

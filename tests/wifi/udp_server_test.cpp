@@ -8,8 +8,6 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <functional>
-
 namespace quorin::wifi {
 namespace {
 
@@ -17,7 +15,10 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const auto kAccepted = ElementsAre(wire::kReady, wire::kFormat);
+const std::vector<std::string> kNothing;
+const std::vector<std::string> kPong{std::string(wire::kPong)};
+const std::vector<std::string> kBusy{std::string(wire::kBusy)};
+const std::vector<std::string> kAccepted{std::string(wire::kReady), std::string(wire::kFormat)};
 
 class UdpServerTest : public WifiTest, public testing::Test {
  protected:
@@ -35,7 +36,7 @@ class RunningUdpServer : public UdpServerTest {
   }
 };
 
-TEST_F(UdpServerTest, TellsWhyItDidNotStart) {
+TEST_F(UdpServerTest, ReportsWhyItDidNotStart) {
   server.startUDP("0");
   EXPECT_THAT(listener.take(), ElementsAre("failed: port"));
 
@@ -43,190 +44,179 @@ TEST_F(UdpServerTest, TellsWhyItDidNotStart) {
   other.start();
   server.startUDP(other.portText);
   EXPECT_THAT(listener.take(), ElementsAre("failed: bind EADDRINUSE"));
-  EXPECT_FALSE(server.isRunning());
+  other.newClient();
+  server.startUDP(other.portText);
+  EXPECT_THAT(listener.take(), ElementsAre("failed: bind EADDRINUSE"))
+      << "beside a client's socket";
 
-  start();
-  EXPECT_THAT(listener.take(), ElementsAre("started")) << "a failure leaves nothing behind";
-}
-
-TEST_F(UdpServerTest, TellsThatThereIsNoSocket) {
   rlimit before{};
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
   const rlimit none{.rlim_cur = 0, .rlim_max = before.rlim_max};
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
   start();
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
-
   EXPECT_THAT(listener.take(), ElementsAre("failed: socket EMFILE"));
   EXPECT_FALSE(server.isRunning());
+
+  start();
+  EXPECT_THAT(listener.take(), ElementsAre("started")) << "a failure leaves nothing behind";
 }
 
-TEST_F(RunningUdpServer, RegistersOnHello) {
+// What one phone says, in a row, and what it gets for each.
+TEST_F(RunningUdpServer, AnswersByTheRules) {
+  const std::string token = "<<HELLO>>";
+  const struct {
+    const char* what;
+    std::string datagram;
+    std::vector<std::string> answers;
+    std::size_t clients;
+  } steps[] = {
+      {"a ping of a stranger", "<<PING>>", kPong, 0},
+      {"nothing", "", kNothing, 0},
+      {"no token", "x", kNothing, 0},
+      {"a reply", "<<READY>>", kNothing, 0},
+      {"lower case", "<<hello>>", kNothing, 0},
+      {"128 bytes", token + std::string(119, 'x'), kNothing, 0},
+      {"the whole buffer", token + std::string(4087, 'x'), kNothing, 0},
+      {"the longest datagram there is", token + std::string(65498, 'x'), kNothing, 0},
+      {"broken UTF-8", token + "\xE2\x9C", kNothing, 0},
+      {"127 bytes", token + std::string(118, '\0'), kAccepted, 1},
+      {"a hello again", "<<HELLO>>\n", kAccepted, 1},
+      {"a ping of a client", "<<PING>>", kPong, 1},
+      {"a ping before a stop", "<<STOP>><<PING>>", kPong, 1},
+      {"a stop", "<<STOP>>", kNothing, 0},
+      {"a second stop", "<<STOP>>", kNothing, 0},
+      {"a ping does not bring it back", "<<PING>>", kPong, 0},
+      {"a hello before a stop", "<<STOP>><<HELLO>>", kAccepted, 1},
+  };
   auto phone = newPhone();
-  EXPECT_THAT(answersTo(phone, "<<HELLO>>"), kAccepted);
-  EXPECT_THAT(listener.take(), ElementsAre("count 1", "connected"));
-  EXPECT_THAT(answersTo(phone, "<<HELLO>>\n"), kAccepted) << "again";
-  EXPECT_THAT(listener.take(), ElementsAre("count 1", "connected"));
+  for (const auto& step : steps) {
+    EXPECT_EQ(answersTo(phone, step.datagram), step.answers) << step.what;
+    EXPECT_EQ(server.clientCount(), step.clients) << step.what;
+  }
+  EXPECT_EQ(server.ignoredDatagrams(), 8U);
 }
 
 TEST_F(RunningUdpServer, RefusesTheEleventhUntilOneLeaves) {
   std::vector<Phone> phones;
   for (int i = 0; i < 10; ++i) phones.push_back(newClient());
   auto eleventh = newPhone();
+  scheduler.advance(100ms);
   listener.take();
 
-  EXPECT_THAT(answersTo(eleventh, "<<HELLO>>"), ElementsAre(wire::kBusy));
-  EXPECT_THAT(listener.take(), IsEmpty());
-  EXPECT_THAT(answersTo(phones[4], "<<HELLO>>"), kAccepted) << "a known one is never refused";
-  EXPECT_THAT(answersTo(phones[4], "<<STOP>>"), IsEmpty());
-  EXPECT_THAT(answersTo(eleventh, "<<HELLO>>"), kAccepted);
-  EXPECT_EQ(server.clientCount(), 10U);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(answersTo(eleventh, "<<HELLO>>"), kBusy);
+  scheduler.advance(1s);
+  EXPECT_TRUE(server.hasRefused());
+  EXPECT_THAT(listener.take(), ElementsAre("changed")) << "once";
+  EXPECT_EQ(answersTo(phones[4], "<<HELLO>>"), kAccepted) << "a known one is never refused";
+  EXPECT_EQ(answersTo(phones[4], "<<STOP>>"), kNothing);
+  EXPECT_FALSE(server.hasRefused());
+  EXPECT_EQ(answersTo(eleventh, "<<HELLO>>"), kAccepted);
 }
 
-TEST_F(RunningUdpServer, ForgetsOnStop) {
+TEST_F(RunningUdpServer, ListsItsClientsAndDropsOneOnDemand) {
   auto first = newClient();
+  const auto joined = scheduler.wallNow();
+  scheduler.advance(5s);
   auto second = newClient();
-  listener.take();
-  EXPECT_THAT(answersTo(first, "<<STOP>>"), IsEmpty());
-  EXPECT_THAT(listener.take(), ElementsAre("count 1"));
-  EXPECT_THAT(answersTo(second, "<<STOP>>"), IsEmpty());
-  EXPECT_THAT(listener.take(), ElementsAre("count 0", "disconnected"));
-  EXPECT_THAT(answersTo(second, "<<STOP>>"), IsEmpty());
-  EXPECT_THAT(listener.take(), ElementsAre("count 0", "disconnected")) << "of a stranger too";
-}
+  EXPECT_THAT(server.clients(),
+              ElementsAre(Client{first.key(), joined}, Client{second.key(), joined + 5s}));
+  scheduler.jump(0s, 1h);
+  EXPECT_EQ(server.clients()[1].connectedSince, scheduler.wallNow()) << "by the clock as it is now";
 
-TEST_F(RunningUdpServer, LeavesUnansweredWhatAsksForNothing) {
-  auto phone = newPhone();
-  const std::string token = "<<HELLO>>";
-  const std::string rubbish[] = {
-      "",
-      "x",
-      token + std::string(119, 'x'),    // 128 bytes
-      token + std::string(4087, 'x'),   // fills the buffer
-      token + std::string(65498, 'x'),  // the longest datagram there is
-      token + "\xE2\x9C",
-      "<<READY>>",
-  };
-  for (const auto& datagram : rubbish) {
-    EXPECT_THAT(answersTo(phone, datagram), IsEmpty()) << datagram.size() << " bytes";
-  }
-  EXPECT_EQ(server.ignoredDatagrams(), std::size(rubbish));
-  EXPECT_EQ(server.clientCount(), 0U);
-
-  EXPECT_THAT(answersTo(phone, token + std::string(118, '\0')), kAccepted) << "127 bytes";
+  server.disconnect(first.key());
+  server.disconnect(first.key());
+  EXPECT_EQ(server.clientCount(), 1U);
+  EXPECT_EQ(answersTo(first, "<<PING>>"), kPong);
+  EXPECT_EQ(server.clientCount(), 1U);
+  EXPECT_EQ(answersTo(first, "<<HELLO>>"), kAccepted);
 }
 
 TEST_F(RunningUdpServer, DropsWhoIsSilentForMoreThanEightSeconds) {
   auto silent = newClient();
   auto talking = newClient();
-  listener.take();
 
   scheduler.advance(5s);
-  EXPECT_THAT(answersTo(talking, "<<PING>>"), ElementsAre(wire::kPong));
+  EXPECT_EQ(answersTo(talking, "<<PING>>"), kPong);
+  scheduler.jump(0s, 1h);
   scheduler.advance(3s);
-  EXPECT_EQ(server.clientCount(), 2U) << "silent for exactly 8 s at a check";
+  EXPECT_EQ(server.clientCount(), 2U) << "silent for exactly 8 s, whatever the clock was set to";
+  listener.take();
   scheduler.advance(1s);
   EXPECT_EQ(server.clientCount(), 1U);
-  EXPECT_THAT(listener.take(), ElementsAre("count 1"));
+  scheduler.jump(0s, -2h);
   scheduler.advance(5s);
-  EXPECT_THAT(listener.take(), ElementsAre("count 0", "disconnected"));
-  EXPECT_THAT(silent.hears(), IsEmpty()) << "nobody is told";
-}
-
-TEST_F(RunningUdpServer, AnswersAPingOfAnybodyAndReportsTheSilenceThatFollowsOnce) {
-  auto stranger = newPhone();
-  EXPECT_THAT(answersTo(stranger, "<<PING>>"), ElementsAre(wire::kPong));
   EXPECT_EQ(server.clientCount(), 0U);
-  EXPECT_THAT(listener.take(), IsEmpty());
-  scheduler.advance(20s);
-  EXPECT_THAT(listener.take(), ElementsAre("count 0", "disconnected"));
+  EXPECT_THAT(listener.take(), ElementsAre("changed", "changed"));
+  EXPECT_THAT(silent.hears(), IsEmpty()) << "nothing is sent to it";
 }
 
-TEST_F(RunningUdpServer, ReportsAWholeTurnOnce) {
-  std::vector<Phone> phones;
-  for (int i = 0; i < 5; ++i) phones.push_back(newPhone());
-  for (auto& phone : phones) phone.says("<<HELLO>>");
-  phones[0].says("<<STOP>>");
-  scheduler.runPending();
-  EXPECT_THAT(listener.take(), ElementsAre("count 4", "connected"));
-
-  for (auto& phone : phones) phone.says("<<STOP>>");
-  phones[0].says("<<HELLO>>");
-  phones[0].says("<<STOP>>");
-  scheduler.runPending();
-  EXPECT_THAT(listener.take(), ElementsAre("count 0", "disconnected"));
+TEST_F(RunningUdpServer, ReportsAtOnceAndThenTenTimesASecondAtMost) {
+  auto phone = newPhone();
+  phoneSays(phone, "<<HELLO>>");
+  EXPECT_THAT(listener.take(), ElementsAre("changed"));
+  for (int i = 0; i < 1000; ++i) {
+    phoneSays(phone, i % 2 == 0 ? "<<STOP>>" : "<<HELLO>>");
+    scheduler.advance(1ms);
+  }
+  EXPECT_LE(listener.take().size(), 10U);
+  scheduler.advance(200ms);
+  listener.take();
+  phoneSays(phone, "<<HELLO>>");
+  scheduler.advance(1s);
+  EXPECT_THAT(listener.take(), IsEmpty()) << "nothing has changed";
 }
 
 TEST_F(RunningUdpServer, StopsTwiceWithoutHarmAndStartsAgain) {
   auto phone = newClient();
+  scheduler.advance(100ms);
   listener.take();
+  phoneSays(phone, "<<STOP>>");
   server.stopUDP();
   server.stopUDP();
-  EXPECT_THAT(listener.take(), ElementsAre("stopped", "stopped"));
   EXPECT_EQ(server.clientCount(), 0U);
-  EXPECT_THAT(answersTo(phone, "<<PING>>"), IsEmpty());
+  EXPECT_EQ(answersTo(phone, "<<PING>>"), kNothing);
   scheduler.advance(20s);
-  EXPECT_THAT(listener.take(), IsEmpty());
+  EXPECT_THAT(listener.take(), ElementsAre("changed", "stopped", "stopped"));
 
   start();
-  EXPECT_THAT(answersTo(phone, "<<HELLO>>"), kAccepted);
+  EXPECT_EQ(answersTo(phone, "<<HELLO>>"), kAccepted);
 }
 
-TEST_F(RunningUdpServer, ForgetsEverybodyWhenTheNetworkChanges) {
+TEST_F(RunningUdpServer, ForgetsAllClientsWhenTheNetworkChanges) {
   auto phone = newClient();
   auto other = newClient();
-  listener.take();
-
-  server.restartUDPForNetworkChange(portText);
-  EXPECT_THAT(listener.take(), ElementsAre("started"));
-  EXPECT_EQ(server.clientCount(), 0U);
-  EXPECT_THAT(answersTo(phone, "<<PING>>"), ElementsAre(wire::kPong));
-  EXPECT_EQ(server.clientCount(), 0U) << "a ping does not bring it back";
-  EXPECT_THAT(answersTo(phone, "<<HELLO>>"), kAccepted);
+  for (const auto& text : {portText, std::to_string(freePort())}) {
+    listener.take();
+    server.restartUDPForNetworkChange(text);
+    EXPECT_THAT(listener.take(), ElementsAre("started"));
+    EXPECT_EQ(server.clientCount(), 0U);
+  }
+  EXPECT_EQ(answersTo(phone, "<<HELLO>>"), kNothing) << "on the former port";
 
   server.restartUDPForNetworkChange("nonsense");
   EXPECT_FALSE(server.isRunning());
-  EXPECT_EQ(server.clientCount(), 0U);
   server.restartUDPForNetworkChange(portText);
   EXPECT_FALSE(server.isRunning()) << "a stopped server is left alone";
 }
 
-/// Does something to the server from within the first callback of a turn.
-class ActingListener : public RecordingListener {
- public:
-  void onClientCountChanged(std::size_t clients) override {
-    RecordingListener::onClientCountChanged(clients);
-    act();
-  }
-  std::function<void()> act;
-};
-
-TEST_F(UdpServerTest, MayBeStoppedOrRestartedByItsListener) {
-  for (const bool restart : {false, true}) {
-    ActingListener acting;
-    UdpServer acted(scheduler, sender, transport, acting);
-    acting.act = [&] { restart ? acted.restartUDPForNetworkChange(portText) : acted.stopUDP(); };
-    acted.startUDP(portText);
-    auto phone = newPhone();
-    phoneSays(phone, "<<HELLO>>");
-    EXPECT_THAT(acting.events, ElementsAre("started", "count 1", restart ? "started" : "stopped"))
-        << "and nobody is connected";
-  }
-}
-
-TEST_F(UdpServerTest, LeavesNoDescriptorOpen) {
+// More than the server keeps of those that have left.
+TEST_F(RunningUdpServer, KeepsAFewSocketsOfThoseThatHaveLeftForAMoment) {
   const auto lowestFree = [] {
     const posix::FileDescriptor probe(::dup(STDIN_FILENO));
     return probe.get();
   };
+  auto stays = newClient();
   const auto before = lowestFree();
-  start();
-  auto client = std::make_unique<Phone>(newClient());
-  server.restartUDPForNetworkChange(portText);
-  server.stopUDP();
-  server.startUDP("");
-  client.reset();
+  for (int i = 0; i < 50; ++i) {
+    auto phone = newClient();
+    EXPECT_EQ(answersTo(phone, "<<STOP>>"), kNothing);
+    EXPECT_EQ(answersTo(phone, "<<PING>>"), kPong);
+    EXPECT_LE(lowestFree(), before + 21);
+  }
+  scheduler.advance(2s);
   EXPECT_EQ(lowestFree(), before);
+  EXPECT_EQ(answersTo(stays, "<<PING>>"), kPong);
 }
 
 }  // namespace

@@ -13,7 +13,7 @@
 namespace quorin::wifi {
 namespace {
 
-constexpr wire::ClientKey loopback(std::uint16_t port) {
+constexpr wire::Endpoint loopback(std::uint16_t port) {
   return {.address = INADDR_LOOPBACK, .port = port};
 }
 

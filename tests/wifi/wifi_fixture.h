@@ -26,7 +26,7 @@ class Phone {
   /// What has been sent to this phone since the last call, oldest first.
   std::vector<std::string> hears();
 
-  wire::ClientKey key() const { return wire::ClientKey::of(own_); }
+  wire::Endpoint key() const { return wire::Endpoint::of(own_); }
 
  private:
   void awaitDelivery();
@@ -54,11 +54,7 @@ class RecordingListener : public UdpServerListener {
   void onStarted() override { events.emplace_back("started"); }
   void onStartFailed(const StartFailure& failure) override;
   void onStopped() override { events.emplace_back("stopped"); }
-  void onClientCountChanged(std::size_t clients) override {
-    events.push_back("count " + std::to_string(clients));
-  }
-  void onConnected() override { events.emplace_back("connected"); }
-  void onDisconnected() override { events.emplace_back("disconnected"); }
+  void onClientsChanged() override { events.emplace_back("changed"); }
 
   std::vector<std::string> take() { return std::exchange(events, {}); }
 

@@ -5,6 +5,7 @@
 #include "platform/dispatch/realtime.h"
 
 #include <pthread.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <QSocketNotifier>
@@ -120,6 +121,11 @@ class SystemScheduler : public Scheduler {
       : main_(makeLoop("main")), utility_(makeLoop("utility"), Priority::kNormal, nullptr) {}
 
   TimePoint now() const override { return std::chrono::steady_clock::now(); }
+  BootTime bootNow() const override {
+    timespec now{};
+    ::clock_gettime(CLOCK_BOOTTIME, &now);
+    return BootTime(std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec));
+  }
   WallTime wallNow() const override { return std::chrono::system_clock::now(); }
   Queue& mainQueue() override { return main_; }
   Queue& utilityQueue() override { return utility_; }

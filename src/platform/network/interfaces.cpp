@@ -1,22 +1,37 @@
 #include "platform/network/interfaces.h"
 
-#include <arpa/inet.h>
+#include "wire/endpoint.h"
+
 #include <ifaddrs.h>
 #include <net/if.h>
-#include <netinet/in.h>
+#include <net/route.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <fstream>
+#include <limits>
 #include <memory>
+#include <sstream>
 
 namespace quorin::network {
 namespace {
 
 constexpr std::array<std::string_view, 3> kEthernetAndWifi = {"en", "eth", "wl"};
 
+wire::Endpoint endpointOf(const sockaddr* address) {
+  sockaddr_in copy{};
+  std::memcpy(&copy, address, sizeof copy);
+  return wire::Endpoint::of(copy);
+}
+
 }  // namespace
+
+bool Subnet::isBroadcast(std::uint32_t other) const {
+  const auto host = ~mask;
+  return contains(other) && host > 1 && ((other & host) == host || (other & host) == 0);
+}
 
 std::expected<std::vector<InterfaceAddress>, std::error_code> listInterfaceAddresses() {
   ifaddrs* list = nullptr;
@@ -31,18 +46,39 @@ std::expected<std::vector<InterfaceAddress>, std::error_code> listInterfaceAddre
         entry->ifa_addr->sa_family != AF_INET) {
       continue;
     }
-    sockaddr_in address{};
-    std::memcpy(&address, entry->ifa_addr, sizeof address);
-    std::array<char, INET_ADDRSTRLEN> dotted{};
-    if (::inet_ntop(AF_INET, &address.sin_addr, dotted.data(), dotted.size()) == nullptr) continue;
-
+    Subnet subnet{.address = endpointOf(entry->ifa_addr).address};
+    if (entry->ifa_netmask != nullptr) subnet.mask = endpointOf(entry->ifa_netmask).address;
     const auto has = [flags = entry->ifa_flags](unsigned flag) { return (flags & flag) != 0; };
     result.push_back({.name = entry->ifa_name,
-                      .address = dotted.data(),
+                      .address = wire::addressText(subnet.address),
                       .isUp = has(IFF_UP),
-                      .isRunning = has(IFF_RUNNING)});
+                      .isRunning = has(IFF_RUNNING),
+                      .subnet = subnet});
   }
   return result;
+}
+
+std::optional<std::string> defaultRouteInterface() {
+  std::ifstream routes("/proc/thread-self/net/route");
+  return defaultRouteInterface(routes);
+}
+
+std::optional<std::string> defaultRouteInterface(std::istream& routes) {
+  std::optional<std::string> best;
+  auto lowestMetric = std::numeric_limits<unsigned long>::max();
+  for (std::string line; std::getline(routes, line);) {
+    std::istringstream fields(line);
+    std::string name, destination, gateway, mask;
+    unsigned long flags = 0, references = 0, uses = 0, metric = 0;
+    fields >> name >> destination >> gateway >> std::hex >> flags >> std::dec >> references >>
+        uses >> metric >> mask;
+    const bool leadsEverywhere = destination == "00000000" && mask == "00000000";
+    if (!fields || !leadsEverywhere || (flags & RTF_UP) == 0 || (flags & RTF_REJECT) != 0) continue;
+    if (best && metric >= lowestMetric) continue;
+    best = name;
+    lowestMetric = metric;
+  }
+  return best;
 }
 
 bool isEthernetOrWifi(std::string_view interfaceName) {

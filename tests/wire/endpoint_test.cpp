@@ -1,4 +1,4 @@
-#include "wire/client_key.h"
+#include "wire/endpoint.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -8,13 +8,13 @@
 namespace quorin::wire {
 namespace {
 
-TEST(ClientKey, IsReadFromASocketAddressInNetworkOrder) {
+TEST(Endpoint, IsReadFromASocketAddressInNetworkOrder) {
   sockaddr_in source{};
   source.sin_family = AF_INET;
   source.sin_port = htons(513);
   source.sin_addr.s_addr = htonl(0x7F000001);
 
-  const auto key = ClientKey::of(source);
+  const auto key = Endpoint::of(source);
 
   EXPECT_EQ(key.text(), "127.0.0.1:513");
   const auto back = key.socketAddress();
@@ -23,20 +23,20 @@ TEST(ClientKey, IsReadFromASocketAddressInNetworkOrder) {
   EXPECT_EQ(back.sin_addr.s_addr, source.sin_addr.s_addr);
 }
 
-TEST(ClientKey, WritesAndParsesTheAddressInDottedFormAColonAndThePort) {
-  for (const auto& [key, text] : {std::pair{ClientKey{0xC0A8010A, 9000}, "192.168.1.10:9000"},
-                                  std::pair{ClientKey{0, 0}, "0.0.0.0:0"},
-                                  std::pair{ClientKey{~0U, 65535}, "255.255.255.255:65535"}}) {
+TEST(Endpoint, WritesAndParsesTheAddressInDottedFormAColonAndThePort) {
+  for (const auto& [key, text] : {std::pair{Endpoint{0xC0A8010A, 9000}, "192.168.1.10:9000"},
+                                  std::pair{Endpoint{0, 0}, "0.0.0.0:0"},
+                                  std::pair{Endpoint{~0U, 65535}, "255.255.255.255:65535"}}) {
     EXPECT_EQ(key.text(), text);
-    EXPECT_EQ(ClientKey::parse(text), key);
+    EXPECT_EQ(Endpoint::parse(text), key);
   }
 }
 
-TEST(ClientKey, ParsesNothingElse) {
+TEST(Endpoint, ParsesNothingElse) {
   for (const auto* text : {"", ":", "1.2.3.4", "1.2.3.4:", "1.2.3.4:x", "1.2.3.4:1 ", " 1.2.3.4:1",
                            "1.2.3.4:-1", "1.2.3.4:65536", "1.2.3.4:99999999999", "1.2.3:1",
                            "1.2.3.4.5:1", "1.2.3.256:1", "[::1]:1", "localhost:1", "1.2.3.4:1:2"}) {
-    EXPECT_EQ(ClientKey::parse(text), std::nullopt) << '"' << text << '"';
+    EXPECT_EQ(Endpoint::parse(text), std::nullopt) << '"' << text << '"';
   }
 }
 

@@ -1,0 +1,120 @@
+#include "platform/network/datagram_socket.h"
+
+#include <netinet/ip.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+namespace quorin::network {
+namespace {
+
+// The class that Wi-Fi access points serve first; the two lowest bits are not part of it.
+constexpr int kExpeditedForwarding = 46 << 2;
+
+std::error_code lastError() {
+  return {errno, std::generic_category()};
+}
+
+std::error_code setOption(const posix::FileDescriptor& socket, int level, int name, int value) {
+  if (::setsockopt(socket.get(), level, name, &value, sizeof value) == 0) return {};
+  return lastError();
+}
+
+using AddressCall = int (*)(int, const sockaddr*, socklen_t);
+
+std::error_code withAddress(AddressCall call, const posix::FileDescriptor& socket,
+                            const wire::Endpoint& endpoint) {
+  const auto address = endpoint.socketAddress();
+  if (call(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+    return {};
+  }
+  return lastError();
+}
+
+/// Room for the one control message that travels with a datagram, aligned as it must be.
+struct alignas(cmsghdr) PacketInfo {
+  std::array<std::byte, CMSG_SPACE(sizeof(in_pktinfo))> bytes{};
+};
+
+}  // namespace
+
+std::expected<DatagramSocket, std::error_code> DatagramSocket::open() {
+  posix::FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  if (!socket) return std::unexpected(lastError());
+  if (const auto error = setOption(socket, IPPROTO_IP, IP_PKTINFO, 1)) {
+    return std::unexpected(error);
+  }
+  return DatagramSocket(std::move(socket));
+}
+
+std::error_code DatagramSocket::bind(std::uint16_t port) {
+  const wire::Endpoint everywhere{.address = INADDR_ANY, .port = port};
+  if (const auto error = withAddress(::bind, socket_, everywhere)) return error;
+  // Not before: two servers that both allow it share a port without a word.
+  return setOption(socket_, SOL_SOCKET, SO_REUSEPORT, 1);
+}
+
+std::error_code DatagramSocket::connect(const wire::Endpoint& local, const wire::Endpoint& peer) {
+  if (const auto error = setOption(socket_, SOL_SOCKET, SO_REUSEPORT, 1)) return error;
+  if (const auto error = setOption(socket_, IPPROTO_IP, IP_TOS, kExpeditedForwarding)) return error;
+  if (const auto error = withAddress(::bind, socket_, local)) return error;
+  return withAddress(::connect, socket_, peer);
+}
+
+std::expected<DatagramSocket::Received, std::error_code> DatagramSocket::receive(
+    std::span<char> buffer) const {
+  sockaddr_in source{};
+  iovec payload{.iov_base = buffer.data(), .iov_len = buffer.size()};
+  PacketInfo control;
+  msghdr message{};
+  message.msg_name = &source;
+  message.msg_namelen = sizeof source;
+  message.msg_iov = &payload;
+  message.msg_iovlen = 1;
+  message.msg_control = control.bytes.data();
+  message.msg_controllen = control.bytes.size();
+  const auto length = ::recvmsg(socket_.get(), &message, 0);
+  if (length < 0) return std::unexpected(lastError());
+
+  Received received{
+      .length = static_cast<std::size_t>(length), .source = wire::Endpoint::of(source), .local = 0};
+  for (auto* entry = CMSG_FIRSTHDR(&message); entry != nullptr;
+       entry = CMSG_NXTHDR(&message, entry)) {
+    if (entry->cmsg_level != IPPROTO_IP || entry->cmsg_type != IP_PKTINFO) continue;
+    in_pktinfo info{};
+    std::memcpy(&info, CMSG_DATA(entry), sizeof info);
+    received.local = ntohl(info.ipi_spec_dst.s_addr);
+  }
+  return received;
+}
+
+std::error_code DatagramSocket::send(std::span<const std::byte> datagram) const {
+  const auto sent = ::send(socket_.get(), datagram.data(), datagram.size(), 0);
+  return sent < 0 ? lastError() : std::error_code();
+}
+
+std::error_code DatagramSocket::sendTo(const wire::Endpoint& peer, std::uint32_t local,
+                                       std::span<const std::byte> datagram) const {
+  auto to = peer.socketAddress();
+  // The system's structure is not const-correct; it only reads what that points to.
+  iovec payload{.iov_base = const_cast<std::byte*>(datagram.data()), .iov_len = datagram.size()};
+  PacketInfo control;
+  msghdr message{};
+  message.msg_name = &to;
+  message.msg_namelen = sizeof to;
+  message.msg_iov = &payload;
+  message.msg_iovlen = 1;
+  message.msg_control = control.bytes.data();
+  message.msg_controllen = control.bytes.size();
+  auto* entry = CMSG_FIRSTHDR(&message);
+  entry->cmsg_level = IPPROTO_IP;
+  entry->cmsg_type = IP_PKTINFO;
+  entry->cmsg_len = CMSG_LEN(sizeof(in_pktinfo));
+  const in_pktinfo info{.ipi_ifindex = 0, .ipi_spec_dst = {htonl(local)}, .ipi_addr = {}};
+  std::memcpy(CMSG_DATA(entry), &info, sizeof info);
+  return ::sendmsg(socket_.get(), &message, 0) < 0 ? lastError() : std::error_code();
+}
+
+}  // namespace quorin::network
