@@ -1,9 +1,9 @@
 #include "app/pt_app_delegate.h"
 
 #include "core/identity.h"
-#include "core/log.h"
 #include "panel/content_view.h"
 #include "platform/desktop/settings.h"
+#include "core/log.h"
 #include "wifi/local_address.h"
 
 #include <QApplication>

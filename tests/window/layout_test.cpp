@@ -102,33 +102,6 @@ TEST(LayoutTest, PlacesWhatDependsOnTheSizeOfTheWindow) {
   }
 }
 
-TEST(LayoutTest, AMessageInPlaceOfTheCodeStandsInTheMiddle) {
-  ScreenState message = onPage(Page::kWifi);
-  message.wifi = WiFiPage::Content::kMessage;
-  expectFrames(message, FakeMeasure(), onlineTitleLabel_, {20, 287.5, 680, 105},
-               {20, 693.5, 2520, 53});
-}
-
-TEST(LayoutTest, GivesLongTextsTheRoomTheyNeed) {
-  const struct {
-    View view;
-    int characters;
-    Rect small, large;
-  } rows[] = {
-      {backButton_, 60, {16, 600, 216, 34}, {16, 1360, 564, 34}},
-      {usbMainLabel_, 90, {24, 178, 572, 120}, {24, 178, 572, 120}},
-      {usbSecondary2Label_, 200, {24, 94, 572, 60}, {24, 94, 572, 60}},
-      {audioGuardTextLabel_, 250, {20, 373, 680, 53}, {20, 770, 2520, 18}},
-      {onlineQRMicroLabel_, 80, {20, 58, 680, 80}, {20, 478, 2520, 40}},
-      {onlineInfoLabel_, 120, {20, 20, 680, 26}, {792, 400, 976, 26}},
-  };
-  for (const auto& [view, characters, small, large] : rows) {
-    FakeMeasure measure;
-    measure.set(view, characters);
-    expectFrames(onPage(Page::kWifi), measure, view, small, large);
-  }
-}
-
 TEST(LayoutTest, ConnectedLabelTakesTheLargestFontThatFits) {
   const struct {
     int characters;
