@@ -35,8 +35,8 @@ Finding device(const char* name, const audio::Device& device, const char* kind) 
   const auto found = text(audio::currentDeviceName(device));
   if (audio::isDefaultDeviceNamed(device, audio::kExpectedDeviceName)) return fine(name, found);
   return {name, found, Kind::kProblem,
-          QStringLiteral("Make \"Quorin Audio\" the default %1 in the sound settings, or run "
-                         "quorin-device add --default.")
+          QStringLiteral("Press \"Set up for me\" (or start with --set-up), or make \"Quorin Audio\" "
+                         "the default %1 in the sound settings.")
               .arg(kind)};
 }
 

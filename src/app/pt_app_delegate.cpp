@@ -1,9 +1,9 @@
 #include "app/pt_app_delegate.h"
 
 #include "core/identity.h"
-#include "core/log.h"
 #include "panel/content_view.h"
 #include "platform/desktop/settings.h"
+#include "core/log.h"
 #include "wifi/local_address.h"
 
 #include <QApplication>
@@ -38,8 +38,9 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
       views_(window_, texts_, images_, [this] { return makePanel().release(); }),
       screens_(views_),
       pages_({texts_, images_, views_, screens_}),
-      audioCaptureManager_(scheduler_,
-                           {.makeEngine = [this] { return audioServer_->makeEngine(audio::mayBeStreamed); }}),
+      audioCaptureManager_(
+          scheduler_,
+          {.makeEngine = [this] { return audioServer_->makeEngine(audio::mayBeStreamed); }}),
       audioFrameQueueSerial_(stream::AudioSender::makeQueue(scheduler_)),
       cable_(scheduler_, *audioFrameQueueSerial_,
              {.changed = [this](const CableState& state) { pages_.showCable(state); },
@@ -80,11 +81,10 @@ void PTAppDelegate::connectViews() {
   onClick(views_.onlineQRButton_, [this] { wifi_.openQRHelp(); });
   onClick(views_.onlineRetryButton_, [this] { wifi_.retry(); });
   onClick(views_.onlineOtherPortButton_, [this] { wifi_.useOtherPort(); });
-  onClick(views_.audioGuardOpenSettingsButton_,
-          [this] {
-            using enum desktop::SettingsPage;
-            openSettings(guard_.state().output.right ? kSoundInput : kSound);
-          });
+  onClick(views_.audioGuardOpenSettingsButton_, [this] {
+    using enum desktop::SettingsPage;
+    openSettings(guard_.state().output.right ? kSoundInput : kSound);
+  });
   onClick(views_.micDeniedAllowButton_,
           [this] { openSettings(desktop::SettingsPage::kMicrophonePrivacy); });
 
@@ -113,11 +113,10 @@ void PTAppDelegate::connectViews() {
     showSound();
   });
   pages_.setLendDevice([this] { loan_.lend(); });
-  loan_.setReports({.lent = [this] { guard_.onSetUp(); },
-                    .failed = [this](LoanFailure failure) {
-                      guard_.onSetUpFailed(textKeyOf(failure));
-                    },
-                    .changed = [this] { showSound(); }});
+  loan_.setReports(
+      {.lent = [this] { guard_.onSetUp(); },
+       .failed = [this](LoanFailure failure) { guard_.onSetUpFailed(textKeyOf(failure)); },
+       .changed = [this] { showSound(); }});
 
   pages_.setStopAllSessions([this] { menu_.stopAllSessions(); });
   pages_.setMenuShown([this] { enterStartMode(); });

@@ -1,23 +1,23 @@
 #pragma once
 
+#include "app/options.h"
+#include "audio/audio_capture_manager.h"
+#include "core/scheduler.h"
 #include "modes/audio_inputs.h"
 #include "modes/cable_mode.h"
 #include "modes/device_loan.h"
 #include "modes/guard_flow.h"
-#include "ui/images.h"
-#include "window/main_window.h"
 #include "modes/menu.h"
-#include "app/options.h"
+#include "modes/sound_path.h"
+#include "modes/wifi_mode.h"
+#include "platform/audio/audio_server.h"
+#include "stream/audio_sender.h"
+#include "ui/images.h"
+#include "ui/texts.h"
+#include "window/main_window.h"
 #include "window/pages.h"
 #include "window/screens.h"
-#include "modes/sound_path.h"
-#include "ui/texts.h"
 #include "window/views.h"
-#include "modes/wifi_mode.h"
-#include "audio/audio_capture_manager.h"
-#include "platform/audio/audio_server.h"
-#include "core/scheduler.h"
-#include "stream/audio_sender.h"
 
 #include <QVariantAnimation>
 #include <memory>

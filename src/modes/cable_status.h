@@ -13,10 +13,10 @@ namespace quorin::app {
 /// All that is known of the cable.
 struct CableState {
   usb::UsbService service = usb::UsbService::kUnknown;
-  usb::UsbServiceRemedy remedy;
+  usb::UsbServiceRemedy remedy = {};
   std::size_t phones = 0;  ///< plugged in; those known over the network only do not count
   usb::PhoneAnswer answer = usb::PhoneAnswer::kNone;
-  std::string phoneName;  ///< empty when not known
+  std::string phoneName = {};  ///< empty when not known
   bool connected = false;
   bool appAnswers = true;
 

@@ -29,6 +29,8 @@ LoanFailure failureNamed(const QString& cause) {
 
 }  // namespace
 
+DeviceLoan::DeviceLoan() = default;
+
 DeviceLoan::~DeviceLoan() {
   reports_ = {};
   endHelper();
@@ -36,7 +38,11 @@ DeviceLoan::~DeviceLoan() {
 
 void DeviceLoan::lend() {
   if (helper_ && isLending_) return command("lend");
-  endHelper();
+  if (helper_) {  // one that watches ends by itself, and is not waited for
+    helper_->disconnect();
+    QObject::connect(helper_.get(), &QProcess::finished, helper_.get(), &QObject::deleteLater);
+    helper_.release()->closeWriteChannel();
+  }
   isLending_ = true;
   startHelper("lend");
 }
@@ -50,6 +56,7 @@ void DeviceLoan::watch() {
 void DeviceLoan::startHelper(const char* verb) {
   const QString program = helperProgram();
   if (program.isEmpty()) return fail(LoanFailure::kHelperMissing);
+  hasAnswered_ = false;
   helper_ = std::make_unique<QProcess>();
   helper_->setProcessChannelMode(QProcess::ForwardedErrorChannel);
   QObject::connect(helper_.get(), &QProcess::readyReadStandardOutput, helper_.get(), [this] {
@@ -89,6 +96,7 @@ void DeviceLoan::take(const QString& line) {
   log::detail(kLogArea, line.toStdString());
   const auto fields = line.split('\t');
   const auto& word = fields.first();
+  hasAnswered_ |= word == "ready" || word == "failed";
   if (word == "ready") {
     isLent_ = true;
     if (reports_.lent) reports_.lent();
@@ -108,6 +116,7 @@ void DeviceLoan::onEnded() {
   playsHere_ = false;
   elsewhere_ = {};
   if (ofItself) log::note(kLogArea, "quorin-device has ended");
+  if (!hasAnswered_) fail(LoanFailure::kOther);
   if (reports_.changed) reports_.changed();
 }
 

@@ -14,15 +14,15 @@ enum class LoanFailure { kNoServer, kRefused, kHelperMissing, kOther };
 /// Why a running stream may carry nothing.
 struct SoundElsewhere {
   bool muted = false;  ///< the device is
-  QString program;     ///< plays on `device`, while nothing plays into the virtual one
-  QString device;
+  QString program{};   ///< plays on `device`, while nothing plays into the virtual one
+  QString device{};
 
   bool operator==(const SoundElsewhere&) const = default;
 };
 
-/// The virtual device, lent to this program by `quorin-device lend`, a child process. The child gives
-/// everything back at the end of its input, which is the end of this program, however it comes.
-/// Main queue; nothing here waits but the destructor.
+/// The virtual device, lent to this program by `quorin-device lend`, a child process. The child
+/// gives everything back at the end of its input, which is the end of this program, however it
+/// comes. Main queue; nothing here waits but the destructor.
 class DeviceLoan {
  public:
   struct Reports {
@@ -31,7 +31,7 @@ class DeviceLoan {
     std::function<void()> changed;  ///< one of the getters
   };
 
-  DeviceLoan() = default;
+  DeviceLoan();
   /// Gives the device back; waits for that, at most 2 s.
   ~DeviceLoan();
   DeviceLoan(const DeviceLoan&) = delete;
@@ -66,6 +66,7 @@ class DeviceLoan {
   Reports reports_;
   std::unique_ptr<QProcess> helper_;
   bool isLending_ = false;  ///< the helper's duty, else it watches only
+  bool hasAnswered_ = false;  ///< it lends, or has said why not
   bool isLent_ = false;
   bool playsHere_ = false;
   SoundElsewhere elsewhere_;

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "audio/device_guard.h"
+#include "core/scheduler.h"
 #include "platform/audio/devices.h"
 #include "platform/desktop/authorization_status.h"
-#include "core/scheduler.h"
 
 #include <cstdint>
 #include <memory>
@@ -46,8 +46,8 @@ struct GuardState {
   DeviceStatus input;
   bool hasServer = true;  ///< an audio server runs; as of the last refresh
 
-  bool settingUp = false;             ///< the button has been pressed and the device is on its way
-  std::string_view setUpFailureKey;  ///< why the last attempt failed; empty when it did not
+  bool settingUp = false;              ///< the button has been pressed and the device is on its way
+  std::string_view setUpFailureKey{};  ///< why the last attempt failed; empty when it did not
 
   bool operator==(const GuardState&) const = default;
 };

@@ -3,8 +3,7 @@
 #include "core/log.h"
 #include "core/scheduler.h"
 #include "core/snapshot.h"
-
-#include <netinet/in.h>
+#include "wire/endpoint.h"
 
 #include <chrono>
 #include <functional>
@@ -17,7 +16,7 @@
 namespace quorin::panel {
 
 /// Where every chunk is sent: the clients' addresses, resolved when a client is added. Never null.
-using RecipientList = std::vector<sockaddr_in>;
+using RecipientList = std::vector<wire::Endpoint>;
 using Recipients = dispatch::Snapshot<RecipientList>;
 
 /// The clients by their keys and when each was last heard. Main queue only; other threads read the
@@ -50,7 +49,7 @@ class ClientManager {
  private:
   struct Client {
     dispatch::TimePoint lastSeen;
-    std::optional<sockaddr_in> address;  ///< none for a key that names no address
+    std::optional<wire::Endpoint> address;  ///< none for a key that names no address
   };
   struct Table {
     std::map<std::string, Client> clients;

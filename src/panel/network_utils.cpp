@@ -1,13 +1,13 @@
 #include "panel/network_utils.h"
 
 #include "platform/network/route.h"
-#include "wire/client_key.h"
+#include "wire/endpoint.h"
 
 namespace quorin::panel {
 namespace {
 
 /// Any stable address of the Internet would do: only a route is asked for.
-constexpr wire::ClientKey kProbe{.address = 0x08080808, .port = 80};
+constexpr wire::Endpoint kProbe{.address = 0x08080808, .port = 80};
 
 }  // namespace
 

@@ -7,9 +7,7 @@
 namespace quorin::panel {
 
 UDPAudioServer::UDPAudioServer(dispatch::Scheduler& scheduler, Parts parts)
-    : scheduler_(scheduler),
-      parts_(std::move(parts)),
-      statsQueue_(scheduler.makeSerialQueue("com.audioserver.stats")) {
+    : scheduler_(scheduler), parts_(std::move(parts)) {
   published_.port = parts_.port;
   published_.localIP = parts_.getLocalIPAddress().value_or("127.0.0.1");
 }
@@ -88,6 +86,7 @@ void UDPAudioServer::startAudioCapture() {
 }
 
 void UDPAudioServer::startStatsTimer() {
+  if (!statsQueue_) statsQueue_ = scheduler_.makeSerialQueue("com.audioserver.stats");
   statsQueue_->async(
       [statistics = statistics_, now = scheduler_.now()] { statistics->beginPeriod(now); });
   auto showRates = [this](const Rates& rates) {

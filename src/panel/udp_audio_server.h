@@ -85,7 +85,7 @@ class UDPAudioServer {
   std::function<void()> onChanged_;
 
   std::shared_ptr<Statistics> statistics_ = std::make_shared<Statistics>();
-  std::unique_ptr<dispatch::SerialQueue> statsQueue_;
+  std::unique_ptr<dispatch::SerialQueue> statsQueue_;  ///< from the first start on
   dispatch::Scope scope_;
 
   // From a `start` to the next `stop` or `start`; what was handed to others is bound to `run_` and

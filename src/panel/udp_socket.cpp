@@ -1,12 +1,11 @@
 #include "panel/udp_socket.h"
 
 #include "platform/network/interfaces.h"
-#include "wire/client_key.h"
 #include "wire/control_message.h"
 
 #include <arpa/inet.h>
+#include <poll.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 
 #include <algorithm>
 #include <array>
@@ -17,12 +16,9 @@
 namespace quorin::panel {
 namespace {
 
-SocketError failure(int code, std::string description) {
-  return {code, std::move(description), std::generic_category().default_error_condition(errno)};
-}
-
-sockaddr* generic(sockaddr_in& address) {
-  return reinterpret_cast<sockaddr*>(&address);
+std::unexpected<SocketError> failure(int code, std::string description, std::error_code reason) {
+  return std::unexpected(
+      SocketError{code, std::move(description), reason.default_error_condition()});
 }
 
 }  // namespace
@@ -35,7 +31,7 @@ void DatagramSocket::send(std::string_view text, std::string_view key) {
   if (const auto address = resolveClientKey(key)) send(std::as_bytes(std::span(text)), *address);
 }
 
-std::optional<sockaddr_in> resolveClientKey(std::string_view key) {
+std::optional<wire::Endpoint> resolveClientKey(std::string_view key) {
   std::array<std::string_view, 2> pieces;
   std::size_t count = 0;
   while (!key.empty()) {
@@ -47,17 +43,13 @@ std::optional<sockaddr_in> resolveClientKey(std::string_view key) {
   }
   if (count != pieces.size()) return std::nullopt;
 
-  std::uint16_t port = 0;
-  const auto [end, error] = std::from_chars(pieces[1].begin(), pieces[1].end(), port);
+  wire::Endpoint endpoint;
+  const auto [end, error] = std::from_chars(pieces[1].begin(), pieces[1].end(), endpoint.port);
   if (error != std::errc{} || end != pieces[1].end()) return std::nullopt;
-
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(port);
-  if (::inet_pton(AF_INET, std::string(pieces[0]).c_str(), &address.sin_addr) != 1) {
-    address.sin_addr.s_addr = INADDR_ANY;
-  }
-  return address;
+  in_addr address{.s_addr = INADDR_ANY};
+  ::inet_pton(AF_INET, std::string(pieces[0]).c_str(), &address);
+  endpoint.address = ntohl(address.s_addr);
+  return endpoint;
 }
 
 /// The main queue's end of the receive loop; what arrives after the socket is gone finds none.
@@ -82,59 +74,51 @@ void UDPSocket::setOnMessageReceived(MessageHandler handler) {
 }
 
 std::expected<void, SocketError> UDPSocket::start() {
-  posix::FileDescriptor fd(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP));
-  if (!fd) return std::unexpected(failure(-1, "No se pudo crear socket"));
-
-  // No SO_REUSEADDR: on Linux two servers with it would share the port without a word, and all
-  // phones would talk to the later one.
-  const auto setOption = [&fd](int option, const auto& value) {
-    ::setsockopt(fd.get(), SOL_SOCKET, option, &value, sizeof value);
-  };
-  setOption(SO_SNDBUF, kSocketBufferBytes);
-  setOption(SO_RCVBUF, kSocketBufferBytes);
-  setOption(SO_RCVTIMEO, timeval{.tv_sec = kReceiveTimeoutSeconds, .tv_usec = 0});
-
-  auto address = wire::ClientKey{.address = INADDR_ANY, .port = port_}.socketAddress();
-  socklen_t length = sizeof address;
-  if (::bind(fd.get(), generic(address), length) != 0) {
-    return std::unexpected(failure(-2, "No se pudo hacer bind"));
+  auto opened = network::DatagramSocket::open();
+  if (!opened) return failure(-1, "No se pudo crear socket", opened.error());
+  const int fd = opened->descriptor();
+  for (const int buffer : {SO_SNDBUF, SO_RCVBUF}) {
+    ::setsockopt(fd, SOL_SOCKET, buffer, &kSocketBufferBytes, sizeof kSocketBufferBytes);
   }
-  if (::getsockname(fd.get(), generic(address), &length) == 0) port_ = ntohs(address.sin_port);
+  if (const auto error = opened->bind(port_)) return failure(-2, "No se pudo hacer bind", error);
+  sockaddr_in own{};
+  socklen_t length = sizeof own;
+  if (::getsockname(fd, reinterpret_cast<sockaddr*>(&own), &length) == 0) {
+    port_ = wire::Endpoint::of(own).port;
+  }
 
+  const dispatch::Lock lock(socketMutex_);
   isListening_ = true;
-  receiveQueue_->async([this, socket = fd.get()] {
+  // The descriptor stays where it is until the loop has ended.
+  receiveQueue_->async([this, &socket = socket_.emplace(*std::move(opened))] {
     while (isListening_) receiveOnce(socket);
   });
-  const dispatch::Lock lock(socketMutex_);
-  socket_ = std::move(fd);
   return {};
 }
 
-void UDPSocket::receiveOnce(int fd) {
+void UDPSocket::receiveOnce(const network::DatagramSocket& socket) {
+  pollfd readable{.fd = socket.descriptor(), .events = POLLIN, .revents = 0};
+  if (::poll(&readable, 1, static_cast<int>(kReceiveTimeout.count())) <= 0) return;
   std::array<char, kReceiveBytes> buffer;
-  sockaddr_in source{};
-  socklen_t length = sizeof source;
-  const auto received = ::recvfrom(fd, buffer.data(), buffer.size(), 0, generic(source), &length);
-  if (received == 0) return;
-  if (received < 0) {
-    const bool timedOut = errno == EAGAIN || errno == EINTR;
-    if (!timedOut) print_("⚠️ Error en recvfrom: " + std::generic_category().message(errno));
+  const auto received = socket.receive(buffer);
+  if (!received) {
+    const bool nothingCame = received.error() == std::errc::resource_unavailable_try_again;
+    if (!nothingCame) print_("⚠️ Error en recvfrom: " + received.error().message());
     return;
   }
-  std::string text(buffer.data(), static_cast<std::size_t>(received));
-  if (!wire::isValidUtf8(text) || !canBePhone(source)) return;
-  deliver(std::move(text), wire::ClientKey::of(source).text());
+  std::string text(buffer.data(), received->length);
+  if (text.empty() || !wire::isValidUtf8(text) || !canBePhone(received->source)) return;
+  deliver(std::move(text), received->source.text());
 }
 
-bool UDPSocket::canBePhone(const sockaddr_in& source) const {
-  const auto [address, port] = wire::ClientKey::of(source);
-  const auto firstByte = address >> 24U;
-  if (port == 0 || firstByte == 0 || firstByte >= 224) return false;
-  if (port != port_) return true;
+bool UDPSocket::canBePhone(const wire::Endpoint& source) const {
+  const auto firstByte = source.address >> 24U;
+  if (source.port == 0 || firstByte == 0 || firstByte >= 224) return false;
+  if (source.port != port_) return true;
   if (firstByte == 127) return false;
   const auto own = network::listInterfaceAddresses();
   return own && std::ranges::none_of(*own, [&source](const auto& interface) {
-           return ::inet_addr(interface.address.c_str()) == source.sin_addr.s_addr;
+           return interface.subnet.address == source.address;
          });
 }
 
@@ -150,12 +134,10 @@ void UDPSocket::deliver(std::string text, std::string key) {
       });
 }
 
-void UDPSocket::send(std::span<const std::byte> bytes, const sockaddr_in& address) {
+void UDPSocket::send(std::span<const std::byte> bytes, const wire::Endpoint& address) {
   const dispatch::SharedLock lock(socketMutex_);
-  if (!socket_) return;
-  // Without waiting: a chunk that the system cannot take now is lost, the next one is not late.
-  ::sendto(socket_.get(), bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL,
-           reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  // From whichever address the routes say. A chunk that the system cannot take now is lost.
+  if (socket_) (void)socket_->sendTo(address, INADDR_ANY, bytes);
 }
 
 void UDPSocket::close() {
@@ -163,7 +145,7 @@ void UDPSocket::close() {
   {
     // Wakes the receive loop at once, though the socket has no peer and the call says so.
     const dispatch::SharedLock lock(socketMutex_);
-    if (socket_) ::shutdown(socket_.get(), SHUT_RDWR);
+    if (socket_) ::shutdown(socket_->descriptor(), SHUT_RDWR);
   }
   receiveQueue_->end();
   const dispatch::Lock lock(socketMutex_);

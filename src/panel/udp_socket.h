@@ -3,11 +3,11 @@
 #include "core/log.h"
 #include "core/scheduler.h"
 #include "core/thread_safety.h"
-#include "platform/posix/file_descriptor.h"
-
-#include <netinet/in.h>
+#include "platform/network/datagram_socket.h"
+#include "wire/endpoint.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <expected>
@@ -25,7 +25,7 @@ namespace quorin::panel {
 struct SocketError {
   int code = 0;             ///< in the domain "UDPSocket"
   std::string description;  ///< what could not be done
-  std::error_condition reason;
+  std::error_condition reason{};
 
   std::string text() const;  ///< all of it in one line
 };
@@ -48,7 +48,7 @@ class DatagramSocket {
   virtual std::expected<void, SocketError> start() = 0;
 
   /// Any thread; never waits and allocates nothing. Silent when it fails: closed, refused.
-  virtual void send(std::span<const std::byte> bytes, const sockaddr_in& address) = 0;
+  virtual void send(std::span<const std::byte> bytes, const wire::Endpoint& address) = 0;
 
   /// Main queue. When it returns the port is free.
   virtual void close() = 0;
@@ -62,7 +62,7 @@ class DatagramSocket {
 
 /// Where a key's datagrams go: two pieces around ":" (empty ones do not count), the second a
 /// decimal port. None where that fails. A first piece that is no dotted address means 0.0.0.0.
-std::optional<sockaddr_in> resolveClientKey(std::string_view key);
+std::optional<wire::Endpoint> resolveClientKey(std::string_view key);
 
 /// A UDP socket on all local IPv4 addresses, read by a blocking loop on a queue of its own.
 ///
@@ -72,7 +72,7 @@ class UDPSocket final : public DatagramSocket {
  public:
   static constexpr std::size_t kReceiveBytes = 1024;  ///< a longer datagram is cut to these
   static constexpr int kSocketBufferBytes = 1024 * 1024;
-  static constexpr int kReceiveTimeoutSeconds = 1;
+  static constexpr std::chrono::milliseconds kReceiveTimeout{1000};
   /// Datagrams handed to the main queue and not yet handled; more are dropped, so that a flood
   /// costs no memory.
   static constexpr int kMaxPending = 1024;
@@ -84,7 +84,7 @@ class UDPSocket final : public DatagramSocket {
   void setOnMessageReceived(MessageHandler handler) override;
   std::expected<void, SocketError> start() override;
   using DatagramSocket::send;
-  void send(std::span<const std::byte> bytes, const sockaddr_in& address) override;
+  void send(std::span<const std::byte> bytes, const wire::Endpoint& address) override;
   void close() override;
 
   std::uint16_t port() const { return port_; }  ///< once started: the one that is bound
@@ -92,9 +92,9 @@ class UDPSocket final : public DatagramSocket {
  private:
   struct Inbox;
 
-  void receiveOnce(int fd);
+  void receiveOnce(const network::DatagramSocket& socket);
   void deliver(std::string text, std::string key);
-  bool canBePhone(const sockaddr_in& source) const;
+  bool canBePhone(const wire::Endpoint& source) const;
 
   dispatch::Scheduler& scheduler_;
   log::PrintLine print_;
@@ -103,7 +103,7 @@ class UDPSocket final : public DatagramSocket {
   /// Shared by those who send, so that they never wait for each other; taken alone to open and
   /// close. The receive loop needs none: it has ended before the descriptor is closed.
   dispatch::SharedMutex socketMutex_;
-  posix::FileDescriptor socket_ GUARDED_BY(socketMutex_);
+  std::optional<network::DatagramSocket> socket_ GUARDED_BY(socketMutex_);
   std::atomic<bool> isListening_ = false;
 
   std::shared_ptr<Inbox> inbox_;

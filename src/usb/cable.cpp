@@ -21,10 +21,6 @@ void note(const std::string& line) {
   log::note("cable", line);
 }
 
-double milliseconds(dispatch::Duration duration) {
-  return std::chrono::duration<double, std::milli>(duration).count();
-}
-
 }  // namespace
 
 Cable::Cable(CablePlatform platform, CableEvents events)
@@ -136,9 +132,9 @@ void Cable::pongWithTag(std::uint32_t tag) {
   const auto ping = pings_.extract(tag);
   if (ping.empty()) return;
   awaitPong();
+  const std::chrono::duration<double, std::milli> took = scheduler_.now() - ping.mapped();
   std::array<char, 80> line{};
-  std::snprintf(line.data(), line.size(), "Ping total roundtrip time: %.3f ms",
-                milliseconds(scheduler_.now() - ping.mapped()));
+  std::snprintf(line.data(), line.size(), "Ping total roundtrip time: %.3f ms", took.count());
   note(line.data());
 }
 

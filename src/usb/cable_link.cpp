@@ -24,7 +24,7 @@ CableLink::CableLink(CablePlatform platform, PTChannelDelegate& delegate, CableL
       delegate_(delegate),
       events_(std::move(events)),
       deviceLines_(platform.scheduler.mainQueue(), [](std::size_t leftOut) {
-        note(std::to_string(leftOut) + " more devices came and went");
+        note(std::to_string(leftOut) + " more lines on devices are left out");
       }) {}
 
 // ---- Devices
@@ -37,12 +37,14 @@ void CableLink::startListeningForDevices() {
 }
 
 void CableLink::deviceDidAttach(DeviceID device) {
-  if (deviceLines_.admits()) {
-    note("PTUSBDeviceDidAttachNotification: " + std::to_string(device));
-  }
+  noteDevice("PTUSBDeviceDidAttachNotification: " + std::to_string(device));
   attached_.push_back(device);
   enqueue({Step::kAttach, device});
   didChange();
+}
+
+void CableLink::noteDevice(const std::string& line) {
+  if (deviceLines_.admits()) note(line);
 }
 
 void CableLink::handleAttach(DeviceID device) {
@@ -52,11 +54,9 @@ void CableLink::handleAttach(DeviceID device) {
 }
 
 void CableLink::deviceDidDetach(DeviceID device) {
-  if (deviceLines_.admits()) {
-    note("PTUSBDeviceDidDetachNotification: " + std::to_string(device));
-  }
+  noteDevice("PTUSBDeviceDidDetachNotification: " + std::to_string(device));
   std::erase(attached_, device);
-  std::erase(notConnectedQueue_, Waiting{Step::kAttach, device});
+  std::erase(notConnectedQueue_, Waiting(Step::kAttach, device));
   didChange();
   if (connectingToDeviceID_ != device) return;
   setTarget(attached_.empty() ? std::nullopt : std::optional(attached_.back()));
@@ -96,7 +96,7 @@ void CableLink::enqueue(Waiting waiting) {
 bool CableLink::mayRun(const Waiting& waiting) const {
   if (!notConnectedQueueSuspended_) return true;
   const bool holdsLoopback = connectedChannel_ && !connectedDeviceID_;
-  return holdsLoopback && !userForcedOffline_ && waiting.step != Step::kConnectToLocal;
+  return holdsLoopback && !userForcedOffline_ && waiting.first != Step::kConnectToLocal;
 }
 
 void CableLink::runNotConnectedQueue() {
@@ -105,9 +105,9 @@ void CableLink::runNotConnectedQueue() {
   if (next == notConnectedQueue_.end()) return;
   const auto waiting = *next;
   notConnectedQueue_.erase(next);
-  switch (waiting.step) {
+  switch (waiting.first) {
     case Step::kAttach:
-      handleAttach(waiting.device);
+      handleAttach(waiting.second);
       break;
     case Step::kConnectToUSB:
       connectToUSBDevice();
@@ -132,13 +132,13 @@ void CableLink::goOn() {
 void CableLink::enqueueConnectToUSBDevice() {
   if (userForcedOffline_) return;
   usb_ = {};
-  enqueue({Step::kConnectToUSB});
+  enqueue({Step::kConnectToUSB, 0});
 }
 
 void CableLink::enqueueConnectToLocalIPv4Port() {
   if (userForcedOffline_) return;
   local_ = {};
-  enqueue({Step::kConnectToLocal});
+  enqueue({Step::kConnectToLocal, 0});
 }
 
 PTChannel& CableLink::beginAttempt(Attempts& attempts, std::string label) {
@@ -170,7 +170,7 @@ void CableLink::usbAttemptEnded(std::error_code error) {
     setConnectedChannel(std::move(channel));
     return;
   }
-  note("Failed to connect to device #" + channel->userInfo() + ": " + error.message());
+  noteDevice("Failed to connect to device #" + channel->userInfo() + ": " + error.message());
   repeat(usb_, &CableLink::enqueueConnectToUSBDevice);
   // A phone that does not trust this computer refuses every port.
   if (error == std::errc::connection_refused) {
@@ -209,7 +209,7 @@ void CableLink::repeat(Attempts& attempts, void (CableLink::*enqueueAgain)()) {
 
 void CableLink::disconnectFromCurrentChannel() {
   if (!connectedDeviceID_ || !connectedChannel_) return;
-  didDisconnectFromDevice(*connectedDeviceID_);
+  didDisconnectFromDevice();
   setConnectedChannel(nullptr);
 }
 
@@ -229,7 +229,7 @@ void CableLink::setConnectedChannel(std::unique_ptr<PTChannel> channel) {
 
 bool CableLink::channelDidEnd(const PTChannel& channel) {
   if (&channel != connectedChannel_.get()) return false;
-  if (connectedDeviceID_) didDisconnectFromDevice(*connectedDeviceID_);
+  if (connectedDeviceID_) didDisconnectFromDevice();
   setConnectedChannel(nullptr);
   // Whoever accepts and closes at once, or breaks the rules at once, would be connected to without
   // a pause.
@@ -241,7 +241,7 @@ bool CableLink::channelDidEnd(const PTChannel& channel) {
   return true;
 }
 
-void CableLink::didDisconnectFromDevice(DeviceID) {
+void CableLink::didDisconnectFromDevice() {
   note("Disconnected from device");
   connectedDeviceID_.reset();
 }

@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace quorin::usb {
@@ -89,11 +90,7 @@ class CableLink {
 
  private:
   enum class Step { kAttach, kConnectToUSB, kConnectToLocal };
-  struct Waiting {
-    Step step;
-    DeviceID device = 0;  ///< of an attach
-    friend bool operator==(const Waiting&, const Waiting&) = default;
-  };
+  using Waiting = std::pair<Step, DeviceID>;  ///< the device of an attach, else 0
   /// The attempts of one kind: under way, or due again.
   struct Attempts {
     std::unique_ptr<PTChannel> channel;
@@ -102,11 +99,12 @@ class CableLink {
 
   void deviceDidAttach(DeviceID device);
   void handleAttach(DeviceID device);
+  void noteDevice(const std::string& line);
   void deviceDidDetach(DeviceID device);
   void setTarget(std::optional<DeviceID> device);
   void askPairing(PhoneAnswer paired);
   void setPhoneAnswer(PhoneAnswer answer);
-  void didDisconnectFromDevice(DeviceID device);
+  void didDisconnectFromDevice();
 
   void enqueue(Waiting waiting);
   bool mayRun(const Waiting& waiting) const;

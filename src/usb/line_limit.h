@@ -1,9 +1,10 @@
 #pragma once
 
-#include "core/scheduler.h"
+#include "core/queue.h"
 
 #include <cstddef>
 #include <functional>
+#include <utility>
 
 namespace quorin::usb {
 
@@ -17,11 +18,17 @@ class LineLimit {
   LineLimit(dispatch::Queue& main, Summary summary) : main_(main), summary_(std::move(summary)) {}
 
   /// Whether the next line may be written.
-  bool admits();
+  bool admits() {
+    if (++lines_ == 1) {
+      main_.asyncAfter(std::chrono::seconds(1), scope_, [this] {
+        const auto lines = std::exchange(lines_, 0);
+        if (lines > kLinesPerSecond) summary_(lines - kLinesPerSecond);
+      });
+    }
+    return lines_ <= kLinesPerSecond;
+  }
 
  private:
-  void endSecond();
-
   dispatch::Queue& main_;
   Summary summary_;
   std::size_t lines_ = 0;  ///< since the second began; 0: none has

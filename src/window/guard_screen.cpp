@@ -23,7 +23,8 @@ void showGuardTexts(const GuardState& state, const Texts& texts, const Views& vi
   views.audioGuardSetUpButton_->setText(state.settingUp ? texts.tr("audio.guard.setup.working")
                                                         : texts.tr("audio.guard.setup"));
   const auto failure = TrKey::find(state.setUpFailureKey);
-  views.audioGuardSetUpNoteLabel_->setText(texts.tr(failure.value_or("audio.guard.setup.note")));
+  views.audioGuardSetUpNoteLabel_->setText(failure ? texts.tr(*failure)
+                                                   : texts.tr("audio.guard.setup.note"));
   views.audioGuardSetUpNoteLabel_->setTextColor(failure ? colors::kOrange : colors::kLightGrey);
   showStatus(*views.audioGuardStatusOutLabel_,
              state.output.right ? texts.tr("audio.guard.status.out.ok")

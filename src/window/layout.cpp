@@ -179,8 +179,8 @@ class Pages {
     const bool hasButton = visibleViews(state_).contains(silenceMoveButton_);
     const double button =
         hasButton ? std::max(80.0, std::ceil(measure_.textWidth(silenceMoveButton_)) + 28) : -kGap;
-    const double text = std::min(std::ceil(measure_.textWidth(silenceLabel_)) + 8,
-                                 w_ - 40 - button - kGap);
+    const double text =
+        std::min(std::ceil(measure_.textWidth(silenceLabel_)) + 8, w_ - 40 - button - kGap);
     const double x = std::floor((w_ - text - kGap - button) / 2);
     const double y = state_.page == Page::kWifi ? h_ / 2 + 150 + 8 : h_ / 2 + 80;
     layout_[silenceLabel_] = {x, y, text, kHeight};

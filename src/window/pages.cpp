@@ -54,8 +54,7 @@ void Pages::showWiFiPage(const WiFiPage& page) {
   }
   if (page.code && views.onlineQRImageView_->content() != page.codeText) {
     views.onlineQRImageView_->showCode(page.code, page.codeText);
-    views.onlineQRImageView_->setAccessibleName(
-        parts_.texts.tr("address.copy_it", page.codeText));
+    views.onlineQRImageView_->setAccessibleName(parts_.texts.tr("address.copy_it", page.codeText));
   }
   for (std::size_t i = 0; i < std::min(page.phones.size(), views.onlineStatusDots_.size()); ++i) {
     views.onlineStatusDots_[i]->setPhone(page.phones[i].endpoint, page.phones[i].description);
@@ -102,7 +101,8 @@ void Pages::showCable(const CableState& state) {
 }
 
 void Pages::showSound(const Sound& sound) {
-  const auto& [texts, views] = std::tie(parts_.texts, parts_.views);
+  const Texts& texts = parts_.texts;
+  const Views& views = parts_.views;
   const auto& elsewhere = sound.elsewhere;
   const bool movable = elsewhere.muted || !elsewhere.program.isEmpty();
   setText(*views.silenceLabel_,

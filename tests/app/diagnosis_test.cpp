@@ -51,7 +51,7 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
       {"default output", [](Facts& f) { f.devices.output.name = "Speaker"; }, false, "Speaker",
        "default output"},
       {"default input", [](Facts& f) { f.devices.input = {}; }, false, "(sin dispositivo)",
-       "quorin-device add --default"},
+       "--set-up"},
       {"microphone", [](Facts& f) { f.microphone = desktop::AuthorizationStatus::kRestricted; },
        false, "not allowed", "privacy settings"},
       {"microphone", [](Facts& f) { f.microphone = desktop::AuthorizationStatus::kNotDetermined; },

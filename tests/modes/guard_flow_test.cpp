@@ -47,6 +47,7 @@ struct StandInScreens : GuardScreens {
   bool splash = false;
   bool onPage = false;
   int stops = 0;
+  int loans = 0;
   int menus = 0;
   GuardState state;
 
@@ -59,6 +60,7 @@ struct StandInScreens : GuardScreens {
     ++menus;
   }
   void stopAllSessionsForAudioChange() override { ++stops; }
+  void lendDevice() override { ++loans; }
 
   Front front() const {
     if (state.microphone) return Front::kMicrophone;
@@ -258,10 +260,7 @@ TEST_F(GuardFlowTest, ADeviceChangeWithoutPermissionShowsTheMicrophoneScreen) {
   setOutput(kOtherVirtual);
   time.advance(1s);
   EXPECT_EQ(front(), Front::kMicrophone);
-  EXPECT_EQ(screens.stops, 0);
-  setInput(kSpeaker);
-  time.advance(1s);
-  EXPECT_EQ(screens.stops, 1) << "nobody's room is to be heard";
+  EXPECT_EQ(screens.stops, 1) << "nothing is sent behind the screen";
 }
 
 TEST_F(GuardFlowTest, TheFirstWordOfALateAudioServerIsLeftToTheCheck) {
@@ -308,6 +307,39 @@ TEST_F(GuardFlowTest, NothingLiftsTheMicrophoneScreenButThePermission) {
   time.advance(400ms);
   EXPECT_EQ(front(), Front::kMenu);
   EXPECT_EQ(screens.menus, 1);
+}
+
+TEST_F(GuardFlowTest, TheButtonSetsTheDeviceUpAndLeadsToTheMenuAtOnce) {
+  setOutput(kSpeaker);
+  inputs->devices.server = "a server";
+  startUp();
+  EXPECT_TRUE(screens.state.hasServer);
+  flow->setUp();
+  flow->setUp();
+  EXPECT_TRUE(screens.state.settingUp);
+  EXPECT_EQ(screens.loans, 1) << "a second click waits for the first";
+
+  flow->onSetUpFailed("why");
+  EXPECT_FALSE(screens.state.settingUp);
+  EXPECT_EQ(screens.state.setUpFailureKey, "why");
+  flow->setUp();
+  EXPECT_EQ(screens.state.setUpFailureKey, "");
+  time.advance(300ms);
+  flow->onSetUp();
+  EXPECT_EQ(front(), Front::kGuard) << "the news of the devices is on its way";
+  setOutput(kVirtual);
+  time.advance(20ms);
+  EXPECT_EQ(front(), Front::kMenu);
+  EXPECT_FALSE(screens.state.settingUp);
+
+  setOutput(kSpeaker);
+  inputs->devices.server = {};
+  time.advance(1s);
+  EXPECT_FALSE(screens.state.hasServer);
+  flow->setUp();
+  flow->onSetUp();
+  time.advance(1s);
+  EXPECT_FALSE(screens.state.settingUp) << "it may be tried again";
 }
 
 TEST_F(GuardFlowTest, TheStartUpQuestion) {

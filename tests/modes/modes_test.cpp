@@ -109,7 +109,6 @@ class ModesTest : public testing::Test {
   std::optional<std::string> address_ = "192.168.7.20";
   std::vector<wifi::Candidate> otherNetworks_;
   network::PortHolder holder_;
-  bool saidSilent_ = false;
   KeyTable table_;
   Texts texts_{table_, {}};
   FakeWindow window_;
@@ -141,7 +140,6 @@ class ModesTest : public testing::Test {
 
   void SetUp() override {
     engine_->format = {.sampleRate = 44100, .channels = 1};
-    sound_.setOnSilence([this](bool silent) { saidSilent_ = silent; });
   }
 };
 
@@ -427,14 +425,6 @@ TEST_F(ModesTest, AnotherNetworkIsShownAndNobodyIsCutOff) {
   time_.advance(5s);
   EXPECT_EQ(window_.page.codeText.toStdString(), "10.0.0.9:" + std::to_string(port_));
   EXPECT_THAT(window_.page.phones, testing::SizeIs(1));
-}
-
-TEST_F(ModesTest, AStreamWithoutSoundIsSaidAndTakenBack) {
-  choosesWiFi();
-  for (int i = 0; i < 300; ++i) captures(0.0F);
-  EXPECT_TRUE(saidSilent_);
-  for (int i = 0; i < 50; ++i) captures(0.1F);
-  EXPECT_FALSE(saidSilent_);
 }
 
 TEST_F(ModesTest, ACaptureThatDidNotStartIsTriedAgainWhileSoundIsWanted) {

@@ -26,10 +26,10 @@ class FakeSocket final : public DatagramSocket {
     open = true;
     return {};
   }
-  void send(std::span<const std::byte> bytes, const sockaddr_in& address) override {
+  void send(std::span<const std::byte> bytes, const wire::Endpoint& address) override {
     if (duringSend) duringSend();
     if (!open) return;
-    auto& client = sent[ntohs(address.sin_port)];
+    auto& client = sent[address.port];
     if (bytes.size() == wire::kChunkBytes) {
       ++client.chunks;
     } else {

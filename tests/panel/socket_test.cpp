@@ -47,8 +47,8 @@ TEST(ResolveClientKey, TakesTwoPiecesAndAPort) {
     const auto resolved = resolveClientKey(c.key);
     EXPECT_EQ(resolved.has_value(), c.address != nullptr) << c.key;
     if (!resolved || c.address == nullptr) continue;
-    EXPECT_EQ(resolved->sin_addr.s_addr, inet_addr(c.address)) << c.key;
-    EXPECT_EQ(ntohs(resolved->sin_port), c.port) << c.key;
+    EXPECT_EQ(resolved->address, ntohl(inet_addr(c.address))) << c.key;
+    EXPECT_EQ(resolved->port, c.port) << c.key;
   }
 }
 

@@ -79,7 +79,7 @@ TEST_F(PanelViewsTest, FollowsItsServerFromStopToStop) {
   const auto withCode =
       ElementsAre(information, "Estadísticas", "📱 Código QR para Conectar", capture);
   EXPECT_THAT(said<TitledBox>(), withCode);
-  EXPECT_THAT(testing::codesOn(panel_), ElementsAre("192.168.1.20:9000"));
+  EXPECT_THAT(test::codesOn(panel_), ElementsAre("192.168.1.20:9000"));
 
   clientSays(1, "<<HELLO>>");
   EXPECT_THAT(said<TitledBox>(),

@@ -51,6 +51,7 @@ class PhoneListener {
   explicit PhoneListener(std::uint16_t port = 0);
 
   std::uint16_t port() const { return port_; }
+  int descriptor() const { return socket_.get(); }
   std::optional<FakePhone> accept();
 
  private:

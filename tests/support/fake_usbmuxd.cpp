@@ -47,16 +47,21 @@ Bytes usbMessage(const std::string& items) {
   return message + bytesOf(body);
 }
 
-void FakeUsbmuxd::start() {
+posix::FileDescriptor listenAt(const std::filesystem::path& path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  std::strncpy(address.sun_path, path_.c_str(), sizeof address.sun_path - 1);
-  socket_ = posix::FileDescriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-  ::unlink(path_.c_str());
-  if (::bind(socket_.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-      ::listen(socket_.get(), 8) != 0) {
+  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+  posix::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  ::unlink(path.c_str());
+  if (::bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+      ::listen(socket.get(), 8) != 0) {
     throw std::runtime_error("the stand-in USB service cannot listen");
   }
+  return socket;
+}
+
+void FakeUsbmuxd::start() {
+  socket_ = listenAt(path_);
 }
 
 void FakeUsbmuxd::stop() {

@@ -18,6 +18,9 @@ namespace quorin::test {
 /// A message of the USB service: the header and `items` in a dictionary, as XML.
 Bytes usbMessage(const std::string& items);
 
+/// A non-blocking socket that listens at a path.
+posix::FileDescriptor listenAt(const std::filesystem::path& path);
+
 /// Stands in for the USB multiplexing service: answers Listen, Connect and ReadPairRecord on a Unix
 /// socket, for phones that the test plugs in. Does something only inside `turn`, which a test
 /// calls while it waits. After a successful Connect the same socket leads to the phone's app.

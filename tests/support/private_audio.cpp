@@ -74,15 +74,36 @@ ChildProcess PrivateAudioServer::record(const std::string& program) const {
 }
 
 std::vector<std::string> PrivateAudioServer::list(const std::string& kind) const {
-  const auto file = folder_ / "list.txt";
-  std::filesystem::remove(file);
-  ChildProcess(
-      {.arguments = {"pactl", "list", "short", kind}, .environment = environment_, .output = file})
-      .wait();
   std::vector<std::string> result;
-  std::ifstream lines(file);
+  std::istringstream lines(ask({"list", "short", kind}));
   for (std::string line; std::getline(lines, line);) result.push_back(line);
   return result;
+}
+
+std::string PrivateAudioServer::ask(std::vector<std::string> arguments) const {
+  const auto answer = folder_ / "answer.txt";
+  std::filesystem::remove(answer);
+  arguments.insert(arguments.begin(), "pactl");
+  ChildProcess({.arguments = std::move(arguments), .environment = environment_, .output = answer})
+      .wait();
+  return contentOf(answer);
+}
+
+std::string PrivateAudioServer::defaults() const {
+  std::string names = ask({"get-default-sink"}) + ask({"get-default-source"});
+  std::ranges::replace(names, '\n', ' ');
+  return names.substr(0, names.find_last_not_of(' ') + 1);
+}
+
+bool PrivateAudioServer::isPlaying(const std::string& sink) const {
+  std::istringstream sinks(ask({"list", "short", "sinks"}));
+  const std::string playbacks = ask({"list", "short", "sink-inputs"});
+  for (std::string line; std::getline(sinks, line);) {
+    if (!line.contains('\t' + sink + '\t')) continue;
+    // The second column is the number of the sink.
+    return playbacks.contains('\t' + line.substr(0, line.find('\t')) + '\t');
+  }
+  return false;
 }
 
 void PrivateAudioServer::signalAll(int signal) {

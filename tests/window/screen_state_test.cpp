@@ -60,5 +60,21 @@ TEST(ScreenStateTest, TheCodeStandsOnlyWhereAPhoneCanUseIt) {
   }
 }
 
+TEST(ScreenStateTest, ASilenceIsALineOfItsOwnOnBothPages) {
+  for (const Page page : {Page::kCable, Page::kWifi, Page::kMenu}) {
+    const auto visible = visibleViews({.splash = false,
+                                       .page = page,
+                                       .channelOpen = true,
+                                       .lent = true,
+                                       .silent = true,
+                                       .mayBeMoved = true});
+    for (const View view : {levelMeter_, playHereBox_, silenceLabel_, silenceMoveButton_}) {
+      EXPECT_EQ(visible.contains(view), page != Page::kMenu) << nameOf(view);
+    }
+    EXPECT_EQ(visible.contains(connectedLabel_), page == Page::kCable) << "never instead of it";
+    EXPECT_EQ(visible.contains(onlineInfoLabel_), page == Page::kWifi);
+  }
+}
+
 }  // namespace
 }  // namespace quorin::app

@@ -114,7 +114,7 @@ TEST_F(ViewsTest, EveryStatusLineFitsTheSmallestWindow) {
   for (const char* language : {"en", "es"}) {
     const CompiledTable table({language});
     for (const char* key : {"waiting_connection", "status.connected.one", "status.connected.many",
-                            "status.silent", "status.full"}) {
+                            "status.full"}) {
       const QString text = table.text(key, 10);
       EXPECT_LT(metrics.horizontalAdvance(text), 0.85 * room) << text.toStdString();
     }

@@ -22,8 +22,9 @@ bool holdsWord(std::string_view argument, std::string_view word) {
 }
 
 bool hasRightName(const Endpoint& endpoint) {
-  return audio::isDefaultDeviceNamed({.number = endpoint.index + 1, .name = endpoint.description, .format = {}},
-                                     audio::kExpectedDeviceName);
+  return audio::isDefaultDeviceNamed(
+      {.number = endpoint.index + 1, .name = endpoint.description, .format = {}},
+      audio::kExpectedDeviceName);
 }
 
 const Endpoint* findIf(const std::vector<Endpoint>& endpoints, const auto& condition) {
@@ -48,8 +49,7 @@ bool isPlaceholder(const std::string& name) {
 
 /// Without the characters that separate fields and lines.
 std::string field(std::string text) {
-  std::ranges::replace_if(
-      text, [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+  std::ranges::replace_if(text, [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
   return text;
 }
 
@@ -151,8 +151,8 @@ std::string soundLine(const Snapshot& snapshot) {
   });
   if (something) return "clear";
   for (const Playback& each : playingElsewhere(snapshot)) {
-    const Endpoint* const where = findIf(
-        snapshot.sinks, [&each](const Endpoint& sink) { return sink.index == each.sink; });
+    const Endpoint* const where =
+        findIf(snapshot.sinks, [&each](const Endpoint& sink) { return sink.index == each.sink; });
     if (each.paused || where == nullptr) continue;
     return "elsewhere\t" + field(each.program) + '\t' + field(where->description);
   }

@@ -30,9 +30,9 @@ std::expected<void, Error> writeDefaults(const fs::path& file, const Defaults& d
   lines << kOutput << defaults.output << '\n' << kInput << defaults.input << '\n';
   lines.close();
   if (lines) return {};
-  return std::unexpected(
-      Error{"The present default devices cannot be remembered in " + file.string() +
-            ". Look at its permissions, or leave --default out."});
+  return std::unexpected(Error{"The present default devices cannot be remembered in " +
+                               file.string() +
+                               ". Look at its permissions, or leave --default out."});
 }
 
 void forgetDefaults(const fs::path& file) {

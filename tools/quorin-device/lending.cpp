@@ -43,8 +43,7 @@ class Input {
 
   /// The whole lines that have come within `limit`.
   std::vector<std::string> read(std::chrono::milliseconds limit) {
-    std::array<pollfd, 2> polled{
-        {{descriptors_[0], POLLIN, 0}, {descriptors_[1], POLLIN, 0}}};
+    std::array<pollfd, 2> polled{{{descriptors_[0], POLLIN, 0}, {descriptors_[1], POLLIN, 0}}};
     if (::poll(polled.data(), polled.size(), static_cast<int>(limit.count())) <= 0) return {};
     if (polled[1].revents != 0) ended_ = true;
     if (polled[0].revents != 0) {
@@ -206,7 +205,8 @@ class Loan {
       std::vector<Playback> playbacks;
       for (const Playback& each : now.playbacks) {
         const bool wasMoved = contains(moved_, each.index, &Moved::playback);
-        if (device.sink != nullptr && each.sink == device.sink->index && (ownsDevice_ || wasMoved)) {
+        if (device.sink != nullptr && each.sink == device.sink->index &&
+            (ownsDevice_ || wasMoved)) {
           playbacks.push_back(each);
         }
       }

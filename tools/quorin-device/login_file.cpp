@@ -33,7 +33,8 @@ std::string quotedForPipeWire(std::string_view text) {
 }
 
 std::string pipeWireContent() {
-  std::string content = "# Written by quorin-device, removed by: quorin-device remove\npulse.cmd = [\n";
+  std::string content =
+      "# Written by quorin-device, removed by: quorin-device remove\npulse.cmd = [\n";
   for (const ModuleLine& module : {sinkModule(), sourceModule()}) {
     content += "    { cmd = \"load-module\" args = " +
                quotedForPipeWire(module.name + " " + module.argument) + " flags = [ nofail ] }\n";
@@ -45,7 +46,8 @@ std::expected<std::string, Error> read(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
   std::ostringstream content;
   content << file.rdbuf();
-  if (!file) return std::unexpected(Error{path.string() + " cannot be read. Look at its permissions."});
+  if (!file)
+    return std::unexpected(Error{path.string() + " cannot be read. Look at its permissions."});
   return content.str();
 }
 
@@ -95,8 +97,7 @@ std::expected<void, Error> removeWithFolders(const fs::path& path, const fs::pat
   const fs::path target = targetOf(path);
   fs::remove(target, error);
   if (error) {
-    return std::unexpected(
-        Error{path.string() + " cannot be removed (" + error.message() + ")."});
+    return std::unexpected(Error{path.string() + " cannot be removed (" + error.message() + ")."});
   }
   if (target != path) return {};
   for (auto parent = path.parent_path(); parent != folder.parent_path();

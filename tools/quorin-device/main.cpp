@@ -1,4 +1,5 @@
 #include "core/version.h"
+#include "platform/posix/program.h"
 #include "quorin-device/arguments.h"
 #include "quorin-device/lending.h"
 #include "quorin-device/pulse_client.h"
@@ -52,8 +53,9 @@ int fail(const Error& error) {
 int run(const Arguments& arguments) {
   // Root has no sound of its own. A server that is named is one that is meant.
   if (::geteuid() == 0 && environment("PULSE_SERVER").empty()) {
-    return fail({"Sound belongs to the user who is logged in: run this as that user, or name the "
-                 "server in PULSE_SERVER."});
+    return fail(
+        {"Sound belongs to the user who is logged in: run this as that user, or name the "
+         "server in PULSE_SERVER."});
   }
   const auto say = [](const std::string& line) { std::cout << line << std::endl; };
   if (arguments.verb == Verb::kLend) return serve(Duty::kLend, places(), say) ? kDone : kFailed;
@@ -98,5 +100,7 @@ int main(const std::vector<std::string_view>& words) {
 }  // namespace quorin::device
 
 int main(int argc, char** argv) {
-  return quorin::device::main(std::vector<std::string_view>(argv + 1, argv + argc));
+  return quorin::posix::runProgram("quorin-device", argc, argv, [](int count, char** words) {
+    return quorin::device::main(std::vector<std::string_view>(words + 1, words + count));
+  });
 }

@@ -96,6 +96,11 @@ class PulseClient {
   struct Connection;
   explicit PulseClient(std::unique_ptr<Connection> connection);
 
+  /// A request that is answered with success or failure: `ask` is libpulse's function, and
+  /// `arguments` what it takes between the context and the callback.
+  template <typename Ask, typename... Arguments>
+  std::expected<void, Error> request(const std::string& doing, Ask ask, Arguments... arguments);
+
   std::unique_ptr<Connection> connection_;
 };
 

@@ -151,7 +151,7 @@ std::expected<bool, Error> status(PulseClient& client, const Places& places, con
 
   say("Audio server:    " + now->server);
   say(std::string("Virtual device:  ") +
-      (device.isWhole()          ? "there, as output and as input"
+      (device.isWhole()         ? "there, as output and as input"
        : device.sink != nullptr ? "there, as output only (add makes the input)"
                                 : "not there") +
       (isPersistent(places.config) ? ", created at every login" : ", not created at login"));

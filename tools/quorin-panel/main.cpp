@@ -3,6 +3,7 @@
 #include "platform/audio/audio_server.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/dispatch/termination_signals.h"
+#include "platform/posix/program.h"
 #include "ui/appearance.h"
 #include "ui/display.h"
 #include "ui/images.h"
@@ -111,5 +112,5 @@ int launch(int argc, char** argv) {
 }  // namespace quorin
 
 int main(int argc, char** argv) {
-  return quorin::launch(argc, argv);
+  return quorin::posix::runProgram("quorin-panel", argc, argv, quorin::launch);
 }

@@ -23,7 +23,7 @@ class StagedSocket final : public DatagramSocket {
  public:
   void setOnMessageReceived(MessageHandler handler) override { receive = std::move(handler); }
   std::expected<void, SocketError> start() override { return {}; }
-  void send(std::span<const std::byte>, const sockaddr_in&) override {}
+  void send(std::span<const std::byte>, const wire::Endpoint&) override {}
   void close() override {}
 
   MessageHandler receive;

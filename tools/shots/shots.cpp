@@ -2,14 +2,15 @@
 // and both languages, and of the server panel. Run it with QT_QPA_PLATFORM=offscreen;
 // QT_SCALE_FACTOR as wanted.
 
-#include "window/alert.h"
+#include "modes/cable_status.h"
+#include "panel_shots.h"
 #include "ui/appearance.h"
+#include "ui/qr_picture.h"
+#include "window/alert.h"
 #include "window/guard_screen.h"
 #include "window/main_window.h"
 #include "window/pages.h"
-#include "ui/qr_picture.h"
 #include "window/screens.h"
-#include "panel_shots.h"
 
 #include <QApplication>
 #include <QDir>
@@ -42,7 +43,9 @@ struct Stage {
   }
 
   void showGuard(const char* key, const DeviceStatus& output, const DeviceStatus& input) {
-    const GuardState state{.guard = true, .textKey = key, .output = output, .input = input};
+    showGuard({.guard = true, .textKey = key, .output = output, .input = input});
+  }
+  void showGuard(const GuardState& state) {
     showGuardTexts(state, texts, views);
     show([](ScreenState& screen) { screen.guard = true; });
   }
@@ -73,12 +76,6 @@ WiFiState streaming(std::size_t phones, std::size_t networks = 1) {
   state.candidates.assign({{"wlan0", "192.168.178.124"}, {"enp3s0", "10.0.0.5"}});
   state.candidates.resize(networks);
   state.clients.resize(phones);
-  return state;
-}
-
-WiFiState silentStream() {
-  auto state = streaming(1);
-  state.isSilent = true;
   return state;
 }
 
@@ -120,6 +117,23 @@ std::vector<Shot> shots() {
       {"guard-output",
        [](Stage& stage) { stage.showGuard("audio.guard.text.out", kWrong, kRight); }},
       {"guard-input", [](Stage& stage) { stage.showGuard("audio.guard.text.in", kRight, kWrong); }},
+      {"guard-no-server",
+       [](Stage& stage) {
+         stage.showGuard({.guard = true,
+                          .textKey = "audio.guard.text.both",
+                          .output = kNone,
+                          .input = kNone,
+                          .hasServer = false,
+                          .setUpFailureKey = "audio.guard.setup.no_server"});
+       }},
+      {"guard-working",
+       [](Stage& stage) {
+         stage.showGuard({.guard = true,
+                          .textKey = "audio.guard.text.both",
+                          .output = kWrong,
+                          .input = kWrong,
+                          .settingUp = true});
+       }},
       {"menu", [](Stage& stage) { stage.show([](ScreenState&) {}); }},
       {"menu-focus",
        [](Stage& stage) {
@@ -130,12 +144,29 @@ std::vector<Shot> shots() {
        }},
       {"cable-waiting",
        [](Stage& stage) { stage.show([](ScreenState& s) { s.page = Page::kCable; }); }},
+      {"cable-no-service",
+       [](Stage& stage) {
+         const CableState state{.service = usb::UsbService::kMissing,
+                                .remedy = {true, "sudo systemctl restart usbmuxd"}};
+         stage.views.usbSecondary2Label_->setText(cableText(state, stage.texts));
+         stage.show([](ScreenState& s) { s.page = Page::kCable; });
+       }},
+      {"cable-app-silent",
+       [](Stage& stage) {
+         stage.views.connectedLabel_->setText(stage.texts.tr("cable.app.silent"));
+         stage.show([](ScreenState& s) {
+           s.page = Page::kCable;
+           s.channelOpen = true;
+         });
+       }},
       {"cable-connected",
        [](Stage& stage) {
          stage.show([](ScreenState& s) {
            s.page = Page::kCable;
            s.channelOpen = true;
          });
+         stage.pages.showSound({.silent = true, .elsewhere = {.muted = true}, .lent = true});
+         QApplication::processEvents();
        }},
       {"wifi-0", [](Stage& stage) { stage.showWifi(streaming(0)); }},
       {"wifi-1", [](Stage& stage) { stage.showWifi(streaming(1)); }},
@@ -147,16 +178,22 @@ std::vector<Shot> shots() {
        }},
       {"wifi-10", [](Stage& stage) { stage.showWifi(streaming(10)); }},
       {"wifi-full", [](Stage& stage) { stage.showWifi(fullHouse()); }},
-      {"wifi-silent", [](Stage& stage) { stage.showWifi(silentStream()); }},
+      {"wifi-silent",
+       [](Stage& stage) {
+         stage.showWifi(streaming(1));
+         stage.pages.showSound({.silent = true,
+                                .elsewhere = {.program = "Firefox", .device = "Built-in Audio"},
+                                .lent = true,
+                                .playsHere = true});
+         QApplication::processEvents();
+       }},
       {"wifi-port-in-use",
        [](Stage& stage) {
          stage.showWifi(busyPort(EADDRINUSE, 9000, {.program = "quorin-stream", .user = "maria"}));
        }},
       {"wifi-port-reserved", [](Stage& stage) { stage.showWifi(busyPort(EACCES, 80)); }},
-      {"network-none",
-       [](Stage& stage) { stage.showWifi(lost(WiFiState::Network::kLost)); }},
-      {"network-changed",
-       [](Stage& stage) { stage.showWifi(lost(WiFiState::Network::kChanged)); }},
+      {"network-none", [](Stage& stage) { stage.showWifi(lost(WiFiState::Network::kLost)); }},
+      {"network-changed", [](Stage& stage) { stage.showWifi(lost(WiFiState::Network::kChanged)); }},
       {"alert-stop",
        [](Stage& stage) {
          stage.showWifi(streaming(3));

@@ -12,7 +12,7 @@ void FrameOutbox::appendLive(std::uint32_t type, std::uint32_t tag,
     dropOldestLive();
     ++liveDropped_;
   }
-  auto& slot = (*live_)[(liveHead_ + liveCount_) % kMaxLive];
+  auto& slot = live_[(liveHead_ + liveCount_) % kMaxLive];
   const auto header =
       wire::encodeFrameHeader({type, tag, static_cast<std::uint32_t>(payload.size())});
   std::ranges::copy(payload, std::ranges::copy(header, slot.bytes.begin()).out);
@@ -42,11 +42,11 @@ std::vector<FrameOutbox::Written> FrameOutbox::takeReliable() {
 }
 
 std::span<const std::byte> FrameOutbox::next() const {
-  if (begunWritten_ < begun_->size) return begun_->contents().subspan(begunWritten_);
+  if (begunWritten_ < begun_.size) return begun_.contents().subspan(begunWritten_);
   if (!reliable_.empty()) {
     return std::span<const std::byte>(reliable_.front().frame).subspan(reliableWritten_);
   }
-  if (liveCount_ > 0) return (*live_)[liveHead_].contents();
+  if (liveCount_ > 0) return live_[liveHead_].contents();
   return {};
 }
 
@@ -54,7 +54,7 @@ FrameOutbox::Written FrameOutbox::written(std::size_t count) {
   assert(count <= next().size());
   if (count == 0) return {};
 
-  if (begunWritten_ < begun_->size) {
+  if (begunWritten_ < begun_.size) {
     begunWritten_ += count;
     return {};
   }
@@ -68,10 +68,10 @@ FrameOutbox::Written FrameOutbox::written(std::size_t count) {
     reliable_.pop_front();
     return written;
   }
-  const auto& slot = (*live_)[liveHead_];
+  const auto& slot = live_[liveHead_];
   if (count < slot.size) {
-    std::ranges::copy(slot.contents(), begun_->bytes.begin());
-    begun_->size = slot.size;
+    std::ranges::copy(slot.contents(), begun_.bytes.begin());
+    begun_.size = slot.size;
     begunWritten_ = count;
   }
   dropOldestLive();

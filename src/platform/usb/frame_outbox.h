@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <memory>
 #include <span>
 #include <system_error>
 #include <vector>
@@ -52,7 +51,6 @@ class FrameOutbox {
   /// Takes the callbacks of all reliable frames that wait.
   std::vector<Written> takeReliable();
 
-  std::size_t liveWaiting() const { return liveCount_; }
   std::uint64_t liveDropped() const { return liveDropped_; }
 
  private:
@@ -66,14 +64,13 @@ class FrameOutbox {
   void dropOldestLive();
 
   /// Live frames, oldest first: a ring, so that the memory stays where it is.
-  std::unique_ptr<std::array<Slot, kMaxLive>> live_ =
-      std::make_unique<std::array<Slot, kMaxLive>>();
+  std::array<Slot, kMaxLive> live_;
   std::size_t liveHead_ = 0;
   std::size_t liveCount_ = 0;
   std::uint64_t liveDropped_ = 0;
 
   /// The live frame that is being written lies here, out of reach of dropping.
-  std::unique_ptr<Slot> begun_ = std::make_unique<Slot>();
+  Slot begun_;
   std::size_t begunWritten_ = 0;
 
   std::deque<Reliable> reliable_;

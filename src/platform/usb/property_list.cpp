@@ -59,32 +59,17 @@ class BinaryCheck {
       count = *longCount;
       content += 1 + bytes;
     }
-    switch (kind) {
-      case 0x0:  // null, false, true
-      case 0x1:  // integer
-      case 0x2:  // real
-      case 0x3:  // date
-      case 0x8:  // number of an object, as archives have them
-        return true;
-      case 0x4:  // data
-        return spend(count);
-      case 0x5:  // ASCII
-        return spend(count) && isText(content, count, 1);
-      case 0x6:  // UTF-16
-        return spend(2 * count) && isText(content, count, 2);
-      case 0xA:  // array
-      case 0xC:  // set
-        return walkAll(content, count, depth);
-      case 0xD:  // dictionary: keys, then values
-        return walkAll(content, 2 * count, depth);
-      default:
-        return false;
-    }
+    if (kind <= 0x3 || kind == 0x8) return true;  // null, Boolean, number, date, object's number
+    if (kind == 0x4) return spend(count);         // data
+    if (kind == 0x5 || kind == 0x6) return isText(content, count, kind - 0x4);  // ASCII, UTF-16
+    if (kind == 0xA) return walkAll(content, count, depth);                     // array
+    return kind == 0xD && walkAll(content, 2 * count, depth);  // dictionary: keys, then values
   }
 
   bool spend(std::size_t bytes) { return (expanded_ += bytes) <= kMaxExpandedBytes; }
 
-  bool isText(std::size_t at, std::size_t count, std::size_t width) const {
+  bool isText(std::size_t at, std::size_t count, std::size_t width) {
+    if (!spend(count * width)) return false;
     for (std::size_t i = 0; i < count; ++i) {
       if (number(at + i * width, width).value_or(0) == 0) return false;
     }
@@ -108,18 +93,13 @@ class BinaryCheck {
   std::size_t expanded_ = 0;
 };
 
-/// Counts, for a bound on nodes, nesting and escapes (each of which moves the rest of its text).
+/// Few tags, for a bound on nodes and nesting, and few escapes, each of which moves the rest of its
+/// text.
 bool isCheapXml(std::string_view text) {
-  constexpr std::size_t kMaxContainers = 128;
-  constexpr std::size_t kMaxEscapes = 256;
-  std::size_t containers = 0;
-  for (auto at = text.find('<'); at < text.size(); at = text.find('<', at + 1)) {
-    const auto tag = text.substr(at + 1);
-    containers += tag.starts_with("dict") || tag.starts_with("array");
-  }
-  return !text.contains('\0') && containers <= kMaxContainers &&
-         std::ranges::count(text, '<') <= std::ptrdiff_t{2 * kMaxNodes} &&
-         std::ranges::count(text, '&') <= std::ptrdiff_t{kMaxEscapes};
+  constexpr std::ptrdiff_t kMaxTags = 1000;
+  constexpr std::ptrdiff_t kMaxEscapes = 256;
+  return !text.contains('\0') && std::ranges::count(text, '<') <= kMaxTags &&
+         std::ranges::count(text, '&') <= kMaxEscapes;
 }
 
 }  // namespace

@@ -37,24 +37,8 @@ constexpr std::uint64_t kOk = 0;
 constexpr std::uint64_t kBadDevice = 2;  // also: no such pairing record
 constexpr std::uint64_t kConnectionRefused = 3;
 
-int errorOf(std::uint64_t result) {
-  switch (result) {
-    case kBadDevice:
-      return ENODEV;
-    case kConnectionRefused:
-      return ECONNREFUSED;
-    default:
-      return EPROTO;
-  }
-}
-
-UsbService serviceAfter(std::error_code error) {
-  if (error == std::errc::no_such_file_or_directory || error == std::errc::connection_refused) {
-    return UsbService::kMissing;
-  }
-  const bool denied =
-      error == std::errc::permission_denied || error == std::errc::operation_not_permitted;
-  return denied ? UsbService::kNotPermitted : UsbService::kFailing;
+int errorOf(std::optional<std::uint64_t> result) {
+  return result == kBadDevice ? ENODEV : result == kConnectionRefused ? ECONNREFUSED : EPROTO;
 }
 
 }  // namespace
@@ -104,12 +88,13 @@ void PTUSBHub::detach(DeviceID device) {
 
 void PTUSBHub::lose(std::error_code error) {
   listening_.reset();
-  const auto service = serviceAfter(error);
+  const bool missing =
+      error == std::errc::no_such_file_or_directory || error == std::errc::connection_refused;
+  const auto service = missing ? UsbService::kMissing : UsbService::kFailing;
   if (service != service_) log::note("cable", "USB devices cannot be watched: " + error.message());
   setService(service);
   while (!devices_.empty()) detach(devices_.begin()->first);
 
-  const bool missing = service == UsbService::kMissing;
   const auto delay =
       missing ? kFirstRetry : std::exchange(retryDelay_, std::min(2 * retryDelay_, kLastRetry));
   retry_ = main_.makeTimer({.first = delay}, [this] { listen(); });
@@ -131,7 +116,7 @@ PTUSBHub::Operation PTUSBHub::connect(DeviceID device, std::uint16_t port,
       [callback = std::move(callback)](UsbServiceRequest* request, auto message) mutable {
         const auto result = message ? numberIn(message->get(), "Number") : std::nullopt;
         if (result == kOk) return callback(request->takeSocket());
-        const int error = message ? errorOf(result.value_or(1)) : message.error().value();
+        const int error = message ? errorOf(result) : message.error().value();
         callback(std::unexpected(std::error_code(error, usbHubCategory())));
       });
 }

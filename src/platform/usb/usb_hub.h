@@ -21,11 +21,10 @@ using DeviceID = std::uint32_t;
 
 /// The USB multiplexing service, as its last answer or the lack of one shows it.
 enum class UsbService {
-  kUnknown,       ///< not asked yet
-  kRunning,       ///< answers
-  kMissing,       ///< nothing listens on its socket
-  kNotPermitted,  ///< its socket is closed to this user
-  kFailing,       ///< hangs up, does not answer or makes no sense
+  kUnknown,  ///< not asked yet
+  kRunning,  ///< answers
+  kMissing,  ///< nothing listens on its socket
+  kFailing,  ///< keeps this user out, hangs up, does not answer or makes no sense
 };
 
 /// None may be empty.

@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include <bit>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -12,24 +13,18 @@
 namespace quorin::usb {
 namespace {
 
-constexpr std::size_t kHeaderBytes = 16;
-constexpr std::uint32_t kVersion = 1;
+struct Header {
+  std::uint32_t length;
+  std::uint32_t version;
+  std::uint32_t type;
+  std::uint32_t tag;
+};
+constexpr std::size_t kHeaderBytes = sizeof(Header);
 constexpr std::uint32_t kPropertyList = 8;
+static_assert(std::endian::native == std::endian::little, "headers are sent as they are");
 
 std::error_code lastError() {
   return {errno, std::generic_category()};
-}
-
-void append(std::string& bytes, std::uint32_t value) {
-  for (unsigned shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(value >> shift);
-}
-
-std::uint32_t fieldAt(std::span<const std::byte> header, std::size_t at) {
-  std::uint32_t value = 0;
-  for (std::size_t i = 4; i-- > 0;) {
-    value = value << 8U | std::to_integer<std::uint32_t>(header[at + i]);
-  }
-  return value;
 }
 
 std::string encode(std::string_view type, const std::string& items) {
@@ -39,12 +34,11 @@ std::string encode(std::string_view type, const std::string& items) {
                     "<key>ProgName</key><string>quorin-stream</string>"
                     "<key>kLibUSBMuxVersion</key><integer>3</integer>" +
                     items + "</dict></plist>";
-  std::string message;
-  append(message, static_cast<std::uint32_t>(kHeaderBytes + body.size()));
-  append(message, kVersion);
-  append(message, kPropertyList);
-  append(message, 1);
-  return message + body;
+  const Header header{.length = static_cast<std::uint32_t>(kHeaderBytes + body.size()),
+                      .version = 1,
+                      .type = kPropertyList,
+                      .tag = 1};
+  return std::string(reinterpret_cast<const char*>(&header), kHeaderBytes) + body;
 }
 
 std::string socketPath() {
@@ -109,11 +103,13 @@ void UsbServiceRequest::receive() {
   if (received_ < message_.size()) return;
 
   if (inHeader) {
-    const std::size_t size = fieldAt(message_, 0);
-    if (fieldAt(message_, 8) != kPropertyList || size <= kHeaderBytes || size > kMaxMessageBytes) {
+    Header header{};
+    std::memcpy(&header, message_.data(), kHeaderBytes);
+    if (header.type != kPropertyList || header.length <= kHeaderBytes ||
+        header.length > kMaxMessageBytes) {
       return fail(std::make_error_code(std::errc::protocol_error));
     }
-    message_.resize(size);
+    message_.resize(header.length);
     return;
   }
   auto list = readPropertyList(std::span(message_).subspan(kHeaderBytes));

@@ -17,13 +17,8 @@ namespace quorin::usb {
 /// One request to the USB multiplexing service, on a connection of its own, and what comes back.
 /// Confined to the main queue; never blocks. Dropping the last reference hangs up, and no call
 /// follows.
-///
-///     0         4          8         12        16
-///     | length  | version  | type    | tag     | property list, XML |
-///     | with    | 00000001 | 8       |         |                    |
-///     | header  |          |         |         |                    |
-///
-/// All four fields are unsigned, 32 bits and little-endian.
+/// A message is a header of four little-endian 32-bit fields (length with the header, version 1,
+/// type 8, tag) and a property list, XML.
 class UsbServiceRequest : public std::enable_shared_from_this<UsbServiceRequest> {
  public:
   /// Runs, always later, for each message that comes, and once with an error when none can come

@@ -52,9 +52,9 @@ TEST(SettingsCommands, TheDesktopsPageThenAMixerThenAnySettings) {
        "KDE",
        {"systemsettings", "pavucontrol-qt"},
        kSound,
-       {{"pavucontrol-qt", {}}, {"systemsettings", {}}}},
+       {{"pavucontrol-qt", {"-t", "3"}}, {"systemsettings", {}}}},
       {"another desktop's settings are of no use", "sway", {"gnome-control-center"}, kSound, {}},
-      {"no desktop but a mixer", "", {"pavucontrol"}, kSound, {{"pavucontrol", {}}}},
+      {"a mixer for the input", "", {"pavucontrol"}, kSoundInput, {{"pavucontrol", {"-t", "4"}}}},
       {"a desktop whose name only contains another's", "KDEGNOME", {"systemsettings"}, kSound, {}},
   };
   for (const auto& [situation, desktop, installed, page, commands] : cases) {
@@ -89,15 +89,15 @@ class OpenSettings : public ::testing::Test {
 TEST_F(OpenSettings, StartsTheProgramWithItsPage) {
   const auto written = folder.path() / "written";
   install("gnome-control-center", "#!/bin/sh\necho \"$@\" >'" + written.string() + "'\n");
-  EXPECT_TRUE(openSoundSettings());
+  EXPECT_TRUE(openSettings(kSound));
   EXPECT_TRUE(test::eventually([&] { return test::contentOf(written) == "sound\n"; }));
 }
 
 TEST_F(OpenSettings, SaysThatNothingIsThereOrCouldBeStarted) {
-  EXPECT_FALSE(openSoundSettings());
-  EXPECT_FALSE(openMicPrivacySettings());
+  EXPECT_FALSE(openSettings(kSound));
+  EXPECT_FALSE(openSettings(kMicrophonePrivacy));
   install("pavucontrol", "#!/nonexistent/interpreter\n");
-  EXPECT_FALSE(openSoundSettings());
+  EXPECT_FALSE(openSettings(kSound));
 }
 
 }  // namespace
