@@ -83,17 +83,5 @@ TEST(SampleConverter, ABrokenSampleIsSilenceAndSpoilsNothingElse) {
   EXPECT_EQ(output[51], 0.5F);
 }
 
-TEST(SampleConverter, RefusesWhatItWasNotMadeFor) {
-  EXPECT_EQ(makeSampleConverter({}, kMono44100), nullptr);
-  EXPECT_EQ(makeSampleConverter(kMono44100, {.sampleRate = 44100, .channels = 2}), nullptr);
-
-  const auto converter = makeSampleConverter(kMono44100, kMono44100);
-  const std::vector<float> samples(882 * 2);
-  const auto result =
-      converter->convert({.samples = samples, .format = {.sampleRate = 44100, .channels = 2}}, 882);
-  EXPECT_EQ(result.status, SampleConverter::Status::kError);
-  EXPECT_FALSE(result.error.empty());
-}
-
 }  // namespace
 }  // namespace quorin::audio
