@@ -79,9 +79,9 @@ void UDPAudioServer::printBanner() const {
 void UDPAudioServer::startAudioCapture() {
   audioCaptureManager_ = parts_.makeCapture();
   audioCaptureManager_->setOnAudioData(
-      [broadcast =
-           AudioBroadcast{scheduler_, udpSocket_, clientManager_->recipients(), statistics_}](
-          wire::AudioChunkView chunk) mutable { broadcast.broadcastAudio(chunk); });
+      [broadcast = std::make_shared<AudioBroadcast>(scheduler_, udpSocket_,
+                                                    clientManager_->recipients(), statistics_)](
+          wire::AudioChunkView chunk) { broadcast->broadcastAudio(chunk); });
   audioCaptureManager_->startCapture();
 }
 

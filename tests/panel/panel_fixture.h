@@ -97,7 +97,8 @@ class PanelServerTest : public ::testing::Test {
     scheduler_.runPending();
   }
   void deliver(int chunks = 1) {
-    for (int i = 0; i < chunks; ++i) capture_->deliver(wire::AudioChunk{});
+    const auto handler = capture_->deliver;  // lives through a stop during a chunk
+    for (int i = 0; i < chunks; ++i) handler(wire::AudioChunk{});
   }
   const UDPAudioServer::Published& shown() const { return server_->published(); }
   std::vector<std::string> printed() { return std::exchange(console_, {}); }

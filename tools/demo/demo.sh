@@ -30,7 +30,7 @@ user_can_listen() {
 }
 
 listen_options=(
-  --wav "$OUT/received.wav" --plot "$OUT/jitter.png" --arrivals "$SESSION/arrivals" --json
+  --wav "$OUT/received.wav" --arrivals "$SESSION/arrivals" --json
 )
 if user_can_listen; then
   listen_options+=(--play)
@@ -81,7 +81,7 @@ say "what arrived"
 verdict=0
 "$BIN/quorin-demo" judge "$OUT/received.wav" "$SESSION/arrivals" "$SESSION/ticks" "$unit" ||
   verdict=1
-say "left in build/demo: received.wav, jitter.png, window.png, result.json"
+say "left in build/demo: received.wav, window.png, result.json"
 if [ $verdict -eq 0 ]; then
   say "the melody arrived whole"
 else

@@ -2,7 +2,6 @@
 
 #include "platform/posix/file_descriptor.h"
 #include "quorin-listen/cable_source.h"
-#include "quorin-listen/jitter_plot.h"
 #include "quorin-listen/outputs.h"
 #include "quorin-listen/report.h"
 #include "quorin-listen/udp_source.h"
@@ -14,8 +13,6 @@
 #include <sys/time.h>
 #include <unistd.h>
 
-#include <QGuiApplication>
-#include <QLoggingCategory>
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -146,20 +143,6 @@ std::optional<Ending> Listening::run(const posix::FileDescriptor& termination,
   return broken_;
 }
 
-bool drawPlot(const std::string& path, const Reception& reception, bool cable) {
-  ::qputenv("QT_QPA_PLATFORM", "offscreen");
-  // A session without a runtime folder is told so, which does not matter to a picture.
-  QLoggingCategory::setFilterRules("default.warning=false");
-  int argc = 1;
-  std::array<char, 14> name{"quorin-listen"};
-  std::array<char*, 2> argv{name.data(), nullptr};
-  const QGuiApplication application(argc, argv.data());
-  const auto title = "Arrival of " + std::to_string(reception.arrivals().datagrams()) +
-                     (cable ? " frames" : " datagrams");
-  return drawJitter(reception.arrivals().deviationsMs(), title)
-      .save(QString::fromStdString(path), "PNG");
-}
-
 std::expected<std::unique_ptr<SoundSource>, std::string> openSource(const Options& options) {
   if (!options.cable) return UdpSource::open(options.server, steadyNow());
   return CableSource::open(options.port.value_or(wire::kCablePort), [](std::string_view text) {
@@ -190,11 +173,6 @@ ExitCode listen(const Options& options) {
 
   std::cout << (options.json ? asJson(listening.report()) : asText(listening.report()))
             << std::flush;
-  if (options.plot && !drawPlot(*options.plot, listening.reception(), options.cable)) {
-    return failed(
-        {.code = kFailed,
-         .sentence = "Cannot write " + *options.plot + ". Choose another place for the picture."});
-  }
   if (auto error = listening.source().protocolError()) {
     return failed({.code = kFailed, .sentence = std::move(*error)});
   }

@@ -45,7 +45,6 @@ class Arguments {
 
 std::optional<std::string>* fileOption(Options& options, std::string_view name) {
   if (name == "--wav") return &options.wav;
-  if (name == "--plot") return &options.plot;
   if (name == "--arrivals") return &options.arrivals;
   if (name == "--sink") return &options.sink;
   return nullptr;
@@ -114,7 +113,6 @@ Joins a running Quorin Stream as a phone does, and measures what arrives.
   --play           play the sound through the default sink
   --sink NAME      play the sound through this sink (see: pactl list short sinks)
   --seconds N      stop N seconds after it was let in; without it Ctrl+C ends the program
-  --plot FILE.png  draw the arrival jitter over time and its histogram
   --arrivals FILE  write one line per datagram: time of arrival in ns, sample frames
   --json           print the result as JSON
   --help           print this text

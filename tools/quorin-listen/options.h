@@ -21,7 +21,6 @@ struct Options {
   std::optional<std::uint16_t> port;  ///< where that phone listens; else where the app does
   std::optional<std::chrono::milliseconds> duration;  ///< from joining; else until a signal
   std::optional<std::string> wav;
-  std::optional<std::string> plot;
   std::optional<std::string> arrivals;
   std::optional<std::string> sink;  ///< nothing: the default one
   bool play = false;
