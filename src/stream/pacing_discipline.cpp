@@ -23,18 +23,27 @@ constexpr Duration kTolerance = std::chrono::microseconds(250);
 // begins.
 constexpr std::size_t kStarvedAtEnd = 3;
 
+Duration slew(Duration gap) {
+  const auto beyond = gap - std::clamp(gap, -kTolerance, kTolerance);
+  return std::clamp(beyond / kGain, -PacingDiscipline::kMaxSlew, PacingDiscipline::kMaxSlew);
+}
+
 }  // namespace
 
 Duration PacingDiscipline::sent(Duration waited) {
-  // By its own tick, not by the one that took it at last.
-  const auto late = kChunk * static_cast<Duration::rep>(std::exchange(starvedInARow_, 0));
-  waits_[count_ % kMeasured] = waited - late - moved_;
-  if (++count_ == kLearned) step_ = kHeadroom - secondSmallest() - moved_;
-  if (count_ > kLearned) noticeBacklog(waited);
+  // By its own tick, not by the one that took it at last; a stream's first chunk has none.
+  const auto ticksLate = std::exchange(starvedInARow_, 0);
+  const auto late = count_ > 0 ? kChunk * static_cast<Duration::rep>(ticksLate) : Duration::zero();
+  waits_[count_++ % kMeasured] = waited - late - moved_;
+  if (count_ < kLearned) return Duration::zero();
 
-  const auto later =
-      step_ != Duration::zero() ? std::clamp(step_, -kMaxStepEarlier, kLeeway) : slew();
-  if (step_ != Duration::zero()) step_ -= later;
+  noticeBacklog(waited);
+  const auto gap = kHeadroom - secondSmallest() - moved_;
+  // Chunks that come too late even for the leeway cost their ticks: room for them is made at once.
+  if (count_ == kLearned || (step_ == Duration::zero() && gap > kHeadroom + kLeeway)) step_ = gap;
+  const bool stepping = step_ != Duration::zero();
+  const auto later = stepping ? std::clamp(step_, -kMaxStepEarlier, kLeeway) : slew(gap);
+  if (stepping) step_ -= later;
   moved_ += later;
   return later;
 }
@@ -46,7 +55,7 @@ void PacingDiscipline::starved() {
 /// A tick that the machine lost, or that went without its chunk, leaves every later chunk waiting
 /// for one tick too many.
 void PacingDiscipline::noticeBacklog(Duration waited) {
-  if (waited < kChunk || step_ != Duration::zero()) {
+  if (waited < kChunk || count_ <= kLearned || step_ != Duration::zero()) {
     backlogged_ = 0;
     return;
   }
@@ -66,13 +75,6 @@ Duration PacingDiscipline::secondSmallest() const {
     smallest = std::min(smallest, wait);
   }
   return second;
-}
-
-Duration PacingDiscipline::slew() const {
-  if (count_ < kLearned) return Duration::zero();
-  const auto excess = secondSmallest() + moved_ - kHeadroom;
-  const auto beyond = excess - std::clamp(excess, -kTolerance, kTolerance);
-  return std::clamp(-beyond / kGain, -kMaxSlew, kMaxSlew);
 }
 
 }  // namespace quorin::stream

@@ -43,7 +43,6 @@ class PacingDiscipline {
 
   void noticeBacklog(Duration waited);
   Duration secondSmallest() const;
-  Duration slew() const;
 
   /// Waits, less what the ticks had moved by then: they show the capture alone. Since the stream
   /// began; the newest overwrites the oldest.

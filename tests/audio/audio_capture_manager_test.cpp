@@ -69,13 +69,6 @@ TEST_F(AudioCaptureManagerTest, StartAndStopTellWhatTheyDo) {
   EXPECT_FALSE(manager_->isCapturing());
 }
 
-TEST_F(AudioCaptureManagerTest, TheEngineIsToldWhenChunksAreNeeded) {
-  static constexpr dispatch::TimePoint kTime{7s};
-  manager_->setChunkNeededAt([] { return kTime; });
-  manager_->startCapture();
-  EXPECT_EQ(engine_->blockNeededAt(), kTime);
-}
-
 TEST_F(AudioCaptureManagerTest, ASecondStartOrStopIsSilentAndChangesNothing) {
   manager_->stopCapture();
   EXPECT_THAT(takeLines(), IsEmpty());
@@ -97,16 +90,6 @@ TEST_F(AudioCaptureManagerTest, AFailedStartLeavesNothingBehind) {
   startQuietly();
   deliver(960);
   EXPECT_THAT(chunks_, SizeIs(1));
-}
-
-TEST_F(AudioCaptureManagerTest, EveryChunkIsWholeAndTheRemainderWaits) {
-  startQuietly();
-  deliver(1024);  // 940 samples: a chunk, 58 wait
-  EXPECT_THAT(chunks_, ElementsAre(SizeIs(882)));
-  deliver(896);  // 823 more: one short of a chunk
-  EXPECT_THAT(chunks_, SizeIs(1));
-  deliver(2);  // one more
-  EXPECT_THAT(chunks_, ElementsAre(SizeIs(882), SizeIs(882)));
 }
 
 TEST_F(AudioCaptureManagerTest, AConverterIsMadeOncePerCaptureAndAnnounced) {
@@ -156,13 +139,6 @@ TEST_F(AudioCaptureManagerTest, AConversionErrorDropsItsBufferAndKeepsWhatWaited
   EXPECT_THAT(chunks_, SizeIs(1));
 }
 
-TEST_F(AudioCaptureManagerTest, ABufferOfNoFormatIsIgnored) {
-  startQuietly();
-  engine_->deliver({.samples = {}, .format = {}});
-  engine_->deliver({.samples = {}, .format = {.sampleRate = 0, .channels = 2}});
-  EXPECT_THAT(script_.capacities, IsEmpty());
-}
-
 TEST_F(AudioCaptureManagerTest, StatisticsComeWithTheFirstBufferAfterEachSecond) {
   startQuietly();
   for (int buffer = 1; buffer < 50; ++buffer) {
@@ -197,32 +173,6 @@ TEST_F(AudioCaptureManagerTest, ChunksAreCountedWithoutAHandlerAndANewOneTakesTh
   scheduler_.advance(1s);
   deliver(960);
   EXPECT_THAT(lines_.back(), StartsWith("⚡ FPS: 4 |"));
-}
-
-TEST_F(AudioCaptureManagerTest, AnInterruptionIsToldAndARestartWorks) {
-  int told = 0;
-  manager_->setOnInterrupted([&] {
-    ++told;
-    EXPECT_TRUE(manager_->isCapturing());
-    manager_->stopCapture();
-    manager_->startCapture();
-  });
-  startQuietly();
-  engine_->interrupt("server gone");
-  scheduler_.runPending();
-  EXPECT_EQ(told, 1);
-  EXPECT_EQ(lines_.front(), "⚠️ Captura interrumpida: server gone");
-  deliver(960);
-  EXPECT_THAT(chunks_, SizeIs(1));
-}
-
-TEST_F(AudioCaptureManagerTest, MayBeDestroyedWhileCapturing) {
-  startQuietly();
-  deliver(960);
-  takeLines();
-  manager_.reset();
-  scheduler_.advance(2s);
-  EXPECT_THAT(takeLines(), IsEmpty());  // in particular no stop line
 }
 
 }  // namespace

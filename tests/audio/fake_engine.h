@@ -17,22 +17,17 @@ class FakeEngine : public audio::AudioEngine {
   std::optional<std::string> startFailure;
   std::function<void()> onStart;
   std::vector<std::string> calls;
-  NeededAt blockNeededAt;
 
   /// Delivers one buffer, as the audio server's thread would; silently nothing without a tap.
   void deliver(const audio::BufferView& buffer) {
     if (tap_) tap_(buffer);
   }
   bool hasTap() const { return static_cast<bool>(tap_); }
-  void interrupt(std::string description) {
-    queue_->async([this, error = audio::Error{std::move(description)}] { interruption_(error); });
-  }
 
   audio::Format inputFormat() override { return format; }
-  void installTap(std::size_t frames, TapHandler handler, NeededAt neededAt) override {
+  void installTap(std::size_t frames, TapHandler handler) override {
     calls.push_back("install " + std::to_string(frames));
     tap_ = std::move(handler);
-    blockNeededAt = std::move(neededAt);
   }
   void removeTap() override {
     calls.emplace_back("remove");
@@ -46,15 +41,9 @@ class FakeEngine : public audio::AudioEngine {
   }
   void stop() override { calls.emplace_back("stop"); }
   void reset() override { calls.emplace_back("reset"); }
-  void setInterruptionHandler(dispatch::Queue& queue, InterruptionHandler handler) override {
-    queue_ = &queue;
-    interruption_ = std::move(handler);
-  }
 
  private:
   TapHandler tap_;
-  dispatch::Queue* queue_ = nullptr;
-  InterruptionHandler interruption_;
 };
 
 }  // namespace quorin::test

@@ -19,7 +19,7 @@ class SilenceWatchTest : public ::testing::Test {
     wire::AudioChunk chunk{};
     chunk.back() = sample;
     for (auto played = 0ms; played < duration; played += wire::kChunkDuration) {
-      detector->hear(chunk);
+      detector->inspect(chunk);
       time.advance(wire::kChunkDuration);
     }
   }
@@ -43,21 +43,6 @@ TEST_F(SilenceWatchTest, FiveSecondsOfZerosAreReportedOnceAndSoundEndsThem) {
   EXPECT_FALSE(watch.isSilent());
 }
 
-TEST_F(SilenceWatchTest, ASingleSampleNowAndThenIsSound) {
-  watch.start();
-  for (int i = 0; i < 20; ++i) {
-    play(4s, 0.0F);
-    play(20ms, 1e-6F);
-  }
-  EXPECT_TRUE(reports.empty());
-}
-
-TEST_F(SilenceWatchTest, ACaptureThatDeliversNothingIsSilentToo) {
-  watch.start();
-  time.advance(5s);
-  EXPECT_EQ(reports, (std::vector{true}));
-}
-
 TEST_F(SilenceWatchTest, LooksOnlyWhileAModeRuns) {
   time.advance(1min);
   play(20ms, 1.0F);
@@ -74,7 +59,7 @@ TEST_F(SilenceWatchTest, LooksOnlyWhileAModeRuns) {
 
   watch.start();
   time.advance(4900ms);
-  EXPECT_EQ(reports.size(), 1U) << "the patience begins anew";
+  EXPECT_EQ(reports.size(), 1U) << "the timeout begins anew";
   time.advance(100ms);
   EXPECT_EQ(reports, (std::vector{true, true}));
 }

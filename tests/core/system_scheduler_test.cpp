@@ -5,12 +5,13 @@
 
 #include <gmock/gmock.h>
 #include <pthread.h>
+#include <sched.h>
 
 #include <QCoreApplication>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <csignal>
-#include <thread>
 
 namespace quorin::dispatch {
 namespace {
@@ -27,10 +28,25 @@ TEST(SystemScheduler, ARealtimeQueueHasThePriorityThatTheKernelGrants) {
   while (policy == -1) QCoreApplication::processEvents();
   EXPECT_STREQ(name.data(), "audioFrameQueue");
 
-  bool granted = false;
-  std::thread([&] { granted = takeRealtime(); }).join();
-  if (!granted) GTEST_SKIP() << "no right to real-time scheduling here";
+  if (tryRealtime() == RealtimeGrant::kNone) GTEST_SKIP() << "no right to real-time here";
   EXPECT_EQ(policy & ~SCHED_RESET_ON_FORK, SCHED_FIFO);
+}
+
+TEST(SystemScheduler, ARunawayRealtimeQueueLosesItsPriorityAndNothingElse) {
+  const auto scheduler = makeSystemScheduler();
+  const auto queue = scheduler->makeSerialQueue("runaway", Priority::kRealtime);
+  const auto policy = [] { return ::sched_getscheduler(0) & ~SCHED_RESET_ON_FORK; };
+  std::atomic<int> outcome = -1;
+  queue->async([&] {
+    if (policy() != SCHED_FIFO) return outcome.store(-2);
+    const auto end = scheduler->now() + std::chrono::seconds(5);
+    while (policy() == SCHED_FIFO && scheduler->now() < end) {
+    }
+    outcome = policy();
+  });
+  while (outcome == -1) QCoreApplication::processEvents();
+  if (outcome == -2) GTEST_SKIP() << "no right to real-time here";
+  EXPECT_EQ(outcome, SCHED_OTHER);
 }
 
 TEST(TerminationSignals, ReachTheQueueOnceAndTheSecondEndsTheProcess) {

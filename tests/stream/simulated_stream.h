@@ -69,7 +69,7 @@ struct Scene {
   bool ticksLost = false;  ///< once in ten minutes the machine stands still for three ticks
   double mayStarve = 0;    ///< ticks of a million
   Duration latency = std::chrono::milliseconds(25);  ///< the 99th percentile may be
-  Duration length = std::chrono::hours(3);
+  Duration length = std::chrono::minutes(10);
 };
 
 struct Outcome {

@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <numbers>
 #include <sstream>
 
@@ -53,34 +52,54 @@ bool PrivateAudioServer::pactl(std::vector<std::string> arguments) const {
              .wait() == 0;
 }
 
-std::string PrivateAudioServer::ask(std::vector<std::string> arguments) const {
-  const auto answer = folder_ / "answer.txt";
-  std::filesystem::remove(answer);
-  arguments.insert(arguments.begin(), "pactl");
-  ChildProcess({.arguments = std::move(arguments), .environment = environment_, .output = answer})
-      .wait();
-  return contentOf(answer);
-}
-
-std::string PrivateAudioServer::defaults() const {
-  std::string names = ask({"get-default-sink"}) + ask({"get-default-source"});
-  std::ranges::replace(names, '\n', ' ');
-  return names.substr(0, names.find_last_not_of(' ') + 1);
-}
-
-bool PrivateAudioServer::isPlaying(const std::string& sink) const {
-  std::istringstream sinks(ask({"list", "short", "sinks"}));
-  const std::string playbacks = ask({"list", "short", "sink-inputs"});
-  for (std::string line; std::getline(sinks, line);) {
-    if (!line.contains('\t' + sink + '\t')) continue;
-    // The second column is the number of the sink.
-    return playbacks.contains('\t' + line.substr(0, line.find('\t')) + '\t');
+bool PrivateAudioServer::removeNullSink(const std::string& name) const {
+  for (const auto& line : list("modules")) {
+    if (line.contains("sink_name=" + name + ' ')) {
+      return pactl({"unload-module", line.substr(0, line.find('\t'))});
+    }
   }
   return false;
 }
 
-std::ptrdiff_t PrivateAudioServer::recordings() const {
-  return std::ranges::count(ask({"list", "short", "source-outputs"}), '\n');
+std::vector<std::string> PrivateAudioServer::recordingNumbers() const {
+  auto numbers = list("source-outputs");
+  for (auto& line : numbers) line.erase(line.find('\t'));
+  return numbers;
+}
+
+ChildProcess PrivateAudioServer::record(const std::string& program) const {
+  return ChildProcess({.arguments = {"parec", "--client-name=" + program, "/dev/null"},
+                       .environment = environment_,
+                       .output = folder_ / "parec.log"});
+}
+
+std::string PrivateAudioServer::defaults() const {
+  const auto sink = ask({"get-default-sink"});
+  const auto source = ask({"get-default-source"});
+  return sink.empty() || source.empty() ? std::string() : sink.front() + ' ' + source.front();
+}
+
+bool PrivateAudioServer::isPlaying(const std::string& sink) const {
+  for (const auto& line : list("sinks")) {
+    if (!line.contains('\t' + sink + '\t')) continue;
+    const auto column = '\t' + line.substr(0, line.find('\t')) + '\t';
+    return std::ranges::any_of(list("sink-inputs"), [&column](const std::string& playback) {
+      return playback.contains(column);
+    });
+  }
+  return false;
+}
+
+std::vector<std::string> PrivateAudioServer::ask(std::vector<std::string> arguments) const {
+  const auto file = folder_ / "list.txt";
+  std::filesystem::remove(file);
+  arguments.insert(arguments.begin(), "pactl");
+  ChildProcess({.arguments = std::move(arguments), .environment = environment_, .output = file})
+      .wait();
+  std::vector<std::string> result;
+  std::ifstream lines(file);
+  for (std::string line; std::getline(lines, line);) result.push_back(line);
+  return result;
 }
 
 void PrivateAudioServer::signalAll(int signal) {
@@ -90,17 +109,20 @@ void PrivateAudioServer::signalAll(int signal) {
 ChildProcess PrivateAudioServer::play(const Sine& sine) const {
   constexpr int kRate = 48000;
   const auto file = folder_ / ("sine-" + std::to_string(sine.frequency) + ".raw");
+  const auto channels = static_cast<std::size_t>(std::ranges::count(sine.channelMap, ',') + 1);
   std::vector<float> samples;
   const auto step = 2 * std::numbers::pi * sine.frequency / kRate;
   for (int frame = 0; frame < kRate * sine.seconds; ++frame) {
-    samples.insert(samples.end(), 2, static_cast<float>(sine.level * std::sin(step * frame)));
+    samples.insert(samples.end(), channels,
+                   static_cast<float>(sine.level * std::sin(step * frame)));
   }
   std::ofstream(file, std::ios::binary)
       .write(reinterpret_cast<const char*>(samples.data()),
              static_cast<std::streamsize>(samples.size() * sizeof(float)));
   return ChildProcess(
       {.arguments = {"pacat", "--playback", "--raw", "--format=float32le", "--rate=48000",
-                     "--channels=2", "--latency-msec=20", "--device=" + sine.sink, file.string()},
+                     "--channels=" + std::to_string(channels), "--channel-map=" + sine.channelMap,
+                     "--latency-msec=20", "--device=" + sine.sink, file.string()},
        .environment = environment_,
        .output = folder_ / "pacat.log"});
 }

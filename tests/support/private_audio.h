@@ -32,23 +32,28 @@ class PrivateAudioServer {
   /// "norewinds=1" its sound begins at once on PulseAudio, instead of up to 2 s late.
   bool addNullSink(const std::string& name, const std::string& description,
                    const std::string& parameters = {});
+  bool removeNullSink(const std::string& name) const;
   /// Wait for the device to be there: PipeWire adds it a little after the answer to its making.
   bool setDefaultSource(const std::string& name) const;
   bool setDefaultSink(const std::string& name) const;
   bool pactl(std::vector<std::string> arguments) const;
+  /// The streams that record, as `pactl` numbers them.
+  std::vector<std::string> recordingNumbers() const;
+  std::ptrdiff_t recordings() const { return std::ssize(recordingNumbers()); }
   /// "SINK SOURCE", as the server names its defaults.
   std::string defaults() const;
   /// Whether a program plays into the sink.
   bool isPlaying(const std::string& sink) const;
-  /// How many streams record.
-  std::ptrdiff_t recordings() const;
+  /// A program of this name that records the default source.
+  ChildProcess record(const std::string& program) const;
 
-  /// Plays a sine, the same on both channels, into a sink.
+  /// Plays a sine, the same on all its channels, into a sink.
   struct Sine {
     double frequency = 440;
     double level = 0.5;  ///< peak
     int seconds = 5;
     std::string sink;
+    std::string channelMap = "front-left,front-right";
   };
   ChildProcess play(const Sine& sine) const;
 
@@ -62,8 +67,11 @@ class PrivateAudioServer {
   PrivateAudioServer();
 
   virtual void launch() = 0;
-  /// What `pactl` answers.
-  std::string ask(std::vector<std::string> arguments) const;
+  /// The lines of what `pactl` answers.
+  std::vector<std::string> ask(std::vector<std::string> arguments) const;
+  std::vector<std::string> list(const std::string& kind) const {
+    return ask({"list", "short", kind});
+  }
   void signalAll(int signal);
 
   TemporaryDirectory directory_;

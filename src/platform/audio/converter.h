@@ -36,8 +36,7 @@ class SampleConverter {
   SampleConverter& operator=(const SampleConverter&) = delete;
 
   /// Takes all of `input`, which must have the format the converter was made for, and gives at
-  /// most `capacity` frames. What does not fit waits for the next call, at most 20 ms of it: the
-  /// oldest is thrown away beyond that, so that latency cannot creep.
+  /// most `capacity` frames. What does not fit is lost, so that latency cannot creep.
   ///
   /// Allocates nothing for blocks of up to 40 ms.
   virtual Result convert(const BufferView& input, std::size_t capacity) = 0;
@@ -52,9 +51,9 @@ class SampleConverter {
 using ConverterFactory =
     std::function<std::unique_ptr<SampleConverter>(const Format& from, const Format& to)>;
 
-/// The system's own converter. Its output is primed: n input frames give n x to / from output
-/// frames from the first block on, delayed by half the filter (0.8 ms from 48000 Hz, 6 ms from
-/// 8000; nothing at equal rates).
+/// The system's own converter, libspeexdsp's: n input frames give n x to / from output frames from
+/// the first block on, delayed by half the filter (1.1 ms from 48000 Hz, 6 ms from 8000; nothing at
+/// equal rates).
 std::unique_ptr<SampleConverter> makeSampleConverter(const Format& from, const Format& to);
 
 }  // namespace quorin::audio

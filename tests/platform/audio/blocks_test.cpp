@@ -1,5 +1,5 @@
-#include "platform/audio/backend/reblocker.h"
 #include "platform/audio/format.h"
+#include "platform/audio/reblocker.h"
 
 #include <gtest/gtest.h>
 
