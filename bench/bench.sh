@@ -11,7 +11,7 @@ SECONDS_LONG=60 # of the one that compares with real time
 PARTS_TIME=0.5  # seconds for each benchmark of a part
 STARTS=40       # of each program
 HELLOS=200      # of each handshake measurement
-PARTS=(parts_bench panel_bench)
+PARTS=(parts_bench)
 while [ $# -gt 0 ]; do
   case $1 in
     --quick) SECONDS_EACH=5 SECONDS_LONG=5 PARTS_TIME=0.05 STARTS=5 HELLOS=50 ;;
@@ -26,7 +26,7 @@ done
 
 need_packages "${BUILD_PACKAGES[@]}" "${BENCH_PACKAGES[@]}"
 configure release -DQUORIN_BENCH=ON
-build release quorin-stream quorin-meter empty_window drift_bench "${PARTS[@]}"
+build release quorin-stream quorin-meter empty_window drift_bench field_bench "${PARTS[@]}"
 source tools/dev/private_session.sh
 source bench/senders.sh
 
@@ -135,6 +135,13 @@ main_thread_blocked() {
   stop_sender
 }
 
+# Ten phones in a network of their own, the second time nine of them leave without a word.
+vanishing_phones() {
+  say "phones that vanish"
+  record vanish present quorin "$BIN/field_bench" phones 0
+  record vanish vanished quorin "$BIN/field_bench" phones 9
+}
+
 # The same sound as frames over a channel: to a phone simulated on this machine.
 cable() {
   local figures=$OUT/cable.json arrivals=$OUT/cable.arrivals
@@ -201,6 +208,7 @@ measure low-latency-player idle quorin 20 "$SECONDS_EACH" 10
 flooded
 main_thread_blocked
 handshakes
+vanishing_phones
 cable
 all_senders default-player default "$SECONDS_EACH"
 end_servers

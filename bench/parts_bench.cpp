@@ -9,6 +9,7 @@
 #include <benchmark/benchmark.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdint>
@@ -48,24 +49,35 @@ class TenClients {
   TenClients() {
     for (int i = 0; i < 10; ++i) {
       receivers_.emplace_back(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-      auto address = wire::ClientKey{.address = INADDR_LOOPBACK, .port = 0}.socketAddress();
+      auto address = wire::Endpoint{.address = INADDR_LOOPBACK, .port = 0}.socketAddress();
       socklen_t length = sizeof address;
       auto* generic = reinterpret_cast<sockaddr*>(&address);
       if (::bind(receivers_.back().get(), generic, length) != 0) std::abort();
       if (::getsockname(receivers_.back().get(), generic, &length) != 0) std::abort();
-      keys_.push_back(wire::ClientKey::of(address));
+      keys_.push_back(wire::Endpoint::of(address));
     }
   }
 
+  /// A socket for each, as the server has them.
   Audience audience() const {
-    return {std::make_shared<const posix::FileDescriptor>(
-                ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)),
-            keys_};
+    Audience audience;
+    for (const auto& key : keys_) {
+      auto socket = network::DatagramSocket::open();
+      if (!socket || socket->connect({INADDR_LOOPBACK, 0}, key)) std::abort();
+      audience.push_back(std::make_shared<const ClientSocket>(std::move(*socket)));
+    }
+    return audience;
+  }
+
+  std::array<sockaddr_in, 10> addresses() const {
+    std::array<sockaddr_in, 10> result;
+    std::ranges::transform(keys_, result.begin(), &wire::Endpoint::socketAddress);
+    return result;
   }
 
  private:
   std::vector<posix::FileDescriptor> receivers_;
-  std::vector<wire::ClientKey> keys_;
+  std::vector<wire::Endpoint> keys_;
 };
 
 using Datagram = std::array<std::byte, 2 * wire::kChunkFrames>;
@@ -74,37 +86,19 @@ void sendToTen(benchmark::State& state) {
   const TenClients clients;
   const auto audience = clients.audience();
   const Datagram datagram{};
-  AudienceSender sender;
-  for (auto _ : state) benchmark::DoNotOptimize(sender.send(audience, datagram));
+  for (auto _ : state) {
+    for (const auto& client : audience) benchmark::DoNotOptimize(client->send(datagram));
+  }
 }
 BENCHMARK(sendToTen)->Name("ten clients/ours");
 
-void bareSendmmsg(benchmark::State& state) {
-  const TenClients clients;
-  const auto audience = clients.audience();
-  Datagram datagram{};
-  iovec payload{datagram.data(), datagram.size()};
-  auto addresses = audience.addresses;
-  std::array<mmsghdr, 10> messages{};
-  for (std::size_t i = 0; i < 10; ++i) {
-    messages[i].msg_hdr.msg_name = &addresses[i];
-    messages[i].msg_hdr.msg_namelen = sizeof(sockaddr_in);
-    messages[i].msg_hdr.msg_iov = &payload;
-    messages[i].msg_hdr.msg_iovlen = 1;
-  }
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(::sendmmsg(audience.socket->get(), messages.data(), 10, MSG_DONTWAIT));
-  }
-}
-BENCHMARK(bareSendmmsg)->Name("ten clients/bare sendmmsg");
-
 void tenSendto(benchmark::State& state) {
   const TenClients clients;
-  const auto audience = clients.audience();
+  const posix::FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
   const Datagram datagram{};
   for (auto _ : state) {
-    for (const auto& address : audience.addresses) {
-      benchmark::DoNotOptimize(::sendto(audience.socket->get(), datagram.data(), datagram.size(),
+    for (const auto& address : clients.addresses()) {
+      benchmark::DoNotOptimize(::sendto(socket.get(), datagram.data(), datagram.size(),
                                         MSG_DONTWAIT, reinterpret_cast<const sockaddr*>(&address),
                                         sizeof address));
     }

@@ -45,6 +45,9 @@ END {
        joined(setup[1], "flooded", "quorin1", pacing, "%.2f"))
   line("pacing p50/p99/max, main thread blocked", "max 5",
        joined(setup[1], "blocked", "quorin1", pacing, "%.2f"))
+  line("pacing p50/p99, heard of 500, nine of ten gone",
+       joined("vanish", "present", "quorin", "deviation_p50 deviation_p99", "%.2f") ", " figure("vanish", "present", "quorin", "heard", "%d"),
+       joined("vanish", "vanished", "quorin", "deviation_p50 deviation_p99", "%.2f") ", " figure("vanish", "vanished", "quorin", "heard", "%d"))
   line("pacing p50/p99/max, cable", "as over Wi-Fi", joined("cable", "idle", "quorin1", pacing, "%.2f"))
   for (i = 1; i <= setups; ++i)
     for (k = 1; k <= 2; ++k) row("buffer needed p1-p99", "under 1", setup[i], load[k], "buffer", "%.2f")

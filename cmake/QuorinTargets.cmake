@@ -86,21 +86,37 @@ function(quorin_program name)
   target_link_libraries(${name} PRIVATE quorin_options quorin_core ${ARG_LIBRARIES})
 endfunction()
 
+# How every test is compiled: all alike, as they share precompiled headers; with assertions; quickly,
+# for it is the tested code whose speed counts.
+function(quorin_test_options name)
+  target_compile_options(${name} PRIVATE -UNDEBUG -fPIC $<$<NOT:$<CONFIG:Debug>>:-O1>)
+endfunction()
+
 # quorin_test(NAME SOURCES ... [LIBRARIES ...] [TIMEOUT seconds] [ALONE])
 # One GoogleTest program, one entry in ctest. Widgets are tested with the offscreen platform. ALONE
-# keeps the processor free of other tests, for those that run other programs or real threads.
+# keeps the processor free of other tests, for those that run other programs or real threads. Labels
+# for ctest -L: unit, system (alone) and slow (a longer TIMEOUT).
 function(quorin_test name)
   cmake_parse_arguments(ARG "ALONE" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 120)
   endif()
   add_executable(${name} ${ARG_SOURCES})
+  quorin_test_options(${name})
+  target_precompile_headers(${name} REUSE_FROM quorin_test_headers)
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
   target_link_libraries(${name} PRIVATE quorin_options ${ARG_LIBRARIES} GTest::gmock)
   set_target_properties(
     ${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests/bin")
   add_test(NAME ${name} COMMAND ${name})
+  set(label unit)
+  if(ARG_ALONE)
+    set(label system)
+  endif()
+  if(ARG_TIMEOUT GREATER 120)
+    list(APPEND label slow)
+  endif()
   set_tests_properties(
-    ${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} RUN_SERIAL ${ARG_ALONE} SKIP_RETURN_CODE 77 ENVIRONMENT
+    ${name} PROPERTIES LABELS "${label}" TIMEOUT ${ARG_TIMEOUT} RUN_SERIAL ${ARG_ALONE} SKIP_RETURN_CODE 77 ENVIRONMENT
                        "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;QUORIN_BIN=${CMAKE_BINARY_DIR}/bin")
 endfunction()

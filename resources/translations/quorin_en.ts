@@ -161,6 +161,30 @@ Anyone on your network can connect and listen, so use a network you trust, and s
         <source></source>
         <translation>iPhone connected</translation>
     </message>
+    <message id="cable.service.missing">
+        <source></source>
+        <translation>The USB service (usbmuxd) is not installed. Install it with:</translation>
+    </message>
+    <message id="cable.service.stopped">
+        <source></source>
+        <translation>The USB service is not running. It starts when you connect the iPhone; if it does not, start it with:</translation>
+    </message>
+    <message id="cable.phone.none">
+        <source></source>
+        <translation>No iPhone found. Use a cable that carries data, unlock the iPhone and tap “Trust”.</translation>
+    </message>
+    <message id="cable.phone.locked">
+        <source></source>
+        <translation>Unlock the iPhone and tap “Trust”.</translation>
+    </message>
+    <message id="cable.app.closed">
+        <source></source>
+        <translation>Open the app on the iPhone.</translation>
+    </message>
+    <message id="cable.app.silent">
+        <source></source>
+        <translation>The app does not answer: wake it up</translation>
+    </message>
     <message id="pairing_instructions">
         <source></source>
         <translation>Scan the code with the iPhone app</translation>

@@ -161,6 +161,30 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
         <source></source>
         <translation>iPhone conectado</translation>
     </message>
+    <message id="cable.service.missing">
+        <source></source>
+        <translation>El servicio USB (usbmuxd) no está instalado. Instálalo con:</translation>
+    </message>
+    <message id="cable.service.stopped">
+        <source></source>
+        <translation>El servicio USB no está en marcha. Arranca al conectar el iPhone; si no arranca, inícialo con:</translation>
+    </message>
+    <message id="cable.phone.none">
+        <source></source>
+        <translation>No se encuentra ningún iPhone. Usa un cable que transmita datos, desbloquea el iPhone y pulsa «Confiar».</translation>
+    </message>
+    <message id="cable.phone.locked">
+        <source></source>
+        <translation>Desbloquea el iPhone y pulsa «Confiar».</translation>
+    </message>
+    <message id="cable.app.closed">
+        <source></source>
+        <translation>Abre la app en el iPhone.</translation>
+    </message>
+    <message id="cable.app.silent">
+        <source></source>
+        <translation>La app no responde: despiértala</translation>
+    </message>
     <message id="pairing_instructions">
         <source></source>
         <translation>Escanea el código con la app del iPhone</translation>

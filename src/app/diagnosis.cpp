@@ -93,11 +93,25 @@ Finding port(const Facts& facts) {
   return {kName, found, Kind::kProblem, "End what holds it, or choose another with --port."};
 }
 
-Finding usbService(bool answers) {
+Finding usbService(const CableState& state) {
   constexpr auto kName = "USB service";
-  if (answers) return fine(kName, "answers");
-  return {kName, "does not answer", Kind::kHint,
-          "Only the cable needs it: install usbmuxd, which starts when an iPhone is plugged in."};
+  const auto hint = [](const QString& found, const QString& advice) {
+    return Finding{kName, found, Kind::kHint, "Only the cable needs it: " + advice};
+  };
+  const auto phones = QStringLiteral("runs; phones: %1").arg(state.phones);
+  switch (cableStatus(state)) {
+    case CableStatus::kServiceMissing:
+      return hint("not installed", text(state.remedy.command));
+    case CableStatus::kServiceStopped:
+      return hint("not running",
+                  "connect the iPhone, which starts it, else " + text(state.remedy.command));
+    case CableStatus::kNoPhone:
+      return hint(phones, "use a cable that carries data, unlock the iPhone and tap \"Trust\".");
+    case CableStatus::kPhoneLocked:
+      return hint(phones, "unlock the iPhone and tap \"Trust\".");
+    default:
+      return fine(kName, phones);
+  }
 }
 
 Finding realtime(dispatch::RealtimeGrant grant) {
@@ -130,7 +144,7 @@ std::vector<Finding> diagnose(const Facts& facts) {
       microphone(facts.microphone),
       address(facts),
       port(facts),
-      usbService(facts.usbServiceAnswers),
+      usbService(facts.cable),
       realtime(facts.realtime),
   };
 }

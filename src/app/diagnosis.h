@@ -1,5 +1,6 @@
 #pragma once
 
+#include "modes/cable_status.h"
 #include "platform/audio/devices.h"
 #include "platform/desktop/authorization_status.h"
 #include "platform/dispatch/realtime.h"
@@ -28,7 +29,7 @@ struct Facts {
   std::uint16_t port = 0;
   std::error_code portError;                      ///< none: it can be bound
   std::optional<network::PortHolder> portHolder;  ///< of a port in use
-  bool usbServiceAnswers = false;
+  CableState cable;
   dispatch::RealtimeGrant realtime = dispatch::RealtimeGrant::kNone;
 };
 

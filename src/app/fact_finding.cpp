@@ -4,7 +4,7 @@
 #include "core/version.h"
 #include "modes/audio_inputs.h"
 #include "platform/dispatch/system_scheduler.h"
-#include "platform/usb/usb_hub.h"
+#include "modes/cable_mode.h"
 #include "wifi/local_address.h"
 
 #include <QCoreApplication>
@@ -18,17 +18,21 @@ namespace {
 constexpr std::chrono::seconds kTimeout{3};
 constexpr std::chrono::milliseconds kLookAgain{20};
 
-void askForSound(Facts& facts) {
+void askForSoundAndCable(Facts& facts) {
   const auto scheduler = dispatch::makeSystemScheduler();
   const auto server = audio::connectToAudioServer(scheduler->backgroundQueue());
   const AudioInputs inputs(*scheduler, *server);
+  CableMode cable(*scheduler, scheduler->mainQueue(), {[](auto&) {}, [](auto&, bool) {}});
+  cable.start();
 
   QEventLoop loop;
   QTimer look;
   QObject::connect(&look, &QTimer::timeout, &loop, [&] {
     facts.devices = server->defaultDevices();
     facts.microphone = inputs.microphoneStatus();
-    const bool answered = !facts.devices.server.empty() &&
+    facts.cable = cable.state();
+    const bool answered = facts.cable.service != usb::UsbService::kUnknown &&
+                          !facts.devices.server.empty() &&
                           facts.microphone != desktop::AuthorizationStatus::kNotDetermined;
     if (answered) loop.quit();
   });
@@ -53,9 +57,8 @@ Facts findFacts(std::uint16_t port) {
       network::listInterfaceAddresses().value_or(std::vector<network::InterfaceAddress>());
   const auto networks = wifi::localNetworks(facts.addresses, network::defaultRouteInterface());
   facts.chosenAddress = wifi::localIPv4Address(networks.candidates);
-  facts.usbServiceAnswers = usb::usbServiceAnswers();
   facts.realtime = dispatch::tryRealtime();
-  askForSound(facts);
+  askForSoundAndCable(facts);
   return facts;
 }
 

@@ -7,6 +7,7 @@
 #include "core/version.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/dispatch/termination_signals.h"
+#include "platform/posix/program.h"
 #include "ui/appearance.h"
 #include "ui/display.h"
 #include "ui/images.h"
@@ -100,5 +101,5 @@ int launch(int argc, char** argv) {
 }  // namespace quorin::app
 
 int main(int argc, char** argv) {
-  return quorin::app::launch(argc, argv);
+  return quorin::posix::runProgram("quorin-stream", argc, argv, quorin::app::launch);
 }

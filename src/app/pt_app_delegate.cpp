@@ -1,9 +1,9 @@
 #include "app/pt_app_delegate.h"
 
 #include "core/identity.h"
-#include "core/log.h"
-#include "panel/online_swift_ui_embedder.h"
+#include "panel/content_view.h"
 #include "platform/desktop/settings.h"
+#include "core/log.h"
 #include "wifi/local_address.h"
 
 #include <QApplication>
@@ -43,7 +43,7 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
           {.makeEngine = [this] { return audioServer_->makeEngine(audio::mayBeStreamed); }}),
       audioFrameQueueSerial_(stream::AudioSender::makeQueue(scheduler_)),
       cable_(scheduler_, *audioFrameQueueSerial_,
-             {.channelChanged = [this](bool connected) { pages_.showCableChannel(connected); },
+             {.changed = [this](const CableState& state) { pages_.showCable(state); },
               .presentMessage = [this](const QString& text,
                                        bool isStatus) { pages_.presentMessage(text, isStatus); }}),
       sender_(scheduler_, *audioFrameQueueSerial_, {&wifiTransport_, &cable_.audioPath()}),
@@ -65,12 +65,9 @@ PTAppDelegate::~PTAppDelegate() {
 // The panel is built with the page and never shown there: its program of its own shows it. The
 // pairing instructions are the one text that it looks up.
 std::unique_ptr<QWidget> PTAppDelegate::makePanel() const {
-  panel::ViewRegistry registry;
-  panel::OnlineSwiftUIEmbedder::addTo(
-      registry, {.scheduler = scheduler_,
-                 .makeCapture = panel::captureFrom(scheduler_, *audioServer_),
-                 .text = [this](const QString&) { return texts_.bundle("pairing_instructions"); }});
-  return registry.make(QStringLiteral("OnlineSwiftUIEmbedder"), QStringLiteral("makeHostingView"));
+  return panel::OnlineSwiftUIEmbedder::makeHostingView(
+      scheduler_, panel::captureFrom(scheduler_, *audioServer_),
+      texts_.bundle("pairing_instructions"));
 }
 
 void PTAppDelegate::connectViews() {
@@ -101,7 +98,7 @@ void PTAppDelegate::connectViews() {
   QObject::connect(&window_, &MainWindow::resized, &window_, [this] { screens_.layoutUI(); });
   QObject::connect(&window_, &MainWindow::quitRequested, qApp, &QCoreApplication::quit);
 
-  QObject::connect(views_.inputTextField, &TextField::returnPressed, &window_, [this] {
+  QObject::connect(views_.inputTextField, &QLineEdit::returnPressed, &window_, [this] {
     if (cable_.sendMessage(views_.inputTextField->text())) views_.inputTextField->clear();
   });
 

@@ -6,11 +6,12 @@
 #include <QByteArray>
 #include <QLoggingCategory>
 #include <QString>
-#include <cstdio>
+#include <climits>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 namespace quorin::log {
 namespace {
@@ -32,22 +33,60 @@ QString text(std::string_view line) {
   return QString::fromUtf8(line.data(), static_cast<qsizetype>(line.size()));
 }
 
-/// Whether standard output takes a line at once. A pipe that says so has room for 4096 bytes.
-bool outputHasRoom() {
-  pollfd output{.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
-  return ::poll(&output, 1, 0) == 1;
+/// A standard stream whose reader may be slow: a line is written whole and at once, or dropped and
+/// counted. Any thread.
+class Lines {
+ public:
+  explicit Lines(int fd) : fd_(fd) {}
+
+  void write(std::string_view line) {
+    const std::scoped_lock lock(mutex_);  // one line stays one line, whoever else writes
+    pollfd stream{.fd = fd_, .events = POLLOUT, .revents = 0};
+    if (::poll(&stream, 1, 0) != 1) {
+      ++dropped_;
+      return;
+    }
+    std::string bytes;
+    if (dropped_ > 0) {
+      bytes = "(" + std::to_string(std::exchange(dropped_, 0)) + " lines were not read and lost)\n";
+    }
+    bytes += line.substr(0, kRoom - bytes.size() - 1);
+    bytes += '\n';
+    // Nothing can be done about a reader that went away.
+    [[maybe_unused]] const auto written = ::write(fd_, bytes.data(), bytes.size());
+  }
+
+ private:
+  static constexpr std::size_t kRoom = PIPE_BUF;  ///< of a pipe that says that it has room
+
+  const int fd_;
+  std::mutex mutex_;
+  std::size_t dropped_ = 0;
+};
+
+// Never destroyed: threads may write until the very end.
+Lines& standardOutput() {
+  static auto* const lines = new Lines(STDOUT_FILENO);
+  return *lines;
+}
+Lines& standardError() {
+  static auto* const lines = new Lines(STDERR_FILENO);
+  return *lines;
+}
+
+void receive(QtMsgType type, const QMessageLogContext& context, const QString& message) {
+  const auto line = ::qFormatLogMessage(type, context, message).toUtf8();
+  standardError().write({line.data(), static_cast<std::size_t>(line.size())});
 }
 
 }  // namespace
 
+void neverWait() {
+  ::qInstallMessageHandler(receive);
+}
+
 void print(std::string_view line) {
-  if (!outputHasRoom()) return;
-  ::flockfile(stdout);  // one line stays one line, whoever else prints
-  ::fwrite_unlocked(line.data(), 1, line.size(), stdout);
-  // NOLINTNEXTLINE(concurrency-mt-unsafe): the lock above makes it safe
-  ::putc_unlocked('\n', stdout);
-  ::fflush_unlocked(stdout);
-  ::funlockfile(stdout);
+  standardOutput().write(line);
 }
 
 void note(std::string_view area, std::string_view line) {

@@ -7,6 +7,10 @@
 /// whole.
 namespace quorin::log {
 
+/// From now on lines on standard error, Qt's own as well, are written at once or dropped and
+/// counted: whoever reads them may be slow, the program goes on. Before any thread is started.
+void neverWait();
+
 /// A line of the capture object or of the panel's server, to standard output. Dropped when
 /// whoever reads it has stopped reading: sound and window go on.
 void print(std::string_view line);

@@ -17,9 +17,6 @@ class CableSwitch {
   /// the queue of attempts.
   virtual void turnOff() = 0;
 
-  /// Takes the mark away but leaves the queue suspended, so that attempts wait.
-  virtual void clearForcedOffline() = 0;
-
   /// A phone is connected by cable.
   virtual bool hasChannel() const = 0;
 

@@ -80,7 +80,6 @@ void WiFiMode::silentReenterOnlineMode() {
     restartUDP();
     stream();
     watch_.startIPWatch();
-    parts_.cable.clearForcedOffline();
   });
 }
 

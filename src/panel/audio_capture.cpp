@@ -2,50 +2,57 @@
 
 #include "audio/device_guard.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
 namespace quorin::panel {
 namespace {
 
-constexpr std::chrono::seconds kRetryInterval{2};
-
-class DeviceCapture final : public AudioCapture {
+class RestartingCapture final : public AudioCapture {
  public:
-  DeviceCapture(dispatch::Scheduler& scheduler, audio::AudioServer& server)
-      : scheduler_(scheduler),
-        manager_(scheduler,
-                 {.makeEngine = [&server] { return server.makeEngine(audio::mayBeStreamed); }}) {}
+  RestartingCapture(dispatch::Scheduler& scheduler, audio::AudioCaptureManager::Parts parts)
+      : scheduler_(scheduler), manager_(scheduler, std::move(parts)) {}
 
   void setOnAudioData(ChunkHandler handler) override {
     manager_.setOnAudioData(std::move(handler));
   }
+
   void startCapture() override {
-    tryToStart();
+    const auto begun = scheduler_.now();
+    manager_.startCapture();
     if (manager_.isCapturing()) return;
-    retryTimer_ = scheduler_.mainQueue().makeTimer(
-        {.first = kRetryInterval, .interval = kRetryInterval}, [this] { tryToStart(); });
+    // Where a server hangs, the main queue waits for a tenth of the time at most.
+    const auto waited = scheduler_.now() - begun;
+    whileWanted_.cancelAll();
+    scheduler_.mainQueue().asyncAfter(std::max<dispatch::Duration>(kRetryInterval, 9 * waited),
+                                      whileWanted_, [this] { startCapture(); });
   }
+
   void stopCapture() override {
-    retryTimer_.reset();
+    whileWanted_.cancelAll();
     manager_.stopCapture();
   }
 
  private:
-  void tryToStart() {
-    manager_.startCapture();
-    if (manager_.isCapturing()) retryTimer_.reset();
-  }
+  static constexpr std::chrono::seconds kRetryInterval{1};
 
   dispatch::Scheduler& scheduler_;
   audio::AudioCaptureManager manager_;
-  std::unique_ptr<dispatch::Timer> retryTimer_;  ///< until the capture has started
+  dispatch::Scope whileWanted_;
 };
 
 }  // namespace
 
+std::unique_ptr<AudioCapture> makeCapture(dispatch::Scheduler& scheduler,
+                                          audio::AudioCaptureManager::Parts parts) {
+  return std::make_unique<RestartingCapture>(scheduler, std::move(parts));
+}
+
 CaptureFactory captureFrom(dispatch::Scheduler& scheduler, audio::AudioServer& server) {
-  return [&scheduler, &server] { return std::make_unique<DeviceCapture>(scheduler, server); };
+  return [&scheduler, &server] {
+    return makeCapture(scheduler, {.makeEngine = [&server] { return server.makeEngine(audio::mayBeStreamed); }});
+  };
 }
 
 }  // namespace quorin::panel

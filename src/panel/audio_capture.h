@@ -31,8 +31,12 @@ class AudioCapture {
 
 using CaptureFactory = std::function<std::unique_ptr<AudioCapture>()>;
 
-/// Captures from the default input device of `server`, if that is the right one; both must outlive
-/// what is made. A start that fails is tried again until `stopCapture`.
+/// Captures the default input device of `server` where that is the right one; both must outlive what
+/// is made. Where it does not start, or the audio server ends it, it is started again.
 CaptureFactory captureFrom(dispatch::Scheduler& scheduler, audio::AudioServer& server);
+
+/// The same with engines from elsewhere.
+std::unique_ptr<AudioCapture> makeCapture(dispatch::Scheduler& scheduler,
+                                          audio::AudioCaptureManager::Parts parts);
 
 }  // namespace quorin::panel

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "panel/recipients.h"
-#include "core/scheduler.h"
-#include "core/thread_safety.h"
 #include "core/log.h"
+#include "core/scheduler.h"
+#include "core/snapshot.h"
+#include "wire/endpoint.h"
 
 #include <chrono>
 #include <functional>
@@ -15,8 +15,12 @@
 
 namespace quorin::panel {
 
-/// Who has been heard of lately, by client key. Made, changed and destroyed on the main queue;
-/// reading is allowed on any thread.
+/// Where every chunk is sent: the clients' addresses, resolved when a client is added. Never null.
+using RecipientList = std::vector<wire::Endpoint>;
+using Recipients = dispatch::Snapshot<RecipientList>;
+
+/// The clients by their keys and when each was last heard. Main queue only; other threads read the
+/// published `recipients`.
 class ClientManager {
  public:
   static constexpr std::chrono::seconds kCleanupInterval{5};
@@ -24,45 +28,51 @@ class ClientManager {
 
   using CountHandler = std::function<void(int count, const std::vector<std::string>& keys)>;
 
-  /// Sweeps every `kCleanupInterval` from now on. `scheduler` must outlive the table.
+  /// Removes silent clients every `kCleanupInterval` from now on. `scheduler` must outlive it.
   ClientManager(dispatch::Scheduler& scheduler, log::PrintLine print);
-  ClientManager(const ClientManager&) = delete;
-  ClientManager& operator=(const ClientManager&) = delete;
 
   /// `handler` runs on a later turn of the main queue, with the table as it was when it changed,
-  /// also when the table has been destroyed in between.
+  /// also when this object is gone by then. One notice is pending at a time: changes during that
+  /// time are reported together, so that a flood of clients costs little.
   void setOnClientCountChanged(CountHandler handler);
 
   void addClient(const std::string& key);     ///< reports a key that was absent
   void removeClient(const std::string& key);  ///< always reports, also a key that was absent
   void updateClient(const std::string& key);  ///< adds a key that was absent, never reports
 
-  std::vector<std::string> getClients() const;
-  int clientCount() const;
+  std::vector<std::string> getClients() const { return table_->keys(); }
+  int clientCount() const { return static_cast<int>(table_->clients.size()); }
 
-  /// The clients' addresses, for the thread that sends to all of them. Lives on without the table.
+  /// Follows the table on the next turn of the main queue. Any thread; outlives this object.
   std::shared_ptr<const Recipients> recipients() const { return recipients_; }
 
  private:
   struct Client {
     dispatch::TimePoint lastSeen;
-    std::optional<sockaddr_in> address;  ///< none for a key that names no address
+    std::optional<wire::Endpoint> address;  ///< none for a key that names no address
+  };
+  struct Table {
+    std::map<std::string, Client> clients;
+    CountHandler onClientCountChanged;
+    bool noticeIsPending = false;
+    bool hasChanged = false;  ///< since the pending notice was posted
+
+    std::vector<std::string> keys() const;
   };
 
-  bool hear(const std::string& key);
+  bool touch(const std::string& key);
   void cleanupInactiveClients();
   void notifyClientCountChanged();
-  std::vector<std::string> keys() const REQUIRES(lock_);
-  void publishRecipients() REQUIRES(lock_);
+  static void postNotice(dispatch::Queue& main, std::shared_ptr<Table> table);
+  void publishRecipientsSoon();
 
   dispatch::Scheduler& scheduler_;
   log::PrintLine print_;
-  std::shared_ptr<CountHandler> onClientCountChanged_;
-  std::shared_ptr<Recipients> recipients_;
-
-  mutable dispatch::Mutex lock_;
-  std::map<std::string, Client> clients_ GUARDED_BY(lock_);
-
+  std::shared_ptr<Table> table_ = std::make_shared<Table>();
+  std::shared_ptr<Recipients> recipients_ =
+      std::make_shared<Recipients>(std::make_shared<const RecipientList>());
+  bool publishIsPending_ = false;
+  dispatch::Scope scope_;
   std::unique_ptr<dispatch::Timer> cleanupTimer_;
 };
 

@@ -1,14 +1,13 @@
 #include "panel/content_view.h"
 
-#include "panel/panel_style.h"
+#include "panel/rows.h"
 #include "panel/running_view.h"
-#include "panel/symbol_view.h"
+#include "ui/appearance.h"
+#include "ui/containers.h"
+#include "ui/images.h"
 
 #include <QHBoxLayout>
-#include <QIcon>
-#include <QLabel>
 #include <QScrollArea>
-#include <QScrollBar>
 #include <QVBoxLayout>
 #include <utility>
 
@@ -17,76 +16,32 @@ namespace {
 
 constexpr int kBandMargin = 16;
 
-constexpr auto kButtonLook = R"(
-  QPushButton { color: white; background: %1; border: 2px solid transparent; border-radius: 12px;
-                padding: 12px; }
-  QPushButton:hover { background: %2; }
-  QPushButton:pressed { background: %3; }
-  QPushButton:focus { border-color: white; })";
+// Dark enough for the white text on them.
+constexpr app::ButtonLook kStartLook{.face = {0, 104, 220}, .cornerRadius = 12};
+constexpr app::ButtonLook kStopLook{.face = {200, 42, 36}, .cornerRadius = 12};
 
-/// A slim bar that leaves the boxes their width.
-constexpr auto kScrollBarLook = R"(
-  QScrollBar:vertical { background: transparent; width: 10px; margin: 0; }
-  QScrollBar::handle:vertical { background: #636368; border-radius: 3px; min-height: 40px;
-                                margin: 2px; }
-  QScrollBar::handle:vertical:hover { background: #8e8e93; }
-  QScrollBar::add-line, QScrollBar::sub-line { height: 0; }
-  QScrollBar::add-page, QScrollBar::sub-page { background: transparent; })";
-
-QIcon icon(const QString& name, int side) {
-  const auto picture = symbol(name, Qt::white);
-  if (!picture) return {};
-  return QPixmap::fromImage(pictures::renderSquare(*picture, side));
-}
-
-QWidget* makeBand() {
-  auto* band = new QWidget;
-  band->setAutoFillBackground(true);
-  auto palette = band->palette();
-  palette.setColor(QPalette::Window, style::kControlBackground);
-  band->setPalette(palette);
+QHBoxLayout* makeBand(QWidget* band) {
   auto* layout = new QHBoxLayout(band);
   layout->setContentsMargins(kBandMargin, kBandMargin, kBandMargin, kBandMargin);
   layout->setSpacing(12);
-  return band;
+  return layout;
 }
 
 QWidget* makeDivider() {
-  auto* line = new QWidget;
+  auto* line = new app::ShadeView(look::kDivider, nullptr);
   line->setFixedHeight(1);
-  line->setAutoFillBackground(true);
-  auto palette = line->palette();
-  palette.setColor(QPalette::Window, style::kDivider);
-  line->setPalette(palette);
   return line;
-}
-
-QWidget* makeStoppedView() {
-  auto* view = new QWidget;
-  auto* column = new QVBoxLayout(view);
-  column->setContentsMargins(40, 40, 40, 40);
-  column->setSpacing(20);
-  const auto addCentred = [column](QWidget* widget) {
-    column->addWidget(widget, 0, Qt::AlignCenter);
-  };
-  column->addStretch();
-  addCentred(new SymbolView("stop.circle", 80, style::kGray));
-  addCentred(style::makeLabel("Servidor detenido",
-                              {.pixels = style::kTitle2, .color = style::kSecondary}));
-  addCentred(style::makeLabel("Presiona 'Iniciar Servidor' para comenzar",
-                              {.pixels = style::kCaption, .color = style::kSecondary}));
-  column->addStretch();
-  return view;
 }
 
 }  // namespace
 
-ContentView::ContentView(dispatch::Scheduler& scheduler, std::unique_ptr<UDPAudioServer> server,
-                         TextLookup text)
-    : scheduler_(scheduler), server_(std::move(server)), text_(std::move(text)) {
-  setPalette(style::darkPalette());
+ContentView::ContentView(std::unique_ptr<UDPAudioServer> server, QString pairingInstructions)
+    : server_(std::move(server)), pairingInstructions_(std::move(pairingInstructions)) {
+  setPalette(app::darkPalette());
   setAutoFillBackground(true);
-  subscription_ = server_->onWillChange([this] { refreshSoon(); });
+  server_->setOnChanged([this] {
+    if (button_ != nullptr) refresh();
+  });
 }
 
 ContentView::~ContentView() = default;
@@ -109,24 +64,23 @@ void ContentView::makeViews() {
 }
 
 QWidget* ContentView::makeHeader() {
-  auto* band = makeBand();
-  auto* row = static_cast<QHBoxLayout*>(band->layout());
-  row->addWidget(new SymbolView("waveform.circle.fill", 50, style::kBlue));
+  auto* band = new app::ShadeView(look::kBand, nullptr);
+  auto* row = makeBand(band);
+  row->addWidget(makeSymbol("waveform.circle.fill", 50, look::kBlue));
 
   auto* titles = new QVBoxLayout;
   titles->setSpacing(4);
-  auto* title = style::makeLabel("🎵 SERVIDOR UDP PCM CON QR",
-                                 {.pixels = style::kTitle2, .weight = QFont::Bold});
-  titles->addWidget(title);
-  titles->addWidget(style::makeLabel("Transmisión de audio en tiempo real",
-                                     {.pixels = style::kCaption, .color = style::kSecondary}));
+  titles->addWidget(
+      makeLabel("🎵 SERVIDOR UDP PCM CON QR", {.pixels = look::kTitle2, .weight = QFont::Bold}));
+  titles->addWidget(makeLabel("Transmisión de audio en tiempo real",
+                              {.pixels = look::kCaption, .color = look::kSecondary}));
   row->addLayout(titles);
   row->addStretch();
 
   auto* status = new QVBoxLayout;
   status->setSpacing(4);
-  statusDot_ = new DotView(12, style::kGray);
-  statusText_ = style::makeLabel({}, {.pixels = style::kCaption});
+  statusDot_ = makeDot(12, look::kGray);
+  statusText_ = makeLabel({}, {.pixels = look::kCaption});
   status->addStretch();
   status->addWidget(statusDot_, 0, Qt::AlignHCenter);
   status->addWidget(statusText_, 0, Qt::AlignHCenter);
@@ -135,9 +89,31 @@ QWidget* ContentView::makeHeader() {
   return band;
 }
 
+QWidget* ContentView::makeStoppedView() {
+  auto* view = new QWidget;
+  auto* column = new QVBoxLayout(view);
+  column->setContentsMargins(40, 40, 40, 40);
+  column->setSpacing(20);
+  column->addStretch();
+  column->addWidget(makeSymbol("stop.circle", 80, look::kGray), 0, Qt::AlignCenter);
+  for (const auto& [text, pixels] :
+       {std::pair("Servidor detenido", look::kTitle2),
+        std::pair("Presiona 'Iniciar Servidor' para comenzar", look::kCaption)}) {
+    column->addWidget(makeLabel(text, {.pixels = double(pixels), .color = look::kSecondary}), 0,
+                      Qt::AlignCenter);
+  }
+  failure_ = new Label(
+      {},
+      {.pixels = look::kBody, .color = app::colors::kOrange, .lineBreak = app::LineBreak::kWrap},
+      nullptr);
+  column->addWidget(failure_);
+  column->addStretch();
+  return view;
+}
+
 QWidget* ContentView::makeScrollArea() {
   stoppedView_ = makeStoppedView();
-  runningView_ = new RunningView(text_("pairing_instructions"));
+  runningView_ = new RunningView(pairingInstructions_);
   auto* content = new QWidget;
   auto* column = new QVBoxLayout(content);
   column->setContentsMargins({});
@@ -149,55 +125,63 @@ QWidget* ContentView::makeScrollArea() {
   area->setWidgetResizable(true);
   area->setFrameShape(QFrame::NoFrame);
   area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-  area->verticalScrollBar()->setStyleSheet(kScrollBarLook);
   return area;
 }
 
 QWidget* ContentView::makeButtonBand() {
-  auto* band = makeBand();
-  button_ = new QPushButton;
-  button_->setFont(style::font({.pixels = style::kHeadline, .weight = QFont::DemiBold}));
-  button_->setIconSize({style::kTitle3, style::kTitle3});
+  auto* band = new app::ShadeView(look::kBand, nullptr);
+  button_ = new app::PushButton({}, app::systemFont(look::kHeadline), kStartLook, nullptr);
   button_->setCursor(Qt::PointingHandCursor);
   connect(button_, &QPushButton::clicked, this, [this] { toggleServer(); });
-  band->layout()->addWidget(button_);
+  makeBand(band)->addWidget(button_);
+
+  buttonSymbol_ = new app::NonInteractiveImageView(nullptr);
+  buttonSymbol_->setFixedSize(look::kTitle3, look::kTitle3);
+  buttonText_ = makeLabel({}, {.pixels = look::kHeadline, .weight = QFont::DemiBold});
+  auto* face = new QHBoxLayout(button_);
+  face->setContentsMargins(8, 14, 8, 14);
+  face->addStretch();
+  face->addWidget(buttonSymbol_);
+  face->addWidget(buttonText_);
+  face->addStretch();
+  button_->setMinimumHeight(face->sizeHint().height());
   return band;
 }
 
 void ContentView::toggleServer() {
-  if (server_->isRunning()) {
+  if (server_->published().isRunning) {
     server_->stop();
   } else {
     server_->start();
   }
 }
 
-/// Called before a value is stored, hence on the next turn; several changes are shown at once.
-void ContentView::refreshSoon() {
-  if (std::exchange(refreshIsDue_, true)) return;
-  scheduler_.mainQueue().async(scope_, [this] {
-    refreshIsDue_ = false;
-    if (button_ != nullptr) refresh();
-  });
-}
-
 void ContentView::refresh() {
-  const bool running = server_->isRunning();
-  if (running) runningView_->show(*server_);
+  const auto& values = server_->published();
+  const bool running = values.isRunning;
+  if (running) runningView_->show(values);
   stoppedView_->setVisible(!running);
   runningView_->setVisible(running);
+  failure_->setText(QString::fromStdString(values.startFailure));
 
-  const QString buttonText = running ? "Detener Servidor" : "Iniciar Servidor";
-  if (button_->accessibleName() == buttonText) return;
-  const QColor face = running ? style::kStopFace : style::kStartFace;
-  button_->setText(u' ' + buttonText);  // a little more room after the symbol
-  button_->setAccessibleName(buttonText);
-  button_->setIcon(icon(running ? "stop.fill" : "play.fill", 4 * style::kTitle3));
-  button_->setStyleSheet(
-      QString(kButtonLook).arg(face.name(), face.lighter(112).name(), face.darker(120).name()));
-  statusDot_->setColor(running ? style::kGreen : style::kGray);
+  const QString text = running ? "Detener Servidor" : "Iniciar Servidor";
+  if (button_->accessibleName() == text) return;
+  button_->setAccessibleName(text);
+  button_->setLook(running ? kStopLook : kStartLook);
+  buttonText_->setText(text);
+  buttonSymbol_->setImage(app::Images().symbol(running ? "stop.fill" : "play.fill", Qt::white));
+  statusDot_->setColor(running ? app::colors::kGreen : look::kGray);
   statusText_->setText(running ? "Activo" : "Detenido");
-  style::setColor(*statusText_, running ? style::kGreen : style::kSecondary);
+  statusText_->setTextColor(running ? app::colors::kGreen : look::kSecondary);
+}
+
+std::unique_ptr<QWidget> OnlineSwiftUIEmbedder::makeHostingView(dispatch::Scheduler& scheduler,
+                                                                CaptureFactory makeCapture,
+                                                                QString pairingInstructions) {
+  return std::make_unique<ContentView>(
+      std::make_unique<UDPAudioServer>(
+          scheduler, UDPAudioServer::Parts{.makeCapture = std::move(makeCapture)}),
+      std::move(pairingInstructions));
 }
 
 }  // namespace quorin::panel

@@ -1,31 +1,23 @@
 #pragma once
 
 #include "panel/udp_audio_server.h"
-#include "core/scheduler.h"
+#include "ui/controls.h"
 
-#include <QLabel>
-#include <QPushButton>
 #include <QString>
 #include <QWidget>
-#include <functional>
 #include <memory>
 
 namespace quorin::panel {
 
-class DotView;
 class RunningView;
 
-/// A localized text by its key.
-using TextLookup = std::function<QString(const QString& key)>;
-
 /// The whole panel: shows one server, which it owns, and starts and stops it. Its own texts are
-/// Spanish in every language; only the pairing instructions are looked up.
+/// Spanish in every language; the pairing instructions are in the user's.
 ///
 /// Its views are made when it is first shown: a panel that stays hidden costs no start-up time.
 class ContentView : public QWidget {
  public:
-  ContentView(dispatch::Scheduler& scheduler, std::unique_ptr<UDPAudioServer> server,
-              TextLookup text);
+  ContentView(std::unique_ptr<UDPAudioServer> server, QString pairingInstructions);
   ~ContentView() override;
 
   UDPAudioServer& server() { return *server_; }
@@ -38,25 +30,32 @@ class ContentView : public QWidget {
  private:
   void makeViews();
   QWidget* makeHeader();
+  QWidget* makeStoppedView();
   QWidget* makeScrollArea();
   QWidget* makeButtonBand();
   void toggleServer();
-  void refreshSoon();
   void refresh();
 
-  dispatch::Scheduler& scheduler_;
   std::unique_ptr<UDPAudioServer> server_;
-  TextLookup text_;
-  ObservableObject::Subscription subscription_;
-  bool refreshIsDue_ = false;
-  dispatch::Scope scope_;
+  QString pairingInstructions_;
 
   // None before the first show.
-  DotView* statusDot_ = nullptr;
-  QLabel* statusText_ = nullptr;
+  app::DotView* statusDot_ = nullptr;
+  app::NonInteractiveLabel* statusText_ = nullptr;
   QWidget* stoppedView_ = nullptr;
+  app::NonInteractiveLabel* failure_ = nullptr;
   RunningView* runningView_ = nullptr;
-  QPushButton* button_ = nullptr;
+  app::PushButton* button_ = nullptr;
+  app::NonInteractiveImageView* buttonSymbol_ = nullptr;
+  app::NonInteractiveLabel* buttonText_ = nullptr;
+};
+
+/// Wraps the panel, with a new server of its own, in a view for another page.
+struct OnlineSwiftUIEmbedder {
+  /// `scheduler` outlives the view.
+  static std::unique_ptr<QWidget> makeHostingView(dispatch::Scheduler& scheduler,
+                                                  CaptureFactory makeCapture,
+                                                  QString pairingInstructions);
 };
 
 }  // namespace quorin::panel

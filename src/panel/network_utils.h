@@ -2,8 +2,6 @@
 
 #include "platform/network/interfaces.h"
 
-#include <netinet/in.h>
-
 #include <optional>
 #include <span>
 #include <string>
@@ -16,10 +14,8 @@ struct NetworkUtils {
   /// interface; without such a route the one that the interfaces tell; else none.
   static std::optional<std::string> getLocalIPAddress();
 
-  /// The address this computer would send from to `destination`; none without a route.
-  static std::optional<std::string> addressOfRouteTo(const sockaddr_in& destination);
-
-  /// The last address in the list's order of the first wired or wireless interface.
+  /// The last address in the list's order of the first wired or wireless interface that is up and
+  /// connected.
   static std::optional<std::string> addressOfMainInterface(
       std::span<const network::InterfaceAddress> interfaces);
 };

@@ -1,8 +1,10 @@
 #include "panel/rows.h"
 
-#include "panel/panel_style.h"
-#include "panel/symbol_view.h"
+#include "ui/appearance.h"
+#include "ui/images.h"
 
+#include <QFontDatabase>
+#include <QFrame>
 #include <QHBoxLayout>
 
 namespace quorin::panel {
@@ -10,61 +12,101 @@ namespace {
 
 constexpr int kMarkWidth = 20;
 
-/// In the middle of a column of its own, so that the labels of a box stand in line.
-QWidget* centredMark(QWidget* mark) {
-  auto* column = new QWidget;
-  column->setFixedWidth(kMarkWidth);
-  auto* layout = new QHBoxLayout(column);
-  layout->setContentsMargins({});
-  layout->addWidget(mark);
-  return column;
-}
-
-QHBoxLayout* makeRowLayout(QWidget* row) {
+QHBoxLayout* makeRowLayout(QWidget* row, int verticalMargin = 0) {
   auto* layout = new QHBoxLayout(row);
-  layout->setContentsMargins({});
+  layout->setContentsMargins(0, verticalMargin, 0, verticalMargin);
   layout->setSpacing(8);
   return layout;
 }
 
 }  // namespace
 
-ValueRow::ValueRow(QWidget* mark, const QString& label, QLabel* value)
-    : label_(label), value_(value) {
+Label* makeLabel(const QString& text, const LabelLook& look) {
+  auto* label = new Label(text,
+                          {.pixels = look.pixels,
+                           .weight = look.weight,
+                           .color = look.color,
+                           .alignment = Qt::AlignLeft},
+                          nullptr);
+  if (look.monospaced) {
+    QFont font = label->font();
+    font.setFamilies(QFontDatabase::systemFont(QFontDatabase::FixedFont).families());
+    label->setFont(font);
+  }
+  return label;
+}
+
+QWidget* makeSymbol(const QString& name, int side, const QColor& color) {
+  auto* view = new app::NonInteractiveImageView(nullptr);
+  view->setImage(app::Images().symbol(name, color));
+  view->setFixedSize(side, side);
+  return view;
+}
+
+app::DotView* makeDot(int side, const QColor& color) {
+  auto* dot = new app::DotView(nullptr);
+  dot->setColor(color);
+  dot->setFixedSize(side, side);
+  return dot;
+}
+
+ValueRow::ValueRow(QWidget* mark, const QString& label, const QString& value,
+                   const LabelLook& valueLook)
+    : label_(label), value_(makeLabel({}, valueLook)) {
   auto* layout = makeRowLayout(this);
-  if (mark != nullptr) layout->addWidget(centredMark(mark));
-  layout->addWidget(style::makeLabel(label, {.color = style::kSecondary}));
+  if (mark != nullptr) {  // in a column of its own, so that the labels of a box stand in line
+    layout->addSpacing((kMarkWidth - mark->width()) / 2);
+    layout->addWidget(mark);
+    layout->addSpacing((kMarkWidth - mark->width()) / 2);
+  }
+  layout->addWidget(makeLabel(label, {.color = look::kSecondary}));
   layout->addStretch();
   layout->addWidget(value_);
-  setAccessibleName(label_ + u' ' + value_->text());
+  setValue(value);
 }
 
 void ValueRow::setValue(const QString& value) {
-  if (value == value_->text()) return;
   value_->setText(value);
   setAccessibleName(label_ + u' ' + value);
 }
 
 InfoRow::InfoRow(const QString& icon, const QString& label, const QString& value)
-    : ValueRow(new SymbolView(icon, 18, style::kBlue), label,
-               style::makeLabel(value, {.weight = QFont::Bold, .monospaced = true})) {}
+    : ValueRow(makeSymbol(icon, 18, look::kBlue), label, value,
+               {.weight = QFont::Bold, .monospaced = true}) {}
 
 StatsRow::StatsRow(const QString& label, const QString& value, const QColor& color)
-    : ValueRow(new DotView(8, color), label,
-               style::makeLabel(value, {.weight = QFont::Bold, .color = color})) {}
+    : ValueRow(makeDot(8, color), label, value, {.weight = QFont::Bold, .color = color}) {}
 
-PlainRow::PlainRow(const QString& label, const QString& value)
-    : ValueRow(nullptr, label, style::makeLabel(value, {.weight = QFont::Bold})) {}
-
-ClientRow::ClientRow(const QString& key) : key_(key) {
-  auto* layout = makeRowLayout(this);
-  layout->setContentsMargins(0, 4, 0, 4);
-  layout->addWidget(
-      new SymbolView(QStringLiteral("iphone.radiowaves.left.and.right"), 18, style::kGreen));
-  layout->addWidget(style::makeLabel(key, {.monospaced = true}));
+ClientRow::ClientRow(const QString& clientKey) : key(clientKey) {
+  auto* layout = makeRowLayout(this, 4);
+  layout->addWidget(makeSymbol("iphone.radiowaves.left.and.right", 18, app::colors::kGreen));
+  layout->addWidget(makeLabel(key, {.monospaced = true}));
   layout->addStretch();
-  layout->addWidget(style::makeLabel(QStringLiteral("✓"), {.color = style::kGreen}));
+  layout->addWidget(makeLabel("✓", {.color = app::colors::kGreen}));
   setAccessibleName(key);
+}
+
+TitledBox::TitledBox(const QString& title, const QString& symbol) {
+  auto* titleRow = new QWidget;
+  auto* titleLayout = makeRowLayout(titleRow);
+  titleLayout->addWidget(makeSymbol(symbol, 16, Qt::white));
+  titleLayout->addWidget(makeLabel(title, {.weight = QFont::DemiBold}));
+  titleLayout->addStretch();
+
+  auto* box = new QFrame;
+  box->setObjectName("box");
+  box->setStyleSheet(
+      QStringLiteral("#box { background: %1; border-radius: 8px; }").arg(look::kBox.name()));
+  content_ = new QVBoxLayout(box);
+  content_->setContentsMargins(12, 12, 12, 12);
+  content_->setSpacing(12);
+
+  auto* layout = new QVBoxLayout(this);
+  layout->setContentsMargins({});
+  layout->setSpacing(6);
+  layout->addWidget(titleRow);
+  layout->addWidget(box);
+  setAccessibleName(title);
 }
 
 }  // namespace quorin::panel

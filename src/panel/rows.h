@@ -1,54 +1,85 @@
 #pragma once
 
+#include "ui/controls.h"
+
 #include <QColor>
-#include <QLabel>
 #include <QString>
+#include <QVBoxLayout>
 #include <QWidget>
 
-/// The lines that the panel's boxes are made of. Each carries its whole text as its accessible
-/// name, so that a screen reader says label and value together.
+/// What the panel's bands and boxes are made of. Each row carries its whole text as its accessible
+/// name, so that a screen reader says label and value together; symbols and dots decorate a text
+/// beside them and have none.
 namespace quorin::panel {
+
+namespace look {
+inline constexpr QColor kBand{42, 42, 45};  ///< the bands above and below
+inline constexpr QColor kBox{44, 44, 47};
+inline constexpr QColor kDivider{62, 62, 66};
+inline constexpr QColor kSecondary{168, 168, 174};
+inline constexpr QColor kBlue{64, 156, 255};
+inline constexpr QColor kGray{142, 142, 147};
+
+// Named text sizes, in pixels.
+inline constexpr int kTitle2 = 20;
+inline constexpr int kTitle3 = 18;
+inline constexpr int kHeadline = 16;
+inline constexpr int kBody = 14;
+inline constexpr int kCaption = 12;
+}  // namespace look
+
+using Label = app::NonInteractiveLabel;
+
+struct LabelLook {
+  double pixels = look::kBody;
+  QFont::Weight weight = QFont::Normal;
+  QColor color = Qt::white;
+  bool monospaced = false;
+};
+
+Label* makeLabel(const QString& text, const LabelLook& look);
+QWidget* makeSymbol(const QString& name, int side, const QColor& color);
+app::DotView* makeDot(int side, const QColor& color);
 
 /// A label on the left and a value on the right that may change.
 class ValueRow : public QWidget {
  public:
-  void setValue(const QString& value);
-  QString value() const { return value_->text(); }
+  /// `mark` stands before the label; none for null.
+  ValueRow(QWidget* mark, const QString& label, const QString& value, const LabelLook& valueLook);
 
- protected:
-  ValueRow(QWidget* mark, const QString& label, QLabel* value);
+  void setValue(const QString& value);
 
  private:
   QString label_;
-  QLabel* value_;
+  Label* value_;
 };
 
 /// One labelled value with a blue symbol.
-class InfoRow : public ValueRow {
- public:
+struct InfoRow : ValueRow {
   InfoRow(const QString& icon, const QString& label, const QString& value);
 };
 
 /// One labelled rate with a dot of its colour.
-class StatsRow : public ValueRow {
- public:
+struct StatsRow : ValueRow {
   StatsRow(const QString& label, const QString& value, const QColor& color);
 };
 
-/// A fixed label and value without any mark.
-class PlainRow : public ValueRow {
- public:
-  PlainRow(const QString& label, const QString& value);
+/// One connected client.
+struct ClientRow : QWidget {
+  explicit ClientRow(const QString& key);
+  const QString key;
 };
 
-/// One connected client.
-class ClientRow : public QWidget {
+/// A rounded box with a symbol and a title above its content.
+class TitledBox : public QWidget {
  public:
-  explicit ClientRow(const QString& key);
-  const QString& key() const { return key_; }
+  TitledBox(const QString& title, const QString& symbol);
+
+  /// Where the content goes, from top to bottom.
+  QVBoxLayout& content() { return *content_; }
 
  private:
-  QString key_;
+  QVBoxLayout* content_;
 };
 
 }  // namespace quorin::panel

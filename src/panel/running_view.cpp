@@ -1,31 +1,32 @@
 #include "panel/running_view.h"
 
-#include "panel/panel_style.h"
-#include "panel/qr_code_view.h"
 #include "panel/rows.h"
-#include "panel/titled_box.h"
+#include "ui/appearance.h"
+#include "ui/code_view.h"
+#include "ui/qr_picture.h"
 
 #include <QGraphicsDropShadowEffect>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <span>
 
 namespace quorin::panel {
 namespace {
 
 constexpr int kBoxSpacing = 20;
 constexpr int kSideMargin = 16;
-constexpr int kCodeSide = 300;
+constexpr double kCodeSide = 250;
+constexpr int kCodeFrameSide = 300;
 
-QString oneDecimal(double value, const char* unit) {
-  return QString::number(value, 'f', 1) + u' ' + QLatin1String(unit);
-}
-
-QGraphicsDropShadowEffect* makeShadow(QObject* parent) {
-  auto* shadow = new QGraphicsDropShadowEffect(parent);
-  shadow->setColor(QColor::fromRgbF(0, 0, 0, 0.33F));
-  shadow->setBlurRadius(2 * 5);  // a blur's radius reaches half as far as the shadow's
-  shadow->setOffset(0);
-  return shadow;
+TitledBox* makeCaptureFacts() {
+  auto* box = new TitledBox("Captura de Audio", "mic.fill");
+  const auto add = [box](const QString& label, const QString& value) {
+    box->content().addWidget(new ValueRow(nullptr, label, value, {.weight = QFont::Bold}));
+  };
+  add("Sample Rate:", "44100 Hz");
+  add("Canales:", "1 (Mono)");
+  add("Chunk Size:", "882 samples");
+  return box;
 }
 
 }  // namespace
@@ -34,11 +35,10 @@ RunningView::RunningView(const QString& pairingInstructions) {
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(kSideMargin, kBoxSpacing, kSideMargin, kBoxSpacing);
   column->setSpacing(kBoxSpacing);
-  column->addWidget(makeInformation());
-  column->addWidget(makeStatistics());
-  column->addWidget(makeClientList());
-  column->addWidget(makePairing(pairingInstructions));
-  column->addWidget(makeCaptureFacts());
+  for (auto* box : {makeInformation(), makeStatistics(), makeClientList(),
+                    makePairing(pairingInstructions), makeCaptureFacts()}) {
+    column->addWidget(box);
+  }
   column->addStretch();
 }
 
@@ -46,24 +46,26 @@ TitledBox* RunningView::makeInformation() {
   auto* box = new TitledBox("Información del Servidor", "server.rack");
   localIP_ = new InfoRow("network", "IP Local", {});
   port_ = new InfoRow("number", "Puerto", {});
-  clients_ = new InfoRow("iphone.radiowaves.left.and.right", "Clientes", "0");
-  for (auto* row : {localIP_, port_, clients_}) box->content().addWidget(row);
-  box->content().addWidget(new InfoRow("chart.bar.fill", "Target", "~50 paquetes/seg"));
+  clients_ = new InfoRow("iphone.radiowaves.left.and.right", "Clientes", {});
+  auto* target = new InfoRow("chart.bar.fill", "Target", "~50 paquetes/seg");
+  for (auto* row : {localIP_, port_, clients_, target}) box->content().addWidget(row);
   return box;
 }
 
 TitledBox* RunningView::makeStatistics() {
   auto* box = new TitledBox("Estadísticas", "chart.line.uptrend.xyaxis");
-  packetsPerSecond_ = new StatsRow("Paquetes/seg", {}, style::kBlue);
-  kbps_ = new StatsRow("Velocidad", {}, style::kGreen);
-  for (auto* row : {packetsPerSecond_, kbps_}) box->content().addWidget(row);
-  box->content().addWidget(new StatsRow("Latencia teórica", "~20ms", style::kOrange));
+  packetsPerSecond_ = new StatsRow("Paquetes/seg", {}, look::kBlue);
+  kbps_ = new StatsRow("Velocidad", {}, app::colors::kGreen);
+  auto* latency = new StatsRow("Latencia teórica", "~20ms", app::colors::kOrange);
+  for (auto* row : {packetsPerSecond_, kbps_, latency}) box->content().addWidget(row);
   return box;
 }
 
 TitledBox* RunningView::makeClientList() {
   clientList_ = new TitledBox("Clientes Conectados", "person.2.fill");
   clientList_->content().setSpacing(8);
+  furtherClients_ = makeLabel({}, {.color = look::kSecondary});
+  clientList_->content().addWidget(furtherClients_);
   return clientList_;
 }
 
@@ -71,59 +73,72 @@ TitledBox* RunningView::makePairing(const QString& instructions) {
   pairing_ = new TitledBox("📱 Código QR para Conectar", "qrcode");
   pairing_->content().setSpacing(28);
 
-  code_ = new QRCodeView;
-  code_->setFixedSize(kCodeSide, kCodeSide);
-  code_->setGraphicsEffect(makeShadow(code_));
+  code_ = new app::CodeView(nullptr);
+  code_->setFixedSize(kCodeFrameSide, kCodeFrameSide);
+  auto* shadow = new QGraphicsDropShadowEffect(code_);
+  shadow->setColor(app::withAlpha(Qt::black, 0.33));
+  shadow->setBlurRadius(2 * 5);  // a blur's radius reaches half as far as the shadow's
+  shadow->setOffset(0);
+  code_->setGraphicsEffect(shadow);
   pairing_->content().addWidget(code_, 0, Qt::AlignHCenter);
 
-  auto* text = style::makeLabel(instructions, {.pixels = 32, .weight = QFont::Bold});
-  text->setWordWrap(true);
-  text->setAlignment(Qt::AlignCenter);
+  noCode_ = makeLabel("Error generando QR", {});
+  noCode_->setAlignment(Qt::AlignCenter);
+  noCode_->setStyleSheet("background: rgba(142, 142, 147, 30%); border-radius: 12px");
+  noCode_->setFixedSize(kCodeFrameSide, kCodeFrameSide);
+  pairing_->content().addWidget(noCode_, 0, Qt::AlignHCenter);
+
+  auto* text =
+      new Label(instructions,
+                {.pixels = 32, .weight = QFont::Bold, .lineBreak = app::LineBreak::kWrap}, nullptr);
   pairing_->content().addWidget(text);
 
-  payload_ = style::makeLabel({}, {.pixels = style::kCaption, .color = style::kSecondary});
+  payload_ = makeLabel({}, {.pixels = look::kCaption, .color = look::kSecondary});
+  payload_->setAlignment(Qt::AlignCenter);
   payload_->setStyleSheet("padding: 8px; border-radius: 6px; background: rgba(142, 142, 147, 10%)");
   pairing_->content().addWidget(payload_, 0, Qt::AlignHCenter);
   return pairing_;
 }
 
-TitledBox* RunningView::makeCaptureFacts() {
-  auto* box = new TitledBox("Captura de Audio", "mic.fill");
-  box->content().addWidget(new PlainRow("Sample Rate:", "44100 Hz"));
-  box->content().addWidget(new PlainRow("Canales:", "1 (Mono)"));
-  box->content().addWidget(new PlainRow("Chunk Size:", "882 samples"));
-  return box;
-}
-
-void RunningView::show(const UDPAudioServer& server) {
-  const auto address = QString::fromStdString(server.localIP());
-  const auto port = QString::number(server.port());
-  const auto payload = address + u':' + port;
-
+void RunningView::show(const UDPAudioServer::Published& values) {
+  const auto address = QString::fromStdString(values.localIP);
+  const auto port = QString::number(values.port);
   localIP_->setValue(address);
   port_->setValue(port);
-  clients_->setValue(QString::number(server.clientCount()));
-  packetsPerSecond_->setValue(oneDecimal(server.packetsPerSecond(), "pkt/s"));
-  kbps_->setValue(oneDecimal(server.kbps(), "Kbps"));
-  showClients(server.connectedClients());
-  clientList_->setVisible(server.clientCount() != 0);
-  pairing_->setVisible(server.clientCount() == 0);
-  code_->setData(payload);
+  clients_->setValue(QString::number(values.clientCount));
+  packetsPerSecond_->setValue(QString::asprintf("%.1f pkt/s", values.rates.packetsPerSecond));
+  kbps_->setValue(QString::asprintf("%.1f Kbps", values.rates.kbps));
+  showClients(values.connectedClients);
+  showCode(address + u':' + port);
+  clientList_->setVisible(values.clientCount != 0);
+  pairing_->setVisible(values.clientCount == 0);
+}
+
+void RunningView::showCode(const QString& payload) {
+  if (code_->content() == payload) return;
+  auto picture = app::generateQRCodeFromString(payload, kCodeSide, qr::Correction::kL);
+  noCode_->setVisible(!picture);
+  code_->setVisible(picture != nullptr);
+  code_->showCode(std::move(picture), payload);
   payload_->setText("📦 Datos: " + payload);
 }
 
 void RunningView::showClients(const std::vector<std::string>& keys) {
+  const std::span shown(keys.begin(), std::min(keys.size(), kMaxClientRows));
   std::erase_if(clientRows_, [&](ClientRow* row) {
-    if (std::ranges::find(keys, row->key().toStdString()) != keys.end()) return false;
+    if (std::ranges::find(shown, row->key.toStdString()) != shown.end()) return false;
     delete row;
     return true;
   });
-  for (const auto& text : keys) {
+  for (const auto& text : shown) {
     const auto key = QString::fromStdString(text);
     if (std::ranges::find(clientRows_, key, &ClientRow::key) != clientRows_.end()) continue;
     clientRows_.push_back(new ClientRow(key));
-    clientList_->content().addWidget(clientRows_.back());
+    auto& content = clientList_->content();
+    content.insertWidget(content.count() - 1, clientRows_.back());
   }
+  furtherClients_->setVisible(keys.size() > shown.size());
+  furtherClients_->setText(QStringLiteral("… y %1 más").arg(keys.size() - shown.size()));
 }
 
 }  // namespace quorin::panel

@@ -7,14 +7,6 @@
 
 namespace quorin::panel {
 
-std::optional<Rates> ratesOver(std::uint64_t packets, dispatch::Duration elapsed) {
-  if (elapsed <= dispatch::Duration::zero()) return std::nullopt;
-  const double seconds = std::chrono::duration<double>(elapsed).count();
-  const std::uint64_t bits = packets * wire::kChunkBytes * 8;
-  return Rates{.packetsPerSecond = static_cast<double>(packets) / seconds,
-               .kbps = static_cast<double>(bits) / seconds / 1024};
-}
-
 std::string statisticsLine(const Rates& rates, std::size_t clients) {
   std::array<char, 128> line{};
   std::snprintf(line.data(), line.size(), "📊 %.1f pkt/s | %.1f Kbps | Clientes: %zu",
@@ -23,10 +15,13 @@ std::string statisticsLine(const Rates& rates, std::size_t clients) {
 }
 
 std::optional<Rates> Statistics::endPeriod(dispatch::TimePoint now) {
-  const auto elapsed = now - lastStatsTime_;
-  if (elapsed <= dispatch::Duration::zero()) return std::nullopt;
+  const double seconds = std::chrono::duration<double>(now - lastStatsTime_).count();
+  if (seconds <= 0) return std::nullopt;
   lastStatsTime_ = now;
-  return ratesOver(packetsSent_.exchange(0, std::memory_order_relaxed), elapsed);
+  const auto packets = packetsSent_.exchange(0, std::memory_order_relaxed);
+  const std::uint64_t bits = packets * wire::kChunkBytes * 8;
+  return Rates{.packetsPerSecond = static_cast<double>(packets) / seconds,
+               .kbps = static_cast<double>(bits) / seconds / 1024};
 }
 
 }  // namespace quorin::panel

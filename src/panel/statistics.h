@@ -12,12 +12,7 @@ namespace quorin::panel {
 struct Rates {
   double packetsPerSecond = 0;  ///< chunks a second, each counted once whoever receives it
   double kbps = 0;              ///< their payload, in units of 1024 bits a second
-
-  friend bool operator==(const Rates&, const Rates&) = default;
 };
-
-/// None when no time has passed.
-std::optional<Rates> ratesOver(std::uint64_t packets, dispatch::Duration elapsed);
 
 /// "📊 50.0 pkt/s | 1378.1 Kbps | Clientes: 3"
 std::string statisticsLine(const Rates& rates, std::size_t clients);
@@ -35,8 +30,8 @@ class Statistics {
   std::optional<Rates> endPeriod(dispatch::TimePoint now);
 
  private:
-  /// All packets hold one chunk, so this tells the bytes as well.
-  std::atomic<std::uint64_t> packetsSent_ = 0;
+  std::atomic<std::uint64_t> packetsSent_ =
+      0;  ///< of one chunk each, which gives the bytes as well
   dispatch::TimePoint lastStatsTime_;
 };
 

@@ -6,58 +6,61 @@
 
 namespace quorin::panel {
 
-Message recognise(std::string_view text) {
-  if (text.contains(wire::kHello)) return Message::kHello;
-  if (text.contains(wire::kStop)) return Message::kStop;
-  if (text.contains(wire::kPing)) return Message::kPing;
-  return Message::kOther;
-}
-
 UDPAudioServer::UDPAudioServer(dispatch::Scheduler& scheduler, Parts parts)
-    : ObservableObject(scheduler.mainQueue()),
-      scheduler_(scheduler),
-      parts_(std::move(parts)),
-      port_{*this, parts_.port},
-      statistics_(std::make_shared<Statistics>()),
-      statsQueue_(scheduler.makeSerialQueue("com.audioserver.stats")) {
-  localIP_ = parts_.getLocalIPAddress().value_or("127.0.0.1");
+    : scheduler_(scheduler), parts_(std::move(parts)) {
+  published_.port = parts_.port;
+  published_.localIP = parts_.getLocalIPAddress().value_or("127.0.0.1");
 }
-
-UDPAudioServer::~UDPAudioServer() = default;
 
 void UDPAudioServer::start() {
-  if (isRunning()) return;
+  if (published_.isRunning) return;
   printBanner();
   releaseAll();  // what a failed start left, or one that is only just under way
-  run_ = std::make_shared<Run>();
 
   clientManager_ = std::make_unique<ClientManager>(scheduler_, parts_.print);
   clientManager_->setOnClientCountChanged(
-      duringThisRun([this](int count, const std::vector<std::string>& keys) {
+      run_.bind([this](int count, const std::vector<std::string>& keys) {
         handleClientCountChange(count, keys);
       }));
-  udpSocket_ = parts_.makeSocket(scheduler_, port());
-  udpSocket_->setOnMessageReceived(duringThisRun(
+  udpSocket_ = parts_.makeSocket(scheduler_, published_.port);
+  udpSocket_->setOnMessageReceived(run_.bind(
       [this](const std::string& text, const std::string& key) { handleMessage(text, key); }));
-  if (const auto started = udpSocket_->start(); !started) {
-    parts_.print("❌ Error iniciando servidor: " + started.error().text());
-    return;
-  }
+  const auto started = udpSocket_->start();
+  if (!started) return startFailed(started.error());
   parts_.print("✅ Socket UDP creado exitosamente");
   startAudioCapture();
   startStatsTimer();
-  scheduler_.mainQueue().async(duringThisRun([this] { isRunning_ = true; }));
+  scheduler_.mainQueue().async(run_, [this] {
+    publish([](Published& values) {
+      values.isRunning = true;
+      values.startFailure.clear();
+    });
+  });
+}
+
+void UDPAudioServer::startFailed(const SocketError& error) {
+  parts_.print("❌ Error iniciando servidor: " + error.text());
+  const auto port = std::to_string(published_.port);
+  publish([&](Published& values) {
+    values.startFailure =
+        error.reason == std::errc::address_in_use
+            ? "El puerto " + port +
+                  " está ocupado. Cierra el otro programa que lo usa (quizá "
+                  "Quorin Stream) y vuelve a intentarlo."
+            : error.description + " (puerto " + port + "): " + error.reason.message();
+  });
 }
 
 void UDPAudioServer::stop() {
   parts_.print("\n👋 Cerrando servidor...");
   releaseAll();
   scheduler_.mainQueue().async(scope_, [this] {
-    isRunning_ = false;
-    clientCount_ = 0;
-    connectedClients_ = {};
-    packetsPerSecond_ = 0;
-    kbps_ = 0;
+    publish([](Published& values) {
+      Published idle;
+      idle.localIP = std::move(values.localIP);
+      idle.port = values.port;
+      values = std::move(idle);
+    });
   });
   parts_.print("🛑 Servidor detenido");
 }
@@ -67,8 +70,8 @@ void UDPAudioServer::printBanner() const {
   parts_.print("\n" + std::string(60, '='));
   parts_.print("🎵 SERVIDOR UDP PCM CON QR INTEGRADO");
   parts_.print(rule);
-  parts_.print("🔌 Escuchando en 0.0.0.0:" + std::to_string(port()));
-  parts_.print("🌐 IP Local detectada: " + localIP());
+  parts_.print("🔌 Escuchando en 0.0.0.0:" + std::to_string(published_.port));
+  parts_.print("🌐 IP Local detectada: " + published_.localIP);
   parts_.print("🎯 Target: ~50 paquetes/segundo");
   parts_.print(rule);
 }
@@ -76,31 +79,32 @@ void UDPAudioServer::printBanner() const {
 void UDPAudioServer::startAudioCapture() {
   audioCaptureManager_ = parts_.makeCapture();
   audioCaptureManager_->setOnAudioData(
-      [broadcast = AudioBroadcast{udpSocket_, clientManager_->recipients(), statistics_}](
-          wire::AudioChunkView chunk) { broadcast.broadcastAudio(chunk); });
+      [broadcast =
+           AudioBroadcast{scheduler_, udpSocket_, clientManager_->recipients(), statistics_}](
+          wire::AudioChunkView chunk) mutable { broadcast.broadcastAudio(chunk); });
   audioCaptureManager_->startCapture();
 }
 
 void UDPAudioServer::startStatsTimer() {
+  if (!statsQueue_) statsQueue_ = scheduler_.makeSerialQueue("com.audioserver.stats");
   statsQueue_->async(
       [statistics = statistics_, now = scheduler_.now()] { statistics->beginPeriod(now); });
-  auto showRates = duringThisRun([this](const Rates& rates) {
-    packetsPerSecond_ = rates.packetsPerSecond;
-    kbps_ = rates.kbps;
-  });
+  auto showRates = [this](const Rates& rates) {
+    publish([&](Published& values) { values.rates = rates; });
+  };
   auto updateStats = [&scheduler = scheduler_, print = parts_.print, statistics = statistics_,
-                      clients = clientManager_->recipients(), showRates = std::move(showRates)] {
+                      clients = clientManager_->recipients(), showRates = run_.bind(showRates)] {
     const auto rates = statistics->endPeriod(scheduler.now());
     if (!rates) return;
     print(statisticsLine(*rates, clients->load()->size()));
-    scheduler.mainQueue().async([showRates, rates = *rates] { showRates(rates); });
+    scheduler.mainQueue().async([showRates, rates = *rates]() mutable { showRates(rates); });
   };
   statsTimer_ = statsQueue_->makeTimer(
       {.first = kStatisticsInterval, .interval = kStatisticsInterval}, std::move(updateStats));
 }
 
 void UDPAudioServer::releaseAll() {
-  run_.reset();
+  run_.cancelAll();
   if (udpSocket_) udpSocket_->close();
   if (audioCaptureManager_) audioCaptureManager_->stopCapture();
   statsTimer_.reset();
@@ -109,15 +113,15 @@ void UDPAudioServer::releaseAll() {
   audioCaptureManager_.reset();
 }
 
+// By substring, in this order: a text with both STOP and PING is a STOP.
 void UDPAudioServer::handleMessage(const std::string& text, const std::string& key) {
-  const auto message = recognise(text);
-  if (message == Message::kHello) return handleHello(key);
+  if (text.contains(wire::kHello)) return handleHello(key);
 
   clientManager_->updateClient(key);
-  if (message == Message::kStop) {
+  if (text.contains(wire::kStop)) {
     clientManager_->removeClient(key);
     parts_.print("👋 Cliente desconectado: " + key);
-  } else if (message == Message::kPing) {
+  } else if (text.contains(wire::kPing)) {
     udpSocket_->send(wire::kPong, key);
     parts_.print("🏓 PING recibido de " + key);
   }
@@ -132,8 +136,10 @@ void UDPAudioServer::handleHello(const std::string& key) {
 }
 
 void UDPAudioServer::handleClientCountChange(int count, const std::vector<std::string>& keys) {
-  clientCount_ = count;
-  connectedClients_ = keys;
+  publish([&](Published& values) {
+    values.clientCount = count;
+    values.connectedClients = keys;
+  });
   if (count == 0) {
     parts_.print("\n📱 Esperando conexión de clientes...");
     parts_.print("Escanea el código QR desde la app iOS");

@@ -1,80 +1,37 @@
 #include "panel/udp_socket.h"
 
-#include "core/log.h"
-#include "wire/client_key.h"
+#include "platform/network/interfaces.h"
 #include "wire/control_message.h"
 
 #include <arpa/inet.h>
+#include <poll.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
-#include <cstring>
-#include <optional>
-#include <system_error>
 #include <utility>
 
 namespace quorin::panel {
 namespace {
 
-/// Datagrams handed to the main queue and not yet handled; more are dropped, so that a flood
-/// costs no memory.
-constexpr int kMostWaiting = 1024;
-
-/// The most that the system takes (UIO_MAXIOV).
-constexpr std::size_t kDatagramsPerCall = 1024;
-
-std::string systemText(int errorNumber) {
-  return std::generic_category().message(errorNumber);
-}
-
-sockaddr* generic(sockaddr_in& address) {
-  return reinterpret_cast<sockaddr*>(&address);
-}
-
-void setOption(int fd, int option, int value) {
-  ::setsockopt(fd, SOL_SOCKET, option, &value, sizeof value);
-}
-
-// Without waiting: a chunk that the system cannot take now is lost, the next one is not late.
-constexpr int kSendFlags = MSG_DONTWAIT | MSG_NOSIGNAL;
-
-void sendOne(int fd, std::span<const std::byte> bytes, const sockaddr_in& address) {
-  ::sendto(fd, bytes.data(), bytes.size(), kSendFlags, reinterpret_cast<const sockaddr*>(&address),
-           sizeof address);
-}
-
-/// Sends one call's worth; returns how many datagrams that settled, sent or refused.
-std::size_t sendSome(int fd, std::span<const std::byte> bytes,
-                     std::span<const sockaddr_in> addresses) {
-  // The system only reads what it is to send and where.
-  iovec payload{.iov_base = const_cast<std::byte*>(bytes.data()), .iov_len = bytes.size()};
-  std::array<mmsghdr, kDatagramsPerCall> messages;
-  const std::size_t count = std::min(addresses.size(), messages.size());
-  for (std::size_t i = 0; i < count; ++i) {
-    messages[i] = {};
-    auto& header = messages[i].msg_hdr;
-    header.msg_name = const_cast<sockaddr_in*>(&addresses[i]);
-    header.msg_namelen = sizeof(sockaddr_in);
-    header.msg_iov = &payload;
-    header.msg_iovlen = 1;
-  }
-  const int sent = ::sendmmsg(fd, messages.data(), static_cast<unsigned>(count), kSendFlags);
-  // The call ends before the first datagram that is refused, and fails when that is the first of
-  // all: it is skipped, the others have nothing to do with it.
-  return sent > 0 ? static_cast<std::size_t>(sent) : 1;
+std::unexpected<SocketError> failure(int code, std::string description, std::error_code reason) {
+  return std::unexpected(
+      SocketError{code, std::move(description), reason.default_error_condition()});
 }
 
 }  // namespace
 
 std::string SocketError::text() const {
-  return "UDPSocket (" + std::to_string(code) + "): " + description + " (" + reason + ")";
+  return "UDPSocket (" + std::to_string(code) + "): " + description + " (" + reason.message() + ")";
 }
 
-std::optional<sockaddr_in> resolveClientKey(std::string_view key) {
+void DatagramSocket::send(std::string_view text, std::string_view key) {
+  if (const auto address = resolveClientKey(key)) send(std::as_bytes(std::span(text)), *address);
+}
+
+std::optional<wire::Endpoint> resolveClientKey(std::string_view key) {
   std::array<std::string_view, 2> pieces;
   std::size_t count = 0;
   while (!key.empty()) {
@@ -86,23 +43,19 @@ std::optional<sockaddr_in> resolveClientKey(std::string_view key) {
   }
   if (count != pieces.size()) return std::nullopt;
 
-  std::uint16_t port = 0;
-  const auto [end, error] = std::from_chars(pieces[1].begin(), pieces[1].end(), port);
+  wire::Endpoint endpoint;
+  const auto [end, error] = std::from_chars(pieces[1].begin(), pieces[1].end(), endpoint.port);
   if (error != std::errc{} || end != pieces[1].end()) return std::nullopt;
-
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(port);
-  if (::inet_pton(AF_INET, std::string(pieces[0]).c_str(), &address.sin_addr) != 1) {
-    address.sin_addr.s_addr = INADDR_ANY;
-  }
-  return address;
+  in_addr address{.s_addr = INADDR_ANY};
+  ::inet_pton(AF_INET, std::string(pieces[0]).c_str(), &address);
+  endpoint.address = ntohl(address.s_addr);
+  return endpoint;
 }
 
-/// The main queue's end of the receive loop; what arrives after the socket has gone finds none.
+/// The main queue's end of the receive loop; what arrives after the socket is gone finds none.
 struct UDPSocket::Inbox {
   MessageHandler onMessageReceived;  ///< main queue
-  std::atomic<int> waiting = 0;
+  std::atomic<int> pending = 0;
 };
 
 UDPSocket::UDPSocket(dispatch::Scheduler& scheduler, std::uint16_t port, log::PrintLine print)
@@ -120,102 +73,82 @@ void UDPSocket::setOnMessageReceived(MessageHandler handler) {
   inbox_->onMessageReceived = std::move(handler);
 }
 
-int UDPSocket::socket() const {
-  const dispatch::SharedLock lock(descriptorMutex_);
-  return socket_.get();
-}
-
 std::expected<void, SocketError> UDPSocket::start() {
-  posix::FileDescriptor fd(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP));
-  if (!fd) return std::unexpected(SocketError{-1, "No se pudo crear socket", systemText(errno)});
-
-  // No SO_REUSEADDR: on Linux two servers with it would share the port without a word, and all
-  // phones would talk to the later one.
-  setOption(fd.get(), SO_SNDBUF, kSocketBufferBytes);
-  setOption(fd.get(), SO_RCVBUF, kSocketBufferBytes);
-  const timeval timeout{.tv_sec = kReceiveTimeoutSeconds, .tv_usec = 0};
-  ::setsockopt(fd.get(), SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
-
-  auto address = wire::ClientKey{.address = INADDR_ANY, .port = port_}.socketAddress();
-  socklen_t length = sizeof address;
-  if (::bind(fd.get(), generic(address), length) != 0) {
-    return std::unexpected(SocketError{-2, "No se pudo hacer bind", systemText(errno)});
+  auto opened = network::DatagramSocket::open();
+  if (!opened) return failure(-1, "No se pudo crear socket", opened.error());
+  const int fd = opened->descriptor();
+  for (const int buffer : {SO_SNDBUF, SO_RCVBUF}) {
+    ::setsockopt(fd, SOL_SOCKET, buffer, &kSocketBufferBytes, sizeof kSocketBufferBytes);
   }
-  if (::getsockname(fd.get(), generic(address), &length) == 0) port_ = ntohs(address.sin_port);
+  if (const auto error = opened->bind(port_)) return failure(-2, "No se pudo hacer bind", error);
+  sockaddr_in own{};
+  socklen_t length = sizeof own;
+  if (::getsockname(fd, reinterpret_cast<sockaddr*>(&own), &length) == 0) {
+    port_ = wire::Endpoint::of(own).port;
+  }
 
-  const dispatch::Lock lock(descriptorMutex_);
-  socket_ = std::move(fd);
-  startReceiving();
+  const dispatch::Lock lock(socketMutex_);
+  isListening_ = true;
+  // The descriptor stays where it is until the loop has ended.
+  receiveQueue_->async([this, &socket = socket_.emplace(*std::move(opened))] {
+    while (isListening_) receiveOnce(socket);
+  });
   return {};
 }
 
-void UDPSocket::startReceiving() {
-  isListening_ = true;
-  receiveQueue_->async([this] {
-    while (isListening_) receiveOnce();
-  });
-}
-
-void UDPSocket::receiveOnce() {
+void UDPSocket::receiveOnce(const network::DatagramSocket& socket) {
+  pollfd readable{.fd = socket.descriptor(), .events = POLLIN, .revents = 0};
+  if (::poll(&readable, 1, static_cast<int>(kReceiveTimeout.count())) <= 0) return;
   std::array<char, kReceiveBytes> buffer;
-  sockaddr_in source{};
-  socklen_t length = sizeof source;
-  ssize_t received = 0;
-  {
-    const dispatch::SharedLock lock(descriptorMutex_);
-    if (!socket_) return;
-    received = ::recvfrom(socket_.get(), buffer.data(), buffer.size(), 0, generic(source), &length);
-  }
-  if (received == 0) return;
-  if (received < 0) {
-    const bool nothingCame = errno == EAGAIN || errno == EINTR;
-    if (!nothingCame) print_("⚠️ Error en recvfrom: " + systemText(errno));
+  const auto received = socket.receive(buffer);
+  if (!received) {
+    const bool nothingCame = received.error() == std::errc::resource_unavailable_try_again;
+    if (!nothingCame) print_("⚠️ Error en recvfrom: " + received.error().message());
     return;
   }
-  std::string text(buffer.data(), static_cast<std::size_t>(received));
-  if (!wire::isValidUtf8(text)) return;
-  deliver(std::move(text), wire::ClientKey::of(source).text());
+  std::string text(buffer.data(), received->length);
+  if (text.empty() || !wire::isValidUtf8(text) || !canBePhone(received->source)) return;
+  deliver(std::move(text), received->source.text());
+}
+
+bool UDPSocket::canBePhone(const wire::Endpoint& source) const {
+  const auto firstByte = source.address >> 24U;
+  if (source.port == 0 || firstByte == 0 || firstByte >= 224) return false;
+  if (source.port != port_) return true;
+  if (firstByte == 127) return false;
+  const auto own = network::listInterfaceAddresses();
+  return own && std::ranges::none_of(*own, [&source](const auto& interface) {
+           return interface.subnet.address == source.address;
+         });
 }
 
 void UDPSocket::deliver(std::string text, std::string key) {
-  if (inbox_->waiting >= kMostWaiting) return;
-  ++inbox_->waiting;
+  if (inbox_->pending >= kMaxPending) return;
+  ++inbox_->pending;
   scheduler_.mainQueue().async(
       [weak = std::weak_ptr(inbox_), text = std::move(text), key = std::move(key)] {
         const auto inbox = weak.lock();
         if (!inbox) return;
-        --inbox->waiting;
+        --inbox->pending;
         if (inbox->onMessageReceived) inbox->onMessageReceived(text, key);
       });
 }
 
-void UDPSocket::send(std::span<const std::byte> bytes, std::string_view key) {
-  if (const auto address = resolveClientKey(key)) sendToAll(bytes, {&*address, 1});
-}
-
-void UDPSocket::send(std::string_view text, std::string_view key) {
-  send(std::as_bytes(std::span(text)), key);
-}
-
-void UDPSocket::sendToAll(std::span<const std::byte> bytes,
-                          std::span<const sockaddr_in> addresses) {
-  while (!addresses.empty()) {
-    const dispatch::SharedLock lock(descriptorMutex_);
-    if (!socket_) return;
-    // For a single one, the most common case, the plain call costs almost a tenth less.
-    if (addresses.size() == 1) return sendOne(socket_.get(), bytes, addresses.front());
-    addresses = addresses.subspan(sendSome(socket_.get(), bytes, addresses));
-  }
+void UDPSocket::send(std::span<const std::byte> bytes, const wire::Endpoint& address) {
+  const dispatch::SharedLock lock(socketMutex_);
+  // From whichever address the routes say. A chunk that the system cannot take now is lost.
+  if (socket_) (void)socket_->sendTo(address, INADDR_ANY, bytes);
 }
 
 void UDPSocket::close() {
   isListening_ = false;
   {
     // Wakes the receive loop at once, though the socket has no peer and the call says so.
-    const dispatch::SharedLock lock(descriptorMutex_);
-    if (socket_) ::shutdown(socket_.get(), SHUT_RDWR);
+    const dispatch::SharedLock lock(socketMutex_);
+    if (socket_) ::shutdown(socket_->descriptor(), SHUT_RDWR);
   }
-  const dispatch::Lock lock(descriptorMutex_);
+  receiveQueue_->end();
+  const dispatch::Lock lock(socketMutex_);
   socket_.reset();
 }
 

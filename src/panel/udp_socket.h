@@ -1,58 +1,112 @@
 #pragma once
 
-#include "panel/datagram_socket.h"
+#include "core/log.h"
 #include "core/scheduler.h"
 #include "core/thread_safety.h"
-#include "core/log.h"
-#include "platform/posix/file_descriptor.h"
+#include "platform/network/datagram_socket.h"
+#include "wire/endpoint.h"
 
 #include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <expected>
+#include <functional>
 #include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <system_error>
 
 namespace quorin::panel {
 
+/// Why a socket could not be opened.
+struct SocketError {
+  int code = 0;             ///< in the domain "UDPSocket"
+  std::string description;  ///< what could not be done
+  std::error_condition reason{};
+
+  std::string text() const;  ///< all of it in one line
+};
+
+/// The server's socket as the server needs it. Clients are named by keys, "a.b.c.d:port".
+class DatagramSocket {
+ public:
+  /// A received text and its sender's key.
+  using MessageHandler = std::function<void(const std::string& text, const std::string& key)>;
+
+  virtual ~DatagramSocket() = default;
+  DatagramSocket(const DatagramSocket&) = delete;
+  DatagramSocket& operator=(const DatagramSocket&) = delete;
+
+  /// `handler` runs on the main queue, once per datagram, in order of arrival. Main queue, before
+  /// `start`.
+  virtual void setOnMessageReceived(MessageHandler handler) = 0;
+
+  /// Binds and begins to receive. Once, on the main queue.
+  virtual std::expected<void, SocketError> start() = 0;
+
+  /// Any thread; never waits and allocates nothing. Silent when it fails: closed, refused.
+  virtual void send(std::span<const std::byte> bytes, const wire::Endpoint& address) = 0;
+
+  /// Main queue. When it returns the port is free.
+  virtual void close() = 0;
+
+  /// Silent as well for a malformed key.
+  void send(std::string_view text, std::string_view key);
+
+ protected:
+  DatagramSocket() = default;
+};
+
+/// Where a key's datagrams go: two pieces around ":" (empty ones do not count), the second a
+/// decimal port. None where that fails. A first piece that is no dotted address means 0.0.0.0.
+std::optional<wire::Endpoint> resolveClientKey(std::string_view key);
+
 /// A UDP socket on all local IPv4 addresses, read by a blocking loop on a queue of its own.
 ///
-/// The loop and the senders share the descriptor's lock, so they never wait for each other; only
-/// `close` takes it alone, after it has woken them all.
+/// Ignored are datagrams that are empty, are no UTF-8, or that no phone can have sent: without a
+/// port, from addresses that are no host's, or from this very socket, which would answer itself.
 class UDPSocket final : public DatagramSocket {
  public:
   static constexpr std::size_t kReceiveBytes = 1024;  ///< a longer datagram is cut to these
   static constexpr int kSocketBufferBytes = 1024 * 1024;
-  static constexpr int kReceiveTimeoutSeconds = 1;
+  static constexpr std::chrono::milliseconds kReceiveTimeout{1000};
+  /// Datagrams handed to the main queue and not yet handled; more are dropped, so that a flood
+  /// costs no memory.
+  static constexpr int kMaxPending = 1024;
 
+  /// `scheduler` must outlive it. Port 0 means any that is free.
   UDPSocket(dispatch::Scheduler& scheduler, std::uint16_t port, log::PrintLine print);
   ~UDPSocket() override;
 
   void setOnMessageReceived(MessageHandler handler) override;
   std::expected<void, SocketError> start() override;
-  void send(std::span<const std::byte> bytes, std::string_view key);
-  void send(std::string_view text, std::string_view key) override;
-  void sendToAll(std::span<const std::byte> bytes, std::span<const sockaddr_in> addresses) override;
+  using DatagramSocket::send;
+  void send(std::span<const std::byte> bytes, const wire::Endpoint& address) override;
   void close() override;
 
-  bool isListening() const { return isListening_; }
-  int socket() const;  ///< the descriptor, -1 while there is none
-  /// The port that is bound: the one asked for, or the one the system chose for 0.
-  std::uint16_t port() const { return port_; }
+  std::uint16_t port() const { return port_; }  ///< once started: the one that is bound
 
  private:
   struct Inbox;
 
-  void startReceiving();
-  void receiveOnce();
+  void receiveOnce(const network::DatagramSocket& socket);
   void deliver(std::string text, std::string key);
+  bool canBePhone(const wire::Endpoint& source) const;
 
   dispatch::Scheduler& scheduler_;
   log::PrintLine print_;
   std::uint16_t port_;
 
-  mutable dispatch::SharedMutex descriptorMutex_;  ///< shared: in use; alone: opened or closed
-  posix::FileDescriptor socket_ GUARDED_BY(descriptorMutex_);
+  /// Shared by those who send, so that they never wait for each other; taken alone to open and
+  /// close. The receive loop needs none: it has ended before the descriptor is closed.
+  dispatch::SharedMutex socketMutex_;
+  std::optional<network::DatagramSocket> socket_ GUARDED_BY(socketMutex_);
   std::atomic<bool> isListening_ = false;
 
   std::shared_ptr<Inbox> inbox_;
-  /// Last, hence first to end: it waits for the receive loop, which uses all of the above.
   std::unique_ptr<dispatch::SerialQueue> receiveQueue_;
 };
 

@@ -117,20 +117,25 @@ NonInteractiveImageView::NonInteractiveImageView(QWidget* parent) : ImageView(pa
   setAttribute(Qt::WA_TransparentForMouseEvents);
 }
 
-DotView::DotView(QWidget* parent) : QWidget(parent) {
+DotView::DotView(QWidget* parent) : QWidget(parent), color_(colors::kGreen) {
   setAttribute(Qt::WA_TransparentForMouseEvents);
 }
 
-void paintDot(QPainter& painter, const QRectF& frame) {
+void DotView::setColor(const QColor& color) {
+  color_ = color;
+  update();
+}
+
+void paintDot(QPainter& painter, const QRectF& frame, const QColor& color) {
   painter.setRenderHint(QPainter::Antialiasing);
   painter.setPen(Qt::NoPen);
-  painter.setBrush(colors::kGreen);
+  painter.setBrush(color);
   painter.drawEllipse(frame);
 }
 
 void DotView::paintEvent(QPaintEvent*) {
   QPainter painter(this);
-  paintDot(painter, rect());
+  paintDot(painter, rect(), color_);
 }
 
 void FocusVisibility::onFocusIn(Qt::FocusReason reason) {
@@ -181,6 +186,11 @@ PushButton::PushButton(const QString& title, const QFont& font, const ButtonLook
 QSize PushButton::sizeHint() const {
   constexpr QSize kPadding(36, 16);
   return fontMetrics().size(Qt::TextSingleLine, text()) + kPadding;
+}
+
+void PushButton::setLook(const ButtonLook& look) {
+  look_ = look;
+  update();
 }
 
 void PushButton::paintEvent(QPaintEvent*) {

@@ -65,17 +65,22 @@ class NonInteractiveImageView : public ImageView {
   explicit NonInteractiveImageView(QWidget* parent);
 };
 
-/// A filled green circle in `frame`.
-void paintDot(QPainter& painter, const QRectF& frame);
+/// A filled circle in `frame`.
+void paintDot(QPainter& painter, const QRectF& frame, const QColor& color);
 
-/// A green dot that takes no part in clicks.
+/// A filled circle that takes no part in clicks, green at first.
 class DotView : public QWidget {
   Q_OBJECT
  public:
   explicit DotView(QWidget* parent);
 
+  void setColor(const QColor& color);
+
  protected:
   void paintEvent(QPaintEvent* event) override;
+
+ private:
+  QColor color_;
 };
 
 /// Whether the keyboard's place is shown: only once the keyboard has been used to get there.
@@ -128,6 +133,7 @@ class PushButton : public QPushButton {
 
   QSize sizeHint() const override;
 
+  void setLook(const ButtonLook& look);
   bool showsFocus() const { return focus_.isShownOn(*this); }
 
  protected:

@@ -1,5 +1,7 @@
 #include "ui/phone_dot.h"
 
+#include "ui/appearance.h"
+
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QMenu>
@@ -20,7 +22,7 @@ void PhoneDot::setPhone(const QString& endpoint, const QString& description) {
 
 void PhoneDot::paintEvent(QPaintEvent*) {
   QPainter painter(this);
-  paintDot(painter, rect());
+  paintDot(painter, rect(), colors::kGreen);
   if (showsFocus()) FocusVisibility::paintRing(painter, rect(), width() / 2.0);
 }
 

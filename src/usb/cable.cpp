@@ -1,63 +1,72 @@
 #include "usb/cable.h"
 
 #include "core/log.h"
-#include "usb/cable_frames.h"
 #include "usb/device_information.h"
+#include "wire/cable_frames.h"
 #include "wire/displayable.h"
 
-#include <string>
+#include <array>
+#include <cstdio>
 #include <utility>
 
 namespace quorin::usb {
+namespace {
 
-Cable::Cable(CablePlatform platform, dispatch::Queue& sendQueue, CableEvents events)
-    : events_(std::move(events)),
-      audioPath_(sendQueue),
-      link_(platform, linkEvents(), delegate_),
-      pingLoop_(platform.scheduler, link_) {}
+using wire::CableFrame;
 
-Cable::~Cable() {
-  delegate_.reset();
+/// An app that never answers leaves this many pings behind, and no more.
+constexpr std::size_t kMaxUnanswered = 60;
+
+void note(const std::string& line) {
+  log::note("cable", line);
 }
 
-CableLinkEvents Cable::linkEvents() {
-  return {.channelWasSet =
-              [this](const std::shared_ptr<PTChannel>& channel) {
-                if (const auto dropped = audioPath_.dropped(); dropped > 0) {
-                  log::note("cable", std::to_string(dropped) +
-                                         " audio frames dropped: the phone read too slowly");
-                }
-                audioPath_.setChannel(channel.get());
-                pingLoop_.forgetUnanswered();
-              },
-          .onChannelChanged =
-              [this](bool connected) {
-                if (events_.onChannelChanged) events_.onChannelChanged(connected);
-              },
-          .willChangeConnectedDeviceID = std::move(events_.willChangeConnectedDeviceID),
-          .didChangeConnectedDeviceID = std::move(events_.didChangeConnectedDeviceID)};
+}  // namespace
+
+Cable::Cable(CablePlatform platform, CableEvents events)
+    : scheduler_(platform.scheduler),
+      events_(std::move(events)),
+      peerLines_(scheduler_.mainQueue(),
+                 [this](std::size_t leftOut) {
+                   events_.presentMessage(
+                       std::to_string(leftOut) + " more lines from the phone are left out", true);
+                 }),
+      audioPath_(platform.sendQueue),
+      link_(platform, *this,
+            {.channelWasSet = [this](PTChannel* channel) { channelWasSet(channel); },
+             .didChange = [this] { events_.didChange(); }}) {}
+
+// ---- The channel
+
+void Cable::channelWasSet(PTChannel* channel) {
+  if (const auto dropped = audioPath_.dropped(); dropped > 0) {
+    note(std::to_string(dropped) + " audio frames dropped: the phone read too slowly");
+  }
+  audioPath_.setChannel(channel);
+  pings_.clear();
+  pingAgainLater();  // the answer to a ping that was under way does not come any more
+  appAnswers_ = true;
+  channel != nullptr ? awaitPong() : pongTimeout_.reset();
 }
 
-bool Cable::shouldAcceptFrame(PTChannel& channel, const FrameHeader& header) {
-  if (isKnownCableFrame(header.type)) return true;
-  log::note("cable", "Unexpected frame of type " + std::to_string(header.type));
+bool Cable::shouldAcceptFrame(PTChannel& channel, const wire::FrameHeader& header) {
+  if (wire::isKnownCableFrame(header.type)) return true;
+  note("Unexpected frame of type " + std::to_string(header.type));
   channel.close();
   return false;
 }
 
-void Cable::didReceiveFrame(PTChannel& channel, const FrameHeader& header,
+void Cable::didReceiveFrame(PTChannel& channel, const wire::FrameHeader& header,
                             std::span<const std::byte> payload) {
   switch (static_cast<CableFrame>(header.type)) {
     case CableFrame::kDeviceInformation:
-      present("Connected to " +
-                  describeDeviceInformation(payload).value_or("(unreadable device information)"),
-              true);
+      if (peerLines_.admits()) didReceiveDeviceInformation(payload);
       break;
     case CableFrame::kText:
-      didReceiveText(channel, payload);
+      if (peerLines_.admits()) didReceiveText(channel, payload);
       break;
     case CableFrame::kPong:
-      pingLoop_.pongWithTag(header.tag, {});
+      pongWithTag(header.tag);
       break;
     case CableFrame::kEndOfStream:
     case CableFrame::kPing:
@@ -66,38 +75,78 @@ void Cable::didReceiveFrame(PTChannel& channel, const FrameHeader& header,
   }
 }
 
+void Cable::didReceiveDeviceInformation(std::span<const std::byte> payload) {
+  const auto information = readDeviceInformation(payload);
+  if (information) phoneName_ = information->name;
+  events_.presentMessage("Connected to " + (information ? information->description
+                                                        : "(unreadable device information)"),
+                         true);
+}
+
 void Cable::didReceiveText(const PTChannel& channel, std::span<const std::byte> payload) {
-  const auto label = "[" + channel.userInfo().text() + "]: ";
-  if (const auto text = decodeText(payload)) {
-    present(label + wire::displayable(*text), false);
+  const auto label = "[" + channel.userInfo() + "]: ";
+  if (const auto text = wire::decodeText(payload)) {
+    events_.presentMessage(label + wire::displayable(*text), false);
   } else {
-    present(label + "a text message that cannot be read: " + describe(text.error()), true);
+    events_.presentMessage(
+        label + "a text message that cannot be read: " + wire::describe(text.error()), true);
   }
 }
 
 void Cable::didEndWithError(PTChannel& channel, std::error_code) {
-  const auto device = link_.connectedDeviceID();
-  if (device && channel.userInfo().isDevice(*device)) link_.didDisconnectFromDevice(*device);
-  if (&channel != link_.connectedChannel().get()) return;
-  present("Disconnected from " + channel.userInfo().text(), true);
-  link_.setConnectedChannel(nullptr);
+  const auto label = channel.userInfo();
+  if (link_.channelDidEnd(channel)) events_.presentMessage("Disconnected from " + label, true);
 }
 
 bool Cable::sendMessage(std::string_view text) {
-  const auto& channel = link_.connectedChannel();
-  if (!channel) return false;
-  channel->sendFrameOfType(std::to_underlying(CableFrame::kText), 0, encodeText(text),
+  auto* channel = link_.connectedChannel();
+  if (channel == nullptr) return false;
+  channel->sendFrameOfType(std::to_underlying(CableFrame::kText), 0, wire::encodeText(text),
                            [](std::error_code error) {
-                             if (error) {
-                               log::note("cable", "Failed to send message: " + error.message());
-                             }
+                             if (error) note("Failed to send message: " + error.message());
                            });
-  present("[you]: " + std::string(text), false);
+  events_.presentMessage("[you]: " + std::string(text), false);
   return true;
 }
 
-void Cable::present(std::string_view text, bool isStatus) {
-  if (events_.presentMessage) events_.presentMessage(text, isStatus);
+// ---- Ping
+
+void Cable::ping() {
+  auto* channel = link_.connectedChannel();
+  if (channel == nullptr) return pingAgainLater();
+  const auto tag = channel->newTag();
+  if (pings_.size() == kMaxUnanswered) pings_.erase(pings_.begin());
+  pings_[tag] = scheduler_.now();
+  channel->sendFrameOfType(std::to_underlying(CableFrame::kPing), tag, {},
+                           [this, tag](std::error_code error) {
+                             pingAgainLater();
+                             if (error) pings_.erase(tag);
+                           });
+}
+
+void Cable::pingAgainLater() {
+  nextPing_ = scheduler_.mainQueue().makeTimer({.first = kPingInterval}, [this] { ping(); });
+}
+
+void Cable::pongWithTag(std::uint32_t tag) {
+  const auto ping = pings_.extract(tag);
+  if (ping.empty()) return;
+  awaitPong();
+  const std::chrono::duration<double, std::milli> took = scheduler_.now() - ping.mapped();
+  std::array<char, 80> line{};
+  std::snprintf(line.data(), line.size(), "Ping total roundtrip time: %.3f ms", took.count());
+  note(line.data());
+}
+
+void Cable::awaitPong() {
+  setAppAnswers(true);
+  pongTimeout_ =
+      scheduler_.mainQueue().makeTimer({.first = kPongTimeout}, [this] { setAppAnswers(false); });
+}
+
+void Cable::setAppAnswers(bool answers) {
+  if (std::exchange(appAnswers_, answers) == answers) return;
+  scheduler_.mainQueue().async(scope_, [this] { events_.didChange(); });
 }
 
 }  // namespace quorin::usb

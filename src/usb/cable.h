@@ -3,63 +3,81 @@
 #include "core/scheduler.h"
 #include "usb/cable_audio_path.h"
 #include "usb/cable_link.h"
-#include "usb/ping_loop.h"
+#include "usb/line_limit.h"
 
+#include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
+#include <string>
 #include <string_view>
 
 namespace quorin::usb {
 
-/// What the cable tells the app, on the main queue; all may be empty.
+/// What the cable reports, on the main queue; none may be empty.
 struct CableEvents {
-  /// After each change of the channel, for the display.
-  std::move_only_function<void(bool connected)> onChannelChanged;
+  /// Anything that the link, the hub, `appAnswers` or `phoneName` says has changed; posted.
+  std::move_only_function<void()> didChange;
   /// A line for the console: a status line, or a message that was exchanged.
   std::move_only_function<void(std::string_view text, bool isStatus)> presentMessage;
-  /// Around each loss of the connected device's number.
-  std::move_only_function<void()> willChangeConnectedDeviceID;
-  std::move_only_function<void()> didChangeConnectedDeviceID;
 };
 
 /// The cable: the link to the phone, and what is said on its channel. Confined to the main queue
 /// except for `audioPath`.
 class Cable : private PTChannelDelegate {
  public:
-  /// `sendQueue` is the queue that paces audio; it and what `platform` refers to outlive the
-  /// cable.
-  Cable(CablePlatform platform, dispatch::Queue& sendQueue, CableEvents events);
-  ~Cable() override;
+  static constexpr std::chrono::milliseconds kPingInterval{1000};
+  /// Without a pong for this long the app has been suspended, or its phone has.
+  static constexpr std::chrono::seconds kPongTimeout{5};
+
+  explicit Cable(CablePlatform platform, CableEvents events);
 
   CableLink& link() { return link_; }
   const CableLink& link() const { return link_; }
   /// Pacing has ended before the cable is destroyed.
   CableAudioPath& audioPath() { return audioPath_; }
 
-  /// Starts the ping loop. Once, at start-up.
-  void ping() { pingLoop_.ping(); }
+  /// Starts the ping loop, which never stops: while a channel is held, one ping a second, counted
+  /// from when the last one was written. Once, at start-up.
+  void ping();
+
+  /// False once the app at the other end of the channel has left `kPongTimeout` of pings
+  /// unanswered, or takes no frames, until it answers again.
+  bool appAnswers() const { return appAnswers_; }
+  /// What the phone of the last channel calls itself; empty when it has not said so.
+  const std::string& phoneName() const { return phoneName_; }
 
   /// Sends a text and shows it. False, and nothing done, while no channel is held: the caller
   /// then keeps the text.
   bool sendMessage(std::string_view text);
 
  private:
-  bool shouldAcceptFrame(PTChannel& channel, const FrameHeader& header) override;
-  void didReceiveFrame(PTChannel& channel, const FrameHeader& header,
+  bool shouldAcceptFrame(PTChannel& channel, const wire::FrameHeader& header) override;
+  void didReceiveFrame(PTChannel& channel, const wire::FrameHeader& header,
                        std::span<const std::byte> payload) override;
   void didEndWithError(PTChannel& channel, std::error_code error) override;
 
+  void didReceiveDeviceInformation(std::span<const std::byte> payload);
   void didReceiveText(const PTChannel& channel, std::span<const std::byte> payload);
-  void present(std::string_view text, bool isStatus);
-  CableLinkEvents linkEvents();
+  void channelWasSet(PTChannel* channel);
+  void pingAgainLater();
+  void pongWithTag(std::uint32_t tag);
+  void awaitPong();
+  void setAppAnswers(bool answers);
 
+  dispatch::Scheduler& scheduler_;
   CableEvents events_;
-  /// Dies first of what `this` shows the channels, so that none of them calls a destroyed cable.
-  std::shared_ptr<PTChannelDelegate> delegate_{static_cast<PTChannelDelegate*>(this),
-                                               [](PTChannelDelegate*) {}};
+  LineLimit peerLines_;
   CableAudioPath audioPath_;
+
+  std::map<std::uint32_t, dispatch::TimePoint> pings_;  ///< not answered yet: when each was created
+  std::unique_ptr<dispatch::Timer> nextPing_;
+  std::unique_ptr<dispatch::Timer> pongTimeout_;
+  bool appAnswers_ = true;
+  std::string phoneName_;
+
   CableLink link_;
-  PingLoop pingLoop_;
+  dispatch::Scope scope_;
 };
 
 }  // namespace quorin::usb

@@ -1,6 +1,6 @@
 #include "usb/cable_audio_path.h"
 
-#include "usb/cable_frames.h"
+#include "wire/cable_frames.h"
 
 #include <bit>
 #include <cassert>
@@ -9,14 +9,14 @@
 namespace quorin::usb {
 
 static_assert(std::endian::native == std::endian::little, "audio frames carry the samples as is");
-static_assert(wire::kChunkBytes <= 4096, "fits a live frame");
+static_assert(wire::kChunkBytes <= FrameOutbox::kMaxLivePayload, "fits a live frame");
 
 CableAudioPath::CableAudioPath(dispatch::Queue& sendQueue) : sendQueue_(sendQueue) {}
 
 void CableAudioPath::send(wire::AudioChunkView chunk) {
   assert(sendQueue_.isCurrent());
   if (!confined_->sender) return;
-  confined_->sender->send(std::to_underlying(CableFrame::kAudio), 0, std::as_bytes(chunk));
+  confined_->sender->send(std::to_underlying(wire::CableFrame::kAudio), 0, std::as_bytes(chunk));
 }
 
 void CableAudioPath::setChannel(const PTChannel* channel) {

@@ -34,12 +34,12 @@ class CableAudioPath : public stream::Transport {
 
  private:
   struct Confined {
-    std::shared_ptr<LiveFrameSender> sender;
+    std::shared_ptr<FrameSender> sender;
   };
 
   dispatch::Queue& sendQueue_;
   std::atomic<bool> isOpen_ = false;
-  std::shared_ptr<LiveFrameSender> current_;                           ///< main queue
+  std::shared_ptr<FrameSender> current_;                               ///< main queue
   std::shared_ptr<Confined> confined_ = std::make_shared<Confined>();  ///< content: send queue
 };
 

@@ -1,6 +1,8 @@
 #include "usb/cable_link.h"
 
 #include "core/log.h"
+#include "platform/usb/loopback_listener.h"
+#include "wire/cable_frames.h"
 
 #include <algorithm>
 #include <string>
@@ -9,230 +11,259 @@
 namespace quorin::usb {
 namespace {
 
-constexpr auto kLogArea = "cable";
+void note(const std::string& line) {
+  log::note("cable", line);
+}
+
+const std::string kLoopbackLabel = "127.0.0.1:" + std::to_string(wire::kCablePort);
 
 }  // namespace
 
-CableLink::CableLink(CablePlatform platform, CableLinkEvents events,
-                     std::weak_ptr<PTChannelDelegate> delegate)
+CableLink::CableLink(CablePlatform platform, PTChannelDelegate& delegate, CableLinkEvents events)
     : platform_(platform),
+      delegate_(delegate),
       events_(std::move(events)),
-      delegate_(std::move(delegate)),
-      notConnectedQueue_(platform_.scheduler.makeSerialQueue("PTExample.notConnectedQueue")) {}
-
-CableLink::~CableLink() {
-  platform_.hub.stopListening();
-}
-
-std::optional<DeviceID> CableLink::connectingToDeviceID() const {
-  return connectingTo_ ? std::optional(connectingTo_->device) : std::nullopt;
-}
+      deviceLines_(platform.scheduler.mainQueue(), [](std::size_t leftOut) {
+        note(std::to_string(leftOut) + " more lines on devices are left out");
+      }) {}
 
 // ---- Devices
 
 void CableLink::startListeningForDevices() {
   platform_.hub.startListening(
-      {.didAttach = scope_.bind([this](const USBDevice& device) { deviceDidAttach(device); }),
-       .didDetach = scope_.bind([this](DeviceID device) { deviceDidDetach(device); })});
+      {.didAttach = scope_.bind([this](DeviceID device) { deviceDidAttach(device); }),
+       .didDetach = scope_.bind([this](DeviceID device) { deviceDidDetach(device); }),
+       .serviceDidChange = scope_.bind([this] { didChange(); })});
 }
 
-void CableLink::deviceDidAttach(const USBDevice& device) {
-  log::note(kLogArea, "PTUSBDeviceDidAttachNotification: " + std::to_string(device.number));
-  whenNotConnected([this, number = device.number] { handleAttach(number); });
+void CableLink::deviceDidAttach(DeviceID device) {
+  noteDevice("PTUSBDeviceDidAttachNotification: " + std::to_string(device));
+  attached_.push_back(device);
+  enqueue({Step::kAttach, device});
+  didChange();
+}
+
+void CableLink::noteDevice(const std::string& line) {
+  if (deviceLines_.admits()) note(line);
 }
 
 void CableLink::handleAttach(DeviceID device) {
-  if (connectingToDeviceID() == device) return;
+  if (connectingToDeviceID_ == device) return;
   disconnectFromCurrentChannel();
-  connectingTo_ = Target{.device = device, .attachment = ++attachments_};
-  enqueueConnectToUSBDevice();
+  setTarget(device);
 }
 
 void CableLink::deviceDidDetach(DeviceID device) {
-  log::note(kLogArea, "PTUSBDeviceDidDetachNotification: " + std::to_string(device));
-  if (!notConnectedQueueSuspended_) takeTurns();  // its attach may still be on its way here
-  if (connectingToDeviceID() != device) return;
-  connectingTo_.reset();
+  noteDevice("PTUSBDeviceDidDetachNotification: " + std::to_string(device));
+  std::erase(attached_, device);
+  std::erase(notConnectedQueue_, Waiting(Step::kAttach, device));
+  didChange();
+  if (connectingToDeviceID_ != device) return;
+  setTarget(attached_.empty() ? std::nullopt : std::optional(attached_.back()));
   if (connectedChannel_) connectedChannel_->close();
+}
+
+void CableLink::setTarget(std::optional<DeviceID> device) {
+  connectingToDeviceID_ = device;
+  usb_ = {};
+  pairing_.reset();
+  phoneAnswer_ = PhoneAnswer::kNone;
+  if (!device) return;
+  askPairing(PhoneAnswer::kNone);
+  enqueueConnectToUSBDevice();
+}
+
+/// A phone that is not paired with this computer must be unlocked first; of any other, `paired`
+/// is true.
+void CableLink::askPairing(PhoneAnswer paired) {
+  pairing_ = platform_.hub.askPairing(*connectingToDeviceID_, [this, paired](bool isPaired) {
+    setPhoneAnswer(isPaired ? paired : PhoneAnswer::kLocked);
+  });
+}
+
+void CableLink::setPhoneAnswer(PhoneAnswer answer) {
+  if (std::exchange(phoneAnswer_, answer) != answer) didChange();
+}
+
+// ---- The queue
+
+void CableLink::enqueue(Waiting waiting) {
+  std::erase(notConnectedQueue_, waiting);
+  notConnectedQueue_.push_back(waiting);
+  platform_.scheduler.mainQueue().async(scope_, [this] { runNotConnectedQueue(); });
+}
+
+bool CableLink::mayRun(const Waiting& waiting) const {
+  if (!notConnectedQueueSuspended_) return true;
+  const bool holdsLoopback = connectedChannel_ && !connectedDeviceID_;
+  return holdsLoopback && !userForcedOffline_ && waiting.first != Step::kConnectToLocal;
+}
+
+void CableLink::runNotConnectedQueue() {
+  const auto next = std::ranges::find_if(
+      notConnectedQueue_, [this](const Waiting& waiting) { return mayRun(waiting); });
+  if (next == notConnectedQueue_.end()) return;
+  const auto waiting = *next;
+  notConnectedQueue_.erase(next);
+  switch (waiting.first) {
+    case Step::kAttach:
+      handleAttach(waiting.second);
+      break;
+    case Step::kConnectToUSB:
+      connectToUSBDevice();
+      break;
+    case Step::kConnectToLocal:
+      connectToLocalIPv4Port();
+      break;
+  }
+  platform_.scheduler.mainQueue().async(scope_, [this] { runNotConnectedQueue(); });
+}
+
+/// Resumes the queue and looks for a phone, at once.
+void CableLink::goOn() {
+  resumption_.reset();
+  notConnectedQueueSuspended_ = false;
+  enqueueConnectToLocalIPv4Port();
+  if (connectingToDeviceID_) enqueueConnectToUSBDevice();
 }
 
 // ---- Attempts
 
 void CableLink::enqueueConnectToUSBDevice() {
   if (userForcedOffline_) return;
-  whenNotConnected([this, request = ++newestUSBRequest_] { connectToUSBDevice(request); });
+  usb_ = {};
+  enqueue({Step::kConnectToUSB, 0});
 }
 
 void CableLink::enqueueConnectToLocalIPv4Port() {
   if (userForcedOffline_) return;
-  whenNotConnected([this, request = ++newestLocalRequest_] { connectToLocalIPv4Port(request); });
+  local_ = {};
+  enqueue({Step::kConnectToLocal, 0});
 }
 
-void CableLink::connectToUSBDevice(Request request) {
-  if (request != newestUSBRequest_ || !connectingTo_) return;
-  const auto target = *connectingTo_;
-  const auto channel = newChannel(ChannelLabel(target.device));
-  channel->connectToPort(
-      kCablePort, platform_.hub, target.device,
-      scope_.bind([this, attempt = channel.get(), target, request](std::error_code error) {
-        usbAttemptEnded(takeAttempt(attempt), target, request, error);
-      }));
+PTChannel& CableLink::beginAttempt(Attempts& attempts, std::string label) {
+  attempts = {};
+  attempts.channel = std::make_unique<PTChannel>(
+      ChannelQueues{.send = platform_.sendQueue, .main = platform_.scheduler.mainQueue()},
+      delegate_);
+  attempts.channel->setUserInfo(std::move(label));
+  return *attempts.channel;
 }
 
-void CableLink::usbAttemptEnded(const std::shared_ptr<PTChannel>& channel, const Target& target,
-                                Request request, std::error_code error) {
-  if (error) {
-    log::note(kLogArea, "Failed to connect to device #" + channel->userInfo().text() + ": " +
-                            error.message());
-    if (connectingTo_ != target || userForcedOffline_) return;
-    platform_.scheduler.mainQueue().asyncAfter(kRetryDelay, scope_, [this, request] {
-      if (request == newestUSBRequest_) enqueueConnectToUSBDevice();
-    });
+void CableLink::connectToUSBDevice() {
+  if (!connectingToDeviceID_) return;
+  beginAttempt(usb_, std::to_string(*connectingToDeviceID_))
+      .connectToPort(wire::kCablePort, platform_.hub, *connectingToDeviceID_,
+                     [this](std::error_code error) { usbAttemptEnded(error); });
+}
+
+void CableLink::connectToLocalIPv4Port() {
+  beginAttempt(local_, kLoopbackLabel)
+      .connectToPort(wire::kCablePort, kLoopbackAddress,
+                     [this](std::error_code error) { localAttemptEnded(error); });
+}
+
+void CableLink::usbAttemptEnded(std::error_code error) {
+  auto channel = std::move(usb_.channel);
+  if (!error) {
+    connectedDeviceID_ = connectingToDeviceID_;
+    setConnectedChannel(std::move(channel));
     return;
   }
-  if (userForcedOffline_) {
-    channel->close();
-    setConnectedChannel(nullptr);
-    return;
-  }
-  // Too late: the device has been pulled out or replaced, or a newer request does its work.
-  if (connectingTo_ != target || request != newestUSBRequest_) {
-    channel->close();
-    return;
-  }
-  connectedDeviceID_ = connectingToDeviceID();
-  setConnectedChannel(channel);
-}
-
-void CableLink::connectToLocalIPv4Port(Request request) {
-  if (request != newestLocalRequest_) return;
-  const PTAddress address{.address = kLoopbackAddress, .port = kCablePort};
-  const auto channel = newChannel(ChannelLabel(address.text()));
-  channel->connectToPort(kCablePort, kLoopbackAddress,
-                         scope_.bind([this, attempt = channel.get(), request](
-                                         const std::expected<PTAddress, std::error_code>& peer) {
-                           localAttemptEnded(takeAttempt(attempt), request, peer);
-                         }));
-}
-
-void CableLink::localAttemptEnded(const std::shared_ptr<PTChannel>& channel, Request request,
-                                  const std::expected<PTAddress, std::error_code>& peer) {
-  if (!peer) {
-    // Nobody listens there unless a phone is simulated: no reason to say so every second.
-    const auto error = peer.error();
-    if (error != std::errc::connection_refused && error != std::errc::timed_out) {
-      log::note(kLogArea, "Failed to connect to 127.0.0.1:" + std::to_string(kCablePort) + ": " +
-                              error.message());
-    }
-  } else if (userForcedOffline_ || request != newestLocalRequest_) {
-    channel->close();
+  noteDevice("Failed to connect to device #" + channel->userInfo() + ": " + error.message());
+  repeat(usb_, &CableLink::enqueueConnectToUSBDevice);
+  // A phone that does not trust this computer refuses every port.
+  if (error == std::errc::connection_refused) {
+    askPairing(PhoneAnswer::kNoListener);
   } else {
-    disconnectFromCurrentChannel();
-    setConnectedChannel(channel);
-    channel->setUserInfo(ChannelLabel(peer->text()));
-    log::note(kLogArea, "Connected to " + peer->text());
+    setPhoneAnswer(PhoneAnswer::kLocked);
   }
-  if (userForcedOffline_) return;
-  platform_.scheduler.mainQueue().asyncAfter(kRetryDelay, scope_, [this, request] {
-    if (request == newestLocalRequest_) enqueueConnectToLocalIPv4Port();
-  });
 }
 
-std::shared_ptr<PTChannel> CableLink::newChannel(ChannelLabel label) {
-  auto channel = platform_.channels.channelWithDelegate(delegate_);
-  channel->setUserInfo(std::move(label));
-  attempts_.push_back(channel);
-  return channel;
+void CableLink::localAttemptEnded(std::error_code error) {
+  auto channel = std::move(local_.channel);
+  if (!error && !loopbackListenerIsTrusted(wire::kCablePort)) {
+    error = std::make_error_code(std::errc::permission_denied);
+  }
+  if (!error) {
+    disconnectFromCurrentChannel();
+    setConnectedChannel(std::move(channel));
+    note("Connected to " + kLoopbackLabel);
+    return;
+  }
+  // Nothing listens there unless a phone is simulated: no reason to say so every second.
+  if (error == std::errc::permission_denied) {
+    note("Failed to connect to " + kLoopbackLabel + ": another user's program listens there");
+  } else if (error != std::errc::connection_refused && error != std::errc::timed_out) {
+    note("Failed to connect to " + kLoopbackLabel + ": " + error.message());
+  }
+  repeat(local_, &CableLink::enqueueConnectToLocalIPv4Port);
 }
 
-std::shared_ptr<PTChannel> CableLink::takeAttempt(const PTChannel* channel) {
-  const auto found = std::ranges::find(attempts_, channel, &std::shared_ptr<PTChannel>::get);
-  auto taken = std::move(*found);
-  attempts_.erase(found);
-  return taken;
+void CableLink::repeat(Attempts& attempts, void (CableLink::*enqueueAgain)()) {
+  attempts.retry = platform_.scheduler.mainQueue().makeTimer(
+      {.first = kRetryDelay}, [this, enqueueAgain] { (this->*enqueueAgain)(); });
 }
 
 // ---- The channel
 
 void CableLink::disconnectFromCurrentChannel() {
   if (!connectedDeviceID_ || !connectedChannel_) return;
-  connectedChannel_->close();
+  didDisconnectFromDevice();
   setConnectedChannel(nullptr);
 }
 
-void CableLink::setConnectedChannel(std::shared_ptr<PTChannel> channel) {
-  const auto replaced = std::exchange(connectedChannel_, std::move(channel));
-  if (replaced && replaced != connectedChannel_) replaced->close();
-
-  if (userForcedOffline_ && connectedChannel_) {
-    connectedChannel_->close();
-    connectedChannel_.reset();
-  }
-  if (events_.channelWasSet) events_.channelWasSet(connectedChannel_);
-
+void CableLink::setConnectedChannel(std::unique_ptr<PTChannel> channel) {
+  connectedChannel_ = std::move(channel);
+  events_.channelWasSet(connectedChannel_.get());
   if (connectedChannel_) {
-    suspendNotConnectedQueue();
+    connectedAt_ = platform_.scheduler.now();
+    notConnectedQueueSuspended_ = true;
+    local_ = {};
+    if (connectedDeviceID_) usb_ = {};
   } else if (!userForcedOffline_) {
-    resumeNotConnectedQueue();
-    if (connectingTo_) enqueueConnectToUSBDevice();
+    goOn();
   }
-  platform_.scheduler.mainQueue().async(scope_, [this] {
-    if (events_.onChannelChanged) events_.onChannelChanged(connectedChannel_ != nullptr);
-  });
+  didChange();
 }
 
-void CableLink::didDisconnectFromDevice(DeviceID device) {
-  log::note(kLogArea, "Disconnected from device");
-  if (connectedDeviceID_ != device) return;
-  if (events_.willChangeConnectedDeviceID) events_.willChangeConnectedDeviceID();
+bool CableLink::channelDidEnd(const PTChannel& channel) {
+  if (&channel != connectedChannel_.get()) return false;
+  if (connectedDeviceID_) didDisconnectFromDevice();
+  setConnectedChannel(nullptr);
+  // Whoever accepts and closes at once, or breaks the rules at once, would be connected to without
+  // a pause.
+  if (!userForcedOffline_ && platform_.scheduler.now() - connectedAt_ < kRetryDelay) {
+    notConnectedQueueSuspended_ = true;
+    resumption_ =
+        platform_.scheduler.mainQueue().makeTimer({.first = kRetryDelay}, [this] { goOn(); });
+  }
+  return true;
+}
+
+void CableLink::didDisconnectFromDevice() {
+  note("Disconnected from device");
   connectedDeviceID_.reset();
-  if (events_.didChangeConnectedDeviceID) events_.didChangeConnectedDeviceID();
 }
 
-// ---- The mode and its queue
+void CableLink::didChange() {
+  platform_.scheduler.mainQueue().async(scope_, [this] { events_.didChange(); });
+}
+
+// ---- The mode
 
 void CableLink::enterCableMode() {
   userForcedOffline_ = false;
-  resumeNotConnectedQueue();
-  enqueueConnectToLocalIPv4Port();
-  if (connectingTo_) enqueueConnectToUSBDevice();
+  goOn();
 }
 
 void CableLink::leaveCableMode() {
   userForcedOffline_ = true;
   disconnectFromCurrentChannel();
-  suspendNotConnectedQueue();
-}
-
-void CableLink::whenNotConnected(dispatch::Task task) {
-  waiting_.push_back(std::move(task));
-  awaitTurn();
-}
-
-void CableLink::awaitTurn() {
-  notConnectedQueue_->async([&main = platform_.scheduler.mainQueue(), turn = scope_.bind([this] {
-    takeTurns();
-  })]() mutable { main.async(std::move(turn)); });
-}
-
-void CableLink::takeTurns() {
-  while (!notConnectedQueueSuspended_ && !waiting_.empty()) {
-    auto task = std::move(waiting_.front());
-    waiting_.pop_front();
-    task();
-  }
-  // The queue was suspended while the turn was on its way to the main queue.
-  if (!waiting_.empty()) awaitTurn();
-}
-
-void CableLink::suspendNotConnectedQueue() {
-  if (std::exchange(notConnectedQueueSuspended_, true)) return;
-  notConnectedQueue_->suspend();
-}
-
-void CableLink::resumeNotConnectedQueue() {
-  if (!std::exchange(notConnectedQueueSuspended_, false)) return;
-  notConnectedQueue_->resume();
+  notConnectedQueueSuspended_ = true;
+  resumption_.reset();
+  usb_ = {};
+  local_ = {};
 }
 
 }  // namespace quorin::usb

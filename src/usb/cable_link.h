@@ -3,133 +3,142 @@
 #include "core/scheduler.h"
 #include "platform/usb/channel.h"
 #include "platform/usb/usb_hub.h"
+#include "usb/line_limit.h"
 
 #include <chrono>
 #include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace quorin::usb {
 
-/// Both on the phone and, for a phone simulated on this machine, on 127.0.0.1.
-inline constexpr std::uint16_t kCablePort = 2345;
 inline constexpr IPv4Address kLoopbackAddress = 0x7F000001;
 inline constexpr std::chrono::milliseconds kRetryDelay{1000};
 
+/// All of it outlives the cable.
 struct CablePlatform {
   dispatch::Scheduler& scheduler;
   PTUSBHub& hub;
-  PTChannelFactory& channels;
+  dispatch::Queue& sendQueue;  ///< the queue that paces audio
 };
 
-/// What the link tells its owner, on the main queue; all may be empty.
+/// How far the phone that is the target lets this computer in.
+enum class PhoneAnswer {
+  kNone,       ///< not tried yet, or no target
+  kLocked,     ///< not paired, or it cannot be reached: it must be unlocked and trust the computer
+  kNoListener  ///< its app does not listen
+};
+
+/// What the link reports, on the main queue; none may be empty.
 struct CableLinkEvents {
   /// At once, whenever the channel is set or cleared.
-  std::move_only_function<void(const std::shared_ptr<PTChannel>&)> channelWasSet;
-  /// Posted after each `setConnectedChannel`, for the display: whether a channel is held now.
-  std::move_only_function<void(bool connected)> onChannelChanged;
-  /// Around each loss of `connectedDeviceID`.
-  std::move_only_function<void()> willChangeConnectedDeviceID;
-  std::move_only_function<void()> didChangeConnectedDeviceID;
+  std::move_only_function<void(PTChannel*)> channelWasSet;
+  /// Anything that `CableLink` or the hub can be asked for has changed; posted.
+  std::move_only_function<void()> didChange;
 };
 
 /// Keeps at most one channel open to the phone: over USB to the device that was plugged in last,
-/// and in parallel to the loopback address. An attempt that fails is repeated after
-/// `kRetryDelay`.
+/// and in parallel to the loopback address, where a phone may be simulated. An attempt that fails
+/// is repeated after `kRetryDelay`; a channel that lived for less than that is not followed by
+/// another one sooner.
 ///
-/// Attach handling and attempts wait, in order, for a turn of `notConnectedQueue_`, which is
-/// suspended while a channel is held and while the cable mode is off. All state and every rule is
-/// confined to the main queue, where the queue's turns hop to and where hub and channels call back.
+/// Attach handling and attempts wait, in order, in `notConnectedQueue_`, which is suspended while a
+/// channel is held and while the cable mode is off. One exception: a loopback channel does not keep
+/// a real phone waiting, its attempts go on and its channel replaces the other one. Main queue.
 class CableLink {
  public:
-  /// The channels it makes report to `delegate`; the owner passes their end on (see
-  /// `didDisconnectFromDevice`, `setConnectedChannel`). Starts with the cable mode off.
-  CableLink(CablePlatform platform, CableLinkEvents events,
-            std::weak_ptr<PTChannelDelegate> delegate);
-  ~CableLink();
+  /// The channels it makes report to `delegate`, which passes their end on to `channelDidEnd`.
+  /// Starts with the cable mode off.
+  CableLink(CablePlatform platform, PTChannelDelegate& delegate, CableLinkEvents events);
   CableLink(const CableLink&) = delete;
   CableLink& operator=(const CableLink&) = delete;
 
   void startListeningForDevices();
 
-  /// Queues one attempt; nothing while the cable mode is off. A newer request of a kind replaces
-  /// an older one wherever that is (waiting, under way or due again), so that attempts never
-  /// multiply.
+  /// Queues one attempt, in place of every other one of its kind that waits, is under way or is
+  /// due again; nothing while the cable mode is off.
   void enqueueConnectToUSBDevice();
   void enqueueConnectToLocalIPv4Port();
 
   /// The cable mode is chosen: `userForcedOffline` false, queue resumed, attempts queued.
   void enterCableMode();
-  /// Any other mode is chosen: `userForcedOffline` true, USB channel closed, queue suspended.
+  /// Any other mode is chosen: `userForcedOffline` true, attempts dropped, USB channel closed,
+  /// queue suspended.
   void leaveCableMode();
 
-  /// Closes a USB channel. A loopback channel stays unless a USB device was connected before it.
+  /// Closes a USB channel; a loopback channel stays.
   void disconnectFromCurrentChannel();
 
-  /// Installs a channel, or clears it with none. While the cable mode is off the given channel is
-  /// closed instead. A channel that is replaced is closed.
-  void setConnectedChannel(std::shared_ptr<PTChannel> channel);
+  /// Installs a channel, or clears it with none. A channel that is replaced is closed.
+  void setConnectedChannel(std::unique_ptr<PTChannel> channel);
 
-  /// The channel to this device has ended.
-  void didDisconnectFromDevice(DeviceID device);
+  /// True when the channel was the one that is held.
+  bool channelDidEnd(const PTChannel& channel);
 
-  const std::shared_ptr<PTChannel>& connectedChannel() const { return connectedChannel_; }
+  PTChannel* connectedChannel() const { return connectedChannel_.get(); }
   std::optional<DeviceID> connectedDeviceID() const { return connectedDeviceID_; }
-  std::optional<DeviceID> connectingToDeviceID() const;
-
+  std::optional<DeviceID> connectingToDeviceID() const { return connectingToDeviceID_; }
   bool userForcedOffline() const { return userForcedOffline_; }
-  void setUserForcedOffline(bool forced) { userForcedOffline_ = forced; }
   bool notConnectedQueueSuspended() const { return notConnectedQueueSuspended_; }
 
+  /// How many phones are plugged in.
+  std::size_t phones() const { return attached_.size(); }
+  PhoneAnswer phoneAnswer() const { return phoneAnswer_; }
+
  private:
-  /// One plugged-in device, from its attach to its detach: a device that comes back under the
-  /// same number is another target.
-  struct Target {
-    DeviceID device = 0;
-    std::uint64_t attachment = 0;
-    friend bool operator==(const Target&, const Target&) = default;
+  enum class Step { kAttach, kConnectToUSB, kConnectToLocal };
+  using Waiting = std::pair<Step, DeviceID>;  ///< the device of an attach, else 0
+  /// The attempts of one kind: under way, or due again.
+  struct Attempts {
+    std::unique_ptr<PTChannel> channel;
+    std::unique_ptr<dispatch::Timer> retry;
   };
-  /// Counts the requests of one kind; only the newest is acted upon.
-  using Request = std::uint64_t;
 
-  void deviceDidAttach(const USBDevice& device);
+  void deviceDidAttach(DeviceID device);
   void handleAttach(DeviceID device);
+  void noteDevice(const std::string& line);
   void deviceDidDetach(DeviceID device);
+  void setTarget(std::optional<DeviceID> device);
+  void askPairing(PhoneAnswer paired);
+  void setPhoneAnswer(PhoneAnswer answer);
+  void didDisconnectFromDevice();
 
-  void connectToUSBDevice(Request request);
-  void connectToLocalIPv4Port(Request request);
-  void usbAttemptEnded(const std::shared_ptr<PTChannel>& channel, const Target& target,
-                       Request request, std::error_code error);
-  void localAttemptEnded(const std::shared_ptr<PTChannel>& channel, Request request,
-                         const std::expected<PTAddress, std::error_code>& peer);
+  void enqueue(Waiting waiting);
+  bool mayRun(const Waiting& waiting) const;
+  void runNotConnectedQueue();
+  void goOn();
 
-  std::shared_ptr<PTChannel> newChannel(ChannelLabel label);
-  std::shared_ptr<PTChannel> takeAttempt(const PTChannel* channel);
-
-  void whenNotConnected(dispatch::Task task);
-  void awaitTurn();
-  void takeTurns();
-  void suspendNotConnectedQueue();
-  void resumeNotConnectedQueue();
+  PTChannel& beginAttempt(Attempts& attempts, std::string label);
+  void connectToUSBDevice();
+  void connectToLocalIPv4Port();
+  void usbAttemptEnded(std::error_code error);
+  void localAttemptEnded(std::error_code error);
+  void repeat(Attempts& attempts, void (CableLink::*enqueueAgain)());
+  void didChange();
 
   CablePlatform platform_;
+  PTChannelDelegate& delegate_;
   CableLinkEvents events_;
-  std::weak_ptr<PTChannelDelegate> delegate_;
+  LineLimit deviceLines_;
 
   bool userForcedOffline_ = true;
-  bool notConnectedQueueSuspended_ = false;
-  std::optional<Target> connectingTo_;
-  std::uint64_t attachments_ = 0;
+  std::vector<DeviceID> attached_;  ///< in the order of plugging in
+  std::optional<DeviceID> connectingToDeviceID_;
   std::optional<DeviceID> connectedDeviceID_;
-  std::shared_ptr<PTChannel> connectedChannel_;
-  std::vector<std::shared_ptr<PTChannel>> attempts_;  ///< channels that are connecting
-  Request newestUSBRequest_ = 0;
-  Request newestLocalRequest_ = 0;
+  std::unique_ptr<PTChannel> connectedChannel_;
+  dispatch::TimePoint connectedAt_;
 
-  std::deque<dispatch::Task> waiting_;
-  std::unique_ptr<dispatch::SerialQueue> notConnectedQueue_;
+  Attempts usb_;
+  Attempts local_;
+  PhoneAnswer phoneAnswer_ = PhoneAnswer::kNone;
+  PTUSBHub::Operation pairing_;
+
+  std::deque<Waiting> notConnectedQueue_;
+  bool notConnectedQueueSuspended_ = false;
+  std::unique_ptr<dispatch::Timer> resumption_;  ///< after a channel that lived too briefly
   dispatch::Scope scope_;
 };
 

@@ -7,19 +7,17 @@
 
 namespace quorin::usb {
 
-/// The most that is looked at; a phone's own description takes a few hundred bytes.
+/// The most that is read; a phone's own description takes a few hundred bytes.
 inline constexpr std::size_t kMaxDeviceInformationBytes = 16 * 1024;
 
-/// Describes the dictionary of a device information frame (a property list, XML or binary) for
-/// people:
-///
-///     {
-///         name = "Ana's phone";
-///         version = 17;
-///     }
-///
-/// Keys in alphabetical order, at most some thousand characters. None when the payload is not a
-/// property list with one dictionary, is too large, or is built to grow when it is read.
-std::optional<std::string> describeDeviceInformation(std::span<const std::byte> payload);
+/// What a device information frame says: a property list, XML or binary, of one dictionary. Both
+/// texts can be displayed.
+struct DeviceInformation {
+  std::string name;         ///< the entry "name"; empty when there is none
+  std::string description;  ///< the dictionary as XML, at most some thousand characters
+};
+
+/// None when the payload is no such list, is too large, or is built to grow when it is read.
+std::optional<DeviceInformation> readDeviceInformation(std::span<const std::byte> payload);
 
 }  // namespace quorin::usb

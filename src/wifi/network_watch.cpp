@@ -22,10 +22,9 @@ void NetworkWatch::startIPWatch() {
   ipWatchTimer_ = scheduler_.utilityQueue().makeTimer(
       {.first = kInterval, .interval = kInterval, .leeway = kLeeway},
       [&main = scheduler_.mainQueue(), lookUp = lookUp_,
-       check = whileWatching_.bind(
-           [this](LocalNetworks look) { checkLocalAddress(std::move(look)); })] {
-        main.async([check, look = lookUp()]() mutable { check(std::move(look)); });
-      });
+       check = whileWatching_.bind([this](LocalNetworks look) {
+         checkLocalAddress(std::move(look));
+       })] { main.async([check, look = lookUp()]() mutable { check(std::move(look)); }); });
   take(lookUp_());
 }
 

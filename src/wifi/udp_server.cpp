@@ -191,11 +191,10 @@ bool UdpServer::connect(const Received& received) {
   const auto descriptor = socket->descriptor();
   connections_.erase(client);
   connections_.emplace(
-      client,
-      Connection{.socket = std::make_shared<const ClientSocket>(std::move(*socket)),
-                 .local = received.local,
-                 .readable = scheduler_.mainQueue().makeReadSource(
-                     descriptor, [this, client] { handleReadable(client); })});
+      client, Connection{.socket = std::make_shared<const ClientSocket>(std::move(*socket)),
+                         .local = received.local,
+                         .readable = scheduler_.mainQueue().makeReadSource(
+                             descriptor, [this, client] { handleReadable(client); })});
   audienceChanged_ = true;
   return true;
 }
@@ -207,7 +206,8 @@ void UdpServer::dropIfRefused(const wire::Endpoint& client) {
 }
 
 void UdpServer::closeUnused() {
-  std::erase_if(connections_, [this](const auto& entry) { return !table_.isRegistered(entry.first); });
+  std::erase_if(connections_,
+                [this](const auto& entry) { return !table_.isRegistered(entry.first); });
 }
 
 void UdpServer::expireUDPClients() {

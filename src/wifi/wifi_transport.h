@@ -23,9 +23,7 @@ class ClientSocket {
   explicit ClientSocket(network::DatagramSocket connected) : socket_(std::move(connected)) {}
 
   /// True when the system took the datagram; otherwise it is lost.
-  bool send(std::span<const std::byte> datagram) const {
-    return !check(socket_.send(datagram));
-  }
+  bool send(std::span<const std::byte> datagram) const { return !check(socket_.send(datagram)); }
   std::expected<network::DatagramSocket::Received, std::error_code> receive(
       std::span<char> buffer) const {
     auto received = socket_.receive(buffer);

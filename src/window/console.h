@@ -1,60 +1,29 @@
 #pragma once
 
+#include <QLineEdit>
 #include <QString>
 #include <QTextCharFormat>
 #include <QTextEdit>
 #include <QVariantAnimation>
-#include <QWidget>
-#include <vector>
 
 namespace quorin::app {
 
-class TextField;
-
-/// The console's text in its scroll view. What is appended waits as plain lines until the view is
-/// first shown: a text document loads fonts, which a console that nobody sees can do without.
-class ConsoleView : public QWidget {
-  Q_OBJECT
- public:
-  struct Line {
-    QString text;
-    QTextCharFormat attributes;
-  };
-
-  explicit ConsoleView(QWidget* parent);
-
-  /// A line of its own at the end, and scrolls there.
-  void append(Line line);
-
-  /// What has been appended, one line beneath the other.
-  QString text() const;
-
- protected:
-  void showEvent(QShowEvent* event) override;
-  void resizeEvent(QResizeEvent* event) override;
-
- private:
-  void insert(const Line& line);
-  void scrollToEnd();
-
-  std::vector<Line> waiting_;  ///< while there is no document
-  QTextEdit* document_ = nullptr;
-  QVariantAnimation scrolling_;
-};
-
-/// The message console: what happened, one line after the other. It only grows. Main thread.
+/// The message console: what happened, one line after the other, the last 200 of them. Main thread.
 class Console {
  public:
-  /// Sets the input's font. Both outlive this; either may be null.
-  Console(ConsoleView* output, TextField* input);
+  /// Sets fonts and margins. Both outlive this; either may be null.
+  Console(QTextEdit* output, QLineEdit* input);
 
-  /// Logs ">> text" and appends it to the view.
+  /// Logs ">> text", on one line, and appends it to the view.
   void presentMessage(const QString& text, bool isStatus);
 
  private:
-  ConsoleView* output_;
+  void scrollToEnd();
+
+  QTextEdit* output_;
   QTextCharFormat consoleTextAttributes_;
   QTextCharFormat consoleStatusTextAttributes_;
+  QVariantAnimation scrolling_;
 };
 
 }  // namespace quorin::app

@@ -111,8 +111,6 @@ class Pages {
 
     layout_[onlineIPField_] = {w_ / 2 - 340, h_ / 2 - 16, 220, 32};
     layout_[onlinePortField_] = {w_ / 2 - 100, h_ / 2 - 16, 100, 32};
-    layout_[onlineStartButton_] = {w_ / 2 + 16, h_ / 2 - 18, 200, 36};
-    layout_[onlineStopButton_] = layout_[onlineStartButton_];
     layout_[onlineQRButton_] = {w_ / 2 + 16, h_ / 2 - 70, 200, 32};
 
     const double textWidth = w_ - 40;

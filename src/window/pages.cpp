@@ -89,10 +89,15 @@ void Pages::apply(const GuardState& guard) {
   if (appears) parts_.views.audioGuardSetUpButton_->setFocus();  // Return presses it
 }
 
-void Pages::showCableChannel(bool connected) {
-  parts_.views.cableStatusLabel->setText(connected ? QStringLiteral("Cable: Conectado")
-                                                   : parts_.texts.bundle("waiting_connection"));
-  parts_.screens.update([connected](ScreenState& state) { state.channelOpen = connected; });
+void Pages::showCable(const CableState& state) {
+
+  parts_.views.cableStatusLabel->setText(state.connected
+                                             ? QStringLiteral("Cable: Conectado")
+                                             : parts_.texts.bundle("waiting_connection"));
+  if (!state.connected) setText(*parts_.views.usbSecondary2Label_, cableText(state, parts_.texts));
+  parts_.screens.update([&state](ScreenState& screen) { screen.channelOpen = state.connected; });
+  if (state.connected) setText(*parts_.views.connectedLabel_, cableText(state, parts_.texts));
+  parts_.screens.layoutUI();
 }
 
 void Pages::showSound(const Sound& sound) {

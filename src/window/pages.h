@@ -1,16 +1,17 @@
 #pragma once
 
-#include "window/alert.h"
-#include "window/console.h"
+#include "modes/cable_status.h"
 #include "modes/device_loan.h"
 #include "modes/guard_flow.h"
-#include "ui/images.h"
 #include "modes/menu.h"
-#include "window/screens.h"
-#include "ui/texts.h"
-#include "window/views.h"
 #include "modes/wifi_page.h"
 #include "platform/desktop/settings.h"
+#include "ui/images.h"
+#include "ui/texts.h"
+#include "window/alert.h"
+#include "window/console.h"
+#include "window/screens.h"
+#include "window/views.h"
 
 #include <QPointer>
 #include <functional>
@@ -39,8 +40,8 @@ class Pages : public WiFiPageView, public MenuView, public GuardScreens {
   /// `shown` runs whenever the menu has come to be in front with nothing before it.
   void setMenuShown(std::function<void()> shown) { menuShown_ = std::move(shown); }
 
-  /// The cable page's two looks, and the status line of the cable.
-  void showCableChannel(bool connected);
+  /// The cable page's two looks, and what it says of the way to the phone.
+  void showCable(const CableState& state);
 
   /// What both pages that stream show of the sound beside their own news.
   struct Sound {

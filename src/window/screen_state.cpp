@@ -21,8 +21,7 @@ ViewSet wifiViews(const ScreenState& state) {
   switch (state.wifi) {
     case Content::kCode:
       views.add(streamControls(state));
-      views.add({onlineQRImageView_, onlineQRMicroLabel_, onlineQRWifiLabel_, onlineAddressView_,
-                 onlineInfoLabel_});
+      views.add({onlineQRImageView_, onlineQRMicroLabel_, onlineAddressView_, onlineInfoLabel_});
       break;
     case Content::kMessage:
       views.add({onlineTitleLabel_});

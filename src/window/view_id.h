@@ -8,75 +8,77 @@
 
 namespace quorin::app {
 
-/// Every view of the window, in the order in which they are built, under the name it has
-/// everywhere: here, as a member of `Views`, and as the widget's object name.
+/// Every view of the window: its kind and its name, which is that of the entry in `View`, of the
+/// member of `Views`, and of the widget.
+#define QUORIN_VIEWS(VIEW)                             \
+  VIEW(QLineEdit, inputTextField)                      \
+  VIEW(QTextEdit, outputTextView)                      \
+  VIEW(NonInteractiveLabel, offlineLabel)              \
+  VIEW(NonInteractiveLabel, cableStatusLabel)          \
+  VIEW(ShadeView, splashOverlay_)                      \
+  VIEW(NonInteractiveImageView, splashImageView_)      \
+  VIEW(GradientView, backgroundGradient_)              \
+  VIEW(NonInteractiveImageView, topLogoImageView_)     \
+  VIEW(PushButton, backButton_)                        \
+  VIEW(ContainerView, menuContainer_)                  \
+  VIEW(ShadeView, audioCheckOverlay_)                  \
+  VIEW(NonInteractiveLabel, audioCheckLabel_)          \
+  VIEW(ShadeView, audioGuardView_)                     \
+  VIEW(NonInteractiveLabel, audioGuardTitleLabel_)     \
+  VIEW(NonInteractiveLabel, audioGuardTextLabel_)      \
+  VIEW(NonInteractiveLabel, audioGuardStatusOutLabel_) \
+  VIEW(NonInteractiveLabel, audioGuardStatusInLabel_)  \
+  VIEW(PushButton, audioGuardSetUpButton_)             \
+  VIEW(PushButton, audioGuardOpenSettingsButton_)      \
+  VIEW(NonInteractiveLabel, audioGuardSetUpNoteLabel_) \
+  VIEW(ContainerView, micDeniedView_)                  \
+  VIEW(ImageView, micDeniedImageView_)                 \
+  VIEW(NonInteractiveLabel, micDeniedLabel_)           \
+  VIEW(PushButton, micDeniedAllowButton_)              \
+  VIEW(NonInteractiveLabel, menuHeaderLabel_)          \
+  VIEW(PushButton, menuOnlineButton_)                  \
+  VIEW(NonInteractiveLabel, menuOnlineTitle_)          \
+  VIEW(NonInteractiveLabel, menuOnlineNote_)           \
+  VIEW(NonInteractiveImageView, menuOnlineImageView_)  \
+  VIEW(PushButton, menuOfflineButton_)                 \
+  VIEW(NonInteractiveLabel, menuOfflineTitle_)         \
+  VIEW(NonInteractiveLabel, menuOfflineNote_)          \
+  VIEW(NonInteractiveImageView, menuOfflineImageView_) \
+  VIEW(LinkButton, menuPrivacyButton_)                 \
+  VIEW(NonInteractiveLabel, menuCopyrightLabel_)       \
+  VIEW(ContainerView, instructionsBox_)                \
+  VIEW(NonInteractiveLabel, usbMainLabel_)             \
+  VIEW(NonInteractiveLabel, usbSecondary2Label_)       \
+  VIEW(ContainerView, bottomBar_)                      \
+  VIEW(ContainerView, connectedContainer_)             \
+  VIEW(DotView, connectedDotView_)                     \
+  VIEW(NonInteractiveLabel, connectedLabel_)           \
+  VIEW(ImageView, connectedQRImageView_)               \
+  VIEW(ContainerView, onlineContainer_)                \
+  VIEW(QWidget, onlineSwiftUIView_)                    \
+  VIEW(NonInteractiveLabel, onlineTitleLabel_)         \
+  VIEW(NonInteractiveLabel, onlineInfoLabel_)          \
+  VIEW(NonInteractiveLabel, onlineHelpLabel_)          \
+  VIEW(QLineEdit, onlineIPField_)                      \
+  VIEW(QLineEdit, onlinePortField_)                    \
+  VIEW(PushButton, onlineQRButton_)                    \
+  VIEW(CodeView, onlineQRImageView_)                   \
+  VIEW(NonInteractiveLabel, onlineQRMicroLabel_)       \
+  VIEW(AddressView, onlineAddressView_)                \
+  VIEW(NonInteractiveLabel, onlineDetailLabel_)        \
+  VIEW(PushButton, onlineRetryButton_)                 \
+  VIEW(PushButton, onlineOtherPortButton_)             \
+  VIEW(CheckBox, playHereBox_)                         \
+  VIEW(NonInteractiveLabel, silenceLabel_)             \
+  VIEW(PushButton, silenceMoveButton_)                 \
+  VIEW(LevelMeter, levelMeter_)
+
 // NOLINTBEGIN(readability-identifier-naming): an entry is spelled as the member of that name.
 enum class View : std::size_t {
-  inputTextField,
-  outputTextView,
-  offlineLabel,
-  cableStatusLabel,
-  splashOverlay_,
-  splashImageView_,
-  backgroundGradient_,
-  topLogoImageView_,
-  backButton_,
-  menuContainer_,
-  audioCheckOverlay_,
-  audioCheckLabel_,
-  audioGuardView_,
-  audioGuardTitleLabel_,
-  audioGuardTextLabel_,
-  audioGuardStatusOutLabel_,
-  audioGuardStatusInLabel_,
-  audioGuardSetUpButton_,
-  audioGuardOpenSettingsButton_,
-  audioGuardSetUpNoteLabel_,
-  micDeniedView_,
-  micDeniedImageView_,
-  micDeniedLabel_,
-  micDeniedAllowButton_,
-  menuHeaderLabel_,
-  menuOnlineButton_,
-  menuOnlineTitle_,
-  menuOnlineNote_,
-  menuOnlineImageView_,
-  menuOfflineButton_,
-  menuOfflineTitle_,
-  menuOfflineNote_,
-  menuOfflineImageView_,
-  menuPrivacyButton_,
-  menuCopyrightLabel_,
-  instructionsBox_,
-  usbMainLabel_,
-  usbSecondary2Label_,
-  bottomBar_,
-  connectedContainer_,
-  connectedDotView_,
-  connectedLabel_,
-  connectedQRImageView_,
-  onlineContainer_,
-  onlineSwiftUIView_,
-  onlineTitleLabel_,
-  onlineInfoLabel_,
-  onlineHelpLabel_,
-  onlineIPField_,
-  onlinePortField_,
-  onlineStartButton_,
-  onlineStopButton_,
-  onlineQRButton_,
-  onlineQRImageView_,
-  onlineQRMicroLabel_,
-  onlineQRWifiLabel_,
-  onlineAddressView_,
-  onlineDetailLabel_,
-  onlineRetryButton_,
-  onlineOtherPortButton_,
-  playHereBox_,
-  silenceLabel_,
-  silenceMoveButton_,
-  levelMeter_,
-  count
+#define QUORIN_ENTRY(type, name) name,
+  QUORIN_VIEWS(QUORIN_ENTRY)
+#undef QUORIN_ENTRY
+      count
 };
 // NOLINTEND(readability-identifier-naming)
 
@@ -88,70 +90,9 @@ constexpr std::size_t indexOf(View view) {
 }
 
 inline constexpr std::array<std::string_view, kViewCount> kViewNames = {
-    "inputTextField",
-    "outputTextView",
-    "offlineLabel",
-    "cableStatusLabel",
-    "splashOverlay_",
-    "splashImageView_",
-    "backgroundGradient_",
-    "topLogoImageView_",
-    "backButton_",
-    "menuContainer_",
-    "audioCheckOverlay_",
-    "audioCheckLabel_",
-    "audioGuardView_",
-    "audioGuardTitleLabel_",
-    "audioGuardTextLabel_",
-    "audioGuardStatusOutLabel_",
-    "audioGuardStatusInLabel_",
-    "audioGuardSetUpButton_",
-    "audioGuardOpenSettingsButton_",
-    "audioGuardSetUpNoteLabel_",
-    "micDeniedView_",
-    "micDeniedImageView_",
-    "micDeniedLabel_",
-    "micDeniedAllowButton_",
-    "menuHeaderLabel_",
-    "menuOnlineButton_",
-    "menuOnlineTitle_",
-    "menuOnlineNote_",
-    "menuOnlineImageView_",
-    "menuOfflineButton_",
-    "menuOfflineTitle_",
-    "menuOfflineNote_",
-    "menuOfflineImageView_",
-    "menuPrivacyButton_",
-    "menuCopyrightLabel_",
-    "instructionsBox_",
-    "usbMainLabel_",
-    "usbSecondary2Label_",
-    "bottomBar_",
-    "connectedContainer_",
-    "connectedDotView_",
-    "connectedLabel_",
-    "connectedQRImageView_",
-    "onlineContainer_",
-    "onlineSwiftUIView_",
-    "onlineTitleLabel_",
-    "onlineInfoLabel_",
-    "onlineHelpLabel_",
-    "onlineIPField_",
-    "onlinePortField_",
-    "onlineStartButton_",
-    "onlineStopButton_",
-    "onlineQRButton_",
-    "onlineQRImageView_",
-    "onlineQRMicroLabel_",
-    "onlineQRWifiLabel_",
-    "onlineAddressView_",
-    "onlineDetailLabel_",
-    "onlineRetryButton_",
-    "onlineOtherPortButton_",
-    "playHereBox_",
-    "silenceLabel_",
-    "silenceMoveButton_",
-    "levelMeter_",
+#define QUORIN_NAME(type, name) #name,
+    QUORIN_VIEWS(QUORIN_NAME)
+#undef QUORIN_NAME
 };
 
 constexpr std::string_view nameOf(View view) {

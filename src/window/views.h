@@ -2,16 +2,16 @@
 
 #include "ui/address_view.h"
 #include "ui/code_view.h"
-#include "window/console.h"
 #include "ui/containers.h"
 #include "ui/controls.h"
 #include "ui/images.h"
-#include "ui/stream_controls.h"
 #include "ui/phone_dot.h"
-#include "ui/text_field.h"
+#include "ui/stream_controls.h"
 #include "ui/texts.h"
 #include "window/view_id.h"
 
+#include <QLineEdit>
+#include <QTextEdit>
 #include <QWidget>
 #include <array>
 #include <functional>
@@ -43,81 +43,9 @@ struct Views {
 
   QWidget& contentView_;
 
-  TextField* inputTextField = nullptr;
-  ConsoleView* outputTextView = nullptr;
-  NonInteractiveLabel* offlineLabel = nullptr;
-  NonInteractiveLabel* cableStatusLabel = nullptr;
-
-  ShadeView* splashOverlay_ = nullptr;
-  NonInteractiveImageView* splashImageView_ = nullptr;
-  GradientView* backgroundGradient_ = nullptr;
-  NonInteractiveImageView* topLogoImageView_ = nullptr;
-
-  PushButton* backButton_ = nullptr;
-
-  ContainerView* menuContainer_ = nullptr;
-  NonInteractiveLabel* menuHeaderLabel_ = nullptr;
-  PushButton* menuOnlineButton_ = nullptr;
-  NonInteractiveLabel* menuOnlineTitle_ = nullptr;
-  NonInteractiveLabel* menuOnlineNote_ = nullptr;
-  NonInteractiveImageView* menuOnlineImageView_ = nullptr;
-  PushButton* menuOfflineButton_ = nullptr;
-  NonInteractiveLabel* menuOfflineTitle_ = nullptr;
-  NonInteractiveLabel* menuOfflineNote_ = nullptr;
-  NonInteractiveImageView* menuOfflineImageView_ = nullptr;
-  LinkButton* menuPrivacyButton_ = nullptr;
-  NonInteractiveLabel* menuCopyrightLabel_ = nullptr;
-
-  ShadeView* audioCheckOverlay_ = nullptr;
-  NonInteractiveLabel* audioCheckLabel_ = nullptr;
-
-  ShadeView* audioGuardView_ = nullptr;
-  NonInteractiveLabel* audioGuardTitleLabel_ = nullptr;
-  NonInteractiveLabel* audioGuardTextLabel_ = nullptr;
-  NonInteractiveLabel* audioGuardStatusOutLabel_ = nullptr;
-  NonInteractiveLabel* audioGuardStatusInLabel_ = nullptr;
-  PushButton* audioGuardSetUpButton_ = nullptr;
-  PushButton* audioGuardOpenSettingsButton_ = nullptr;
-  NonInteractiveLabel* audioGuardSetUpNoteLabel_ = nullptr;
-
-  ContainerView* micDeniedView_ = nullptr;
-  ImageView* micDeniedImageView_ = nullptr;
-  NonInteractiveLabel* micDeniedLabel_ = nullptr;
-  PushButton* micDeniedAllowButton_ = nullptr;
-
-  ContainerView* instructionsBox_ = nullptr;
-  NonInteractiveLabel* usbMainLabel_ = nullptr;
-  NonInteractiveLabel* usbSecondary2Label_ = nullptr;
-  ContainerView* bottomBar_ = nullptr;
-  ContainerView* connectedContainer_ = nullptr;
-  DotView* connectedDotView_ = nullptr;
-  NonInteractiveLabel* connectedLabel_ = nullptr;
-  ImageView* connectedQRImageView_ = nullptr;
-
-  ContainerView* onlineContainer_ = nullptr;
-  QWidget* onlineSwiftUIView_ = nullptr;
-  NonInteractiveLabel* onlineTitleLabel_ = nullptr;
-  NonInteractiveLabel* onlineInfoLabel_ = nullptr;
-  NonInteractiveLabel* onlineHelpLabel_ = nullptr;
-  TextField* onlineIPField_ = nullptr;
-  TextField* onlinePortField_ = nullptr;
-  PushButton* onlineStartButton_ = nullptr;  ///< never built
-  PushButton* onlineStopButton_ = nullptr;   ///< never built
-  PushButton* onlineQRButton_ = nullptr;
-  CodeView* onlineQRImageView_ = nullptr;
-  NonInteractiveLabel* onlineQRMicroLabel_ = nullptr;
-  NonInteractiveLabel* onlineQRWifiLabel_ = nullptr;  ///< never built
-  AddressView* onlineAddressView_ = nullptr;
-  NonInteractiveLabel* onlineDetailLabel_ = nullptr;
-  PushButton* onlineRetryButton_ = nullptr;
-  PushButton* onlineOtherPortButton_ = nullptr;
-
-  // What both pages that stream share.
-  CheckBox* playHereBox_ = nullptr;
-  NonInteractiveLabel* silenceLabel_ = nullptr;
-  PushButton* silenceMoveButton_ = nullptr;
-  LevelMeter* levelMeter_ = nullptr;
-
+#define QUORIN_MEMBER(type, name) type* name = nullptr;
+  QUORIN_VIEWS(QUORIN_MEMBER)
+#undef QUORIN_MEMBER
   std::array<PhoneDot*, kMaxStatusDots> onlineStatusDots_{};
 
  private:
@@ -131,15 +59,8 @@ struct Views {
   void buildStreamControls(const Texts& texts);
   void buildWifiPage(const Texts& texts, const std::function<QWidget*()>& makePanel);
 
-  /// Enters `widget` under its name, hidden.
-  template <typename Widget>
-  Widget* add(View view, Widget* widget);
-  NonInteractiveLabel* addLabel(View view, const QString& text, const TextStyle& style,
-                                QWidget* parent);
-  NonInteractiveImageView* addPicture(View view, PicturePtr image, const QString& name,
-                                      QWidget* parent);
-  PushButton* addCard(View view, const QString& title, const QString& note);
-  TextField* addField(View view, const QString& placeholder, const QString& text);
+  PushButton* card(const QString& title, const QString& note);
+  QLineEdit* field(const QString& placeholder, const QString& text);
 
   std::array<QWidget*, kViewCount> widgets_{};
 };

@@ -14,8 +14,9 @@ inline constexpr std::size_t kMaxDisplayedBytes = 4096;
 /// character.
 std::string shortened(std::string text);
 
-/// `text`, well-formed UTF-8, shortened, with every control character but tabs and line breaks
-/// replaced by U+FFFD: it moves no cursor and rings no bell.
+/// `text`, well-formed UTF-8, shortened, with every control character but tabs and line breaks, and
+/// every one that turns the direction of text, replaced by U+FFFD: it moves no cursor, rings no
+/// bell and pretends to be no other text.
 std::string displayable(std::string_view text);
 
 }  // namespace quorin::wire

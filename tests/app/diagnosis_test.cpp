@@ -21,8 +21,8 @@ Facts rightFacts() {
           .chosenAddress = "192.168.1.20",
           .port = 9000,
           .portError = {},
-          .portHolder = {},
-          .usbServiceAnswers = true,
+           .portHolder = {},
+           .cable = {.service = usb::UsbService::kRunning, .phones = 1},
           .realtime = dispatch::RealtimeGrant::kRtkit};
 }
 
@@ -81,8 +81,12 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
        true, "9000: in use by the running Quorin Stream (2 phones)", ""},
       {"port", [](Facts& f) { f.portError = make_error_code(std::errc::permission_denied); }, false,
        "9000: Permission denied", "above 1023"},
-      {"USB service", [](Facts& f) { f.usbServiceAnswers = false; }, true, "does not answer",
-       "install usbmuxd"},
+      {"USB service",
+       [](Facts& f) {
+         f.cable = {.service = usb::UsbService::kMissing, .remedy = {.command = "x"}};
+       },
+       true, "not installed", "Only the cable needs it: x"},
+      {"USB service", [](Facts& f) { f.cable.phones = 0; }, true, "phones: 0", "carries data"},
       {"real-time priority", [](Facts& f) { f.realtime = dispatch::RealtimeGrant::kNone; }, true,
        "", "rtkit"},
   };

@@ -1,4 +1,4 @@
-#include "platform/usb/frame_reader.h"
+#include "wire/frame_reader.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -11,8 +11,8 @@
 /// cut, the reader keeps its promises, and gives the same frames as when all comes at once.
 namespace {
 
-using quorin::usb::FrameHeader;
-using quorin::usb::FrameReader;
+using quorin::wire::FrameHeader;
+using quorin::wire::FrameReader;
 
 struct Seen {
   std::vector<FrameHeader> headers;

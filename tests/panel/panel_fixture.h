@@ -1,7 +1,7 @@
 #pragma once
 
-#include "panel/udp_audio_server.h"
 #include "core/simulated_scheduler.h"
+#include "panel/udp_audio_server.h"
 
 #include <gmock/gmock.h>
 
@@ -20,51 +20,46 @@ class FakeSocket final : public DatagramSocket {
   explicit FakeSocket(std::optional<SocketError> startFailure)
       : startFailure_(std::move(startFailure)) {}
 
-  void setOnMessageReceived(MessageHandler handler) override { handler_ = std::move(handler); }
+  void setOnMessageReceived(MessageHandler handler) override { receive = std::move(handler); }
   std::expected<void, SocketError> start() override {
     if (startFailure_) return std::unexpected(*startFailure_);
     open = true;
     return {};
   }
-  void send(std::string_view text, std::string_view key) override {
-    sent.push_back(std::string(key) + " <- " + std::string(text));
-  }
-  void sendToAll(std::span<const std::byte> bytes,
-                 std::span<const sockaddr_in> addresses) override {
+  void send(std::span<const std::byte> bytes, const wire::Endpoint& address) override {
     if (duringSend) duringSend();
     if (!open) return;
-    for (const auto& address : addresses) ++chunks[{ntohs(address.sin_port), bytes.size()}];
+    auto& client = sent[address.port];
+    if (bytes.size() == wire::kChunkBytes) {
+      ++client.chunks;
+    } else {
+      client.replies.emplace_back(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    }
   }
   void close() override { open = false; }
 
-  void receive(const std::string& text, const std::string& key) { handler_(text, key); }
-
+  struct Sent {
+    std::vector<std::string> replies;
+    int chunks = 0;
+  };
+  MessageHandler receive;
   bool open = false;
-  std::vector<std::string> sent;
-  std::map<std::pair<int, std::size_t>, int> chunks;  ///< by port and datagram size
+  std::map<int, Sent> sent;  ///< by the client's port
   std::function<void()> duringSend;
 
  private:
   std::optional<SocketError> startFailure_;
-  MessageHandler handler_;
 };
 
 /// An input device in the test's hand.
 class FakeCapture final : public AudioCapture {
  public:
-  void setOnAudioData(ChunkHandler handler) override { handler_ = std::move(handler); }
+  void setOnAudioData(ChunkHandler handler) override { deliver = std::move(handler); }
   void startCapture() override { capturing = true; }
   void stopCapture() override { capturing = false; }
 
-  /// Delivers a chunk as the capture thread would, which a stop or a release does not take the
-  /// handler away from while it runs.
-  void deliver() const { handler()(wire::AudioChunk{}); }
-  ChunkHandler handler() const { return handler_; }
-
+  ChunkHandler deliver;
   bool capturing = false;
-
- private:
-  ChunkHandler handler_;
 };
 
 /// A panel server in simulated time, with all it prints, makes and shows.
@@ -72,22 +67,19 @@ class PanelServerTest : public ::testing::Test {
  protected:
   std::unique_ptr<UDPAudioServer> makeServer() {
     return std::make_unique<UDPAudioServer>(
-        scheduler_, UDPAudioServer::Parts{
-                        .makeCapture =
-                            [this] {
-                              auto capture = std::make_unique<FakeCapture>();
-                              capture_ = capture.get();
-                              return capture;
-                            },
-                        .makeSocket =
-                            [this](dispatch::Scheduler&, std::uint16_t port) {
-                              ports_.push_back(port);
-                              socket_ = std::make_shared<FakeSocket>(startFailure_);
-                              return socket_;
-                            },
-                        .getLocalIPAddress = [this] { return localAddress_; },
-                        .print = [this](std::string_view line) { console_.emplace_back(line); },
-                    });
+        scheduler_,
+        UDPAudioServer::Parts{
+            .makeCapture =
+                [this] {
+                  auto capture = std::make_unique<FakeCapture>();
+                  capture_ = capture.get();
+                  return capture;
+                },
+            .makeSocket =
+                [this](auto&&...) { return socket_ = std::make_shared<FakeSocket>(startFailure_); },
+            .getLocalIPAddress = [this] { return localAddress_; },
+            .print = [this](std::string_view line) { console_.emplace_back(line); },
+        });
   }
 
   void start() {
@@ -95,24 +87,24 @@ class PanelServerTest : public ::testing::Test {
     scheduler_.runPending();
     console_.clear();
   }
-
-  void clientSays(int port, const std::string& text) {
-    socket_->receive(text, "10.0.0.1:" + std::to_string(port));
+  void stop() {
+    server_->stop();
     scheduler_.runPending();
   }
-
-  /// Datagrams of one chunk that the client got so far.
-  int chunksAt(int port) const {
-    const auto found = socket_->chunks.find({port, wire::kChunkBytes});
-    return found == socket_->chunks.end() ? 0 : found->second;
+  static std::string keyOf(int port) { return "10.0.0.1:" + std::to_string(port); }
+  void clientSays(int port, const std::string& text) {
+    socket_->receive(text, keyOf(port));
+    scheduler_.runPending();
   }
-
+  void deliver(int chunks = 1) {
+    for (int i = 0; i < chunks; ++i) capture_->deliver(wire::AudioChunk{});
+  }
+  const UDPAudioServer::Published& shown() const { return server_->published(); }
   std::vector<std::string> printed() { return std::exchange(console_, {}); }
 
   dispatch::SimulatedScheduler scheduler_;
   std::optional<SocketError> startFailure_;
   std::optional<std::string> localAddress_ = "192.168.1.20";
-  std::vector<std::uint16_t> ports_;
   std::vector<std::string> console_;
   std::shared_ptr<FakeSocket> socket_;
   FakeCapture* capture_ = nullptr;

@@ -47,7 +47,7 @@ struct Sample {
   double hours = 0;
   double proportionalMb = 0;
   double anonymousMb = 0;
-  std::size_t descriptors = 0;  ///< without the clients' own and what libusbmuxd forgot
+  std::size_t descriptors = 0;  ///< without the clients' own
   std::size_t threads = 0;
 };
 
@@ -264,15 +264,13 @@ void Soak::takeSample() {
   const auto held = whole::holdings();
   const auto clientSockets = static_cast<std::size_t>(
       std::ranges::count_if(clients_, [](const auto& client) { return client->holdsSocket(); }));
-  // libusbmuxd 2.0.2 never closes its connection to a service that has ended.
-  const auto forgotten = static_cast<std::size_t>(happened_[nameOf(Happening::kUsbServiceRestart)]);
   if (!player_.isRunning()) player_ = audio_.play({.seconds = 60, .sink = "quorin"});
   const auto usage = bench::usageOf(::getpid());
   samples_.push_back(
       {.hours = std::chrono::duration<double, std::ratio<3600>>(Clock::now() - begin_).count(),
        .proportionalMb = usage ? usage->proportionalMb : 0,
        .anonymousMb = usage ? usage->anonymousMb : 0,
-       .descriptors = held.descriptors - clientSockets - forgotten,
+       .descriptors = held.descriptors - clientSockets,
        .threads = held.threads});
   expect(held.udpSockets == 1, "there are " + std::to_string(held.udpSockets) + " server sockets");
 }

@@ -6,7 +6,7 @@
 #include <QPixmap>
 #include <QWidget>
 
-namespace quorin::testing {
+namespace quorin::test {
 
 /// What a phone reads that photographs the widget, whose codes are white on a dark ground.
 inline std::vector<std::string> codesOn(QWidget& widget) {
@@ -21,4 +21,4 @@ inline std::vector<std::string> codesOn(QWidget& widget) {
       {static_cast<unsigned>(grey.width()), static_cast<unsigned>(grey.height()), pixels});
 }
 
-}  // namespace quorin::testing
+}  // namespace quorin::test

@@ -1,6 +1,6 @@
 #include "support/fake_phone.h"
 
-#include "platform/usb/frame.h"
+#include "wire/frame.h"
 
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -29,10 +29,10 @@ void FakePhone::turn() {
       reader_.received(part.size());
       rest = rest.subspan(part.size());
       for (auto step = reader_.next(); step.index() != 0; step = reader_.next()) {
-        if (const auto* frame = std::get_if<usb::FrameReader::Frame>(&step)) {
+        if (const auto* frame = std::get_if<wire::FrameReader::Frame>(&step)) {
           frames.push_back({frame->header.type, frame->header.tag, toBytes(frame->payload)});
         }
-        sawBrokenFrame = sawBrokenFrame || std::holds_alternative<usb::FrameError>(step);
+        sawBrokenFrame = sawBrokenFrame || std::holds_alternative<wire::FrameReader::Broken>(step);
         if (sawBrokenFrame) break;
       }
     }
@@ -40,7 +40,7 @@ void FakePhone::turn() {
 }
 
 void FakePhone::send(std::uint32_t type, std::uint32_t tag, const Bytes& payload) {
-  sendBytes(usb::encodeFrame(type, tag, payload));
+  sendBytes(wire::encodeFrame(type, tag, payload));
 }
 
 void FakePhone::sendBytes(std::span<const std::byte> bytes) {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/posix/file_descriptor.h"
-#include "platform/usb/frame_reader.h"
 #include "support/bytes.h"
+#include "wire/frame_reader.h"
 
 #include <cstdint>
 #include <optional>
@@ -41,7 +41,7 @@ class FakePhone {
 
  private:
   posix::FileDescriptor socket_;
-  usb::FrameReader reader_;
+  wire::FrameReader reader_;
 };
 
 /// An app that waits for the computer on a TCP port of 127.0.0.1.
@@ -51,6 +51,7 @@ class PhoneListener {
   explicit PhoneListener(std::uint16_t port = 0);
 
   std::uint16_t port() const { return port_; }
+  int descriptor() const { return socket_.get(); }
   std::optional<FakePhone> accept();
 
  private:

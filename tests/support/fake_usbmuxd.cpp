@@ -6,66 +6,62 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <stdexcept>
 #include <utility>
 
 namespace quorin::test {
 namespace {
 
-constexpr std::uint32_t kPlistKind = 8;
-constexpr unsigned kOk = 0;
-constexpr unsigned kBadCommand = 1;
-constexpr unsigned kBadDevice = 2;
-constexpr unsigned kConnectionRefused = 3;
-
 using Header = std::array<std::uint32_t, 4>;
 
-plist_t attached(usb::DeviceID device) {
-  const auto properties = plist_new_dict();
-  plist_dict_set_item(properties, "ConnectionType", plist_new_string("USB"));
-  plist_dict_set_item(properties, "DeviceID", plist_new_uint(device));
-  plist_dict_set_item(properties, "LocationID", plist_new_uint(0x10000 + device));
-  plist_dict_set_item(properties, "ProductID", plist_new_uint(4776));
-  plist_dict_set_item(properties, "SerialNumber",
-                      plist_new_string(("phone-" + std::to_string(device)).c_str()));
-  const auto message = plist_new_dict();
-  plist_dict_set_item(message, "MessageType", plist_new_string("Attached"));
-  plist_dict_set_item(message, "DeviceID", plist_new_uint(device));
-  plist_dict_set_item(message, "Properties", properties);
-  return message;
+std::string integer(const std::string& key, std::uint64_t value) {
+  return "<key>" + key + "</key><integer>" + std::to_string(value) + "</integer>";
+}
+std::string string(const std::string& key, const std::string& value) {
+  return "<key>" + key + "</key><string>" + value + "</string>";
 }
 
-std::string text(plist_t dictionary, const char* key) {
-  char* value = nullptr;
-  if (const auto item = plist_dict_get_item(dictionary, key)) plist_get_string_val(item, &value);
-  std::string result = value != nullptr ? value : "";
-  std::free(value);
-  return result;
+void send(const posix::FileDescriptor& socket, const std::string& items) {
+  const auto message = usbMessage(items);
+  ::send(socket.get(), message.data(), message.size(), MSG_NOSIGNAL);
+}
+void sendResult(const posix::FileDescriptor& socket, unsigned result) {
+  send(socket, string("MessageType", "Result") + integer("Number", result));
 }
 
-std::uint64_t number(plist_t dictionary, const char* key) {
-  std::uint64_t value = 0;
-  if (const auto item = plist_dict_get_item(dictionary, key)) plist_get_uint_val(item, &value);
-  return value;
+std::string attached(usb::DeviceID device, const std::string& connection) {
+  return string("MessageType", "Attached") + integer("DeviceID", device) +
+         "<key>Properties</key><dict>" + string("ConnectionType", connection) +
+         integer("DeviceID", device) + string("SerialNumber", "phone-" + std::to_string(device)) +
+         "</dict>";
 }
 
 }  // namespace
 
-FakeUsbmuxd::FakeUsbmuxd(std::filesystem::path path) : path_(std::move(path)) {}
+Bytes usbMessage(const std::string& items) {
+  const auto body = "<plist version=\"1.0\"><dict>" + items + "</dict></plist>";
+  const Header header{static_cast<std::uint32_t>(sizeof(Header) + body.size()), 1, 8, 0};
+  Bytes message(sizeof header);
+  std::memcpy(message.data(), header.data(), sizeof header);
+  return message + bytesOf(body);
+}
 
-void FakeUsbmuxd::start() {
+posix::FileDescriptor listenAt(const std::filesystem::path& path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  std::strncpy(address.sun_path, path_.c_str(), sizeof address.sun_path - 1);
-  socket_ = posix::FileDescriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-  ::unlink(path_.c_str());
-  if (::bind(socket_.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-      ::listen(socket_.get(), 8) != 0) {
+  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+  posix::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  ::unlink(path.c_str());
+  if (::bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+      ::listen(socket.get(), 8) != 0) {
     throw std::runtime_error("the stand-in USB service cannot listen");
   }
+  return socket;
+}
+
+void FakeUsbmuxd::start() {
+  socket_ = listenAt(path_);
 }
 
 void FakeUsbmuxd::stop() {
@@ -76,19 +72,16 @@ void FakeUsbmuxd::stop() {
   connections_.clear();
 }
 
-void FakeUsbmuxd::attach(usb::DeviceID device) {
-  devices_.insert(device);
-  for (const auto& listener : listeners_) send(listener, 0, attached(device));
+void FakeUsbmuxd::attach(usb::DeviceID device, const std::string& connection) {
+  devices_[device] = connection;
+  for (const auto& listener : listeners_) send(listener, attached(device, connection));
 }
 
 void FakeUsbmuxd::detach(usb::DeviceID device) {
   devices_.erase(device);
   connections_.erase(device);
   for (const auto& listener : listeners_) {
-    const auto message = plist_new_dict();
-    plist_dict_set_item(message, "MessageType", plist_new_string("Detached"));
-    plist_dict_set_item(message, "DeviceID", plist_new_uint(device));
-    send(listener, 0, message);
+    send(listener, string("MessageType", "Detached") + integer("DeviceID", device));
   }
 }
 
@@ -104,98 +97,59 @@ void FakeUsbmuxd::turn() {
     posix::FileDescriptor socket(::accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (!socket) break;
     clients_.push_back({.socket = std::move(socket), .received = {}});
+    ++accepted;
   }
-  answerClients();
-}
-
-void FakeUsbmuxd::answerClients() {
   std::erase_if(clients_, [this](Client& client) {
     std::array<std::byte, 4096> buffer;
     const auto count = ::recv(client.socket.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
     if (count < 0) return errno != EAGAIN;
     if (count == 0) return true;
     client.received.insert(client.received.end(), buffer.begin(), buffer.begin() + count);
-    while (const auto message = takeMessage(client)) {
-      const bool isTaken = answer(client, *message);
-      plist_free(message->second);
-      if (isTaken) return true;
-    }
-    return false;
+    std::uint32_t length = 0;
+    if (client.received.size() < sizeof(Header)) return false;
+    std::memcpy(&length, client.received.data(), sizeof length);
+    if (client.received.size() < length) return false;
+    const auto request =
+        usb::readPropertyList(std::span(client.received).first(length).subspan(sizeof(Header)));
+    if (!request) throw std::runtime_error("the client sent no property list");
+    client.received.clear();
+    return answers && answer(client, request.get());
   });
 }
 
-std::optional<FakeUsbmuxd::Message> FakeUsbmuxd::takeMessage(Client& client) {
-  Header header{};
-  if (client.received.size() < sizeof header) return std::nullopt;
-  std::memcpy(header.data(), client.received.data(), sizeof header);
-  const auto [length, version, kind, tag] = header;
-  if (kind != kPlistKind || length < sizeof header) {
-    throw std::runtime_error("the client does not speak the property-list protocol");
-  }
-  if (client.received.size() < length) return std::nullopt;
-  plist_t message = nullptr;
-  plist_from_xml(reinterpret_cast<const char*>(client.received.data() + sizeof header),
-                 length - static_cast<std::uint32_t>(sizeof header), &message);
-  client.received.erase(client.received.begin(), client.received.begin() + length);
-  if (message == nullptr) throw std::runtime_error("the client sent no property list");
-  return Message{tag, message};
-}
-
-bool FakeUsbmuxd::answer(Client& client, const Message& message) {
-  const auto& [tag, request] = message;
-  const auto type = text(request, "MessageType");
-  if (type == "Connect") return answerConnect(client, message);
+bool FakeUsbmuxd::answer(Client& client, plist_t request) {
+  const auto type = usb::textIn(request, "MessageType");
+  const auto device = static_cast<usb::DeviceID>(usb::numberIn(request, "DeviceID").value_or(0));
   if (type == "Listen") {
-    sendResult(client.socket, tag, kOk);
-    for (const auto device : devices_) send(client.socket, 0, attached(device));
+    sendResult(client.socket, 0);
+    for (const auto& [number, connection] : devices_) {
+      send(client.socket, attached(number, connection));
+    }
     listeners_.push_back(std::move(client.socket));
     return true;
   }
-  if (type == "ListDevices") {
-    const auto list = plist_new_array();
-    for (const auto device : devices_) plist_array_append_item(list, attached(device));
-    const auto reply = plist_new_dict();
-    plist_dict_set_item(reply, "DeviceList", list);
-    send(client.socket, tag, reply);
+  if (type == "Connect") {
+    const auto port = static_cast<std::uint16_t>(usb::numberIn(request, "PortNumber").value_or(0));
+    const unsigned result = !devices_.contains(device) ? 2 : !apps.contains(device) ? 3 : 0;
+    connects.push_back(std::to_string(device) + ":" + std::to_string(ntohs(port)) + " " +
+                       std::to_string(result));
+    sendResult(client.socket, result);
+    if (result == 0) connections_[device] = std::move(client.socket);
+    return result == 0;
+  }
+  if (type == "ReadPairRecord") {
+    const auto serial = usb::textIn(request, "PairRecordID");
+    for (const auto stranger : strangers) {
+      if (serial == "phone-" + std::to_string(stranger)) {
+        sendResult(client.socket, 2);
+        return false;
+      }
+    }
+    send(client.socket, "<key>PairRecordData</key><data>AAAA</data>");
     return false;
   }
-  sendResult(client.socket, tag, kBadCommand);
+  sendResult(client.socket, 1);
   return false;
-}
-
-bool FakeUsbmuxd::answerConnect(Client& client, const Message& message) {
-  const auto& [tag, request] = message;
-  if (!answersConnect) return false;
-  const auto device = static_cast<usb::DeviceID>(number(request, "DeviceID"));
-  const auto port = ntohs(static_cast<std::uint16_t>(number(request, "PortNumber")));
-  const auto result = !devices_.contains(device) ? kBadDevice
-                      : !apps_.contains(device)  ? kConnectionRefused
-                                                 : kOk;
-  connects.push_back(std::to_string(device) + ":" + std::to_string(port) + " " +
-                     std::to_string(result));
-  sendResult(client.socket, tag, result);
-  if (result != kOk) return false;
-  connections_[device] = std::move(client.socket);
-  return true;
-}
-
-void FakeUsbmuxd::send(const posix::FileDescriptor& socket, std::uint32_t tag, plist_t message) {
-  char* body = nullptr;
-  std::uint32_t length = 0;
-  plist_to_xml(message, &body, &length);
-  plist_free(message);
-  const Header header{static_cast<std::uint32_t>(sizeof(Header)) + length, 1, kPlistKind, tag};
-  ::send(socket.get(), header.data(), sizeof header, MSG_NOSIGNAL);
-  ::send(socket.get(), body, length, MSG_NOSIGNAL);
-  std::free(body);
-}
-
-void FakeUsbmuxd::sendResult(const posix::FileDescriptor& socket, std::uint32_t tag,
-                             unsigned result) {
-  const auto message = plist_new_dict();
-  plist_dict_set_item(message, "MessageType", plist_new_string("Result"));
-  plist_dict_set_item(message, "Number", plist_new_uint(result));
-  send(socket, tag, message);
 }
 
 }  // namespace quorin::test

@@ -1,10 +1,9 @@
 #pragma once
 
 #include "platform/posix/file_descriptor.h"
+#include "platform/usb/property_list.h"
 #include "platform/usb/usb_hub.h"
 #include "support/fake_phone.h"
-
-#include <plist/plist.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -16,61 +15,56 @@
 
 namespace quorin::test {
 
-/// Stands in for the USB multiplexing service: speaks its property-list protocol (Listen,
-/// ListDevices, Connect) on a Unix socket, for phones that the test plugs in. Does something only
-/// inside `turn`, which a test calls while it waits.
-///
-/// A message is a header of four little-endian 32-bit fields (length with the header, version 1,
-/// kind 8, tag) and an XML property list. After a successful Connect the same socket carries the
-/// connection itself.
+/// A message of the USB service: the header and `items` in a dictionary, as XML.
+Bytes usbMessage(const std::string& items);
+
+/// A non-blocking socket that listens at a path.
+posix::FileDescriptor listenAt(const std::filesystem::path& path);
+
+/// Stands in for the USB multiplexing service: answers Listen, Connect and ReadPairRecord on a Unix
+/// socket, for phones that the test plugs in. Does something only inside `turn`, which a test
+/// calls while it waits. After a successful Connect the same socket leads to the phone's app.
 class FakeUsbmuxd {
  public:
   /// For the environment variable USBMUXD_SOCKET_ADDRESS: "UNIX:" and this path.
-  explicit FakeUsbmuxd(std::filesystem::path path);
+  explicit FakeUsbmuxd(std::filesystem::path path) : path_(std::move(path)) {}
   ~FakeUsbmuxd() { stop(); }
 
   /// The service runs; `stop` is its sudden end. The phones stay plugged in.
   void start();
   void stop();
 
-  void attach(usb::DeviceID device);
-  /// Also ends the phone's connection, if the test still holds it: `hangUp` is the test's.
+  /// `connection` is "USB" or "Network".
+  void attach(usb::DeviceID device, const std::string& connection = "USB");
+  /// Also ends the phone's connection, if the test does not hold it.
   void detach(usb::DeviceID device);
 
-  /// Only a phone whose app runs is connected to.
-  void openApp(usb::DeviceID device) { apps_.insert(device); }
-  /// False: Connect gets no answer.
-  bool answersConnect = true;
+  std::set<usb::DeviceID> apps;       ///< only a phone whose app runs is connected to
+  std::set<usb::DeviceID> strangers;  ///< phones that do not trust this computer
+  bool answers = true;                ///< false: no request gets a reply
 
   /// The connection made to this phone's app, if there is one since the last call.
   std::optional<FakePhone> takeConnection(usb::DeviceID device);
 
   void turn();
 
-  /// Answered Connect requests, "5:2345 0" for device, port and result.
-  std::vector<std::string> connects;
+  std::vector<std::string> connects;  ///< answered Connect requests: "5:2345 0", with the result
+  std::size_t accepted = 0;           ///< connections since the beginning
 
  private:
   struct Client {
     posix::FileDescriptor socket;
     Bytes received;
   };
-  using Message = std::pair<std::uint32_t, plist_t>;  ///< its tag and what it says
 
-  void answerClients();
-  static std::optional<Message> takeMessage(Client& client);
   /// True when the client's socket has become something else than a client's.
-  bool answer(Client& client, const Message& message);
-  bool answerConnect(Client& client, const Message& message);
-  static void send(const posix::FileDescriptor& socket, std::uint32_t tag, plist_t message);
-  static void sendResult(const posix::FileDescriptor& socket, std::uint32_t tag, unsigned result);
+  bool answer(Client& client, plist_t request);
 
   std::filesystem::path path_;
   posix::FileDescriptor socket_;
   std::vector<Client> clients_;
   std::vector<posix::FileDescriptor> listeners_;
-  std::set<usb::DeviceID> devices_;
-  std::set<usb::DeviceID> apps_;
+  std::map<usb::DeviceID, std::string> devices_;  ///< with the kind of connection
   std::map<usb::DeviceID, posix::FileDescriptor> connections_;
 };
 

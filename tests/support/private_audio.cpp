@@ -73,33 +73,37 @@ ChildProcess PrivateAudioServer::record(const std::string& program) const {
                        .output = folder_ / "parec.log"});
 }
 
+std::vector<std::string> PrivateAudioServer::list(const std::string& kind) const {
+  std::vector<std::string> result;
+  std::istringstream lines(ask({"list", "short", kind}));
+  for (std::string line; std::getline(lines, line);) result.push_back(line);
+  return result;
+}
+
+std::string PrivateAudioServer::ask(std::vector<std::string> arguments) const {
+  const auto answer = folder_ / "answer.txt";
+  std::filesystem::remove(answer);
+  arguments.insert(arguments.begin(), "pactl");
+  ChildProcess({.arguments = std::move(arguments), .environment = environment_, .output = answer})
+      .wait();
+  return contentOf(answer);
+}
+
 std::string PrivateAudioServer::defaults() const {
-  const auto sink = ask({"get-default-sink"});
-  const auto source = ask({"get-default-source"});
-  return sink.empty() || source.empty() ? std::string() : sink.front() + ' ' + source.front();
+  std::string names = ask({"get-default-sink"}) + ask({"get-default-source"});
+  std::ranges::replace(names, '\n', ' ');
+  return names.substr(0, names.find_last_not_of(' ') + 1);
 }
 
 bool PrivateAudioServer::isPlaying(const std::string& sink) const {
-  for (const auto& line : list("sinks")) {
+  std::istringstream sinks(ask({"list", "short", "sinks"}));
+  const std::string playbacks = ask({"list", "short", "sink-inputs"});
+  for (std::string line; std::getline(sinks, line);) {
     if (!line.contains('\t' + sink + '\t')) continue;
-    const auto column = '\t' + line.substr(0, line.find('\t')) + '\t';
-    return std::ranges::any_of(list("sink-inputs"), [&column](const std::string& playback) {
-      return playback.contains(column);
-    });
+    // The second column is the number of the sink.
+    return playbacks.contains('\t' + line.substr(0, line.find('\t')) + '\t');
   }
   return false;
-}
-
-std::vector<std::string> PrivateAudioServer::ask(std::vector<std::string> arguments) const {
-  const auto file = folder_ / "list.txt";
-  std::filesystem::remove(file);
-  arguments.insert(arguments.begin(), "pactl");
-  ChildProcess({.arguments = std::move(arguments), .environment = environment_, .output = file})
-      .wait();
-  std::vector<std::string> result;
-  std::ifstream lines(file);
-  for (std::string line; std::getline(lines, line);) result.push_back(line);
-  return result;
 }
 
 void PrivateAudioServer::signalAll(int signal) {

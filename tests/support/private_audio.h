@@ -40,12 +40,12 @@ class PrivateAudioServer {
   /// The streams that record, as `pactl` numbers them.
   std::vector<std::string> recordingNumbers() const;
   std::ptrdiff_t recordings() const { return std::ssize(recordingNumbers()); }
+  /// A program of this name that records the default source.
+  ChildProcess record(const std::string& program) const;
   /// "SINK SOURCE", as the server names its defaults.
   std::string defaults() const;
   /// Whether a program plays into the sink.
   bool isPlaying(const std::string& sink) const;
-  /// A program of this name that records the default source.
-  ChildProcess record(const std::string& program) const;
 
   /// Plays a sine, the same on all its channels, into a sink.
   struct Sine {
@@ -67,11 +67,10 @@ class PrivateAudioServer {
   PrivateAudioServer();
 
   virtual void launch() = 0;
-  /// The lines of what `pactl` answers.
-  std::vector<std::string> ask(std::vector<std::string> arguments) const;
-  std::vector<std::string> list(const std::string& kind) const {
-    return ask({"list", "short", kind});
-  }
+  /// What `pactl` answers.
+  std::string ask(std::vector<std::string> arguments) const;
+  /// The lines of `pactl list short KIND`.
+  std::vector<std::string> list(const std::string& kind) const;
   void signalAll(int signal);
 
   TemporaryDirectory directory_;

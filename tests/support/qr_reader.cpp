@@ -4,7 +4,7 @@
 
 #include <memory>
 
-namespace quorin::testing {
+namespace quorin::test {
 
 std::vector<std::string> readQrCodes(const GrayImage& image) {
   const std::unique_ptr<zbar::zbar_image_scanner_t, decltype(&zbar::zbar_image_scanner_destroy)>
@@ -28,4 +28,4 @@ std::vector<std::string> readQrCodes(const GrayImage& image) {
   return texts;
 }
 
-}  // namespace quorin::testing
+}  // namespace quorin::test

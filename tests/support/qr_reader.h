@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace quorin::testing {
+namespace quorin::test {
 
 struct GrayImage {
   unsigned width = 0;
@@ -17,4 +17,4 @@ struct GrayImage {
 /// of white modules first.
 std::vector<std::string> readQrCodes(const GrayImage& image);
 
-}  // namespace quorin::testing
+}  // namespace quorin::test

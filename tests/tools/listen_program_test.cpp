@@ -4,7 +4,7 @@
 #include "support/fake_phone.h"
 #include "support/temporary_directory.h"
 #include "support/udp_peer.h"
-#include "usb/cable_frames.h"
+#include "wire/cable_frames.h"
 #include "usb/device_information.h"
 #include "wire/audio_chunk.h"
 #include "wire/client_key.h"
@@ -126,7 +126,7 @@ posix::FileDescriptor connectTo(std::uint16_t port) {
 TEST_F(QuorinListen, IsThePhoneAtTheEndOfTheCable) {
   constexpr std::uint16_t kPort = 23456;
   start({"--cable", "--port", std::to_string(kPort), "--json", "--wav", path("c.wav")});
-  const auto type = [](usb::CableFrame frame) { return static_cast<std::uint32_t>(frame); };
+  const auto type = [](wire::CableFrame frame) { return static_cast<std::uint32_t>(frame); };
   std::vector<float> chunk(wire::kChunkFrames, 0.25F);
   const auto bytes = std::as_bytes(std::span(chunk));
   for (int channel = 0; channel < 2; ++channel) {  // after one the next is welcome
@@ -138,15 +138,15 @@ TEST_F(QuorinListen, IsThePhoneAtTheEndOfTheCable) {
       });
     };
     ASSERT_TRUE(isAnswered(1)) << said("err");
-    EXPECT_EQ(computer.frames[0].type, type(usb::CableFrame::kDeviceInformation));
-    EXPECT_TRUE(usb::describeDeviceInformation(computer.frames[0].payload));
+    EXPECT_EQ(computer.frames[0].type, type(wire::CableFrame::kDeviceInformation));
+    EXPECT_TRUE(usb::readDeviceInformation(computer.frames[0].payload));
 
     for (int i = 0; i < 10; ++i)
-      computer.send(type(usb::CableFrame::kAudio), 0, {bytes.begin(), bytes.end()});
-    computer.send(type(usb::CableFrame::kText), 0, usb::encodeText("hola"));
-    computer.send(type(usb::CableFrame::kPing), 77, {});
+      computer.send(type(wire::CableFrame::kAudio), 0, {bytes.begin(), bytes.end()});
+    computer.send(type(wire::CableFrame::kText), 0, wire::encodeText("hola"));
+    computer.send(type(wire::CableFrame::kPing), 77, {});
     ASSERT_TRUE(isAnswered(2));
-    EXPECT_EQ(computer.frames[1], (test::SentFrame{type(usb::CableFrame::kPong), 77, {}}));
+    EXPECT_EQ(computer.frames[1], (test::SentFrame{type(wire::CableFrame::kPong), 77, {}}));
   }
   ::kill(process_.pid(), SIGINT);
   EXPECT_EQ(process_.wait(), 0);

@@ -66,12 +66,6 @@ TEST_F(LinkButtonTest, IsUnderlinedInTheActiveWindowAlone) {
   EXPECT_FALSE(link_.isUnderlined());
 }
 
-TEST_F(LinkButtonTest, AnAmpersandInItsTitleIsNoShortcut) {
-  link_.setTitle("Privacy & Terms");
-  EXPECT_EQ(link_.accessibleName(), "Privacy & Terms");
-  EXPECT_TRUE(link_.shortcut().isEmpty());
-}
-
 TEST_F(ControlsTest, SpaceAndReturnPressAButton) {
   PushButton button("Back", systemFont(18), looks::kBack, &window_);
   button.show();

@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 
 #include <QImage>
-#include <cmath>
 #include <set>
 #include <string>
 
@@ -26,24 +25,6 @@ QImage paintedAt(const Picture& picture, double factor, QPointF offset = {}) {
   painter.translate(offset);
   picture.paint(painter, QRectF(QPointF(), picture.size()));
   return image;
-}
-
-TEST(ModulePlace, GivesEveryModuleTheSameWholeNumberOfPixels) {
-  const struct {
-    int modules;
-    double pixels;
-    int edge;  ///< expected pixels of one module
-  } cases[] = {{21, 300, 10}, {25, 300, 9}, {25, 450, 13},
-               {25, 600, 18}, {29, 250, 6}, {177, 100, 1}};
-  for (const auto& [modules, pixels, edge] : cases) {
-    SCOPED_TRACE(std::to_string(modules) + " in " + std::to_string(pixels));
-    const QRect place = modulePlace(chessboard(modules), QRectF(0, 0, pixels, pixels));
-    EXPECT_EQ(place.size(), QSize(edge * modules, edge * modules));
-    EXPECT_LE(std::abs(place.center().x() - pixels / 2), 1.0) << "centred";
-    if (edge > 1) {
-      EXPECT_GE(place.left(), 4 * edge) << "the quiet zone lies inside the picture";
-    }
-  }
 }
 
 TEST(ModulePictureTest, HasNoSmoothedPixelAtAnyFactorAndOffset) {
@@ -73,17 +54,6 @@ TEST(DrawingTest, IsAsSharpAsTheDisplay) {
   }
   twice.setDevicePixelRatio(1);
   EXPECT_EQ(twice, renderSquare(*logo, 144)) << "rendered at the display's size, not scaled up";
-}
-
-TEST(DrawingTest, LooksTheSameWhenItWasRenderedAhead) {
-  const QString path = QStringLiteral(":/quorin/pictures/Logo.svg");
-  const QImage expected = renderSquare(*loadDrawing(path), 72);
-  for (const QSize ahead : {QSize(72, 72), QSize(30, 40)}) {
-    const auto logo = loadDrawing(path);
-    logo->renderAhead(ahead);
-    EXPECT_EQ(renderSquare(*logo, 72), expected) << "ahead for a width of " << ahead.width();
-  }
-  loadDrawing(path)->renderAhead({72, 72});  // and never painted
 }
 
 TEST(DrawingTest, TintKeepsTheShapeAndChangesTheColour) {

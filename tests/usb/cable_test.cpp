@@ -1,69 +1,214 @@
-#include "usb/cable.h"
-
-#include "core/simulated_scheduler.h"
-#include "support/fake_cable.h"
-#include "support/log_capture.h"
-#include "usb/cable_frames.h"
+#include "support/own_network.h"
+#include "usb/cable_fixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
-#include <algorithm>
-#include <string>
+#include <cstdio>
+#include <filesystem>
 
 namespace quorin::usb {
 namespace {
 
-using namespace std::chrono_literals;
 using test::Bytes;
 using test::bytes;
 using test::bytesOf;
-using test::FakeChannel;
 using test::SentFrame;
 using test::operator+;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::StartsWith;
 
-/// A cable in the cable mode, with a phone of number 5 plugged in.
-class CableTest : public testing::Test {
- protected:
-  CableTest() {
-    cable.link().startListeningForDevices();
-    cable.link().enterCableMode();
-    hub.attach(5);
-    scheduler.runPending();
-    log.take();
+// ---- Which phone is tried, and when
+
+TEST_F(CableTest, NothingIsTriedUntilTheCableModeIsChosen) {
+  loopback.emplace(wire::kCablePort);
+  plugIn(5);
+  leaveCable();
+  plugIn(6);
+  pass(10s);
+  EXPECT_THAT(connects(), IsEmpty());
+  EXPECT_EQ(link.connectingToDeviceID(), 5U) << "the second one waits in the queue";
+  enterCable();
+  EXPECT_EQ(link.connectingToDeviceID(), 6U);
+  EXPECT_TRUE(link.connectedChannel());
+}
+
+TEST_F(CableTest, APhoneWithoutItsAppIsTriedOnceASecond) {
+  plugIn(5);
+  enterCable();
+  for (int second = 0; second < 5; ++second) {
+    EXPECT_THAT(connects(), ElementsAre("5:2345 3"));
+    EXPECT_THAT(log.take(), Contains(StartsWith("Failed to connect to device #5: the app")));
+    pass(900ms);
+    EXPECT_THAT(connects(), IsEmpty());
+    for (int i = 0; i < 10; ++i) {  // choosing the mode again multiplies nothing
+      leaveCable();
+      enterCable();
+    }
+    connects();
+    pass(999ms);
+    EXPECT_THAT(connects(), IsEmpty());
+    pass(1ms);
   }
+}
 
-  std::shared_ptr<FakeChannel> connected() {
-    const auto channel = channels.connecting("usb 5");
-    channel->connects();
-    scheduler.runPending();
-    return channel;
+/// Phones come and go; who is tried for the next two seconds?
+TEST_F(CableTest, TheTargetIsThePhoneThatWasPluggedInLastOfThoseThatAreThere) {
+  struct Step {
+    DeviceID device;
+    bool in;
+  };
+  const struct {
+    const char* name;
+    std::vector<Step> steps;
+    std::optional<DeviceID> target;
+  } cases[] = {
+      {"the newest", {{5, true}, {6, true}}, 6},
+      {"back to the one that is left", {{5, true}, {6, true}, {6, false}}, 5},
+      {"another one leaves", {{5, true}, {6, true}, {5, false}}, 6},
+      {"a number is used again", {{5, true}, {5, false}, {5, true}}, 5},
+      {"none is left", {{5, true}, {5, false}}, std::nullopt},
+  };
+  for (const bool waiting : {false, true}) {  // in the suspended queue
+    for (const auto& row : cases) {
+      SCOPED_TRACE(row.name);
+      waiting ? leaveCable() : enterCable();
+      for (const auto& step : row.steps) step.in ? plugIn(step.device) : pullOut(step.device);
+      enterCable();
+      EXPECT_EQ(link.connectingToDeviceID(), row.target);
+      connects();
+      pass(2s);
+      const auto expected = row.target ? std::to_string(*row.target) + ":2345 3" : "";
+      EXPECT_THAT(connects(), testing::Each(expected));
+      for (DeviceID device : {5U, 6U}) pullOut(device);
+    }
   }
-  /// The lines since the last call: "status: ..." or "message: ...".
-  std::vector<std::string> console() { return std::exchange(lines_, {}); }
+}
 
-  test::LogCapture log;
-  dispatch::SimulatedScheduler scheduler;
-  test::FakeHub hub;
-  test::FakeChannels channels{scheduler.mainQueue()};
-  std::unique_ptr<dispatch::SerialQueue> sendQueue =
-      scheduler.makeSerialQueue("PTExample.audioFrameQueue");
-  std::vector<bool> display;
-  std::vector<std::string> lines_;
-  Cable cable{{scheduler, hub, channels},
-              *sendQueue,
-              {.onChannelChanged = [this](bool is) { display.push_back(is); },
-               .presentMessage =
-                   [this](std::string_view text, bool isStatus) {
-                     lines_.push_back((isStatus ? "status: " : "message: ") + std::string(text));
-                   },
-               .willChangeConnectedDeviceID = {},
-               .didChangeConnectedDeviceID = {}}};
-};
+TEST_F(CableTest, ASecondPhoneWaitsForTheChannelToEnd) {
+  connected();
+  service.apps = {5, 7};
+  plugIn(6);
+  plugIn(7);
+  pullOut(6);
+  pass(3s);
+  EXPECT_EQ(link.connectedDeviceID(), 5U);
+  pullOut(5);
+  phones.at(5).hangUp();
+  run();
+  EXPECT_EQ(link.connectedDeviceID(), 7U);
+}
 
-// ---- Frames from the phone
+TEST_F(CableTest, SupersededAttemptsAreDroppedAtOnce) {
+  const auto descriptors = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+  };
+  plugIn(5);
+  service.answers = false;
+  enterCable();
+  const auto before = descriptors();
+  for (int i = 0; i < 500; ++i) {
+    plugIn(6);
+    pullOut(6);
+  }
+  EXPECT_LE(descriptors(), before + 2);
+  leaveCable();
+  pass(6s);
+  EXPECT_LT(descriptors(), before);
+  EXPECT_LT(log.take().size(), 2 * 2 * LineLimit::kLinesPerSecond) << "the log is bounded";
+}
+
+TEST_F(CableTest, AnEndedChannelIsFollowedAtOnceAndABriefOneAfterASecond) {
+  const struct {
+    const char* name;
+    dispatch::Duration life;
+    void (*end)(test::FakePhone&);
+  } cases[] = {{"long", 1s, [](auto& phone) { phone.hangUp(); }},
+               {"accepted and closed", 0s, [](auto& phone) { phone.hangUp(); }},
+               {"reset", 0s, [](auto& phone) { phone.reset(); }},
+               {"wrong type", 0s, [](auto& phone) { phone.send(99, 0, {}); }},
+               {"wrong version", 0s, [](auto& phone) { phone.sendBytes(Bytes(16)); }},
+               {"too large", 0s, [](auto& phone) {
+                  phone.sendBytes(bytes({0, 0, 0, 1, 0, 0, 0, 101, 0, 0, 0, 0, 0x7F, 0, 0, 0}));
+                }}};
+  connected();
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.name);
+    pass(row.life);
+    console();
+    connects();
+    row.end(phones.at(5));
+    run();
+    EXPECT_THAT(console(), ElementsAre("status: Disconnected from 5"));
+    if (row.life == 0s) {
+      pass(900ms);
+      EXPECT_THAT(connects(), IsEmpty());
+      pass(100ms);
+    }
+    EXPECT_THAT(connects(), ElementsAre("5:2345 0"));
+    EXPECT_EQ(link.connectedDeviceID(), 5U);
+  }
+}
+
+// ---- The loopback address
+
+TEST_F(CableTest, AnotherUsersListenerIsNotTaken) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root";
+  const auto child = ::fork();
+  if (child == 0) {
+    if (::setuid(65534) != 0) ::_exit(1);
+    const test::PhoneListener other(wire::kCablePort);
+    ::pause();
+  }
+  enterCable();
+  EXPECT_TRUE(test::eventually([&] {
+    pass(1s);
+    const auto lines = log.take();
+    return std::ranges::any_of(lines, [](auto& line) { return line.contains("another user's"); });
+  }));
+  EXPECT_FALSE(link.connectedChannel());
+  ::kill(child, SIGKILL);
+  ::waitpid(child, nullptr, 0);
+  connectedLocally();
+}
+
+TEST_F(CableTest, APhoneThatAcceptsReplacesALoopbackChannel) {
+  connectedLocally();
+  plugIn(5);
+  pass(2s);
+  EXPECT_GE(connects().size(), 2U);
+  EXPECT_TRUE(link.connectedChannel());
+  service.apps = {5};
+  pass(1s);
+  EXPECT_EQ(link.connectedDeviceID(), 5U);
+  EXPECT_TRUE(phones.at(0).sawEnd);
+  EXPECT_TRUE(link.notConnectedQueueSuspended());
+}
+
+TEST_F(CableTest, LeavingClosesAPhonesChannelAndKeepsALoopbackOneWithoutGoingOnAfterIt) {
+  connected();
+  leaveCable();
+  EXPECT_TRUE(phones.at(5).sawEnd);
+  EXPECT_FALSE(link.connectedDeviceID());
+  pullOut(5);
+
+  connectedLocally();
+  leaveCable();
+  EXPECT_TRUE(link.connectedChannel());
+  plugIn(6);
+  phones.at(0).hangUp();
+  pass(5s);
+  EXPECT_FALSE(link.connectedChannel()) << "the app still listens";
+  EXPECT_THAT(connects(), Not(Contains(StartsWith("6"))));
+  enterCable();
+  EXPECT_TRUE(link.connectedChannel());
+}
+
+// ---- What is said on the channel
 
 TEST_F(CableTest, ShowsWhatThePhoneSays) {
   const auto info =
@@ -74,11 +219,11 @@ TEST_F(CableTest, ShowsWhatThePhoneSays) {
     Bytes payload;
     std::vector<std::string> lines;
   } cases[] = {
-      {"device information", 100, info, {"status: Connected to {\n    name = Ana;\n}"}},
-      {"unreadable information",
+      {"device information",
        100,
-       bytesOf("?"),
-       {"status: Connected to (unreadable device information)"}},
+       info,
+       {"status: Connected to <dict>\n\t<key>name</key>\n\t<string>Ana</string>\n</dict>"}},
+      {"unreadable", 100, {}, {"status: Connected to (unreadable device information)"}},
       {"text", 101, bytes({0, 0, 0, 5}) + bytesOf("hello"), {"message: [5]: hello"}},
       {"cut text",
        101,
@@ -86,173 +231,141 @@ TEST_F(CableTest, ShowsWhatThePhoneSays) {
        {"status: [5]: a text message that cannot be read: it is shorter than it says"}},
       {"end of stream", 0, {}, {}},
       {"a ping", 102, {}, {}},
-      {"a pong nobody waits for", 103, {}, {}},
+      {"an unexpected pong", 103, {}, {}},
       {"audio", 104, Bytes(3528), {}},
   };
-  const auto channel = connected();
+  auto& phone = connected();
   for (const auto& row : cases) {
-    channel->phoneSends(row.type, 77, row.payload);
-    scheduler.runPending();
+    phone.send(row.type, 77, row.payload);
+    run();
     EXPECT_EQ(console(), row.lines) << row.name;
-    EXPECT_EQ(cable.link().connectedChannel(), channel) << row.name;
   }
+  EXPECT_EQ(cable.phoneName(), "Ana");
+  EXPECT_TRUE(link.connectedChannel());
 }
 
-// ---- The end
-
-TEST_F(CableTest, AFrameOfAnUnknownTypeEndsTheChannelAndTheSearchGoesOn) {
-  for (const std::uint32_t type : {99U, 105U}) {
-    const auto channel = connected();
-    log.take();
-    channel->phoneSends(type, 0, bytesOf("x"));
-    EXPECT_TRUE(channel->isClosed);
-    EXPECT_THAT(log.take(), ElementsAre("Unexpected frame of type " + std::to_string(type)));
-    scheduler.runPending();
-    EXPECT_THAT(console(), ElementsAre("status: Disconnected from 5"));
-    EXPECT_EQ(cable.link().connectedDeviceID(), std::nullopt);
-    EXPECT_FALSE(display.back());
-  }
+TEST_F(CableTest, AFloodOfTextsIsCountedNotWritten) {
+  auto& phone = connected();
+  for (int i = 0; i < 100; ++i) phone.send(101, 0, bytes({0, 0, 0, 1, 'x'}));
+  pass(2s);
+  const auto lines = console();
+  ASSERT_EQ(lines.size(), LineLimit::kLinesPerSecond + 1);
+  EXPECT_EQ(lines.back(), "status: 80 more lines from the phone are left out");
+  phone.send(101, 0, bytes({0, 0, 0, 1, 'x'}));
+  run();
+  EXPECT_EQ(console().size(), 1U);
 }
 
-TEST_F(CableTest, TheEndOfAChannelThatIsNotHeldAnyMoreIsNotShown) {
-  connected();
-  cable.link().leaveCableMode();
-  scheduler.runPending();
-  EXPECT_THAT(console(), IsEmpty());
-  EXPECT_EQ(cable.link().connectedDeviceID(), std::nullopt);
-}
-
-// ---- Texts to the phone
-
-TEST_F(CableTest, SendsATextToThePhoneThatIsThereAndShowsIt) {
+TEST_F(CableTest, SendsATextToThePhoneThatIsThere) {
   EXPECT_FALSE(cable.sendMessage("hi"));
   EXPECT_THAT(console(), IsEmpty());
-  const auto channel = connected();
+  auto& phone = connected();
   EXPECT_TRUE(cable.sendMessage("ñ!"));
-  EXPECT_THAT(channel->sent, ElementsAre(SentFrame{101, 0, bytes({0, 0, 0, 3, 0xC3, 0xB1, '!'})}));
+  run();
+  EXPECT_THAT(phone.frames, Contains(SentFrame{101, 0, bytes({0, 0, 0, 3, 0xC3, 0xB1, '!'})}));
   EXPECT_THAT(console(), ElementsAre("message: [you]: ñ!"));
-
-  log.take();
-  const auto error = std::make_error_code(std::errc::broken_pipe);
-  channel->writes(error);
-  EXPECT_THAT(log.take(), ElementsAre("Failed to send message: " + error.message()));
 }
 
-// ---- Ping
-
-TEST_F(CableTest, PingsOneSecondAfterTheLastPingWasWritten) {
+TEST_F(CableTest, PingsEachSecondAndSaysWhenTheAppFallsSilent) {
   cable.ping();
-  scheduler.advance(5s);
-  const auto channel = connected();
-  EXPECT_THAT(channel->sent, IsEmpty());
-  scheduler.advance(1s);
-  EXPECT_THAT(channel->sent, ElementsAre(SentFrame{102, 1, {}}));
+  auto& phone = connected();
+  pass(3s);
+  EXPECT_GE(count(phone, wire::CableFrame::kPing), 3U);
+  EXPECT_TRUE(cable.appAnswers());
+  pass(1s);
+  EXPECT_FALSE(cable.appAnswers()) << "5 s without a pong";
 
-  scheduler.advance(10s);
-  EXPECT_EQ(channel->sent.size(), 1U) << "the next waits until this one is written";
-  channel->writes();
-  scheduler.advance(999ms);
-  EXPECT_EQ(channel->sent.size(), 1U);
-  scheduler.advance(1ms);
-  EXPECT_THAT(channel->sent, ElementsAre(SentFrame{102, 1, {}}, SentFrame{102, 2, {}}));
-}
-
-TEST_F(CableTest, LogsTheRoundTripOncePerPing) {
-  const auto channel = connected();
-  cable.ping();
-  channel->writes();
+  const auto tag = phone.frames.back().tag;
   log.take();
-  scheduler.advance(12'345us);
-  channel->phoneSends(103, 2, {});
-  EXPECT_THAT(log.take(), IsEmpty()) << "a tag that was never sent";
-  channel->phoneSends(103, 1, bytesOf("ignored"));
-  EXPECT_THAT(log.take(), ElementsAre("Ping total roundtrip time: 12.345 ms"));
-  channel->phoneSends(103, 1, {});
+  phone.send(103, tag, bytesOf("ignored"));
+  run();
+  EXPECT_TRUE(cable.appAnswers());
+  EXPECT_THAT(log.take(), ElementsAre("Ping total roundtrip time: 0.000 ms"));
+  phone.send(103, tag, {});
+  run();
   EXPECT_THAT(log.take(), IsEmpty()) << "answered before";
+
+  phone.hangUp();
+  run();
+  auto& second = connected();
+  pass(1s);
+  EXPECT_GE(count(second, wire::CableFrame::kPing), 1U) << "the loop survives its channel";
 }
 
-TEST_F(CableTest, APingThatCannotBeSentIsForgottenAndTheLoopGoesOn) {
-  const auto channel = connected();
-  cable.ping();
-  channel->writes(std::make_error_code(std::errc::no_buffer_space));
-  log.take();
-  channel->phoneSends(103, 1, {});
-  EXPECT_THAT(log.take(), IsEmpty());
-  scheduler.advance(1s);
-  EXPECT_EQ(channel->sent.size(), 2U);
-}
-
-TEST_F(CableTest, TheLoopSurvivesTheEndOfItsChannel) {
-  const auto first = connected();
-  cable.ping();
-  first->writes();
-  first->cableBreaks();
-  scheduler.runPending();
-  const auto second = connected();
-  log.take();
-  second->phoneSends(103, 1, {});
-  EXPECT_THAT(log.take(), IsEmpty()) << "the first channel's ping is not answered by the second";
-  scheduler.advance(1s);
-  EXPECT_THAT(second->sent, ElementsAre(SentFrame{102, 1, {}}));
-}
-
-TEST_F(CableTest, APhoneThatNeverAnswersCostsABoundedMemory) {
-  CableLink& link = cable.link();
-  const auto channel = connected();
-  PingLoop pings(scheduler, link);
-  pings.ping();
-  for (int i = 0; i < 1000; ++i) {
-    channel->writes();
-    scheduler.advance(1s);
-  }
-  EXPECT_EQ(channel->sent.size(), 1001U);
-  EXPECT_EQ(pings.unanswered(), PingLoop::kMaxUnanswered);
-}
-
-// ---- Audio
-
-TEST_F(CableTest, AChunkIsOneFrameOfItsSamplesToThePhoneThatIsThere) {
+TEST_F(CableTest, AChunkIsOneFrameOfItsSamples) {
   wire::AudioChunk chunk{};
   chunk[0] = 1.0F;
   chunk[881] = -0.5F;
-  const auto sendOne = [&] {
+  const auto send = [&] {
     sendQueue->async([&] { cable.audioPath().send(chunk); });
-    scheduler.runPending();
+    run();
   };
-  sendOne();
-  const auto first = connected();
+  send();
+  auto& phone = connected();
   EXPECT_TRUE(cable.audioPath().isOpen());
-  sendOne();
-  first->cableBreaks();
-  scheduler.runPending();
-  EXPECT_FALSE(cable.audioPath().isOpen());
-  sendOne();
-  const auto second = connected();
-  sendOne();
-  sendOne();
-  EXPECT_EQ(second->live->sent.size(), 2U);
+  send();
   const auto samples = bytes({0, 0, 0x80, 0x3F}) + Bytes(3528 - 8) + bytes({0, 0, 0, 0xBF});
-  EXPECT_THAT(first->live->sent, ElementsAre(SentFrame{104, 0, samples}));
+  EXPECT_THAT(phone.frames, Contains(SentFrame{104, 0, samples}));
+  EXPECT_EQ(count(phone, wire::CableFrame::kAudio), 1U);
+  phone.hangUp();
+  leaveCable();
+  EXPECT_FALSE(cable.audioPath().isOpen());
+  send();
 }
 
-TEST_F(CableTest, AChannelThatOutlivesTheCableTellsItNothing) {
-  std::shared_ptr<FakeChannel> channel;
-  {
-    Cable brief({scheduler, hub, channels}, *sendQueue, {});
-    brief.link().startListeningForDevices();
-    brief.link().enterCableMode();
-    brief.ping();
-    hub.attach(7);
-    scheduler.runPending();
-    channel = channels.connecting("usb 7");
-    channel->connects();
-    scheduler.runPending();
-  }
-  EXPECT_FALSE(hub.isListening());
-  channel->cableBreaks();
-  scheduler.advance(5s);
-  EXPECT_EQ(channels.connecting("usb 7"), nullptr);
+// ---- The USB service
+
+TEST_F(CableTest, TellsHowFarAPhoneLetsTheComputerIn) {
+  plugIn(4, "Network");
+  enterCable();
+  EXPECT_EQ(link.phones(), 0U) << "known over the network only";
+  service.strangers = {5};
+  plugIn(5);
+  EXPECT_EQ(link.phoneAnswer(), PhoneAnswer::kLocked);
+  service.strangers.clear();
+  pass(1s);
+  EXPECT_EQ(link.phoneAnswer(), PhoneAnswer::kNoListener);
+  EXPECT_EQ(link.phones(), 1U);
+}
+
+TEST_F(CableTest, AServiceThatEndsTakesItsPhonesAlongAndIsFoundAgain) {
+  connected();
+  service.stop();
+  phones.at(5).hangUp();
+  run();
+  EXPECT_EQ(link.phones(), 0U);
+  pass(1s);
+  EXPECT_EQ(hub.service(), UsbService::kMissing);
+  EXPECT_FALSE(link.connectedChannel());
+  pass(20s);
+  service.start();
+  pass(1s);
+  EXPECT_EQ(hub.service(), UsbService::kRunning);
+  EXPECT_EQ(link.connectedDeviceID(), 5U);
+}
+
+TEST_F(CableTest, AServiceThatDoesNotAnswerIsAskedLessAndLessOften) {
+  service.answers = false;
+  service.stop();
+  service.start();
+  service.accepted = 0;
+  pass(60s);
+  EXPECT_EQ(hub.service(), UsbService::kFailing);
+  EXPECT_THAT(service.accepted, testing::AllOf(testing::Ge(5U), testing::Le(8U)))
+      << "after 5 s of silence and a pause of 1, 2, 4, 8, 10, 10 s";
+  service.answers = true;
+  pass(20s);
+  EXPECT_EQ(hub.service(), UsbService::kRunning);
 }
 
 }  // namespace
 }  // namespace quorin::usb
+
+int main(int argc, char** argv) {
+  testing::InitGoogleMock(&argc, argv);
+  if (!quorin::test::enterOwnNetwork()) {
+    std::puts("skipped: a network of its own needs root or user namespaces");
+    return 77;  // what CTest takes for skipped
+  }
+  return RUN_ALL_TESTS();
+}

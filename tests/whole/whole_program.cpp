@@ -102,7 +102,7 @@ void WholeProgram::click(const char* button) const {
 }
 
 std::vector<std::string> WholeProgram::codes() {
-  return quorin::testing::codesOn(delegate_->window());
+  return quorin::test::codesOn(delegate_->window());
 }
 
 Holdings holdings() {

@@ -27,7 +27,9 @@ TEST(LocalNetworks, CandidatesAreWhereAPhoneCanReachThisComputer) {
       {"loopback, and one that has an address of it",
        {running("lo", "127.0.0.1"), running("eno1", "127.1.2.3")},
        {}},
-      {"wired and wireless, in the list's order", {wireless, wired}, {"192.168.2.1", "192.168.1.1"}},
+      {"wired and wireless, in the list's order",
+       {wireless, wired},
+       {"192.168.2.1", "192.168.1.1"}},
       {"the default route first", {wired, wireless}, {"192.168.2.1", "192.168.1.1"}, "wlan0"},
       {"a default route through a tunnel",
        {wired, running("wg0", "10.9.0.2"), wireless},
@@ -71,7 +73,8 @@ TEST(LocalIPv4Address, StaysUnlessTheUserChoosesAnother) {
 }
 
 TEST(DefaultRoute, IsTheUsableOneWithTheLowestMetric) {
-  const std::string head = "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\n";
+  const std::string head =
+      "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\n";
   const std::string link = "eth0\t0001A8C0\t00000000\t0001\t0\t0\t0\t00FFFFFF\t0\t0\t0\n";
   const std::string wired = "eth0\t00000000\t0101A8C0\t0003\t0\t0\t600\t00000000\t0\t0\t0\n";
   const std::string wireless = "wlan0\t00000000\t0102A8C0\t0003\t0\t0\t100\t00000000\t0\t0\t0\n";

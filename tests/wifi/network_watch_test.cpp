@@ -128,8 +128,8 @@ TEST_F(NetworkWatchTest, ALossThatOnlyOneLookSeesIsOverAtTheNextTick) {
 
   scheduler_.advance(400ms);
   nextLookFails_ = true;
-  EXPECT_THAT(heardAfter(2s), ElementsAre("2.0 lost", "2.0 back 192.168.1.20",
-                                          "3.0 settled 192.168.1.20"));
+  EXPECT_THAT(heardAfter(2s),
+              ElementsAre("2.0 lost", "2.0 back 192.168.1.20", "3.0 settled 192.168.1.20"));
 }
 
 TEST_F(NetworkWatchTest, TheAddressStaysWhileOthersComeAndTheUserMayChoose) {

@@ -46,7 +46,8 @@ TEST_F(UdpServerTest, ReportsWhyItDidNotStart) {
   EXPECT_THAT(listener.take(), ElementsAre("failed: bind EADDRINUSE"));
   other.newClient();
   server.startUDP(other.portText);
-  EXPECT_THAT(listener.take(), ElementsAre("failed: bind EADDRINUSE")) << "beside a client's socket";
+  EXPECT_THAT(listener.take(), ElementsAre("failed: bind EADDRINUSE"))
+      << "beside a client's socket";
 
   rlimit before{};
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);

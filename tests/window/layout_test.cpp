@@ -43,10 +43,6 @@ class FakeMeasure : public TextMeasure {
       {backButton_, {4, 18}},
       {audioGuardTitleLabel_, {20, 28}},
       {audioGuardTextLabel_, {100, 14}},
-      {audioGuardSetUpNoteLabel_, {80, 13}},
-      {playHereBox_, {24, 13}},
-      {silenceLabel_, {40, 14}},
-      {silenceMoveButton_, {7, 13}},
       {usbMainLabel_, {50, 32}},
       {usbSecondary2Label_, {20, 16}},
       {connectedLabel_, {16, 48}},
@@ -92,44 +88,17 @@ TEST(LayoutTest, PlacesWhatDependsOnTheSizeOfTheWindow) {
       {menuOfflineButton_, {390, 220, 280, 220}, {1310, 600, 280, 220}},
       {menuPrivacyButton_, {250, 116, 220, 34}, {1170, 496, 220, 34}},
       {instructionsBox_, {50, 170, 620, 340}, {970, 550, 620, 340}},
-      {audioGuardTitleLabel_, {20, 437, 680, 35}, {20, 809, 2520, 35}},
-      {audioGuardTextLabel_, {20, 390, 680, 35}, {20, 779, 2520, 18}},
-      {audioGuardStatusOutLabel_, {20, 358, 680, 18}, {20, 747, 2520, 18}},
-      {audioGuardSetUpButton_, {250, 284, 220, 36}, {1170, 673, 220, 36}},
-      {audioGuardOpenSettingsButton_, {250, 236, 220, 36}, {1170, 625, 220, 36}},
+      {audioGuardTitleLabel_, {20, 429, 680, 35}, {20, 800, 2520, 35}},
+      {audioGuardTextLabel_, {20, 382, 680, 35}, {20, 770, 2520, 18}},
+      {audioGuardStatusOutLabel_, {20, 350, 680, 18}, {20, 738, 2520, 18}},
+      {audioGuardSetUpButton_, {250, 276, 220, 36}, {1170, 664, 220, 36}},
+      {audioGuardOpenSettingsButton_, {250, 228, 220, 36}, {1170, 616, 220, 36}},
       {connectedDotView_, {85.76, 301.5, 43.2, 43.2}, {982, 680, 60, 60}},
       {connectedLabel_, {146.24, 284.6, 488, 77}, {1066, 670, 512, 80}},
       {onlineInfoLabel_, {272, 20, 176, 26}, {1192, 400, 176, 26}},
   };
   for (const auto& [view, small, large] : rows) {
     expectFrames(onPage(Page::kWifi), FakeMeasure(), view, small, large);
-  }
-}
-
-TEST(LayoutTest, AMessageInPlaceOfTheCodeStandsInTheMiddle) {
-  ScreenState message = onPage(Page::kWifi);
-  message.wifi = WiFiPage::Content::kMessage;
-  expectFrames(message, FakeMeasure(), onlineTitleLabel_, {20, 287.5, 680, 105},
-               {20, 693.5, 2520, 53});
-}
-
-TEST(LayoutTest, GivesLongTextsTheRoomTheyNeed) {
-  const struct {
-    View view;
-    int characters;
-    Rect small, large;
-  } rows[] = {
-      {backButton_, 60, {16, 600, 216, 34}, {16, 1360, 564, 34}},
-      {usbMainLabel_, 90, {24, 178, 572, 120}, {24, 178, 572, 120}},
-      {usbSecondary2Label_, 200, {24, 94, 572, 60}, {24, 94, 572, 60}},
-      {audioGuardTextLabel_, 250, {20, 381, 680, 53}, {20, 779, 2520, 18}},
-      {onlineQRMicroLabel_, 80, {20, 58, 680, 80}, {20, 478, 2520, 40}},
-      {onlineInfoLabel_, 120, {20, 20, 680, 26}, {792, 400, 976, 26}},
-  };
-  for (const auto& [view, characters, small, large] : rows) {
-    FakeMeasure measure;
-    measure.set(view, characters);
-    expectFrames(onPage(Page::kWifi), measure, view, small, large);
   }
 }
 

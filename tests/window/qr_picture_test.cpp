@@ -1,7 +1,7 @@
 #include "ui/qr_picture.h"
 
-#include "window/window_fixture.h"
 #include "support/code_photo.h"
+#include "window/window_fixture.h"
 
 #include <gmock/gmock.h>
 
@@ -33,7 +33,7 @@ TEST_F(WifiPagePhotographed, ReadsBackAsItsContentAtEverySize) {
       window_.resize(size);
       views_.onlineQRImageView_->showCode(generateQRCodeFromString(content, 300), content);
       show(wifi(3));
-      EXPECT_THAT(quorin::testing::codesOn(window_), ::testing::ElementsAre(content))
+      EXPECT_THAT(quorin::test::codesOn(window_), ::testing::ElementsAre(content))
           << size.width() << " x " << size.height() << ", factor " << window_.devicePixelRatio();
     }
   }

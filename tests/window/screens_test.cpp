@@ -1,9 +1,6 @@
 #include "window/screens.h"
 
-#include "window/text_measure.h"
 #include "window/window_fixture.h"
-
-#include <cmath>
 
 namespace quorin::app {
 namespace {
@@ -25,29 +22,6 @@ TEST_F(ScreensTest, WhatIsVisibleIsWhatTheStateSays) {
     int dots = 0;
     for (const PhoneDot* dot : views_.onlineStatusDots_) dots += dot->isVisible();
     EXPECT_EQ(dots, visibleStatusDots(state));
-  }
-}
-
-TEST_F(ScreensTest, WidgetsStandWhereTheLayoutSaysAtEverySize) {
-  for (const QSize size : {QSize(720, 680), QSize(1200, 750), QSize(2560, 1440)}) {
-    window_.resize(size);
-    for (const ScreenState& state : allScreens()) {
-      show(state);
-      const Layout layout = layoutUIForBounds({double(size.width()), double(size.height())}, state,
-                                              ViewTextMeasure(views_));
-      for (std::size_t i = 0; i < kViewCount; ++i) {
-        const auto view = static_cast<View>(i);
-        const QWidget* const widget = views_.find(view);
-        if (!widget || !layout[view]) continue;
-        if (state.splash && !widget->isVisible()) continue;  // placed when the splash is gone
-        const Rect& frame = *layout[view];
-        const double height = widget->parentWidget()->height();
-        EXPECT_NEAR(widget->x(), frame.x, 0.5) << kViewNames[i];
-        EXPECT_NEAR(widget->y(), height - frame.top(), 0.5) << kViewNames[i];
-        EXPECT_NEAR(widget->width(), frame.width, 0.5) << kViewNames[i];
-        EXPECT_NEAR(widget->height(), frame.height, 0.5) << kViewNames[i];
-      }
-    }
   }
 }
 

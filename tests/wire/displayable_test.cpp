@@ -16,6 +16,7 @@ TEST(Displayable, LeavesTextAloneAndTakesTheControlsOut) {
       {std::string("a\0b", 3), "a\uFFFDb"},
       {"\u009b2J \u0080 \u00a0", "\uFFFD2J \uFFFD \u00a0"},
       {"\x7f", "\uFFFD"},
+      {"\u202Etxt\u2066.\u2069exe\u200D\u2064", "\uFFFDtxt\uFFFD.\uFFFDexe\u200D\u2064"},
   };
   for (const auto& [text, shown] : cases) EXPECT_EQ(displayable(text), shown);
 }

@@ -25,11 +25,11 @@ else
   fresh_tree "$DEBIAN/builder/package/quorin-stream"
   inside builder 60 "cd /package/quorin-stream
     apt-get -q update >/log 2>&1
-    apt-get -q install --yes --no-install-recommends dpkg-dev lintian >>/log 2>&1
+    apt-get -q install --yes --no-install-recommends dpkg-dev git lintian >>/log 2>&1
     apt-get -q build-dep --yes --no-install-recommends ./ >>/log 2>&1 || { tail /log && exit 1; }
     $make_package"
-  cp "$DEBIAN"/builder/package/quorin-stream_* build/package/
-  cp build/package/*.deb "$DEBIAN/bare/quorin-stream.deb"
+  cp "$DEBIAN"/builder/package/*.* build/package/
+  cp build/package/quorin-stream_*.deb "$DEBIAN/bare/quorin-stream.deb"
   inside bare 20 "$(cat tools/package/trial.sh)"
 fi
-say "done: $(echo build/package/*.deb)"
+say "done: $(echo build/package/quorin-stream_*.deb)"

@@ -1,4 +1,5 @@
 #include "core/version.h"
+#include "platform/posix/program.h"
 #include "quorin-device/arguments.h"
 #include "quorin-device/lending.h"
 #include "quorin-device/pulse_client.h"
@@ -99,5 +100,7 @@ int main(const std::vector<std::string_view>& words) {
 }  // namespace quorin::device
 
 int main(int argc, char** argv) {
-  return quorin::device::main(std::vector<std::string_view>(argv + 1, argv + argc));
+  return quorin::posix::runProgram("quorin-device", argc, argv, [](int count, char** words) {
+    return quorin::device::main(std::vector<std::string_view>(words + 1, words + count));
+  });
 }

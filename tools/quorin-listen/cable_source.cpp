@@ -16,7 +16,7 @@
 namespace quorin::listen {
 namespace {
 
-using usb::CableFrame;
+using wire::CableFrame;
 
 /// What an app tells of its phone, as a property list.
 constexpr std::string_view kDeviceInformation =
@@ -79,7 +79,7 @@ void CableSource::acceptChannel() {
   ::setsockopt(channel.get(), SOL_SOCKET, SO_TIMESTAMPNS, &on, sizeof on);
   watch(events_, channel);
   channel_ = std::move(channel);
-  reader_ = usb::FrameReader();
+  reader_ = wire::FrameReader();
   send(CableFrame::kDeviceInformation, 0, std::as_bytes(std::span(kDeviceInformation)));
 }
 
@@ -94,10 +94,10 @@ bool CableSource::readSome(const std::function<void(const Sound&)>& onSound) {
   reader_.received(received->size);
   for (;;) {
     const auto step = reader_.next();
-    if (std::holds_alternative<usb::FrameReader::NeedMore>(step)) return true;
-    if (const auto* frame = std::get_if<usb::FrameReader::Frame>(&step)) {
+    if (std::holds_alternative<wire::FrameReader::NeedMore>(step)) return true;
+    if (const auto* frame = std::get_if<wire::FrameReader::Frame>(&step)) {
       take(*frame, received->arrived, onSound);
-    } else if (std::holds_alternative<usb::FrameError>(step)) {
+    } else if (std::holds_alternative<wire::FrameReader::Broken>(step)) {
       ending_ = Ending{.code = kFailed,
                        .sentence =
                            "What came on the channel are not the frames of Quorin Stream: "
@@ -107,7 +107,7 @@ bool CableSource::readSome(const std::function<void(const Sound&)>& onSound) {
   }
 }
 
-void CableSource::take(const usb::FrameReader::Frame& frame, measure::Nanoseconds arrived,
+void CableSource::take(const wire::FrameReader::Frame& frame, measure::Nanoseconds arrived,
                        const std::function<void(const Sound&)>& onSound) {
   switch (static_cast<CableFrame>(frame.header.type)) {
     case CableFrame::kAudio:
@@ -119,16 +119,16 @@ void CableSource::take(const usb::FrameReader::Frame& frame, measure::Nanosecond
       send(CableFrame::kPong, frame.header.tag, {});
       break;
     case CableFrame::kText:
-      if (const auto text = usb::decodeText(frame.payload)) onText_(*text);
+      if (const auto text = wire::decodeText(frame.payload)) onText_(*text);
       break;
     default:
       break;  // not for a phone
   }
 }
 
-void CableSource::send(usb::CableFrame type, std::uint32_t tag,
+void CableSource::send(wire::CableFrame type, std::uint32_t tag,
                        std::span<const std::byte> payload) {
-  const auto frame = usb::encodeFrame(static_cast<std::uint32_t>(type), tag, payload);
+  const auto frame = wire::encodeFrame(static_cast<std::uint32_t>(type), tag, payload);
   // A computer that does not even take a pong has gone; the next read says so.
   (void)::send(channel_.get(), frame.data(), frame.size(), MSG_NOSIGNAL);
 }

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "platform/posix/file_descriptor.h"
-#include "platform/usb/frame_reader.h"
+#include "wire/frame_reader.h"
 #include "quorin-listen/sound_source.h"
-#include "usb/cable_frames.h"
+#include "wire/cable_frames.h"
 
 #include <cstdint>
 #include <expected>
@@ -40,15 +40,15 @@ class CableSource : public SoundSource {
   void acceptChannel();
   /// False when there is nothing more for now.
   bool readSome(const std::function<void(const Sound&)>& onSound);
-  void take(const usb::FrameReader::Frame& frame, measure::Nanoseconds arrived,
+  void take(const wire::FrameReader::Frame& frame, measure::Nanoseconds arrived,
             const std::function<void(const Sound&)>& onSound);
-  void send(usb::CableFrame type, std::uint32_t tag, std::span<const std::byte> payload);
+  void send(wire::CableFrame type, std::uint32_t tag, std::span<const std::byte> payload);
 
   posix::FileDescriptor listener_;
   posix::FileDescriptor events_;  ///< readable when the listener or the channel is
   TextHandler onText_;
   posix::FileDescriptor channel_;
-  usb::FrameReader reader_;
+  wire::FrameReader reader_;
   std::optional<Ending> ending_;
 };
 

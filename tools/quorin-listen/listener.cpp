@@ -6,7 +6,7 @@
 #include "quorin-listen/outputs.h"
 #include "quorin-listen/report.h"
 #include "quorin-listen/udp_source.h"
-#include "usb/cable_link.h"
+#include "wire/cable_frames.h"
 #include "wire/displayable.h"
 
 #include <poll.h>
@@ -162,7 +162,7 @@ bool drawPlot(const std::string& path, const Reception& reception, bool cable) {
 
 std::expected<std::unique_ptr<SoundSource>, std::string> openSource(const Options& options) {
   if (!options.cable) return UdpSource::open(options.server, steadyNow());
-  return CableSource::open(options.port.value_or(usb::kCablePort), [](std::string_view text) {
+  return CableSource::open(options.port.value_or(wire::kCablePort), [](std::string_view text) {
     if (::isatty(STDOUT_FILENO) == 1) std::cout << "\r\033[K" << std::flush;  // the live line's row
     std::cerr << "quorin-listen: the computer writes: " << wire::displayable(text) << '\n';
   });

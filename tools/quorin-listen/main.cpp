@@ -1,4 +1,5 @@
 #include "core/version.h"
+#include "platform/posix/program.h"
 #include "quorin-listen/listener.h"
 #include "quorin-listen/options.h"
 
@@ -30,11 +31,15 @@ ExitCode run(std::span<const std::string_view> arguments) {
   return kFailed;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int launch(int argc, char** argv) {
   const auto code = run(std::vector<std::string_view>(argv + 1, argv + argc));
   if (std::cout.flush() || code != kListened) return code;
   std::cerr << "quorin-listen: Cannot write to standard output: is the disk full?\n";
   return kFailed;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  return quorin::posix::runProgram("quorin-listen", argc, argv, launch);
 }

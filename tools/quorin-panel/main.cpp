@@ -1,12 +1,13 @@
-#include "ui/appearance.h"
-#include "ui/display.h"
-#include "ui/images.h"
-#include "ui/texts.h"
+#include "core/version.h"
 #include "panel/content_view.h"
 #include "platform/audio/audio_server.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/dispatch/termination_signals.h"
-#include "core/version.h"
+#include "platform/posix/program.h"
+#include "ui/appearance.h"
+#include "ui/display.h"
+#include "ui/images.h"
+#include "ui/texts.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -66,12 +67,11 @@ int runPanel(std::uint16_t port) {
   const auto audioServer = audio::connectToAudioServer(scheduler->backgroundQueue());
   const app::CompiledTable texts(app::preferredLanguages());
   panel::ContentView panel(
-      *scheduler,
       std::make_unique<panel::UDPAudioServer>(
           *scheduler,
           panel::UDPAudioServer::Parts{.makeCapture = panel::captureFrom(*scheduler, *audioServer),
                                        .port = port}),
-      [&texts](const QString& key) { return texts.text(key.toUtf8().constData()); });
+      texts.text("pairing_instructions"));
   panel.setWindowTitle("Quorin Panel");
   panel.resize(panel.sizeHint().boundedTo(panel.screen()->availableSize()));
   panel.show();
@@ -79,7 +79,7 @@ int runPanel(std::uint16_t port) {
   const dispatch::TerminationSignals terminate(scheduler->mainQueue(),
                                                [] { QApplication::quit(); });
   const int status = QApplication::exec();
-  if (panel.server().isRunning()) panel.server().stop();
+  if (panel.server().published().isRunning) panel.server().stop();
   return status;
 }
 
@@ -112,5 +112,5 @@ int launch(int argc, char** argv) {
 }  // namespace quorin
 
 int main(int argc, char** argv) {
-  return quorin::launch(argc, argv);
+  return quorin::posix::runProgram("quorin-panel", argc, argv, quorin::launch);
 }

@@ -1,8 +1,8 @@
 #include "panel_shots.h"
 
-#include "ui/texts.h"
-#include "panel/content_view.h"
 #include "core/simulated_scheduler.h"
+#include "panel/content_view.h"
+#include "ui/texts.h"
 
 #include <QApplication>
 #include <chrono>
@@ -23,8 +23,7 @@ class StagedSocket final : public DatagramSocket {
  public:
   void setOnMessageReceived(MessageHandler handler) override { receive = std::move(handler); }
   std::expected<void, SocketError> start() override { return {}; }
-  void send(std::string_view, std::string_view) override {}
-  void sendToAll(std::span<const std::byte>, std::span<const sockaddr_in>) override {}
+  void send(std::span<const std::byte>, const wire::Endpoint&) override {}
   void close() override {}
 
   MessageHandler receive;
@@ -61,6 +60,7 @@ class Stage {
     for (const char* key : {"192.168.1.31:50211", "192.168.1.32:61874", "192.168.1.47:49730"}) {
       socket_->receive("<<HELLO>>", key);
     }
+    scheduler_.runPending();
     const wire::AudioChunk chunk{};
     for (int i = 0; i < 250; ++i) deliver_(chunk);
     scheduler_.advance(5s);
@@ -78,8 +78,8 @@ class Stage {
   app::CompiledTable texts_{{"es"}};
   std::shared_ptr<StagedSocket> socket_ = std::make_shared<StagedSocket>();
   AudioCapture::ChunkHandler deliver_;
-  ContentView panel_{scheduler_, std::make_unique<UDPAudioServer>(scheduler_, parts()),
-                     [this](const QString& key) { return texts_.text(qUtf8Printable(key)); }};
+  ContentView panel_{std::make_unique<UDPAudioServer>(scheduler_, parts()),
+                     texts_.text("pairing_instructions")};
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 // and both languages, and of the server panel. Run it with QT_QPA_PLATFORM=offscreen;
 // QT_SCALE_FACTOR as wanted.
 
+#include "modes/cable_status.h"
 #include "panel_shots.h"
 #include "ui/appearance.h"
 #include "ui/qr_picture.h"
@@ -143,6 +144,21 @@ std::vector<Shot> shots() {
        }},
       {"cable-waiting",
        [](Stage& stage) { stage.show([](ScreenState& s) { s.page = Page::kCable; }); }},
+      {"cable-no-service",
+       [](Stage& stage) {
+         const CableState state{.service = usb::UsbService::kMissing,
+                                .remedy = {true, "sudo systemctl restart usbmuxd"}};
+         stage.views.usbSecondary2Label_->setText(cableText(state, stage.texts));
+         stage.show([](ScreenState& s) { s.page = Page::kCable; });
+       }},
+      {"cable-app-silent",
+       [](Stage& stage) {
+         stage.views.connectedLabel_->setText(stage.texts.tr("cable.app.silent"));
+         stage.show([](ScreenState& s) {
+           s.page = Page::kCable;
+           s.channelOpen = true;
+         });
+       }},
       {"cable-connected",
        [](Stage& stage) {
          stage.show([](ScreenState& s) {

@@ -78,9 +78,8 @@ std::expected<DatagramSocket::Received, std::error_code> DatagramSocket::receive
   const auto length = ::recvmsg(socket_.get(), &message, 0);
   if (length < 0) return std::unexpected(lastError());
 
-  Received received{.length = static_cast<std::size_t>(length),
-                    .source = wire::Endpoint::of(source),
-                    .local = 0};
+  Received received{
+      .length = static_cast<std::size_t>(length), .source = wire::Endpoint::of(source), .local = 0};
   for (auto* entry = CMSG_FIRSTHDR(&message); entry != nullptr;
        entry = CMSG_NXTHDR(&message, entry)) {
     if (entry->cmsg_level != IPPROTO_IP || entry->cmsg_type != IP_PKTINFO) continue;

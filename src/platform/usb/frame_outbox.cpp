@@ -12,8 +12,9 @@ void FrameOutbox::appendLive(std::uint32_t type, std::uint32_t tag,
     dropOldestLive();
     ++liveDropped_;
   }
-  auto& slot = (*live_)[(liveHead_ + liveCount_) % kMaxLive];
-  const auto header = encodeFrameHeader({type, tag, static_cast<std::uint32_t>(payload.size())});
+  auto& slot = live_[(liveHead_ + liveCount_) % kMaxLive];
+  const auto header =
+      wire::encodeFrameHeader({type, tag, static_cast<std::uint32_t>(payload.size())});
   std::ranges::copy(payload, std::ranges::copy(header, slot.bytes.begin()).out);
   slot.size = header.size() + payload.size();
   ++liveCount_;
@@ -24,48 +25,57 @@ void FrameOutbox::dropOldestLive() {
   --liveCount_;
 }
 
-bool FrameOutbox::appendReliable(Id id, std::vector<std::byte> frame) {
-  if (reliableBytes_ > 0 && reliableBytes_ + frame.size() > kMaxReliableBytes) return false;
-  reliableBytes_ += frame.size();
-  reliable_.push_back({id, std::move(frame)});
-  return true;
+bool FrameOutbox::hasRoomFor(const Reliable& frame) const {
+  return reliableBytes_ == 0 || reliableBytes_ + frame.frame.size() <= kMaxReliableBytes;
+}
+
+void FrameOutbox::appendReliable(Reliable frame) {
+  reliableBytes_ += frame.frame.size();
+  reliable_.push_back(std::move(frame));
+}
+
+std::vector<FrameOutbox::Written> FrameOutbox::takeReliable() {
+  std::vector<Written> callbacks;
+  for (auto& frame : reliable_) callbacks.push_back(std::move(frame.written));
+  reliable_.clear();
+  return callbacks;
 }
 
 std::span<const std::byte> FrameOutbox::next() const {
-  if (begunWritten_ < begun_->size) return begun_->contents().subspan(begunWritten_);
+  if (begunWritten_ < begun_.size) return begun_.contents().subspan(begunWritten_);
   if (!reliable_.empty()) {
     return std::span<const std::byte>(reliable_.front().frame).subspan(reliableWritten_);
   }
-  if (liveCount_ > 0) return (*live_)[liveHead_].contents();
+  if (liveCount_ > 0) return live_[liveHead_].contents();
   return {};
 }
 
-std::optional<FrameOutbox::Id> FrameOutbox::written(std::size_t count) {
+FrameOutbox::Written FrameOutbox::written(std::size_t count) {
   assert(count <= next().size());
-  if (count == 0) return std::nullopt;
+  if (count == 0) return {};
 
-  if (begunWritten_ < begun_->size) {
+  if (begunWritten_ < begun_.size) {
     begunWritten_ += count;
-    return std::nullopt;
+    return {};
   }
   if (!reliable_.empty()) {
     auto& first = reliable_.front();
     reliableWritten_ += count;
-    if (reliableWritten_ < first.frame.size()) return std::nullopt;
-    const auto id = first.id;
+    if (reliableWritten_ < first.frame.size()) return {};
+    auto written = std::move(first.written);
     reliableBytes_ -= first.frame.size();
     reliableWritten_ = 0;
     reliable_.pop_front();
-    return id;
+    return written;
   }
-  const auto& slot = (*live_)[liveHead_];
+  const auto& slot = live_[liveHead_];
   if (count < slot.size) {
-    std::ranges::copy(slot.contents(), begun_->bytes.begin());
-    begun_->size = slot.size;
+    std::ranges::copy(slot.contents(), begun_.bytes.begin());
+    begun_.size = slot.size;
     begunWritten_ = count;
   }
   dropOldestLive();
-  return std::nullopt;
+  return {};
 }
 
 }  // namespace quorin::usb

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "platform/usb/frame.h"
+#include "wire/frame.h"
 
 #include <array>
 #include <cstdint>
 #include <deque>
-#include <memory>
-#include <optional>
+#include <functional>
 #include <span>
+#include <system_error>
 #include <vector>
 
 namespace quorin::usb {
@@ -22,53 +22,55 @@ namespace quorin::usb {
 ///   nothing.
 class FrameOutbox {
  public:
-  using Id = std::uint64_t;
+  using Written = std::move_only_function<void(std::error_code)>;
+  struct Reliable {
+    std::vector<std::byte> frame;  ///< whole
+    Written written;               ///< not empty
+  };
 
   /// 200 ms of 20 ms chunks.
   static constexpr std::size_t kMaxLive = 10;
   static constexpr std::size_t kMaxLivePayload = 4096;
-  /// A peer that reads nothing must not cost more memory than this; reached only by somebody who
-  /// keeps on sending texts.
+  /// A peer that reads nothing must not cost more memory than this.
   static constexpr std::size_t kMaxReliableBytes = 1U << 20U;
 
   /// `payload` at most `kMaxLivePayload`.
   void appendLive(std::uint32_t type, std::uint32_t tag, std::span<const std::byte> payload);
 
-  /// `frame` is a whole frame. False when too many bytes wait already: the frame is not taken.
-  [[nodiscard]] bool appendReliable(Id id, std::vector<std::byte> frame);
+  /// False when too many bytes wait already; one frame always fits.
+  bool hasRoomFor(const Reliable& frame) const;
+  void appendReliable(Reliable frame);
 
   /// What goes next: the rest of one frame, empty when nothing waits. Valid until the next call.
   std::span<const std::byte> next() const;
 
-  /// The first `count` bytes of `next` are written. Returns the reliable frame this completed.
-  std::optional<Id> written(std::size_t count);
+  /// The first `count` bytes of `next` are written. Returns the callback of the reliable frame this
+  /// completed, else none.
+  Written written(std::size_t count);
 
-  std::size_t liveWaiting() const { return liveCount_; }
+  /// Takes the callbacks of all reliable frames that wait.
+  std::vector<Written> takeReliable();
+
   std::uint64_t liveDropped() const { return liveDropped_; }
 
  private:
-  static constexpr std::size_t kSlotBytes = kFrameHeaderBytes + kMaxLivePayload;
+  static constexpr std::size_t kSlotBytes = wire::kFrameHeaderBytes + kMaxLivePayload;
   struct Slot {
     std::size_t size = 0;
     std::array<std::byte, kSlotBytes> bytes;
     std::span<const std::byte> contents() const { return std::span(bytes).first(size); }
   };
-  struct Reliable {
-    Id id;
-    std::vector<std::byte> frame;
-  };
 
   void dropOldestLive();
 
   /// Live frames, oldest first: a ring, so that the memory stays where it is.
-  std::unique_ptr<std::array<Slot, kMaxLive>> live_ =
-      std::make_unique<std::array<Slot, kMaxLive>>();
+  std::array<Slot, kMaxLive> live_;
   std::size_t liveHead_ = 0;
   std::size_t liveCount_ = 0;
   std::uint64_t liveDropped_ = 0;
 
   /// The live frame that is being written lies here, out of reach of dropping.
-  std::unique_ptr<Slot> begun_ = std::make_unique<Slot>();
+  Slot begun_;
   std::size_t begunWritten_ = 0;
 
   std::deque<Reliable> reliable_;

@@ -8,21 +8,16 @@
 
 namespace quorin::usb {
 
-FrameSender::FrameSender(Queues queues, std::shared_ptr<const posix::FileDescriptor> socket,
-                         std::weak_ptr<FrameSenderOwner> owner)
-    : queues_(queues), socket_(std::move(socket)), owner_(std::move(owner)) {}
-
 std::expected<std::shared_ptr<FrameSender>, std::error_code> FrameSender::make(
-    Queues queues, std::shared_ptr<const posix::FileDescriptor> socket,
-    std::weak_ptr<FrameSenderOwner> owner) {
-  auto sender = std::make_shared<FrameSender>(queues, socket, std::move(owner));
-  auto room = WritableSource::make(queues.send, std::move(socket),
-                                   [weak = std::weak_ptr<FrameSender>(sender)] {
-                                     if (const auto self = weak.lock()) {
-                                       self->waitsForRoom_ = false;
-                                       self->flush();
-                                     }
-                                   });
+    ChannelQueues queues, std::shared_ptr<const posix::FileDescriptor> socket, Written didFail) {
+  const std::shared_ptr<FrameSender> sender(new FrameSender(queues, socket, std::move(didFail)));
+  auto room =
+      WritableSource::make(queues.send, std::move(socket), [weak = sender->weak_from_this()] {
+        if (const auto self = weak.lock()) {
+          self->waitsForRoom_ = false;
+          self->flush();
+        }
+      });
   if (!room) return std::unexpected(room.error());
   sender->room_ = std::move(*room);
   return sender;
@@ -36,19 +31,22 @@ void FrameSender::send(std::uint32_t type, std::uint32_t tag, std::span<const st
   flush();
 }
 
-void FrameSender::post(FrameOutbox::Id id, std::vector<std::byte> frame) {
-  queues_.send.async([self = shared_from_this(), id, frame = std::move(frame)]() mutable {
-    self->appendReliable(id, std::move(frame));
-  });
+void FrameSender::post(std::vector<std::byte> frame, Written written) {
+  queues_.send.async(
+      [self = shared_from_this(),
+       reliable = FrameOutbox::Reliable{std::move(frame), std::move(written)}]() mutable {
+        self->append(std::move(reliable));
+      });
 }
 
-void FrameSender::appendReliable(FrameOutbox::Id id, std::vector<std::byte> frame) {
+void FrameSender::append(FrameOutbox::Reliable frame) {
   if (failure_) {
-    report(id, failure_);
-  } else if (outbox_.appendReliable(id, std::move(frame))) {
+    report(std::move(frame.written), failure_);
+  } else if (outbox_.hasRoomFor(frame)) {
+    outbox_.appendReliable(std::move(frame));
     flush();
   } else {
-    report(id, std::make_error_code(std::errc::no_buffer_space));
+    report(std::move(frame.written), std::make_error_code(std::errc::no_buffer_space));
   }
 }
 
@@ -60,7 +58,9 @@ void FrameSender::flush() {
     const auto count =
         ::send(socket_->get(), part.data(), part.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (count >= 0) {
-      if (const auto id = outbox_.written(static_cast<std::size_t>(count))) report(*id, {});
+      if (auto written = outbox_.written(static_cast<std::size_t>(count))) {
+        report(std::move(written), {});
+      }
     } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
       waitsForRoom_ = true;
       room_->arm();
@@ -71,17 +71,14 @@ void FrameSender::flush() {
   }
 }
 
-void FrameSender::report(FrameOutbox::Id id, std::error_code error) {
-  queues_.main.async([owner = owner_, id, error] {
-    if (const auto listening = owner.lock()) listening->frameWasWritten(id, error);
-  });
+void FrameSender::report(Written written, std::error_code error) {
+  queues_.main.async([written = std::move(written), error]() mutable { written(error); });
 }
 
 void FrameSender::fail(std::error_code error) {
   failure_ = error;
-  queues_.main.async([owner = owner_, error] {
-    if (const auto listening = owner.lock()) listening->writingFailed(error);
-  });
+  for (auto& written : outbox_.takeReliable()) report(std::move(written), error);
+  report(std::move(didFail_), error);
 }
 
 }  // namespace quorin::usb

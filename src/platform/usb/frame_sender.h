@@ -2,7 +2,6 @@
 
 #include "core/queue.h"
 #include "platform/posix/file_descriptor.h"
-#include "platform/usb/channel.h"
 #include "platform/usb/frame_outbox.h"
 #include "platform/usb/writable_source.h"
 
@@ -16,48 +15,47 @@
 
 namespace quorin::usb {
 
-/// Hears on the main queue what became of the frames.
-class FrameSenderOwner {
- public:
-  virtual ~FrameSenderOwner() = default;
-  virtual void frameWasWritten(FrameOutbox::Id id, std::error_code error) = 0;
-  /// Nothing is written any more.
-  virtual void writingFailed(std::error_code error) = 0;
+/// `send` is the queue that paces audio.
+struct ChannelQueues {
+  dispatch::Queue& send;
+  dispatch::Queue& main;
 };
 
 /// The writing half of a channel, confined to the send queue: writes what the outbox gives as
-/// far as the socket takes it, and goes on when there is room again. Ends by itself once the
-/// socket is shut down.
-class FrameSender : public LiveFrameSender, public std::enable_shared_from_this<FrameSender> {
+/// far as the socket takes it, and goes on when there is room again. May be kept, and used in
+/// vain, after its channel has ended.
+class FrameSender : public std::enable_shared_from_this<FrameSender> {
  public:
-  struct Queues {
-    dispatch::Queue& send;
-    dispatch::Queue& main;
-  };
+  using Written = FrameOutbox::Written;
 
-  /// `socket` is a non-blocking stream socket. An error when the system has no descriptor left.
+  /// `socket` is a non-blocking stream socket. `didFail` runs once, on the main queue, when nothing
+  /// can be written any more. An error when the system has no descriptor left.
   static std::expected<std::shared_ptr<FrameSender>, std::error_code> make(
-      Queues queues, std::shared_ptr<const posix::FileDescriptor> socket,
-      std::weak_ptr<FrameSenderOwner> owner);
+      ChannelQueues queues, std::shared_ptr<const posix::FileDescriptor> socket, Written didFail);
 
-  FrameSender(Queues queues, std::shared_ptr<const posix::FileDescriptor> socket,
-              std::weak_ptr<FrameSenderOwner> owner);
+  /// Sends a live frame: beyond 200 ms of backlog the oldest are dropped. Send queue; never waits,
+  /// allocates nothing. `payload` at most `FrameOutbox::kMaxLivePayload`, copied.
+  void send(std::uint32_t type, std::uint32_t tag, std::span<const std::byte> payload);
 
-  void send(std::uint32_t type, std::uint32_t tag, std::span<const std::byte> payload) override;
-  std::uint64_t dropped() const override { return dropped_.load(std::memory_order_relaxed); }
+  /// Live frames dropped since the channel opened. Any thread.
+  std::uint64_t dropped() const { return dropped_.load(std::memory_order_relaxed); }
 
-  /// Any thread: the frame goes to the send queue. The owner hears of it by `id`.
-  void post(FrameOutbox::Id id, std::vector<std::byte> frame);
+  /// Main queue: the whole frame goes to the send queue. `written` runs on the main queue.
+  void post(std::vector<std::byte> frame, Written written);
 
  private:
-  void appendReliable(FrameOutbox::Id id, std::vector<std::byte> frame);
+  FrameSender(ChannelQueues queues, std::shared_ptr<const posix::FileDescriptor> socket,
+              Written didFail)
+      : queues_(queues), socket_(std::move(socket)), didFail_(std::move(didFail)) {}
+
+  void append(FrameOutbox::Reliable frame);
   void flush();
-  void report(FrameOutbox::Id id, std::error_code error);
+  void report(Written written, std::error_code error);
   void fail(std::error_code error);
 
-  Queues queues_;
+  ChannelQueues queues_;
   std::shared_ptr<const posix::FileDescriptor> socket_;
-  std::weak_ptr<FrameSenderOwner> owner_;  ///< looked at on the main queue only
+  Written didFail_;
   FrameOutbox outbox_;
   std::unique_ptr<WritableSource> room_;
   bool waitsForRoom_ = false;

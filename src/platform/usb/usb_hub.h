@@ -2,10 +2,13 @@
 
 #include "core/scheduler.h"
 #include "platform/posix/file_descriptor.h"
+#include "platform/usb/usb_service_request.h"
 
+#include <chrono>
 #include <cstdint>
 #include <expected>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <system_error>
@@ -16,56 +19,76 @@ namespace quorin::usb {
 /// the service restarts.
 using DeviceID = std::uint32_t;
 
-struct USBDevice {
-  DeviceID number = 0;
-  std::string serialNumber;  ///< of the device itself; the same each time it is plugged in
-  std::uint32_t productID = 0;
-
-  friend bool operator==(const USBDevice&, const USBDevice&) = default;
+/// The USB multiplexing service, as its last answer or the lack of one shows it.
+enum class UsbService {
+  kUnknown,  ///< not asked yet
+  kRunning,  ///< answers
+  kMissing,  ///< nothing listens on its socket
+  kFailing,  ///< keeps this user out, hangs up, does not answer or makes no sense
 };
 
-/// Both run on the main queue; neither may be empty.
+/// None may be empty.
 struct PTUSBHubEvents {
-  std::move_only_function<void(const USBDevice&)> didAttach;
+  std::move_only_function<void(DeviceID)> didAttach;
   std::move_only_function<void(DeviceID)> didDetach;
+  std::move_only_function<void()> serviceDidChange;
 };
 
-/// The devices plugged in by USB, through the system's USB multiplexing service, and TCP
-/// connections to them. All operations and callbacks on the main queue.
+/// The devices plugged in by USB, through the system's USB multiplexing service (usbmuxd), and
+/// TCP connections to them. All operations and callbacks on the main queue; nothing blocks.
 ///
-/// The service may be missing at first, end and come back: its end detaches every device, and
-/// its return attaches those that are plugged in then.
+/// The service may be missing at first, end and come back: its end detaches every device, and its
+/// return attaches those that are plugged in then. A missing socket is looked for each second; a
+/// service that fails is left alone for longer each time, up to 10 s. Devices that are known over
+/// the network only are left out.
 class PTUSBHub {
  public:
+  static constexpr std::chrono::seconds kFirstRetry{1};
+  static constexpr std::chrono::seconds kLastRetry{10};
+  /// More than any machine has; what else is announced is left out.
+  static constexpr std::size_t kMaxDevices = 32;
+
+  /// Gives a non-blocking socket, or an error of `usbHubCategory`.
   using ConnectCallback =
       std::move_only_function<void(std::expected<posix::FileDescriptor, std::error_code>)>;
+  /// An operation that is under way: dropping it cancels it, and its callback does not run.
+  using Operation = std::shared_ptr<UsbServiceRequest>;
 
-  virtual ~PTUSBHub() = default;
+  explicit PTUSBHub(dispatch::Queue& main) : main_(main) {}
   PTUSBHub(const PTUSBHub&) = delete;
   PTUSBHub& operator=(const PTUSBHub&) = delete;
 
   /// Each device attaches once and detaches once; those already plugged in attach soon after.
-  /// Once per hub, until `stopListening`.
-  virtual void startListening(PTUSBHubEvents events) = 0;
-  virtual void stopListening() = 0;
+  /// Once per hub.
+  void startListening(PTUSBHubEvents events);
 
-  /// Opens a connection to a TCP port of the device and gives a non-blocking socket, or an error
-  /// of `usbHubCategory`. Always answers later, and not at all once the hub is destroyed.
-  virtual void connect(DeviceID device, std::uint16_t port, ConnectCallback callback) = 0;
+  UsbService service() const { return service_; }
 
- protected:
-  PTUSBHub() = default;
+  /// Opens a connection to a TCP port of the device.
+  [[nodiscard]] Operation connect(DeviceID device, std::uint16_t port, ConnectCallback callback);
+
+  /// Whether this computer and the device are paired; true as well when the service cannot say.
+  [[nodiscard]] Operation askPairing(DeviceID device,
+                                     std::move_only_function<void(bool paired)> callback);
+
+ private:
+  void listen();
+  void didReceive(plist_t message);
+  void attach(DeviceID device, plist_t properties);
+  void detach(DeviceID device);
+  void lose(std::error_code error);
+  void setService(UsbService service);
+
+  dispatch::Queue& main_;
+  PTUSBHubEvents events_;
+  UsbService service_ = UsbService::kUnknown;
+  std::map<DeviceID, std::string> devices_;  ///< with what the service calls each
+  Operation listening_;
+  std::unique_ptr<dispatch::Timer> retry_;
+  std::chrono::seconds retryDelay_ = kFirstRetry;
 };
 
 /// "PTUSBHubErrorDomain": errno values, worded for a connection through the service.
 const std::error_category& usbHubCategory();
-
-/// The hub over usbmuxd. Honours USBMUXD_SOCKET_ADDRESS. Destroying it may wait for a connection
-/// attempt that is under way, which the service must answer within 5 s. Destroy it on the main
-/// queue, before the scheduler.
-std::unique_ptr<PTUSBHub> makeUsbmuxdHub(dispatch::Scheduler& scheduler);
-
-/// Whether the USB service answers now. Any thread; asks it, and waits for the answer.
-bool usbServiceAnswers();
 
 }  // namespace quorin::usb

@@ -24,15 +24,9 @@ class WritableSource {
   void arm();
 
  private:
-  /// Also held by a handler that runs while the source is destroyed.
-  struct Descriptors {
-    posix::FileDescriptor epoll;
-    std::shared_ptr<const posix::FileDescriptor> socket;
-  };
-  explicit WritableSource(std::shared_ptr<const Descriptors> descriptors)
-      : descriptors_(std::move(descriptors)) {}
-
-  std::shared_ptr<const Descriptors> descriptors_;
+  // Also held by a handler that runs while the source is destroyed.
+  std::shared_ptr<const posix::FileDescriptor> epoll_;
+  std::shared_ptr<const posix::FileDescriptor> socket_;
   std::unique_ptr<dispatch::ReadSource> source_;
 };
 

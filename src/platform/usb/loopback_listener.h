@@ -1,0 +1,11 @@
+#pragma once
+
+#include <cstdint>
+
+namespace quorin::usb {
+
+/// Whether all that listens on this TCP port of 127.0.0.1 belongs to this user or to root, and
+/// something does. Some milliseconds; false where the system does not say.
+bool loopbackListenerIsTrusted(std::uint16_t port);
+
+}  // namespace quorin::usb

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+namespace quorin::usb {
+
+/// What brings the USB multiplexing service to this system.
+struct UsbServiceRemedy {
+  bool installed = false;
+  std::string command;  ///< starts the service where it is installed, else installs it
+
+  friend bool operator==(const UsbServiceRemedy&, const UsbServiceRemedy&) = default;
+};
+UsbServiceRemedy usbServiceRemedy();
+
+}  // namespace quorin::usb

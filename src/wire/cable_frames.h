@@ -1,0 +1,45 @@
+#pragma once
+
+#include "wire/frame.h"
+
+#include <cstdint>
+#include <expected>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// The frames that the computer and the phone's app exchange (see `wire/frame.h` for the
+/// header around them).
+namespace quorin::wire {
+
+/// Both on the phone and, for a phone simulated on this machine, on 127.0.0.1.
+inline constexpr std::uint16_t kCablePort = 2345;
+
+enum class CableFrame : std::uint32_t {
+  kEndOfStream = 0,          ///< the channel's own; accepted, means nothing here
+  kDeviceInformation = 100,  ///< phone to computer: a property list, one dictionary
+  kText = 101,               ///< both ways: see below; tag 0 from the computer
+  kPing = 102,               ///< computer to phone: a fresh tag, no payload
+  kPong = 103,               ///< phone to computer: the ping's tag, payload ignored
+  kAudio = 104,              ///< computer to phone: tag 0, one audio chunk of 3528 bytes
+};
+
+/// True for the types above: any other ends the channel.
+bool isKnownCableFrame(std::uint32_t type);
+
+enum class TextError {
+  kTooShort,        ///< no room for the length
+  kLengthTooLarge,  ///< the text would reach past the payload
+  kNotUtf8,
+};
+std::string describe(TextError error);
+
+/// The payload of a text frame; what follows the text is ignored on receipt.
+///
+///     0                  4                    4 + length
+///     | length, big-e.   | text, UTF-8, no terminator |
+std::vector<std::byte> encodeText(std::string_view text);
+std::expected<std::string_view, TextError> decodeText(std::span<const std::byte> payload);
+
+}  // namespace quorin::wire

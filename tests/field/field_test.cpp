@@ -1,0 +1,167 @@
+#include "field/field.h"
+
+#include "wire/control_message.h"
+
+#include <gmock/gmock.h>
+
+#include <QCoreApplication>
+#include <cstdio>
+#include <fstream>
+
+namespace quorin::field {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+/// The computer is 10.11.0.2 on eth0; the phones' end of that wire has 10.11.0.101 to .110.
+class Field : public ::testing::Test {
+ protected:
+  Field() {
+    phones_.wireTo("eth0", "phone0");
+    ip("address add 10.11.0.2/24 dev eth0");
+    ip("route add default via 10.11.0.101");
+    for (int i = 0; i < 10; ++i) phones_.ip("address add " + address(i) + "/24 dev phone0");
+  }
+  ~Field() override { ip("link del eth0"); }
+
+  static std::string address(int phone) { return "10.11.0." + std::to_string(101 + phone); }
+
+  /// A counter of the phones' network: "NoPorts" are datagrams to a port that nobody has.
+  unsigned long datagramsToClosedPorts() const {
+    unsigned long result = 0;
+    phones_.run([&] {
+      std::ifstream table("/proc/thread-self/net/snmp");
+      for (std::string word; table >> word;) {
+        if (word == "Udp:" && table >> word && word != "InDatagrams") table >> result;
+      }
+    });
+    return result;
+  }
+
+  Place phones_;
+};
+
+TEST_F(Field, NinePhonesThatVanishCostTheTenthNothing) {
+  Computer computer;
+  for (int i = 0; i < 10; ++i) computer.newClient(phones_, address(i));
+  for (int i = 1; i < 10; ++i) phones_.ip("address del " + address(i) + "/24 dev phone0");
+  ip("neighbour flush all");
+
+  auto& live = *computer.phones.front();
+  live.arrivals.clear();
+  for (int second = 0; second < 6; ++second) {
+    live.says("<<PING>>");
+    computer.runFor(1s);
+  }
+  computer.runFor(50ms);
+  EXPECT_GE(live.heardWithin(6s), 299U) << "of 300";
+  EXPECT_EQ(computer.server().clientCount(), 10U) << "the others were tried all the time";
+}
+
+TEST_F(Field, TheAddressThatWasAskedAnswersWhateverTheRoutesPrefer) {
+  phones_.wireTo("wlan0", "phone1");
+  ip("address add 10.11.0.3/24 dev wlan0");  // the route through eth0 is the older one
+  Computer computer;
+  for (const std::string asked : {"10.11.0.3", "10.11.0.2"}) {
+    auto& phone = computer.newClient(phones_, address(0), asked);
+    phone.says("<<PING>>");
+    EXPECT_TRUE(computer.until([&] { return phone.messages.size() == 3; }));
+    EXPECT_THAT(phone.messages, ElementsAre(wire::kReady, wire::kFormat, wire::kPong)) << asked;
+  }
+  auto& stranger = computer.newPhone(phones_, address(1), "10.11.0.3");
+  stranger.says("<<PING>>");
+  EXPECT_TRUE(computer.until([&] { return !stranger.messages.empty(); })) << "not a client";
+  ip("link del wlan0");
+}
+
+TEST_F(Field, SoundTravelsAsVoice) {
+  Computer computer;
+  EXPECT_EQ(computer.newClient(phones_, address(0)).trafficClass, 0xB8) << "DSCP EF";
+}
+
+TEST_F(Field, ForgedSourcesAreIgnored) {
+  Computer computer;
+  const auto server = *wire::Endpoint::parse("10.11.0.2:9000");
+  const auto isIgnored = [&](const char* source, bool fromTheComputerItself) {
+    const auto before = computer.server().ignoredDatagrams();
+    const auto send = [&] { sendForged(*wire::Endpoint::parse(source), server, "<<HELLO>>"); };
+    fromTheComputerItself ? send() : phones_.run(send);
+    return computer.until([&] { return computer.server().ignoredDatagrams() > before; }, 1s);
+  };
+  EXPECT_TRUE(isIgnored("8.8.8.8:53", false));
+  EXPECT_TRUE(isIgnored("10.11.0.101:0", false));
+  EXPECT_TRUE(isIgnored("10.11.0.255:4000", false));
+  EXPECT_TRUE(isIgnored("10.11.0.2:9000", true)) << "its own address and port";
+  EXPECT_TRUE(isIgnored("127.0.0.1:53", true)) << "a service of its own";
+  EXPECT_TRUE(computer.server().clients().empty());
+}
+
+TEST_F(Field, AClosedPortEndsTheStreamWithItsFirstAnswer) {
+  Computer computer;
+  const auto victim = *wire::Endpoint::parse("10.11.0.105:5555");
+  const auto says = [&](std::string_view text) {
+    phones_.run([&] { sendForged(victim, {0x0A0B0002, Computer::kPort}, text); });
+  };
+  says("<<HELLO>>");
+  computer.runFor(200ms);
+  EXPECT_EQ(computer.server().clientCount(), 0U);
+  EXPECT_LE(datagramsToClosedPorts(), 4U) << "READY, the format line, and no stream";
+  for (int i = 0; i < 5; ++i) says("<<PING>>");
+  computer.runFor(100ms);
+  EXPECT_EQ(computer.server().clientCount(), 0U);
+
+  auto& phone = computer.newClient(phones_, address(0));
+  phone.closes();
+  EXPECT_TRUE(computer.until([&] { return computer.server().clientCount() == 0; }));
+}
+
+TEST_F(Field, AnAddressThatIsGoneForAMomentCostsNoClient) {
+  Computer computer;
+  auto& phone = computer.newClient(phones_, address(0));
+  ip("address del 10.11.0.2/24 dev eth0");
+  computer.runFor(100ms);
+  ip("address add 10.11.0.2/24 dev eth0");
+  const auto before = phone.arrivals.size();
+  EXPECT_TRUE(computer.until([&] { return phone.arrivals.size() > before + 25; }));
+
+  ip("address del 10.11.0.2/24 dev eth0");
+  EXPECT_TRUE(computer.until([&] { return !computer.news.empty(); }));
+  ip("address add 10.11.0.2/24 dev eth0");
+  EXPECT_TRUE(computer.until([&] { return computer.news.back() != "lost"; }));
+  EXPECT_EQ(computer.news.back(), "back 10.11.0.2");
+}
+
+TEST_F(Field, ACableThatIsPluggedInDisturbsNobody) {
+  ip("link set eth0 down");
+  ip("link set eth0 name wlan0");
+  ip("link set wlan0 up");
+  Computer computer;
+  ASSERT_TRUE(computer.until([&] { return computer.watch().address().has_value(); }));
+  computer.news.clear();
+  auto& phone = computer.newClient(phones_, address(0));
+  const auto begin = phone.arrivals.size();
+  phones_.wireTo("eth0", "phone1");
+  ip("address add 10.22.0.2/24 dev eth0");
+  ip("route add default dev eth0");
+  computer.runFor(2500ms);
+  EXPECT_THAT(computer.news, IsEmpty());
+  EXPECT_EQ(computer.watch().networks().candidates.front().address, "10.22.0.2");
+  EXPECT_EQ(computer.watch().address(), "10.11.0.2");
+  EXPECT_GE(phone.arrivals.size(), begin + 123);
+  ip("link del wlan0");
+}
+
+}  // namespace
+}  // namespace quorin::field
+
+int main(int argc, char** argv) {
+  testing::InitGoogleMock(&argc, argv);
+  if (!quorin::field::enterField()) {
+    std::puts("skipped: networks of its own need root, or user namespaces");
+    return 77;  // what CTest takes for skipped
+  }
+  const QCoreApplication application(argc, argv);
+  return RUN_ALL_TESTS();
+}

@@ -1,0 +1,70 @@
+#include "modes/cable_status.h"
+
+#include <gtest/gtest.h>
+
+#include <QStringList>
+
+namespace quorin::app {
+namespace {
+
+using usb::PhoneAnswer;
+using usb::UsbService;
+
+TEST(CableStatus, SaysWhatIsKnownAndWhatToDo) {
+  const usb::UsbServiceRemedy install{.command = "sudo apt install usbmuxd"};
+  const usb::UsbServiceRemedy restart{.installed = true, .command = "sudo usbmuxd"};
+  const CableState found{.service = UsbService::kRunning, .phones = 1};
+  const auto with = [&](auto change) {
+    auto state = found;
+    change(state);
+    return state;
+  };
+  const struct {
+    const char* name;
+    CableState state;
+    const char* english;
+    const char* spanish;
+  } cases[] = {
+      {"not asked yet", {}, "Waiting for a connection…", "Esperando conexión…"},
+      {"not installed",
+       {.service = UsbService::kMissing, .remedy = install},
+       "Install it with:\nsudo apt install usbmuxd",
+       "Instálalo con:\nsudo apt install usbmuxd"},
+      {"stopped",
+       {.service = UsbService::kMissing, .remedy = restart},
+       "start it with:\nsudo usbmuxd",
+       "inícialo con:\nsudo usbmuxd"},
+      {"not permitted",
+       {.service = UsbService::kFailing, .remedy = restart},
+       "start it with:\nsudo usbmuxd",
+       "inícialo con:\nsudo usbmuxd"},
+      {"no phone", {.service = UsbService::kRunning}, "carries data", "transmita datos"},
+      {"being tried", found, "Waiting for a connection…", "Esperando conexión…"},
+      {"not trusted", with([](auto& s) { s.answer = PhoneAnswer::kLocked; }), "“Trust”",
+       "«Confiar»"},
+      {"app closed", with([](auto& s) {
+         s.answer = PhoneAnswer::kNoListener;
+         s.phoneName = "Ana";
+       }),
+       "Ana: Open the app", "Ana: Abre la app"},
+      {"connected", with([](auto& s) { s.connected = true; }), "iPhone connected",
+       "iPhone conectado"},
+      {"the app sleeps", with([](auto& s) {
+         s.connected = true;
+         s.appAnswers = false;
+       }),
+       "The app does not answer: wake it up", "La app no responde: despiértala"},
+  };
+  for (const QString language : {"en", "es"}) {
+    const CompiledTable table({language});
+    const Texts texts(table, {language});
+    for (const auto& row : cases) {
+      const auto text = cableText(row.state, texts);
+      EXPECT_TRUE(text.contains(language == "en" ? row.english : row.spanish))
+          << row.name << ": " << text.toStdString();
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quorin::app

@@ -1,0 +1,115 @@
+#include "panel/content_view.h"
+#include "panel/panel_fixture.h"
+#include "panel/rows.h"
+#include "support/code_photo.h"
+
+#include <gmock/gmock.h>
+
+#include <QPushButton>
+#include <QTest>
+#include <string>
+#include <vector>
+
+namespace quorin::panel {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+/// The panel on the offscreen platform, 560 x 860.
+class PanelViewsTest : public PanelServerTest {
+ protected:
+  PanelViewsTest() {
+    panel_.resize(panel_.sizeHint());
+    panel_.show();
+    settle();
+  }
+
+  void settle() {
+    scheduler_.runPending();
+    QApplication::processEvents();
+  }
+  void clickButton() {
+    QTest::mouseClick(button(), Qt::LeftButton);
+    settle();
+  }
+  QPushButton* button() { return panel_.findChild<QPushButton*>(); }
+  /// What a screen reader says of the visible widgets of a kind, from top to bottom.
+  template <typename Widget>
+  std::vector<std::string> said() {
+    std::vector<std::string> names;
+    for (auto* child : panel_.findChildren<QWidget*>()) {
+      if (dynamic_cast<Widget*>(child) != nullptr && child->isVisible()) {
+        names.push_back(child->accessibleName().toStdString());
+      }
+    }
+    return names;
+  }
+  std::vector<std::string> texts() {
+    std::vector<std::string> result;
+    for (const auto* label : panel_.findChildren<QLabel*>()) {
+      if (label->isVisible()) result.push_back(label->text().toStdString());
+    }
+    return result;
+  }
+
+  ContentView panel_{std::move(server_), "Scan the code"};
+};
+
+TEST_F(PanelViewsTest, FollowsItsServerFromStopToStop) {
+  EXPECT_EQ(button()->accessibleName(), "Iniciar Servidor");
+  EXPECT_THAT(texts(), ::testing::IsSupersetOf({"Detenido", "Servidor detenido"}));
+  EXPECT_THAT(said<TitledBox>(), IsEmpty());
+
+  startFailure_ = SocketError{-2, "No se pudo hacer bind", std::errc::address_in_use};
+  clickButton();
+  EXPECT_THAT(texts(), Contains(HasSubstr("El puerto 9000 está ocupado")));
+  startFailure_.reset();
+
+  clickButton();
+  EXPECT_EQ(button()->accessibleName(), "Detener Servidor");
+  EXPECT_THAT(texts(), ::testing::IsSupersetOf({"Activo", "Scan the code"}));
+  EXPECT_THAT(texts(), Not(Contains("Servidor detenido")));
+  const std::string information = "Información del Servidor";
+  const std::string capture = "Captura de Audio";
+  const auto withCode =
+      ElementsAre(information, "Estadísticas", "📱 Código QR para Conectar", capture);
+  EXPECT_THAT(said<TitledBox>(), withCode);
+  EXPECT_THAT(test::codesOn(panel_), ElementsAre("192.168.1.20:9000"));
+
+  clientSays(1, "<<HELLO>>");
+  EXPECT_THAT(said<TitledBox>(),
+              ElementsAre(information, "Estadísticas", "Clientes Conectados", capture));
+  clientSays(1, "<<STOP>>");
+  EXPECT_THAT(said<TitledBox>(), withCode);
+
+  clickButton();
+  EXPECT_EQ(button()->accessibleName(), "Iniciar Servidor");
+  EXPECT_THAT(texts(), Contains("Servidor detenido"));
+  EXPECT_THAT(texts(), Not(Contains(HasSubstr("ocupado"))));
+}
+
+TEST_F(PanelViewsTest, ListsAHundredClientsAndCountsTheOthers) {
+  clickButton();
+  for (int port : {1, 2, 3}) clientSays(port, "<<HELLO>>");
+  deliver(250);
+  scheduler_.advance(5s);
+  settle();
+  EXPECT_THAT(said<ClientRow>(), ElementsAre("10.0.0.1:1", "10.0.0.1:2", "10.0.0.1:3"));
+  EXPECT_THAT(said<ValueRow>(),
+              ::testing::IsSupersetOf({"IP Local 192.168.1.20", "Puerto 9000", "Clientes 3",
+                                       "Paquetes/seg 50.0 pkt/s", "Velocidad 1378.1 Kbps"}));
+  clientSays(2, "<<STOP>>");
+  EXPECT_THAT(said<ClientRow>(), ElementsAre("10.0.0.1:1", "10.0.0.1:3"));
+  for (int port = 10'001; port <= 12'000; ++port) socket_->receive("<<HELLO>>", keyOf(port));
+  settle();
+  EXPECT_EQ(said<ClientRow>().size(), 100U);
+  EXPECT_THAT(texts(), Contains("… y 1902 más"));
+}
+
+}  // namespace
+}  // namespace quorin::panel

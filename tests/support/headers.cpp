@@ -1,0 +1,1 @@
+// Compiled for the precompiled headers that the tests share.

@@ -1,0 +1,137 @@
+#include "platform/usb/property_list.h"
+
+#include "support/bytes.h"
+#include "usb/device_information.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace quorin::usb {
+namespace {
+
+using test::Bytes;
+using test::bytes;
+using test::bytesOf;
+using test::operator+;
+
+/// A binary property list of these objects, the first of them the top one, with offsets of two
+/// bytes and references of one.
+Bytes binaryList(const std::vector<Bytes>& objects) {
+  const auto twoBytes = [](std::size_t number) {
+    return bytes({static_cast<int>(number >> 8U), static_cast<int>(number & 0xFFU)});
+  };
+  Bytes list = bytesOf("bplist00");
+  Bytes offsets;
+  for (const auto& object : objects) {
+    offsets = offsets + twoBytes(list.size());
+    list = list + object;
+  }
+  const Bytes count = Bytes(6) + twoBytes(objects.size());
+  const Bytes table = Bytes(6) + twoBytes(list.size());
+  return list + offsets + bytes({0, 0, 0, 0, 0, 0, 2, 1}) + count + Bytes(8) + table;
+}
+
+/// { "a": `value` }, with `value` as object 2 and whatever it refers to behind it.
+Bytes dictionary(const std::vector<Bytes>& value) {
+  std::vector<Bytes> objects = {bytes({0xD1, 1, 2}), bytes({0x51, 'a'})};
+  objects.insert(objects.end(), value.begin(), value.end());
+  return binaryList(objects);
+}
+
+/// `levels` arrays, each of which holds the next one twice.
+std::vector<Bytes> growing(int levels) {
+  std::vector<Bytes> objects;
+  for (int i = 0; i < levels; ++i) objects.push_back(bytes({0xA2, 3 + i, 3 + i}));
+  objects.push_back(bytes({0x09}));
+  return objects;
+}
+
+std::string repeated(const std::string& text, int times) {
+  std::string result;
+  for (int i = 0; i < times; ++i) result += text;
+  return result;
+}
+
+Bytes xml(const std::string& value) {
+  return bytesOf("<plist version=\"1.0\"><dict><key>a</key>" + value + "</dict></plist>");
+}
+
+TEST(PropertyList, IsReadWhenItIsADictionaryAndCheap) {
+  const Bytes number = bytes({0x10, 7});
+  const Bytes good = dictionary({number});
+  const auto trailer = good.size() - 32;
+  const auto with = [&](std::size_t at, int value) {
+    auto wrong = good;
+    wrong[at] = static_cast<std::byte>(value);
+    return wrong;
+  };
+  const struct {
+    const char* name;
+    Bytes list;
+    bool isRead;
+  } cases[] = {
+      {"a number", good, true},
+      {"an array", dictionary({bytes({0xAF, 0x10, 2, 3, 3}), number}), true},
+      {"arrays that share an empty one",
+       dictionary({bytes({0xA3, 3, 3, 4}), bytes({0xA0}), bytes({0xA1, 3})}), true},
+      {"no dictionary", binaryList({bytes({0xA0})}), false},
+      {"would fill the memory", dictionary(growing(40)), false},
+      {"contains itself", dictionary({bytes({0xA1, 2})}), false},
+      {"contains what contains it", dictionary({bytes({0xA1, 0})}), false},
+      {"the same large text often",
+       dictionary({bytes({0xAF, 0x11, 4, 0}) + Bytes(1024, std::byte{3}),
+                   bytes({0x5F, 0x11, 4, 0}) + Bytes(1024, std::byte{'x'})}),
+       false},
+      {"a text with NUL", dictionary({bytes({0x51, 0})}), false},
+      {"a wide text with NUL", dictionary({bytes({0x62, 0, 'x', 0, 0})}), false},
+      {"refers to what is not there", dictionary({bytes({0xA1, 3})}), false},
+      {"a kind that does not exist", dictionary({bytes({0x70})}), false},
+      {"a text longer than the list", dictionary({bytes({0x5E, 'x'})}), false},
+      {"a length that is no number", dictionary({bytes({0xAF, 0x50}), number}), false},
+      {"a length of 16 bytes", dictionary({bytes({0xAF, 0x14}), number}), false},
+      {"a length beyond the end", dictionary({bytes({0xAF, 0x13, 0, 0, 0, 1, 0, 0, 0, 0}), number}),
+       false},
+      {"offsets of no byte", with(trailer + 6, 0), false},
+      {"offsets of 9 bytes", with(trailer + 6, 9), false},
+      {"references of no byte", with(trailer + 7, 0), false},
+      {"no object", with(trailer + 15, 0), false},
+      {"more objects than bytes", with(trailer + 14, 1), false},
+      {"another top than there is", with(trailer + 23, 4), false},
+      {"no offset table", with(trailer + 30, 1), false},
+      {"an object beyond the end", with(trailer - 2, 1), false},
+      {"only the magic", bytesOf("bplist00"), false},
+      {"nothing", {}, false},
+      {"no list", bytesOf("hello"), false},
+      {"XML", xml("<true/>"), true},
+      {"cut XML", bytesOf("<plist version=\"1.0\"><dict><key>a"), false},
+      {"an XML array", bytesOf("<plist><array/></plist>"), false},
+      {"deep XML", xml(repeated("<array>", 600) + repeated("</array>", 600)), false},
+      {"XML of many nodes", xml("<array>" + repeated("<true/>", 1500) + "</array>"), false},
+      {"XML of many escapes", xml("<string>" + repeated("&lt;", 300) + "</string>"), false},
+      {"XML with NUL", xml(std::string("<string>x\0y</string>", 20)), false},
+      {"XML with an escaped NUL", xml("<string>&#0;</string>"), false},
+  };
+  for (const auto& row : cases) {
+    EXPECT_EQ(readPropertyList(row.list) != nullptr, row.isRead) << row.name;
+  }
+}
+
+TEST(DeviceInformation, IsShownAsXmlWithinALimit) {
+  const auto information = readDeviceInformation(
+      xml("<array><date>2001-01-01T00:00:00Z</date><data>AAEC</data><real>2.5</real></array>"
+          "<key>name</key><string>Ana &amp; \u202E\u009B2J</string>"));
+  ASSERT_TRUE(information);
+  EXPECT_EQ(information->name, "Ana & \uFFFD\uFFFD2J");
+  EXPECT_TRUE(information->description.starts_with("<dict>\n\t<key>a</key>\n\t<array>"));
+  EXPECT_TRUE(information->description.ends_with("</dict>"));
+
+  const auto large = readDeviceInformation(xml("<string>" + repeated("ñ", 4000) + "</string>"));
+  ASSERT_TRUE(large);
+  EXPECT_LE(large->description.size(), 4100U);
+  EXPECT_FALSE(readDeviceInformation(xml("<string>" + repeated("x", 20000) + "</string>")));
+}
+
+}  // namespace
+}  // namespace quorin::usb
