@@ -19,7 +19,9 @@ constexpr int kFallPerLook = 6;  ///< dB, so that a word does not flicker
 }  // namespace
 
 CheckBox::CheckBox(const QString& text, QWidget* parent) : QCheckBox(text, parent) {
-  setPalette(darkPalette());
+  QPalette palette = darkPalette();
+  palette.setColor(QPalette::Base, QColor(96, 96, 100));  // an empty box is seen on black
+  setPalette(palette);
   setFont(systemFont(13));
 }
 

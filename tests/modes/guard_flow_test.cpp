@@ -332,6 +332,7 @@ TEST_F(GuardFlowTest, TheButtonSetsTheDeviceUpAndLeadsToTheMenuAtOnce) {
   EXPECT_EQ(front(), Front::kMenu);
   EXPECT_FALSE(screens.state.settingUp);
 
+  time.advance(2s);
   setOutput(kSpeaker);
   inputs->devices.server = {};
   time.advance(1s);

@@ -48,6 +48,8 @@ TEST_F(ViewsTest, TheSplashFadesToTheWindow) {
 }
 
 QAccessible::Role expectedRole(const QWidget& widget) {
+  if (qobject_cast<const QCheckBox*>(&widget)) return QAccessible::CheckBox;
+  if (qobject_cast<const QProgressBar*>(&widget)) return QAccessible::ProgressBar;
   if (qobject_cast<const QAbstractButton*>(&widget)) return QAccessible::Button;
   if (qobject_cast<const QLineEdit*>(&widget)) return QAccessible::EditableText;
   if (qobject_cast<const QLabel*>(&widget)) return QAccessible::StaticText;
