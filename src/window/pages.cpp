@@ -90,14 +90,12 @@ void Pages::apply(const GuardState& guard) {
 }
 
 void Pages::showCable(const CableState& state) {
-
   parts_.views.cableStatusLabel->setText(state.connected
                                              ? QStringLiteral("Cable: Conectado")
                                              : parts_.texts.bundle("waiting_connection"));
-  if (!state.connected) setText(*parts_.views.usbSecondary2Label_, cableText(state, parts_.texts));
+  setText(state.connected ? *parts_.views.connectedLabel_ : *parts_.views.usbSecondary2Label_,
+          cableText(state, parts_.texts));
   parts_.screens.update([&state](ScreenState& screen) { screen.channelOpen = state.connected; });
-  if (state.connected) setText(*parts_.views.connectedLabel_, cableText(state, parts_.texts));
-  parts_.screens.layoutUI();
 }
 
 void Pages::showSound(const Sound& sound) {
