@@ -12,7 +12,7 @@
 #include <string>
 
 // The Wi-Fi server among phones in a network of their own.
-//   field_bench phones DEAD   ten phones, so many of which leave without a word: how the rest hears
+//   field_bench phones DEAD   ten phones, DEAD of which leave the network: what a remaining one receives
 //   field_bench flood SOURCES TEXT...
 //                             2000 datagrams a second: each source says all texts, then the next
 //                             one does; what that costs, in % of a core

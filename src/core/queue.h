@@ -13,7 +13,7 @@ namespace quorin::dispatch {
 using Duration = std::chrono::nanoseconds;
 /// Monotonic; stands still while the machine is suspended.
 using TimePoint = std::chrono::time_point<std::chrono::steady_clock, Duration>;
-/// Goes on while the machine is suspended, and nobody can set it: for how long ago something was.
+/// Runs on during suspend and is never set: measures how long ago something happened.
 struct BootClock;
 using BootTime = std::chrono::time_point<BootClock, Duration>;
 /// The system's absolute time, to be shown; follows changes of the system clock.

@@ -31,7 +31,7 @@ class Scheduler {
   virtual Queue& mainQueue() = 0;
   /// For polls and watches; never for work that must be on time, nor for what may block.
   virtual Queue& utilityQueue() = 0;
-  /// For what may block: D-Bus calls, tables of the system, standard output. Nobody waits for it.
+  /// For what may block: D-Bus calls, tables of the system, standard output.
   virtual Queue& backgroundQueue() = 0;
 
   /// Ends the main, the utility and the background queue as `SerialQueue::end` does: nothing runs

@@ -33,7 +33,7 @@ class CableMode : public CableSwitch {
 
   CableState state() const;
 
-  /// A line typed into the console. False while nobody is connected: the text is then kept.
+  /// A line typed into the console. False without a connection: the caller keeps the text.
   bool sendMessage(const QString& text) { return cable_.sendMessage(text.toStdString()); }
 
   usb::CableAudioPath& audioPath() { return cable_.audioPath(); }

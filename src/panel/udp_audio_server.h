@@ -43,7 +43,7 @@ class UDPAudioServer {
     int clientCount = 0;
     Rates rates;
     std::vector<std::string> connectedClients;
-    std::string startFailure;  ///< why it does not run, for the user; empty: nobody's fault
+    std::string startFailure;  ///< why it does not run, for the user; empty when it was stopped
   };
 
   /// Looks the local address up, once and for all; binds and starts nothing. `scheduler` must

@@ -27,7 +27,7 @@ class PulseServer : public AudioServer {
 
   PulseConnection& connection() { return connection_; }
 
-  /// From `add` to `remove` the engine is told to `follow` each change.
+  /// From `add` to `remove`, each change calls `follow` on the engine.
   void add(PulseEngine& engine) { engines_.push_back(&engine); }
   void remove(PulseEngine& engine) { std::erase(engines_, &engine); }
 

@@ -13,8 +13,8 @@
 namespace quorin::audio {
 namespace {
 
-// Measured beside its neighbours in docs/sound.md: flat to 19.5 kHz, and nothing comes back from
-// above that anybody could hear.
+// Measured beside its neighbours in docs/sound.md: flat to 19.5 kHz, without audible
+// aliases from above.
 constexpr int kQuality = 6;
 
 constexpr float kMinSample = 1e-20F;

@@ -25,9 +25,9 @@ class DatagramSocket {
   /// on only connected sockets of the same user can be added to it.
   std::error_code bind(std::uint16_t port);
 
-  /// Sends from `local`, an address and the port that this user's `bind` has taken, to `peer` and
-  /// to nobody else; marked as voice (DSCP EF). A stranger's datagram that comes during the call
-  /// may be found on this socket.
+  /// Sends from `local`, an address and the port that this user's `bind` has taken, to `peer`
+  /// only; marked as voice (DSCP EF). A datagram from another source that arrives during the call
+  /// may end up on this socket.
   std::error_code connect(const wire::Endpoint& local, const wire::Endpoint& peer);
 
   int descriptor() const { return socket_.get(); }
