@@ -28,7 +28,7 @@ int sendAll(const sockaddr_in& server) {
 
 }  // namespace
 
-std::uint64_t flood(const wire::ClientKey& server, int perSecond, std::chrono::seconds duration) {
+std::uint64_t flood(const wire::Endpoint& server, int perSecond, std::chrono::seconds duration) {
   const auto address = server.socketAddress();
   const auto begin = std::chrono::steady_clock::now();
   std::uint64_t sent = 0;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "wire/client_key.h"
+#include "wire/endpoint.h"
 
 #include <chrono>
 #include <cstdint>
@@ -9,6 +9,6 @@ namespace quorin::bench {
 
 /// Sends a server what nobody should: rubbish, requests from ever new ports, empty datagrams; as
 /// near to `perSecond` datagrams as this machine manages. Returns how many left.
-std::uint64_t flood(const wire::ClientKey& server, int perSecond, std::chrono::seconds duration);
+std::uint64_t flood(const wire::Endpoint& server, int perSecond, std::chrono::seconds duration);
 
 }  // namespace quorin::bench

@@ -39,7 +39,7 @@ std::chrono::duration<float, std::milli> join(StampedSocket& phone) {
 
 }  // namespace
 
-std::expected<std::vector<float>, std::string> helloToReadyMs(const wire::ClientKey& server,
+std::expected<std::vector<float>, std::string> helloToReadyMs(const wire::Endpoint& server,
                                                               int tries, int others) {
   std::vector<StampedSocket> listening;
   for (int i = 0; i < others; ++i) {

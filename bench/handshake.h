@@ -1,6 +1,6 @@
 #pragma once
 
-#include "wire/client_key.h"
+#include "wire/endpoint.h"
 
 #include <chrono>
 #include <expected>
@@ -11,7 +11,7 @@ namespace quorin::bench {
 
 /// How long a server takes from a new phone's HELLO to its READY, in milliseconds, `tries` times,
 /// one phone after the other, while `others` phones listen. The error is a sentence for the user.
-std::expected<std::vector<float>, std::string> helloToReadyMs(const wire::ClientKey& server,
+std::expected<std::vector<float>, std::string> helloToReadyMs(const wire::Endpoint& server,
                                                               int tries, int others);
 
 }  // namespace quorin::bench

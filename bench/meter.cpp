@@ -53,7 +53,7 @@ int pss(const std::vector<std::string>& arguments) {
 }
 
 int hello(const std::vector<std::string>& arguments) {
-  const auto server = quorin::wire::ClientKey::parse(arguments[2]);
+  const auto server = quorin::wire::Endpoint::parse(arguments[2]);
   if (!server) return 2;
   const auto times =
       quorin::bench::helloToReadyMs(*server, toNumber(arguments[1]), toNumber(arguments[3]));
@@ -83,7 +83,7 @@ int usage(const std::vector<std::string>& arguments) {
 }
 
 int flood(const std::vector<std::string>& arguments) {
-  const auto server = quorin::wire::ClientKey::parse(arguments[2]);
+  const auto server = quorin::wire::Endpoint::parse(arguments[2]);
   if (!server) return 2;
   const std::chrono::seconds duration(toNumber(arguments[1]));
   const auto sent = quorin::bench::flood(*server, toNumber(arguments[3]), duration);
@@ -109,7 +109,7 @@ int stream(const std::vector<std::string>& arguments) {
   plan.sender = toNumber(arguments[2]);
   plan.sink = arguments[3];
   if (arguments[4] != "default") plan.player = std::chrono::milliseconds(toNumber(arguments[4]));
-  plan.server = quorin::wire::ClientKey::parse(arguments[5]);
+  plan.server = quorin::wire::Endpoint::parse(arguments[5]);
   if (!plan.server) plan.port = static_cast<std::uint16_t>(toNumber(arguments[5]));
   if (arguments.size() > 6) plan.clients = toNumber(arguments[6]);
 

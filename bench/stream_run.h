@@ -2,7 +2,7 @@
 
 #include "measure/arrival_statistics.h"
 #include "sound/player.h"
-#include "wire/client_key.h"
+#include "wire/endpoint.h"
 
 #include <sys/types.h>
 
@@ -17,7 +17,7 @@ namespace quorin::bench {
 
 /// One measurement of one sender.
 struct RunPlan {
-  std::optional<wire::ClientKey> server;  ///< joined by `clients` receivers; else the port is heard
+  std::optional<wire::Endpoint> server;  ///< joined by `clients` receivers; else the port is heard
   std::uint16_t port = 0;
   int clients = 1;
   pid_t sender = 0;

@@ -1,6 +1,6 @@
 #include "app/options.h"
 
-#include "wire/client_key.h"
+#include "wire/endpoint.h"
 
 #include <QCommandLineParser>
 #include <memory>
@@ -62,7 +62,7 @@ std::expected<Options, QString> parseOptions(const QStringList& arguments) {
   }
   if (parser->isSet("address")) {
     options.address = parser->value("address");
-    if (!wire::ClientKey::parse(options.address->toStdString() + ":1")) {
+    if (!wire::Endpoint::parse(options.address->toStdString() + ":1")) {
       return misunderstood("--address needs one such as 192.168.1.20, not '" + *options.address +
                            "'.");
     }

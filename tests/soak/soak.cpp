@@ -103,7 +103,7 @@ class Soak {
   std::unique_ptr<WholeProgram> program_;
 
   int address_ = 2;
-  std::optional<wire::ClientKey> server_;
+  std::optional<wire::Endpoint> server_;
   Experience experience_;
   std::atomic<bool> wasCalm_ = false;
   PacingHistogram bareLoop_;  ///< the loop's, until it has ended
@@ -151,7 +151,7 @@ void Soak::everybodyScansAgain() {
                                                        std::to_string(WholeProgram::kPort)},
          "the picture of the code could not be read");
   server_ =
-      wire::ClientKey::parse(addressText(address_) + ":" + std::to_string(WholeProgram::kPort));
+      wire::Endpoint::parse(addressText(address_) + ":" + std::to_string(WholeProgram::kPort));
 }
 
 void Soak::enterWifi() {

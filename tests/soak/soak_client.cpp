@@ -47,7 +47,7 @@ void SoakClient::startAnew(TimePoint now) {
   if (socket_) goAway(now);
 }
 
-void SoakClient::serve(TimePoint now, const std::optional<wire::ClientKey>& server, bool calm) {
+void SoakClient::serve(TimePoint now, const std::optional<wire::Endpoint>& server, bool calm) {
   if (!socket_) {
     if (!server || now < comesAt_) return;
     auto socket = measure::StampedSocket::connectTo(*server);

@@ -50,7 +50,7 @@ class SoakClient {
 
   /// `server`: where the code on the page leads, none while there is none. `calm`: nothing has
   /// happened for so long that every loss is the program's.
-  void serve(TimePoint now, const std::optional<wire::ClientKey>& server, bool calm);
+  void serve(TimePoint now, const std::optional<wire::Endpoint>& server, bool calm);
 
   /// The code has changed, or the stream was ended: the person scans again, later.
   void startAnew(TimePoint now);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/posix/file_descriptor.h"
-#include "wire/client_key.h"
+#include "wire/endpoint.h"
 
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -19,10 +19,10 @@ class UdpPeer {
  public:
   /// Talks to that port, or to whoever was heard last.
   explicit UdpPeer(std::uint16_t port = 0)
-      : peer_(wire::ClientKey{INADDR_LOOPBACK, port}.socketAddress()) {
+      : peer_(wire::Endpoint{INADDR_LOOPBACK, port}.socketAddress()) {
     const timeval patience{.tv_sec = 5, .tv_usec = 0};
     ::setsockopt(fd_.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-    const auto anyPort = wire::ClientKey{INADDR_LOOPBACK, 0}.socketAddress();
+    const auto anyPort = wire::Endpoint{INADDR_LOOPBACK, 0}.socketAddress();
     ::bind(fd_.get(), reinterpret_cast<const sockaddr*>(&anyPort), sizeof anyPort);
   }
 
@@ -41,7 +41,7 @@ class UdpPeer {
     sockaddr_in own{};
     socklen_t length = sizeof own;
     ::getsockname(fd_.get(), reinterpret_cast<sockaddr*>(&own), &length);
-    return wire::ClientKey::of(own).text();
+    return wire::Endpoint::of(own).text();
   }
 
  private:

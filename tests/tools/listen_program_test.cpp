@@ -4,11 +4,11 @@
 #include "support/fake_phone.h"
 #include "support/temporary_directory.h"
 #include "support/udp_peer.h"
-#include "wire/cable_frames.h"
 #include "usb/device_information.h"
 #include "wire/audio_chunk.h"
-#include "wire/client_key.h"
+#include "wire/cable_frames.h"
 #include "wire/control_message.h"
+#include "wire/endpoint.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -113,7 +113,7 @@ TEST_F(QuorinListen, RecordsMeasuresAndDrawsWhatItHears) {
 
 posix::FileDescriptor connectTo(std::uint16_t port) {
   posix::FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  const auto address = wire::ClientKey{.address = INADDR_LOOPBACK, .port = port}.socketAddress();
+  const auto address = wire::Endpoint{.address = INADDR_LOOPBACK, .port = port}.socketAddress();
   const auto* generic = reinterpret_cast<const sockaddr*>(&address);
   const bool connected =
       test::eventually([&] { return ::connect(socket.get(), generic, sizeof address) == 0; });

@@ -3,7 +3,7 @@
 #include "support/child_process.h"
 #include "support/code_photo.h"
 #include "support/own_network.h"
-#include "wire/client_key.h"
+#include "wire/endpoint.h"
 
 #include <sys/socket.h>
 
@@ -28,7 +28,7 @@ using Clock = std::chrono::steady_clock;
 
 Phone::Phone(const std::string& address, std::uint16_t port)
     : socket_(::socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
-  const auto server = wire::ClientKey::parse(address + ":" + std::to_string(port))->socketAddress();
+  const auto server = wire::Endpoint::parse(address + ":" + std::to_string(port))->socketAddress();
   ::connect(socket_.get(), reinterpret_cast<const sockaddr*>(&server), sizeof server);
 }
 

@@ -58,7 +58,7 @@ std::optional<StampedBytes> receiveStamped(int socket, std::span<std::byte> spac
 StampedSocket::StampedSocket(posix::FileDescriptor socket)
     : socket_(std::move(socket)), buffer_(65536) {}
 
-std::expected<StampedSocket, std::string> StampedSocket::connectTo(const wire::ClientKey& peer) {
+std::expected<StampedSocket, std::string> StampedSocket::connectTo(const wire::Endpoint& peer) {
   auto socket = openSocket();
   if (!socket) return failure("Cannot open a UDP socket");
   const auto address = peer.socketAddress();
@@ -71,7 +71,7 @@ std::expected<StampedSocket, std::string> StampedSocket::connectTo(const wire::C
 std::expected<StampedSocket, std::string> StampedSocket::bindTo(std::uint16_t port) {
   auto socket = openSocket();
   if (!socket) return failure("Cannot open a UDP socket");
-  const wire::ClientKey here{.address = INADDR_LOOPBACK, .port = port};
+  const wire::Endpoint here{.address = INADDR_LOOPBACK, .port = port};
   const auto address = here.socketAddress();
   if (::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
     return failure("Cannot listen on " + here.text());

@@ -2,7 +2,7 @@
 
 #include "measure/arrival_statistics.h"
 #include "platform/posix/file_descriptor.h"
-#include "wire/client_key.h"
+#include "wire/endpoint.h"
 
 #include <cstddef>
 #include <expected>
@@ -33,7 +33,7 @@ std::optional<StampedBytes> receiveStamped(int socket, std::span<std::byte> spac
 class StampedSocket {
  public:
   /// Talks to `peer` and hears nobody else. Errors are sentences for the user.
-  static std::expected<StampedSocket, std::string> connectTo(const wire::ClientKey& peer);
+  static std::expected<StampedSocket, std::string> connectTo(const wire::Endpoint& peer);
   /// Hears what is sent to this port of 127.0.0.1.
   static std::expected<StampedSocket, std::string> bindTo(std::uint16_t port);
 

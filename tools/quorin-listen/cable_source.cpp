@@ -2,7 +2,7 @@
 
 #include "measure/sound_format.h"
 #include "measure/stamped_socket.h"
-#include "wire/client_key.h"
+#include "wire/endpoint.h"
 
 #include <netinet/in.h>
 #include <sys/epoll.h>
@@ -48,7 +48,7 @@ std::expected<std::unique_ptr<CableSource>, std::string> CableSource::open(std::
   if (!listener || !events) return failure("Cannot open a TCP socket");
   const int on = 1;
   ::setsockopt(listener.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-  const wire::ClientKey here{.address = INADDR_LOOPBACK, .port = port};
+  const wire::Endpoint here{.address = INADDR_LOOPBACK, .port = port};
   const auto address = here.socketAddress();
   if (::bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
       ::listen(listener.get(), 1) != 0) {

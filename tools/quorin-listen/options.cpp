@@ -82,7 +82,7 @@ std::expected<Options, std::string> parseOptions(std::span<const std::string_vie
     } else if (hasServer) {
       return std::unexpected("One ADDRESS:PORT is enough; " + quoted(name) + " is too much.");
     } else {
-      const auto server = wire::ClientKey::parse(name);
+      const auto server = wire::Endpoint::parse(name);
       if (!server || server->port == 0) {
         return std::unexpected(quoted(name) + " is not ADDRESS:PORT, such as 192.168.1.20:9000.");
       }

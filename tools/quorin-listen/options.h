@@ -1,6 +1,6 @@
 #pragma once
 
-#include "wire/client_key.h"
+#include "wire/endpoint.h"
 
 #include <chrono>
 #include <expected>
@@ -16,7 +16,7 @@ struct Options {
   enum class Task { kListen, kHelp, kVersion };
 
   Task task = Task::kListen;
-  wire::ClientKey server;
+  wire::Endpoint server;
   bool cable = false;  ///< play the phone at the end of the cable, instead of joining `server`
   std::optional<std::uint16_t> port;  ///< where that phone listens; else where the app does
   std::optional<std::chrono::milliseconds> duration;  ///< from joining; else until a signal

@@ -5,8 +5,8 @@
 
 namespace quorin::listen {
 
-std::expected<std::unique_ptr<UdpSource>, std::string> UdpSource::open(
-    const wire::ClientKey& server, TimePoint now) {
+std::expected<std::unique_ptr<UdpSource>, std::string> UdpSource::open(const wire::Endpoint& server,
+                                                                       TimePoint now) {
   auto socket = measure::StampedSocket::connectTo(server);
   if (!socket) return std::unexpected(std::move(socket.error()));
   return std::unique_ptr<UdpSource>(new UdpSource(std::move(*socket), server, now));

@@ -2,7 +2,7 @@
 
 #include "measure/stamped_socket.h"
 #include "quorin-listen/sound_source.h"
-#include "wire/client_key.h"
+#include "wire/endpoint.h"
 
 #include <expected>
 #include <memory>
@@ -14,7 +14,7 @@ namespace quorin::listen {
 class UdpSource : public SoundSource {
  public:
   /// The error is a sentence for the user.
-  static std::expected<std::unique_ptr<UdpSource>, std::string> open(const wire::ClientKey& server,
+  static std::expected<std::unique_ptr<UdpSource>, std::string> open(const wire::Endpoint& server,
                                                                      TimePoint now);
 
   int descriptor() const override { return socket_.descriptor(); }
@@ -30,12 +30,12 @@ class UdpSource : public SoundSource {
   void leave(TimePoint now) override;
 
  private:
-  UdpSource(measure::StampedSocket socket, const wire::ClientKey& server, TimePoint now)
+  UdpSource(measure::StampedSocket socket, const wire::Endpoint& server, TimePoint now)
       : socket_(std::move(socket)), server_(server), session_(now) {}
   void sendWhatIsDue(TimePoint now);
 
   measure::StampedSocket socket_;
-  wire::ClientKey server_;
+  wire::Endpoint server_;
   ClientSession session_;
 };
 

@@ -1,9 +1,0 @@
-#pragma once
-
-#include "wire/endpoint.h"
-
-namespace quorin::wire {
-
-using ClientKey = Endpoint;
-
-}  // namespace quorin::wire
