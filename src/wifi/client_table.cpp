@@ -7,13 +7,16 @@ namespace quorin::wifi {
 using dispatch::BootTime;
 using wire::Endpoint;
 
-ClientTable::HelloResult ClientTable::hello(Endpoint key, BootTime now) {
-  const bool known = isRegistered(key);
-  if (!known && isFull()) return HelloResult::kBusy;
+ClientTable::HelloResult ClientTable::hello(Endpoint key, std::uint32_t local, BootTime now) {
+  const auto known = std::ranges::find(udpClients_, key, &Client::endpoint);
+  if (known == udpClients_.end() && isFull()) return HelloResult::kBusy;
 
   udpClientLastSeen_[key] = now;
-  if (known) return HelloResult::kKnownClient;
-  udpClients_.push_back({.endpoint = key, .since = now});
+  if (known != udpClients_.end()) {
+    known->local = local;
+    return HelloResult::kKnownClient;
+  }
+  udpClients_.push_back({.endpoint = key, .local = local, .since = now});
   return udpClients_.size() == 1 ? HelloResult::kFirstClient : HelloResult::kNewClient;
 }
 

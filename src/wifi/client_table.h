@@ -29,7 +29,8 @@ class ClientTable {
     kKnownClient,  ///< was registered already; its silence begins anew
   };
 
-  HelloResult hello(wire::Endpoint key, dispatch::BootTime now);
+  /// `local` is the address of this computer that the client asked; a later HELLO may ask another.
+  HelloResult hello(wire::Endpoint key, std::uint32_t local, dispatch::BootTime now);
 
   /// Ends the silence of `key`, registered or not; never registers it.
   void ping(wire::Endpoint key, dispatch::BootTime now);
@@ -44,6 +45,7 @@ class ClientTable {
 
   struct Client {
     wire::Endpoint endpoint;
+    std::uint32_t local;       ///< the address that it asked, and so the one to answer from
     dispatch::BootTime since;  ///< registered at
   };
   /// The registered clients in the order in which they joined. Valid until the next change.

@@ -103,7 +103,7 @@ void UdpServer::forgetAll() {
   audienceChanged_ = false;
   transport_.publishAudience(nullptr);
   connections_.clear();
-  reportDue_ = false;
+  updateDue_ = false;
   whileRunning_.cancelAll();
 }
 
@@ -159,44 +159,49 @@ void UdpServer::handle(Request request, const Received& received) {
 
 void UdpServer::handleHello(const Received& received) {
   using enum ClientTable::HelloResult;
-  const auto result = table_.hello(received.source, scheduler_.bootNow());
+  const auto result = table_.hello(received.source, received.local, scheduler_.bootNow());
   if (result == kBusy) {
     reply(received, wire::kBusy);
-    if (!std::exchange(hasRefused_, true)) reportSoon();
-    return;
-  }
-  if (!connect(received)) {
-    // No descriptor or no route, which the phone's next HELLO may find: READY would be a promise.
-    if (result != kKnownClient) table_.stop(received.source);
+    if (!std::exchange(hasRefused_, true)) updateSoon();
     return;
   }
   // The first client's sound begins after it joined.
   if (result == kFirstClient) sender_.clearAudioFrames();
   reply(received, wire::kReady);
   reply(received, wire::kFormat);
-  if (result != kKnownClient) clientsChanged();
+  if (result != kKnownClient) {
+    clientsChanged();
+  } else if (!isConnected(received.source, received.local)) {
+    updateSoon();
+  }
 }
 
-bool UdpServer::connect(const Received& received) {
-  const auto& client = received.source;
+bool UdpServer::isConnected(const wire::Endpoint& client, std::uint32_t local) const {
   const auto known = connections_.find(client);
-  if (known != connections_.end() && known->second.local == received.local &&
-      !known->second.socket->isRefused()) {
-    return true;
-  }
+  return known != connections_.end() && known->second.local == local &&
+         !known->second.socket->isRefused();
+}
 
+// Without a descriptor or a route, the next check tries again.
+void UdpServer::connect(const ClientTable::Client& client) {
   auto socket = network::DatagramSocket::open();
-  if (!socket || socket->connect({received.local, port_}, client)) return false;
+  if (!socket || socket->connect({client.local, port_}, client.endpoint)) return;
   if (connections_.size() >= kMaxConnections) closeUnused();
   const auto descriptor = socket->descriptor();
-  connections_.erase(client);
+  connections_.erase(client.endpoint);
   connections_.emplace(
-      client, Connection{.socket = std::make_shared<const ClientSocket>(std::move(*socket)),
-                         .local = received.local,
-                         .readable = scheduler_.mainQueue().makeReadSource(
-                             descriptor, [this, client] { handleReadable(client); })});
+      client.endpoint,
+      Connection{.socket = std::make_shared<const ClientSocket>(std::move(*socket)),
+                 .local = client.local,
+                 .readable = scheduler_.mainQueue().makeReadSource(
+                     descriptor, [this, peer = client.endpoint] { handleReadable(peer); })});
   audienceChanged_ = true;
-  return true;
+}
+
+void UdpServer::connectClients() {
+  for (const auto& client : table_.clients()) {
+    if (!isConnected(client.endpoint, client.local)) connect(client);
+  }
 }
 
 void UdpServer::dropIfRefused(const wire::Endpoint& client) {
@@ -215,13 +220,14 @@ void UdpServer::expireUDPClients() {
   // Usually noticed when it happens; here, where the pacing's send was the first to learn of it.
   for (const auto& entry : connections_) dropIfRefused(entry.first);
   if (table_.expire(scheduler_.bootNow()) > 0) clientsChanged();
+  connectClients();
   publishIfChanged();
 }
 
 void UdpServer::clientsChanged() {
   audienceChanged_ = true;
   if (!table_.isFull()) hasRefused_ = false;
-  reportSoon();
+  updateSoon();
 }
 
 /// At the end of a turn, after the replies: a client's first audio comes behind its format line.
@@ -229,17 +235,20 @@ void UdpServer::publishIfChanged() {
   if (!std::exchange(audienceChanged_, false)) return;
   auto audience = std::make_shared<Audience>();
   for (const auto& client : table_.clients()) {
-    audience->push_back(connections_.at(client.endpoint).socket);
+    const auto connection = connections_.find(client.endpoint);
+    if (connection != connections_.end()) audience->push_back(connection->second.socket);
   }
   transport_.publishAudience(std::move(audience));
 }
 
-void UdpServer::reportSoon() {
-  if (std::exchange(reportDue_, true)) return;
-  const auto wait = std::max<dispatch::Duration>(nextReport_ - scheduler_.now(), {});
+void UdpServer::updateSoon() {
+  if (std::exchange(updateDue_, true)) return;
+  const auto wait = std::max<dispatch::Duration>(nextUpdate_ - scheduler_.now(), {});
   scheduler_.mainQueue().asyncAfter(wait, whileRunning_, [this] {
-    reportDue_ = false;
-    nextReport_ = scheduler_.now() + kReportInterval;
+    updateDue_ = false;
+    nextUpdate_ = scheduler_.now() + kUpdateInterval;
+    connectClients();
+    publishIfChanged();
     listener_.onClientsChanged();
   });
 }

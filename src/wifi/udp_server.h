@@ -44,8 +44,8 @@ class UdpServerListener {
   virtual void onStartFailed(const StartFailure& failure) = 0;
   virtual void onStopped() = 0;
 
-  /// `clients()` or `hasRefused()` has changed since the last report; both may be as before again.
-  /// In a turn of the main queue of its own, and at most once in `kReportInterval`, whatever a
+  /// `clients()` or `hasRefused()` has changed since the last time; both may be as before again.
+  /// In a turn of the main queue of its own, and at most once in `kUpdateInterval`, whatever a
   /// flood does; the first after a pause comes at once.
   virtual void onClientsChanged() = 0;
 
@@ -68,7 +68,7 @@ class UdpServer {
   /// Most datagrams read from one socket in one turn of the main queue, so that a flood leaves the
   /// interface its share.
   static constexpr int kDatagramsPerTurn = 64;
-  static constexpr std::chrono::milliseconds kReportInterval{100};
+  static constexpr std::chrono::milliseconds kUpdateInterval{100};
 
   /// All must outlive the server.
   UdpServer(dispatch::Scheduler& scheduler, stream::AudioSender& sender, WifiTransport& transport,
@@ -111,11 +111,12 @@ class UdpServer {
  private:
   using Received = network::DatagramSocket::Received;
 
-  /// A client's socket. It stays open for a moment when the client leaves: datagrams that are on
-  /// their way to it would be lost, and a client that comes and goes quickly costs no new one.
+  /// A client's socket. Made with the next update, so that a flood of HELLO and STOP costs no more
+  /// than any other. It stays open for a moment when the client leaves: datagrams that are on their
+  /// way to it would be lost, and a client that comes and goes quickly costs no new one.
   struct Connection {
     std::shared_ptr<const ClientSocket> socket;
-    std::uint32_t local;  ///< the address that the client asked
+    std::uint32_t local;
     std::unique_ptr<dispatch::ReadSource> readable;
   };
 
@@ -126,12 +127,14 @@ class UdpServer {
   void handleHello(const Received& received);
   void expireUDPClients();
 
-  bool connect(const Received& received);
+  bool isConnected(const wire::Endpoint& client, std::uint32_t local) const;
+  void connect(const ClientTable::Client& client);
+  void connectClients();
   void dropIfRefused(const wire::Endpoint& client);
   void closeUnused();
   void clientsChanged();
   void publishIfChanged();
-  void reportSoon();
+  void updateSoon();
   void reply(const Received& to, std::string_view text) const;
   void forgetAll();
   void close();
@@ -148,8 +151,8 @@ class UdpServer {
   bool hasRefused_ = false;
   bool audienceChanged_ = false;  ///< and is not yet published
 
-  bool reportDue_ = false;
-  dispatch::TimePoint nextReport_{};  ///< not before
+  bool updateDue_ = false;
+  dispatch::TimePoint nextUpdate_{};  ///< not before
   dispatch::Scope whileRunning_;
 
   std::optional<network::DatagramSocket> udpSocket_;

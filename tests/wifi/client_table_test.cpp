@@ -17,18 +17,18 @@ wire::Endpoint phone(std::uint16_t number) {
 TEST(ClientTable, RemembersABoundedNumberOfStrangersAndStillServesClients) {
   ClientTable table;
   const dispatch::BootTime now{1000h};
-  EXPECT_EQ(table.hello(phone(1), now), HelloResult::kFirstClient);
+  EXPECT_EQ(table.hello(phone(1), 0, now), HelloResult::kFirstClient);
   for (std::uint32_t address = 0; address < 100'000; ++address) {
     table.ping({.address = address, .port = 7}, now);
   }
   EXPECT_EQ(table.lastSeenCount(), ClientTable::kMaxMerelySeen + 1);
 
-  EXPECT_EQ(table.hello(phone(2), now + 1s), HelloResult::kNewClient);
+  EXPECT_EQ(table.hello(phone(2), 0, now + 1s), HelloResult::kNewClient);
   table.ping(phone(1), now + 1s);
   EXPECT_EQ(table.expire(now + 9s), 0U);
   EXPECT_EQ(table.lastSeenCount(), 2U);
   EXPECT_EQ(table.expire(now + 9s + 1ns), 2U);
-  EXPECT_EQ(table.hello(phone(3), now + 10s), HelloResult::kFirstClient) << "once more";
+  EXPECT_EQ(table.hello(phone(3), 0, now + 10s), HelloResult::kFirstClient) << "once more";
 }
 
 }  // namespace
