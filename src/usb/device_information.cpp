@@ -4,6 +4,7 @@
 #include "wire/control_message.h"
 #include "wire/displayable.h"
 
+#include <cstdlib>
 #include <memory>
 #include <string_view>
 
@@ -17,7 +18,8 @@ std::optional<DeviceInformation> readDeviceInformation(std::span<const std::byte
   char* xml = nullptr;
   std::uint32_t length = 0;
   plist_to_xml(list.get(), &xml, &length);
-  const std::unique_ptr<char, decltype(&plist_to_xml_free)> owner(xml, plist_to_xml_free);
+  // libplist's own function for this has another name from 2.3 on; both are free().
+  const std::unique_ptr<char, decltype(&std::free)> owner(xml, std::free);
   const std::string_view document(xml, length);
   const auto name = textIn(list.get(), "name");
   if (!wire::isValidUtf8(document) || !wire::isValidUtf8(name)) return std::nullopt;
