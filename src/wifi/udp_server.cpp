@@ -93,7 +93,7 @@ std::vector<Client> UdpServer::clients() const {
 }
 
 void UdpServer::disconnect(const wire::Endpoint& client) {
-  if (table_.stop(client)) clientsChanged();
+  if (table_.stop(client)) clientChanged(client);
   publishIfChanged();
 }
 
@@ -152,7 +152,7 @@ void UdpServer::handle(Request request, const Received& received) {
       reply(received, wire::kPong);
       break;
     case Request::kStop:
-      if (table_.stop(received.source)) clientsChanged();
+      if (table_.stop(received.source)) clientChanged(received.source);
       break;
   }
 }
@@ -170,7 +170,7 @@ void UdpServer::handleHello(const Received& received) {
   reply(received, wire::kReady);
   reply(received, wire::kFormat);
   if (result != kKnownClient) {
-    clientsChanged();
+    clientChanged(received.source);
   } else if (!isConnected(received.source, received.local)) {
     updateSoon();
   }
@@ -207,7 +207,7 @@ void UdpServer::connectClients() {
 void UdpServer::dropIfRefused(const wire::Endpoint& client) {
   const auto connection = connections_.find(client);
   if (connection == connections_.end() || !connection->second.socket->isRefused()) return;
-  if (table_.stop(client)) clientsChanged();
+  if (table_.stop(client)) clientChanged(client);
 }
 
 void UdpServer::closeUnused() {
@@ -219,13 +219,20 @@ void UdpServer::expireUDPClients() {
   closeUnused();
   // Usually noticed when it happens; here, where the pacing's send was the first to learn of it.
   for (const auto& entry : connections_) dropIfRefused(entry.first);
-  if (table_.expire(scheduler_.bootNow()) > 0) clientsChanged();
+  if (table_.expire(scheduler_.bootNow()) > 0) {
+    audienceChanged_ = true;
+    clientsChanged();
+  }
   connectClients();
   publishIfChanged();
 }
 
+void UdpServer::clientChanged(const wire::Endpoint& client) {
+  if (connections_.contains(client)) audienceChanged_ = true;
+  clientsChanged();
+}
+
 void UdpServer::clientsChanged() {
-  audienceChanged_ = true;
   if (!table_.isFull()) hasRefused_ = false;
   updateSoon();
 }

@@ -68,7 +68,7 @@ class UdpServer {
   /// Most datagrams read from one socket in one turn of the main queue, so that a flood leaves the
   /// interface its share.
   static constexpr int kDatagramsPerTurn = 64;
-  static constexpr std::chrono::milliseconds kUpdateInterval{100};
+  static constexpr std::chrono::milliseconds kUpdateInterval{200};
 
   /// All must outlive the server.
   UdpServer(dispatch::Scheduler& scheduler, stream::AudioSender& sender, WifiTransport& transport,
@@ -132,6 +132,7 @@ class UdpServer {
   void connectClients();
   void dropIfRefused(const wire::Endpoint& client);
   void closeUnused();
+  void clientChanged(const wire::Endpoint& client);
   void clientsChanged();
   void publishIfChanged();
   void updateSoon();
