@@ -121,8 +121,8 @@ void WiFiMode::onStartFailed(const wifi::StartFailure& failure) {
     state_.problem = std::move(problem);
     refreshOnlineStatusMessage();
   });
-  scheduler_.utilityQueue().async([&main = scheduler_.mainQueue(), lookUp = parts_.lookUpPort,
-                                   failure, report = std::move(report)]() mutable {
+  scheduler_.backgroundQueue().async([&main = scheduler_.mainQueue(), lookUp = parts_.lookUpPort,
+                                      failure, report = std::move(report)]() mutable {
     main.async([problem = lookUp(failure), report = std::move(report)]() mutable {
       report(std::move(problem));
     });
