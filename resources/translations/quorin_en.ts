@@ -225,7 +225,7 @@ Anyone on your network can connect and listen, so use a network you trust, and s
     </message>
     <message id="udp.socket.create_failed">
         <source></source>
-        <translation>No network. Close other programs, then come back.</translation>
+        <translation>The network cannot be used: too many files are open. Close other programs.</translation>
     </message>
     <message id="udp.port.bind_failed">
         <source></source>

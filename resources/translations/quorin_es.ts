@@ -225,7 +225,7 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
     </message>
     <message id="udp.socket.create_failed">
         <source></source>
-        <translation>No hay red. Cierra otros programas y vuelve.</translation>
+        <translation>No se puede usar la red: hay demasiados archivos abiertos. Cierra otros programas.</translation>
     </message>
     <message id="udp.port.bind_failed">
         <source></source>

@@ -19,10 +19,13 @@ constexpr double kCodePoints = 300;  // as large as its view
 
 ServerProblem WiFiMode::lookUpPort(wifi::StartFailure failure) {
   const bool isInUse = failure.error == EADDRINUSE;
-  const auto next = static_cast<std::uint16_t>(failure.port + 1);
-  return {.failure = failure,
-          .holder = isInUse ? network::holderOfUdpPort(failure.port, kProgramFile) : std::nullopt,
-          .otherPort = network::freeUdpPortFrom(isInUse ? next : wire::kDefaultPort)};
+  ServerProblem problem{.failure = failure, .isLookedUp = true};
+  if (isInUse) {
+    problem.holder = network::holderOfUdpPort(failure.port, kProgramFile);
+    problem.otherPort = network::freeUdpPortFrom(failure.port + 1);
+  }
+  if (!problem.otherPort) problem.otherPort = network::freeUdpPortFrom(wire::kDefaultPort);
+  return problem;
 }
 
 WiFiMode::WiFiMode(dispatch::Scheduler& scheduler, Parts parts)
@@ -55,7 +58,7 @@ void WiFiMode::leave() {
   watch_.stopIPWatch();
 }
 
-/// What entering the page and coming back to it have in common, once the server was started.
+/// Shared by page entry and re-entry, after the server's start.
 void WiFiMode::stream() {
   state_.network = WiFiState::Network::kThere;
   parts_.sound.start();
@@ -63,8 +66,7 @@ void WiFiMode::stream() {
   refreshOnlineStatusMessage();
 }
 
-// A server that is not running is started too: the page is open and shows an address, so somebody
-// may scan it.
+// Starts a stopped server too: the page shows a code, which must work.
 void WiFiMode::restartUDP() {
   if (server_.isRunning()) {
     server_.restartUDPForNetworkChange(state_.port.toStdString());
@@ -73,7 +75,7 @@ void WiFiMode::restartUDP() {
   }
 }
 
-// The page is open already, unless something else has taken its place meanwhile.
+// The page is open already, or was left, which drops the task.
 void WiFiMode::silentReenterOnlineMode() {
   parts_.cable.turnOff();
   scheduler_.mainQueue().async(whileOpen_, [this] {
@@ -108,14 +110,12 @@ void WiFiMode::onStarted() {
 }
 
 void WiFiMode::onStartFailed(const wifi::StartFailure& failure) {
-  const auto before = std::exchange(state_.problem, ServerProblem{.failure = failure});
-  if (before && before->failure == failure) {  // a further try, of which nothing new is to be said
-    state_.problem = before;
-    return;
-  }
   const bool isPort = failure.step == wifi::StartFailure::Step::kPort;
-  parts_.view.presentMessage(
-      isPort ? parts_.texts.tr("udp.port.invalid") : statusText(state_, parts_.texts), true);
+  if (!state_.problem || state_.problem->failure != failure) {  // not a retry with the same result
+    state_.problem = ServerProblem{.failure = failure};
+    parts_.view.presentMessage(
+        isPort ? parts_.texts.tr("udp.port.invalid") : statusText(state_, parts_.texts), true);
+  }
   auto report = whileOpen_.bind([this, failure](ServerProblem problem) {
     if (!state_.problem || state_.problem->failure != failure) return;
     state_.problem = std::move(problem);
@@ -127,7 +127,7 @@ void WiFiMode::onStartFailed(const wifi::StartFailure& failure) {
       report(std::move(problem));
     });
   });
-  if (isPort) return;
+  if (isPort || retryTimer_) return;
   retryTimer_ = scheduler_.mainQueue().makeTimer(
       {.first = kRetryInterval, .interval = kRetryInterval}, [this] { retry(); });
 }

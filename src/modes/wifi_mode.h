@@ -16,14 +16,14 @@ namespace quorin::app {
 
 /// The Wi-Fi mode: the server, the watch on the local address, and what the page says of both.
 ///
-/// Main queue. Work that it has posted for later is dropped when the mode is left, so that a step
-/// that comes late never brings the page back.
+/// Main queue. Posted work is dropped when the mode is left, so that a late task cannot reopen the
+/// page.
 class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchListener {
  public:
   /// While nothing listens, the start is tried again this often.
   static constexpr std::chrono::seconds kRetryInterval{2};
 
-  /// Adds what the system says about the port of a failure. On the utility queue.
+  /// Finds the holder of the port that failed, and a free one. Background queue.
   using PortLookup = std::function<ServerProblem(wifi::StartFailure failure)>;
   static ServerProblem lookUpPort(wifi::StartFailure failure);
 

@@ -53,7 +53,7 @@ void describeProblem(const ServerProblem& problem, const Texts& texts, WiFiPage&
 
   if (failure.error == EADDRINUSE) {
     page.title = texts.tr("port.in_use", port);
-    page.detail = holderText(problem.holder, texts) + QLatin1Char('\n');
+    if (problem.isLookedUp) page.detail = holderText(problem.holder, texts) + QLatin1Char('\n');
   } else if (failure.error == EACCES) {
     page.title = texts.tr("port.not_permitted", port);
     page.detail = texts.tr("port.not_permitted.advice") + QLatin1Char('\n');
@@ -110,10 +110,10 @@ WiFiPage describe(const WiFiState& state, const Texts& texts) {
                              .address = text(candidate.address)});
   }
   for (const auto& client : state.clients) {
-    page.phones.push_back(
-        {.endpoint = text(client.endpoint.text()),
-         .description = texts.tr("phone.listening", text(wire::addressText(client.endpoint.address)),
-                                 timeOfDay(client.connectedSince))});
+    page.phones.push_back({.endpoint = text(client.endpoint.text()),
+                           .description = texts.tr("phone.listening",
+                                                   text(wire::addressText(client.endpoint.address)),
+                                                   timeOfDay(client.connectedSince))});
   }
   if (state.network != WiFiState::Network::kThere) {
     page.content = WiFiPage::Content::kMessage;

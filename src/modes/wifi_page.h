@@ -19,7 +19,7 @@ namespace quorin::app {
 struct WiFiPage {
   enum class Content {
     kCode,     ///< the code to scan, with the address and the status beneath
-    kMessage,  ///< the title stands alone in the middle
+    kMessage,  ///< only the title, centred
     kProblem,  ///< nothing listens: title, detail, and what to do about it
   };
   /// One dot.
@@ -47,9 +47,10 @@ struct WiFiPage {
   bool operator==(const WiFiPage&) const = default;
 };
 
-/// Why nothing listens, and what the system says about the port.
+/// Why the server did not start, the holder of the port, and a free one.
 struct ServerProblem {
   wifi::StartFailure failure;
+  bool isLookedUp = false;  ///< the rest is known
   std::optional<network::PortHolder> holder{};
   std::optional<std::uint16_t> otherPort{};
 };
@@ -65,7 +66,7 @@ struct WiFiState {
   bool isRunning = false;
   std::optional<ServerProblem> problem;
   std::vector<wifi::Client> clients;
-  bool hasRefused = false;  ///< a phone, and all places are still taken
+  bool hasRefused = false;  ///< a phone, since all places are taken
 };
 
 /// The line above the dots.

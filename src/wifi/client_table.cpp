@@ -21,8 +21,8 @@ ClientTable::HelloResult ClientTable::hello(Endpoint key, std::uint32_t local, B
 }
 
 void ClientTable::ping(Endpoint key, BootTime now) {
-  const auto merelySeen = udpClientLastSeen_.size() - udpClients_.size();
-  if (merelySeen < kMaxMerelySeen) {
+  const auto unregistered = udpClientLastSeen_.size() - udpClients_.size();
+  if (unregistered < kMaxUnregistered) {
     udpClientLastSeen_[key] = now;
   } else if (const auto entry = udpClientLastSeen_.find(key); entry != udpClientLastSeen_.end()) {
     entry->second = now;

@@ -11,41 +11,41 @@
 
 namespace quorin::wifi {
 
-/// Who receives the sound, and when each was last heard from. Rules only: the caller passes the
-/// time in and acts on the answers. Confined to the main queue.
+/// The registered clients, and the time of each client's last message. Rules only: the caller
+/// passes the time in and acts on the results. Confined to the main queue.
 class ClientTable {
  public:
   static constexpr std::size_t kMaxClients = 10;
   /// A key silent for longer than this at a check is removed.
   static constexpr std::chrono::seconds kMaxSilence{8};
-  /// Keys that only ever sent PING have no effect on the wire. Forged source addresses must not
-  /// fill the memory with more of them than this.
-  static constexpr std::size_t kMaxMerelySeen = 4096;
+  /// Keys that only sent PING have no effect on the wire. Limits the memory that forged source
+  /// addresses can use.
+  static constexpr std::size_t kMaxUnregistered = 4096;
 
   enum class HelloResult {
     kBusy,         ///< `kMaxClients` others are registered; nothing was stored
     kFirstClient,  ///< registered, and the table was empty before
     kNewClient,    ///< registered beside others
-    kKnownClient,  ///< was registered already; its silence begins anew
+    kKnownClient,  ///< was registered already; last-seen time refreshed
   };
 
   /// `local` is the address of this computer that the client asked; a later HELLO may ask another.
   HelloResult hello(wire::Endpoint key, std::uint32_t local, dispatch::BootTime now);
 
-  /// Ends the silence of `key`, registered or not; never registers it.
+  /// Refreshes the last-seen time of `key`, registered or not; never registers it.
   void ping(wire::Endpoint key, dispatch::BootTime now);
 
   /// Forgets `key`. True when it was registered.
   bool stop(wire::Endpoint key);
 
-  /// Forgets the silent keys. Returns how many of them were registered.
+  /// Removes the keys past the timeout. Returns how many of them were registered.
   std::size_t expire(dispatch::BootTime now);
 
   void clear();
 
   struct Client {
     wire::Endpoint endpoint;
-    std::uint32_t local;       ///< the address that it asked, and so the one to answer from
+    std::uint32_t local;       ///< the address that it sent to; the source of replies
     dispatch::BootTime since;  ///< registered at
   };
   /// The registered clients in the order in which they joined. Valid until the next change.
@@ -53,7 +53,7 @@ class ClientTable {
   bool isRegistered(wire::Endpoint key) const;
   bool isFull() const { return udpClients_.size() >= kMaxClients; }
 
-  /// Registered and merely seen keys.
+  /// Registered and unregistered keys.
   std::size_t lastSeenCount() const { return udpClientLastSeen_.size(); }
 
  private:

@@ -39,7 +39,7 @@ LocalNetworks lookUpLocalNetworks() {
 std::optional<std::string> localIPv4Address(std::span<const Candidate> candidates,
                                             const std::optional<std::string>& current,
                                             const std::optional<std::string>& wanted) {
-  for (const auto& preferred : {wanted, current}) {
+  for (const auto& preferred : {current, wanted}) {
     const auto isPreferred = [&](const Candidate& c) { return c.address == preferred; };
     if (std::ranges::any_of(candidates, isPreferred)) return preferred;
   }

@@ -36,8 +36,8 @@ LocalNetworks localNetworks(std::span<const network::InterfaceAddress> interface
 /// Any thread; quick enough for the main thread.
 LocalNetworks lookUpLocalNetworks();
 
-/// The candidate to use: `wanted` (a user's choice), else `current` (the one in use), else the
-/// first; each as long as it is one of them. None without candidates.
+/// The candidate to use: `current` (the one in use, which phones listen to), else `wanted` (a
+/// user's choice), else the first; each as long as it is one of them. None without candidates.
 std::optional<std::string> localIPv4Address(std::span<const Candidate> candidates,
                                             const std::optional<std::string>& current = {},
                                             const std::optional<std::string>& wanted = {});

@@ -25,6 +25,7 @@ void NetworkWatch::startIPWatch() {
        check = whileWatching_.bind([this](LocalNetworks look) {
          checkLocalAddress(std::move(look));
        })] { main.async([check, look = lookUp()]() mutable { check(std::move(look)); }); });
+  inUse_.reset();
   take(lookUp_());
 }
 
@@ -38,7 +39,8 @@ void NetworkWatch::stopIPWatch() {
 void NetworkWatch::choose(std::optional<std::string> address) {
   wanted_ = std::move(address);
   if (lastIPAddress_) {
-    lastIPAddress_ = inUse_ = localIPv4Address(networks_.candidates, inUse_, wanted_);
+    lastIPAddress_ = inUse_ =
+        localIPv4Address(networks_.candidates, wanted_ ? wanted_ : inUse_, inUse_);
   }
 }
 
@@ -79,10 +81,9 @@ void NetworkWatch::settleAfter(dispatch::Duration delay) {
                                                         [this] { finishNetworkChange(); });
 }
 
-// A look that finds something else than the last one is no end of a change but one more, and is
-// kept like that of a tick: what the page shows is what the next tick compares with.
+// If this look differs from the last one, it is a new change.
 void NetworkWatch::finishNetworkChange() {
-  const auto spent = std::move(qrRegenerateTimer_);  // its handler, this one, is still running
+  const auto firedTimer = std::move(qrRegenerateTimer_);  // this is its handler
   const auto change = take(lookUp_());
   if (change == AddressChange::kNone) return listener_.onNetworkChangeSettled(*lastIPAddress_);
   report(change);

@@ -11,11 +11,10 @@
 
 namespace quorin::wifi {
 
-/// How the address of one look relates to that of the look before.
+/// The result of comparing two consecutive looks.
 enum class AddressChange { kNone, kLost, kBack, kChanged };
 
-/// A missing address is a loss at every look, also when it was missing before: a page that came
-/// into view in between needs it again.
+/// A missing address is a loss at every look, so that a page opened meanwhile shows it too.
 AddressChange compareAddresses(const std::optional<std::string>& before,
                                const std::optional<std::string>& now);
 
@@ -35,14 +34,14 @@ class NetworkWatchListener {
   virtual void onAddressBack(const std::string& address) = 0;
   /// `onNetworkChangeSettled` follows after `kSettlingAfterChange`.
   virtual void onAddressChanged(const std::string& address) = 0;
-  /// Time to bind and to draw the code once more; the address is still that of the change.
+  /// Time to forget the clients and draw the code again; the address is still that of the change.
   virtual void onNetworkChangeSettled(const std::string& address) = 0;
 };
 
 /// Chooses the computer's local address, and follows it once a second while the Wi-Fi page is in
 /// use. The address stays the same while it is a candidate, whatever else appears.
 ///
-/// Main queue only, and all of its state lives there: the utility queue does nothing but look.
+/// Main queue only, and all of its state lives there: the utility queue only looks.
 /// After `stopIPWatch` nothing more is reported, not even what a look that was under way finds.
 class NetworkWatch {
  public:
@@ -60,15 +59,16 @@ class NetworkWatch {
   /// Looks at once, so that `address` is that of this moment, then every second. Does nothing
   /// while watching.
   void startIPWatch();
-  /// Also ends a settling that is due.
+  /// Also cancels a pending `onNetworkChangeSettled`.
   void stopIPWatch();
 
-  /// Prefers `address` from now on, while it is a candidate; none: no preference. `address()`
-  /// follows at once, without a report: nothing has to be bound anew for it.
+  /// Changes to `address`, if it is a candidate, and prefers it whenever an address has to be
+  /// chosen; none: no preference. `address()` follows at once, without a report: the server is
+  /// bound to all addresses.
   void choose(std::optional<std::string> address);
 
-  /// Of the last look; none before the first and while there is no candidate. This, not a look of
-  /// its own, is what the page shows: so page and watch cannot disagree.
+  /// Of the last look; none before the first and while there is no candidate. The page shows this
+  /// value, so that it always agrees with the watch.
   const std::optional<std::string>& address() const { return lastIPAddress_; }
   const LocalNetworks& networks() const { return networks_; }
 
@@ -85,7 +85,7 @@ class NetworkWatch {
 
   LocalNetworks networks_;
   std::optional<std::string> lastIPAddress_;
-  std::optional<std::string> inUse_;   ///< the last address there was
+  std::optional<std::string> inUse_;   ///< the last address since the start
   std::optional<std::string> wanted_;  ///< the user's choice
 
   dispatch::Scope whileWatching_;

@@ -21,8 +21,8 @@ constexpr Subnet kPrivate[] = {
 
 }  // namespace
 
-bool canBeAPhone(const wire::Endpoint& source, const wire::Endpoint& asked,
-                 std::span<const Subnet> ownNetworks) {
+bool isPlausibleClient(const wire::Endpoint& source, const wire::Endpoint& asked,
+                       std::span<const Subnet> ownNetworks) {
   const auto address = source.address;
   if (source.port == 0 || kThisNetwork.contains(address) || address >= kFirstMulticast) {
     return false;

@@ -19,7 +19,7 @@ constexpr dispatch::TimerSchedule kExpiryCheck{.first = std::chrono::seconds(1),
                                                .interval = std::chrono::seconds(1),
                                                .leeway = milliseconds(200)};
 
-/// Beside those of ten clients, the sockets of as many that have just left.
+/// The sockets of ten clients, and of as many that have left recently.
 constexpr std::size_t kMaxConnections = 2 * ClientTable::kMaxClients;
 
 // More than is ever accepted, so that a long datagram shows its length instead of being cut to
@@ -69,7 +69,7 @@ void UdpServer::stopUDP() {
   listener_.onStopped();
 }
 
-// The socket stays: it is bound to every address that there is and will be.
+// The socket stays: it is bound to the wildcard address, which covers new addresses too.
 void UdpServer::restartUDPForNetworkChange(std::string_view portText) {
   if (!isRunning()) return;
   if (parsePort(portText) == port_) {
@@ -121,7 +121,7 @@ void UdpServer::handleUDPReadable() {
 }
 
 void UdpServer::handleReadable(const wire::Endpoint& client) {
-  const auto socket = connections_.at(client).socket;  // keeps it open if it is given up meanwhile
+  const auto socket = connections_.at(client).socket;  // keeps it open if it is replaced meanwhile
   drain(*socket);
   dropIfRefused(client);
   publishIfChanged();
@@ -134,7 +134,7 @@ void UdpServer::drain(const auto& socket) {
     if (!received) break;  // nothing more; or an error, which ends with this call
 
     const auto request = parseRequest({buffer.data(), received->length});
-    if (request && canBeAPhone(received->source, {received->local, port_}, ownNetworks_)) {
+    if (request && isPlausibleClient(received->source, {received->local, port_}, ownNetworks_)) {
       handle(*request, *received);
     } else {
       ++ignoredDatagrams_;
@@ -169,11 +169,8 @@ void UdpServer::handleHello(const Received& received) {
   if (result == kFirstClient) sender_.clearAudioFrames();
   reply(received, wire::kReady);
   reply(received, wire::kFormat);
-  if (result != kKnownClient) {
-    clientChanged(received.source);
-  } else if (!isConnected(received.source, received.local)) {
-    updateSoon();
-  }
+  if (!isConnected(received.source, received.local)) connect(received.source, received.local);
+  if (result != kKnownClient) clientChanged(received.source);
 }
 
 bool UdpServer::isConnected(const wire::Endpoint& client, std::uint32_t local) const {
@@ -182,25 +179,27 @@ bool UdpServer::isConnected(const wire::Endpoint& client, std::uint32_t local) c
          !known->second.socket->isRefused();
 }
 
-// Without a descriptor or a route, the next check tries again.
-void UdpServer::connect(const ClientTable::Client& client) {
+// Without a descriptor, a route or a budget, the next update or check tries again.
+void UdpServer::connect(const wire::Endpoint& client, std::uint32_t local) {
+  updateSoon();
+  if (connectsLeft_ == 0) return;
+  --connectsLeft_;
   auto socket = network::DatagramSocket::open();
-  if (!socket || socket->connect({client.local, port_}, client.endpoint)) return;
+  if (!socket || socket->connect({local, port_}, client)) return;
   if (connections_.size() >= kMaxConnections) closeUnused();
   const auto descriptor = socket->descriptor();
-  connections_.erase(client.endpoint);
+  connections_.erase(client);
   connections_.emplace(
-      client.endpoint,
-      Connection{.socket = std::make_shared<const ClientSocket>(std::move(*socket)),
-                 .local = client.local,
-                 .readable = scheduler_.mainQueue().makeReadSource(
-                     descriptor, [this, peer = client.endpoint] { handleReadable(peer); })});
+      client, Connection{.socket = std::make_shared<const ClientSocket>(std::move(*socket)),
+                         .local = local,
+                         .readable = scheduler_.mainQueue().makeReadSource(
+                             descriptor, [this, client] { handleReadable(client); })});
   audienceChanged_ = true;
 }
 
 void UdpServer::connectClients() {
   for (const auto& client : table_.clients()) {
-    if (!isConnected(client.endpoint, client.local)) connect(client);
+    if (!isConnected(client.endpoint, client.local)) connect(client.endpoint, client.local);
   }
 }
 
@@ -217,7 +216,7 @@ void UdpServer::closeUnused() {
 
 void UdpServer::expireUDPClients() {
   closeUnused();
-  // Usually noticed when it happens; here, where the pacing's send was the first to learn of it.
+  // Refusals that were reported to a send of the pacing queue.
   for (const auto& entry : connections_) dropIfRefused(entry.first);
   if (table_.expire(scheduler_.bootNow()) > 0) {
     audienceChanged_ = true;
@@ -254,6 +253,7 @@ void UdpServer::updateSoon() {
   scheduler_.mainQueue().asyncAfter(wait, whileRunning_, [this] {
     updateDue_ = false;
     nextUpdate_ = scheduler_.now() + kUpdateInterval;
+    connectsLeft_ = ClientTable::kMaxClients;
     connectClients();
     publishIfChanged();
     listener_.onClientsChanged();

@@ -44,7 +44,7 @@ class UdpServerListener {
   virtual void onStartFailed(const StartFailure& failure) = 0;
   virtual void onStopped() = 0;
 
-  /// `clients()` or `hasRefused()` has changed since the last time; both may be as before again.
+  /// `clients()` or `hasRefused()` has changed since the last time, and may have changed back.
   /// In a turn of the main queue of its own, and at most once in `kUpdateInterval`, whatever a
   /// flood does; the first after a pause comes at once.
   virtual void onClientsChanged() = 0;
@@ -61,12 +61,12 @@ struct Client {
   friend bool operator==(const Client&, const Client&) = default;
 };
 
-/// The server that phones speak to: its socket, one more for each client, the table of clients, and
-/// the replies, each from the address that was asked. Confined to the main queue.
+/// The Wi-Fi server: its socket, one more for each client, the table of clients, and the replies,
+/// each from the address that was asked. Confined to the main queue.
 class UdpServer {
  public:
-  /// Most datagrams read from one socket in one turn of the main queue, so that a flood leaves the
-  /// interface its share.
+  /// Max datagrams read from one socket in one turn of the main queue, so that a flood does not
+  /// block the user interface.
   static constexpr int kDatagramsPerTurn = 64;
   static constexpr std::chrono::milliseconds kUpdateInterval{200};
 
@@ -98,22 +98,20 @@ class UdpServer {
   /// Drops the client as if it had sent STOP; its next HELLO is accepted.
   void disconnect(const wire::Endpoint& client);
 
-  /// A phone was answered BUSY, and all places are still taken.
+  /// BUSY was sent since the table became full.
   bool hasRefused() const { return hasRefused_; }
 
   /// Where phones can be, beside the private ranges. Replaces what was set before.
   void setOwnNetworks(std::vector<network::Subnet> networks) { ownNetworks_ = std::move(networks); }
 
-  /// Datagrams that were read and had no effect: they asked for nothing, or no phone can have sent
-  /// them.
+  /// Datagrams that were not a control message, or came from an implausible source.
   std::uint64_t ignoredDatagrams() const { return ignoredDatagrams_; }
 
  private:
   using Received = network::DatagramSocket::Received;
 
-  /// A client's socket. Made with the next update, so that a flood of HELLO and STOP costs no more
-  /// than any other. It stays open for a moment when the client leaves: datagrams that are on their
-  /// way to it would be lost, and a client that comes and goes quickly costs no new one.
+  /// A client's socket. Kept up to 1 s after the client leaves: pending datagrams are still read,
+  /// and a quick rejoin reuses it.
   struct Connection {
     std::shared_ptr<const ClientSocket> socket;
     std::uint32_t local;
@@ -128,7 +126,7 @@ class UdpServer {
   void expireUDPClients();
 
   bool isConnected(const wire::Endpoint& client, std::uint32_t local) const;
-  void connect(const ClientTable::Client& client);
+  void connect(const wire::Endpoint& client, std::uint32_t local);
   void connectClients();
   void dropIfRefused(const wire::Endpoint& client);
   void closeUnused();
@@ -152,6 +150,9 @@ class UdpServer {
   bool hasRefused_ = false;
   bool audienceChanged_ = false;  ///< and is not yet published
 
+  /// Sockets that may be opened until the next update, so that a flood of HELLO and STOP costs no
+  /// more than one of PING.
+  std::size_t connectsLeft_ = ClientTable::kMaxClients;
   bool updateDue_ = false;
   dispatch::TimePoint nextUpdate_{};  ///< not before
   dispatch::Scope whileRunning_;

@@ -11,7 +11,7 @@ bool WifiTransport::hasListener() const {
 
 void WifiTransport::send(wire::AudioChunkView samples) {
   const auto audience = audience_.load();
-  if (!audience) return;  // the server stopped this instant
+  if (!audience) return;  // stopped since `hasListener`
   wire::convertToPcm16(samples, datagram_);
   const auto bytes = std::as_bytes(std::span(datagram_));
   std::uint64_t taken = 0;

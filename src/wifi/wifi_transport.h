@@ -16,8 +16,7 @@ namespace quorin::wifi {
 
 /// The socket of one client, from the address that the client asked. Any thread.
 ///
-/// Its own, so that datagrams to a phone that has left the network, which wait in the system for an
-/// answer that never comes, use up that phone's room in the system and nobody else's.
+/// One each, so that datagrams queued for an unreachable phone fill only its own send buffer.
 class ClientSocket {
  public:
   explicit ClientSocket(network::DatagramSocket connected) : socket_(std::move(connected)) {}
@@ -31,7 +30,7 @@ class ClientSocket {
     return received;
   }
 
-  /// The client's computer has answered that nobody holds its port.
+  /// The client's port was reported closed.
   bool isRefused() const { return refused_.load(std::memory_order_relaxed); }
 
   int descriptor() const { return socket_.descriptor(); }
@@ -47,9 +46,9 @@ class ClientSocket {
   mutable std::atomic<bool> refused_{false};
 };
 
-/// Whom the next datagram goes to. Immutable; the main queue publishes a new one after every
-/// change, the pacing queue sends to the one it finds. The sockets are shared, so that none can be
-/// closed, and its number not be taken by another file, while a send is under way.
+/// The sockets to send to. Immutable; the main queue publishes a new one after every change, the
+/// pacing queue sends to the one it finds. Shared ownership: a descriptor cannot be closed and
+/// reused during a send.
 using Audience = std::vector<std::shared_ptr<const ClientSocket>>;
 
 /// The phones on the network: each chunk becomes one datagram of 16-bit samples for all of them.
@@ -58,7 +57,7 @@ class WifiTransport : public stream::Transport {
   /// Main queue: while the server runs, chunks are wanted.
   void setServerRunning(bool running) { serverRunning_.store(running, std::memory_order_relaxed); }
 
-  /// Main queue: everybody who gets the chunks from the next tick on; null for nobody.
+  /// Main queue: the receivers from the next tick on; null for none.
   void publishAudience(std::shared_ptr<const Audience> audience) {
     audience_.store(std::move(audience));
   }

@@ -134,7 +134,7 @@ class ModesTest : public testing::Test {
                     return wifi::LocalNetworks{.candidates = all, .subnets = {}};
                   },
                   [this](const wifi::StartFailure& failure) {
-                    return ServerProblem{failure, holder_, wifi::freePort()};
+                    return ServerProblem{failure, true, holder_, wifi::freePort()};
                   }}};
   Menu menu_{time_, {wifi_, cable_, sound_, window_}};
 
@@ -362,7 +362,7 @@ TEST_F(ModesTest, WhyNothingListensDependsOnTheErrorAndTheHolder) {
   };
   for (const auto& [error, holder, title, detail] : cases) {
     WiFiState state;
-    state.problem = ServerProblem{{wifi::StartFailure::Step::kBind, error, 80}, holder};
+    state.problem = ServerProblem{{wifi::StartFailure::Step::kBind, error, 80}, true, holder};
     const auto page = describe(state, texts_);
     EXPECT_EQ(page.title, title);
     EXPECT_EQ(page.detail, detail);

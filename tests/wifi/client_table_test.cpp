@@ -21,7 +21,7 @@ TEST(ClientTable, RemembersABoundedNumberOfStrangersAndStillServesClients) {
   for (std::uint32_t address = 0; address < 100'000; ++address) {
     table.ping({.address = address, .port = 7}, now);
   }
-  EXPECT_EQ(table.lastSeenCount(), ClientTable::kMaxMerelySeen + 1);
+  EXPECT_EQ(table.lastSeenCount(), ClientTable::kMaxUnregistered + 1);
 
   EXPECT_EQ(table.hello(phone(2), 0, now + 1s), HelloResult::kNewClient);
   table.ping(phone(1), now + 1s);

@@ -61,14 +61,15 @@ TEST(LocalNetworks, CandidatesAreWhereAPhoneCanReachThisComputer) {
   }
 }
 
-TEST(LocalIPv4Address, StaysUnlessTheUserChoosesAnother) {
+TEST(LocalIPv4Address, StaysWhileItIsThere) {
   const std::vector<Candidate> both{{"eth0", "10.0.0.1"}, {"wlan0", "10.0.0.2"}};
   EXPECT_EQ(localIPv4Address({}), std::nullopt);
   EXPECT_EQ(localIPv4Address({}, "10.0.0.1", "10.0.0.1"), std::nullopt);
   EXPECT_EQ(localIPv4Address(both), "10.0.0.1");
   EXPECT_EQ(localIPv4Address(both, "10.0.0.2"), "10.0.0.2");
   EXPECT_EQ(localIPv4Address(both, "10.0.0.3"), "10.0.0.1");
-  EXPECT_EQ(localIPv4Address(both, "10.0.0.1", "10.0.0.2"), "10.0.0.2");
+  EXPECT_EQ(localIPv4Address(both, "10.0.0.1", "10.0.0.2"), "10.0.0.1");
+  EXPECT_EQ(localIPv4Address(both, {}, "10.0.0.2"), "10.0.0.2");
   EXPECT_EQ(localIPv4Address(both, "10.0.0.2", "10.0.0.9"), "10.0.0.2");
 }
 
@@ -78,6 +79,7 @@ TEST(DefaultRoute, IsTheUsableOneWithTheLowestMetric) {
   const std::string link = "eth0\t0001A8C0\t00000000\t0001\t0\t0\t0\t00FFFFFF\t0\t0\t0\n";
   const std::string wired = "eth0\t00000000\t0101A8C0\t0003\t0\t0\t600\t00000000\t0\t0\t0\n";
   const std::string wireless = "wlan0\t00000000\t0102A8C0\t0003\t0\t0\t100\t00000000\t0\t0\t0\n";
+  const std::string tunnel = "tun0\t00000000\t00000000\t0001\t0\t0\t50\t00000000\t0\t0\t0\n";
   const std::string rejected = "eth1\t00000000\t00000000\t0200\t0\t0\t0\t00000000\t0\t0\t0\n";
   const struct {
     std::string table;
@@ -86,6 +88,7 @@ TEST(DefaultRoute, IsTheUsableOneWithTheLowestMetric) {
               {head + link + rejected, {}},
               {head + link + wired, "eth0"},
               {head + rejected + wired + wireless + link, "wlan0"},
+              {head + tunnel + wireless, "wlan0"},
               {head + "rubbish\n" + wireless + wired, "wlan0"}};
   for (const auto& row : rows) {
     std::istringstream table(row.table);

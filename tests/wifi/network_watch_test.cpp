@@ -147,7 +147,10 @@ TEST_F(NetworkWatchTest, TheAddressStaysWhileOthersComeAndTheUserMayChoose) {
   watch_->choose("10.9.9.9");
   EXPECT_EQ(watch_->address(), "10.0.0.1") << "not there yet";
   others_.push_back({"eth1", "10.9.9.9"});
-  EXPECT_THAT(heardAfter(1s), ElementsAre(::testing::HasSubstr("changed 10.9.9.9")));
+  EXPECT_THAT(heardAfter(1s), IsEmpty()) << "phones may listen at the other one";
+  watch_->stopIPWatch();
+  watch_->startIPWatch();
+  EXPECT_EQ(watch_->address(), "10.9.9.9");
 }
 
 TEST_F(NetworkWatchTest, StopEndsASettlingThatIsDue) {

@@ -50,12 +50,13 @@ TEST(SourceCheck, AcceptsPrivateSourcesAndThoseOfOwnNetworks) {
       {"127.9.9.9:9000", true, "127.0.0.1:9000"},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(
-        canBeAPhone(*wire::Endpoint::parse(row.source), *wire::Endpoint::parse(row.asked), own),
-        row.accepted)
+    EXPECT_EQ(isPlausibleClient(*wire::Endpoint::parse(row.source),
+                                *wire::Endpoint::parse(row.asked), own),
+              row.accepted)
         << row.source << " to " << row.asked;
   }
-  EXPECT_FALSE(canBeAPhone({0x0A000001, 9000}, {0x0A000001, 9000}, {})) << "before the first look";
+  EXPECT_FALSE(isPlausibleClient({0x0A000001, 9000}, {0x0A000001, 9000}, {}))
+      << "before the first look";
 }
 
 }  // namespace

@@ -10,7 +10,7 @@
 namespace quorin::network {
 namespace {
 
-// The class that Wi-Fi access points serve first; the two lowest bits are not part of it.
+// DSCP EF, the voice queue of Wi-Fi access points; the two lowest bits are not part of it.
 constexpr int kExpeditedForwarding = 46 << 2;
 
 std::error_code lastError() {
@@ -33,7 +33,7 @@ std::error_code withAddress(AddressCall call, const posix::FileDescriptor& socke
   return lastError();
 }
 
-/// Room for the one control message that travels with a datagram, aligned as it must be.
+/// Buffer for one IP_PKTINFO control message.
 struct alignas(cmsghdr) PacketInfo {
   std::array<std::byte, CMSG_SPACE(sizeof(in_pktinfo))> bytes{};
 };
@@ -52,7 +52,7 @@ std::expected<DatagramSocket, std::error_code> DatagramSocket::open() {
 std::error_code DatagramSocket::bind(std::uint16_t port) {
   const wire::Endpoint everywhere{.address = INADDR_ANY, .port = port};
   if (const auto error = withAddress(::bind, socket_, everywhere)) return error;
-  // Not before: two servers that both allow it share a port without a word.
+  // Only after bind: with the option on both, a second server would bind the same port.
   return setOption(socket_, SOL_SOCKET, SO_REUSEPORT, 1);
 }
 

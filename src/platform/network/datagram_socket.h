@@ -15,14 +15,14 @@ namespace quorin::network {
 ///
 /// A server has one socket that is bound to its port, and one more for each peer, on the same port
 /// and connected. What a connected peer sends arrives on its own socket, everything else on the
-/// server's. What cannot be delivered to a peer waits on that peer's socket alone, and a peer whose
-/// port is closed is reported there.
+/// server's. Undeliverable datagrams are charged to that peer's socket alone, which also reports
+/// ECONNREFUSED.
 class DatagramSocket {
  public:
   static std::expected<DatagramSocket, std::error_code> open();
 
-  /// Takes the port on all addresses of this machine. Fails while anybody else holds it; from then
-  /// on only connected sockets of the same user can be added to it.
+  /// Takes the port on all addresses of this machine. Fails while another socket holds it; from
+  /// then on only connected sockets of the same user can be added to it.
   std::error_code bind(std::uint16_t port);
 
   /// Sends from `local`, an address and the port that this user's `bind` has taken, to `peer`
@@ -35,7 +35,7 @@ class DatagramSocket {
   struct Received {
     std::size_t length = 0;
     wire::Endpoint source;
-    /// The address of this machine that was asked, and so the one to answer from.
+    /// The local destination address; the source of the reply.
     std::uint32_t local = 0;
   };
   /// One datagram, cut to the buffer; or why there is none: on a connected socket also
@@ -45,7 +45,7 @@ class DatagramSocket {
   /// To the connected peer. What the system cannot take at once is lost.
   std::error_code send(std::span<const std::byte> datagram) const;
 
-  /// To anybody, from the address `local` of this machine.
+  /// To any peer, from the address `local` of this machine.
   std::error_code sendTo(const wire::Endpoint& peer, std::uint32_t local,
                          std::span<const std::byte> datagram) const;
 

@@ -73,7 +73,9 @@ std::optional<std::string> defaultRouteInterface(std::istream& routes) {
     fields >> name >> destination >> gateway >> std::hex >> flags >> std::dec >> references >>
         uses >> metric >> mask;
     const bool leadsEverywhere = destination == "00000000" && mask == "00000000";
-    if (!fields || !leadsEverywhere || (flags & RTF_UP) == 0 || (flags & RTF_REJECT) != 0) continue;
+    if (!fields || !leadsEverywhere || !isEthernetOrWifi(name) || (flags & RTF_UP) == 0 ||
+        (flags & RTF_REJECT) != 0)
+      continue;
     if (best && metric >= lowestMetric) continue;
     best = name;
     lowestMetric = metric;

@@ -18,7 +18,7 @@ struct Subnet {
   std::uint32_t mask = 0xFFFFFFFF;
 
   bool contains(std::uint32_t other) const { return ((address ^ other) & mask) == 0; }
-  /// The first and the last address belong to no host, except in networks of two or one.
+  /// The network's first and its broadcast address; /31 and /32 have none.
   bool isBroadcast(std::uint32_t other) const;
 
   friend bool operator==(const Subnet&, const Subnet&) = default;
@@ -40,13 +40,13 @@ struct InterfaceAddress {
 /// millisecond. An empty list is not an error.
 std::expected<std::vector<InterfaceAddress>, std::error_code> listInterfaceAddresses();
 
-/// The name of the interface that the IPv4 default route leads through; of several the one with
-/// the lowest metric. Any thread, as quick as the list.
+/// The name of the wired or wireless interface that an IPv4 default route leads through; of several
+/// the one with the lowest metric. Any thread, as quick as the list.
 std::optional<std::string> defaultRouteInterface();
 /// The same of a table in the format of /proc/net/route.
 std::optional<std::string> defaultRouteInterface(std::istream& routes);
 
-/// True for a wired or wireless interface of this computer, told by the names that udev and the
+/// True for a wired or wireless interface of this computer, judged by the names that udev and the
 /// kernel give them: "en...", "eth..." or "wl...". Tunnels, bridges and containers' interfaces
 /// (tun0, wg0, br-1a2b, docker0, veth12) have none of these.
 bool isEthernetOrWifi(std::string_view interfaceName);

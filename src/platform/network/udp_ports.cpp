@@ -126,7 +126,7 @@ std::error_code bindUdpPort(std::uint16_t port) {
   return {errno, std::generic_category()};
 }
 
-std::optional<std::uint16_t> freeUdpPortFrom(std::uint16_t first) {
+std::optional<std::uint16_t> freeUdpPortFrom(int first) {
   constexpr int kTries = 100;
   for (int port = first; port < first + kTries && port <= 65535; ++port) {
     if (!bindUdpPort(static_cast<std::uint16_t>(port))) return static_cast<std::uint16_t>(port);

@@ -10,15 +10,14 @@
 /// Which UDP ports of this machine are free, and who holds those that are not. Any thread.
 namespace quorin::network {
 
-/// What a server that binds `port` on all addresses would be answered now; no error when it is
-/// free.
+/// The error that binding `port` on all addresses would give now; none when it is free.
 std::error_code bindUdpPort(std::uint16_t port);
 
 /// The first free port from `first` on, of the next hundred.
-std::optional<std::uint16_t> freeUdpPortFrom(std::uint16_t first);
+std::optional<std::uint16_t> freeUdpPortFrom(int first);
 
 struct PortHolder {
-  std::string program;  ///< such as "quorin-stream"; empty where the system does not tell
+  std::string program;  ///< such as "quorin-stream"; empty if unknown
   std::string user;     ///< login name, else the number
   bool isOwnUser = false;
   std::size_t peers = 0;  ///< sockets of its own that it has connected to one peer each
@@ -26,8 +25,8 @@ struct PortHolder {
   friend bool operator==(const PortHolder&, const PortHolder&) = default;
 };
 
-/// None when nobody holds the port. The programs behind another user's sockets are not told to
-/// everybody: where that user runs one called `likely`, it is taken for the holder.
+/// None when the port is free. Another user's sockets cannot be matched to a process without
+/// privileges: if that user runs a program called `likely`, it is assumed to be the holder.
 ///
 /// Reads the tables of the system and its users, which may take some hundredths of a second or,
 /// with users from the network, longer.
