@@ -1,11 +1,10 @@
-// quorin-soak --minutes N [--seed N] [--report FILE]: lets the whole program run while its clients,
-// its network, its audio devices and their servers come, go and misbehave, and watches that
-// nothing breaks, leaks or is lost without a reason. Exit status 0 when nothing did.
+// quorin-soak --minutes N [--seed N]: lets the whole program run while its clients, its network,
+// its audio devices and their servers come, go and misbehave, and watches that nothing breaks,
+// leaks or is lost without a reason. Exit status 0 when nothing did.
 #include "bench/bare_loop.h"
 #include "bench/flood.h"
 #include "bench/process_usage.h"
-#include "soak/soak_client.h"
-#include "soak/soak_plan.h"
+#include "quorin-listen/udp_source.h"
 #include "support/fake_usbmuxd.h"
 #include "support/private_audio.h"
 #include "support/temporary_directory.h"
@@ -17,12 +16,11 @@
 #include <QCommandLineParser>
 #include <QThreadPool>
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstdio>
-#include <fstream>
-#include <iomanip>
 #include <map>
-#include <sstream>
+#include <random>
 #include <thread>
 
 namespace quorin::soak {
@@ -30,18 +28,129 @@ namespace {
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
+using std::chrono::nanoseconds;
 using whole::WholeProgram;
 
 constexpr int kClients = 10;
-/// After something happened, losses have a reason for this long: a client notices after 3 s that
-/// nothing comes, and a flood holds its places for up to 10 s.
+constexpr nanoseconds kChunk = 20ms;
+/// After an event, losses have a reason for this long: a client notices after 3 s that nothing
+/// comes, and a flood holds its places for up to 10 s.
 constexpr auto kExplainedFor = 15s;
 constexpr auto kSampleInterval = 10s;
-constexpr auto kWarmUp = 2min;
+constexpr double kWarmUpHours = 2.0 / 60;
 constexpr double kMaxGrowthMbAnHour = 1;
 /// Of the deviation from 20 ms, p99: good enough on any machine, or near to what this one can do.
 constexpr double kEvenPacingMs = 0.5;
 constexpr double kPacingOverBareLoop = 1.5;
+
+double hours(Clock::duration duration) {
+  return std::chrono::duration<double, std::ratio<3600>>(duration).count();
+}
+
+/// Deviations from 20 ms, counted in steps of 10 microseconds; of constant size.
+class Histogram {
+ public:
+  void add(nanoseconds deviation) {
+    const auto step = static_cast<std::size_t>(std::chrono::abs(deviation) / 10us);
+    ++steps_[std::min(step, steps_.size() - 1)];
+    ++count_;
+  }
+  double quantileMs(double fraction) const {
+    auto left = static_cast<std::uint64_t>(fraction * static_cast<double>(count_));
+    std::size_t step = 0;
+    while (step + 1 < steps_.size() && steps_[step] <= left) left -= steps_[step++];
+    return static_cast<double>(step) / 100;
+  }
+
+ private:
+  std::array<std::uint64_t, 10'000> steps_{};  ///< up to 100 ms
+  std::uint64_t count_ = 0;
+};
+
+/// What all clients together have seen.
+struct Experience {
+  std::uint64_t joined = 0, left = 0, silent = 0, refused = 0, unanswered = 0, chunks = 0;
+  std::uint64_t missing = 0;             ///< chunks that did not come to who kept the rules
+  std::uint64_t missingUnexplained = 0;  ///< of these, while nothing had happened for a while
+  std::uint64_t unansweredUnexplained = 0;
+  nanoseconds longestUnexplained{0};
+  Histogram pacing;  ///< of all, while nothing had happened for a while
+};
+
+/// One phone that joins, listens, and goes, in this process.
+class Client {
+ public:
+  Client(unsigned seed, Experience& experience) : random_(seed), experience_(experience) {}
+
+  /// `server`: where the code on the page leads, none while there is none. `calm`: nothing has
+  /// happened for so long that every loss is the program's.
+  void serve(Clock::time_point now, const std::optional<wire::Endpoint>& server, bool calm) {
+    if (!source_ && (!server || now < next_)) return;
+    if (!source_) {
+      auto source = listen::UdpSource::open(*server, now);
+      if (!source) return goAway(now);
+      source_ = std::move(*source);
+      next_ = now + between(5'000, 120'000);
+      ++experience_.joined;
+    }
+    calm_ = calm_ && calm;
+    source_->serve(now, [&](const listen::Sound& sound) { receive(sound.arrived, calm); });
+    if (const auto ending = source_->ending()) {
+      const bool refused = ending->code == listen::kServerFull;
+      ++(refused ? experience_.refused : experience_.unanswered);
+      if (!refused && calm) ++experience_.unansweredUnexplained;
+      return goAway(now);
+    }
+    if (now < next_) return;
+    const bool silently = between(0, 2) == 0ms;
+    ++(silently ? experience_.silent : experience_.left);
+    if (!silently) source_->leave(now);
+    if (silently) dead_ = std::move(source_);  // takes what comes, and reads nothing
+    goAway(now);
+  }
+
+  /// The code has changed, or the stream was ended: the user scans again, later.
+  void startAnew(Clock::time_point now) {
+    if (source_) goAway(now);
+  }
+
+  std::size_t sockets() const { return (source_ ? 1U : 0U) + (dead_ ? 1U : 0U); }
+
+ private:
+  std::chrono::milliseconds between(int lowest, int highest) {
+    return std::chrono::milliseconds(std::uniform_int_distribution(lowest, highest)(random_));
+  }
+
+  void goAway(Clock::time_point now) {
+    source_.reset();
+    arrived_.reset();
+    next_ = now + between(500, 8'000);
+  }
+
+  void receive(nanoseconds arrived, bool calm) {
+    ++experience_.chunks;
+    if (arrived_) {
+      const auto interval = arrived - *arrived_;
+      const auto missing = static_cast<std::uint64_t>(
+          std::max<nanoseconds::rep>(0, (interval + kChunk / 2) / kChunk - 1));
+      experience_.missing += missing;
+      if (calm_) experience_.pacing.add(interval - kChunk);
+      if (calm_ && missing > 0) {
+        experience_.missingUnexplained += missing;
+        experience_.longestUnexplained = std::max(experience_.longestUnexplained, interval);
+      }
+    }
+    arrived_ = arrived;
+    calm_ = calm;
+  }
+
+  std::mt19937 random_;
+  Experience& experience_;
+  Clock::time_point next_{};  ///< it comes, or goes
+  std::unique_ptr<listen::UdpSource> source_, dead_;
+  std::optional<nanoseconds> arrived_;  ///< the latest chunk
+  bool calm_ = false;                   ///< since then
+};
 
 struct Sample {
   double hours = 0;
@@ -68,33 +177,53 @@ double growthAnHour(const std::vector<Sample>& samples, double Sample::* megabyt
 
 class Soak {
  public:
-  Soak(std::chrono::minutes length, unsigned seed) : length_(length), seed_(seed), plan_(seed) {}
+  Soak(std::chrono::minutes length, unsigned seed) : length_(length), seed_(seed), random_(seed) {}
 
   /// False when the world could not be set up.
   bool run();
-  std::string report() const;
+  void printReport(const std::vector<std::string>& violations) const;
   std::vector<std::string> violations() const;
 
  private:
-  void turn();
-  void happen(Happening what);
+  /// One thing that happens to the program's world.
+  struct Event {
+    const char* name;
+    std::size_t weight;  ///< the gentle ones more often: what is rough ends every stream
+    void (Soak::*happens)();
+  };
+  static const Event kEvents[];
+
+  void rubbish() { flood(2'000); }
+  void heavyFlood() { flood(50'000); }
+  void addressChange();
+  void networkLoss();
+  void otherRightDevice();
+  void movedRecording();
+  void wrongDevice();
+  void lentDevice();
+  void serverRestart();
+  void usbServiceRestart();
+  void phonePlugged();
+  void hostileCable();
+
+  void flood(int perSecond);
   bool startAudio();
-  void restartAudioServer();
-  void useDevices(const std::string& output, const std::string& input);
+  void useDevice(const std::string& name) { audio_.useDevices(name, name + ".monitor"); }
   void expect(bool held, const std::string& what);
+  bool becomes(const char* view) { return program_->becomes(view); }
   void enterWifi();
+  void loseRightDevice();
   void everybodyScansAgain();
+  void turn();
   void takeSample();
   void sleepBeside(const std::stop_token& stop);
   bool calm() const { return Clock::now() - disturbed_ > kExplainedFor; }
+  std::string address() const { return "10.11.0." + std::to_string(host_); }
 
-  std::chrono::minutes length_;
-  unsigned seed_;
-  WorldPlan plan_;
-  Clock::time_point begin_;
-  Clock::time_point disturbed_;
-  Clock::time_point nextSample_;
-  Clock::time_point nextLine_;
+  const std::chrono::minutes length_;
+  const unsigned seed_;
+  std::mt19937 random_;
+  Clock::time_point begin_, disturbed_, nextSample_, nextLine_;
 
   test::TemporaryDirectory folder_;
   test::FakeUsbmuxd usb_{folder_.path() / "usb"};
@@ -102,144 +231,162 @@ class Soak {
   test::ChildProcess player_;
   std::unique_ptr<WholeProgram> program_;
 
-  int address_ = 2;
+  int host_ = 2;
   std::optional<wire::Endpoint> server_;
   Experience experience_;
   std::atomic<bool> wasCalm_ = false;
-  PacingHistogram bareLoop_;  ///< the loop's, until it has ended
-  std::vector<std::unique_ptr<SoakClient>> clients_;
+  Histogram bareLoop_;  ///< the loop's, until it has ended
+  std::vector<std::unique_ptr<Client>> clients_;
   std::map<std::string, int> happened_;
   std::vector<Sample> samples_;
   std::vector<std::string> broken_;
 };
 
+const Soak::Event Soak::kEvents[] = {
+    {"rubbish", 2, &Soak::rubbish},
+    {"flood", 2, &Soak::heavyFlood},
+    {"address changed", 1, &Soak::addressChange},
+    {"network lost and back", 1, &Soak::networkLoss},
+    {"another right device", 2, &Soak::otherRightDevice},
+    {"a mixer moves the recording", 2, &Soak::movedRecording},
+    {"wrong device and back", 1, &Soak::wrongDevice},
+    {"wrong device, then one that is lent", 1, &Soak::lentDevice},
+    {"audio server restarted", 1, &Soak::serverRestart},
+    {"USB service restarted", 1, &Soak::usbServiceRestart},
+    {"phone plugged in and out", 2, &Soak::phonePlugged},
+    {"phones plugged in and out 500 times", 1, &Soak::hostileCable},
+};
+
+// ---- The events
+
+void Soak::flood(int perSecond) {
+  std::atomic<bool> done = false;
+  const std::jthread attacker([&, server = *server_] {
+    bench::flood(server, perSecond, 3s);
+    done = true;
+  });
+  program_->until([&] { return done.load(); }, 60s);
+}
+
+void Soak::addressChange() {
+  whole::ip("address flush dev eth0");
+  host_ = 2 + (host_ - 1) % 200;
+  whole::ip("address add " + address() + "/24 dev eth0");
+  everybodyScansAgain();
+}
+
+void Soak::networkLoss() {
+  server_.reset();
+  whole::ip("address flush dev eth0");
+  expect(program_->until([&] { return !program_->shows("onlineQRImageView_"); }, 5s),
+         "the code stayed without a network");
+  whole::ip("address add " + address() + "/24 dev eth0");
+  everybodyScansAgain();
+}
+
+void Soak::otherRightDevice() {
+  audio_.useDevices("quorin2", "quorin.monitor");
+  program_->runFor(1500ms);
+  useDevice("quorin");
+  expect(program_->shows("onlineContainer_"), "a right device ended the stream");
+}
+
+void Soak::movedRecording() {
+  for (const auto& recording : audio_.recordingNumbers()) {
+    audio_.pactl({"move-source-output", recording, "speaker.monitor"});
+  }
+}
+
+void Soak::loseRightDevice() {
+  server_.reset();
+  useDevice("speaker");
+  expect(becomes("audioGuardView_"), "the guard did not come up");
+  expect(whole::holdings().udpSockets == 0, "the server outlived its device");
+}
+
+void Soak::wrongDevice() {
+  loseRightDevice();
+  useDevice("quorin");
+  enterWifi();
+}
+
+void Soak::lentDevice() {
+  loseRightDevice();
+  program_->click("audioGuardSetUpButton_");
+  enterWifi();
+}
+
+void Soak::serverRestart() {
+  server_.reset();
+  audio_.kill();
+  expect(becomes("audioGuardView_"), "the guard did not come up without an audio server");
+  expect(startAudio(), "the audio server did not come back");
+  enterWifi();
+}
+
+void Soak::usbServiceRestart() {
+  usb_.stop();
+  program_->runFor(500ms);
+  usb_.start();
+}
+
+void Soak::phonePlugged() {
+  usb_.attach(7);
+  program_->runFor(500ms);
+  usb_.detach(7);
+}
+
+void Soak::hostileCable() {
+  for (unsigned device = 10; device < 510; ++device) {
+    usb_.attach(device);
+    usb_.detach(device);
+    if (device % 10 == 0) program_->runFor(10ms);
+  }
+}
+
+// ---- The world
+
 void Soak::expect(bool held, const std::string& what) {
   if (held) return;
-  const auto minutes = std::chrono::duration<double, std::ratio<60>>(Clock::now() - begin_).count();
-  std::ostringstream text;
-  text << std::fixed << std::setprecision(1) << "minute " << minutes << ": " << what;
-  broken_.push_back(text.str());
-  std::fprintf(stderr, "\n%s\n", text.str().c_str());
+  std::array<char, 32> when{};
+  std::snprintf(when.data(), when.size(), "minute %.1f: ", 60 * hours(Clock::now() - begin_));
+  broken_.push_back(when.data() + what);
+  std::fprintf(stderr, "\n%s\n", broken_.back().c_str());
 }
 
 bool Soak::startAudio() {
   const bool up = audio_.start() && audio_.addNullSink("quorin", "Quorin Audio 1", "norewinds=1") &&
                   audio_.addNullSink("quorin2", "Quorin Audio 2", "norewinds=1") &&
                   audio_.addNullSink("speaker", "Speaker");
-  useDevices("quorin", "quorin");
+  useDevice("quorin");
   return up;
 }
 
-void Soak::useDevices(const std::string& output, const std::string& input) {
-  audio_.setDefaultSink(output);
-  audio_.setDefaultSource(input + ".monitor");
-}
-
-std::string addressText(int host) {
-  return "10.11.0." + std::to_string(host);
+void Soak::enterWifi() {
+  expect(becomes("menuContainer_"), "no way to the menu");
+  program_->click("menuOnlineButton_");
+  everybodyScansAgain();
 }
 
 void Soak::everybodyScansAgain() {
   server_.reset();
   for (auto& client : clients_) client->startAnew(Clock::now());
-  const bool shown = program_->until([&] {
+  const auto text = address() + ":" + std::to_string(WholeProgram::kPort);
+  expect(program_->until([&] {
     return program_->shows("onlineQRImageView_") &&
-           program_->accessibleName("onlineQRImageView_").contains(addressText(address_) + ":");
-  });
-  expect(shown, "the code of " + addressText(address_) + " did not come up");
-  expect(program_->codes() == std::vector<std::string>{addressText(address_) + ":" +
-                                                       std::to_string(WholeProgram::kPort)},
-         "the picture of the code could not be read");
-  server_ =
-      wire::Endpoint::parse(addressText(address_) + ":" + std::to_string(WholeProgram::kPort));
-}
-
-void Soak::enterWifi() {
-  expect(program_->until([&] { return program_->shows("menuContainer_"); }), "no way to the menu");
-  program_->click("menuOnlineButton_");
-  everybodyScansAgain();
-}
-
-void Soak::restartAudioServer() {
-  server_.reset();
-  audio_.kill();
-  expect(program_->until([&] { return program_->shows("audioGuardView_"); }),
-         "the guard did not come up without an audio server");
-  expect(startAudio(), "the audio server did not come back");
-  enterWifi();
-}
-
-void Soak::happen(Happening what) {
-  ++happened_[nameOf(what)];
-  disturbed_ = Clock::now();
-  const auto flood = [&](int perSecond, std::chrono::seconds duration) {
-    const auto server = *server_;
-    std::atomic<bool> done = false;
-    const std::jthread attacker([&] {
-      bench::flood(server, perSecond, duration);
-      done = true;
-    });
-    program_->until([&] { return done.load(); }, 60s);
-  };
-  switch (what) {
-    case Happening::kRubbish:
-      flood(2'000, 3s);
-      break;
-    case Happening::kFlood:
-      flood(50'000, 3s);
-      break;
-    case Happening::kAddressChange:
-      whole::ip("address flush dev eth0");
-      address_ = 2 + (address_ - 1) % 200;
-      whole::ip("address add " + addressText(address_) + "/24 dev eth0");
-      everybodyScansAgain();
-      break;
-    case Happening::kNetworkLoss:
-      server_.reset();
-      whole::ip("address flush dev eth0");
-      expect(program_->until([&] { return !program_->shows("onlineQRImageView_"); }, 5s),
-             "the code stayed without a network");
-      whole::ip("address add " + addressText(address_) + "/24 dev eth0");
-      everybodyScansAgain();
-      break;
-    case Happening::kOtherRightDevice:
-      useDevices("quorin2", "quorin");
-      program_->runFor(1500ms);
-      useDevices("quorin", "quorin");
-      expect(program_->shows("onlineContainer_"), "a right device ended the stream");
-      break;
-    case Happening::kWrongDevice:
-      server_.reset();
-      useDevices("speaker", "speaker");
-      expect(program_->until([&] { return program_->shows("audioGuardView_"); }, 5s),
-             "the guard did not come up");
-      expect(whole::holdings().udpSockets == 0, "the server outlived its device");
-      useDevices("quorin", "quorin");
-      enterWifi();
-      break;
-    case Happening::kAudioServerRestart:
-      restartAudioServer();
-      break;
-    case Happening::kUsbServiceRestart:
-      usb_.stop();
-      program_->runFor(500ms);
-      usb_.start();
-      break;
-    case Happening::kPhonePlugged:
-      usb_.attach(7);
-      program_->runFor(500ms);
-      usb_.detach(7);
-      break;
-  }
-  disturbed_ = Clock::now();
+           program_->accessibleName("onlineQRImageView_").contains(text);
+  }),
+         "the code of " + text + " did not come up");
+  expect(program_->codes() == std::vector{text}, "the picture of the code could not be read");
+  server_ = wire::Endpoint::parse(text);
 }
 
 /// What this machine makes of a thread that only sleeps, at the times at which the pacing counts.
 void Soak::sleepBeside(const std::stop_token& stop) {
-  std::optional<std::chrono::nanoseconds> before;
-  bench::runBareLoop(bench::LoopPriority::kRealtime, [&](std::chrono::nanoseconds now) {
+  std::optional<nanoseconds> before;
+  bench::runBareLoop(bench::LoopPriority::kRealtime, [&](nanoseconds now) {
     const bool counts = wasCalm_;
-    if (counts && before) bareLoop_.add(now - *before - 20ms);
+    if (counts && before) bareLoop_.add(now - *before - kChunk);
     before = counts ? std::optional(now) : std::nullopt;
     return !stop.stop_requested();
   });
@@ -249,29 +396,30 @@ void Soak::turn() {
   const auto now = Clock::now();
   wasCalm_ = calm();
   usb_.turn();
-  for (auto& client : clients_) client->serve(now, server_, calm());
-  if (now >= nextLine_) {
-    nextLine_ = now + 1s;
-    std::fprintf(
-        stderr, "\r%5.1f of %ld min  %llu chunks, %llu missing without a reason, %zu broken ",
-        std::chrono::duration<double, std::ratio<60>>(now - begin_).count(),
-        static_cast<long>(length_.count()), static_cast<unsigned long long>(experience_.chunks),
-        static_cast<unsigned long long>(experience_.missingUnexplained), broken_.size());
-  }
+  for (auto& client : clients_) client->serve(now, server_, wasCalm_);
+  if (now < nextLine_) return;
+  nextLine_ = now + 1s;
+  std::fprintf(stderr,
+               "\r%5.1f of %ld min  %llu chunks, %llu missing without a reason, %zu broken ",
+               60 * hours(now - begin_), static_cast<long>(length_.count()),
+               static_cast<unsigned long long>(experience_.chunks),
+               static_cast<unsigned long long>(experience_.missingUnexplained), broken_.size());
 }
 
 void Soak::takeSample() {
-  const auto held = whole::holdings();
-  const auto clientSockets = static_cast<std::size_t>(
-      std::ranges::count_if(clients_, [](const auto& client) { return client->holdsSocket(); }));
   if (!player_.isRunning()) player_ = audio_.play({.seconds = 60, .sink = "quorin"});
+  const auto held = whole::holdings();
+  std::size_t clientSockets = 0;
+  for (const auto& client : clients_) clientSockets += client->sockets();
   const auto usage = bench::usageOf(::getpid());
-  samples_.push_back(
-      {.hours = std::chrono::duration<double, std::ratio<3600>>(Clock::now() - begin_).count(),
-       .proportionalMb = usage ? usage->proportionalMb : 0,
-       .anonymousMb = usage ? usage->anonymousMb : 0,
-       .descriptors = held.descriptors - clientSockets,
-       .threads = held.threads});
+  const auto since = hours(Clock::now() - begin_);
+  if (usage && since > kWarmUpHours) {
+    samples_.push_back({.hours = since,
+                        .proportionalMb = usage->proportionalMb,
+                        .anonymousMb = usage->anonymousMb,
+                        .descriptors = held.descriptors - clientSockets,
+                        .threads = held.threads});
+  }
   expect(held.udpSockets == 1, "there are " + std::to_string(held.udpSockets) + " server sockets");
 }
 
@@ -280,128 +428,105 @@ bool Soak::run() {
   usb_.start();
   ::setenv("USBMUXD_SOCKET_ADDRESS", ("UNIX:" + (folder_.path() / "usb").string()).c_str(), 1);
   audio_.useInThisProcess();
-  if (!startAudio() || !whole::ip("address add " + addressText(address_) + "/24 dev eth0")) {
-    return false;
-  }
+  if (!startAudio() || !whole::ip("address add " + address() + "/24 dev eth0")) return false;
   program_ = std::make_unique<WholeProgram>(app::StartMode::kWiFi);
   for (unsigned i = 0; i < kClients; ++i) {
-    clients_.push_back(std::make_unique<SoakClient>(seed_ * 100 + i, experience_, begin_));
+    clients_.push_back(std::make_unique<Client>(seed_ * 100 + i, experience_));
   }
   program_->onTurn = [this] { turn(); };
   everybodyScansAgain();
 
   const std::jthread bareLoop([this](const std::stop_token& stop) { sleepBeside(stop); });
+  std::vector<const Event*> deck;
+  for (const auto& event : kEvents) deck.insert(deck.end(), event.weight, &event);
   const auto end = begin_ + length_;
   while (Clock::now() < end) {
-    const auto entry = plan_.next();
-    const auto next = std::min(Clock::now() + entry.after, end);
+    const auto pause = std::uniform_int_distribution(12'000, 40'000)(random_);
+    const auto next = std::min(Clock::now() + std::chrono::milliseconds(pause), end);
     program_->until(
         [&] {
-          const auto now = Clock::now();
-          if (now >= nextSample_ && calm()) {
+          if (Clock::now() >= nextSample_ && calm()) {
             takeSample();
-            nextSample_ = now + kSampleInterval;
+            nextSample_ = Clock::now() + kSampleInterval;
           }
-          return now >= next;
+          return Clock::now() >= next;
         },
         10min);
-    if (Clock::now() < end) happen(entry.what);
+    if (next == end) break;
+    const auto* event =
+        deck[std::uniform_int_distribution<std::size_t>(0, deck.size() - 1)(random_)];
+    ++happened_[event->name];
+    disturbed_ = Clock::now();
+    (this->*event->happens)();
+    disturbed_ = Clock::now();
   }
   return true;
 }
 
-std::vector<Sample> afterWarmUp(const std::vector<Sample>& samples) {
-  std::vector<Sample> rest;
-  for (const auto& sample : samples) {
-    if (sample.hours * 60 >= std::chrono::duration<double, std::ratio<60>>(kWarmUp).count()) {
-      rest.push_back(sample);
-    }
-  }
-  return rest;
-}
-
 std::vector<std::string> Soak::violations() const {
   auto found = broken_;
-  const auto settled = afterWarmUp(samples_);
   const auto add = [&](bool broken, const std::string& what) {
     if (broken) found.push_back(what);
   };
-  if (settled.size() >= 3) {
-    const auto [fewest, most] =
-        std::ranges::minmax(settled, {}, [](const Sample& sample) { return sample.descriptors; });
-    add(settled.back().descriptors > settled.front().descriptors,
-        "descriptors grew from " + std::to_string(fewest.descriptors) + " to " +
-            std::to_string(most.descriptors));
-    add(settled.back().threads > settled.front().threads, "threads grew");
+  if (samples_.size() >= 3) {
+    const auto &first = samples_.front(), &last = samples_.back();
+    add(last.descriptors > first.descriptors, "descriptors grew");
+    add(last.threads > first.threads, "threads grew");
     // A slope over a few minutes is noise. What files back changes with whoever else on the machine
     // maps the same libraries.
-    const double growth = growthAnHour(settled, &Sample::anonymousMb);
-    add(length_ >= 30min && growth > kMaxGrowthMbAnHour,
-        "memory grew by " + std::to_string(growth) + " MB an hour");
+    add(length_ >= 30min && growthAnHour(samples_, &Sample::anonymousMb) > kMaxGrowthMbAnHour,
+        "memory grew");
   }
-  add(experience_.longestUnexplained > 200ms,
-      "a client heard nothing for a while, without a reason");
+  add(experience_.longestUnexplained > 200ms, "a client heard nothing for a while");
   add(experience_.missingUnexplained * 1000 > experience_.chunks,
       "more than one chunk in a thousand was missing without a reason");
   add(experience_.unansweredUnexplained > 0, "a client was not answered");
   add(experience_.chunks == 0, "nothing was heard at all");
-  const double pacing = experience_.pacing.quantileMs(0.99);
-  add(pacing > std::max(kEvenPacingMs, kPacingOverBareLoop * bareLoop_.quantileMs(0.99)),
+  const double machine = kPacingOverBareLoop * bareLoop_.quantileMs(0.99);
+  add(experience_.pacing.quantileMs(0.99) > std::max(kEvenPacingMs, machine),
       "the pacing is less even than this machine allows");
   return found;
 }
 
-std::string Soak::report() const {
-  std::ostringstream text;
-  text << std::fixed << std::setprecision(2);
-  text << length_.count() << " minutes, seed " << seed_ << ", "
-       << std::thread::hardware_concurrency()
-       << " processors.\n\n| what happened | times |\n|---|---|\n";
-  for (const auto& [name, times] : happened_) text << "| " << name << " | " << times << " |\n";
-  const auto settled = afterWarmUp(samples_);
-  text << "\n| figure | value |\n|---|---|\n"
-       << "| joined / left / fell silent | " << experience_.joined << " / " << experience_.left
-       << " / " << experience_.silent << " |\n"
-       << "| refused (full) / not answered | " << experience_.refused << " / "
-       << experience_.unanswered << " |\n"
-       << "| chunks heard | " << experience_.chunks << " |\n"
-       << "| 20 ms without a chunk, times with a reason / without | "
-       << experience_.missing - experience_.missingUnexplained << " / "
-       << experience_.missingUnexplained << " |\n"
-       << "| longest silence without a reason | "
-       << static_cast<double>(experience_.longestUnexplained.count()) / 1e6 << " ms |\n"
-       << "| pacing, deviation from 20 ms: p50 / p99 / max | " << experience_.pacing.quantileMs(0.5)
-       << " / " << experience_.pacing.quantileMs(0.99) << " / " << experience_.pacing.maxMs()
-       << " ms |\n"
-       << "| a thread beside it that only sleeps: p50 / p99 / max | " << bareLoop_.quantileMs(0.5)
-       << " / " << bareLoop_.quantileMs(0.99) << " / " << bareLoop_.maxMs() << " ms |\n";
-  if (!settled.empty()) {
-    const auto memory = [&](const char* name, double Sample::* megabytes) {
-      text << "| " << name << ", first / last / growth | " << settled.front().*megabytes << " / "
-           << settled.back().*megabytes << " MB / " << growthAnHour(settled, megabytes)
-           << " MB an hour |\n";
-    };
-    memory("memory (PSS)", &Sample::proportionalMb);
-    memory("of that, heaps and stacks", &Sample::anonymousMb);
-    text << "| descriptors, first / last | " << settled.front().descriptors << " / "
-         << settled.back().descriptors << " |\n"
-         << "| threads, first / last | " << settled.front().threads << " / "
-         << settled.back().threads << " |\n";
+void Soak::printReport(const std::vector<std::string>& violations) const {
+  const auto number = [](std::uint64_t value) { return static_cast<unsigned long long>(value); };
+  std::fprintf(stderr, "%ld minutes, seed %u\n", static_cast<long>(length_.count()), seed_);
+  for (const auto& [name, times] : happened_)
+    std::fprintf(stderr, "%4d x %s\n", times, name.c_str());
+  const auto& all = experience_;
+  std::fprintf(stderr,
+               "joined %llu, left %llu, fell silent %llu, refused %llu, not answered %llu\n",
+               number(all.joined), number(all.left), number(all.silent), number(all.refused),
+               number(all.unanswered));
+  std::fprintf(
+      stderr, "%llu chunks; missing %llu with a reason, %llu without, the longest for %.1f ms\n",
+      number(all.chunks), number(all.missing - all.missingUnexplained),
+      number(all.missingUnexplained), static_cast<double>(all.longestUnexplained.count()) / 1e6);
+  for (const auto& [name, histogram] :
+       {std::pair("pacing", &all.pacing), {"a thread beside it that only sleeps", &bareLoop_}}) {
+    std::fprintf(stderr, "%s: p50 %.2f, p99 %.2f ms away from 20 ms\n", name,
+                 histogram->quantileMs(0.5), histogram->quantileMs(0.99));
   }
-  text << "\n";
-  const auto found = violations();
-  if (found.empty()) text << "Every invariant held.\n";
-  for (const auto& violation : found) text << "- BROKEN: " << violation << "\n";
-  return text.str();
+  if (!samples_.empty()) {
+    const auto &first = samples_.front(), &last = samples_.back();
+    std::fprintf(stderr,
+                 "memory (PSS) %.1f, then %.1f MB; heaps and stacks %.1f, then %.1f MB, growing by "
+                 "%.2f MB an hour\n",
+                 first.proportionalMb, last.proportionalMb, first.anonymousMb, last.anonymousMb,
+                 growthAnHour(samples_, &Sample::anonymousMb));
+    std::fprintf(stderr, "descriptors %zu, then %zu; threads %zu, then %zu\n", first.descriptors,
+                 last.descriptors, first.threads, last.threads);
+  }
+  for (const auto& violation : violations) std::fprintf(stderr, "BROKEN: %s\n", violation.c_str());
+  if (violations.empty()) std::fputs("Every invariant held.\n", stderr);
 }
 
 int launch(const QStringList& arguments) {
   QCommandLineParser parser;
-  parser.addOptions({{"minutes", "How long.", "N", "5"},
-                     {"seed", "Of everything that is random.", "N", "1"},
-                     {"report", "Where the report goes.", "FILE", "soak.md"}});
+  parser.addOptions(
+      {{"minutes", "How long.", "N", "5"}, {"seed", "Of all that is random.", "N", "1"}});
   if (!parser.parse(arguments) || parser.value("minutes").toInt() <= 0) {
-    std::fputs("usage: quorin-soak --minutes N [--seed N] [--report FILE]\n", stderr);
+    std::fputs("usage: quorin-soak [--minutes N] [--seed N]\n", stderr);
     return 2;
   }
   Soak soak(std::chrono::minutes(parser.value("minutes").toInt()), parser.value("seed").toUInt());
@@ -409,10 +534,10 @@ int launch(const QStringList& arguments) {
     std::fputs("quorin-soak: the audio server or the network could not be set up\n", stderr);
     return 1;
   }
-  const auto report = soak.report();
-  std::ofstream(parser.value("report").toStdString()) << report;
-  std::fprintf(stderr, "\n\n%s", report.c_str());
-  return soak.violations().empty() ? 0 : 1;
+  const auto violations = soak.violations();
+  std::fputs("\n\n", stderr);
+  soak.printReport(violations);
+  return violations.empty() ? 0 : 1;
 }
 
 }  // namespace

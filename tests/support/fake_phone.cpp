@@ -1,9 +1,11 @@
 #include "support/fake_phone.h"
 
+#include "wire/endpoint.h"
 #include "wire/frame.h"
 
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 
 #include <array>
 #include <cerrno>
@@ -21,7 +23,6 @@ void FakePhone::turn() {
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) return;
     sawEnd = count <= 0;
     const auto received = std::span(buffer).first(sawEnd ? 0 : static_cast<std::size_t>(count));
-    stream.insert(stream.end(), received.begin(), received.end());
     for (auto rest = std::span<const std::byte>(received); !rest.empty();) {
       const auto space = reader_.space();
       const auto part = rest.first(std::min(space.size(), rest.size()));
@@ -57,27 +58,36 @@ void FakePhone::reset() {
   hangUp();
 }
 
-PhoneListener::PhoneListener(std::uint16_t port)
-    : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
+namespace {
+
+posix::FileDescriptor listenOn(const sockaddr* address, socklen_t size) {
+  posix::FileDescriptor socket(
+      ::socket(address->sa_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   const int yes = 1;
-  ::setsockopt(socket_.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(port);
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof address;
-  if (::bind(socket_.get(), reinterpret_cast<sockaddr*>(&address), size) != 0 ||
-      ::listen(socket_.get(), 8) != 0 ||
-      ::getsockname(socket_.get(), reinterpret_cast<sockaddr*>(&address), &size) != 0) {
-    throw std::runtime_error("the test's phone cannot listen");
+  ::setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+  if (::bind(socket.get(), address, size) != 0 || ::listen(socket.get(), 8) != 0) {
+    throw std::runtime_error("a stand-in cannot listen");
   }
-  port_ = ntohs(address.sin_port);
+  return socket;
 }
 
-std::optional<FakePhone> PhoneListener::accept() {
-  posix::FileDescriptor socket(::accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
-  if (!socket) return std::nullopt;
-  return FakePhone(std::move(socket));
+}  // namespace
+
+posix::FileDescriptor listenAt(std::uint16_t port) {
+  const auto address = wire::Endpoint{INADDR_LOOPBACK, port}.socketAddress();
+  return listenOn(reinterpret_cast<const sockaddr*>(&address), sizeof address);
+}
+
+posix::FileDescriptor listenAt(const std::filesystem::path& path) {
+  ::unlink(path.c_str());
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.string().copy(address.sun_path, sizeof address.sun_path - 1);
+  return listenOn(reinterpret_cast<const sockaddr*>(&address), sizeof address);
+}
+
+posix::FileDescriptor acceptFrom(const posix::FileDescriptor& listener) {
+  return posix::FileDescriptor(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
 }
 
 }  // namespace quorin::test

@@ -5,6 +5,7 @@
 #include "wire/frame_reader.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <span>
 #include <vector>
@@ -35,7 +36,6 @@ class FakePhone {
   void reset();
 
   std::vector<SentFrame> frames;  ///< received since they were last taken away
-  Bytes stream;                   ///< every byte received
   bool sawEnd = false;            ///< the other end has closed
   bool sawBrokenFrame = false;
 
@@ -44,19 +44,24 @@ class FakePhone {
   wire::FrameReader reader_;
 };
 
-/// An app that waits for the computer on a TCP port of 127.0.0.1.
+/// A non-blocking socket that listens on this TCP port of 127.0.0.1, or at this path.
+posix::FileDescriptor listenAt(std::uint16_t port);
+posix::FileDescriptor listenAt(const std::filesystem::path& path);
+/// The next connection that has been made to a listening socket.
+posix::FileDescriptor acceptFrom(const posix::FileDescriptor& listener);
+
+/// An app that waits for the computer where the cable looks for it on this machine.
 class PhoneListener {
  public:
-  /// 0: a free port.
-  explicit PhoneListener(std::uint16_t port = 0);
+  explicit PhoneListener(std::uint16_t port) : socket_(listenAt(port)) {}
 
-  std::uint16_t port() const { return port_; }
-  int descriptor() const { return socket_.get(); }
-  std::optional<FakePhone> accept();
+  std::optional<FakePhone> accept() {
+    auto connection = acceptFrom(socket_);
+    return connection ? std::optional<FakePhone>(std::move(connection)) : std::nullopt;
+  }
 
  private:
   posix::FileDescriptor socket_;
-  std::uint16_t port_ = 0;
 };
 
 }  // namespace quorin::test

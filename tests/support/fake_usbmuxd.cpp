@@ -2,7 +2,6 @@
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 
 #include <array>
 #include <cerrno>
@@ -39,25 +38,15 @@ std::string attached(usb::DeviceID device, const std::string& connection) {
 
 }  // namespace
 
-Bytes usbMessage(const std::string& items) {
-  const auto body = "<plist version=\"1.0\"><dict>" + items + "</dict></plist>";
-  const Header header{static_cast<std::uint32_t>(sizeof(Header) + body.size()), 1, 8, 0};
+Bytes usbMessage(const Bytes& list) {
+  const Header header{static_cast<std::uint32_t>(sizeof(Header) + list.size()), 1, 8, 0};
   Bytes message(sizeof header);
   std::memcpy(message.data(), header.data(), sizeof header);
-  return message + bytesOf(body);
+  return message + list;
 }
 
-posix::FileDescriptor listenAt(const std::filesystem::path& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-  posix::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-  ::unlink(path.c_str());
-  if (::bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-      ::listen(socket.get(), 8) != 0) {
-    throw std::runtime_error("the stand-in USB service cannot listen");
-  }
-  return socket;
+Bytes usbMessage(const std::string& items) {
+  return usbMessage(bytesOf("<plist version=\"1.0\"><dict>" + items + "</dict></plist>"));
 }
 
 void FakeUsbmuxd::start() {
@@ -93,9 +82,7 @@ std::optional<FakePhone> FakeUsbmuxd::takeConnection(usb::DeviceID device) {
 
 void FakeUsbmuxd::turn() {
   if (!socket_) return;
-  while (true) {
-    posix::FileDescriptor socket(::accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
-    if (!socket) break;
+  while (auto socket = acceptFrom(socket_)) {
     clients_.push_back({.socket = std::move(socket), .received = {}});
     ++accepted;
   }

@@ -15,11 +15,9 @@
 
 namespace quorin::test {
 
-/// A message of the USB service: the header and `items` in a dictionary, as XML.
+/// A message of the USB service: the header and a property list, or `items` in one, as XML.
+Bytes usbMessage(const Bytes& list);
 Bytes usbMessage(const std::string& items);
-
-/// A non-blocking socket that listens at a path.
-posix::FileDescriptor listenAt(const std::filesystem::path& path);
 
 /// Stands in for the USB multiplexing service: answers Listen, Connect and ReadPairRecord on a Unix
 /// socket, for phones that the test plugs in. Does something only inside `turn`, which a test

@@ -95,15 +95,19 @@ std::string PrivateAudioServer::defaults() const {
   return names.substr(0, names.find_last_not_of(' ') + 1);
 }
 
-bool PrivateAudioServer::isPlaying(const std::string& sink) const {
-  std::istringstream sinks(ask({"list", "short", "sinks"}));
-  const std::string playbacks = ask({"list", "short", "sink-inputs"});
-  for (std::string line; std::getline(sinks, line);) {
+bool PrivateAudioServer::defaultsBecome(const std::string& names) const {
+  return eventually([&] { return defaults() == names; });
+}
+
+std::ptrdiff_t PrivateAudioServer::playbacksOn(const std::string& sink) const {
+  for (const auto& line : list("sinks")) {
     if (!line.contains('\t' + sink + '\t')) continue;
-    // The second column is the number of the sink.
-    return playbacks.contains('\t' + line.substr(0, line.find('\t')) + '\t');
+    // The second column of a playback is the number of its sink.
+    const auto number = '\t' + line.substr(0, line.find('\t')) + '\t';
+    return std::ranges::count_if(list("sink-inputs"),
+                                 [&](auto& each) { return each.contains(number); });
   }
-  return false;
+  return 0;
 }
 
 void PrivateAudioServer::signalAll(int signal) {
@@ -148,20 +152,24 @@ std::string PrivateAudioServer::output() const {
   return all.str();
 }
 
-PrivatePulse::PrivatePulse() {
+PrivatePulse::PrivatePulse(bool script) : script_(script) {
   environment_.push_back("PULSE_SERVER=unix:" + (folder_ / "native").string());
 }
 
 void PrivatePulse::launch() {
   std::error_code ignored;
   std::filesystem::remove(folder_ / "native", ignored);  // left behind by one that was killed
-  processes_.emplace_back(
-      ChildProcess::Command{.arguments = {"pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no",
-                                          "--exit-idle-time=-1", "-L",
-                                          "module-native-protocol-unix auth-anonymous=1 socket=" +
-                                              (folder_ / "native").string()},
-                            .environment = environment_,
-                            .output = folder_ / "pulseaudio.log"});
+  std::vector<std::string> arguments = {
+      "pulseaudio",
+      "--daemonize=no",
+      "--use-pid-file=no",
+      "--exit-idle-time=-1",
+      "-L",
+      "module-native-protocol-unix auth-anonymous=1 socket=" + (folder_ / "native").string()};
+  if (!script_) arguments.emplace_back("-n");
+  processes_.emplace_back(ChildProcess::Command{.arguments = std::move(arguments),
+                                                .environment = environment_,
+                                                .output = folder_ / "pulseaudio.log"});
 }
 
 bool PrivatePipeWire::isInstalled() {
@@ -199,6 +207,16 @@ void PrivatePipeWire::launch() {
   run({"wireplumber"});
   eventually([&] { return contentOf(objects).contains("metadata.name = \"default\""); });
   run({"pipewire-pulse"});
+}
+
+std::unique_ptr<PrivateAudioServer> makePrivateServer(std::string_view kind, bool script) {
+  if (kind == "PulseAudio" && PrivatePulse::isInstalled()) {
+    return std::make_unique<PrivatePulse>(script);
+  }
+  if (kind == "PipeWire" && PrivatePipeWire::isInstalled()) {
+    return std::make_unique<PrivatePipeWire>();
+  }
+  return nullptr;
 }
 
 }  // namespace quorin::test

@@ -6,7 +6,9 @@
 #include <csignal>
 #include <cstddef>
 #include <filesystem>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// Audio servers of the test's own, which nobody hears and which disturb nobody.
@@ -42,10 +44,19 @@ class PrivateAudioServer {
   std::ptrdiff_t recordings() const { return std::ssize(recordingNumbers()); }
   /// A program of this name that records the default source.
   ChildProcess record(const std::string& program) const;
+  /// Makes both default, and waits for them to be there.
+  bool useDevices(const std::string& sink, const std::string& source) const {
+    return setDefaultSink(sink) && setDefaultSource(source);
+  }
   /// "SINK SOURCE", as the server names its defaults.
   std::string defaults() const;
-  /// Whether a program plays into the sink.
-  bool isPlaying(const std::string& sink) const;
+  /// Waits for these defaults.
+  bool defaultsBecome(const std::string& names) const;
+  /// How many streams play into the sink.
+  std::ptrdiff_t playbacksOn(const std::string& sink) const;
+  /// The lines of `pactl list short KIND`.
+  std::vector<std::string> list(const std::string& kind) const;
+  const std::filesystem::path& folder() const { return folder_; }
 
   /// Plays a sine, the same on all its channels, into a sink.
   struct Sine {
@@ -69,8 +80,6 @@ class PrivateAudioServer {
   virtual void launch() = 0;
   /// What `pactl` answers.
   std::string ask(std::vector<std::string> arguments) const;
-  /// The lines of `pactl list short KIND`.
-  std::vector<std::string> list(const std::string& kind) const;
   void signalAll(int signal);
 
   TemporaryDirectory directory_;
@@ -82,10 +91,13 @@ class PrivateAudioServer {
 class PrivatePulse : public PrivateAudioServer {
  public:
   static bool isInstalled() { return hasProgram("pulseaudio") && hasProgram("pactl"); }
-  PrivatePulse();
+  /// `script`: whether it starts as at a login, with the user's own start script.
+  explicit PrivatePulse(bool script = false);
 
  private:
   void launch() override;
+
+  const bool script_;
 };
 
 class PrivatePipeWire : public PrivateAudioServer {
@@ -96,5 +108,8 @@ class PrivatePipeWire : public PrivateAudioServer {
  private:
   void launch() override;
 };
+
+/// "PulseAudio" or "PipeWire"; null where that is not installed.
+std::unique_ptr<PrivateAudioServer> makePrivateServer(std::string_view kind, bool script = false);
 
 }  // namespace quorin::test

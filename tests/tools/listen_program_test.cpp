@@ -8,7 +8,6 @@
 #include "wire/audio_chunk.h"
 #include "wire/cable_frames.h"
 #include "wire/control_message.h"
-#include "wire/endpoint.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -45,12 +44,6 @@ class QuorinListen : public testing::Test {
     std::filesystem::remove(path("out"));
     process_ = test::ChildProcess({.arguments = words, .environment = {}, .output = path("out")});
   }
-
-  int run(const std::vector<std::string>& arguments) {
-    start(arguments);
-    return process_.wait();
-  }
-
   std::string said(const char* stream) const { return test::contentOf(path(stream)); }
 
   /// The program that is listened to hears this message, maybe after others.
@@ -60,14 +53,7 @@ class QuorinListen : public testing::Test {
     return heard.has_value();
   }
 
-  void answerAndSend(int datagrams) {
-    server_.says(wire::kReady);
-    server_.says(wire::kFormat);
-    for (int i = 0; i < datagrams; ++i) server_.says(std::string(1764, '\0'));
-  }
-
   test::UdpPeer server_;
-
   test::TemporaryDirectory folder_;
   test::ChildProcess process_;
 };
@@ -115,9 +101,8 @@ posix::FileDescriptor connectTo(std::uint16_t port) {
   posix::FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
   const auto address = wire::Endpoint{.address = INADDR_LOOPBACK, .port = port}.socketAddress();
   const auto* generic = reinterpret_cast<const sockaddr*>(&address);
-  const bool connected =
-      test::eventually([&] { return ::connect(socket.get(), generic, sizeof address) == 0; });
-  EXPECT_TRUE(connected);
+  EXPECT_TRUE(
+      test::eventually([&] { return ::connect(socket.get(), generic, sizeof address) == 0; }));
   return socket;
 }
 
@@ -125,8 +110,7 @@ TEST_F(QuorinListen, IsThePhoneAtTheEndOfTheCable) {
   constexpr std::uint16_t kPort = 23456;
   start({"--cable", "--port", std::to_string(kPort), "--json", "--wav", path("c.wav")});
   const auto type = [](wire::CableFrame frame) { return static_cast<std::uint32_t>(frame); };
-  std::vector<float> chunk(wire::kChunkFrames, 0.25F);
-  const auto bytes = std::as_bytes(std::span(chunk));
+  const test::Bytes chunk(wire::kChunkBytes);
   for (int channel = 0; channel < 2; ++channel) {  // after one the next is welcome
     test::FakePhone computer(connectTo(kPort));
     const auto isAnswered = [&](std::size_t frames) {
@@ -139,8 +123,7 @@ TEST_F(QuorinListen, IsThePhoneAtTheEndOfTheCable) {
     EXPECT_EQ(computer.frames[0].type, type(wire::CableFrame::kDeviceInformation));
     EXPECT_TRUE(usb::readDeviceInformation(computer.frames[0].payload));
 
-    for (int i = 0; i < 10; ++i)
-      computer.send(type(wire::CableFrame::kAudio), 0, {bytes.begin(), bytes.end()});
+    for (int i = 0; i < 10; ++i) computer.send(type(wire::CableFrame::kAudio), 0, chunk);
     computer.send(type(wire::CableFrame::kText), 0, wire::encodeText("hola"));
     computer.send(type(wire::CableFrame::kPing), 77, {});
     ASSERT_TRUE(isAnswered(2));
@@ -152,25 +135,21 @@ TEST_F(QuorinListen, IsThePhoneAtTheEndOfTheCable) {
   EXPECT_EQ(measure::readWav(path("c.wav")).value().size(), 20 * wire::kChunkFrames);
 }
 
-TEST_F(QuorinListen, EndsProperlyOnASignal) {
-  for (const int signal : {SIGINT, SIGTERM}) {
-    start({server_.key(), "--wav", path("b.wav")});
-    ASSERT_TRUE(isTold(wire::kHello));
-    ::kill(process_.pid(), signal);
-    EXPECT_EQ(process_.wait(), 0);
-    EXPECT_TRUE(isTold(wire::kStop));
-    EXPECT_THAT(said("out"), HasSubstr("received "));
-    EXPECT_FALSE(std::filesystem::exists(path("b.wav"))) << "there was no sound";
-  }
-}
-
 TEST_F(QuorinListen, ASignalEndsItAlsoWhileItsOutputBlocks) {
+  start({server_.key()});
+  ASSERT_TRUE(isTold(wire::kHello));
+  ::kill(process_.pid(), SIGTERM);
+  EXPECT_EQ(process_.wait(), 0);
+  EXPECT_TRUE(isTold(wire::kStop));
+  EXPECT_THAT(said("out"), HasSubstr("received "));
+
   ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
   const posix::FileDescriptor reader(::open(path("pipe").c_str(), O_RDWR | O_CLOEXEC));
   ::fcntl(reader.get(), F_SETPIPE_SZ, 4096);
   start({server_.key(), "--arrivals", path("pipe")});
   ASSERT_TRUE(isTold(wire::kHello));
-  answerAndSend(300);
+  server_.says(wire::kReady);
+  for (int i = 0; i < 300; ++i) server_.says(std::string(1764, '\0'));
   EXPECT_TRUE(test::eventually([&] {
     int bytes = 0;
     ::ioctl(reader.get(), FIONREAD, &bytes);
@@ -180,56 +159,45 @@ TEST_F(QuorinListen, ASignalEndsItAlsoWhileItsOutputBlocks) {
   EXPECT_EQ(process_.wait(), 1);
 }
 
-TEST_F(QuorinListen, AnOutputThatCannotBeWrittenIsAnError) {
-  for (const char* option : {"--arrivals", "--wav"}) {
-    start({server_.key(), "--seconds", "1", option, "/dev/full"});
-    ASSERT_TRUE(isTold(wire::kHello));
-    answerAndSend(50);
-    EXPECT_EQ(process_.wait(), 1) << option;
-    EXPECT_THAT(said("err"), HasSubstr("Cannot write to /dev/full"));
+TEST_F(QuorinListen, SaysWhatIsWrong) {
+  const std::string format(wire::kFormat);
+  const std::string ready(wire::kReady);
+  const std::string sound(1764, '\0');
+  const std::vector<std::string> aSecond(50, sound);
+  const struct {
+    std::vector<std::string> arguments;  ///< after the server's address
+    std::vector<std::string> answers;
+    int exit;
+    std::string sentence;
+  } cases[] = {
+      {{}, {std::string(wire::kBusy)}, 3, server_.key() + " already serves as many"},
+      {{"--seconds", "1"}, {format, ready, sound}, 1, "but as format, READY, sound"},
+      {{}, {"<<FORMAT:SR=48000>>"}, 1, "a format that is not known here: <<FORMAT:SR=48000>>"},
+      {{"--wav", "/dev/full"}, aSecond, 1, "Cannot write to /dev/full"},
+      {{"--arrivals", "/dev/full"}, aSecond, 1, "Cannot write to /dev/full"},
+      {{}, {}, 1, "No answer from " + server_.key() + " for 3 s: check the address"},
+      {{"--wav", path("none/a.wav")}, {}, 1, "Cannot write " + path("none/a.wav")},
+      {{"--seconds", "nan"}, {}, 2, "--seconds needs a number"},
+      {{"--seconds"}, {}, 2, "Missing value"},
+      {{"--port", "1"}, {}, 2, "--port goes with --cable"},
+      {{"--cable"}, {}, 2, "leave ADDRESS:PORT out"},
+      {{"1.2.3.4:5"}, {}, 2, "One ADDRESS:PORT is needed"},
+      {{"--loud"}, {}, 2, "loud"},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.sentence);
+    auto arguments = row.arguments;
+    arguments.insert(arguments.begin(), server_.key());
+    start(arguments);
+    if (!row.answers.empty()) {
+      ASSERT_TRUE(isTold(wire::kHello));
+      for (const auto& answer : row.answers) server_.says(answer);
+    }
+    EXPECT_EQ(process_.wait(), row.exit);
+    EXPECT_THAT(said("err"), HasSubstr(row.sentence));
+    while (server_.heard()) {
+    }
   }
-  const std::string program = std::string(std::getenv("QUORIN_BIN")) + "/quorin-listen";
-  test::ChildProcess help(
-      {.arguments = {"sh", "-c", program + " --help >/dev/full"}, .environment = {}, .output = {}});
-  EXPECT_EQ(help.wait(), 1);
-}
-
-TEST_F(QuorinListen, SaysWhatToCheckWhenNobodyAnswers) {
-  EXPECT_EQ(run({"127.0.0.1:9", "--seconds", "1", "--wav", path("n.wav")}), 1);
-  EXPECT_THAT(said("err"), HasSubstr("No answer from 127.0.0.1:9 for 3 s: check the address"));
-  EXPECT_EQ(said("out"), "");
-  EXPECT_FALSE(std::filesystem::exists(path("n.wav")));
-}
-
-TEST_F(QuorinListen, ComplainsAboutAServerThatAnswersAgainstTheProtocol) {
-  start({server_.key(), "--seconds", "1"});
-  ASSERT_TRUE(isTold(wire::kHello));
-  server_.says(wire::kFormat);
-  server_.says(wire::kReady);
-  server_.says(std::string(1764, '\0'));
-  EXPECT_EQ(process_.wait(), 1);
-  EXPECT_THAT(said("err"), HasSubstr("but as format, READY, sound"));
-  start({server_.key()});
-  ASSERT_TRUE(isTold(wire::kHello));
-  server_.says("<<FORMAT:SR=48000>>");
-  EXPECT_EQ(process_.wait(), 1);
-  EXPECT_THAT(said("err"), HasSubstr("a format that is not known here: <<FORMAT:SR=48000>>"));
-}
-
-TEST_F(QuorinListen, HasAnExitCodeForAFullServer) {
-  start({server_.key()});
-  ASSERT_TRUE(isTold(wire::kHello));
-  server_.says(wire::kBusy);
-  EXPECT_EQ(process_.wait(), 3);
-  EXPECT_THAT(said("err"), HasSubstr(server_.key() + " already serves as many"));
-}
-
-TEST_F(QuorinListen, RefusesWrongUsageAndWrongPlaces) {
-  EXPECT_EQ(run({"somewhere"}), 2);
-  EXPECT_EQ(run({"127.0.0.1:9", "--wav", path("none/a.wav")}), 1);
-  EXPECT_THAT(said("err"), HasSubstr("Cannot write " + path("none/a.wav")));
-  EXPECT_EQ(run({"--help"}), 0);
-  EXPECT_THAT(said("out"), HasSubstr("--seconds N"));
 }
 
 }  // namespace

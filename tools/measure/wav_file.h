@@ -10,7 +10,6 @@
 #include <optional>
 #include <span>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace quorin::measure {
@@ -19,17 +18,11 @@ namespace quorin::measure {
 /// every second of sound, so that the file of a receiver that was killed plays but for its last
 /// second.
 ///
-/// A file that is there already keeps its content until sound comes; one that was made here and
-/// got none is removed again.
+/// A file that is there already keeps its content until sound comes.
 class WavWriter {
  public:
   /// Fails where nothing can be written. The error is a sentence for the user.
   static std::expected<WavWriter, std::string> open(const std::string& path);
-
-  WavWriter(WavWriter&&) = default;
-  WavWriter& operator=(WavWriter&&) = delete;
-  /// As `finish`, without its answer.
-  ~WavWriter();
 
   /// Whole samples of one and the same format. False when the disk did not take them. Stops
   /// growing at 4 GiB, which is as much as the format can say.
@@ -44,14 +37,11 @@ class WavWriter {
     void operator()(std::FILE* file) const { std::fclose(file); }
   };
 
-  WavWriter(std::FILE* file, std::string path, bool isNew)
-      : file_(file), path_(std::move(path)), isNew_(isNew) {}
+  explicit WavWriter(std::FILE* file) : file_(file) {}
   bool writeHeader();
 
   std::unique_ptr<std::FILE, Close> file_;  ///< none once finished
-  std::string path_;
-  bool isNew_;                          ///< made by `open`
-  std::optional<SampleFormat> format_;  ///< of the first sound
+  std::optional<SampleFormat> format_;      ///< of the first sound
   std::uint32_t bytes_ = 0;
   std::uint32_t bytesInHeader_ = 0;
 };

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <ranges>
 
 namespace quorin::device {
 namespace {
@@ -12,14 +11,6 @@ namespace {
 constexpr std::string_view kNullSink = "module-null-sink";
 constexpr std::string_view kRemapSource = "module-remap-source";
 constexpr std::string_view kLender = "quorin.lender=";
-
-/// `argument` holds "name=value" as a word of its own.
-bool holdsWord(std::string_view argument, std::string_view word) {
-  const auto at = argument.find(word);
-  if (at == std::string_view::npos) return false;
-  const auto end = at + word.size();
-  return end == argument.size() || argument[end] == ' ';
-}
 
 bool hasRightName(const Endpoint& endpoint) {
   return audio::isDefaultDeviceNamed(
@@ -79,11 +70,12 @@ ModuleLine loopbackModule(std::string_view source, std::string_view sink) {
 }
 
 bool isOurs(const LoadedModule& module) {
-  if (module.name == kNullSink) {
-    return holdsWord(module.argument, "sink_name=" + std::string(kSinkName));
-  }
-  return module.name == kRemapSource &&
-         holdsWord(module.argument, "source_name=" + std::string(kSourceName));
+  // Each is followed by another word.
+  const auto names = [&module](std::string_view key, std::string_view name) {
+    return module.argument.contains(std::string(key) + std::string(name) + ' ');
+  };
+  return (module.name == kNullSink && names("sink_name=", kSinkName)) ||
+         (module.name == kRemapSource && names("source_name=", kSourceName));
 }
 
 int lenderOf(const LoadedModule& module) {
@@ -97,6 +89,10 @@ int lenderOf(const LoadedModule& module) {
 
 const Endpoint* find(const std::vector<Endpoint>& endpoints, std::string_view name) {
   return findIf(endpoints, [name](const Endpoint& endpoint) { return endpoint.name == name; });
+}
+
+const Endpoint* find(const std::vector<Endpoint>& endpoints, std::uint32_t index) {
+  return findIf(endpoints, [index](const Endpoint& endpoint) { return endpoint.index == index; });
 }
 
 DevicePair findDevice(const Snapshot& snapshot) {
@@ -145,14 +141,13 @@ std::vector<Playback> playingElsewhere(const Snapshot& snapshot) {
 std::string soundLine(const Snapshot& snapshot) {
   const DevicePair device = findDevice(snapshot);
   if (device.sink == nullptr) return "clear";
-  if (device.sink->muted) return "muted";
+  if (device.sink->muted || device.sink->volumeIsZero) return "muted";
   const bool something = std::ranges::any_of(snapshot.playbacks, [&](const Playback& each) {
     return !each.paused && each.sink == device.sink->index;
   });
   if (something) return "clear";
   for (const Playback& each : playingElsewhere(snapshot)) {
-    const Endpoint* const where =
-        findIf(snapshot.sinks, [&each](const Endpoint& sink) { return sink.index == each.sink; });
+    const Endpoint* const where = find(snapshot.sinks, each.sink);
     if (each.paused || where == nullptr) continue;
     return "elsewhere\t" + field(each.program) + '\t' + field(where->description);
   }

@@ -47,6 +47,7 @@ struct DevicePair {
 DevicePair findDevice(const Snapshot& snapshot);
 
 const Endpoint* find(const std::vector<Endpoint>& endpoints, std::string_view name);
+const Endpoint* find(const std::vector<Endpoint>& endpoints, std::uint32_t index);
 
 /// What was default before the virtual device, by the server's names; empty where nothing is to be
 /// restored.

@@ -1,13 +1,17 @@
 #include "quorin-device/lending.h"
 
+#include "platform/posix/file_descriptor.h"
+
 #include <poll.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <map>
 #include <optional>
 #include <ranges>
 #include <utility>
@@ -32,24 +36,21 @@ class Input {
     for (const int number : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&signals, number);
     ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
-    descriptors_ = {STDIN_FILENO, ::signalfd(-1, &signals, SFD_CLOEXEC)};
+    signals_ = posix::FileDescriptor(::signalfd(-1, &signals, SFD_CLOEXEC));
   }
-  ~Input() { ::close(descriptors_[1]); }
-  Input(const Input&) = delete;
-  Input& operator=(const Input&) = delete;
 
-  const std::array<int, 2>& descriptors() const { return descriptors_; }
+  std::array<int, 2> descriptors() const { return {STDIN_FILENO, signals_.get()}; }
   bool hasEnded() const { return ended_; }
 
   /// The whole lines that have come within `limit`.
   std::vector<std::string> read(std::chrono::milliseconds limit) {
-    std::array<pollfd, 2> polled{{{descriptors_[0], POLLIN, 0}, {descriptors_[1], POLLIN, 0}}};
+    std::array<pollfd, 2> polled{{{STDIN_FILENO, POLLIN, 0}, {signals_.get(), POLLIN, 0}}};
     if (::poll(polled.data(), polled.size(), static_cast<int>(limit.count())) <= 0) return {};
-    if (polled[1].revents != 0) ended_ = true;
+    ended_ |= polled[1].revents != 0;
     if (polled[0].revents != 0) {
       std::array<char, 4096> buffer;
       const auto size = ::read(STDIN_FILENO, buffer.data(), buffer.size());
-      if (size <= 0) ended_ = true;
+      ended_ |= size <= 0;
       if (size > 0) text_.append(buffer.data(), static_cast<std::size_t>(size));
     }
     std::vector<std::string> lines;
@@ -61,7 +62,7 @@ class Input {
   }
 
  private:
-  std::array<int, 2> descriptors_{};
+  posix::FileDescriptor signals_;
   std::string text_;
   bool ended_ = false;
 };
@@ -70,95 +71,78 @@ bool isAlive(int process) {
   return ::kill(process, 0) == 0 || errno != ESRCH;
 }
 
-bool contains(const auto& items, const auto& value, auto projection) {
-  return std::ranges::find(items, value, projection) != items.end();
+std::string failureLine(const Error& error) {
+  const char* const cause = error.cause == Error::Cause::kNoServer  ? "server"
+                            : error.cause == Error::Cause::kRefused ? "refused"
+                                                                    : "other";
+  return std::string("failed\t") + cause + '\t' + error.text;
 }
 
-const Endpoint* withIndex(const std::vector<Endpoint>& sinks, std::uint32_t index) {
-  const auto found = std::ranges::find(sinks, index, &Endpoint::index);
-  return found != sinks.end() ? &*found : nullptr;
-}
+/// What outlives a run of the audio server.
+struct Memory {
+  Defaults former;         ///< what was default before the first loan
+  bool playsHere = false;  ///< wanted
+};
 
-/// One loan to one run of the audio server.
-class Loan {
+/// What one run of the audio server is served with.
+class Service {
  public:
-  /// `former` is what an earlier run had; empty the first time.
-  Loan(PulseClient& client, const Places& places, Defaults& former)
-      : client_(client), places_(places), former_(former) {}
+  Service(PulseClient& client, Duty duty, const Places& places, Memory& memory, const Say& say)
+      : client_(client), duty_(duty), places_(places), memory_(memory), say_(say) {}
 
-  std::expected<void, Error> lend() {
-    const auto before = client_.look();
-    if (!before) return std::unexpected(before.error());
-    adoptAbandoned(*before);
-    ownsDevice_ = ownsDevice_ || findDevice(*before).sink == nullptr;
-    former_ = toRemember(*before, former_);
-    auto loaded = createDevice(client_, ::getpid());
-    if (!loaded) return std::unexpected(loaded.error());
-    modules_.insert(modules_.end(), loaded->begin(), loaded->end());
-    // A device that is lent can be taken back by "remove" or by the next loan if this is killed.
-    if (ownsDevice_) (void)writeDefaults(places_.formerDefaults, former_);
-    if (auto done = makeDefault(client_); !done) return done;
-    takePrograms(former_.output);
-    return {};
+  bool lend() {
+    if (duty_ != Duty::kLend) return true;
+    const auto lent = tryToLend();
+    say_(lent ? "ready" : failureLine(lent.error()));
+    isLent_ = lent.has_value();
+    if (isLent_ && memory_.playsHere) playHere();
+    return isLent_;
+  }
+  bool isLent() const { return isLent_; }
+
+  void obey(const std::string& command) {
+    if (command == "lend") lend();
+    if (command == "move") moveAll();
+    if (command == "play-here on" || command == "play-here off") {
+      memory_.playsHere = command.ends_with("on");
+      playHere();
+    }
+  }
+
+  void reportSound() {
+    const auto now = client_.look();
+    if (!now) return;
+    checkLoopback(*now);
+    if (auto line = soundLine(*now); line != said_) say_(said_ = std::move(line));
   }
 
   void giveBack() {
-    playHere(false);
-    restoreDefaults(client_, former_, [](const std::string&) {});
+    if (duty_ != Duty::kLend) return;
+    endLoopback();
+    restoreDefaults(client_, memory_.former, [](const std::string&) {});
     returnPrograms();
     for (const std::uint32_t module : modules_ | std::views::reverse) {
       (void)client_.unloadModule(module);
     }
     if (ownsDevice_) forgetDefaults(places_.formerDefaults);
-    modules_.clear();
-  }
-
-  /// Whether it plays here now.
-  bool playHere(bool wanted) {
-    if (loopback_) (void)client_.unloadModule(*std::exchange(loopback_, std::nullopt));
-    if (!wanted) return false;
-    const auto now = client_.look();
-    const DevicePair device = now ? findDevice(*now) : DevicePair();
-    if (!device.isWhole()) return false;
-    const Endpoint* here = find(now->sinks, former_.output);
-    if (here == nullptr) {
-      const auto other = std::ranges::find_if(
-          now->sinks, [&](const Endpoint& sink) { return sink.index != device.sink->index; });
-      if (other != now->sinks.end()) here = &*other;
-    }
-    if (here == nullptr || here->index == device.sink->index) return false;
-    const auto module = loopbackModule(device.sink->name + ".monitor", here->name);
-    if (const auto index = client_.loadModule(module.name, module.argument)) loopback_ = *index;
-    return loopback_.has_value();
-  }
-
-  /// After each change: ends a loopback that has lost its loudspeakers, or got into the device.
-  /// False when it did.
-  bool checkLoopback(const Snapshot& now) {
-    if (!loopback_) return true;
-    const DevicePair device = findDevice(now);
-    const bool loaded = contains(now.modules, *loopback_, &LoadedModule::index);
-    const bool feedsBack = std::ranges::any_of(now.playbacks, [&](const Playback& each) {
-      return each.isLoopback && device.sink != nullptr && each.sink == device.sink->index;
-    });
-    if (loaded && !feedsBack) return true;
-    playHere(false);
-    return false;
-  }
-
-  void moveAll() {
-    const auto now = client_.look();
-    const DevicePair device = now ? findDevice(*now) : DevicePair();
-    if (device.sink == nullptr) return;
-    if (device.sink->muted) (void)client_.unmute(*device.sink);
-    for (const Playback& each : playingElsewhere(*now)) take(*now, each, *device.sink);
   }
 
  private:
-  struct Moved {
-    std::uint32_t playback;
-    std::string from;
-  };
+  Done tryToLend() {
+    const auto before = client_.look();
+    if (!before) return std::unexpected(before.error());
+    adoptAbandoned(*before);
+    ownsDevice_ = ownsDevice_ || findDevice(*before).sink == nullptr;
+    memory_.former = toRemember(*before, memory_.former);
+    const auto loaded = createDevice(client_, ::getpid());
+    if (!loaded) return std::unexpected(loaded.error());
+    modules_.insert(modules_.end(), loaded->begin(), loaded->end());
+    // If this program is killed, "remove" or the next loan gives the device back.
+    if (ownsDevice_) (void)writeDefaults(places_.formerDefaults, memory_.former);
+    if (auto done = makeDefault(client_); !done) return done;
+    takePrograms();
+    return {};
+  }
 
   /// A device whose lender was killed belongs to nobody else.
   void adoptAbandoned(const Snapshot& now) {
@@ -170,21 +154,22 @@ class Loan {
     for (const LoadedModule& module : now.modules) {
       if (isOurs(module)) modules_.push_back(module.index);
     }
-    if (former_ == Defaults()) former_ = readDefaults(places_.formerDefaults);
+    if (memory_.former == Defaults()) memory_.former = readDefaults(places_.formerDefaults);
   }
 
+  // ---- The programs that play
+
   void take(const Snapshot& now, const Playback& playback, const Endpoint& device) {
-    const Endpoint* const from = withIndex(now.sinks, playback.sink);
-    if (!client_.move(playback.index, device.index) || from == nullptr) return;
-    if (!contains(moved_, playback.index, &Moved::playback)) {
-      moved_.push_back({playback.index, from->name});
+    const Endpoint* const from = find(now.sinks, playback.sink);
+    if (client_.move(playback.index, device.index) && from != nullptr) {
+      moved_.emplace(playback.index, from->name);
     }
   }
 
   /// What plays on the former default output and has not followed.
-  void takePrograms(const std::string& output) {
+  void takePrograms() {
     const auto left = [&](const Snapshot& now) {
-      const Endpoint* const from = find(now.sinks, output);
+      const Endpoint* const from = find(now.sinks, memory_.former.output);
       auto playbacks = playingElsewhere(now);
       std::erase_if(playbacks, [&](const Playback& each) {
         return from == nullptr || each.sink != from->index;
@@ -193,102 +178,93 @@ class Loan {
     };
     client_.waitUntil([&](const Snapshot& now) { return left(now).empty(); }, kFollowing);
     const auto now = client_.look();
-    const DevicePair device = now ? findDevice(*now) : DevicePair();
-    if (device.sink == nullptr) return;
-    for (const Playback& each : left(*now)) take(*now, each, *device.sink);
+    const auto* const device = now ? findDevice(*now).sink : nullptr;
+    if (device == nullptr) return;
+    for (const Playback& each : left(*now)) take(*now, each, *device);
+  }
+
+  void moveAll() {
+    const auto now = client_.look();
+    const auto* const device = now ? findDevice(*now).sink : nullptr;
+    if (device == nullptr) return;
+    if (device->muted || device->volumeIsZero) (void)client_.unmute(*device);
+    for (const Playback& each : playingElsewhere(*now)) take(*now, each, *device);
   }
 
   /// Those that were moved go to where they were; where the device goes, all others too.
   void returnPrograms() {
     const auto onDevice = [&](const Snapshot& now) {
-      const DevicePair device = findDevice(now);
-      std::vector<Playback> playbacks;
-      for (const Playback& each : now.playbacks) {
-        const bool wasMoved = contains(moved_, each.index, &Moved::playback);
-        if (device.sink != nullptr && each.sink == device.sink->index &&
-            (ownsDevice_ || wasMoved)) {
-          playbacks.push_back(each);
-        }
-      }
+      const auto* const device = findDevice(now).sink;
+      auto playbacks = now.playbacks;
+      std::erase_if(playbacks, [&](const Playback& each) {
+        return device == nullptr || each.sink != device->index ||
+               !(ownsDevice_ || moved_.contains(each.index));
+      });
       return playbacks;
     };
     client_.waitUntil([&](const Snapshot& now) { return onDevice(now).empty(); }, kFollowing);
     const auto now = client_.look();
     if (!now) return;
-    const DevicePair device = findDevice(*now);
     for (const Playback& each : onDevice(*now)) {
-      const auto moved = std::ranges::find(moved_, each.index, &Moved::playback);
-      const Endpoint* to = moved != moved_.end() ? find(now->sinks, moved->from) : nullptr;
+      const Endpoint* to = find(now->sinks, moved_[each.index]);
       if (to == nullptr) to = find(now->sinks, now->defaultSink);
-      if (to != nullptr && to->index != device.sink->index) {
-        (void)client_.move(each.index, to->index);
-      }
-    }
-    moved_.clear();
-  }
-
-  PulseClient& client_;
-  const Places& places_;
-  Defaults& former_;
-  bool ownsDevice_ = false;             ///< it goes with the loan; else it was there before
-  std::vector<std::uint32_t> modules_;  ///< what goes with the loan, sink first
-  std::vector<Moved> moved_;
-  std::optional<std::uint32_t> loopback_;
-};
-
-std::string failureLine(const Error& error) {
-  const char* const cause = error.cause == Error::Cause::kNoServer  ? "server"
-                            : error.cause == Error::Cause::kRefused ? "refused"
-                                                                    : "other";
-  return std::string("failed\t") + cause + '\t' + error.text;
-}
-
-/// What one run of the server is served with.
-class Service {
- public:
-  Service(PulseClient& client, Duty duty, const Places& places, Defaults& former, const Say& say)
-      : client_(client), duty_(duty), loan_(client, places, former), say_(say) {}
-
-  bool lend() {
-    if (duty_ != Duty::kLend) return true;
-    const auto lent = loan_.lend();
-    say_(lent ? "ready" : failureLine(lent.error()));
-    return isLent_ = lent.has_value();
-  }
-  bool isLent() const { return isLent_; }
-
-  void playHere(bool wanted) {
-    if (duty_ == Duty::kLend) say_(loan_.playHere(wanted) ? "playing-here on" : "playing-here off");
-  }
-
-  void obey(const std::string& command, bool& playsHere) {
-    if (command == "lend" && lend() && playsHere) playHere(true);
-    if (command == "move") loan_.moveAll();
-    if (command == "play-here on" || command == "play-here off") {
-      playHere(playsHere = command.ends_with("on"));
+      if (to != nullptr && to->index != each.sink) (void)client_.move(each.index, to->index);
     }
   }
 
-  void reportSound(bool& playsHere) {
+  // ---- The loopback
+
+  void playHere() {
+    endLoopback();
+    if (memory_.playsHere) beginLoopback();
+    memory_.playsHere = loopback_.has_value();
+    say_(loopback_ ? "playing-here on" : "playing-here off");
+  }
+
+  /// To the former default output, else to any that is not the device.
+  void beginLoopback() {
     const auto now = client_.look();
-    if (!now) return;
-    if (!loan_.checkLoopback(*now)) {
-      playsHere = false;
-      say_("playing-here off");
+    const DevicePair device = now ? findDevice(*now) : DevicePair();
+    if (!device.isWhole()) return;
+    const auto mayPlay = [&](const Endpoint& sink) { return sink.index != device.sink->index; };
+    const Endpoint* here = find(now->sinks, memory_.former.output);
+    if (here == nullptr || !mayPlay(*here)) {
+      const auto other = std::ranges::find_if(now->sinks, mayPlay);
+      if (other == now->sinks.end()) return;
+      here = &*other;
     }
-    if (auto line = soundLine(*now); line != said_) say_(said_ = std::move(line));
+    const auto module = loopbackModule(device.sink->name + ".monitor", here->name);
+    if (const auto index = client_.loadModule(module.name, module.argument)) loopback_ = *index;
   }
 
-  void end() {
-    if (duty_ == Duty::kLend) loan_.giveBack();
+  void endLoopback() {
+    if (loopback_) (void)client_.unloadModule(*std::exchange(loopback_, std::nullopt));
   }
 
- private:
+  /// Ends a loopback that has lost its loudspeakers, or got into the device.
+  void checkLoopback(const Snapshot& now) {
+    if (!loopback_) return;
+    const auto* const device = findDevice(now).sink;
+    const bool feedsBack = std::ranges::any_of(now.playbacks, [&](const Playback& each) {
+      return each.isLoopback && device != nullptr && each.sink == device->index;
+    });
+    const bool loaded = std::ranges::any_of(
+        now.modules, [&](const LoadedModule& module) { return module.index == *loopback_; });
+    if (loaded && !feedsBack) return;
+    memory_.playsHere = false;
+    playHere();
+  }
+
   PulseClient& client_;
   const Duty duty_;
-  Loan loan_;
+  const Places& places_;
+  Memory& memory_;
   const Say& say_;
   bool isLent_ = true;
+  bool ownsDevice_ = false;                     ///< it goes with the loan; else it was there before
+  std::vector<std::uint32_t> modules_;          ///< what goes with the loan, sink first
+  std::map<std::uint32_t, std::string> moved_;  ///< playbacks, and the sinks they were on
+  std::optional<std::uint32_t> loopback_;
   std::string said_ = "clear";
 };
 
@@ -296,35 +272,33 @@ class Service {
 
 bool serve(Duty duty, const Places& places, const Say& say) {
   Input input;
-  Defaults former;
-  bool playsHere = false;
+  Memory memory;
   for (bool first = true;; first = false) {
-    auto client = PulseClient::connect();
-    if (!client && first) say(failureLine(client.error()));
-    if (!client && first) return false;
+    const auto client = PulseClient::connect();
     if (!client) {
+      if (first) say(failureLine(client.error()));
+      if (first) return false;
       input.read(kReconnectInterval);
       if (input.hasEnded()) return true;
       continue;
     }
-    (void)client->subscribe();
-    Service service(*client, duty, places, former, say);
+    (void)(*client)->subscribe();
+    Service service(**client, duty, places, memory, say);
     if (!service.lend() && first) {
-      service.end();  // what was created before it failed
+      service.giveBack();  // what was created before it failed
       return false;
     }
-    if (playsHere) service.playHere(true);
     do {
       // A server that has just started may need some attempts.
       for (const auto& command : input.read(service.isLent() ? 0ms : kRetryInterval)) {
-        service.obey(command, playsHere);
+        service.obey(command);
       }
       if (!service.isLent()) service.lend();
-      if (!input.hasEnded()) service.reportSound(playsHere);
+      if (!input.hasEnded()) service.reportSound();
     } while (!input.hasEnded() &&
-             (!service.isLent() || client->waitForChange(input.descriptors())));
+             (!service.isLent() || (*client)->waitForChange(input.descriptors())));
     if (!input.hasEnded()) continue;
-    service.end();
+    service.giveBack();
     return true;
   }
 }

@@ -28,14 +28,9 @@ std::expected<bool, Error> unpersist(const ConfigFolders& folders);
 
 bool isPersistent(const ConfigFolders& folders);
 
-// PulseAudio reads either the user's script or the system's, so that lines are added to the user's,
-// or a script is made that includes the system's. The texts of such scripts:
-
-/// `script` with our lines at its end, just once. An empty one includes `systemScript`.
-std::string withDevice(std::string_view script, const std::filesystem::path& systemScript);
-
-/// `script` without any of our lines, whatever its line ends; empty when no others are left. None
-/// when a block of ours has lost its last line: what follows may be the user's.
+/// A start script of PulseAudio without any of our lines, whatever its line ends; empty when no
+/// others are left. None when a block of ours has lost its last line: what follows may be the
+/// user's.
 std::optional<std::string> withoutDevice(std::string_view script);
 
 }  // namespace quorin::device

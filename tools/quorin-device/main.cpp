@@ -1,12 +1,12 @@
 #include "core/version.h"
 #include "platform/posix/program.h"
-#include "quorin-device/arguments.h"
 #include "quorin-device/lending.h"
-#include "quorin-device/pulse_client.h"
 #include "quorin-device/virtual_device.h"
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -18,6 +18,32 @@ namespace quorin::device {
 namespace {
 
 enum ExitStatus : std::uint8_t { kDone = 0, kFailed = 1, kWrongUsage = 2, kNotRight = 3 };
+
+constexpr std::string_view kUsage =
+    R"(usage: quorin-device add [--persist | --default]
+       quorin-device remove
+       quorin-device lend
+       quorin-device watch
+       quorin-device status
+
+Creates the virtual sound device "Quorin Audio" that quorin-stream takes the computer's sound
+from: an output, and an input that carries what is played into it. Works with PulseAudio and
+PipeWire, for the user who runs it; not for root, unless PULSE_SERVER names the server.
+
+  add         create the device, until the audio server ends
+  --persist   at every login as well, by a file in your own configuration folder
+  --default   make it the default output and input, and remember what was before
+  remove      remove the device and the file, and make default what was before
+  lend        create the device, make it default and move what plays to it, until standard
+              input ends; then give everything back
+  watch       say where programs play and whether the device is muted, until standard input ends
+  status      say what the device check of quorin-stream sees, and what it still wants
+  --help      print this and exit
+  --version   print the version and exit
+
+Exit status: 0 done (status: all is right), 1 failed, 2 wrong usage, 3 status: not yet right.
+)";
+constexpr std::array<std::string_view, 5> kCommands{"add", "remove", "lend", "watch", "status"};
 
 std::string environment(const char* name) {
   const char* const value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): one thread
@@ -50,7 +76,12 @@ int fail(const Error& error) {
   return kFailed;
 }
 
-int run(const Arguments& arguments) {
+int wrongUsage(const std::string& sentence) {
+  std::cerr << "quorin-device: " << sentence << '\n' << kUsage;
+  return kWrongUsage;
+}
+
+int run(std::string_view command, const AddOptions& options) {
   // Root has no sound of its own. A server that is named is one that is meant.
   if (::geteuid() == 0 && environment("PULSE_SERVER").empty()) {
     return fail(
@@ -58,42 +89,59 @@ int run(const Arguments& arguments) {
          "server in PULSE_SERVER."});
   }
   const auto say = [](const std::string& line) { std::cout << line << std::endl; };
-  if (arguments.verb == Verb::kLend) return serve(Duty::kLend, places(), say) ? kDone : kFailed;
-  if (arguments.verb == Verb::kWatch) return serve(Duty::kWatch, places(), say) ? kDone : kFailed;
-  if (arguments.verb == Verb::kRemove) {
+  if (command == "lend") return serve(Duty::kLend, places(), say) ? kDone : kFailed;
+  if (command == "watch") return serve(Duty::kWatch, places(), say) ? kDone : kFailed;
+  if (command == "remove") {
     // Before the server is asked: without one, too, nothing may stay behind.
     const auto unpersisted = unpersist(places().config);
     if (!unpersisted) return fail(unpersisted.error());
     if (*unpersisted) say("The device is no longer created at login.");
   }
-  auto client = PulseClient::connect();
+  const auto client = PulseClient::connect();
   if (!client) return fail(client.error());
-  if (arguments.verb == Verb::kStatus) {
-    const auto right = status(*client, places(), say);
+  if (command == "status") {
+    const auto right = status(**client, places(), say);
     if (!right) return fail(right.error());
     return *right ? kDone : kNotRight;
   }
-  const auto done = arguments.verb == Verb::kAdd ? add(*client, places(), arguments, say)
-                                                 : remove(*client, places(), say);
+  const auto done =
+      command == "add" ? add(**client, places(), options, say) : remove(**client, places(), say);
   return done ? kDone : fail(done.error());
 }
 
 int main(const std::vector<std::string_view>& words) {
-  const auto arguments = parseArguments(words);
-  if (!arguments) {
-    std::cerr << "quorin-device: " << arguments.error() << '\n' << usage();
-    return kWrongUsage;
-  }
-  switch (arguments->verb) {
-    case Verb::kHelp:
-      std::cout << usage();
+  AddOptions options;
+  std::string_view command;
+  for (const std::string_view word : words) {
+    if (word == "--help" || word == "-h") {
+      std::cout << kUsage;
       return kDone;
-    case Verb::kVersion:
+    }
+    if (word == "--version") {
       std::cout << "quorin-device " << version() << '\n';
       return kDone;
-    default:
-      return run(*arguments);
+    }
+    if (word == "--persist") {
+      options.persist = true;
+    } else if (word == "--default") {
+      options.makeDefault = true;
+    } else if (command.empty() && std::ranges::count(kCommands, word) > 0) {
+      command = word;
+    } else {
+      return wrongUsage("'" + std::string(word) + "' is no option, or one command too many.");
+    }
   }
+  if (command.empty()) return wrongUsage("A command is missing.");
+  if (command != "add" && (options.persist || options.makeDefault)) {
+    return wrongUsage("--persist and --default go with add only; remove undoes both.");
+  }
+  if (options.persist && options.makeDefault) {
+    return wrongUsage(
+        "--persist and --default do not go together: from the next login on the loudspeakers would "
+        "be silent, and every call would send this desktop's sound. Run quorin-device add "
+        "--persist, and make the device default when you stream (quorin-stream --set-up).");
+  }
+  return run(command, options);
 }
 
 }  // namespace

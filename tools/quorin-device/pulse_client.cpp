@@ -1,8 +1,5 @@
 #include "quorin-device/pulse_client.h"
 
-#include "platform/audio/pulse_connection.h"
-#include "platform/posix/file_descriptor.h"
-
 #include <poll.h>
 #include <sys/eventfd.h>
 
@@ -30,7 +27,8 @@ Endpoint endpointOf(const pa_sink_info& info) {
   return {.index = info.index,
           .name = textOf(info.name),
           .description = textOf(info.description),
-          .muted = info.mute != 0 || pa_cvolume_is_muted(&info.volume) != 0};
+          .muted = info.mute != 0,
+          .volumeIsZero = pa_cvolume_is_muted(&info.volume) != 0};
 }
 
 Endpoint endpointOf(const pa_source_info& info) {
@@ -53,87 +51,88 @@ LoadedModule moduleOf(const pa_module_info& info) {
   return {.index = info.index, .name = textOf(info.name), .argument = textOf(info.argument)};
 }
 
-void takeSuccess(pa_context* /*context*/, int success, void* result) {
-  *static_cast<bool*>(result) = success != 0;
-}
-
 }  // namespace
 
-struct PulseClient::Connection {
-  /// Readable while there is a change to be told.
-  posix::FileDescriptor changed{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
-  int failure = PA_OK;  ///< of the connection
-  PulseConnection pulse{
-      {.applicationName = "quorin-device", .reconnect = false, .disconnected = [this](int error) {
-         failure = error;
-         noteChange();
-       }}};
+void PulseClient::noteChange() const {
+  ::eventfd_write(changed_.get(), 1);
+}
 
-  void noteChange() const { ::eventfd_write(changed.get(), 1); }
+Error PulseClient::error(const std::string& doing) const {
+  pa_context* const context = pulse_->ready();
+  const int code = context != nullptr ? pa_context_errno(context) : PA_ERR_CONNECTIONTERMINATED;
+  return {.text = "The audio server would not " + doing + " (" + pa_strerror(code) + ").",
+          .cause = context == nullptr      ? Error::Cause::kNoServer
+                   : code == PA_ERR_ACCESS ? Error::Cause::kRefused
+                                           : Error::Cause::kOther};
+}
 
-  Error error(const std::string& doing) const {
-    pa_context* const context = pulse.ready();
-    const int code = context != nullptr ? pa_context_errno(context) : PA_ERR_CONNECTIONTERMINATED;
-    return {.text = "The audio server would not " + doing + " (" + pa_strerror(code) + ").",
-            .cause = context == nullptr      ? Error::Cause::kNoServer
-                     : code == PA_ERR_ACCESS ? Error::Cause::kRefused
-                                             : Error::Cause::kOther};
+/// Waits for the end of the operation that `begin` gives. `success` is what the answer said.
+Done PulseClient::finish(const std::function<pa_operation*(pa_context*)>& begin,
+                         const std::string& doing, const bool& success) {
+  const PulseConnection::Lock lock(*pulse_);
+  pa_context* const context = pulse_->ready();
+  const auto outcome = context != nullptr ? pulse_->run(begin(context), kTimeout)
+                                          : PulseConnection::Outcome::kFailed;
+  if (outcome == PulseConnection::Outcome::kTimeout) {
+    return std::unexpected(Error{.text = "The audio server did not answer when asked to " + doing +
+                                         ". Log out and in again, or restart the audio server.",
+                                 .cause = Error::Cause::kNoServer});
   }
-
-  /// Waits for the end of the operation that `begin` gives. `success` is what the answer said.
-  std::expected<void, Error> finish(const std::function<pa_operation*(pa_context*)>& begin,
-                                    const std::string& doing, const bool& success) {
-    const PulseConnection::Lock lock(pulse);
-    pa_context* const context = pulse.ready();
-    const auto outcome = context != nullptr ? pulse.run(begin(context), kTimeout)
-                                            : PulseConnection::Outcome::kFailed;
-    if (outcome == PulseConnection::Outcome::kTimeout) {
-      return std::unexpected(Error{.text = "The audio server did not answer when asked to " +
-                                           doing +
-                                           ". Log out and in again, or restart the audio server.",
-                                   .cause = Error::Cause::kNoServer});
-    }
-    if (outcome == PulseConnection::Outcome::kFailed || !success) {
-      return std::unexpected(error(doing));
-    }
-    return {};
+  if (outcome == PulseConnection::Outcome::kFailed || !success) {
+    return std::unexpected(error(doing));
   }
+  return {};
+}
 
-  /// Appends what `ask` lists to `items`.
-  template <typename Info, typename Item>
-  std::expected<void, Error> list(
-      pa_operation* (*ask)(pa_context*, void (*)(pa_context*, const Info*, int, void*), void*),
-      Item (*convert)(const Info&), std::vector<Item>& items) {
-    struct Into {
-      Item (*convert)(const Info&);
-      std::vector<Item>& items;
-    } into{convert, items};
-    const auto take = [](pa_context* /*context*/, const Info* info, int end, void* data) {
-      if (end != 0 || info == nullptr) return;
-      auto& [toItem, list] = *static_cast<Into*>(data);
-      list.push_back(toItem(*info));
-    };
-    return finish([&](pa_context* context) { return ask(context, take, &into); },
-                  "describe its devices", true);
-  }
-};
+/// Appends what `ask` lists to `items`.
+template <typename Info, typename Item>
+Done PulseClient::list(pa_operation* (*ask)(pa_context*,
+                                            void (*)(pa_context*, const Info*, int, void*), void*),
+                       Item (*convert)(const Info&), std::vector<Item>& items) {
+  struct Into {
+    Item (*convert)(const Info&);
+    std::vector<Item>& items;
+  } into{convert, items};
+  const auto take = [](pa_context*, const Info* info, int end, void* data) {
+    if (end != 0 || info == nullptr) return;
+    auto& [toItem, list] = *static_cast<Into*>(data);
+    list.push_back(toItem(*info));
+  };
+  return finish([&](pa_context* context) { return ask(context, take, &into); },
+                "describe its devices", true);
+}
 
-PulseClient::PulseClient(std::unique_ptr<Connection> connection)
-    : connection_(std::move(connection)) {}
-PulseClient::~PulseClient() = default;
-PulseClient::PulseClient(PulseClient&&) noexcept = default;
-PulseClient& PulseClient::operator=(PulseClient&&) noexcept = default;
+/// A request that is answered with success or failure: `ask` is libpulse's function, and
+/// `arguments` what it takes between the context and the callback.
+template <typename Ask, typename... Arguments>
+Done PulseClient::request(const std::string& doing, Ask ask, Arguments... arguments) {
+  bool success = false;
+  const auto take = [](pa_context*, int answer, void* into) {
+    *static_cast<bool*>(into) = answer != 0;
+  };
+  return finish(
+      [&](pa_context* context) {
+        return ask(context, arguments..., static_cast<pa_context_success_cb_t>(take), &success);
+      },
+      doing, success);
+}
 
-std::expected<PulseClient, Error> PulseClient::connect() {
-  auto connection = std::make_unique<Connection>();
-  int failure = PA_OK;
+std::expected<std::unique_ptr<PulseClient>, Error> PulseClient::connect() {
+  std::unique_ptr<PulseClient> client(new PulseClient);
+  client->changed_ = posix::FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  client->pulse_ = std::make_unique<PulseConnection>(
+      PulseConnection::Options{.applicationName = "quorin-device",
+                               .reconnect = false,
+                               .disconnected = [self = client.get()](int error) {
+                                 self->failure_ = error;
+                                 self->noteChange();
+                               }});
+  int failure = PA_ERR_TIMEOUT;
   {
-    const PulseConnection::Lock lock(connection->pulse);
-    if (!connection->pulse.waitUntilReady(kTimeout)) {
-      failure = connection->failure != PA_OK ? connection->failure : PA_ERR_TIMEOUT;
-    }
+    const PulseConnection::Lock lock(*client->pulse_);
+    if (client->pulse_->waitUntilReady(kTimeout)) return client;
+    if (client->failure_ != PA_OK) failure = client->failure_;
   }
-  if (failure == PA_OK) return PulseClient(std::move(connection));
   if (failure == PA_ERR_ACCESS) {
     return std::unexpected(
         Error{.text = "The audio server does not let this program in. Start it outside of its "
@@ -149,23 +148,20 @@ std::expected<PulseClient, Error> PulseClient::connect() {
 
 std::expected<Snapshot, Error> PulseClient::look() {
   Snapshot result;
-  const auto takeServer = [](pa_context* /*context*/, const pa_server_info* info, void* into) {
+  const auto takeServer = [](pa_context*, const pa_server_info* info, void* into) {
     if (info == nullptr) return;
     auto& snapshot = *static_cast<Snapshot*>(into);
     snapshot.server = textOf(info->server_name);
     snapshot.defaultSink = textOf(info->default_sink_name);
     snapshot.defaultSource = textOf(info->default_source_name);
   };
-  auto& connection = *connection_;
-  auto done = connection.finish(
+  auto done = finish(
       [&](pa_context* context) { return pa_context_get_server_info(context, takeServer, &result); },
       "describe itself", true);
-  if (done) done = connection.list(pa_context_get_sink_info_list, endpointOf, result.sinks);
-  if (done) done = connection.list(pa_context_get_source_info_list, endpointOf, result.sources);
-  if (done) {
-    done = connection.list(pa_context_get_sink_input_info_list, playbackOf, result.playbacks);
-  }
-  if (done) done = connection.list(pa_context_get_module_info_list, moduleOf, result.modules);
+  if (done) done = list(pa_context_get_sink_info_list, endpointOf, result.sinks);
+  if (done) done = list(pa_context_get_source_info_list, endpointOf, result.sources);
+  if (done) done = list(pa_context_get_sink_input_info_list, playbackOf, result.playbacks);
+  if (done) done = list(pa_context_get_module_info_list, moduleOf, result.modules);
   if (!done) return std::unexpected(done.error());
   return result;
 }
@@ -176,10 +172,10 @@ std::expected<std::uint32_t, Error> PulseClient::loadModule(const std::string& n
     std::uint32_t index = PA_INVALID_INDEX;
     bool success = false;
   } loaded;
-  const auto take = [](pa_context* /*context*/, std::uint32_t index, void* into) {
+  const auto take = [](pa_context*, std::uint32_t index, void* into) {
     *static_cast<Loaded*>(into) = {.index = index, .success = index != PA_INVALID_INDEX};
   };
-  const auto finished = connection_->finish(
+  const auto finished = finish(
       [&](pa_context* context) {
         return pa_context_load_module(context, name.c_str(), argument.c_str(), take, &loaded);
       },
@@ -188,38 +184,26 @@ std::expected<std::uint32_t, Error> PulseClient::loadModule(const std::string& n
   return loaded.index;
 }
 
-template <typename Ask, typename... Arguments>
-std::expected<void, Error> PulseClient::request(const std::string& doing, Ask ask,
-                                                Arguments... arguments) {
-  bool success = false;
-  return connection_->finish(
-      [&](pa_context* context) { return ask(context, arguments..., takeSuccess, &success); }, doing,
-      success);
-}
-
-std::expected<void, Error> PulseClient::unloadModule(std::uint32_t index) {
+Done PulseClient::unloadModule(std::uint32_t index) {
   return request("remove the device", pa_context_unload_module, index);
 }
 
-std::expected<void, Error> PulseClient::setDefaultSink(const std::string& name) {
+Done PulseClient::setDefaultSink(const std::string& name) {
   return request("change the default output", pa_context_set_default_sink, name.c_str());
 }
 
-std::expected<void, Error> PulseClient::setDefaultSource(const std::string& name) {
+Done PulseClient::setDefaultSource(const std::string& name) {
   return request("change the default input", pa_context_set_default_source, name.c_str());
 }
 
-std::expected<void, Error> PulseClient::move(std::uint32_t playback, std::uint32_t sink) {
+Done PulseClient::move(std::uint32_t playback, std::uint32_t sink) {
   return request("move a program to another device", pa_context_move_sink_input_by_index, playback,
                  sink);
 }
 
-std::expected<void, Error> PulseClient::unmute(const Endpoint& sink) {
+Done PulseClient::unmute(const Endpoint& sink) {
   auto done = request("unmute the device", pa_context_set_sink_mute_by_index, sink.index, 0);
-  const auto now = look();
-  if (!done || !now) return done;
-  const auto same = std::ranges::find(now->sinks, sink.index, &Endpoint::index);
-  if (same == now->sinks.end() || !same->muted) return done;
+  if (!done || !sink.volumeIsZero) return done;
   pa_cvolume volume;
   pa_cvolume_set(&volume, 2, PA_VOLUME_NORM);
   return request("turn the device up", pa_context_set_sink_volume_by_index, sink.index, &volume);
@@ -237,32 +221,32 @@ bool PulseClient::waitUntil(const std::function<bool(const Snapshot&)>& conditio
   }
 }
 
-std::expected<void, Error> PulseClient::subscribe() {
+Done PulseClient::subscribe() {
   constexpr auto kMask = static_cast<pa_subscription_mask_t>(
       PA_SUBSCRIPTION_MASK_SERVER | PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE |
       PA_SUBSCRIPTION_MASK_SINK_INPUT);
-  bool success = false;
-  return connection_->finish(
-      [&](pa_context* context) {
-        pa_context_set_subscribe_callback(
-            context,
-            [](pa_context* /*context*/, pa_subscription_event_type_t /*type*/,
-               std::uint32_t /*index*/,
-               void* connection) { static_cast<Connection*>(connection)->noteChange(); },
-            connection_.get());
-        return pa_context_subscribe(context, kMask, takeSuccess, &success);
-      },
-      "report changes", success);
+  {
+    const PulseConnection::Lock lock(*pulse_);
+    if (auto* const context = pulse_->ready()) {
+      pa_context_set_subscribe_callback(
+          context,
+          [](pa_context*, pa_subscription_event_type_t, std::uint32_t, void* self) {
+            static_cast<PulseClient*>(self)->noteChange();
+          },
+          this);
+    }
+  }
+  return request("report changes", pa_context_subscribe, kMask);
 }
 
 bool PulseClient::waitForChange(std::span<const int> descriptors) {
-  std::vector<pollfd> polled{{connection_->changed.get(), POLLIN, 0}};
+  std::vector<pollfd> polled{{changed_.get(), POLLIN, 0}};
   for (const int descriptor : descriptors) polled.push_back({descriptor, POLLIN, 0});
   ::poll(polled.data(), polled.size(), -1);
   eventfd_t count = 0;
-  ::eventfd_read(connection_->changed.get(), &count);
-  const PulseConnection::Lock lock(connection_->pulse);
-  return connection_->pulse.ready() != nullptr;
+  ::eventfd_read(changed_.get(), &count);
+  const PulseConnection::Lock lock(*pulse_);
+  return pulse_->ready() != nullptr;
 }
 
 }  // namespace quorin::device

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "platform/audio/pulse_connection.h"
+#include "platform/posix/file_descriptor.h"
+
 #include <chrono>
 #include <cstdint>
 #include <expected>
@@ -17,14 +20,16 @@ struct Error {
   std::string text;  ///< sentences: what happened, what to do next
   Cause cause = Cause::kOther;
 };
+using Done = std::expected<void, Error>;
 
 /// A sink or a source.
 struct Endpoint {
   std::uint32_t index = 0;
   std::string name;
   std::string description;  ///< as users read it
-  bool muted = false;       ///< or its volume is zero
-  bool isMonitor = false;   ///< a source that records what a sink plays
+  bool muted = false;
+  bool volumeIsZero = false;
+  bool isMonitor = false;  ///< a source that records what a sink plays
 };
 
 /// A program that plays.
@@ -52,7 +57,7 @@ struct Snapshot {
   std::vector<Playback> playbacks;
   std::vector<LoadedModule> modules;
 
-  bool isPipeWire() const { return server.find("PipeWire") != std::string::npos; }
+  bool isPipeWire() const { return server.contains("PipeWire"); }
 };
 
 /// The property that marks a playback as this program's own loopback.
@@ -63,45 +68,48 @@ inline constexpr const char* kLoopbackMark = "quorin.loopback";
 class PulseClient {
  public:
   /// PULSE_SERVER's, else the user's own.
-  static std::expected<PulseClient, Error> connect();
-
-  ~PulseClient();
-  PulseClient(PulseClient&&) noexcept;
-  PulseClient& operator=(PulseClient&&) noexcept;
+  static std::expected<std::unique_ptr<PulseClient>, Error> connect();
 
   std::expected<Snapshot, Error> look();
 
   /// The module's index.
   std::expected<std::uint32_t, Error> loadModule(const std::string& name,
                                                  const std::string& argument);
-  std::expected<void, Error> unloadModule(std::uint32_t index);
-  std::expected<void, Error> setDefaultSink(const std::string& name);
-  std::expected<void, Error> setDefaultSource(const std::string& name);
-  std::expected<void, Error> move(std::uint32_t playback, std::uint32_t sink);
+  Done unloadModule(std::uint32_t index);
+  Done setDefaultSink(const std::string& name);
+  Done setDefaultSource(const std::string& name);
+  Done move(std::uint32_t playback, std::uint32_t sink);
   /// Audible again: not muted, and at full volume where the volume was zero.
-  std::expected<void, Error> unmute(const Endpoint& sink);
+  Done unmute(const Endpoint& sink);
 
   /// Looks again and again until `condition` holds or `limit` has passed; whether it holds.
   bool waitUntil(const std::function<bool(const Snapshot&)>& condition,
                  std::chrono::milliseconds limit);
 
   /// Has `waitForChange` return when anything in a `Snapshot` may have changed.
-  std::expected<void, Error> subscribe();
+  Done subscribe();
 
   /// Returns at a change, or when one of `descriptors` is readable or hung up. False when the
   /// connection is lost.
   bool waitForChange(std::span<const int> descriptors);
 
  private:
-  struct Connection;
-  explicit PulseClient(std::unique_ptr<Connection> connection);
+  PulseClient() = default;
 
-  /// A request that is answered with success or failure: `ask` is libpulse's function, and
-  /// `arguments` what it takes between the context and the callback.
+  Error error(const std::string& doing) const;
+  Done finish(const std::function<pa_operation*(pa_context*)>& begin, const std::string& doing,
+              const bool& success);
   template <typename Ask, typename... Arguments>
-  std::expected<void, Error> request(const std::string& doing, Ask ask, Arguments... arguments);
+  Done request(const std::string& doing, Ask ask, Arguments... arguments);
+  template <typename Info, typename Item>
+  Done list(pa_operation* (*ask)(pa_context*, void (*)(pa_context*, const Info*, int, void*),
+                                 void*),
+            Item (*convert)(const Info&), std::vector<Item>& items);
+  void noteChange() const;
 
-  std::unique_ptr<Connection> connection_;
+  posix::FileDescriptor changed_;  ///< an eventfd
+  int failure_ = PA_OK;            ///< of the connection
+  std::unique_ptr<audio::PulseConnection> pulse_;
 };
 
 }  // namespace quorin::device

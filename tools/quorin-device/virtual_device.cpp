@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <chrono>
+#include <fstream>
 
 namespace quorin::device {
 
 using namespace std::chrono_literals;
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -28,7 +30,7 @@ std::string line(const std::string& label, const audio::Device& device, bool rig
 
 std::expected<std::vector<std::uint32_t>, Error> createDevice(PulseClient& client, int lender) {
   std::vector<std::uint32_t> loaded;
-  const auto load = [&](const ModuleLine& module) -> std::expected<void, Error> {
+  const auto load = [&](const ModuleLine& module) -> Done {
     const auto index = client.loadModule(module.name, module.argument);
     if (!index) return std::unexpected(index.error());
     loaded.push_back(*index);
@@ -53,7 +55,7 @@ std::expected<std::vector<std::uint32_t>, Error> createDevice(PulseClient& clien
   return loaded;
 }
 
-std::expected<void, Error> makeDefault(PulseClient& client) {
+Done makeDefault(PulseClient& client) {
   const auto now = client.look();
   if (!now) return std::unexpected(now.error());
   const DevicePair device = findDevice(*now);
@@ -88,12 +90,37 @@ void restoreDefaults(PulseClient& client, const Defaults& former, const Say& say
   restore(holds.input, former.input, "input", &PulseClient::setDefaultSource);
 }
 
-std::expected<void, Error> add(PulseClient& client, const Places& places,
-                               const Arguments& arguments, const Say& say) {
+Defaults readDefaults(const fs::path& file) {
+  Defaults defaults;
+  std::ifstream lines(file);
+  std::getline(lines, defaults.output);
+  std::getline(lines, defaults.input);
+  return defaults;
+}
+
+Done writeDefaults(const fs::path& file, const Defaults& defaults) {
+  std::error_code ignored;
+  fs::create_directories(file.parent_path(), ignored);
+  std::ofstream lines(file, std::ios::trunc);
+  lines << defaults.output << '\n' << defaults.input << '\n';
+  lines.close();
+  if (lines) return {};
+  return std::unexpected(Error{"The present default devices cannot be remembered in " +
+                               file.string() +
+                               ". Look at its permissions, or leave --default out."});
+}
+
+void forgetDefaults(const fs::path& file) {
+  std::error_code ignored;
+  fs::remove(file, ignored);
+  fs::remove(file.parent_path(), ignored);  // ours; stays while there is something else in it
+}
+
+Done add(PulseClient& client, const Places& places, const AddOptions& options, const Say& say) {
   // Creating the device may make it default where there is no other: look before.
   const auto before = client.look();
   if (!before) return std::unexpected(before.error());
-  if (arguments.makeDefault) {
+  if (options.makeDefault) {
     const auto former = toRemember(*before, readDefaults(places.formerDefaults));
     if (auto done = writeDefaults(places.formerDefaults, former); !done) return done;
   }
@@ -101,19 +128,19 @@ std::expected<void, Error> add(PulseClient& client, const Places& places,
   if (!loaded) return std::unexpected(loaded.error());
   say(loaded->empty() ? "The device \"Quorin Audio\" is there already."
                       : "The device \"Quorin Audio\" is there now, as output and as input.");
-  if (arguments.persist) {
+  if (options.persist) {
     const auto path = persist(before->isPipeWire(), places.config);
     if (!path) return std::unexpected(path.error());
     say("It will be created at every login, by " + path->string() + ".");
   }
-  if (!arguments.makeDefault) return {};
+  if (!options.makeDefault) return {};
   if (auto done = makeDefault(client); !done) return done;
   say("It is the default output and input now. You hear nothing yourself meanwhile; \"remove\" "
       "restores what was default before.");
   return {};
 }
 
-std::expected<void, Error> remove(PulseClient& client, const Places& places, const Say& say) {
+Done remove(PulseClient& client, const Places& places, const Say& say) {
   // While the device is there, so that what plays moves without a gap.
   restoreDefaults(client, readDefaults(places.formerDefaults), say);
   const auto before = client.look();

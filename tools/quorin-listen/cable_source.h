@@ -1,9 +1,9 @@
 #pragma once
 
 #include "platform/posix/file_descriptor.h"
-#include "wire/frame_reader.h"
 #include "quorin-listen/sound_source.h"
 #include "wire/cable_frames.h"
+#include "wire/frame_reader.h"
 
 #include <cstdint>
 #include <expected>

@@ -5,12 +5,10 @@
 #include "quorin-listen/outputs.h"
 #include "quorin-listen/report.h"
 #include "quorin-listen/udp_source.h"
-#include "wire/cable_frames.h"
 #include "wire/displayable.h"
 
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -38,27 +36,20 @@ measure::Nanoseconds wallNow() {
 
 int terminationEvent = -1;  // for the signal handler
 
-void onTermination(int) {
-  const int before = errno;
-  (void)::eventfd_write(terminationEvent, 1);
-  constexpr timeval kInterval{.tv_sec = 0, .tv_usec = 200'000};
-  constexpr itimerval kAgainAndAgain{.it_interval = kInterval, .it_value = kInterval};
-  ::setitimer(ITIMER_REAL, &kAgainAndAgain, nullptr);
-  errno = before;
-}
-
-/// Readable once SIGINT or SIGTERM has come. From then on a timer interrupts any write that waits,
-/// which makes it fail: the reader of a pipe who does not read cannot keep the program alive.
+/// Readable once SIGINT or SIGTERM has come. Both interrupt a write that waits, which makes it
+/// fail: the reader of a pipe who does not read cannot keep the program alive. A second one kills.
 posix::FileDescriptor watchForTermination() {
   posix::FileDescriptor event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
   terminationEvent = event.get();
-  struct sigaction action{};  // without SA_RESTART
-  action.sa_handler = onTermination;
+  struct sigaction action{};
+  action.sa_flags = static_cast<int>(SA_RESETHAND);  // and without SA_RESTART
+  action.sa_handler = [](int) {
+    const int before = errno;
+    (void)::eventfd_write(terminationEvent, 1);
+    errno = before;
+  };
   ::sigaction(SIGINT, &action, nullptr);
   ::sigaction(SIGTERM, &action, nullptr);
-  action.sa_handler = [](int) {};
-  ::sigaction(SIGALRM, &action, nullptr);
-  std::signal(SIGPIPE, SIG_IGN);  // a reader that has gone is an error like a full disk
   return event;
 }
 
@@ -73,10 +64,10 @@ class LiveLine {
   LiveLine& operator=(const LiveLine&) = delete;
 
   TimePoint next() const { return shown_ ? next_ : TimePoint::max(); }
-  void showIfDue(const Reception& reception, const SoundSource& source, TimePoint now) {
+  void showIfDue(const Report& report, const SoundSource& source, TimePoint now) {
     if (now < next()) return;
     next_ = now + kLiveLineInterval;
-    std::cout << "\r\033[K" << (source.joined() ? liveLine(reception, wallNow()) : source.joining())
+    std::cout << "\r\033[K" << (source.joined() ? report.liveLine(wallNow()) : source.joining())
               << std::flush;
   }
 
@@ -92,60 +83,37 @@ void waitUntil(TimePoint wakeUp, std::array<pollfd, 2>& watched) {
   ::poll(watched.data(), watched.size(), static_cast<int>(timeout.count()));
 }
 
-/// One run: a source, what it brought, and where that goes.
-class Listening {
- public:
-  Listening(std::unique_ptr<SoundSource> source, Outputs outputs)
-      : source_(std::move(source)), outputs_(std::move(outputs)) {}
-
-  /// Ends without a value when the time is up or `termination` is readable.
-  std::optional<Ending> run(const posix::FileDescriptor& termination, const Options& options);
-
-  std::expected<void, std::string> finishOutputs() { return outputs_.finish(); }
-
-  const SoundSource& source() const { return *source_; }
-  const Reception& reception() const { return reception_; }
-  Report report() const { return reportOf(reception_, source_->roundTrip()); }
-
- private:
-  void take(const Sound& sound) {
-    const auto samples = reception_.add(sound);
-    if (broken_) return;
-    if (auto added = outputs_.add(sound, samples); !added) {
-      broken_ = Ending{.code = kFailed, .sentence = std::move(added.error())};
-    }
-  }
-
-  std::unique_ptr<SoundSource> source_;
-  Outputs outputs_;
-  Reception reception_;
-  std::optional<Ending> broken_;
-};
-
-std::optional<Ending> Listening::run(const posix::FileDescriptor& termination,
-                                     const Options& options) {
-  std::array<pollfd, 2> watched{
-      pollfd{.fd = termination.get(), .events = POLLIN, .revents = 0},
-      pollfd{.fd = source_->descriptor(), .events = POLLIN, .revents = 0}};
+/// Listens until the time is up or `termination` is readable, then without a value, or until the
+/// source ends or an output cannot be written.
+std::optional<Ending> run(SoundSource& source, Outputs& outputs, Report& report,
+                          const posix::FileDescriptor& termination, const Options& options) {
+  std::array<pollfd, 2> watched{pollfd{.fd = termination.get(), .events = POLLIN, .revents = 0},
+                                pollfd{.fd = source.descriptor(), .events = POLLIN, .revents = 0}};
   LiveLine line;
+  std::optional<Ending> broken;
   auto end = TimePoint::max();
-  while (steadyNow() < end && (watched[0].revents & POLLIN) == 0) {
-    source_->serve(steadyNow(), [this](const Sound& sound) { take(sound); });
-    if (broken_) break;
-    if (auto ending = source_->ending()) return ending;
-    if (options.duration && source_->joined() && end == TimePoint::max()) {
+  while (steadyNow() < end && (watched[0].revents & POLLIN) == 0 && !broken) {
+    source.serve(steadyNow(), [&](const Sound& sound) {
+      const auto samples = report.add(sound);
+      if (broken) return;
+      if (auto added = outputs.add(sound, samples); !added) {
+        broken = Ending{.code = kFailed, .sentence = std::move(added.error())};
+      }
+    });
+    if (auto ending = source.ending()) return ending;
+    if (options.duration && source.joined() && end == TimePoint::max()) {
       end = steadyNow() + *options.duration;
     }
-    line.showIfDue(reception_, *source_, steadyNow());
-    waitUntil(std::min({source_->nextDeadline(), line.next(), end}), watched);
+    line.showIfDue(report, source, steadyNow());
+    waitUntil(broken ? steadyNow() : std::min({source.nextDeadline(), line.next(), end}), watched);
   }
-  source_->leave(steadyNow());
-  return broken_;
+  source.leave(steadyNow());
+  return broken;
 }
 
 std::expected<std::unique_ptr<SoundSource>, std::string> openSource(const Options& options) {
   if (!options.cable) return UdpSource::open(options.server, steadyNow());
-  return CableSource::open(options.port.value_or(wire::kCablePort), [](std::string_view text) {
+  return CableSource::open(options.port, [](std::string_view text) {
     if (::isatty(STDOUT_FILENO) == 1) std::cout << "\r\033[K" << std::flush;  // the live line's row
     std::cerr << "quorin-listen: the computer writes: " << wire::displayable(text) << '\n';
   });
@@ -165,15 +133,16 @@ ExitCode listen(const Options& options) {
   auto source = openSource(options);
   if (!source) return failed({.code = kFailed, .sentence = std::move(source.error())});
 
-  Listening listening(std::move(*source), std::move(*outputs));
-  if (const auto ending = listening.run(termination, options)) return failed(*ending);
-  if (auto finished = listening.finishOutputs(); !finished) {
+  Report report;
+  if (const auto ending = run(**source, *outputs, report, termination, options)) {
+    return failed(*ending);
+  }
+  if (auto finished = outputs->finish(); !finished) {
     return failed({.code = kFailed, .sentence = std::move(finished.error())});
   }
-
-  std::cout << (options.json ? asJson(listening.report()) : asText(listening.report()))
-            << std::flush;
-  if (auto error = listening.source().protocolError()) {
+  const auto roundTrip = (*source)->roundTrip();
+  std::cout << (options.json ? report.asJson(roundTrip) : report.asText(roundTrip)) << std::flush;
+  if (auto error = (*source)->protocolError()) {
     return failed({.code = kFailed, .sentence = std::move(*error)});
   }
   return kListened;

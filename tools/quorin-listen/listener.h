@@ -1,7 +1,6 @@
 #pragma once
 
 #include "quorin-listen/options.h"
-#include "quorin-listen/reception.h"
 #include "quorin-listen/sound_source.h"
 
 namespace quorin::listen {
@@ -9,8 +8,8 @@ namespace quorin::listen {
 /// Listens as the options ask until the time is up, a signal comes or the source ends; prints the
 /// live line and the result on standard output, and what went wrong on standard error.
 ///
-/// Takes SIGINT, SIGTERM, SIGALRM and SIGPIPE over for the rest of the process; the other threads
-/// must block them, as the sound server's does. Standard output is checked by the caller.
+/// Takes SIGINT and SIGTERM over for the rest of the process; the other threads must block them, as
+/// the sound server's does. Standard output is checked by the caller.
 ExitCode listen(const Options& options);
 
 }  // namespace quorin::listen

@@ -1,38 +1,27 @@
-#include "core/version.h"
 #include "platform/posix/program.h"
 #include "quorin-listen/listener.h"
-#include "quorin-listen/options.h"
 
+#include <QCoreApplication>
 #include <iostream>
-#include <span>
-#include <string_view>
-#include <vector>
 
 namespace {
 
 using namespace quorin::listen;
 
-ExitCode run(std::span<const std::string_view> arguments) {
+ExitCode run(const QStringList& arguments) {
   const auto options = parseOptions(arguments);
   if (!options) {
     std::cerr << "quorin-listen: " << options.error() << " See quorin-listen --help.\n";
     return kWrongUsage;
   }
-  switch (options->task) {
-    case Options::Task::kHelp:
-      std::cout << usage();
-      return kListened;
-    case Options::Task::kVersion:
-      std::cout << "quorin-listen " << quorin::version() << '\n';
-      return kListened;
-    case Options::Task::kListen:
-      return listen(*options);
-  }
-  return kFailed;
+  if (options->answer.empty()) return listen(*options);
+  std::cout << options->answer;
+  return kListened;
 }
 
 int launch(int argc, char** argv) {
-  const auto code = run(std::vector<std::string_view>(argv + 1, argv + argc));
+  const QCoreApplication application(argc, argv);
+  const auto code = run(QCoreApplication::arguments());
   if (std::cout.flush() || code != kListened) return code;
   std::cerr << "quorin-listen: Cannot write to standard output: is the disk full?\n";
   return kFailed;

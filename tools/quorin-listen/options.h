@@ -2,23 +2,21 @@
 
 #include "wire/endpoint.h"
 
+#include <QStringList>
 #include <chrono>
+#include <cstdint>
 #include <expected>
 #include <optional>
-#include <span>
 #include <string>
-#include <string_view>
 
 namespace quorin::listen {
 
 /// What the command line asked for.
 struct Options {
-  enum class Task { kListen, kHelp, kVersion };
-
-  Task task = Task::kListen;
+  std::string answer;  ///< help or version, to be printed instead of listening
   wire::Endpoint server;
-  bool cable = false;  ///< play the phone at the end of the cable, instead of joining `server`
-  std::optional<std::uint16_t> port;  ///< where that phone listens; else where the app does
+  bool cable = false;      ///< play the phone at the end of the cable, instead of joining `server`
+  std::uint16_t port = 0;  ///< where that phone listens
   std::optional<std::chrono::milliseconds> duration;  ///< from joining; else until a signal
   std::optional<std::string> wav;
   std::optional<std::string> arrivals;
@@ -27,9 +25,7 @@ struct Options {
   bool json = false;
 };
 
-/// The arguments without the program's name. The error is one sentence for the user.
-std::expected<Options, std::string> parseOptions(std::span<const std::string_view> all);
-
-std::string_view usage();
+/// The arguments with the program's name. The error is one sentence for the user.
+std::expected<Options, std::string> parseOptions(const QStringList& arguments);
 
 }  // namespace quorin::listen

@@ -1,131 +1,102 @@
 #include "quorin-listen/playback.h"
 
+#include "audio/device_guard.h"
 #include "measure/sound_format.h"
-#include "quorin-listen/jitter_buffer.h"
+#include "platform/audio/pulse_connection.h"
 
-#include <pulse/pulseaudio.h>
-
-#include <QString>
+#include <algorithm>
+#include <deque>
 #include <vector>
 
 namespace quorin::listen {
 namespace {
 
-/// By the rule of the program that streams: it sends from any device of this name.
-bool isStreamed(const std::string& description) {
-  return QString::fromStdString(description).contains(u"Quorin Audio", Qt::CaseInsensitive);
-}
+using namespace std::chrono_literals;
+using audio::PulseConnection;
 
-struct Sink {
-  std::string name;
-  std::string description;
+constexpr auto kTimeout = 5s;
+constexpr std::size_t kPrimed = 3 * wire::kChunkFrames;  ///< 60 ms
+constexpr std::size_t kMax = 8 * wire::kChunkFrames;     ///< 160 ms
+
+struct DropStream {
+  void operator()(pa_stream* stream) const {
+    pa_stream_set_write_callback(stream, nullptr, nullptr);
+    pa_stream_disconnect(stream);
+    pa_stream_unref(stream);
+  }
 };
 
 }  // namespace
 
-/// Everything here is guarded by the mainloop's lock, the jitter buffer included: both the write
-/// callback and `push` hold it for the time of a copy.
+/// Everything but the connection itself is guarded by its lock.
 struct Playback::Pulse {
-  pa_threaded_mainloop* loop = pa_threaded_mainloop_new();
-  pa_context* context = nullptr;
-  pa_stream* stream = nullptr;
-  JitterBuffer buffer;
-  Sink sink;
+  PulseConnection connection{{.applicationName = "quorin-listen", .reconnect = false}};
+  std::unique_ptr<pa_stream, DropStream> stream;
+  std::string name;
+  std::string description;
+  /// The jitter buffer: plays silence until `kPrimed` samples wait, and again after it ran empty.
+  /// Beyond `kMax` it is cut back to `kPrimed`, so that delay cannot creep.
+  std::deque<float> waiting;
+  bool playing = false;
 
-  Pulse() = default;
-  Pulse(const Pulse&) = delete;
-  Pulse& operator=(const Pulse&) = delete;
   ~Pulse() {
-    pa_threaded_mainloop_stop(loop);
-    if (stream != nullptr) {
-      pa_stream_disconnect(stream);
-      pa_stream_unref(stream);
-    }
-    if (context != nullptr) {
-      pa_context_disconnect(context);
-      pa_context_unref(context);
-    }
-    pa_threaded_mainloop_free(loop);
+    const PulseConnection::Lock lock(connection);
+    stream.reset();
   }
 
-  void wake() { pa_threaded_mainloop_signal(loop, 0); }
-  void waitFor(pa_operation* operation) {
-    if (operation == nullptr) return;
-    while (pa_operation_get_state(operation) == PA_OPERATION_RUNNING) {
-      pa_threaded_mainloop_wait(loop);
+  void findSink(const std::optional<std::string>& wanted) {
+    const auto onServer = [](pa_context*, const pa_server_info* info, void* self) {
+      if (info == nullptr || info->default_sink_name == nullptr) return;
+      static_cast<Pulse*>(self)->name = info->default_sink_name;
+    };
+    const auto onSink = [](pa_context*, const pa_sink_info* info, int, void* self) {
+      if (info == nullptr || info->name == nullptr || info->description == nullptr) return;
+      static_cast<Pulse*>(self)->description = info->description;
+    };
+    auto* const context = connection.ready();
+    if (wanted) {
+      name = *wanted;
+    } else {
+      connection.run(pa_context_get_server_info(context, onServer, this), kTimeout);
     }
-    pa_operation_unref(operation);
+    connection.run(pa_context_get_sink_info_by_name(context, name.c_str(), onSink, this), kTimeout);
   }
 
-  bool connect();
-  void findSink(const std::optional<std::string>& wanted);
-  bool startStream();
-  void write(std::size_t bytes);
+  bool startStream() {
+    const pa_sample_spec format{
+        .format = PA_SAMPLE_FLOAT32LE, .rate = measure::kSampleRate, .channels = 1};
+    stream.reset(pa_stream_new(connection.ready(), "Received sound", &format, nullptr));
+    pa_stream_set_state_callback(
+        stream.get(),
+        [](pa_stream*, void* self) { static_cast<Pulse*>(self)->connection.changed(); }, this);
+    pa_stream_set_write_callback(
+        stream.get(),
+        [](pa_stream*, std::size_t bytes, void* self) { static_cast<Pulse*>(self)->write(bytes); },
+        this);
+    constexpr auto kServers = static_cast<std::uint32_t>(-1);  // the server's own choice
+    const pa_buffer_attr buffering{
+        .maxlength = kServers,
+        .tlength = static_cast<std::uint32_t>(pa_usec_to_bytes(40'000, &format)),
+        .prebuf = kServers,
+        .minreq = kServers,
+        .fragsize = kServers};
+    const auto state = [this] { return pa_stream_get_state(stream.get()); };
+    return pa_stream_connect_playback(stream.get(), name.c_str(), &buffering,
+                                      PA_STREAM_ADJUST_LATENCY, nullptr, nullptr) >= 0 &&
+           connection.waitUntil(kTimeout, [&] { return state() != PA_STREAM_CREATING; }) &&
+           state() == PA_STREAM_READY;
+  }
+
+  void write(std::size_t bytes) {
+    std::vector<float> samples(bytes / sizeof(float));
+    const auto taken = playing ? std::min(samples.size(), waiting.size()) : 0;
+    playing = taken == samples.size();
+    const auto end = waiting.begin() + static_cast<std::ptrdiff_t>(taken);
+    std::copy(waiting.begin(), end, samples.begin());
+    waiting.erase(waiting.begin(), end);
+    pa_stream_write(stream.get(), samples.data(), bytes, nullptr, 0, PA_SEEK_RELATIVE);
+  }
 };
-
-bool Playback::Pulse::connect() {
-  context = pa_context_new(pa_threaded_mainloop_get_api(loop), "quorin-listen");
-  pa_context_set_state_callback(
-      context, [](pa_context*, void* self) { static_cast<Pulse*>(self)->wake(); }, this);
-  if (pa_context_connect(context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) return false;
-  pa_threaded_mainloop_start(loop);
-  for (;;) {
-    const auto state = pa_context_get_state(context);
-    if (state == PA_CONTEXT_READY) return true;
-    if (!PA_CONTEXT_IS_GOOD(state)) return false;
-    pa_threaded_mainloop_wait(loop);
-  }
-}
-
-void Playback::Pulse::findSink(const std::optional<std::string>& wanted) {
-  const auto onServer = [](pa_context*, const pa_server_info* info, void* self) {
-    if (info != nullptr && info->default_sink_name != nullptr) {
-      static_cast<Pulse*>(self)->sink.name = info->default_sink_name;
-    }
-    static_cast<Pulse*>(self)->wake();
-  };
-  const auto onSink = [](pa_context*, const pa_sink_info* info, int, void* self) {
-    const bool isNamed = info != nullptr && info->name != nullptr && info->description != nullptr;
-    if (isNamed) static_cast<Pulse*>(self)->sink = {info->name, info->description};
-    static_cast<Pulse*>(self)->wake();
-  };
-  if (wanted) {
-    sink.name = *wanted;
-  } else {
-    waitFor(pa_context_get_server_info(context, onServer, this));
-  }
-  waitFor(pa_context_get_sink_info_by_name(context, sink.name.c_str(), onSink, this));
-}
-
-bool Playback::Pulse::startStream() {
-  const pa_sample_spec format{
-      .format = PA_SAMPLE_FLOAT32LE, .rate = measure::kSampleRate, .channels = 1};
-  stream = pa_stream_new(context, "Received sound", &format, nullptr);
-  pa_stream_set_state_callback(
-      stream, [](pa_stream*, void* self) { static_cast<Pulse*>(self)->wake(); }, this);
-  pa_stream_set_write_callback(
-      stream,
-      [](pa_stream*, std::size_t bytes, void* self) { static_cast<Pulse*>(self)->write(bytes); },
-      this);
-  pa_buffer_attr buffering{};
-  buffering.maxlength = static_cast<std::uint32_t>(-1);
-  buffering.tlength = static_cast<std::uint32_t>(pa_usec_to_bytes(40'000, &format));
-  buffering.prebuf = static_cast<std::uint32_t>(-1);
-  buffering.minreq = static_cast<std::uint32_t>(-1);
-  if (pa_stream_connect_playback(stream, sink.name.c_str(), &buffering, PA_STREAM_ADJUST_LATENCY,
-                                 nullptr, nullptr) < 0) {
-    return false;
-  }
-  while (pa_stream_get_state(stream) == PA_STREAM_CREATING) pa_threaded_mainloop_wait(loop);
-  return pa_stream_get_state(stream) == PA_STREAM_READY;
-}
-
-void Playback::Pulse::write(std::size_t bytes) {
-  std::vector<float> samples(bytes / sizeof(float));
-  buffer.pull(samples);
-  pa_stream_write(stream, samples.data(), samples.size() * sizeof(float), nullptr, 0,
-                  PA_SEEK_RELATIVE);
-}
 
 Playback::Playback(std::unique_ptr<Pulse> pulse) : pulse_(std::move(pulse)) {}
 Playback::~Playback() = default;
@@ -133,31 +104,34 @@ Playback::~Playback() = default;
 std::expected<std::unique_ptr<Playback>, std::string> Playback::open(
     const std::optional<std::string>& sink) {
   auto pulse = std::make_unique<Pulse>();
-  pa_threaded_mainloop_lock(pulse->loop);
-  const auto attempt = [&]() -> std::string {
-    if (!pulse->connect()) return "No sound server answers: start PulseAudio or PipeWire to play.";
-    pulse->findSink(sink);
-    if (pulse->sink.description.empty()) {
-      return sink ? "There is no sink \"" + *sink + "\": see pactl list short sinks."
-                  : "There is no default sink to play to: name one with --sink NAME.";
-    }
-    if (isStreamed(pulse->sink.description)) {
-      return "The sound would go back into the device that is being streamed (" +
-             pulse->sink.description + "): name another one with --sink NAME.";
-    }
-    if (!pulse->startStream()) return "The sink " + pulse->sink.name + " does not take the sound.";
-    return {};
-  };
-  auto problem = attempt();
-  pa_threaded_mainloop_unlock(pulse->loop);
-  if (!problem.empty()) return std::unexpected(std::move(problem));
+  const PulseConnection::Lock lock(pulse->connection);
+  if (!pulse->connection.waitUntilReady(kTimeout)) {
+    return std::unexpected("No sound server answers: start PulseAudio or PipeWire to play.");
+  }
+  pulse->findSink(sink);
+  if (pulse->description.empty()) {
+    return std::unexpected(sink
+                               ? "There is no sink \"" + *sink + "\": see pactl list short sinks."
+                               : "There is no default sink to play to: name one with --sink NAME.");
+  }
+  if (audio::mayBeStreamed({.number = 1, .name = pulse->description, .format = {}})) {
+    return std::unexpected("The sound would go back into the device that is being streamed (" +
+                           pulse->description + "): name another one with --sink NAME.");
+  }
+  if (!pulse->startStream()) {
+    return std::unexpected("The sink " + pulse->name + " does not take the sound.");
+  }
   return std::unique_ptr<Playback>(new Playback(std::move(pulse)));
 }
 
 void Playback::push(std::span<const float> samples) {
-  pa_threaded_mainloop_lock(pulse_->loop);
-  pulse_->buffer.push(samples);
-  pa_threaded_mainloop_unlock(pulse_->loop);
+  const PulseConnection::Lock lock(pulse_->connection);
+  auto& waiting = pulse_->waiting;
+  waiting.insert(waiting.end(), samples.begin(), samples.end());
+  if (waiting.size() > kMax) {
+    waiting.erase(waiting.begin(), waiting.end() - static_cast<std::ptrdiff_t>(kPrimed));
+  }
+  pulse_->playing |= waiting.size() >= kPrimed;
 }
 
 }  // namespace quorin::listen

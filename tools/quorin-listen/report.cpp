@@ -1,5 +1,7 @@
 #include "quorin-listen/report.h"
 
+#include "measure/sound_format.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <algorithm>
@@ -10,94 +12,99 @@
 namespace quorin::listen {
 namespace {
 
-constexpr double kMeterFloorDb = -60;
-constexpr int kMeterWidth = 24;
-
-int meterCells(double decibels) {
-  const double share = std::clamp(1 - decibels / kMeterFloorDb, 0.0, 1.0);
-  return static_cast<int>(std::lround(share * kMeterWidth));
-}
+constexpr std::chrono::seconds kRecently{1};
 
 std::string meter(const measure::Level& level) {
-  const int filled = meterCells(level.rmsDb);
-  const int peak = meterCells(level.peakDb);
-  std::string cells;
-  for (int cell = 1; cell <= kMeterWidth; ++cell) {
-    cells += cell <= filled ? '#' : cell == peak ? '|' : ' ';
+  constexpr double kFloorDb = -60;
+  constexpr int kWidth = 24;
+  const auto cells = [](double decibels) {
+    return std::lround(std::clamp(1 - decibels / kFloorDb, 0.0, 1.0) * kWidth);
+  };
+  std::string text;
+  for (int cell = 1; cell <= kWidth; ++cell) {
+    text += cell <= cells(level.rmsDb) ? '#' : cell == cells(level.peakDb) ? '|' : ' ';
   }
-  return "[" + cells + "]";
+  return "[" + text + "]";
 }
 
-std::optional<double> milliseconds(std::optional<std::chrono::nanoseconds> duration) {
-  if (!duration) return std::nullopt;
-  return std::chrono::duration<double, std::milli>(*duration).count();
+double milliseconds(std::chrono::nanoseconds duration) {
+  return std::chrono::duration<double, std::milli>(duration).count();
 }
 
 }  // namespace
 
-std::string liveLine(const Reception& reception, measure::Nanoseconds now) {
-  const auto arrived = reception.inLastSecond(now);
-  if (arrived == 0 && reception.arrivals().datagrams() > 0) {
+std::span<const float> Report::add(const Sound& sound) {
+  const auto format = measure::formatOfLength(sound.bytes.size());
+  if (!format) return {};
+  const auto samples = measure::decode(sound.bytes, *format);
+  arrivals_.add(sound.arrived, samples.size());
+  level_.add(samples);
+  std::erase_if(recentArrivals_,
+                [&](auto arrived) { return arrived <= sound.arrived - kRecently; });
+  recentArrivals_.push_back(sound.arrived);
+
+  lastSecond_.insert(lastSecond_.end(), samples.begin(), samples.end());
+  const auto surplus = static_cast<std::ptrdiff_t>(lastSecond_.size()) -
+                       static_cast<std::ptrdiff_t>(measure::kSampleRate);
+  if (surplus > 0) lastSecond_.erase(lastSecond_.begin(), lastSecond_.begin() + surplus);
+  return newest(samples.size());
+}
+
+std::span<const float> Report::newest(std::size_t samples) const {
+  return std::span(lastSecond_).last(std::min(samples, lastSecond_.size()));
+}
+
+std::string Report::liveLine(measure::Nanoseconds now) const {
+  const auto arrived =
+      std::ranges::count_if(recentArrivals_, [now](auto each) { return each > now - kRecently; });
+  if (arrived == 0 && arrivals_.datagrams() > 0) {
     return "Nothing arrives any more. Is the computer still streaming, in the same network?";
   }
-  const auto jitter = reception.arrivals().recentDeviation();
-  const auto level = reception.recentLevel();
+  const auto jitter = arrivals_.recentDeviation();
+  const auto level = measure::levelOf(newest(measure::kSampleRate / 5));
   std::ostringstream line;
   line << std::fixed << std::setprecision(2) << std::setw(3) << arrived << "/s  gaps "
-       << reception.arrivals().gaps() << "  jitter p50 " << jitter.p50 << " p99 " << jitter.p99
-       << " ms  " << meter(level) << std::setprecision(1) << std::setw(7) << level.rmsDb << " dB";
+       << arrivals_.gaps() << "  jitter p50 " << jitter.p50 << " p99 " << jitter.p99 << " ms  "
+       << meter(level) << std::setprecision(1) << std::setw(7) << level.rmsDb << " dB";
   return line.str();
 }
 
-Report reportOf(const Reception& reception, std::optional<std::chrono::nanoseconds> roundTrip) {
-  const auto& arrivals = reception.arrivals();
-  return {.datagrams = arrivals.datagrams(),
-          .soundSeconds = arrivals.soundSeconds(),
-          .delivered = arrivals.delivered(),
-          .gaps = arrivals.gaps(),
-          .deviation = arrivals.deviation(),
-          .bufferNeededMs = arrivals.bufferNeededMs(),
-          .level = reception.level(),
-          .frequency = measure::frequencyOf(reception.lastSecond()),
-          .roundTrip = roundTrip};
-}
-
-std::string asText(const Report& report) {
+std::string Report::asText(std::optional<std::chrono::nanoseconds> roundTrip) const {
+  const auto jitter = arrivals_.deviation();
+  const auto level = level_.level();
   std::ostringstream text;
-  text << std::fixed;
-  text << "received   " << report.datagrams << " datagrams, " << std::setprecision(2)
-       << report.soundSeconds << " s of sound, " << std::setprecision(4) << report.delivered
-       << " of real time\n";
-  text << "gaps       " << report.gaps << '\n';
-  text << std::setprecision(2) << "jitter     p50 " << report.deviation.p50 << ", p99 "
-       << report.deviation.p99 << ", max " << report.deviation.max
+  text << std::fixed << std::setprecision(2);
+  text << "received   " << arrivals_.datagrams() << " datagrams, " << arrivals_.soundSeconds()
+       << " s of sound, " << std::setprecision(4) << arrivals_.delivered() << " of real time\n"
+       << std::setprecision(2);
+  text << "gaps       " << arrivals_.gaps() << '\n';
+  text << "jitter     p50 " << jitter.p50 << ", p99 " << jitter.p99 << ", max " << jitter.max
        << " ms away from one datagram every 20 ms\n";
-  text << "buffer     " << report.bufferNeededMs << " ms would play it without a break\n";
-  text << std::setprecision(1) << "level      " << report.level.rmsDb << " dB, peak "
-       << report.level.peakDb << " dB\n";
-  text << "frequency  " << report.frequency << " Hz in the last second\n";
-  if (const auto roundTrip = milliseconds(report.roundTrip)) {
-    text << std::setprecision(2) << "answer     " << *roundTrip << " ms after a ping\n";
+  text << "buffer     " << arrivals_.bufferNeededMs() << " ms would play it without a break\n"
+       << std::setprecision(1);
+  text << "level      " << level.rmsDb << " dB, peak " << level.peakDb << " dB\n";
+  text << "frequency  " << measure::frequencyOf(lastSecond_) << " Hz in the last second\n";
+  if (roundTrip) {
+    text << std::setprecision(2) << "answer     " << milliseconds(*roundTrip)
+         << " ms after a ping\n";
   }
   return text.str();
 }
 
-std::string asJson(const Report& report) {
+std::string Report::asJson(std::optional<std::chrono::nanoseconds> roundTrip) const {
+  const auto jitter = arrivals_.deviation();
+  const auto level = level_.level();
   QJsonObject object{
-      {"datagrams", static_cast<qint64>(report.datagrams)},
-      {"seconds", report.soundSeconds},
-      {"delivered", report.delivered},
-      {"gaps", static_cast<qint64>(report.gaps)},
-      {"jitter_ms", QJsonObject{{"p50", report.deviation.p50},
-                                {"p99", report.deviation.p99},
-                                {"max", report.deviation.max}}},
-      {"buffer_ms", report.bufferNeededMs},
-      {"level_db", QJsonObject{{"rms", report.level.rmsDb}, {"peak", report.level.peakDb}}},
-      {"frequency_hz", report.frequency},
+      {"datagrams", static_cast<qint64>(arrivals_.datagrams())},
+      {"seconds", arrivals_.soundSeconds()},
+      {"delivered", arrivals_.delivered()},
+      {"gaps", static_cast<qint64>(arrivals_.gaps())},
+      {"jitter_ms", QJsonObject{{"p50", jitter.p50}, {"p99", jitter.p99}, {"max", jitter.max}}},
+      {"buffer_ms", arrivals_.bufferNeededMs()},
+      {"level_db", QJsonObject{{"rms", level.rmsDb}, {"peak", level.peakDb}}},
+      {"frequency_hz", measure::frequencyOf(lastSecond_)},
   };
-  if (const auto roundTrip = milliseconds(report.roundTrip)) {
-    object["round_trip_ms"] = *roundTrip;
-  }
+  if (roundTrip) object["round_trip_ms"] = milliseconds(*roundTrip);
   return QJsonDocument(object).toJson().toStdString();
 }
 

@@ -1,32 +1,37 @@
 #pragma once
 
-#include "quorin-listen/reception.h"
+#include "measure/arrival_statistics.h"
+#include "measure/tone_analysis.h"
+#include "quorin-listen/sound_source.h"
 
 #include <chrono>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace quorin::listen {
 
-/// One line for a terminal: datagrams a second, gaps, jitter of the last 10 s, a level meter.
-std::string liveLine(const Reception& reception, measure::Nanoseconds now);
+/// What is known of the sound received so far, and how a reader is told. Pure: no clock, no file.
+class Report {
+ public:
+  /// Sound of one of the two formats; the samples come back for those who write or play them.
+  std::span<const float> add(const Sound& sound);
 
-/// The result of a run, what a reader wants to know first.
-struct Report {
-  std::size_t datagrams = 0;
-  double soundSeconds = 0;
-  double delivered = 0;
-  std::size_t gaps = 0;
-  measure::Spread deviation;  ///< ms
-  double bufferNeededMs = 0;
-  measure::Level level;
-  double frequency = 0;  ///< Hz, of the last second
-  std::optional<std::chrono::nanoseconds> roundTrip;
+  /// One line for a terminal: datagrams in the last second, gaps, jitter of the last 10 s, a level
+  /// meter.
+  std::string liveLine(measure::Nanoseconds now) const;
+
+  /// The result of the whole run. `roundTrip`: from a ping to its answer, where known.
+  std::string asText(std::optional<std::chrono::nanoseconds> roundTrip) const;
+  std::string asJson(std::optional<std::chrono::nanoseconds> roundTrip) const;
+
+ private:
+  std::span<const float> newest(std::size_t samples) const;
+
+  measure::ArrivalStatistics arrivals_;
+  measure::LevelMeter level_;
+  std::vector<measure::Nanoseconds> recentArrivals_;  ///< of the last second
+  std::vector<float> lastSecond_;
 };
-
-Report reportOf(const Reception& reception, std::optional<std::chrono::nanoseconds> roundTrip);
-
-std::string asText(const Report& report);
-std::string asJson(const Report& report);
 
 }  // namespace quorin::listen
