@@ -1,9 +1,9 @@
 #pragma once
 
+#include "core/scheduler.h"
 #include "platform/desktop/authorization_status.h"
 #include "platform/desktop/microphone_rules.h"
 #include "platform/desktop/sandbox.h"
-#include "core/scheduler.h"
 
 #include <atomic>
 #include <memory>
