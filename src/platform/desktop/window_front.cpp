@@ -70,7 +70,8 @@ class RootWindow {
 }  // namespace
 
 void bringToFront(QWindow& window, const QString& token) {
-  if (const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>()) {
+  const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+  if (x11 && x11->connection()) {  // the offscreen platform has none
     const RootWindow root(x11->connection());
     const auto id = static_cast<xcb_window_t>(window.winId());
     root.activate(id, token.section(QStringLiteral("_TIME"), 1).toUInt());
