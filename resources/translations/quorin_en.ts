@@ -139,7 +139,7 @@ Anyone on your network can connect and listen, so use a network you trust, and s
     </message>
     <message id="alert.stop.info">
         <source></source>
-        <translation>Someone is listening right now. Going back to the menu ends the stream for every connected device.</translation>
+        <translation>Someone is listening right now. Stopping ends the stream for every connected device.</translation>
     </message>
     <message id="alert.stop.confirm">
         <source></source>
@@ -148,6 +148,57 @@ Anyone on your network can connect and listen, so use a network you trust, and s
     <message id="common.cancel">
         <source></source>
         <translation>Cancel</translation>
+    </message>
+    <message id="notice.goes_on">
+        <source></source>
+        <translation>Quorin Stream goes on</translation>
+    </message>
+    <message id="notice.joined">
+        <source></source>
+        <translation>A phone joined</translation>
+    </message>
+    <message id="notice.left">
+        <source></source>
+        <translation>A phone left</translation>
+    </message>
+    <message id="notice.stopped">
+        <source></source>
+        <translation>The stream has stopped</translation>
+    </message>
+    <message id="notice.stopped.info">
+        <source></source>
+        <translation>The sound devices have changed; the window says what is missing.</translation>
+    </message>
+    <message id="notice.not_started">
+        <source></source>
+        <translation>The stream could not start</translation>
+    </message>
+    <message id="notice.listeners" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>%n phone listens</numerusform>
+            <numerusform>%n phones listen</numerusform>
+        </translation>
+    </message>
+    <message id="notice.awake">
+        <source></source>
+        <translation>Phones listen to this computer</translation>
+    </message>
+    <message id="tray.idle">
+        <source></source>
+        <translation>Nothing is sent</translation>
+    </message>
+    <message id="tray.show">
+        <source></source>
+        <translation>Show</translation>
+    </message>
+    <message id="tray.stop">
+        <source></source>
+        <translation>Stop streaming</translation>
+    </message>
+    <message id="tray.quit">
+        <source></source>
+        <translation>Quit</translation>
     </message>
     <message id="usb_instruction_title">
         <source></source>

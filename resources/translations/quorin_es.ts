@@ -139,7 +139,7 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
     </message>
     <message id="alert.stop.info">
         <source></source>
-        <translation>Alguien está escuchando ahora mismo. Si vuelves al menú, la transmisión terminará en todos los dispositivos conectados.</translation>
+        <translation>Alguien está escuchando ahora mismo. Si la detienes, la transmisión terminará en todos los dispositivos conectados.</translation>
     </message>
     <message id="alert.stop.confirm">
         <source></source>
@@ -148,6 +148,57 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
     <message id="common.cancel">
         <source></source>
         <translation>Cancelar</translation>
+    </message>
+    <message id="notice.goes_on">
+        <source></source>
+        <translation>Quorin Stream sigue funcionando</translation>
+    </message>
+    <message id="notice.joined">
+        <source></source>
+        <translation>Se ha conectado un teléfono</translation>
+    </message>
+    <message id="notice.left">
+        <source></source>
+        <translation>Se ha desconectado un teléfono</translation>
+    </message>
+    <message id="notice.stopped">
+        <source></source>
+        <translation>La transmisión se ha detenido</translation>
+    </message>
+    <message id="notice.stopped.info">
+        <source></source>
+        <translation>Los dispositivos de sonido han cambiado; la ventana dice qué falta.</translation>
+    </message>
+    <message id="notice.not_started">
+        <source></source>
+        <translation>La transmisión no ha podido empezar</translation>
+    </message>
+    <message id="notice.listeners" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>Escucha %n teléfono</numerusform>
+            <numerusform>Escuchan %n teléfonos</numerusform>
+        </translation>
+    </message>
+    <message id="notice.awake">
+        <source></source>
+        <translation>Hay teléfonos escuchando este ordenador</translation>
+    </message>
+    <message id="tray.idle">
+        <source></source>
+        <translation>No se envía nada</translation>
+    </message>
+    <message id="tray.show">
+        <source></source>
+        <translation>Mostrar</translation>
+    </message>
+    <message id="tray.stop">
+        <source></source>
+        <translation>Detener la transmisión</translation>
+    </message>
+    <message id="tray.quit">
+        <source></source>
+        <translation>Salir</translation>
     </message>
     <message id="usb_instruction_title">
         <source></source>

@@ -34,10 +34,11 @@ Finding audioServer(const Facts& facts) {
 Finding device(const char* name, const audio::Device& device, const char* kind) {
   const auto found = text(audio::currentDeviceName(device));
   if (audio::isDefaultDeviceNamed(device, audio::kExpectedDeviceName)) return fine(name, found);
-  return {name, found, Kind::kProblem,
-          QStringLiteral("Press \"Set up for me\" (or start with --set-up), or make \"Quorin Audio\" "
-                         "the default %1 in the sound settings.")
-              .arg(kind)};
+  return {
+      name, found, Kind::kProblem,
+      QStringLiteral("Press \"Set up for me\" (or start with --set-up), or make \"Quorin Audio\" "
+                     "the default %1 in the sound settings.")
+          .arg(kind)};
 }
 
 Finding microphone(desktop::AuthorizationStatus status) {

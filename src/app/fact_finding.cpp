@@ -3,8 +3,8 @@
 #include "core/identity.h"
 #include "core/version.h"
 #include "modes/audio_inputs.h"
-#include "platform/dispatch/system_scheduler.h"
 #include "modes/cable_mode.h"
+#include "platform/dispatch/system_scheduler.h"
 #include "wifi/local_address.h"
 
 #include <QCoreApplication>

@@ -34,7 +34,16 @@ int printDiagnosis(const Options& options) {
   return wouldStream(findings) ? 0 : 1;
 }
 
-int run(QApplication& application, const Options& options) {
+void logMoreIf(bool verbose) {
+  if (verbose) QLoggingCategory::setFilterRules(QStringLiteral("quorin.*.debug=true"));
+}
+
+int failWith(const QString& sentence, int status) {
+  std::fprintf(stderr, "%s: %s\n", kProgramFile, qUtf8Printable(sentence));
+  return status;
+}
+
+int run(QApplication& application, const Options& options, SingleInstance& instance) {
   applyDarkAppearance(application);
   QApplication::setWindowIcon(Images().icon(QStringLiteral("Logo")));
   QApplication::setQuitOnLastWindowClosed(false);
@@ -43,21 +52,22 @@ int run(QApplication& application, const Options& options) {
   const CompiledTable bundle(languages);
   const Texts texts(bundle, languages);
 
-  MainWindow* window = nullptr;
-  SingleInstance instance([&window](const QString& token) {
-    if (window != nullptr) window->bringToFront(token);
-  });
-  if (!instance.claim()) return 0;
-
   const auto scheduler = dispatch::makeSystemScheduler();
   PTAppDelegate delegate(*scheduler, texts, options);
-  window = &delegate.window();
   const dispatch::TerminationSignals termination(scheduler->mainQueue(),
                                                  [] { QCoreApplication::quit(); });
   delegate.applicationDidFinishLaunching();
-  const int status = QApplication::exec();
-  window = nullptr;
-  return status;
+  instance.serve(scheduler->mainQueue(),
+                 [&](const SingleInstance::Request& request, const SingleInstance::Answer& answer) {
+                   const auto wanted = parseOptions(QStringList(kProgramFile) + request.arguments);
+                   if (!wanted) return answer(wanted.error());
+                   if (wanted->language.value_or(bundle.language()) != bundle.language()) {
+                     return answer("It runs in another language already; quit it first.");
+                   }
+                   logMoreIf(wanted->verbose);
+                   delegate.takeOver(*wanted, request.activationToken, answer);
+                 });
+  return QApplication::exec();
 }
 
 int launch(int argc, char** argv) {
@@ -65,11 +75,8 @@ int launch(int argc, char** argv) {
   for (int i = 0; i < argc; ++i) arguments << QString::fromLocal8Bit(argv[i]);
 
   const auto options = parseOptions(arguments);
-  if (!options) {
-    std::fprintf(stderr, "quorin-stream: %s\n", qUtf8Printable(options.error()));
-    return kUsageError;
-  }
-  if (options->verbose) QLoggingCategory::setFilterRules(QStringLiteral("quorin.*.debug=true"));
+  if (!options) return failWith(options.error(), kUsageError);
+  logMoreIf(options->verbose);
 
   // What only prints needs no display.
   switch (options->action) {
@@ -89,12 +96,18 @@ int launch(int argc, char** argv) {
       break;
   }
 
+  SingleInstance instance;
+  if (!instance.isFirst()) {
+    const auto refusal = instance.handOver(arguments.mid(1));
+    return refusal.isEmpty() ? 0 : failWith(refusal, 1);
+  }
+
   QApplication::setApplicationName(QString::fromLatin1(kProgramName));
   QGuiApplication::setDesktopFileName(QString::fromLatin1(kApplicationId));
   std::optional<DisplayRequired> displayRequired(std::in_place);
   QApplication application(argc, argv);
   displayRequired.reset();
-  return run(application, *options);
+  return run(application, *options, instance);
 }
 
 }  // namespace

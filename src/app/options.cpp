@@ -13,7 +13,8 @@ std::unique_ptr<QCommandLineParser> makeParser() {
   parser->setApplicationDescription(
       "Sends the computer's sound to a phone in real time.\n\n"
       "Exit status: 0 when the program ended as asked (with --diagnose: streaming would work),\n"
-      "1 when it could not run, 2 when an option was not understood.");
+      "1 when it could not run or the running program could not do it, 2 when an option was not\n"
+      "understood.");
   parser->addOptions({
       {"start", "Enter that mode as soon as the devices are right.", "wifi|cable"},
       {"set-up", "Set the devices up first, as the button \"Set up for me\" does."},

@@ -1,18 +1,19 @@
 #include "app/pt_app_delegate.h"
 
 #include "core/identity.h"
+#include "core/log.h"
 #include "panel/content_view.h"
 #include "platform/desktop/settings.h"
-#include "core/log.h"
 #include "wifi/local_address.h"
 
-#include <QApplication>
+#include <QCoreApplication>
+#include <QEvent>
 #include <utility>
 
 namespace quorin::app {
 namespace {
 
-std::string_view textKeyOf(LoanFailure failure) {
+TrKey textKeyOf(LoanFailure failure) {
   switch (failure) {
     case LoanFailure::kNoServer:
       return "audio.guard.setup.no_server";
@@ -96,7 +97,9 @@ void PTAppDelegate::connectViews() {
   }
 
   QObject::connect(&window_, &MainWindow::resized, &window_, [this] { screens_.layoutUI(); });
-  QObject::connect(&window_, &MainWindow::quitRequested, qApp, &QCoreApplication::quit);
+  QObject::connect(&window_, &MainWindow::quitRequested, &window_, [this] { quit(); });
+  window_.installEventFilter(this);
+  screens_.setOnUpdate([this] { refreshBackground(); });
 
   QObject::connect(views_.inputTextField, &QLineEdit::returnPressed, &window_, [this] {
     if (cable_.sendMessage(views_.inputTextField->text())) views_.inputTextField->clear();
@@ -113,10 +116,18 @@ void PTAppDelegate::connectViews() {
     showSound();
   });
   pages_.setLendDevice([this] { loan_.lend(); });
-  loan_.setReports(
-      {.lent = [this] { guard_.onSetUp(); },
-       .failed = [this](LoanFailure failure) { guard_.onSetUpFailed(textKeyOf(failure)); },
-       .changed = [this] { showSound(); }});
+  loan_.setReports({.lent =
+                        [this] {
+                          guard_.onSetUp();
+                          answerSetUp({});
+                        },
+                    .failed =
+                        [this](LoanFailure failure) {
+                          const auto key = textKeyOf(failure);
+                          guard_.onSetUpFailed(key.name());
+                          answerSetUp(texts_.tr(key));
+                        },
+                    .changed = [this] { showSound(); }});
 
   pages_.setStopAllSessions([this] { menu_.stopAllSessions(); });
   pages_.setMenuShown([this] { enterStartMode(); });
@@ -153,6 +164,7 @@ void PTAppDelegate::dismissSplash() {
       &splashFade_, &QVariantAnimation::valueChanged, &window_,
       [this](const QVariant& opacity) { views_.setSplashOpacity(opacity.toDouble()); });
   QObject::connect(&splashFade_, &QVariantAnimation::finished, &window_, [this] {
+    background_ = makeBackground();
     pages_.showSplashGone();
     guard_.setupAudioCheckFlow();
   });
@@ -171,6 +183,90 @@ void PTAppDelegate::enterStartMode() {
       menu_.chooseOfflineMode();
       break;
   }
+}
+
+void PTAppDelegate::quit() {
+  menu_.askToStop([] { QCoreApplication::quit(); });
+}
+
+void PTAppDelegate::takeOver(const Options& wanted, const QString& activationToken,
+                             SingleInstance::Answer answer) {
+  window_.bringToFront(activationToken);
+  const bool isOther = wanted.start == StartMode::kWiFi
+                           ? cable_.hasChannel()
+                           : wanted.start == StartMode::kCable && wifi_.clientCount() > 0;
+  const auto port = wanted.port ? QString::number(*wanted.port) : wifi_.port();
+  const bool isOtherPort = port != wifi_.port() && wifi_.clientCount() > 0;
+  if (isOther || isOtherPort) {
+    return answer("Phones listen to the running program; stop the stream there first.");
+  }
+  if (port != wifi_.port()) wifi_.setPort(port);
+  if (wanted.address) wifi_.chooseNetwork(*wanted.address);
+  if (wanted.start != StartMode::kMenu) startMode_ = wanted.start;
+  if (pageIsInFront(screens_.state())) enterStartMode();
+  if (wanted.setUp) {
+    setUpAnswers_.push_back(std::move(answer));
+    guard_.setUp();
+    return;
+  }
+  // Behind the step into the mode.
+  scheduler_.mainQueue().async(scope_, [this, wanted, answer = std::move(answer)] {
+    const auto& page = wifi_.page();
+    const bool isAsked = wanted.port || wanted.address || wanted.start == StartMode::kWiFi;
+    if (wifi_.isOpen() && isAsked && page.content == WiFiPage::Content::kProblem) {
+      return answer(page.title);
+    }
+    const bool isThere = !wanted.address || !wifi_.isOpen() || page.address == *wanted.address;
+    answer(isThere ? QString() : "This computer has no network with " + *wanted.address + '.');
+  });
+}
+
+void PTAppDelegate::answerSetUp(const QString& refusal) {
+  for (const auto& answer : std::exchange(setUpAnswers_, {})) answer(refusal);
+}
+
+std::unique_ptr<Background> PTAppDelegate::makeBackground() {
+  const auto askInFront = [this](const QString& token) {
+    if (menu_.listeners() > 0) window_.bringToFront(token);
+  };
+  return std::make_unique<Background>(
+      scheduler_.backgroundQueue(), texts_,
+      Background::Actions{.show = [this](const QString& token) { window_.bringToFront(token); },
+                          .quit =
+                              [this, askInFront](const QString& token) {
+                                askInFront(token);
+                                quit();
+                              },
+                          .stop =
+                              [this, askInFront] {
+                                askInFront({});
+                                menu_.goBack();
+                              },
+                          .playHere = [this](bool wanted) { loan_.playHere(wanted); }});
+}
+
+// Later, so that a change of several views is one.
+void PTAppDelegate::refreshBackground() {
+  if (!background_ || std::exchange(backgroundIsStale_, true)) return;
+  scheduler_.mainQueue().async(scope_, [this] {
+    backgroundIsStale_ = false;
+    const auto& screen = screens_.state();
+    const auto& page = wifi_.page();
+    const bool isWifi = screen.page == Page::kWifi;
+    background_->update(
+        {.windowShown = window_.isVisible(),
+         .streaming = pageIsInFront(screen) && (isWifi || screen.page == Page::kCable),
+         .listeners = menu_.listeners(),
+         .devicesWrong = screen.guard || screen.microphoneDenied,
+         .problem =
+             isWifi && page.content == WiFiPage::Content::kProblem ? page.title : QString()});
+    background_->offerPlayHere(loan_.isLent(), loan_.playsHere());
+  });
+}
+
+bool PTAppDelegate::eventFilter(QObject*, QEvent* event) {
+  if (event->type() == QEvent::Show || event->type() == QEvent::Hide) refreshBackground();
+  return false;
 }
 
 void PTAppDelegate::openSettings(desktop::SettingsPage page) {

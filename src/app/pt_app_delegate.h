@@ -1,6 +1,8 @@
 #pragma once
 
+#include "app/background.h"
 #include "app/options.h"
+#include "app/single_instance.h"
 #include "audio/audio_capture_manager.h"
 #include "core/scheduler.h"
 #include "modes/audio_inputs.h"
@@ -19,14 +21,16 @@
 #include "window/screens.h"
 #include "window/views.h"
 
+#include <QObject>
 #include <QVariantAnimation>
 #include <memory>
+#include <vector>
 
 namespace quorin::app {
 
 /// The program: owns everything, starts it in order and connects it. What a mode does is that
 /// mode's business. Main queue.
-class PTAppDelegate {
+class PTAppDelegate : public QObject {
  public:
   static constexpr std::chrono::milliseconds kSplashDuration{1200};
   static constexpr std::chrono::milliseconds kSplashFade{350};
@@ -35,18 +39,29 @@ class PTAppDelegate {
   PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts, const Options& options);
 
   /// Ends every session, then the scheduler's queues.
-  ~PTAppDelegate();
+  ~PTAppDelegate() override;
 
   /// The start-up, once, with the event loop about to run.
   void applicationDidFinishLaunching();
 
   MainWindow& window() { return window_; }
 
+  /// What a later start was asked to do, which this program does or says why not.
+  void takeOver(const Options& wanted, const QString& activationToken,
+                SingleInstance::Answer answer);
+
+  /// Ends the program; asks first while somebody listens.
+  void quit();
+
  private:
   std::unique_ptr<QWidget> makePanel() const;
   void connectViews();
   void dismissSplash();
   void enterStartMode();
+  void answerSetUp(const QString& refusal);
+  std::unique_ptr<Background> makeBackground();
+  void refreshBackground();
+  bool eventFilter(QObject* window, QEvent* event) override;
   void showSound();
   void openSettings(desktop::SettingsPage page);
 
@@ -74,6 +89,9 @@ class PTAppDelegate {
   Menu menu_;
   GuardFlow guard_;
   DeviceLoan loan_;
+  std::unique_ptr<Background> background_;  ///< once the splash is gone
+  bool backgroundIsStale_ = false;
+  std::vector<SingleInstance::Answer> setUpAnswers_;
   dispatch::Scope scope_;
 };
 

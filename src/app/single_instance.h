@@ -1,40 +1,50 @@
 #pragma once
 
-#include <QObject>
-#include <QVariant>
+#include "core/queue.h"
+#include "platform/posix/file_descriptor.h"
+
+#include <QString>
+#include <QStringList>
 #include <functional>
+#include <memory>
 
 namespace quorin::app {
 
-/// One instance of the program a user: the first one owns the program's name on the session bus,
-/// a second one only asks the first for its window. Without a session bus every start is the
-/// first. Main thread.
-class SingleInstance : public QObject {
-  Q_OBJECT
-  Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
-
+/// One running program a user: the first start holds a lock in the runtime folder for as long as
+/// it lives, and a later one hands what it was asked to do over to it, through a socket there. A
+/// start that finds no such folder is the first. Main thread.
+class SingleInstance {
  public:
-  /// `activated` runs whenever a later start, or the desktop, asks for the window; with the
-  /// desktop's activation token, which may be empty.
-  explicit SingleInstance(std::function<void(const QString& activationToken)> activated);
-  ~SingleInstance() override;
+  /// What a later start was asked to do.
+  struct Request {
+    QStringList arguments;    ///< without the program's name
+    QString activationToken;  ///< the launcher's, for the window; may be empty
+  };
+  /// Called once, now or later; `refusal` says why not, and is empty when the request is met.
+  using Answer = std::function<void(const QString& refusal)>;
 
-  /// True when this is the first instance. Else the first has been asked for its window, and
-  /// there is nothing left to do but to end.
-  bool claim();
+  SingleInstance();
+  ~SingleInstance();
+  SingleInstance(const SingleInstance&) = delete;
+  SingleInstance& operator=(const SingleInstance&) = delete;
 
- public slots:
-  // What the desktop calls, by name, on the bus.
-  // NOLINTBEGIN(readability-identifier-naming): the names are the desktop's.
-  Q_SCRIPTABLE void Activate(const QVariantMap& platformData);
-  Q_SCRIPTABLE void Open(const QStringList& uris, const QVariantMap& platformData);
-  Q_SCRIPTABLE void ActivateAction(const QString& name, const QVariantList& parameter,
-                                   const QVariantMap& platformData);
-  // NOLINTEND(readability-identifier-naming)
+  bool isFirst() const { return isFirst_; }
+
+  /// Of the first: `handler` gets each request, on `main`, those included that came before this
+  /// call.
+  void serve(dispatch::Queue& main, std::function<void(const Request&, Answer)> handler);
+
+  /// Of a later start: waits for the answer, at most 10 s.
+  QString handOver(const QStringList& arguments);
 
  private:
-  bool owned_ = false;
-  std::function<void(const QString&)> activated_;
+  void readRequests();
+
+  posix::FileDescriptor lock_;
+  posix::FileDescriptor socket_;
+  bool isFirst_ = true;
+  std::function<void(const Request&, Answer)> handler_;
+  std::unique_ptr<dispatch::ReadSource> source_;
 };
 
 }  // namespace quorin::app

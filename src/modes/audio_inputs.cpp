@@ -34,7 +34,7 @@ void tryToRecord(audio::AudioServer& server) {
 AudioInputs::AudioInputs(dispatch::Scheduler& scheduler, audio::AudioServer& server)
     : server_(server),
       permission_(scheduler,
-                  {.identity = desktop::identify(desktop::findSandboxTraces(), kApplicationId),
+                  {.identity = desktop::identify(kApplicationId),
                    .busAddress = {},
                    // The server may take a while to answer.
                    .tryToRecord = [&server, &elsewhere = scheduler.backgroundQueue()] {

@@ -1,5 +1,7 @@
 #include "modes/menu.h"
 
+#include <utility>
+
 namespace quorin::app {
 
 // The page switches run after the current event; a mode that is left before then takes them back.
@@ -18,12 +20,8 @@ void Menu::chooseOfflineMode() {
   scheduler_.mainQueue().async(pageSteps_, [this] { parts_.view.openCablePage(); });
 }
 
-void Menu::goBack() {
-  if (parts_.wifi.clientCount() > 0 || parts_.cable.hasChannel()) {
-    parts_.view.confirmStop([this] { stopAndShowMenu(); });
-  } else {
-    stopAndShowMenu();
-  }
+void Menu::askToStop(std::function<void()> stop) {
+  listeners() > 0 ? parts_.view.confirmStop(std::move(stop)) : stop();
 }
 
 void Menu::stopAndShowMenu() {

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "core/scheduler.h"
 #include "modes/cable_switch.h"
 #include "modes/sound_path.h"
 #include "modes/wifi_mode.h"
-#include "core/scheduler.h"
 
 #include <functional>
 
@@ -20,7 +20,7 @@ class MenuView {
   virtual void openMenuPage() = 0;
   virtual void openCablePage() = 0;
 
-  /// A sheet on the window; `stop` runs when the person confirms, nothing when not.
+  /// A sheet on the window, which is shown for it; `stop` runs when the user confirms.
   virtual void confirmStop(std::function<void()> stop) = 0;
 
   virtual void showPrivacyTerms() = 0;
@@ -46,7 +46,17 @@ class Menu {
   void chooseOfflineMode();
 
   /// Back to the menu; asks first while somebody listens.
-  void goBack();
+  void goBack() {
+    askToStop([this] { stopAndShowMenu(); });
+  }
+
+  /// Runs `stop`, at once or, while somebody listens, when the user has confirmed it.
+  void askToStop(std::function<void()> stop);
+
+  /// Phones on the network, and the one on the cable.
+  std::size_t listeners() const {
+    return parts_.wifi.clientCount() + (parts_.cable.hasChannel() ? 1 : 0);
+  }
 
   void openPrivacyTerms() { parts_.view.showPrivacyTerms(); }
 

@@ -141,7 +141,12 @@ void WiFiMode::retry() {
 void WiFiMode::useOtherPort() {
   if (!state_.problem || !state_.problem->otherPort) return;
   setPort(QString::number(*state_.problem->otherPort));
-  retry();
+}
+
+void WiFiMode::setPort(const QString& port) {
+  if (server_.isRunning()) server_.stopUDP();
+  state_.port = port;
+  if (open_) retry();
 }
 
 void WiFiMode::chooseNetwork(const QString& address) {

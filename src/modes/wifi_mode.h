@@ -42,8 +42,13 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
   WiFiMode(dispatch::Scheduler& scheduler, Parts parts);
   ~WiFiMode() override;
 
-  /// The port that the page's field holds; checked when the server starts.
-  void setPort(const QString& port) { state_.port = port; }
+  /// The port that the page's field holds; checked when the server starts. Where the page is open
+  /// the server moves there.
+  void setPort(const QString& port);
+  const QString& port() const { return state_.port; }
+
+  /// What the page shows.
+  const WiFiPage& page() const { return shown_; }
 
   /// Opens the page, and starts the server and the sound where there is an address.
   void enter();

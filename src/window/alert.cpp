@@ -2,8 +2,8 @@
 
 #include "ui/appearance.h"
 #include "ui/controls.h"
+#include "window/main_window.h"
 
-#include <QApplication>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -39,7 +39,10 @@ Alert::Alert(const AlertContent& content, QWidget* window) : QDialog(window, Qt:
   setAccessibleDescription(content.text);
   // The window's own shortcut does not reach a modal dialog.
   auto* const quit = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), this);
-  connect(quit, &QShortcut::activated, qApp, &QCoreApplication::quit);
+  connect(quit, &QShortcut::activated, this, [this, window] {
+    reject();
+    if (auto* const main = qobject_cast<MainWindow*>(window)) emit main->quitRequested();
+  });
 
   auto* const layout = new QGridLayout(this);
   layout->setContentsMargins(kMargin, kMargin, kMargin, kMargin);

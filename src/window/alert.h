@@ -1,8 +1,8 @@
 #pragma once
 
+#include "platform/desktop/settings.h"
 #include "ui/images.h"
 #include "ui/texts.h"
-#include "platform/desktop/settings.h"
 
 #include <QDialog>
 #include <QString>

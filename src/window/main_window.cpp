@@ -1,7 +1,8 @@
 #include "window/main_window.h"
 
-#include "ui/appearance.h"
 #include "core/identity.h"
+#include "platform/desktop/window_front.h"
+#include "ui/appearance.h"
 
 #include <QCloseEvent>
 #include <QScreen>
@@ -27,12 +28,10 @@ void MainWindow::placeInitially() {
 }
 
 void MainWindow::bringToFront(const QString& activationToken) {
-  // The platform's plugins take the token from here when they activate a window.
-  if (!activationToken.isEmpty()) qputenv("XDG_ACTIVATION_TOKEN", activationToken.toUtf8());
   setWindowState(windowState() & ~Qt::WindowMinimized);
   show();
   raise();
-  activateWindow();
+  desktop::bringToFront(*windowHandle(), activationToken);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

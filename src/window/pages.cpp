@@ -26,9 +26,7 @@ void Pages::openWiFiPage() {
 
 void Pages::openMenuPage() {
   open(Page::kMenu);
-  const auto& state = parts_.screens.state();
-  const bool inFront = !state.splash && !state.microphoneDenied && !state.guard && !state.checking;
-  if (inFront && menuShown_) menuShown_();
+  if (pageIsInFront(parts_.screens.state()) && menuShown_) menuShown_();
 }
 
 void Pages::openCablePage() {
@@ -71,7 +69,10 @@ void Pages::presentMessage(const QString& text, bool isStatus) {
 }
 
 void Pages::confirmStop(std::function<void()> stop) {
-  stopQuestion_ = askToStop(parts_.texts, parts_.views.contentView_.window(), std::move(stop));
+  QWidget* const window = parts_.views.contentView_.window();
+  window->show();
+  if (stopQuestion_) stopQuestion_->reject();  // another way to stop
+  stopQuestion_ = askToStop(parts_.texts, window, std::move(stop));
 }
 
 void Pages::showPrivacyTerms() {

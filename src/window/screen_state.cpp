@@ -79,6 +79,10 @@ ViewSet visibleViews(const ScreenState& state) {
   return visible;
 }
 
+bool pageIsInFront(const ScreenState& state) {
+  return !state.splash && !state.microphoneDenied && !state.guard && !state.checking;
+}
+
 int visibleStatusDots(const ScreenState& state) {
   if (!visibleViews(state).contains(View::onlineInfoLabel_)) return 0;
   return std::clamp(state.clients, 0, kMaxStatusDots);

@@ -8,7 +8,6 @@ namespace quorin::app {
 
 enum class Page { kNone, kMenu, kCable, kWifi };
 
-
 /// All that the visible views follow from.
 struct ScreenState {
   bool splash = true;  ///< until it has faded out
@@ -30,6 +29,9 @@ struct ScreenState {
 /// One screen at a time: the splash, else the microphone screen, else the guard, else the check,
 /// else the page. Everything else is hidden, whatever has been set for it.
 ViewSet visibleViews(const ScreenState& state);
+
+/// Nothing stands in front of the page.
+bool pageIsInFront(const ScreenState& state);
 
 /// How many of the status dots are visible: one a client, at most `kMaxStatusDots`.
 int visibleStatusDots(const ScreenState& state);

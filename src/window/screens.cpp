@@ -39,6 +39,7 @@ void Screens::update(const std::function<void(ScreenState&)>& change) {
   if (before.splash && !state_.splash) views_.removeSplash();
   applyVisibility();
   layoutUI();
+  onUpdate_();
 }
 
 void Screens::applyVisibility() {

@@ -17,6 +17,9 @@ class Screens {
 
   const ScreenState& state() const { return state_; }
 
+  /// `changed` runs after each update.
+  void setOnUpdate(std::function<void()> changed) { onUpdate_ = std::move(changed); }
+
   /// Changes the state by `change` and makes the result visible.
   void update(const std::function<void(ScreenState&)>& change);
 
@@ -29,6 +32,7 @@ class Screens {
 
   Views& views_;
   ScreenState state_;
+  std::function<void()> onUpdate_ = [] {};
 };
 
 }  // namespace quorin::app

@@ -21,8 +21,8 @@ Facts rightFacts() {
           .chosenAddress = "192.168.1.20",
           .port = 9000,
           .portError = {},
-           .portHolder = {},
-           .cable = {.service = usb::UsbService::kRunning, .phones = 1},
+          .portHolder = {},
+          .cable = {.service = usb::UsbService::kRunning, .phones = 1},
           .realtime = dispatch::RealtimeGrant::kRtkit};
 }
 

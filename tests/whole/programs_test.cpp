@@ -86,6 +86,36 @@ TEST_F(Programs, StreamAndListenWorkTogetherAndASignalEndsThem) {
   }
 }
 
+TEST_F(Programs, ALaterStartHandsOverToTheRunningOneAndSaysWhatCouldNotBeDone) {
+  auto program = start("quorin-stream", {"--start", "wifi", "--port", kPort, "--language", "en"});
+  ASSERT_TRUE(isServed());
+  EXPECT_EQ(start("quorin-stream", {"--port", "9001"}).wait(), 0);
+  EXPECT_EQ(holdings().udpSockets, 0U) << "it has moved";
+  EXPECT_EQ(start("quorin-stream", {"--port", kPort}).wait(), 0);
+  Phone phone("10.11.0.2", WholeProgram::kPort);
+  EXPECT_TRUE(test::eventually([&] {
+    phone.says("<<HELLO>>");
+    phone.turn();
+    return !phone.messages.empty();
+  }));
+  struct Case {
+    std::vector<std::string> options;
+    int exit;
+    std::string says;
+  };
+  for (const auto& [options, exit, says] :
+       {Case{{}, 0, ""}, Case{{"--start", "wifi", "--set-up", "--language", "en"}, 0, ""},
+        Case{{"--port", "9001"}, 1, "stop the stream"}, Case{{"--start", "cable"}, 1, "stop the"},
+        Case{{"--language", "es"}, 1, "quit it first"},
+        Case{{"--address", "10.99.0.1"}, 1, "no network with 10.99.0.1"}}) {
+    EXPECT_EQ(start("quorin-stream", options).wait(), exit) << testing::PrintToString(options);
+    EXPECT_THAT(said("quorin-stream"), testing::HasSubstr(says));
+  }
+  program.kill();
+  program = start("quorin-stream", {"--start", "wifi", "--port", kPort});
+  EXPECT_TRUE(isServed()) << "what a killed one has left is in nobody's way";
+}
+
 TEST_F(Programs, ListenPlaysElsewhereThanIntoTheStreamedDevice) {
   const auto stream = start("quorin-stream", {"--start", "wifi", "--port", kPort});
   ASSERT_TRUE(isServed());

@@ -26,26 +26,22 @@ MicrophonePermission::MicrophonePermission(dispatch::Scheduler& scheduler, Optio
     : scheduler_(scheduler), options_(std::move(options)) {
   facts_.sandboxed = options_.identity.sandboxed;
   // Connecting waits for the bus, so it happens elsewhere.
-  auto connected = [this, alive = std::weak_ptr(alive_)](const QDBusConnection& bus) {
-    if (alive.expired()) return;
-    if (!bus.isConnected()) {
-      onPortalAnswers({});
-      return;
-    }
+  auto connected = scope_.bind([this](const QDBusConnection& bus) {
+    if (!bus.isConnected()) return onPortalAnswers({});
     portal_ = std::make_unique<PortalWatch>(
         bus, QString::fromStdString(options_.identity.applicationId),
         [this](const PortalAnswers& answers) { onPortalAnswers(answers); });
-  };
+  });
   scheduler_.backgroundQueue().async(
       [&main = scheduler_.mainQueue(), address = options_.busAddress, connected] {
-        main.async([bus = connectTo(address), connected] { connected(bus); });
+        main.async([bus = connectTo(address), connected]() mutable { connected(bus); });
       });
 }
 
 MicrophonePermission::~MicrophonePermission() = default;
 
 void MicrophonePermission::requestAccess(dispatch::Task answered) {
-  waiting_.push_back(std::move(answered));
+  pending_.push_back(std::move(answered));
   asked_ = true;
   // Asking goes by way of a queue in both cases, so that the caller is never called back inside.
   scheduler_.mainQueue().async(scope_, [this] { update(); });
@@ -64,16 +60,16 @@ void MicrophonePermission::onPortalAnswers(const PortalAnswers& answers) {
 }
 
 void MicrophonePermission::askForRecording() {
-  // Before the desktop has been heard it is not known whether anybody need be asked.
+  // Before the desktop has answered it is not known whether the user need be asked.
   const bool pending = authorizationStatus(facts_) == AuthorizationStatus::kNotDetermined;
-  if (facts_.portal && pending && !waiting_.empty()) options_.tryToRecord();
+  if (facts_.portal && pending && !pending_.empty()) options_.tryToRecord();
 }
 
 void MicrophonePermission::update() {
   const auto status = authorizationStatus(facts_);
   status_.store(status, std::memory_order_release);
   if (status != AuthorizationStatus::kNotDetermined) {
-    for (auto& answered : std::exchange(waiting_, {}))
+    for (auto& answered : std::exchange(pending_, {}))
       scheduler_.mainQueue().async(std::move(answered));
   }
   const bool due = asked_ && facts_.portal && status == AuthorizationStatus::kNotDetermined;

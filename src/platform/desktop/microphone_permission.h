@@ -1,9 +1,9 @@
 #pragma once
 
+#include "core/scheduler.h"
 #include "platform/desktop/authorization_status.h"
 #include "platform/desktop/microphone_rules.h"
 #include "platform/desktop/sandbox.h"
-#include "core/scheduler.h"
 
 #include <atomic>
 #include <memory>
@@ -21,7 +21,7 @@ class MicrophonePermission {
  public:
   struct Options {
     Identity identity;
-    std::string busAddress;  ///< where the portal is; empty: the person's session bus
+    std::string busAddress;  ///< where the portal is; empty: the user's session bus
     /// Makes the audio server say whether it lets this program record, by starting a recording;
     /// the answer comes through `reportRecording`. Called on the main queue; must not wait.
     dispatch::Task tryToRecord;
@@ -31,16 +31,16 @@ class MicrophonePermission {
   MicrophonePermission(dispatch::Scheduler& scheduler, Options options);
   ~MicrophonePermission();
 
-  /// The latest news, without asking anybody. Any thread. Pending until the desktop has been
-  /// heard, at most 2 s from the start.
+  /// As last reported. Any thread. Pending until the desktop has answered, at most 2 s from the
+  /// start.
   AuthorizationStatus status() const { return status_.load(std::memory_order_acquire); }
 
-  /// Has the person asked where nobody has done so; `answered` runs on the main queue when
+  /// Has the user asked where that has not happened yet; `answered` runs on the main queue when
   /// `status` is no longer pending, never inside this call.
   void requestAccess(dispatch::Task answered);
 
-  /// The audio server's latest word. A refusal, and an answer that has been asked for and is
-  /// still due, are put to the test again every 2 s: nobody tells when that changes.
+  /// The audio server's latest answer. A refusal, and an answer that is requested and pending, are
+  /// tried again every 2 s: no signal says when that changes.
   void reportRecording(RecordAccess access);
 
  private:
@@ -52,11 +52,10 @@ class MicrophonePermission {
   Options options_;
   MicrophoneFacts facts_;
   std::atomic<AuthorizationStatus> status_{AuthorizationStatus::kNotDetermined};
-  std::vector<dispatch::Task> waiting_;  ///< for an answer
+  std::vector<dispatch::Task> pending_;  ///< requests without an answer
   std::unique_ptr<PortalWatch> portal_;
   bool asked_ = false;
   std::unique_ptr<dispatch::Timer> retry_;  ///< while the audio server refuses or is not there
-  std::shared_ptr<char> alive_ = std::make_shared<char>();
   dispatch::Scope scope_;
 };
 

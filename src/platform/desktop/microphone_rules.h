@@ -26,7 +26,7 @@ struct MicrophoneFacts {
   RecordAccess record = RecordAccess::kUnknown;
 };
 
-/// What the person forbade comes first; outside a sandbox all that is not forbidden is allowed.
+/// What the user forbade comes first; outside a sandbox all that is not forbidden is allowed.
 AuthorizationStatus authorizationStatus(const MicrophoneFacts& facts);
 
 }  // namespace quorin::desktop

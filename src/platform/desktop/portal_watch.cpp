@@ -2,7 +2,6 @@
 
 #include <QDBusArgument>
 #include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QDBusVariant>
 #include <QMap>
 #include <QStringList>
@@ -19,8 +18,8 @@ constexpr auto kTable = "devices";
 constexpr auto kMicrophone = "microphone";
 constexpr auto kLockdown = "org.freedesktop.impl.portal.Lockdown";
 constexpr auto kLockdownPath = "/org/freedesktop/portal/desktop";
-constexpr std::array kLockdownServices = {"org.freedesktop.impl.portal.desktop.gnome",
-                                          "org.freedesktop.impl.portal.desktop.gtk"};
+constexpr std::array kServices = {kStore, "org.freedesktop.impl.portal.desktop.gnome",
+                                  "org.freedesktop.impl.portal.desktop.gtk"};
 constexpr auto kProperties = "org.freedesktop.DBus.Properties";
 
 /// After this a desktop that does not answer counts as one that has nothing to say.
@@ -49,78 +48,44 @@ bool isLockedDown(const QDBusMessage& reply) {
 PortalWatch::PortalWatch(const QDBusConnection& bus, QString applicationId,
                          std::function<void(const PortalAnswers&)> onAnswers)
     : bus_(bus), applicationId_(std::move(applicationId)), onAnswers_(std::move(onAnswers)) {
-  subscribe();
-  askStore();
-  askLockdowns();
+  // No sender is named: naming one would wait for the bus, and what comes is only a hint to ask.
+  bus_.connect({}, kStorePath, kStore, "Changed", {kTable, kMicrophone}, {}, this, SLOT(ask()));
+  bus_.connect({}, kLockdownPath, kProperties, "PropertiesChanged", {kLockdown}, {}, this,
+               SLOT(ask()));
+  for (const QString service : kServices) {
+    bus_.connect({}, "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameOwnerChanged", {service},
+                 {}, this, SLOT(ask()));
+  }
+  ask();
 }
 
 PortalWatch::~PortalWatch() = default;
 
-void PortalWatch::subscribe() {
-  // No sender is named: naming one would wait for the bus, and what comes is only a hint to ask.
-  bus_.connect({}, kStorePath, kStore, "Changed", this, SLOT(onStoreChanged(QString, QString)));
-  bus_.connect({}, kLockdownPath, kProperties, "PropertiesChanged", {kLockdown}, {}, this,
-               SLOT(onLockdownChanged()));
-  QStringList services{kStore};
-  std::ranges::copy(kLockdownServices, std::back_inserter(services));
-  for (const QString& service : services) {
-    bus_.connect({}, "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameOwnerChanged", {service},
-                 {}, this, SLOT(onOwnerChanged(QString, QString, QString)));
-  }
-}
-
-void PortalWatch::onStoreChanged(const QString& table, const QString& id) {
-  if (table == kTable && id == kMicrophone) askStore();
-}
-
-void PortalWatch::onLockdownChanged() {
-  askLockdowns();
-}
-
-void PortalWatch::onOwnerChanged(const QString& service, const QString& /*oldOwner*/,
-                                 const QString& newOwner) {
-  // The store comes and goes as it is needed, what it holds stays; a desktop's lock goes with it.
-  if (service != kStore) askLockdowns();
-  if (service == kStore && !newOwner.isEmpty()) askStore();
-}
-
-void PortalWatch::askStore() {
-  auto call = QDBusMessage::createMethodCall(kStore, kStorePath, kStore, "Lookup");
-  call << kTable << kMicrophone;
-  ask(stored_.asking, call,
-      [this](const QDBusMessage& reply) { stored_.answer = storedAnswer(reply, applicationId_); });
-}
-
-void PortalWatch::askLockdowns() {
-  for (std::size_t i = 0; i < kLockdownServices.size(); ++i) {
+void PortalWatch::ask() {
+  for (std::size_t i = 0; i < asked_.size(); ++i) {
+    const bool isStore = i == 0;
     auto call =
-        QDBusMessage::createMethodCall(kLockdownServices[i], kLockdownPath, kProperties, "Get");
-    call << kLockdown << "disable-microphone";
-    call.setAutoStartService(false);  // a desktop that does not run locks nothing
-    ask(lockedDown_[i].asking, call,
-        [this, i](const QDBusMessage& reply) { lockedDown_[i].answer = isLockedDown(reply); });
+        isStore ? QDBusMessage::createMethodCall(kStore, kStorePath, kStore, "Lookup")
+                : QDBusMessage::createMethodCall(kServices[i], kLockdownPath, kProperties, "Get");
+    if (isStore) {
+      call << kTable << kMicrophone;
+    } else {
+      call << kLockdown << "disable-microphone";
+      call.setAutoStartService(false);  // a desktop that does not run locks nothing
+    }
+    asked_[i] = std::make_unique<QDBusPendingCallWatcher>(bus_.asyncCall(call, kTimeoutMs));
+    connect(asked_[i].get(), &QDBusPendingCallWatcher::finished, this,
+            [this] { reportIfChanged(); });
   }
 }
 
-void PortalWatch::ask(Asking& asking, const QDBusMessage& call,
-                      std::function<void(const QDBusMessage& reply)> take) {
-  asking = std::make_unique<QDBusPendingCallWatcher>(bus_.asyncCall(call, kTimeoutMs));
-  connect(asking.get(), &QDBusPendingCallWatcher::finished, this,
-          [this, take = std::move(take)](QDBusPendingCallWatcher* done) {
-            take(done->reply());
-            tellIfChanged();
-          });
-}
-
-void PortalWatch::tellIfChanged() {
-  const auto answered = [](const auto& question) { return question.answer.has_value(); };
-  if (!answered(stored_) || !std::ranges::all_of(lockedDown_, answered)) return;
+void PortalWatch::reportIfChanged() {
+  if (!std::ranges::all_of(asked_, [](const auto& call) { return call->isFinished(); })) return;
   const PortalAnswers answers{
-      .stored = *stored_.answer,
-      .lockedDown =
-          std::ranges::any_of(lockedDown_, [](const auto& question) { return *question.answer; })};
-  if (told_ == answers) return;
-  told_ = answers;
+      .stored = storedAnswer(asked_[0]->reply(), applicationId_),
+      .lockedDown = isLockedDown(asked_[1]->reply()) || isLockedDown(asked_[2]->reply())};
+  if (reported_ == answers) return;
+  reported_ = answers;
   onAnswers_(answers);
 }
 

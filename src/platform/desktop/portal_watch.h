@@ -21,40 +21,25 @@ class PortalWatch : public QObject {
   Q_OBJECT
 
  public:
-  /// `onAnswers` is called when everybody has answered or failed to (within 2 s), then after
+  /// `onAnswers` is called when all services have answered or failed to (within 2 s), then after
   /// every change.
   PortalWatch(const QDBusConnection& bus, QString applicationId,
               std::function<void(const PortalAnswers&)> onAnswers);
   ~PortalWatch() override;
 
  private slots:
-  void onStoreChanged(const QString& table, const QString& id);
-  void onLockdownChanged();
-  void onOwnerChanged(const QString& service, const QString& oldOwner, const QString& newOwner);
+  void ask();
 
  private:
-  using Asking = std::unique_ptr<QDBusPendingCallWatcher>;
-  /// One question, its latest answer and the asking under way, which takes the place of the one
-  /// before.
-  template <typename Answer>
-  struct Question {
-    std::optional<Answer> answer;
-    Asking asking;
-  };
-  void ask(Asking& asking, const QDBusMessage& call,
-           std::function<void(const QDBusMessage& reply)> take);
-
-  void subscribe();
-  void askStore();
-  void askLockdowns();
-  void tellIfChanged();
+  void reportIfChanged();
 
   QDBusConnection bus_;
   const QString applicationId_;
   const std::function<void(const PortalAnswers&)> onAnswers_;
-  Question<StoredAnswer> stored_;
-  std::array<Question<bool>, 2> lockedDown_;  ///< one for each of the desktops that may know
-  std::optional<PortalAnswers> told_;
+  /// The permission store, and each desktop that may have locked the microphone; a new round of
+  /// questions replaces the one before.
+  std::array<std::unique_ptr<QDBusPendingCallWatcher>, 3> asked_;
+  std::optional<PortalAnswers> reported_;
 };
 
 }  // namespace quorin::desktop

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -14,15 +13,8 @@ struct Identity {
   bool operator==(const Identity&) const = default;
 };
 
-/// What a program can find out about its sandbox.
-struct SandboxTraces {
-  std::optional<std::string> flatpakInfo{};  ///< contents of /.flatpak-info
-  std::optional<std::string> snapName{};     ///< $SNAP_INSTANCE_NAME
-};
-
-/// `ownId` is the name of the desktop file, which counts outside a sandbox.
-Identity identify(const SandboxTraces& traces, std::string_view ownId);
-
-SandboxTraces findSandboxTraces();
+/// `ownId` is the name of the desktop file, which counts outside a sandbox; `flatpakInfo` is where
+/// Flatpak describes its own.
+Identity identify(std::string_view ownId, const std::string& flatpakInfo = "/.flatpak-info");
 
 }  // namespace quorin::desktop

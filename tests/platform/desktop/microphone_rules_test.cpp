@@ -1,6 +1,7 @@
 #include "platform/desktop/microphone_rules.h"
 
 #include "platform/desktop/sandbox.h"
+#include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +10,7 @@ namespace {
 
 using enum AuthorizationStatus;
 
-TEST(MicrophoneRules, WhatThePersonForbadeComesFirst) {
+TEST(MicrophoneRules, WhatTheUserForbadeComesFirst) {
   constexpr bool kFree = false;
   constexpr bool kSandboxed = true;
   using enum RecordAccess;
@@ -19,13 +20,13 @@ TEST(MicrophoneRules, WhatThePersonForbadeComesFirst) {
     MicrophoneFacts facts;
     AuthorizationStatus status;
   } cases[] = {
-      {"the desktop has not been heard", {kFree, std::nullopt, kGranted}, kNotDetermined},
+      {"the desktop has not answered", {kFree, std::nullopt, kGranted}, kNotDetermined},
       {"no sandbox, no portal", {kFree, PortalAnswers{}, kUnknown}, kAuthorized},
       {"no sandbox, server refuses", {kFree, PortalAnswers{}, kRefused}, kDenied},
       {"no sandbox, store says no", {kFree, {{Stored::kNo}}, kGranted}, kDenied},
       {"no sandbox, store wants to ask", {kFree, {{Stored::kAsk}}, kUnknown}, kNotDetermined},
       {"no sandbox, asked and granted", {kFree, {{Stored::kAsk}}, kGranted}, kAuthorized},
-      {"sandbox, nobody asked", {kSandboxed, PortalAnswers{}, kUnknown}, kNotDetermined},
+      {"sandbox, not asked", {kSandboxed, PortalAnswers{}, kUnknown}, kNotDetermined},
       {"sandbox, allowed to record", {kSandboxed, PortalAnswers{}, kGranted}, kAuthorized},
       {"sandbox, store says yes", {kSandboxed, {{Stored::kYes}}, kUnknown}, kAuthorized},
       {"sandbox, yes but refused", {kSandboxed, {{Stored::kYes}}, kRefused}, kDenied},
@@ -39,20 +40,11 @@ TEST(MicrophoneRules, WhatThePersonForbadeComesFirst) {
 }
 
 TEST(Sandbox, GivesTheNameThatTheDesktopKnows) {
-  const std::string info =
-      "[Instance]\nname=wrong\n[Application]\nname=org.example.App\n"
-      "runtime=r\n[Context]\nname=wrong\n";
-  const struct {
-    SandboxTraces traces;
-    Identity identity;
-  } cases[] = {
-      {{}, {"own.id", false}},
-      {{.flatpakInfo = info}, {"org.example.App", true}},
-      {{.flatpakInfo = "[Application]\nname=a.b"}, {"a.b", true}},
-      {{.flatpakInfo = ""}, {"", true}},
-      {{.snapName = "quorin_2"}, {"snap.quorin_2", true}},
-  };
-  for (const auto& [traces, identity] : cases) EXPECT_EQ(identify(traces, "own.id"), identity);
+  const test::TemporaryDirectory folder;
+  const auto info = folder.path() / "info";
+  EXPECT_EQ(identify("own.id", info), Identity("own.id", false));
+  std::ofstream(info) << "[Instance]\nname=wrong\n[Application]\nname=org.example.App\n[Context]\n";
+  EXPECT_EQ(identify("own.id", info), Identity("org.example.App", true));
 }
 
 }  // namespace

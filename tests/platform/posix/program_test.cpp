@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <functional>
 #include <new>
 #include <string>
 #include <thread>
@@ -18,10 +19,20 @@ namespace {
 using Launch = int (*)(int, char**);
 using ::testing::ExitedWithCode;
 
-/// A program whose `main` is `launch`, in a process of its own; its exit status.
-int run(Launch launch) {
+/// A program whose `main` is `launch`, in a process whose `surroundings` were made first; it is to
+/// end with 7, or with 1 and the sentence.
+int run(const std::function<void()>& surroundings, Launch launch) {
   ::alarm(20);  // what waits for ever fails
+  surroundings();
   return runProgram("program", 0, nullptr, launch);
+}
+void expectSeven(const std::function<void()>& surroundings, Launch launch) {
+  EXPECT_EXIT(std::_Exit(run(surroundings, launch)), ExitedWithCode(7), "");
+}
+void expectSentence(
+    const std::string& sentence, const std::function<void()>& surroundings,
+    Launch launch = [](int, char**) { return 7; }) {
+  EXPECT_EXIT(std::_Exit(run(surroundings, launch)), ExitedWithCode(1), "^program: " + sentence);
 }
 
 std::array<int, 2> replaceByPipe(int stream) {
@@ -32,75 +43,59 @@ std::array<int, 2> replaceByPipe(int stream) {
 }
 
 TEST(Program, AClosedStreamIsTakenByNothingElse) {
-  const auto program = [] {
-    for (const int stream : {0, 1, 2}) ::close(stream);
-    return run([](int, char**) { return ::open("/dev/zero", O_RDONLY) > 2 ? 7 : 1; });
-  };
-  EXPECT_EXIT(std::_Exit(program()), ExitedWithCode(7), "");
+  expectSeven(
+      [] {
+        for (const int stream : {0, 1, 2}) ::close(stream);
+      },
+      [](int, char**) { return ::open("/dev/zero", O_RDONLY) > 2 ? 7 : 1; });
 }
 
 TEST(Program, GoesOnWhenTheReaderOfItsOutputGoesAway) {
-  const auto program = [] {
-    const auto ends = replaceByPipe(STDOUT_FILENO);
-    ::close(ends[0]);
-    ::close(ends[1]);
-    return run([](int, char**) {
-      for (int i = 0; i < 100; ++i) log::print("a line");
-      return 7;
-    });
-  };
-  EXPECT_EXIT(std::_Exit(program()), ExitedWithCode(7), "");
+  expectSeven(
+      [] {
+        for (const int end : replaceByPipe(STDOUT_FILENO)) ::close(end);
+      },
+      [](int, char**) {
+        for (int i = 0; i < 100; ++i) log::print("a line");
+        return 7;
+      });
 }
 
 TEST(Program, NoThreadWaitsForASlowReaderOfItsLogWhichCountsWhatItMissed) {
-  const auto program = [] {
-    static int reader = -1;
-    reader = replaceByPipe(STDERR_FILENO)[0];
-    return run([](int, char**) {
-      const auto flood = [] {
-        for (int i = 0; i < 3000; ++i) log::note("test", std::string(500, 'x'));
-      };
-      std::jthread other(flood);
-      flood();
-      other.join();
-      const auto drain = [] {
+  static int reader = -1;
+  expectSeven(
+      [] { reader = replaceByPipe(STDERR_FILENO)[0]; },
+      [](int, char**) {
+        const auto flood = [] {
+          for (int i = 0; i < 3000; ++i) log::note("test", std::string(500, 'x'));
+        };
+        std::thread other(flood);
+        flood();
+        other.join();
         std::string all(1 << 20, '\0');
+        (void)::read(reader, all.data(), all.size());
+        log::note("test", "after it");
         all.resize(static_cast<std::size_t>(::read(reader, all.data(), all.size())));
-        return all;
-      };
-      drain();
-      log::note("test", "after it");
-      const auto line = drain();
-      return line.contains(" lines were not read and lost)\n") && line.ends_with("after it\n") ? 7
+        return all.contains(" lines were not read and lost)\n") && all.ends_with("after it\n") ? 7
                                                                                                : 1;
-    });
-  };
-  EXPECT_EXIT(std::_Exit(program()), ExitedWithCode(7), "");
+      });
 }
 
-TEST(Program, TooFewDescriptorsAreASentence) {
-  const auto program = [] {
-    const rlimit few{.rlim_cur = 16, .rlim_max = 16};
-    ::setrlimit(RLIMIT_NOFILE, &few);
-    return run([](int, char**) { return 7; });
+TEST(Program, TooLittleOfAnythingIsASentenceOnEveryThread) {
+  const auto limit = [](int resource, rlim_t value) {
+    return [=] {
+      const rlimit little{.rlim_cur = value, .rlim_max = value};
+      ::setrlimit(static_cast<__rlimit_resource_t>(resource), &little);
+    };
   };
-  EXPECT_EXIT(std::_Exit(program()), ExitedWithCode(1), "^program: There are too few file desc");
-}
-
-TEST(Program, TooLittleMemoryIsASentenceOnEveryThread) {
-  const auto limited = [] {
-    const rlimit little{.rlim_cur = 1 << 29, .rlim_max = 1 << 29};
-    ::setrlimit(RLIMIT_AS, &little);
-    return run([](int, char**) { return 7; });
-  };
-  EXPECT_EXIT(std::_Exit(limited()), ExitedWithCode(1), "^program: There is too little memory");
-  const auto elsewhere = [] {
-    return run([](int, char**) {
-      std::thread([] { throw std::bad_alloc(); }).join();
-      return 7;
-    });
-  };
-  EXPECT_EXIT(std::_Exit(elsewhere()), ExitedWithCode(1), "^program: There is too little memory");
+  expectSentence("There are too few file desc", limit(RLIMIT_NOFILE, 16));
+  expectSentence("There is too little memory", limit(RLIMIT_AS, 1 << 29));
+  expectSentence(
+      "There is too little memory", [] {},
+      [](int, char**) {
+        std::thread([] { throw std::bad_alloc(); }).join();
+        return 7;
+      });
 }
 
 }  // namespace

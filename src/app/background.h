@@ -1,0 +1,49 @@
+#pragma once
+
+#include "app/stream_news.h"
+#include "platform/desktop/notifier.h"
+#include "platform/desktop/sleep_inhibitor.h"
+#include "ui/texts.h"
+
+#include <QMenu>
+#include <QSystemTrayIcon>
+#include <functional>
+
+namespace quorin::app {
+
+/// The program beside its window: the tray icon where the desktop has a tray, notifications while
+/// the window is closed, and no suspend while somebody listens. Main thread.
+class Background {
+ public:
+  struct Actions {
+    std::function<void(const QString& activationToken)> show;
+    std::function<void(const QString& activationToken)> quit;
+    std::function<void()> stop;
+    std::function<void(bool wanted)> playHere;
+  };
+  /// `texts` and the queue outlive this.
+  Background(dispatch::Queue& background, const Texts& texts, Actions actions);
+
+  void update(const StreamState& state);
+  /// Whether "Also play on this computer" is offered, and on.
+  void offerPlayHere(bool offered, bool on);
+
+  const QMenu& menu() const { return menu_; }
+  const QSystemTrayIcon& icon() const { return icon_; }
+
+ private:
+  void notify(News news, const StreamState& state);
+
+  const Texts& texts_;
+  Actions actions_;
+  QMenu menu_;
+  QAction* playHere_;
+  QAction* stop_;
+  QSystemTrayIcon icon_;
+  StreamNews news_;
+  desktop::Notifier notifier_;
+  desktop::SleepInhibitor inhibitor_;
+  bool heard_ = false;
+};
+
+}  // namespace quorin::app

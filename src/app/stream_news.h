@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QString>
+#include <cstddef>
+#include <optional>
+
+/// What somebody who does not see the window is told of the stream. Pure.
+namespace quorin::app {
+
+struct StreamState {
+  bool windowShown = true;
+  bool streaming = false;  ///< a mode is open, and nothing stands in front of its page
+  std::size_t listeners = 0;
+  bool devicesWrong = false;  ///< the guard or the microphone screen is in front
+  QString problem{};          ///< why nothing listens on the network; empty when something does
+
+  bool operator==(const StreamState&) const = default;
+};
+
+enum class News {
+  kGoesOn,  ///< the window was closed while streaming; once
+  kJoined,  ///< a listener, like all that follows while the window is closed
+  kLeft,
+  kStopped,     ///< the devices have changed
+  kNotStarted,  ///< the server could not start
+};
+
+class StreamNews {
+ public:
+  /// What there is to tell about the step from the state before to this one.
+  std::optional<News> take(const StreamState& now);
+
+ private:
+  StreamState last_;
+  bool goesOnTold_ = false;
+};
+
+}  // namespace quorin::app

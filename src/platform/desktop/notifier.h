@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <functional>
+
+namespace quorin::desktop {
+
+/// One notification of the desktop (org.freedesktop.Notifications), which later ones replace.
+/// Nothing happens where no desktop shows any. GUI thread; never waits.
+class Notifier : public QObject {
+  Q_OBJECT
+
+ public:
+  /// `chosen` gets the key of the action that the user has chosen, "default" for a click on the
+  /// notification itself, and the activation token for a window; may be empty.
+  using Chosen = std::function<void(const QString& action, const QString& activationToken)>;
+  explicit Notifier(Chosen chosen);
+
+  /// `actions`: key, label, key, label.
+  void show(const QString& summary, const QString& body, const QStringList& actions);
+  void withdraw();
+
+ private slots:
+  void onActivationToken(uint id, const QString& token);
+  void onActionInvoked(uint id, const QString& action);
+
+ private:
+  Chosen chosen_;
+  uint id_ = 0;  ///< the desktop's number for what is shown; 0: nothing
+  QString token_;
+};
+
+}  // namespace quorin::desktop

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QString>
+
+class QWindow;
+
+namespace quorin::desktop {
+
+/// Puts a window that is shown in front and gives it the keyboard, as the wish of the user that
+/// `token` stands for: Wayland's activation token or X11's startup id; may be empty. On X11 it
+/// also ends the launcher's waiting for a window. GUI thread.
+void bringToFront(QWindow& window, const QString& token);
+
+}  // namespace quorin::desktop

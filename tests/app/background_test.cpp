@@ -1,0 +1,74 @@
+#include "app/background.h"
+
+#include "core/simulated_scheduler.h"
+
+#include <gmock/gmock.h>
+
+#include <QAction>
+
+namespace quorin::app {
+namespace {
+
+TEST(StreamNews, TellsOfTheStreamWhileNobodySeesIt) {
+  using enum News;
+  const StreamState menu{.windowShown = false};
+  const auto listening = [](std::size_t phones) {
+    return StreamState{.windowShown = false, .streaming = true, .listeners = phones};
+  };
+  const StreamState shown{.streaming = true, .listeners = 1};
+  const StreamState busy{.windowShown = false, .streaming = true, .problem = "Port 9000 is in use"};
+  const StreamState guard{.windowShown = false, .devicesWrong = true};
+  const struct {
+    const char* situation;
+    std::vector<StreamState> steps;
+    std::vector<News> news;
+  } cases[] = {
+      {"the window is seen", {shown, {.streaming = true, .listeners = 2}, {}}, {}},
+      {"closed without a stream", {{}, menu}, {}},
+      {"closed twice", {shown, listening(1), shown, listening(1)}, {kGoesOn}},
+      {"phones come and go",
+       {shown, listening(1), listening(3), listening(2), listening(2)},
+       {kGoesOn, kJoined, kLeft}},
+      {"the stream is stopped on purpose", {shown, listening(1), menu}, {kGoesOn}},
+      {"the devices change", {shown, listening(1), guard, guard}, {kGoesOn, kStopped}},
+      {"the port is lost, and found",
+       {shown, listening(1), busy, busy, listening(1)},
+       {kGoesOn, kNotStarted, kJoined}},
+  };
+  for (const auto& [situation, steps, expected] : cases) {
+    StreamNews rules;
+    std::vector<News> news;
+    for (const auto& step : steps) {
+      if (const auto told = rules.take(step)) news.push_back(*told);
+    }
+    EXPECT_EQ(news, expected) << situation;
+  }
+}
+
+TEST(Background, TheIconsMenuDoesWhatItSays) {
+  dispatch::SimulatedScheduler time;
+  const CompiledTable table({"en"});
+  const Texts texts(table, {"en"});
+  QStringList done;
+  Background background(time.backgroundQueue(), texts,
+                        {.show = [&](const QString&) { done << "show"; },
+                         .quit = [&](const QString&) { done << "quit"; },
+                         .stop = [&] { done << "stop"; },
+                         .playHere = [&](bool on) { done << (on ? "play" : "mute"); }});
+  const auto clickAll = [&] {
+    done.clear();
+    for (auto* const action : background.menu().actions()) {
+      if (action->isVisible()) action->trigger();
+    }
+    return done;
+  };
+  EXPECT_EQ(clickAll(), QStringList({"show", "quit"}));
+  EXPECT_EQ(background.icon().toolTip(), "Quorin Stream: Nothing is sent");
+  background.update({.streaming = true, .listeners = 2});
+  background.offerPlayHere(true, false);
+  EXPECT_EQ(clickAll(), QStringList({"show", "play", "stop", "quit"}));
+  EXPECT_EQ(background.icon().toolTip(), "Quorin Stream: 2 phones listen");
+}
+
+}  // namespace
+}  // namespace quorin::app

@@ -1,0 +1,123 @@
+#include "platform/desktop/notifier.h"
+#include "platform/desktop/sleep_inhibitor.h"
+#include "platform/dispatch/system_scheduler.h"
+#include "platform/posix/file_descriptor.h"
+#include "support/eventually.h"
+#include "support/private_bus.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusUnixFileDescriptor>
+#include <QDBusVirtualObject>
+#include <array>
+#include <map>
+
+namespace quorin::desktop {
+namespace {
+
+/// The desktop's notifications, its portal and logind, on a bus of their own.
+class StandInDesktop : public QDBusVirtualObject {
+ public:
+  StandInDesktop() {
+    for (const auto* bus : {"DBUS_SESSION_BUS_ADDRESS", "DBUS_SYSTEM_BUS_ADDRESS"}) {
+      qputenv(bus, QByteArray::fromStdString(privateBus_.address()));
+    }
+    bus_ = QDBusConnection::connectToBus(QString::fromStdString(privateBus_.address()), "desktop");
+    for (const auto* path :
+         {kNotifications, "/org/freedesktop/portal/desktop", "/org/freedesktop/login1"}) {
+      bus_.registerVirtualObject(path, this, QDBusConnection::SubPath);
+    }
+    for (const auto* name : {"org.freedesktop.Notifications", "org.freedesktop.portal.Desktop",
+                             "org.freedesktop.login1"}) {
+      bus_.registerService(name);
+    }
+  }
+  ~StandInDesktop() override { QDBusConnection::disconnectFromBus("desktop"); }
+
+  QString introspect(const QString& /*path*/) const override { return {}; }
+  bool handleMessage(const QDBusMessage& call, const QDBusConnection& bus) override {
+    calls[call.interface().section('.', -1) + '.' + call.member()] = call;
+    QVariantList answer;
+    if (call.member() == "Notify") answer = {7U};
+    if (call.interface() == "org.freedesktop.login1.Manager") {
+      std::array<int, 2> ends{};
+      EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK), 0);
+      lock = posix::FileDescriptor(ends[0]);
+      const posix::FileDescriptor given(ends[1]);
+      answer = {QVariant::fromValue(QDBusUnixFileDescriptor(given.get()))};
+    }
+    return bus.send(call.createReply(answer));
+  }
+  bool isLocked() const {
+    char none = 0;
+    return ::read(lock.get(), &none, 1) < 0;  // its end once the other end is closed
+  }
+  void emitSignal(const char* name, const QVariantList& arguments) {
+    auto signal = QDBusMessage::createSignal(kNotifications, "org.freedesktop.Notifications", name);
+    signal.setArguments(arguments);
+    bus_.send(signal);
+  }
+
+  std::map<QString, QDBusMessage> calls;  ///< the latest of each
+  posix::FileDescriptor lock;
+
+ private:
+  static constexpr auto kNotifications = "/org/freedesktop/Notifications";
+
+  test::PrivateBus privateBus_;
+  QDBusConnection bus_{QString()};
+};
+
+bool comesTrue(auto&& condition) {
+  return test::eventually([&] {
+    QCoreApplication::processEvents();
+    return condition();
+  });
+}
+
+// One test for both: Qt keeps to the first bus that a process talks to.
+TEST(Bus, NotificationsReplaceEachOtherAndTheInhibitorLetsGo) {
+  StandInDesktop desktop;
+  QStringList chosen;
+  Notifier notifier(
+      [&](const QString& action, const QString& token) { chosen << action << token; });
+  const auto& notified = desktop.calls["Notifications.Notify"];
+  notifier.show("summary", "body", {"quit", "Quit"});
+  ASSERT_TRUE(comesTrue([&] { return notified.arguments().value(3) == "summary"; }));
+  EXPECT_EQ(notified.arguments().value(1), 0U);
+  EXPECT_TRUE(comesTrue([&] {  // its number is known once the answer is here
+    notifier.show("summary", "body", {});
+    return notified.arguments().value(1) == 7U;
+  }));
+  desktop.emitSignal("ActionInvoked", {8U, "quit"});  // another program's
+  desktop.emitSignal("ActivationToken", {7U, "token"});
+  desktop.emitSignal("ActionInvoked", {7U, "quit"});
+  EXPECT_TRUE(comesTrue([&] { return !chosen.isEmpty(); }));
+  EXPECT_EQ(chosen, QStringList({"quit", "token"}));
+  notifier.withdraw();
+  EXPECT_TRUE(comesTrue([&] { return desktop.calls.contains("Notifications.CloseNotification"); }));
+
+  const auto scheduler = dispatch::makeSystemScheduler();
+  SleepInhibitor inhibitor(scheduler->backgroundQueue(), "why");
+  for (int i = 0; i < 2; ++i) {
+    desktop.calls.clear();
+    inhibitor.hold(true);
+    ASSERT_TRUE(comesTrue([&] { return desktop.calls.contains("Manager.Inhibit"); }));
+    EXPECT_EQ(desktop.calls["Manager.Inhibit"].arguments(),
+              QVariantList({"idle", "Quorin Stream", "why", "block"}));
+    EXPECT_EQ(desktop.calls["Inhibit.Inhibit"].arguments().value(1), 4U);
+    EXPECT_TRUE(desktop.isLocked());
+    inhibitor.hold(false);
+    EXPECT_TRUE(comesTrue([&] { return !desktop.isLocked(); }));
+    EXPECT_TRUE(comesTrue([&] { return desktop.calls.contains("Request.Close"); }));
+    EXPECT_TRUE(desktop.calls["Request.Close"].path().endsWith("/quorin"));
+  }
+  scheduler->end();
+}
+
+}  // namespace
+}  // namespace quorin::desktop
