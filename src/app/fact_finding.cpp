@@ -44,7 +44,7 @@ void askForSoundAndCable(Facts& facts) {
 
 }  // namespace
 
-Facts findFacts(std::uint16_t port) {
+Facts findFacts(std::uint16_t port, const std::optional<std::string>& address) {
   Facts facts;
   facts.version = version();
   facts.qtVersion = qVersion();
@@ -56,7 +56,7 @@ Facts findFacts(std::uint16_t port) {
   facts.addresses =
       network::listInterfaceAddresses().value_or(std::vector<network::InterfaceAddress>());
   const auto networks = wifi::localNetworks(facts.addresses, network::defaultRouteInterface());
-  facts.chosenAddress = wifi::localIPv4Address(networks.candidates);
+  facts.chosenAddress = wifi::localIPv4Address(networks.candidates, address);
   facts.realtime = dispatch::tryRealtime();
   askForSoundAndCable(facts);
   return facts;

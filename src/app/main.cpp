@@ -28,7 +28,8 @@ int printAndExit(const QString& text) {
 }
 
 int printDiagnosis(const Options& options) {
-  const auto findings = diagnose(findFacts(options.port.value_or(wire::kDefaultPort)));
+  const auto address = options.address.transform(&QString::toStdString);
+  const auto findings = diagnose(findFacts(options.port.value_or(wire::kDefaultPort), address));
   std::fputs(options.json ? asJson(findings).constData() : qUtf8Printable(asText(findings)),
              stdout);
   return wouldStream(findings) ? 0 : 1;

@@ -76,8 +76,7 @@ void ClientSession::note(std::string_view answer) {
 
 bool ClientSession::answeredInOrder() const {
   const bool announces = format_ != measure::SampleFormat::kFloat32;
-  return std::string_view(announces ? "READY, format, sound" : "READY, sound")
-      .starts_with(answers_);
+  return answers_.empty() || answers_ == (announces ? "READY, format, sound" : "READY, sound");
 }
 
 void ClientSession::join(TimePoint now) {

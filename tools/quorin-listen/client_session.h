@@ -56,7 +56,8 @@ class ClientSession {
 
   /// The server's answers in the order in which they first came: "READY, format, sound".
   const std::string& answers() const { return answers_; }
-  /// False when one is missing or came too early. The server of float samples announces no format.
+  /// False when one is missing or came too early; true before the first. The server of float
+  /// samples announces no format.
   bool answeredInOrder() const;
   /// The format line of a server that is `kStrangeFormat`.
   const std::string& strangeFormat() const { return strangeFormat_; }

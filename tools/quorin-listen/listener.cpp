@@ -127,9 +127,9 @@ ExitCode failed(const Ending& ending) {
 }  // namespace
 
 ExitCode listen(const Options& options) {
-  const auto termination = watchForTermination();
-  auto outputs = Outputs::open(options);
+  auto outputs = Outputs::open(options);  // may wait for a sound server: signals end it as usual
   if (!outputs) return failed({.code = kFailed, .sentence = std::move(outputs.error())});
+  const auto termination = watchForTermination();
   auto source = openSource(options);
   if (!source) return failed({.code = kFailed, .sentence = std::move(source.error())});
 
