@@ -16,7 +16,6 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Pair;
 
 struct Exchange {
   const char* what;
@@ -71,27 +70,6 @@ TEST_F(PanelServerTest, DropsAClientAfterMoreThanTenSecondsOfSilence) {
   EXPECT_THAT(printed(), Contains("⚠️ Cliente inactivo: 10.0.0.1:2"));
 }
 
-TEST_F(PanelServerTest, ReportsTheTableOfTheMomentAndTwoThatExpireTogetherOnce) {
-  ClientManager table(scheduler_, [](std::string_view) {});
-  std::vector<std::pair<int, std::vector<std::string>>> notices;
-  table.setOnClientCountChanged([&](int count, auto& keys) { notices.emplace_back(count, keys); });
-  const auto noticesAfter = [&](dispatch::Duration time) {
-    scheduler_.advance(time);
-    return std::exchange(notices, {});
-  };
-  table.addClient("a:1");
-  table.removeClient("a:1");
-  EXPECT_THAT(notices, IsEmpty()) << "on a later turn";
-  EXPECT_THAT(noticesAfter(0s), ElementsAre(Pair(1, ElementsAre("a:1")), Pair(0, IsEmpty())));
-  table.removeClient("a:1");
-  EXPECT_THAT(noticesAfter(0s), ElementsAre(Pair(0, IsEmpty()))) << "also when it was absent";
-  table.addClient("a:1");
-  table.updateClient("b:1");
-  EXPECT_THAT(noticesAfter(1s), ElementsAre(Pair(1, ElementsAre("a:1")))) << "silently added";
-  EXPECT_THAT(table.getClients(), ElementsAre("a:1", "b:1"));
-  EXPECT_THAT(noticesAfter(15s), ElementsAre(Pair(0, IsEmpty()))) << "one notice for both";
-}
-
 TEST_F(PanelServerTest, StaysBoundedWithManySenders) {
   start();
   int changes = 0;
@@ -103,19 +81,14 @@ TEST_F(PanelServerTest, StaysBoundedWithManySenders) {
   scheduler_.runPending();
   EXPECT_LE(changes, 2) << "one notice at a time";
   EXPECT_EQ(shown().clientCount, 2000);
-  deliver();
-  EXPECT_EQ(socket_->sent[20'000].chunks, 1);
-  EXPECT_EQ(socket_->sent[1].chunks, 0);
 
   // A machine too slow for all of them: the capture goes on, and everybody has a turn.
-  for (auto& [port, client] : socket_->sent) client.chunks = 0;
   socket_->duringSend = [this] { scheduler_.advance(20us); };
-  deliver();
-  EXPECT_EQ(socket_->sent[20'000].chunks + socket_->sent[10].chunks, 1);
-  deliver(3);
+  deliver(4);
   for (int port = 10; port <= 20'000; port += 10) {
     EXPECT_THAT(socket_->sent[port].chunks, ::testing::AllOf(::testing::Ge(1), ::testing::Le(2)));
   }
+  EXPECT_EQ(socket_->sent[1].chunks, 0);
 }
 
 TEST_F(PanelServerTest, RatesCountEachChunkThatSomebodyGetsOnce) {
@@ -165,39 +138,21 @@ TEST_F(PanelServerTest, StartsOnTheNextTurnAndStopTakesEverythingBack) {
   server_->start();  // again in the same turn: one run is left
   scheduler_.runPending();
   EXPECT_TRUE(shown().isRunning);
-  printed();
-  server_->start();
-  EXPECT_THAT(printed(), IsEmpty()) << "running already";
 
   clientSays(1, "<<HELLO>>");
   deliver();
   scheduler_.advance(5s);
-  const auto oldSocket = socket_;
   socket_->receive("<<HELLO>>", keyOf(2));  // its notice is pending
-  server_->stop();
-  EXPECT_TRUE(shown().isRunning) << "until the next turn";
-  socket_->receive("<<HELLO>>", keyOf(3));
-  scheduler_.runPending();
-  EXPECT_FALSE(shown().isRunning || oldSocket->open);
-  EXPECT_EQ(shown().clientCount, 0);
-  EXPECT_THAT(shown().connectedClients, IsEmpty());
-  EXPECT_EQ(shown().rates.kbps, 0);
-  EXPECT_EQ(shown().localIP, "192.168.1.20");
-  printed();
-  scheduler_.advance(1min);
-  EXPECT_THAT(printed(), IsEmpty()) << "no timer is left";
-
-  localAddress_.reset();
-  EXPECT_EQ(makeServer()->published().localIP, "127.0.0.1");
-}
-
-TEST_F(PanelServerTest, MayStopOrGoDuringABroadcast) {
-  start();
-  clientSays(1, "<<HELLO>>");
   socket_->duringSend = [this] { server_->stop(); };
-  deliver();
+  deliver();  // stopped by what it does
+  EXPECT_TRUE(shown().isRunning) << "until the next turn";
   scheduler_.runPending();
-  EXPECT_FALSE(shown().isRunning);
+  EXPECT_FALSE(shown().isRunning || socket_->open);
+  EXPECT_THAT(shown().connectedClients, IsEmpty());
+  EXPECT_EQ(shown().clientCount, 0);
+  EXPECT_EQ(shown().rates.kbps, 0);
+  printed();
+
   start();
   const auto lateChunk = capture_->deliver;
   const std::weak_ptr<FakeSocket> released = std::exchange(socket_, nullptr);
@@ -205,7 +160,7 @@ TEST_F(PanelServerTest, MayStopOrGoDuringABroadcast) {
   EXPECT_TRUE(released.expired()) << "and with it its port";
   lateChunk(wire::AudioChunk{});
   scheduler_.advance(1min);
-  EXPECT_THAT(printed(), IsEmpty());
+  EXPECT_THAT(printed(), IsEmpty()) << "no timer is left";
 }
 
 TEST(Capture, IsTriedAgainUntilItRunsAndNotOnceStopped) {

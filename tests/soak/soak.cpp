@@ -435,6 +435,7 @@ bool Soak::run() {
   }
   program_->onTurn = [this] { turn(); };
   everybodyScansAgain();
+  lentDevice();  // from now on the helper's descriptors are there
 
   const std::jthread bareLoop([this](const std::stop_token& stop) { sleepBeside(stop); });
   std::vector<const Event*> deck;

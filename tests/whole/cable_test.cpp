@@ -1,5 +1,5 @@
 #include "support/fake_phone.h"
-#include "whole/with_pulse.h"
+#include "whole/whole_test.h"
 
 #include <gmock/gmock.h>
 
@@ -13,13 +13,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::uint16_t kPhonePort = 2345;
-constexpr std::uint32_t kAudio = 104;
-
-class CableBesideWifi : public WithPulse {
+class CableBesideWifi : public WholeTest {
  protected:
   void startOnTheCablePage() {
-    program_ = std::make_unique<WholeProgram>(app::StartMode::kCable);
+    start(app::StartMode::kCable, "usbSecondary2Label_");
     program_->onTurn = [this] {
       if (auto connection = listener_.accept()) phone_ = std::move(connection);
       if (phone_) phone_->turn();
@@ -28,7 +25,7 @@ class CableBesideWifi : public WithPulse {
   }
 
   std::ptrdiff_t heard() const {
-    return phone_ ? std::ranges::count(phone_->frames, kAudio, &test::SentFrame::type) : 0;
+    return phone_ ? std::ranges::count(phone_->frames, 104U, &test::SentFrame::type) : 0;
   }
   bool phoneHears() {
     const auto before = heard();
@@ -56,45 +53,38 @@ class CableBesideWifi : public WithPulse {
     return nullptr;
   }
 
-  test::PhoneListener listener_{kPhonePort};
+  test::PhoneListener listener_{2345};
   std::optional<test::FakePhone> phone_;
-  std::unique_ptr<WholeProgram> program_;
 };
 
-TEST_F(CableBesideWifi, EachGetsTheSoundInItsOwnModeAlone) {
+TEST_P(CableBesideWifi, EachGetsTheSoundInItsOwnModeAlone) {
   startOnTheCablePage();
   ASSERT_TRUE(phoneHears());
-
   goBack();
   EXPECT_TRUE(phoneHearsNothing());
 
   program_->click("menuOnlineButton_");
   ASSERT_TRUE(program_->becomes("onlineQRImageView_"));
-  auto& wifiPhone = program_->newPhone("10.11.0.2");
-  wifiPhone.says("<<HELLO>>");
-  ASSERT_TRUE(program_->until([&] { return wifiPhone.chunks > 25; }));
+  join();
   EXPECT_TRUE(phoneHearsNothing()) << "all sound goes to Wi-Fi";
 
   goBack();
   program_->click("menuOfflineButton_");
   ASSERT_TRUE(program_->becomes("connectedContainer_"));
   EXPECT_TRUE(phoneHears());
-}
 
-TEST_F(CableBesideWifi, AWrongDeviceEndsTheSoundAndTakesTheQuestionBack) {
-  startOnTheCablePage();
   program_->click("backButton_");
   ASSERT_NE(question(), nullptr);
-
   useDevice("speaker");
   ASSERT_TRUE(program_->becomes("audioGuardView_"));
   EXPECT_FALSE(program_->shows("connectedContainer_"));
-  EXPECT_TRUE(program_->until([&] { return question() == nullptr; }));
+  EXPECT_TRUE(program_->until([&] { return question() == nullptr; })) << "taken back";
   EXPECT_TRUE(phoneHearsNothing());
-
   useDevice("quorin");
   EXPECT_TRUE(program_->becomes("menuContainer_"));
 }
+
+INSTANTIATE_TEST_SUITE_P(On, CableBesideWifi, kPulseAudioAlone, serverName);
 
 }  // namespace
 }  // namespace quorin::whole

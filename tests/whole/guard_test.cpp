@@ -1,17 +1,14 @@
 #include "core/identity.h"
 #include "support/eventually.h"
-#include "support/private_audio.h"
 #include "support/private_bus.h"
-#include "support/sine_fit.h"
 #include "support/stand_in_portal.h"
-#include "whole/whole_program.h"
+#include "whole/whole_test.h"
 
 #include <gmock/gmock.h>
 
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <span>
 
 /// The guard in front of real audio servers, whose devices change under the program.
 namespace quorin::whole {
@@ -20,15 +17,13 @@ namespace {
 using namespace std::chrono_literals;
 using ::testing::HasSubstr;
 
-enum class Kind { kPulse, kPipeWire };
-
-long long elapsedMs(std::chrono::steady_clock::time_point since) {
-  return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -
-                                                               since)
-      .count();
+void printElapsed(const std::string& what, std::chrono::steady_clock::time_point since) {
+  const std::chrono::duration<double, std::milli> elapsed =
+      std::chrono::steady_clock::now() - since;
+  std::printf("%s: %.0f ms\n", what.c_str(), elapsed.count());
 }
 
-class Guard : public ::testing::TestWithParam<Kind> {
+class Guard : public WholeTest {
  protected:
   static void SetUpTestSuite() {
     privateBus = std::make_unique<test::PrivateBus>();
@@ -39,206 +34,145 @@ class Guard : public ::testing::TestWithParam<Kind> {
   }
   static void TearDownTestSuite() { privateBus.reset(); }
 
-  void SetUp() override {
-    const bool pulse = GetParam() == Kind::kPulse;
-    if (!(pulse ? test::PrivatePulse::isInstalled() : test::PrivatePipeWire::isInstalled())) {
-      GTEST_SKIP() << "no such audio server here";
-    }
-    if (pulse) {
-      server_ = std::make_unique<test::PrivatePulse>();
-    } else {
-      server_ = std::make_unique<test::PrivatePipeWire>();
-    }
-    startServer();
-    server_->useInThisProcess();
-    ASSERT_TRUE(ip("address add 10.11.0.2/24 dev eth0"));
+  /// Three phones that hear something.
+  void stream() {
+    program_->phones.clear();
+    for (int i = 0; i < 3; ++i) join();
   }
-  void TearDown() override { ip("address flush dev eth0"); }
-
-  void startServer() {
+  /// A server with nothing but the wrong device, into which a program plays.
+  void startBareServer() {
     ASSERT_TRUE(server_->start()) << server_->output();
-    ASSERT_TRUE(server_->addNullSink("quorin", "Quorin Audio 1", "norewinds=1"));
-    ASSERT_TRUE(server_->addNullSink("quorin2", "Quorin Audio 2", "norewinds=1"));
-    ASSERT_TRUE(server_->addNullSink("speaker", "Speaker"));
+    ASSERT_TRUE(server_->addNullSink("speaker", "Built-in"));
+    player_ = server_->play({.seconds = 120, .sink = "speaker"});
   }
-  void useDevices(const std::string& output, const std::string& input) {
-    ASSERT_TRUE(server_->setDefaultSink(output));
-    ASSERT_TRUE(server_->setDefaultSource(input + ".monitor"));
+  bool isGivenBack() const {
+    return test::eventually([&] { return server_->defaults() == "speaker speaker.monitor"; }, 2s);
   }
 
   inline static std::unique_ptr<test::PrivateBus> privateBus;
-  std::unique_ptr<test::PrivateAudioServer> server_;
+  test::ChildProcess player_;
 };
 
-TEST_P(Guard, EndsAStreamWhoseDeviceGoesAndLetsThePersonBackToTheMenu) {
-  useDevices("quorin", "quorin");
-  auto player = server_->play({.seconds = 60, .sink = "quorin"});
-  WholeProgram program(app::StartMode::kWiFi);
-  ASSERT_TRUE(program.becomes("onlineContainer_"));
-  const auto stream = [&] {
-    for (int i = 0; i < 3; ++i) program.newPhone("10.11.0.2").says("<<HELLO>>");
-    return program.until([&] {
-      return std::ranges::all_of(program.phones, [](auto& phone) { return phone->chunks > 25; });
-    });
-  };
-  ASSERT_TRUE(stream());
-
-  // Another device of the right name is right.
-  useDevices("quorin2", "quorin2");
-  program.runFor(2500ms);
-  ASSERT_TRUE(program.shows("onlineContainer_"));
+TEST_P(Guard, EndsAStreamWhoseDeviceOrServerGoesAndLetsTheUserBackToTheMenu) {
+  start(app::StartMode::kWiFi, "onlineContainer_");
+  stream();
+  useDevice("quorin2");
+  program_->runFor(2500ms);
+  ASSERT_TRUE(program_->shows("onlineContainer_")) << "another device of the right name is right";
   EXPECT_EQ(holdings().udpSockets, 1U);
-  useDevices("quorin", "quorin");
-  program.runFor(1500ms);
 
-  useDevices("speaker", "quorin");
-  ASSERT_TRUE(program.becomes("audioGuardView_", 2s));
-  EXPECT_FALSE(program.shows("onlineContainer_"));
-  EXPECT_FALSE(program.shows("backButton_"));
+  ASSERT_TRUE(server_->setDefaultSink("speaker"));
+  ASSERT_TRUE(program_->becomes("audioGuardView_", 2s));
+  EXPECT_FALSE(program_->shows("onlineContainer_"));
+  EXPECT_FALSE(program_->shows("backButton_"));
   EXPECT_EQ(holdings().udpSockets, 0U);
-  program.runFor(100ms);  // what was on its way
-  const auto heard = program.phones[0]->chunks;
-  program.runFor(300ms);
-  EXPECT_EQ(program.phones[0]->chunks, heard);
+  program_->runFor(100ms);  // what was on its way
+  const auto heard = program_->phones[0]->chunks;
+  program_->runFor(300ms);
+  EXPECT_EQ(program_->phones[0]->chunks, heard);
 
-  useDevices("quorin", "quorin");
-  ASSERT_TRUE(program.becomes("menuContainer_", 3s));
-  program.phones.clear();
-  const auto idle = holdings();
-  program.click("menuOnlineButton_");
-  ASSERT_TRUE(program.becomes("onlineQRImageView_"));
-  ASSERT_TRUE(stream()) << "a second visit streams as the first";
-  program.phones.clear();
-  useDevices("speaker", "quorin");
-  ASSERT_TRUE(program.becomes("audioGuardView_", 2s));
-  useDevices("quorin", "quorin");
-  ASSERT_TRUE(program.becomes("menuContainer_", 3s));
-  program.runFor(200ms);
-  EXPECT_EQ(holdings(), idle);
+  Holdings idle;
+  for (const int visit : {1, 2}) {
+    SCOPED_TRACE(visit);
+    useDevice("quorin");
+    ASSERT_TRUE(program_->becomes("menuContainer_", 3s));
+    program_->phones.clear();
+    program_->runFor(200ms);
+    if (visit == 1) idle = holdings();
+    EXPECT_EQ(holdings(), idle);
+    program_->click("menuOnlineButton_");
+    ASSERT_TRUE(program_->becomes("onlineQRImageView_"));
+    stream();
+    visit == 1 ? void(server_->setDefaultSink("speaker")) : server_->kill();
+    ASSERT_TRUE(program_->becomes("audioGuardView_", 5s));
+  }
+  EXPECT_THAT(program_->text("audioGuardStatusOutLabel_"), HasSubstr("(sin dispositivo)"));
+  EXPECT_THAT(program_->text("audioGuardTextLabel_"), HasSubstr("No sound server is running"));
+
+  ASSERT_TRUE(server_->start()) << server_->output();
+  addDevices();
+  ASSERT_TRUE(program_->becomes("menuContainer_"));
+  program_->click("menuOnlineButton_");
+  ASSERT_TRUE(program_->becomes("onlineQRImageView_"));
+  stream();
 }
 
 /// By ear: a program plays 440 Hz to the loudspeakers before anything is set up.
 TEST_P(Guard, OneClickBringsWhatPlaysToAPhoneAndEveryEndGivesItBack) {
   server_->kill();
-  ASSERT_TRUE(server_->start()) << server_->output();
-  ASSERT_TRUE(server_->addNullSink("speaker", "Built-in"));
-  useDevices("speaker", "speaker");
-  auto player = server_->play({.seconds = 120, .sink = "speaker"});
-  const auto hears440 = [](Phone& phone) {
-    constexpr std::size_t kWindow = 4410;
-    if (phone.sound.size() < kWindow) return false;
-    const auto last = std::span(phone.sound).last(kWindow);
-    return test::fitSine(last, 440, wire::kSampleRate).level > 0.2;
-  };
-  const auto isGivenBack = [&] {
-    return test::eventually([&] { return server_->defaults() == "speaker speaker.monitor"; }, 2s);
-  };
+  startBareServer();
+  useDevice("speaker");
+  start(app::StartMode::kMenu, "audioGuardView_");
+  const auto click = std::chrono::steady_clock::now();
+  program_->click("audioGuardSetUpButton_");
+  ASSERT_TRUE(program_->becomes("menuContainer_", 3s))
+      << program_->text("audioGuardSetUpNoteLabel_");
+  printElapsed("click to menu", click);
+  program_->click("menuOnlineButton_");
+  ASSERT_TRUE(program_->becomes("onlineQRImageView_"));
+  auto& phone = join();
+  EXPECT_TRUE(program_->until([&] { return phone.level(440, 5) > 0.2; }));
 
-  {
-    WholeProgram program(app::StartMode::kMenu);
-    ASSERT_TRUE(program.becomes("audioGuardView_"));
-    const auto click = std::chrono::steady_clock::now();
-    program.click("audioGuardSetUpButton_");
-    ASSERT_TRUE(program.becomes("menuContainer_", 3s)) << program.text("audioGuardSetUpNoteLabel_");
-    std::printf("click to menu: %lld ms\n", elapsedMs(click));
-    program.click("menuOnlineButton_");
-    ASSERT_TRUE(program.becomes("onlineQRImageView_"));
-    auto& phone = program.newPhone("10.11.0.2");
-    phone.says("<<HELLO>>");
-    EXPECT_TRUE(program.until([&] { return hears440(phone); }));
-
-    ASSERT_TRUE(program.shows("playHereBox_"));
-    program.click("playHereBox_");
-    EXPECT_TRUE(program.until([&] { return server_->isPlaying("speaker"); }));
-    program.click("playHereBox_");
-    EXPECT_TRUE(program.until([&] { return !server_->isPlaying("speaker"); }));
-
-    server_->kill();
-    ASSERT_TRUE(program.becomes("audioGuardView_", 5s));
-    ASSERT_TRUE(server_->start()) << server_->output();
-    ASSERT_TRUE(server_->addNullSink("speaker", "Built-in"));
-    ASSERT_TRUE(program.becomes("menuContainer_", 10s)) << "lent again by itself";
-    player = server_->play({.seconds = 120, .sink = "speaker"});
-
-    ASSERT_TRUE(server_->setDefaultSink("speaker"));
-    ASSERT_TRUE(program.becomes("audioGuardView_", 2s)) << "the user's choice counts";
-    program.click("audioGuardSetUpButton_");
-    ASSERT_TRUE(program.becomes("menuContainer_", 3s));
+  ASSERT_TRUE(program_->shows("playHereBox_"));
+  for (const int loopbacks : {1, 0}) {
+    program_->click("playHereBox_");
+    EXPECT_TRUE(program_->until([&] { return server_->playbacksOn("speaker") == loopbacks; }));
   }
+
+  server_->kill();
+  ASSERT_TRUE(program_->becomes("audioGuardView_", 5s));
+  startBareServer();
+  ASSERT_TRUE(program_->becomes("menuContainer_", 10s)) << "lent again by itself";
+  ASSERT_TRUE(server_->setDefaultSink("speaker"));
+  ASSERT_TRUE(program_->becomes("audioGuardView_", 2s)) << "the user's choice counts";
+  program_->click("audioGuardSetUpButton_");
+  ASSERT_TRUE(program_->becomes("menuContainer_", 3s));
+  program_.reset();
   EXPECT_TRUE(isGivenBack()) << server_->defaults();
 
-  for (const int signal : {SIGTERM, SIGINT, SIGKILL}) {
+  for (const int signal : {SIGTERM, SIGKILL}) {
     SCOPED_TRACE(signal);
-    auto environment = server_->environment();
-    environment.emplace_back("QT_QPA_PLATFORM=offscreen");
     const auto start = std::chrono::steady_clock::now();
     test::ChildProcess program(
         {.arguments = {std::string(std::getenv("QUORIN_BIN")) + "/quorin-stream", "--set-up",
                        "--start", "wifi"},
-         .environment = environment,
+         .environment = server_->environment(),
          .output = {}});
     ASSERT_TRUE(test::eventually([] { return holdings().udpSockets == 1; }));
-    std::printf("--set-up --start wifi to a served code: %lld ms\n", elapsedMs(start));
-    Phone phone("10.11.0.2", WholeProgram::kPort);
-    phone.says("<<HELLO>>");
+    printElapsed("--set-up --start wifi to a served code", start);
+    Phone outside("10.11.0.2");
+    outside.says("<<HELLO>>");
     EXPECT_TRUE(test::eventually([&] {
-      phone.turn();
-      return hears440(phone);
+      outside.turn();
+      return outside.level(440, 5) > 0.2;
     }));
     const auto end = std::chrono::steady_clock::now();
     ::kill(program.pid(), signal);
     EXPECT_TRUE(isGivenBack()) << server_->defaults();
-    std::printf("signal %d to given back: %lld ms\n", signal, elapsedMs(end));
+    printElapsed("signal to given back", end);
     program.wait();
-    EXPECT_TRUE(test::eventually([&] { return server_->isPlaying("speaker"); }));
+    EXPECT_TRUE(test::eventually([&] { return server_->playbacksOn("speaker") == 1; }));
   }
-}
-
-TEST_P(Guard, SurvivesTheAudioServersDeathInMidStream) {
-  useDevices("quorin", "quorin");
-  WholeProgram program(app::StartMode::kWiFi);
-  ASSERT_TRUE(program.becomes("onlineContainer_"));
-  auto& phone = program.newPhone("10.11.0.2");
-  phone.says("<<HELLO>>");
-  ASSERT_TRUE(program.until([&] { return phone.chunks > 25; }));
-
-  server_->kill();
-  ASSERT_TRUE(program.becomes("audioGuardView_", 5s)) << "no server: no device is right";
-  EXPECT_THAT(program.text("audioGuardStatusOutLabel_"), HasSubstr("(sin dispositivo)"));
-  EXPECT_THAT(program.text("audioGuardTextLabel_"), HasSubstr("No sound server is running"));
-
-  startServer();
-  useDevices("quorin", "quorin");
-  ASSERT_TRUE(program.becomes("menuContainer_"));
-  program.click("menuOnlineButton_");
-  auto& again = program.newPhone("10.11.0.2");
-  ASSERT_TRUE(program.becomes("onlineQRImageView_"));
-  again.says("<<HELLO>>");
-  EXPECT_TRUE(program.until([&] { return again.chunks > 25; }));
 }
 
 TEST_P(Guard, GivesWayToTheMicrophoneScreenWhenThePermissionIsTakenAway) {
   test::StandInPortal portal(privateBus->address());
   portal.start();
   portal.store(app::kApplicationId, {"yes"});
-  useDevices("speaker", "quorin");
-  WholeProgram program(app::StartMode::kMenu);
-  ASSERT_TRUE(program.becomes("audioGuardView_"));
+  ASSERT_TRUE(server_->setDefaultSink("speaker"));
+  start(app::StartMode::kMenu, "audioGuardView_");
 
   portal.store(app::kApplicationId, {"no"});
-  EXPECT_TRUE(program.becomes("micDeniedView_", 2s)) << "at the poll's next tick";
-  EXPECT_FALSE(program.shows("audioGuardView_"));
+  EXPECT_TRUE(program_->becomes("micDeniedView_", 2s)) << "at the poll's next tick";
+  EXPECT_FALSE(program_->shows("audioGuardView_"));
 
   portal.store(app::kApplicationId, {"yes"});
-  EXPECT_TRUE(program.becomes("audioGuardView_", 2s)) << "the devices are still wrong";
-  useDevices("quorin", "quorin");
-  EXPECT_TRUE(program.becomes("menuContainer_", 3s));
+  EXPECT_TRUE(program_->becomes("audioGuardView_", 2s)) << "the devices are still wrong";
+  useDevice("quorin");
+  EXPECT_TRUE(program_->becomes("menuContainer_", 3s));
 }
 
-INSTANTIATE_TEST_SUITE_P(On, Guard, ::testing::Values(Kind::kPulse, Kind::kPipeWire),
-                         [](const auto& kind) {
-                           return kind.param == Kind::kPulse ? "PulseAudio" : "PipeWire";
-                         });
+INSTANTIATE_TEST_SUITE_P(On, Guard, test::kBothServers, serverName);
 
 }  // namespace
 }  // namespace quorin::whole

@@ -1,6 +1,6 @@
 #include "support/eventually.h"
 #include "support/temporary_directory.h"
-#include "whole/with_pulse.h"
+#include "whole/whole_test.h"
 
 #include <gmock/gmock.h>
 
@@ -17,13 +17,13 @@
 namespace quorin::whole {
 namespace {
 
-class Programs : public WithPulse {
+class Programs : public WholeTest {
  protected:
-  test::ChildProcess start(const std::string& program, std::vector<std::string> arguments) {
+  test::ChildProcess launch(const std::string& program, std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), std::string(std::getenv("QUORIN_BIN")) + "/" + program);
     std::filesystem::remove(output(program));
     return test::ChildProcess({.arguments = std::move(arguments),
-                               .environment = server_.environment(),
+                               .environment = server_->environment(),
                                .output = output(program)});
   }
   std::filesystem::path output(const std::string& program) const {
@@ -35,7 +35,7 @@ class Programs : public WithPulse {
   }
 
   QJsonObject diagnosis(int expectedExit) {
-    EXPECT_EQ(start("quorin-stream", {"--diagnose", "--json", "--port", kPort}).wait(),
+    EXPECT_EQ(launch("quorin-stream", {"--diagnose", "--json", "--port", kPort}).wait(),
               expectedExit);
     const auto all = QByteArray::fromStdString(said("quorin-stream"));
     return QJsonDocument::fromJson(all.mid(all.indexOf('{'))).object();
@@ -54,7 +54,7 @@ class Programs : public WithPulse {
   test::TemporaryDirectory folder_;
 };
 
-TEST_F(Programs, DiagnoseTellsWhatIsInTheWay) {
+TEST_P(Programs, DiagnoseTellsWhatIsInTheWay) {
   auto found = diagnosis(0);
   EXPECT_EQ(problems(found), "");
   EXPECT_TRUE(found["would_stream"].toBool());
@@ -66,32 +66,32 @@ TEST_F(Programs, DiagnoseTellsWhatIsInTheWay) {
   EXPECT_EQ(problems(diagnosis(1)), "address, ");
   ASSERT_TRUE(ip("address add 10.11.0.2/24 dev eth0"));
 
-  const auto holder = start("quorin-stream", {"--start", "wifi", "--port", kPort});
+  const auto holder = launch("quorin-stream", {"--start", "wifi", "--port", kPort});
   ASSERT_TRUE(isServed());
   EXPECT_EQ(problems(diagnosis(0)), "") << "held by the program itself";
 }
 
-TEST_F(Programs, StreamAndListenWorkTogetherAndASignalEndsThem) {
+TEST_P(Programs, StreamAndListenWorkTogetherAndASignalEndsThem) {
   for (const int signal : {SIGINT, SIGTERM}) {
-    auto program = start("quorin-stream", {"--start", "wifi", "--port", kPort});
+    auto program = launch("quorin-stream", {"--start", "wifi", "--port", kPort});
     ASSERT_TRUE(isServed());
-    auto listener = start("quorin-listen", {"10.11.0.2:" + kPort, "--seconds", "1", "--json"});
+    auto listener = launch("quorin-listen", {"10.11.0.2:" + kPort, "--seconds", "1", "--json"});
     EXPECT_EQ(listener.wait(), 0) << said("quorin-listen");
     EXPECT_THAT(said("quorin-listen"), testing::HasSubstr("\"gaps\""));
 
     ::kill(program.pid(), signal);
     EXPECT_EQ(program.wait(), 0);
-    EXPECT_EQ(server_.recordings(), 0);
+    EXPECT_EQ(server_->recordings(), 0);
     EXPECT_EQ(holdings().udpSockets, 0U);
   }
 }
 
-TEST_F(Programs, ALaterStartHandsOverToTheRunningOneAndSaysWhatCouldNotBeDone) {
-  auto program = start("quorin-stream", {"--start", "wifi", "--port", kPort, "--language", "en"});
+TEST_P(Programs, ALaterStartHandsOverToTheRunningOneAndSaysWhatCouldNotBeDone) {
+  auto program = launch("quorin-stream", {"--start", "wifi", "--port", kPort, "--language", "en"});
   ASSERT_TRUE(isServed());
-  EXPECT_EQ(start("quorin-stream", {"--port", "9001"}).wait(), 0);
+  EXPECT_EQ(launch("quorin-stream", {"--port", "9001"}).wait(), 0);
   EXPECT_EQ(holdings().udpSockets, 0U) << "it has moved";
-  EXPECT_EQ(start("quorin-stream", {"--port", kPort}).wait(), 0);
+  EXPECT_EQ(launch("quorin-stream", {"--port", kPort}).wait(), 0);
   Phone phone("10.11.0.2", WholeProgram::kPort);
   EXPECT_TRUE(test::eventually([&] {
     phone.says("<<HELLO>>");
@@ -108,16 +108,16 @@ TEST_F(Programs, ALaterStartHandsOverToTheRunningOneAndSaysWhatCouldNotBeDone) {
         Case{{"--port", "9001"}, 1, "stop the stream"}, Case{{"--start", "cable"}, 1, "stop the"},
         Case{{"--language", "es"}, 1, "quit it first"},
         Case{{"--address", "10.99.0.1"}, 1, "no network with 10.99.0.1"}}) {
-    EXPECT_EQ(start("quorin-stream", options).wait(), exit) << testing::PrintToString(options);
+    EXPECT_EQ(launch("quorin-stream", options).wait(), exit) << testing::PrintToString(options);
     EXPECT_THAT(said("quorin-stream"), testing::HasSubstr(says));
   }
   program.kill();
-  program = start("quorin-stream", {"--start", "wifi", "--port", kPort});
+  program = launch("quorin-stream", {"--start", "wifi", "--port", kPort});
   EXPECT_TRUE(isServed()) << "what a killed one has left is in nobody's way";
 }
 
-TEST_F(Programs, ListenPlaysElsewhereThanIntoTheStreamedDevice) {
-  const auto stream = start("quorin-stream", {"--start", "wifi", "--port", kPort});
+TEST_P(Programs, ListenPlaysElsewhereThanIntoTheStreamedDevice) {
+  const auto stream = launch("quorin-stream", {"--start", "wifi", "--port", kPort});
   ASSERT_TRUE(isServed());
   struct Case {
     std::vector<std::string> options;
@@ -129,7 +129,7 @@ TEST_F(Programs, ListenPlaysElsewhereThanIntoTheStreamedDevice) {
         Case{{"--sink", "nowhere"}, 1, "There is no sink"}, Case{{"--sink", "speaker"}, 0, ""}}) {
     std::vector<std::string> arguments = {"10.11.0.2:" + kPort, "--play", "--seconds", "1"};
     arguments.insert(arguments.end(), options.begin(), options.end());
-    EXPECT_EQ(start("quorin-listen", arguments).wait(), exit) << said("quorin-listen");
+    EXPECT_EQ(launch("quorin-listen", arguments).wait(), exit) << said("quorin-listen");
     EXPECT_THAT(said("quorin-listen"), testing::HasSubstr(says));
   }
   test::ChildProcess silent(
@@ -140,7 +140,7 @@ TEST_F(Programs, ListenPlaysElsewhereThanIntoTheStreamedDevice) {
   EXPECT_EQ(silent.wait(), 1) << "no sound server";
 }
 
-TEST_F(Programs, SaySoWhereThereIsNoDisplay) {
+TEST_P(Programs, SaySoWhereThereIsNoDisplay) {
   for (const std::string program : {"quorin-stream", "quorin-panel"}) {
     for (const std::string platform : {"xcb", "wayland", "nonsense"}) {
       test::ChildProcess displayless(
@@ -154,7 +154,7 @@ TEST_F(Programs, SaySoWhereThereIsNoDisplay) {
   }
 }
 
-TEST_F(Programs, OptionsThatAreNotUnderstoodEndThemWithTwo) {
+TEST_P(Programs, OptionsThatAreNotUnderstoodEndThemWithTwo) {
   struct Case {
     std::string program;
     std::vector<std::string> arguments;
@@ -163,9 +163,11 @@ TEST_F(Programs, OptionsThatAreNotUnderstoodEndThemWithTwo) {
        {Case{"quorin-stream", {"--start", "radio"}}, Case{"quorin-stream", {"--json"}},
         Case{"quorin-panel", {"--port", "0"}}, Case{"quorin-panel", {"--port", "65536"}},
         Case{"quorin-panel", {"9000"}}}) {
-    EXPECT_EQ(start(program, arguments).wait(), 2) << program << ' ' << arguments.front();
+    EXPECT_EQ(launch(program, arguments).wait(), 2) << program << ' ' << arguments.front();
   }
 }
+
+INSTANTIATE_TEST_SUITE_P(On, Programs, kPulseAudioAlone, serverName);
 
 }  // namespace
 }  // namespace quorin::whole

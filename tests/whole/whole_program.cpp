@@ -3,9 +3,7 @@
 #include "support/child_process.h"
 #include "support/code_photo.h"
 #include "support/own_network.h"
-#include "wire/endpoint.h"
-
-#include <sys/socket.h>
+#include "support/sine_fit.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -26,30 +24,26 @@ namespace quorin::whole {
 
 using Clock = std::chrono::steady_clock;
 
-Phone::Phone(const std::string& address, std::uint16_t port)
-    : socket_(::socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
-  const auto server = wire::Endpoint::parse(address + ":" + std::to_string(port))->socketAddress();
-  ::connect(socket_.get(), reinterpret_cast<const sockaddr*>(&server), sizeof server);
-}
-
-void Phone::says(std::string_view datagram) {
-  (void)::send(socket_.get(), datagram.data(), datagram.size(), MSG_NOSIGNAL);
-}
+Phone::Phone(const std::string& address)
+    : peer_(wire::Endpoint::parse(address + ":" + std::to_string(WholeProgram::kPort)).value()) {}
 
 void Phone::turn() {
-  std::array<char, 65536> buffer;
-  for (;;) {
-    const auto size = ::recv(socket_.get(), buffer.data(), buffer.size(), 0);
-    if (size < 0) return;
-    if (static_cast<std::size_t>(size) != wire::kChunkFrames * sizeof(std::int16_t)) {
-      messages.emplace_back(buffer.data(), static_cast<std::size_t>(size));
+  while (auto datagram = peer_.heard()) {
+    if (datagram->size() != wire::kChunkFrames * sizeof(std::int16_t)) {
+      messages.push_back(*std::move(datagram));
       continue;
     }
     std::array<std::int16_t, wire::kChunkFrames> samples;
-    std::memcpy(samples.data(), buffer.data(), sizeof samples);
+    std::memcpy(samples.data(), datagram->data(), sizeof samples);
     for (const auto sample : samples) sound.push_back(static_cast<float>(sample) / 32767.0F);
     ++chunks;
   }
+}
+
+double Phone::level(double hertz, std::size_t count) const {
+  const auto samples = count * wire::kChunkFrames;
+  if (sound.size() < samples) return 0;
+  return test::fitSine(std::span(sound).last(samples), hertz, wire::kSampleRate).level;
 }
 
 WholeProgram::WholeProgram(app::StartMode mode) {
@@ -60,7 +54,7 @@ WholeProgram::WholeProgram(app::StartMode mode) {
 }
 
 Phone& WholeProgram::newPhone(const std::string& address) {
-  return *phones.emplace_back(std::make_unique<Phone>(address, kPort));
+  return *phones.emplace_back(std::make_unique<Phone>(address));
 }
 
 bool WholeProgram::until(const std::function<bool()>& condition, std::chrono::milliseconds limit) {

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "app/pt_app_delegate.h"
-#include "ui/texts.h"
 #include "platform/dispatch/system_scheduler.h"
-#include "platform/posix/file_descriptor.h"
+#include "support/udp_peer.h"
+#include "ui/texts.h"
 
 #include <chrono>
 #include <cstdint>
@@ -20,33 +20,36 @@ namespace quorin::whole {
 /// A phone's app on this machine. Does something only in `turn`.
 class Phone {
  public:
-  Phone(const std::string& address, std::uint16_t port);
+  /// `address`: the server's.
+  explicit Phone(const std::string& address);
 
-  void says(std::string_view datagram);
+  void says(std::string_view datagram) { peer_.says(datagram); }
   void turn();
+  /// How loud a tone is in the newest chunks; 0 while there are fewer.
+  double level(double hertz, std::size_t chunks) const;
 
   std::vector<std::string> messages;  ///< what the server wrote
   std::vector<float> sound;           ///< what it played, in the whole of this phone's life
   std::size_t chunks = 0;
 
  private:
-  posix::FileDescriptor socket_;
+  test::UdpPeer peer_;
 };
 
 class WholeProgram {
  public:
   static constexpr std::uint16_t kPort = 9000;
-  static constexpr std::chrono::seconds kPatience{15};
+  static constexpr std::chrono::seconds kTimeout{15};
 
   /// Starts it; it enters `mode` as soon as the guard lets it.
   explicit WholeProgram(app::StartMode mode);
 
   /// Lets the program and the phones run until the condition holds; false when it does not in
   /// time.
-  bool until(const std::function<bool()>& condition, std::chrono::milliseconds limit = kPatience);
+  bool until(const std::function<bool()>& condition, std::chrono::milliseconds limit = kTimeout);
   void runFor(std::chrono::milliseconds duration);
   /// Until the view is visible.
-  bool becomes(const char* view, std::chrono::milliseconds limit = kPatience) {
+  bool becomes(const char* view, std::chrono::milliseconds limit = kTimeout) {
     return until([&] { return shows(view); }, limit);
   }
 
