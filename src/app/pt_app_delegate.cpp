@@ -4,6 +4,7 @@
 #include "core/log.h"
 #include "panel/content_view.h"
 #include "platform/desktop/settings.h"
+#include "ui/appearance.h"
 #include "wifi/local_address.h"
 
 #include <QCoreApplication>
@@ -36,7 +37,7 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
       startMode_(options.start),
       setUpAtStart_(options.setUp),
       audioServer_(audio::connectToAudioServer(scheduler_.backgroundQueue())),
-      views_(window_, texts_, images_, [this] { return makePanel().release(); }),
+      views_(window_.content(), texts_, images_, makePanel()),
       screens_(views_),
       pages_({texts_, images_, views_, screens_}),
       audioCaptureManager_(
@@ -67,8 +68,7 @@ PTAppDelegate::~PTAppDelegate() {
 // pairing instructions are the one text that it looks up.
 std::unique_ptr<QWidget> PTAppDelegate::makePanel() const {
   return panel::OnlineSwiftUIEmbedder::makeHostingView(
-      scheduler_, panel::captureFrom(scheduler_, *audioServer_),
-      texts_.bundle("pairing_instructions"));
+      scheduler_, panel::captureFrom(scheduler_, *audioServer_), texts_.tr("pairing_instructions"));
 }
 
 void PTAppDelegate::connectViews() {
@@ -166,6 +166,10 @@ void PTAppDelegate::dismissSplash() {
   QObject::connect(&splashFade_, &QVariantAnimation::finished, &window_, [this] {
     background_ = makeBackground();
     pages_.showSplashGone();
+    look_ = desktop::watchLook([this](const desktop::Look& look) {
+      setHighContrast(look.highContrast);
+      screens_.setTextScale(look.textScale);
+    });
     guard_.setupAudioCheckFlow();
   });
   splashFade_.start();

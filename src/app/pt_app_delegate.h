@@ -13,6 +13,7 @@
 #include "modes/sound_path.h"
 #include "modes/wifi_mode.h"
 #include "platform/audio/audio_server.h"
+#include "platform/desktop/look.h"
 #include "stream/audio_sender.h"
 #include "ui/images.h"
 #include "ui/texts.h"
@@ -78,6 +79,7 @@ class PTAppDelegate : public QObject {
   Screens screens_;
   Pages pages_;
   QVariantAnimation splashFade_;
+  std::unique_ptr<QObject> look_;
 
   audio::AudioCaptureManager audioCaptureManager_;
   std::unique_ptr<dispatch::SerialQueue> audioFrameQueueSerial_;

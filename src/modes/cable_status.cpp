@@ -39,11 +39,11 @@ QString cableText(const CableState& state, const Texts& texts) {
     case CableStatus::kAppClosed:
       return name + texts.tr("cable.app.closed");
     case CableStatus::kConnected:
-      return texts.bundle("usb.connected");
+      return texts.tr("usb.connected");
     case CableStatus::kAppSilent:
       return texts.tr("cable.app.silent");
   }
-  return texts.bundle("waiting_connection");
+  return texts.tr("waiting_connection");
 }
 
 }  // namespace quorin::app

@@ -83,7 +83,6 @@ bool GuardFlow::microphoneAuthorized() const {
 }
 
 void GuardFlow::setupAudioCheckFlow() {
-  if (!screens_.hasContentView()) return;
   state_.guard = false;
   state_.checking = !screens_.splashIsUp();
   if (!state_.checking) {
@@ -181,7 +180,6 @@ void GuardFlow::onSetUpFailed(std::string_view key) {
 }
 
 void GuardFlow::showMicDeniedOverlay() {
-  if (!screens_.hasContentView()) return;
   log::detail("guard", "the microphone is not allowed");
   screens_.stopAllSessionsForAudioChange();
   screens_.leavePages();
@@ -210,7 +208,6 @@ void GuardFlow::onMicrophoneAllowed() {
 }
 
 void GuardFlow::applyGuardPriority() {
-  if (!screens_.hasContentView()) return;
   if (!microphoneAuthorized()) {
     showMicDeniedOverlay();
     return;

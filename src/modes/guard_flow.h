@@ -57,7 +57,6 @@ class GuardScreens {
  public:
   virtual ~GuardScreens() = default;
 
-  virtual bool hasContentView() const = 0;
   virtual bool splashIsUp() const = 0;
 
   /// Makes `state` visible, and lays out.

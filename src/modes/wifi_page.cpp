@@ -65,17 +65,17 @@ QString networkMessage(WiFiState::Network network, const Texts& texts) {
   using enum WiFiState::Network;
   const auto settling = [&texts](const QString& news, std::chrono::seconds time) {
     return news + QLatin1Char('\n') +
-           texts.bundle("network.generating_qr_in_seconds", static_cast<int>(time.count()));
+           texts.tr("network.generating_qr_in_seconds", static_cast<int>(time.count()));
   };
   switch (network) {
     case kThere:
       return {};
     case kLost:
-      return texts.bundle("network.unavailable");
+      return texts.tr("network.unavailable");
     case kBack:
-      return settling(texts.bundle("network.available"), wifi::NetworkWatch::kSettlingAfterReturn);
+      return settling(texts.tr("network.available"), wifi::NetworkWatch::kSettlingAfterReturn);
     case kChanged:
-      return settling(texts.bundle("network.change_detected"),
+      return settling(texts.tr("network.change_detected"),
                       wifi::NetworkWatch::kSettlingAfterChange);
   }
   return {};
@@ -89,7 +89,7 @@ QString statusText(const WiFiState& state, const Texts& texts) {
   if (state.hasRefused) return texts.tr("status.full");
   switch (state.clients.size()) {
     case 0:
-      return texts.bundle("waiting_connection");
+      return texts.tr("waiting_connection");
     case 1:
       return texts.tr("status.connected.one");
     default:

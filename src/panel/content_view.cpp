@@ -37,7 +37,6 @@ QWidget* makeDivider() {
 
 ContentView::ContentView(std::unique_ptr<UDPAudioServer> server, QString pairingInstructions)
     : server_(std::move(server)), pairingInstructions_(std::move(pairingInstructions)) {
-  setPalette(app::darkPalette());
   setAutoFillBackground(true);
   server_->setOnChanged([this] {
     if (button_ != nullptr) refresh();
@@ -79,7 +78,7 @@ QWidget* ContentView::makeHeader() {
 
   auto* status = new QVBoxLayout;
   status->setSpacing(4);
-  statusDot_ = makeDot(12, look::kGray);
+  statusDot_ = makeSymbol("circle.fill", 12, look::kGray);
   statusText_ = makeLabel({}, {.pixels = look::kCaption});
   status->addStretch();
   status->addWidget(statusDot_, 0, Qt::AlignHCenter);
@@ -135,7 +134,7 @@ QWidget* ContentView::makeButtonBand() {
   connect(button_, &QPushButton::clicked, this, [this] { toggleServer(); });
   makeBand(band)->addWidget(button_);
 
-  buttonSymbol_ = new app::NonInteractiveImageView(nullptr);
+  buttonSymbol_ = new app::NonInteractiveImageView(nullptr, nullptr);
   buttonSymbol_->setFixedSize(look::kTitle3, look::kTitle3);
   buttonText_ = makeLabel({}, {.pixels = look::kHeadline, .weight = QFont::DemiBold});
   auto* face = new QHBoxLayout(button_);
@@ -170,7 +169,8 @@ void ContentView::refresh() {
   button_->setLook(running ? kStopLook : kStartLook);
   buttonText_->setText(text);
   buttonSymbol_->setImage(app::Images().symbol(running ? "stop.fill" : "play.fill", Qt::white));
-  statusDot_->setColor(running ? app::colors::kGreen : look::kGray);
+  statusDot_->setImage(
+      app::Images().symbol("circle.fill", running ? app::colors::kGreen : look::kGray));
   statusText_->setText(running ? "Activo" : "Detenido");
   statusText_->setTextColor(running ? app::colors::kGreen : look::kSecondary);
 }

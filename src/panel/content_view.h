@@ -40,7 +40,7 @@ class ContentView : public QWidget {
   QString pairingInstructions_;
 
   // None before the first show.
-  app::DotView* statusDot_ = nullptr;
+  app::NonInteractiveImageView* statusDot_ = nullptr;
   app::NonInteractiveLabel* statusText_ = nullptr;
   QWidget* stoppedView_ = nullptr;
   app::NonInteractiveLabel* failure_ = nullptr;

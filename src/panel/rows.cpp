@@ -36,18 +36,10 @@ Label* makeLabel(const QString& text, const LabelLook& look) {
   return label;
 }
 
-QWidget* makeSymbol(const QString& name, int side, const QColor& color) {
-  auto* view = new app::NonInteractiveImageView(nullptr);
-  view->setImage(app::Images().symbol(name, color));
+app::NonInteractiveImageView* makeSymbol(const QString& name, int side, const QColor& color) {
+  auto* view = new app::NonInteractiveImageView(app::Images().symbol(name, color), nullptr);
   view->setFixedSize(side, side);
   return view;
-}
-
-app::DotView* makeDot(int side, const QColor& color) {
-  auto* dot = new app::DotView(nullptr);
-  dot->setColor(color);
-  dot->setFixedSize(side, side);
-  return dot;
 }
 
 ValueRow::ValueRow(QWidget* mark, const QString& label, const QString& value,
@@ -75,7 +67,8 @@ InfoRow::InfoRow(const QString& icon, const QString& label, const QString& value
                {.weight = QFont::Bold, .monospaced = true}) {}
 
 StatsRow::StatsRow(const QString& label, const QString& value, const QColor& color)
-    : ValueRow(makeDot(8, color), label, value, {.weight = QFont::Bold, .color = color}) {}
+    : ValueRow(makeSymbol("circle.fill", 8, color), label, value,
+               {.weight = QFont::Bold, .color = color}) {}
 
 ClientRow::ClientRow(const QString& clientKey) : key(clientKey) {
   auto* layout = makeRowLayout(this, 4);

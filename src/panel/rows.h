@@ -38,8 +38,7 @@ struct LabelLook {
 };
 
 Label* makeLabel(const QString& text, const LabelLook& look);
-QWidget* makeSymbol(const QString& name, int side, const QColor& color);
-app::DotView* makeDot(int side, const QColor& color);
+app::NonInteractiveImageView* makeSymbol(const QString& name, int side, const QColor& color);
 
 /// A label on the left and a value on the right that may change.
 class ValueRow : public QWidget {

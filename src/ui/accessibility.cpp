@@ -9,6 +9,13 @@
 namespace quorin::app {
 namespace {
 
+/// Before Qt 6.8 had announcements: a notification, which is read when it appears.
+class Notice : public QWidget {
+  Q_OBJECT
+ public:
+  using QWidget::QWidget;
+};
+
 /// Qt asks once for each class of the object, from its own up to QObject.
 QAccessibleInterface* makeInterface(const QString& className, QObject* object) {
   auto* const widget = qobject_cast<QWidget*>(object);
@@ -16,10 +23,10 @@ QAccessibleInterface* makeInterface(const QString& className, QObject* object) {
   const auto is = [&className](const QMetaObject& type) {
     return className == QLatin1String(type.className());
   };
-  if (is(ImageView::staticMetaObject) || is(DotView::staticMetaObject) ||
-      is(GradientView::staticMetaObject)) {
+  if (is(ImageView::staticMetaObject) || is(GradientView::staticMetaObject)) {
     return new QAccessibleWidget(widget, QAccessible::Graphic);
   }
+  if (is(Notice::staticMetaObject)) return new QAccessibleWidget(widget, QAccessible::Notification);
   if (is(ContainerView::staticMetaObject)) {
     return new QAccessibleWidget(widget, QAccessible::Grouping);
   }
@@ -32,4 +39,21 @@ void installAccessibleRoles() {
   QAccessible::installFactory(makeInterface);
 }
 
+void announce(QWidget& window, const QString& text) {
+  if (!QAccessible::isActive() || text.isEmpty()) return;
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+  QAccessibleAnnouncementEvent event(&window, text);
+  QAccessible::updateAccessibility(&event);
+#else
+  auto* notice = window.findChild<Notice*>(QString(), Qt::FindDirectChildrenOnly);
+  if (!notice) notice = new Notice(&window);
+  notice->setGeometry(0, 0, 1, 1);
+  notice->hide();
+  notice->setAccessibleName(text);
+  notice->show();
+#endif
+}
+
 }  // namespace quorin::app
+
+#include "accessibility.moc"

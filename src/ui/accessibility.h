@@ -1,9 +1,16 @@
 #pragma once
 
+#include <QString>
+
+class QWidget;
+
 namespace quorin::app {
 
 /// Tells assistive programs what the window's own kinds of view are: pages are groups, pictures
-/// and dots are graphics. Once in a program; again does no harm.
+/// are graphics. Once in a program; again does no harm.
 void installAccessibleRoles();
+
+/// Has a screen reader say `text`, wherever the focus is. `window` holds what it is about.
+void announce(QWidget& window, const QString& text);
 
 }  // namespace quorin::app

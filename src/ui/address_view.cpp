@@ -12,7 +12,6 @@
 namespace quorin::app {
 namespace {
 
-constexpr int kPixels = 18;
 constexpr std::chrono::milliseconds kSayingCopied{1500};
 
 }  // namespace
@@ -26,7 +25,6 @@ AddressView::AddressView(const Texts& texts, QWidget* parent)
   setAccessibleName(texts.tr("address.name"));
   text_->setReadOnly(true);
   text_->setFrame(false);
-  text_->setFont(systemFont(kPixels, QFont::DemiBold));
   text_->setAccessibleName(texts.tr("address.name"));
   QPalette palette = text_->palette();
   palette.setColor(QPalette::Base, Qt::transparent);
@@ -34,11 +32,7 @@ AddressView::AddressView(const Texts& texts, QWidget* parent)
   text_->installEventFilter(this);
   network_->hide();
 
-  // As wide as the longer of its two words.
-  const int copyWidth = copy_->sizeHint().width();
-  copy_->setText(texts.tr("address.copied"));
-  copy_->setFixedWidth(std::max(copyWidth, copy_->sizeHint().width()));
-  copy_->setText(texts.tr("address.copy"));
+  setScale(1);
 
   auto* const row = new QHBoxLayout(this);
   row->setContentsMargins(0, 0, 0, 0);
@@ -59,8 +53,7 @@ AddressView::AddressView(const Texts& texts, QWidget* parent)
 void AddressView::showAddress(const QString& text, const std::vector<NetworkChoice>& networks) {
   networks_ = networks;
   if (text_->text() != text) text_->setText(text);
-  constexpr int kCursorAndMargins = 12;
-  text_->setFixedWidth(text_->fontMetrics().horizontalAdvance(text) + kCursorAndMargins);
+  fitTexts();
   copy_->setAccessibleName(texts_.tr("address.copy_it", text));
   const auto current =
       std::ranges::find(networks_, text.section(u':', 0, 0), &NetworkChoice::address);
@@ -68,6 +61,24 @@ void AddressView::showAddress(const QString& text, const std::vector<NetworkChoi
   network_->setText(name + QStringLiteral(" ▾"));
   network_->setAccessibleName(texts_.tr("address.network", name));
   network_->setVisible(networks_.size() > 1);
+}
+
+void AddressView::setScale(double scale) {
+  text_->setFont(systemFont(18 * scale, QFont::DemiBold));
+  for (PushButton* button : {copy_, network_}) button->setFont(systemFont(13 * scale));
+  fitTexts();
+}
+
+void AddressView::fitTexts() {
+  constexpr int kCursorAndMargins = 12;
+  text_->setFixedWidth(text_->fontMetrics().horizontalAdvance(text()) + kCursorAndMargins);
+  // As wide as the longer of its two words.
+  const QString shown = copy_->text();
+  copy_->setText(texts_.tr("address.copied"));
+  const int width = copy_->sizeHint().width();
+  copy_->setText(texts_.tr("address.copy"));
+  copy_->setFixedWidth(std::max(width, copy_->sizeHint().width()));
+  copy_->setText(shown);
 }
 
 void AddressView::copy() {

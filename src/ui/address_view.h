@@ -31,6 +31,9 @@ class AddressView : public ContainerView {
 
   QString text() const { return text_->text(); }
 
+  /// Makes the fonts `scale` times as large.
+  void setScale(double scale);
+
   /// Puts the whole text on the clipboard and says so for a while.
   void copy();
 
@@ -42,6 +45,7 @@ class AddressView : public ContainerView {
 
  private:
   void openMenu();
+  void fitTexts();
 
   const Texts& texts_;
   QLineEdit* text_;

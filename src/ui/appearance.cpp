@@ -1,21 +1,12 @@
 #include "ui/appearance.h"
 
+#include <QPalette>
 #include <QStyleFactory>
+#include <QWidget>
 #include <cmath>
 
 namespace quorin::app {
-
-QColor withAlpha(QColor color, double alpha) {
-  color.setAlphaF(static_cast<float>(alpha));
-  return color;
-}
-
-QFont systemFont(double pixels, QFont::Weight weight) {
-  QFont font = QApplication::font();
-  font.setPixelSize(static_cast<int>(std::lround(pixels)));
-  font.setWeight(weight);
-  return font;
-}
+namespace {
 
 QPalette darkPalette() {
   const QColor window(30, 30, 32);
@@ -34,6 +25,31 @@ QPalette darkPalette() {
   }
   palette.setColor(QPalette::PlaceholderText, colors::kLightGrey);
   return palette;
+}
+
+bool isHighContrast = false;
+
+}  // namespace
+
+void setHighContrast(bool on) {
+  isHighContrast = on;
+  for (QWidget* window : QApplication::topLevelWidgets()) window->update();
+}
+
+bool highContrast() {
+  return isHighContrast;
+}
+
+QColor withAlpha(QColor color, double alpha) {
+  color.setAlphaF(static_cast<float>(alpha));
+  return color;
+}
+
+QFont systemFont(double pixels, QFont::Weight weight) {
+  QFont font = QApplication::font();
+  font.setPixelSize(static_cast<int>(std::lround(pixels)));
+  font.setWeight(weight);
+  return font;
 }
 
 void applyDarkAppearance(QApplication& application) {

@@ -3,7 +3,6 @@
 #include <QApplication>
 #include <QColor>
 #include <QFont>
-#include <QPalette>
 
 /// The one dark look, whatever the desktop's theme is.
 namespace quorin::app {
@@ -23,7 +22,9 @@ QColor withAlpha(QColor color, double alpha);
 /// The system's font at `pixels` high.
 QFont systemFont(double pixels, QFont::Weight weight = QFont::Normal);
 
-QPalette darkPalette();
+/// White on black, where the desktop has every program so. Of what is painted from now on.
+void setHighContrast(bool on);
+bool highContrast();
 
 /// For the whole program: every window it opens is dark.
 void applyDarkAppearance(QApplication& application);

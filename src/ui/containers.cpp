@@ -1,5 +1,7 @@
 #include "ui/containers.h"
 
+#include "ui/appearance.h"
+
 #include <QLinearGradient>
 #include <QPaintEvent>
 #include <QPainter>
@@ -26,6 +28,7 @@ GradientView::GradientView(QWidget* parent) : QWidget(parent) {
 }
 
 void GradientView::paintEvent(QPaintEvent* event) {
+  if (highContrast()) return QPainter(this).fillRect(event->rect(), Qt::black);
   QLinearGradient gradient(0, height(), 0, 0);
   gradient.setColorAt(0, QColor::fromRgbF(0.02F, 0.02F, 0.02F));
   gradient.setColorAt(0.5, QColor::fromRgbF(0.08F, 0.08F, 0.08F));

@@ -79,13 +79,11 @@ void NonInteractiveLabel::setPixelSize(double pixels) {
     setFont(systemFont(pixels, QFont::Weight(font().weight())));
 }
 
-void NonInteractiveLabel::setWeight(QFont::Weight weight) {
-  if (font().weight() != weight) setFont(systemFont(font().pixelSize(), weight));
-}
-
 void NonInteractiveLabel::paintEvent(QPaintEvent*) {
   QPainter painter(this);
-  painter.setPen(palette().color(QPalette::WindowText));
+  const QColor color = palette().color(QPalette::WindowText);
+  const bool isGrey = color.saturation() == 0;
+  painter.setPen(highContrast() && isGrey ? colors::kWhite : color);
   const bool wraps = lineBreak_ == LineBreak::kWrap;
   const int flags = static_cast<int>(alignment()) | (wraps ? Qt::TextWordWrap : Qt::TextSingleLine);
   const QString shown = wraps ? text() : fontMetrics().elidedText(text(), Qt::ElideRight, width());
@@ -94,7 +92,8 @@ void NonInteractiveLabel::paintEvent(QPaintEvent*) {
   painter.drawText(place, flags, shown);
 }
 
-ImageView::ImageView(QWidget* parent) : QWidget(parent) {}
+ImageView::ImageView(pictures::PicturePtr image, QWidget* parent)
+    : QWidget(parent), image_(std::move(image)) {}
 
 void ImageView::setImage(pictures::PicturePtr image) {
   image_ = std::move(image);
@@ -113,29 +112,9 @@ void ImageView::paintEvent(QPaintEvent*) {
   image_->paint(painter, fitted(*image_, rect()));
 }
 
-NonInteractiveImageView::NonInteractiveImageView(QWidget* parent) : ImageView(parent) {
+NonInteractiveImageView::NonInteractiveImageView(pictures::PicturePtr image, QWidget* parent)
+    : ImageView(std::move(image), parent) {
   setAttribute(Qt::WA_TransparentForMouseEvents);
-}
-
-DotView::DotView(QWidget* parent) : QWidget(parent), color_(colors::kGreen) {
-  setAttribute(Qt::WA_TransparentForMouseEvents);
-}
-
-void DotView::setColor(const QColor& color) {
-  color_ = color;
-  update();
-}
-
-void paintDot(QPainter& painter, const QRectF& frame, const QColor& color) {
-  painter.setRenderHint(QPainter::Antialiasing);
-  painter.setPen(Qt::NoPen);
-  painter.setBrush(color);
-  painter.drawEllipse(frame);
-}
-
-void DotView::paintEvent(QPaintEvent*) {
-  QPainter painter(this);
-  paintDot(painter, rect(), color_);
 }
 
 void FocusVisibility::onFocusIn(Qt::FocusReason reason) {
@@ -205,7 +184,7 @@ void PushButton::paintEvent(QPaintEvent*) {
     face = face.lighter(115);
   }
   painter.setOpacity(isEnabled() ? look_.alpha : look_.alpha / 2);
-  painter.setPen(QPen(withAlpha(Qt::white, 0.10), 1));
+  painter.setPen(QPen(withAlpha(Qt::white, highContrast() ? 1 : 0.10), 1));
   painter.setBrush(face);
   painter.drawRoundedRect(frame.adjusted(0.5, 0.5, -0.5, -0.5), look_.cornerRadius,
                           look_.cornerRadius);
@@ -227,8 +206,10 @@ void PushButton::focusInEvent(QFocusEvent* event) {
   QPushButton::focusInEvent(event);
 }
 
-LinkButton::LinkButton(const QFont& font, QWidget* parent)
-    : PushButton({}, font, {.face = Qt::transparent, .cornerRadius = 6, .alpha = 0.95}, parent) {}
+LinkButton::LinkButton(const QString& title, const QFont& font, QWidget* parent)
+    : PushButton({}, font, {.face = Qt::transparent, .cornerRadius = 6, .alpha = 0.95}, parent) {
+  setTitle(title);
+}
 
 void LinkButton::setTitle(const QString& title) {
   setText(title);

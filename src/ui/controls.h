@@ -30,7 +30,6 @@ class NonInteractiveLabel : public QLabel {
 
   void setTextColor(const QColor& color);
   void setPixelSize(double pixels);
-  void setWeight(QFont::Weight weight);
 
  protected:
   void paintEvent(QPaintEvent* event) override;
@@ -43,7 +42,7 @@ class NonInteractiveLabel : public QLabel {
 class ImageView : public QWidget {
   Q_OBJECT
  public:
-  explicit ImageView(QWidget* parent);
+  ImageView(pictures::PicturePtr image, QWidget* parent);
 
   void setImage(pictures::PicturePtr image);
   bool hasImage() const { return image_ != nullptr; }
@@ -62,25 +61,7 @@ class ImageView : public QWidget {
 class NonInteractiveImageView : public ImageView {
   Q_OBJECT
  public:
-  explicit NonInteractiveImageView(QWidget* parent);
-};
-
-/// A filled circle in `frame`.
-void paintDot(QPainter& painter, const QRectF& frame, const QColor& color);
-
-/// A filled circle that takes no part in clicks, green at first.
-class DotView : public QWidget {
-  Q_OBJECT
- public:
-  explicit DotView(QWidget* parent);
-
-  void setColor(const QColor& color);
-
- protected:
-  void paintEvent(QPaintEvent* event) override;
-
- private:
-  QColor color_;
+  NonInteractiveImageView(pictures::PicturePtr image, QWidget* parent);
 };
 
 /// Whether the keyboard's place is shown: only once the keyboard has been used to get there.
@@ -150,7 +131,7 @@ class PushButton : public QPushButton {
 class LinkButton : public PushButton {
   Q_OBJECT
  public:
-  LinkButton(const QFont& font, QWidget* parent);
+  LinkButton(const QString& title, const QFont& font, QWidget* parent);
 
   /// The new title starts without underline, also under the mouse.
   void setTitle(const QString& title);

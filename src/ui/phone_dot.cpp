@@ -6,12 +6,14 @@
 #include <QKeyEvent>
 #include <QMenu>
 #include <QPainter>
+#include <algorithm>
 
 namespace quorin::app {
 
 PhoneDot::PhoneDot(const QString& disconnectText, QWidget* parent)
     : PaintedButton(parent), disconnectText_(disconnectText) {
-  connect(this, &QAbstractButton::clicked, this, [this] { openMenu(mapToGlobal(rect().center())); });
+  connect(this, &QAbstractButton::clicked, this,
+          [this] { openMenu(mapToGlobal(rect().center())); });
 }
 
 void PhoneDot::setPhone(const QString& endpoint, const QString& description) {
@@ -21,9 +23,17 @@ void PhoneDot::setPhone(const QString& endpoint, const QString& description) {
 }
 
 void PhoneDot::paintEvent(QPaintEvent*) {
+  // At the lower edge of the smallest window the dot is smaller rather than cut.
+  const QRect visible = visibleRegion().boundingRect();
+  const int side = std::min(visible.width(), visible.height());
+  QRect circle(0, 0, side, side);
+  circle.moveCenter(visible.center());
   QPainter painter(this);
-  paintDot(painter, rect(), colors::kGreen);
-  if (showsFocus()) FocusVisibility::paintRing(painter, rect(), width() / 2.0);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(colors::kGreen);
+  painter.drawEllipse(circle);
+  if (showsFocus()) FocusVisibility::paintRing(painter, circle, side / 2.0);
 }
 
 void PhoneDot::keyPressEvent(QKeyEvent* event) {

@@ -19,7 +19,7 @@ constexpr int kFallPerLook = 6;  ///< dB, so that a word does not flicker
 }  // namespace
 
 CheckBox::CheckBox(const QString& text, QWidget* parent) : QCheckBox(text, parent) {
-  QPalette palette = darkPalette();
+  QPalette palette = this->palette();
   palette.setColor(QPalette::Base, QColor(96, 96, 100));  // an empty box is seen on black
   setPalette(palette);
   setFont(systemFont(13));

@@ -50,19 +50,11 @@ class Texts {
   /// From the bundle, else from the texts built in for the menu, else the key. A bundle's entry
   /// that equals its key counts as missing.
   QString tr(TrKey key) const { return find(key.name()); }
-  QString tr(TextKey<Lookup::kTr, Shape::kFormat> key, int n) const { return find(key.name(), n); }
+  QString tr(TextKey<Shape::kFormat> key, int n) const { return find(key.name(), n); }
 
   template <typename... Arguments>
-  QString tr(TextKey<Lookup::kTr, Shape::kPattern> key, const Arguments&... arguments) const {
+  QString tr(TextKey<Shape::kPattern> key, const Arguments&... arguments) const {
     return find(key.name()).arg(arguments...);
-  }
-
-  /// From the bundle alone; the key when it has no entry.
-  QString bundle(TextKey<Lookup::kBundle, Shape::kText> key) const {
-    return bundle_.text(key.name());
-  }
-  QString bundle(TextKey<Lookup::kBundle, Shape::kFormat> key, int n) const {
-    return bundle_.text(key.name(), n);
   }
 
  private:

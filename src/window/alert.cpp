@@ -33,7 +33,6 @@ QLabel* makeText(const QString& text, const QFont& font, const QColor& color, QW
 
 Alert::Alert(const AlertContent& content, QWidget* window) : QDialog(window, Qt::Sheet) {
   setAttribute(Qt::WA_DeleteOnClose);
-  setPalette(darkPalette());
   setWindowTitle(content.title);
   setAccessibleName(content.title);
   setAccessibleDescription(content.text);
@@ -50,9 +49,7 @@ Alert::Alert(const AlertContent& content, QWidget* window) : QDialog(window, Qt:
   layout->setVerticalSpacing(12);
   layout->setSizeConstraint(QLayout::SetFixedSize);
   if (content.icon) {
-    auto* const icon = new ImageView(this);
-    icon->setImage(content.icon);
-    icon->setAccessibleName(content.title);
+    auto* const icon = new ImageView(content.icon, this);
     icon->setFixedSize(kIconSide, kIconSide);
     layout->addWidget(icon, 0, 0, 2, 1, Qt::AlignTop);
   }

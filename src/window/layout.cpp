@@ -8,17 +8,17 @@ namespace {
 
 using enum View;
 
-/// Lays one window out, page by page.
-class Pages {
+/// Lays the window out once, page by page.
+class Planner {
  public:
-  Pages(Size bounds, const ScreenState& state, const TextMeasure& measure)
+  Planner(Size bounds, const ScreenState& state, const TextMeasure& measure)
       : w_(bounds.width), h_(bounds.height), state_(state), measure_(measure) {}
 
   Layout layOut() {
     const Rect whole{0, 0, w_, h_};
     for (const View view :
          {backgroundGradient_, menuContainer_, audioCheckOverlay_, audioGuardView_, micDeniedView_,
-          onlineContainer_, connectedContainer_, splashOverlay_, onlineSwiftUIView_}) {
+          onlineContainer_, connectedContainer_, splashOverlay_}) {
       layout_[view] = whole;
     }
     layOutCablePage();
@@ -27,7 +27,7 @@ class Pages {
     layOutChecks();
     layOutWifiPage();
     layOutStreamControls();
-    centerConnectedPairInBounds({w_, h_}, measure_, layout_);
+    centerConnectedPairInBounds();
     layOutLogos();
     return std::move(layout_);
   }
@@ -120,13 +120,15 @@ class Pages {
     layout_[onlineQRMicroLabel_] = {20, codeBottom - lineHeight - 52, textWidth, lineHeight};
     layout_[onlineAddressView_] = {20, codeBottom - 41, textWidth, 34};  // between the two
 
-    if (visibleViews(state_).contains(onlineTitleLabel_)) layOutTitleInTheMiddle(textWidth);
+    const Screen screen = screenOf(state_);
+    if (screen == Screen::kWifiMessage || screen == Screen::kWifiProblem) {
+      layOutTitleInTheMiddle(textWidth, screen == Screen::kWifiProblem);
+    }
   }
 
   /// The title, and beneath it what a problem has to say and to offer, centred as one.
-  void layOutTitleInTheMiddle(double textWidth) {
+  void layOutTitleInTheMiddle(double textWidth, bool isProblem) {
     constexpr double kButtonHeight = 36;
-    const bool isProblem = state_.wifi == WiFiPage::Content::kProblem;
     const double titleHeight = measure_.textHeight(onlineTitleLabel_, textWidth);
     const double detailHeight = isProblem ? measure_.textHeight(onlineDetailLabel_, textWidth) : 0;
     const double beneath = isProblem ? 14 + detailHeight + 28 + kButtonHeight : 0;
@@ -176,7 +178,7 @@ class Pages {
 
     constexpr double kHeight = 28;
     constexpr double kGap = 12;
-    const bool hasButton = visibleViews(state_).contains(silenceMoveButton_);
+    const bool hasButton = state_.silent && state_.mayBeMoved;
     const double button =
         hasButton ? std::max(80.0, std::ceil(measure_.textWidth(silenceMoveButton_)) + 28) : -kGap;
     const double text =
@@ -185,6 +187,27 @@ class Pages {
     const double y = state_.page == Page::kWifi ? h_ / 2 + 150 + 8 : h_ / 2 + 80;
     layout_[silenceLabel_] = {x, y, text, kHeight};
     if (hasButton) layout_[silenceMoveButton_] = {x + text + kGap, y, button, kHeight};
+  }
+
+  /// The green dot and its label, as one.
+  void centerConnectedPairInBounds() {
+    constexpr double kLargest = 64;
+    constexpr double kSmallest = 28;
+    double pixels = kLargest;
+    Size label = measure_.fittedSize(connectedLabel_, pixels);
+    while (label.width + 84 > 0.8 * w_ && pixels > kSmallest) {
+      label = measure_.fittedSize(connectedLabel_, --pixels);
+    }
+
+    const double dot = std::clamp(0.06 * w_, 36.0, 60.0);
+    const double gap = 0.4 * dot;
+    const double x = (w_ - (dot + gap + label.width)) / 2;
+    const double y = (h_ - std::max(dot, label.height)) / 2;
+    layout_.connectedFontPixels = pixels;
+    layout_[connectedDotView_] = {x, y, dot, dot};
+    layout_[connectedLabel_] = {x + dot + gap, y + (dot - label.height) / 2, label.width,
+                                label.height};
+    layout_[connectedQRImageView_] = {(w_ - 240) / 2, std::max(y - 270, 20.0), 240, 240};
   }
 
   void layOutLogos() {
@@ -205,40 +228,8 @@ class Pages {
 
 }  // namespace
 
-View smallContainerOf(View view) {
-  switch (view) {
-    case usbMainLabel_:
-    case usbSecondary2Label_:
-      return instructionsBox_;
-    case cableStatusLabel:
-      return bottomBar_;
-    default:
-      return count;
-  }
-}
-
 Layout layoutUIForBounds(Size bounds, const ScreenState& state, const TextMeasure& measure) {
-  return Pages(bounds, state, measure).layOut();
-}
-
-void centerConnectedPairInBounds(Size bounds, const TextMeasure& measure, Layout& layout) {
-  constexpr double kLargest = 64;
-  constexpr double kSmallest = 28;
-  double pixels = kLargest;
-  Size label = measure.fittedSize(connectedLabel_, pixels);
-  while (label.width + 84 > 0.8 * bounds.width && pixels > kSmallest) {
-    label = measure.fittedSize(connectedLabel_, --pixels);
-  }
-
-  const double dot = std::clamp(0.06 * bounds.width, 36.0, 60.0);
-  const double gap = 0.4 * dot;
-  const double x = (bounds.width - (dot + gap + label.width)) / 2;
-  const double y = (bounds.height - std::max(dot, label.height)) / 2;
-  layout.connectedFontPixels = pixels;
-  layout[connectedDotView_] = {x, y, dot, dot};
-  layout[connectedLabel_] = {x + dot + gap, y + (dot - label.height) / 2, label.width,
-                             label.height};
-  layout[connectedQRImageView_] = {(bounds.width - 240) / 2, std::max(y - 270, 20.0), 240, 240};
+  return Planner(bounds, state, measure).layOut();
 }
 
 }  // namespace quorin::app

@@ -1,30 +1,62 @@
 #include "window/main_window.h"
 
 #include "core/identity.h"
+#include "platform/desktop/look.h"
 #include "platform/desktop/window_front.h"
-#include "ui/appearance.h"
 
 #include <QCloseEvent>
 #include <QScreen>
+#include <QScrollArea>
 #include <QShortcut>
+#include <QTimer>
+#include <QVBoxLayout>
+#include <utility>
 
 namespace quorin::app {
 
-MainWindow::MainWindow(QWidget* parent) : QWidget(parent) {
-  setWindowTitle(QString::fromLatin1(kProgramName));
-  setPalette(darkPalette());
+MainWindow::MainWindow(QWidget* parent)
+    : QWidget(parent), area_(new QScrollArea(this)), content_(new QWidget) {
   setMinimumSize(kMinimumSize);
-  setAttribute(Qt::WA_OpaquePaintEvent);  // the background view covers every pixel
-  setAttribute(Qt::WA_NoSystemBackground);
-  auto* const quit = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), this);
-  quit->setContext(Qt::ApplicationShortcut);
-  connect(quit, &QShortcut::activated, this, &MainWindow::quitRequested);
+  setWindowTitle(QString::fromLatin1(kProgramName));
+  content_->setMinimumSize(kMinimumSize);
+  content_->setAttribute(Qt::WA_OpaquePaintEvent);  // the background view covers every pixel
+  content_->setAttribute(Qt::WA_NoSystemBackground);
+  content_->installEventFilter(this);
+  area_->setFrameShape(QFrame::NoFrame);
+  area_->setFocusPolicy(Qt::NoFocus);
+  area_->setWidgetResizable(true);
+  area_->setWidget(content_);
+  auto* const layout = new QVBoxLayout(this);
+  layout->setContentsMargins({});
+  layout->addWidget(area_);
+
+  const auto onKey = [this](const QKeySequence& keys, Qt::ShortcutContext context, auto act) {
+    auto* const shortcut = new QShortcut(keys, this);
+    shortcut->setContext(context);
+    connect(shortcut, &QShortcut::activated, this, act);
+  };
+  onKey(Qt::CTRL | Qt::Key_Q, Qt::ApplicationShortcut, &MainWindow::quitRequested);
+  onKey(Qt::CTRL | Qt::Key_W, Qt::WindowShortcut, &MainWindow::close);
+  onKey(Qt::Key_F1, Qt::WindowShortcut, &MainWindow::helpRequested);
 }
 
 void MainWindow::placeInitially() {
+  resize(kInitialSize);
+  fitIntoWorkArea();
+  isPlaced_ = false;
+  desktop::askForDarkTitleBar(winId());
+}
+
+/// With its decorations, whose size is known only once the window is shown.
+void MainWindow::fitIntoWorkArea() {
   const QRect room = screen()->availableGeometry();
-  resize(kInitialSize.boundedTo(room.size()).expandedTo(kMinimumSize));
-  move(room.center() - rect().center());
+  const QSize decorations = frameGeometry().size() - size();
+  setMinimumSize(kMinimumSize.boundedTo(room.size() - decorations));
+  if (isMaximized() || isFullScreen() || room.contains(frameGeometry())) return;
+  resize(size().boundedTo(room.size() - decorations));
+  QRect frame(QPoint(), size() + decorations);
+  frame.moveCenter(room.center());
+  move(frame.topLeft());
 }
 
 void MainWindow::bringToFront(const QString& activationToken) {
@@ -39,8 +71,17 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   event->ignore();
 }
 
-void MainWindow::resizeEvent(QResizeEvent*) {
-  emit resized();
+bool MainWindow::event(QEvent* event) {
+  // The window manager has decorated the window by the time it activates it.
+  if (event->type() == QEvent::WindowActivate && std::exchange(isPlaced_, true) == false) {
+    QTimer::singleShot(0, this, &MainWindow::fitIntoWorkArea);
+  }
+  return QWidget::event(event);
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() == QEvent::Resize) emit resized();
+  return QWidget::eventFilter(watched, event);
 }
 
 }  // namespace quorin::app

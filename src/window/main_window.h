@@ -2,32 +2,47 @@
 
 #include <QWidget>
 
+class QScrollArea;
+
 namespace quorin::app {
 
-/// The program's one window; it is its own content view. Closing it only hides it: the program
-/// goes on, and starting it again brings the window back. Ctrl+Q quits. Main thread.
+/// The program's one window. Closing it only hides it: the program goes on, and starting it again
+/// brings the window back. Main thread.
 class MainWindow : public QWidget {
   Q_OBJECT
  public:
+  /// Of the content. The window is smaller only on a screen that has no room for this; the content
+  /// then keeps its size and scrolls.
   static constexpr QSize kMinimumSize{720, 680};
   static constexpr QSize kInitialSize{1200, 750};
 
   explicit MainWindow(QWidget* parent = nullptr);
 
+  QWidget& content() const { return *content_; }
+
   /// To the middle of the screen, at its initial size where the screen has that much room.
   void placeInitially();
 
   /// Shows the window, also one that is hidden or minimised, in front of the others.
-  /// `activationToken` is what the desktop gave the person's wish to see it; may be empty.
+  /// `activationToken` is what the desktop gave the user's wish to see it; may be empty.
   void bringToFront(const QString& activationToken);
 
  signals:
-  void resized();
+  void resized();  ///< the content
   void quitRequested();
+  void helpRequested();
 
  protected:
   void closeEvent(QCloseEvent* event) override;
-  void resizeEvent(QResizeEvent* event) override;
+  bool event(QEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  void fitIntoWorkArea();
+
+  bool isPlaced_ = true;  ///< with its decorations in mind
+  QScrollArea* area_;
+  QWidget* content_;
 };
 
 }  // namespace quorin::app

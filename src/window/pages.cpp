@@ -1,7 +1,7 @@
 #include "window/pages.h"
 
+#include "ui/appearance.h"
 #include "window/alert.h"
-#include "window/guard_screen.h"
 
 namespace quorin::app {
 namespace {
@@ -9,6 +9,11 @@ namespace {
 /// Spares the layout a label whose text stays.
 void setText(QLabel& label, const QString& text) {
   if (label.text() != text) label.setText(text);
+}
+
+void showStatus(NonInteractiveLabel& label, const QString& prefix, const DeviceStatus& status) {
+  setText(label, QStringLiteral("%1: %2").arg(prefix, QString::fromStdString(status.name)));
+  label.setTextColor(status.right ? colors::kGreen : colors::kOrange);
 }
 
 }  // namespace
@@ -69,31 +74,47 @@ void Pages::presentMessage(const QString& text, bool isStatus) {
 }
 
 void Pages::confirmStop(std::function<void()> stop) {
-  QWidget* const window = parts_.views.contentView_.window();
+  QWidget* const window = parts_.views.contentView->window();
   window->show();
   if (stopQuestion_) stopQuestion_->reject();  // another way to stop
   stopQuestion_ = askToStop(parts_.texts, window, std::move(stop));
 }
 
 void Pages::showPrivacyTerms() {
-  app::showPrivacyTerms(parts_.texts, parts_.images, parts_.views.contentView_.window());
+  app::showPrivacyTerms(parts_.texts, parts_.images, parts_.views.contentView->window());
 }
 
 void Pages::apply(const GuardState& guard) {
-  showGuardTexts(guard, parts_.texts, parts_.views);
-  const bool appears = guard.guard && !parts_.screens.state().guard;
+  const Texts& texts = parts_.texts;
+  const Views& views = parts_.views;
+  const auto text =
+      guard.hasServer ? TrKey::find(guard.textKey) : TrKey("audio.guard.text.no_server");
+  if (text) setText(*views.audioGuardTextLabel_, texts.tr(*text));
+  views.audioGuardSetUpButton_->setEnabled(!guard.settingUp);
+  views.audioGuardSetUpButton_->setText(
+      texts.tr(guard.settingUp ? TrKey("audio.guard.setup.working") : TrKey("audio.guard.setup")));
+  const auto failure = TrKey::find(guard.setUpFailureKey);
+  setText(*views.audioGuardSetUpNoteLabel_,
+          texts.tr(failure.value_or(TrKey("audio.guard.setup.note"))));
+  views.audioGuardSetUpNoteLabel_->setTextColor(failure ? colors::kOrange : colors::kLightGrey);
+  showStatus(*views.audioGuardStatusOutLabel_,
+             texts.tr(guard.output.right ? TrKey("audio.guard.status.out.ok")
+                                         : TrKey("audio.guard.status.out.missing")),
+             guard.output);
+  showStatus(*views.audioGuardStatusInLabel_,
+             texts.tr(guard.input.right ? TrKey("audio.guard.status.in.ok")
+                                        : TrKey("audio.guard.status.in.missing")),
+             guard.input);
   parts_.screens.update([&guard](ScreenState& state) {
     state.microphoneDenied = guard.microphone;
     state.guard = guard.guard;
     state.checking = guard.checking;
   });
-  if (appears) parts_.views.audioGuardSetUpButton_->setFocus();  // Return presses it
 }
 
 void Pages::showCable(const CableState& state) {
-  parts_.views.cableStatusLabel->setText(state.connected
-                                             ? QStringLiteral("Cable: Conectado")
-                                             : parts_.texts.bundle("waiting_connection"));
+  parts_.views.cableStatusLabel->setText(state.connected ? QStringLiteral("Cable: Conectado")
+                                                         : parts_.texts.tr("waiting_connection"));
   setText(state.connected ? *parts_.views.connectedLabel_ : *parts_.views.usbSecondary2Label_,
           cableText(state, parts_.texts));
   parts_.screens.update([&state](ScreenState& screen) { screen.channelOpen = state.connected; });
@@ -123,7 +144,7 @@ void Pages::showSplashGone() {
 }
 
 void Pages::showSettingsMissing(desktop::SettingsPage page) {
-  showSettingsHelp(parts_.texts, page, parts_.views.contentView_.window());
+  showSettingsHelp(parts_.texts, page, parts_.views.contentView->window());
 }
 
 }  // namespace quorin::app

@@ -66,7 +66,6 @@ class Pages : public WiFiPageView, public MenuView, public GuardScreens {
   void confirmStop(std::function<void()> stop) override;
   void showPrivacyTerms() override;
 
-  bool hasContentView() const override { return true; }
   bool splashIsUp() const override { return parts_.screens.state().splash; }
   void apply(const GuardState& guard) override;
   void leavePages() override;

@@ -3,89 +3,56 @@
 #include <algorithm>
 
 namespace quorin::app {
-namespace {
 
-ViewSet streamControls(const ScreenState& state) {
-  using enum View;
-  ViewSet views = {levelMeter_};
-  if (state.lent) views.add({playHereBox_});
-  if (state.silent) views.add({silenceLabel_});
-  if (state.silent && state.mayBeMoved) views.add({silenceMoveButton_});
-  return views;
-}
-
-ViewSet wifiViews(const ScreenState& state) {
-  using enum View;
-  using Content = WiFiPage::Content;
-  ViewSet views = {onlineContainer_, backButton_};
-  switch (state.wifi) {
-    case Content::kCode:
-      views.add(streamControls(state));
-      views.add({onlineQRImageView_, onlineQRMicroLabel_, onlineAddressView_, onlineInfoLabel_});
-      break;
-    case Content::kMessage:
-      views.add({onlineTitleLabel_});
-      break;
-    case Content::kProblem:
-      views.add({onlineTitleLabel_, onlineDetailLabel_, onlineRetryButton_});
-      if (state.otherPort) views.add({onlineOtherPortButton_});
-      break;
-  }
-  return views;
-}
-
-ViewSet pageViews(const ScreenState& state) {
-  using enum View;
+Screen screenOf(const ScreenState& state) {
+  using enum Screen;
+  if (state.splash) return kSplash;
+  if (state.microphoneDenied) return kMicrophone;
+  if (state.guard) return kGuard;
+  if (state.checking) return kChecking;
   switch (state.page) {
     case Page::kNone:
-      return {};
+      break;
     case Page::kMenu:
-      return {menuContainer_,   menuHeaderLabel_,      menuOnlineButton_,  menuOnlineTitle_,
-              menuOnlineNote_,  menuOnlineImageView_,  menuOfflineButton_, menuOfflineTitle_,
-              menuOfflineNote_, menuOfflineImageView_, menuPrivacyButton_, menuCopyrightLabel_};
-    case Page::kCable: {
-      ViewSet views = streamControls(state);
-      if (state.channelOpen) {
-        views.add({connectedContainer_, connectedDotView_, connectedLabel_, backButton_});
-      } else {
-        views.add({instructionsBox_, usbMainLabel_, usbSecondary2Label_, backButton_});
-      }
-      return views;
-    }
+      return kMenu;
+    case Page::kCable:
+      return state.channelOpen ? kCableConnected : kCableWaiting;
     case Page::kWifi:
-      return wifiViews(state);
+      switch (state.wifi) {
+        case WiFiPage::Content::kCode:
+          return kWifiCode;
+        case WiFiPage::Content::kMessage:
+          return kWifiMessage;
+        case WiFiPage::Content::kProblem:
+          return kWifiProblem;
+      }
   }
-  return {};
-}
-
-}  // namespace
-
-ViewSet visibleViews(const ScreenState& state) {
-  using enum View;
-  if (state.splash) return {backgroundGradient_, splashOverlay_, splashImageView_};
-
-  ViewSet visible = {backgroundGradient_, topLogoImageView_};
-  if (state.microphoneDenied) {
-    visible.add({micDeniedView_, micDeniedImageView_, micDeniedLabel_, micDeniedAllowButton_});
-  } else if (state.guard) {
-    visible.add({audioGuardView_, audioGuardTitleLabel_, audioGuardTextLabel_,
-                 audioGuardStatusOutLabel_, audioGuardStatusInLabel_, audioGuardSetUpButton_,
-                 audioGuardOpenSettingsButton_, audioGuardSetUpNoteLabel_});
-  } else if (state.checking) {
-    visible.add({audioCheckOverlay_, audioCheckLabel_});
-  } else {
-    visible.add(pageViews(state));
-  }
-  return visible;
+  return kNone;
 }
 
 bool pageIsInFront(const ScreenState& state) {
-  return !state.splash && !state.microphoneDenied && !state.guard && !state.checking;
+  return screenOf(state) >= Screen::kNone;
+}
+
+ViewSet visibleViews(const ScreenState& state) {
+  using enum Screen;
+  const auto on = [screen = screenOf(state)](auto... any) { return ((screen == any) || ...); };
+  constexpr bool always = true;
+  constexpr bool never = false;
+  const bool onWifi = on(kWifiCode, kWifiMessage, kWifiProblem);
+  const bool inAMode = onWifi || on(kCableWaiting, kCableConnected);
+  const bool streams = on(kWifiCode, kCableWaiting, kCableConnected);
+
+  ViewSet visible;
+#define QUORIN_SHOW(kind, name, container, shown, ...) \
+  if (shown) visible.add(View::name);
+  QUORIN_VIEWS(QUORIN_SHOW)
+#undef QUORIN_SHOW
+  return visible;
 }
 
 int visibleStatusDots(const ScreenState& state) {
-  if (!visibleViews(state).contains(View::onlineInfoLabel_)) return 0;
-  return std::clamp(state.clients, 0, kMaxStatusDots);
+  return screenOf(state) == Screen::kWifiCode ? std::clamp(state.clients, 0, kMaxStatusDots) : 0;
 }
 
 }  // namespace quorin::app

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "modes/wifi_page.h"
-#include "window/view_id.h"
+#include "window/view_table.h"
+
+#include <cstdint>
 
 /// What is visible, decided in one place.
 namespace quorin::app {
@@ -14,10 +16,10 @@ struct ScreenState {
   bool microphoneDenied = false;
   bool guard = false;
   bool checking = false;
-  Page page = Page::kNone;  ///< where the person is, also while something is in front of it
+  Page page = Page::kNone;  ///< where the user is, also while something is in front of it
   bool channelOpen = false;
   WiFiPage::Content wifi = WiFiPage::Content::kCode;
-  bool otherPort = false;  ///< is offered where the page tells of a problem
+  bool otherPort = false;  ///< is offered where the page reports a problem
   int clients = 0;
   bool lent = false;        ///< the device is, so that this computer may play as well
   bool silent = false;      ///< a running stream carries nothing
@@ -26,14 +28,31 @@ struct ScreenState {
   bool operator==(const ScreenState&) const = default;
 };
 
-/// One screen at a time: the splash, else the microphone screen, else the guard, else the check,
-/// else the page. Everything else is hidden, whatever has been set for it.
-ViewSet visibleViews(const ScreenState& state);
+/// What stands in front. Earlier ones outrank the pages from `kMenu` on.
+enum class Screen : std::uint8_t {
+  kSplash,
+  kMicrophone,
+  kGuard,
+  kChecking,
+  kNone,
+  kMenu,
+  kCableWaiting,
+  kCableConnected,
+  kWifiCode,
+  kWifiMessage,
+  kWifiProblem,
+};
+Screen screenOf(const ScreenState& state);
 
 /// Nothing stands in front of the page.
 bool pageIsInFront(const ScreenState& state);
 
-/// How many of the status dots are visible: one a client, at most `kMaxStatusDots`.
+/// The views of that one screen; all others are hidden, whatever has been set for them.
+ViewSet visibleViews(const ScreenState& state);
+
+inline constexpr int kMaxStatusDots = 10;
+
+/// How many of the status dots are visible: one a client.
 int visibleStatusDots(const ScreenState& state);
 
 }  // namespace quorin::app

@@ -1,34 +1,106 @@
 #include "window/screens.h"
 
-#include "window/text_measure.h"
+#include "ui/accessibility.h"
+#include "window/main_window.h"
 
-#include <QApplication>
+#include <QAbstractButton>
+#include <QLabel>
+#include <algorithm>
 #include <cmath>
 
 namespace quorin::app {
 namespace {
+
+/// From this size on everything grows with the window.
+constexpr Size kGrowsFrom{1920, 1080};
 
 bool hasPicture(const QWidget& widget) {
   const auto* const image = qobject_cast<const ImageView*>(&widget);
   return !image || image->hasImage();
 }
 
-/// From the layout's coordinates to the toolkit's, whose y grows downwards from the top.
-QRect toWidget(const Rect& frame, double containerHeight) {
-  const double top = containerHeight - frame.y - frame.height;
-  return {static_cast<int>(std::lround(frame.x)), static_cast<int>(std::lround(top)),
-          static_cast<int>(std::lround(frame.width)), static_cast<int>(std::lround(frame.height))};
+QString textOf(const QWidget& widget) {
+  if (const auto* const label = qobject_cast<const QLabel*>(&widget)) return label->text();
+  if (const auto* const button = qobject_cast<const QAbstractButton*>(&widget)) {
+    return button->text();
+  }
+  return {};
 }
 
-/// The first view, in tab order, that the keyboard can reach now.
-QWidget* firstInTabOrder(QWidget& window) {
-  for (QWidget* view = window.nextInFocusChain(); view != &window;
-       view = view->nextInFocusChain()) {
-    if (view->isVisible() && view->isEnabled() && (view->focusPolicy() & Qt::TabFocus) != 0) {
-      return view;
-    }
+/// Of what the views show now, at `scale`, in points.
+class ViewTextMeasure final : public TextMeasure {
+ public:
+  ViewTextMeasure(const Views& views, double scale) : views_(views), scale_(scale) {}
+
+  double textHeight(View view, double width) const override {
+    const QWidget& widget = *views_.find(view);
+    const QRect room(0, 0, static_cast<int>(std::floor(width * scale_)), 0);
+    const auto flags = Qt::TextWordWrap;
+    return std::ceil(widget.fontMetrics().boundingRect(room, flags, textOf(widget)).height() /
+                     scale_);
   }
-  return nullptr;
+  double textWidth(View view) const override { return fittedSize(view, fontPixels(view)).width; }
+  Size fittedSize(View view, double pixels) const override {
+    const QWidget& widget = *views_.find(view);
+    QFont font = widget.font();
+    font.setPixelSize(static_cast<int>(std::lround(pixels * scale_)));
+    const QSizeF size = QFontMetrics(font).size(Qt::TextSingleLine, textOf(widget)) / scale_;
+    return {size.width(), size.height()};
+  }
+  double lineHeight(View view) const override {
+    const QFontMetricsF metrics(views_.find(view)->font());
+    return (metrics.ascent() + metrics.descent() + metrics.leading()) / scale_;
+  }
+  double fontPixels(View view) const override {
+    return views_.find(view)->font().pixelSize() / scale_;
+  }
+
+ private:
+  const Views& views_;
+  double scale_;
+};
+
+/// From the layout's coordinates to the toolkit's, whose y grows downwards from the top.
+QRect toWidget(const Rect& frame, double containerHeight, double scale) {
+  const QRectF flipped(frame.x, containerHeight - frame.top(), frame.width, frame.height);
+  return {static_cast<int>(std::lround(flipped.x() * scale)),
+          static_cast<int>(std::lround(flipped.y() * scale)),
+          static_cast<int>(std::lround(flipped.width() * scale)),
+          static_cast<int>(std::lround(flipped.height() * scale))};
+}
+
+/// What a screen reader says of a screen.
+struct Words {
+  View title;   ///< said on entering
+  View status;  ///< said on entering and whenever it changes
+};
+
+Words wordsOf(Screen screen) {
+  using enum View;
+  switch (screen) {
+    case Screen::kSplash:
+    case Screen::kNone:
+      break;
+    case Screen::kMicrophone:
+      return {micDeniedLabel_, contentView};
+    case Screen::kGuard:
+      return {audioGuardTitleLabel_, audioGuardTextLabel_};
+    case Screen::kChecking:
+      return {audioCheckLabel_, contentView};
+    case Screen::kMenu:
+      return {menuHeaderLabel_, contentView};
+    case Screen::kCableWaiting:
+      return {usbMainLabel_, usbSecondary2Label_};
+    case Screen::kCableConnected:
+      return {contentView, connectedLabel_};
+    case Screen::kWifiCode:
+      return {menuOnlineTitle_, onlineInfoLabel_};
+    case Screen::kWifiMessage:
+      return {contentView, onlineTitleLabel_};
+    case Screen::kWifiProblem:
+      return {onlineTitleLabel_, onlineDetailLabel_};
+  }
+  return {contentView, contentView};
 }
 
 }  // namespace
@@ -39,73 +111,93 @@ void Screens::update(const std::function<void(ScreenState&)>& change) {
   if (before.splash && !state_.splash) views_.removeSplash();
   applyVisibility();
   layoutUI();
+  announce();
   onUpdate_();
 }
 
+/// The keyboard keeps its place, or gets the first of the new screen: with a ring only where the
+/// place before had one.
 void Screens::applyVisibility() {
   const ViewSet visible = visibleViews(state_);
-  QWidget& window = *views_.contentView_.window();
-
-  // A view that goes would hand the keyboard to some other view, with a ring nobody asked for.
-  QWidget* const focused = window.focusWidget();
-  bool keyboardInUse = false;
+  QWidget* focused = views_.contentView->window()->focusWidget();
+  bool showsFocus = false;
+  QWidget* first = nullptr;
   for (std::size_t i = 0; i < kViewCount; ++i) {
     QWidget* const view = views_.find(static_cast<View>(i));
     if (!view || visible.contains(static_cast<View>(i))) continue;
-    if (view == focused && !view->isHidden()) {
-      const auto* const button = qobject_cast<const PushButton*>(view);
-      keyboardInUse = button && button->showsFocus();
-      view->clearFocus();
+    if (focused && (view == focused || view->isAncestorOf(focused))) {
+      const auto* const button = qobject_cast<const PushButton*>(focused);
+      showsFocus = button && button->showsFocus();
+      focused->clearFocus();
+      focused = nullptr;
     }
     view->hide();
   }
-  placeSharedViews();
   for (std::size_t i = 0; i < kViewCount; ++i) {
     QWidget* const view = views_.find(static_cast<View>(i));
-    if (view && visible.contains(static_cast<View>(i))) view->setVisible(hasPicture(*view));
+    if (!view || !visible.contains(static_cast<View>(i))) continue;
+    view->setVisible(hasPicture(*view));
+    if (!first && (view->focusPolicy() & Qt::TabFocus) && view->isEnabled()) first = view;
   }
-  if (keyboardInUse) {
-    if (QWidget* const first = firstInTabOrder(window)) first->setFocus(Qt::TabFocusReason);
+  if (first && !views_.contentView->window()->focusWidget()) {
+    first->setFocus(showsFocus ? Qt::TabFocusReason : Qt::MouseFocusReason);
   }
 }
 
-void Screens::placeSharedViews() {
-  QWidget* const page = state_.page == Page::kWifi ? views_.onlineContainer_ : &views_.contentView_;
-  for (QWidget* const view : std::initializer_list<QWidget*>{
-           views_.backButton_, views_.silenceLabel_, views_.silenceMoveButton_, views_.levelMeter_,
-           views_.playHereBox_}) {
-    if (view->parentWidget() != page) view->setParent(page);
-    view->raise();
-  }
-  if (views_.splashOverlay_) views_.splashOverlay_->raise();
+void Screens::setTextScale(double scale) {
+  textScale_ = std::max(1.0, scale);
+  views_.contentView->setMinimumSize(MainWindow::kMinimumSize * textScale_);
+  layoutUI();
 }
 
 void Screens::layoutUI() {
-  views_.applyTypographyForBounds();
-  const QSize size = views_.contentView_.size();
-  const Size bounds{static_cast<double>(size.width()), static_cast<double>(size.height())};
+  const QSize size = views_.contentView->size();
+  const double growth =
+      std::min(size.width() / kGrowsFrom.width, size.height() / kGrowsFrom.height);
+  const double scale = std::max({1.0, growth, textScale_});
+  const Size bounds{size.width() / scale, size.height() / scale};
+  views_.applyTypographyForBounds(scale);
   // Measuring loads the system's fonts, which the splash, without a text, need not wait for.
-  const Layout layout = state_.splash ? layoutUIForBounds(bounds, state_, NoTexts())
-                                      : layoutUIForBounds(bounds, state_, ViewTextMeasure(views_));
+  const Layout layout = state_.splash
+                            ? layoutUIForBounds(bounds, state_, TextMeasure())
+                            : layoutUIForBounds(bounds, state_, ViewTextMeasure(views_, scale));
 
-  views_.connectedLabel_->setPixelSize(layout.connectedFontPixels);
+  views_.connectedLabel_->setPixelSize(layout.connectedFontPixels * scale);
   for (std::size_t i = 0; i < kViewCount; ++i) {
     const auto view = static_cast<View>(i);
     if (!views_.find(view) || !layout[view]) continue;
-    const View container = smallContainerOf(view);
-    const double height = container == View::count ? bounds.height : layout[container]->height;
-    views_.find(view)->setGeometry(toWidget(*layout[view], height));
+    const View container = kContainers[i];
+    const double height =
+        container == View::contentView ? bounds.height : layout[container]->height;
+    views_.find(view)->setGeometry(toWidget(*layout[view], height, scale));
   }
   for (std::size_t i = 0; i < views_.onlineStatusDots_.size(); ++i) {
     PhoneDot& dot = *views_.onlineStatusDots_[i];
     const bool isShown = i < layout.statusDots.size();
     if (isShown) {
-      dot.setGeometry(toWidget(layout.statusDots[i], bounds.height));
+      dot.setGeometry(toWidget(layout.statusDots[i], bounds.height, scale));
     } else if (dot.hasFocus() && !layout.statusDots.empty()) {
       views_.onlineStatusDots_[layout.statusDots.size() - 1]->setFocus(Qt::TabFocusReason);
     }
     dot.setVisible(isShown);
   }
+}
+
+void Screens::announce() {
+  const Screen screen = screenOf(state_);
+  const auto [title, status] = wordsOf(screen);
+  const auto textOfView = [this](View view) {
+    return view == View::contentView ? QString() : textOf(*views_.find(view));
+  };
+  const bool isNew = std::exchange(announcedScreen_, screen) != screen;
+  const QString news = textOfView(status);
+  if (!isNew && news == announcedStatus_) return;
+  announcedStatus_ = news;
+  QStringList sentences;
+  if (isNew) sentences << textOfView(title);
+  sentences << news;
+  sentences.removeAll(QString());
+  app::announce(*views_.contentView, sentences.join(QStringLiteral(". ")));
 }
 
 }  // namespace quorin::app

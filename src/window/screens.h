@@ -4,12 +4,13 @@
 #include "window/screen_state.h"
 #include "window/views.h"
 
+#include <QString>
 #include <functional>
 
 namespace quorin::app {
 
-/// Makes a state visible: shows its views, hides all others and lays the window out. The only
-/// code that shows, hides or places a view. Main thread.
+/// Makes a state visible: shows its views, hides all others, lays the window out, and announces to
+/// screen readers what is new. The only code that shows, hides or places a view. Main thread.
 class Screens {
  public:
   /// `views` outlives this.
@@ -20,19 +21,25 @@ class Screens {
   /// `changed` runs after each update.
   void setOnUpdate(std::function<void()> changed) { onUpdate_ = std::move(changed); }
 
-  /// Changes the state by `change` and makes the result visible.
+  /// Changes the state by `change` and makes the result visible. After a change of a text, too.
   void update(const std::function<void(ScreenState&)>& change);
 
-  /// Places every view anew; after a resize and after a change of a text.
+  /// Places every view anew, after a resize.
   void layoutUI();
+
+  /// At least this large: how the user has the desktop show its texts.
+  void setTextScale(double scale);
 
  private:
   void applyVisibility();
-  void placeSharedViews();
+  void announce();
 
   Views& views_;
   ScreenState state_;
   std::function<void()> onUpdate_ = [] {};
+  double textScale_ = 1;
+  Screen announcedScreen_ = Screen::kNone;
+  QString announcedStatus_;
 };
 
 }  // namespace quorin::app

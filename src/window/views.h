@@ -8,32 +8,31 @@
 #include "ui/phone_dot.h"
 #include "ui/stream_controls.h"
 #include "ui/texts.h"
-#include "window/view_id.h"
+#include "window/screen_state.h"
+#include "window/view_table.h"
 
 #include <QLineEdit>
 #include <QTextEdit>
 #include <QWidget>
 #include <array>
-#include <functional>
+#include <memory>
 
 namespace quorin::app {
 
 /// Every view of the window. Built once, all hidden but the splash; the widgets belong to the
 /// content view. Whoever builds this connects the buttons. Main thread.
-///
-/// A view that does not exist is null; all code that touches a view by its `View` skips it then.
 struct Views {
-  /// `makePanel` builds the server panel for the Wi-Fi page; it may be empty or return null.
-  Views(QWidget& contentView, const Texts& texts, const Images& images,
-        const std::function<QWidget*()>& makePanel = {});
+  /// `panel` is the server panel, which the Wi-Fi page holds and no screen shows; may be null.
+  Views(QWidget& content, const Texts& texts, const Images& images,
+        std::unique_ptr<QWidget> panel = nullptr);
   Views(const Views&) = delete;
   Views& operator=(const Views&) = delete;
 
-  /// The widget of this name, null when there is none.
+  /// The widget of this name; null once the splash has been removed.
   QWidget* find(View view) const { return widgets_[indexOf(view)]; }
 
-  /// The fonts of the Wi-Fi page that depend on nothing but the page.
-  void applyTypographyForBounds() const;
+  /// Makes every font `scale` times as large as the table says.
+  void applyTypographyForBounds(double scale);
 
   /// 1 at the start, 0 when faded out.
   void setSplashOpacity(double opacity) const;
@@ -41,28 +40,20 @@ struct Views {
   /// Takes the splash out of the window for good.
   void removeSplash();
 
-  QWidget& contentView_;
+  QWidget* contentView;
 
-#define QUORIN_MEMBER(type, name) type* name = nullptr;
+#define QUORIN_MEMBER(kind, name, ...) kind* name = nullptr;
   QUORIN_VIEWS(QUORIN_MEMBER)
 #undef QUORIN_MEMBER
+  QWidget* onlineSwiftUIView_;
   std::array<PhoneDot*, kMaxStatusDots> onlineStatusDots_{};
 
  private:
-  void buildOutlets(const Texts& texts);
-  void buildSplash(const Images& images);
-  void buildBackground(const Texts& texts, const Images& images);
-  void buildChecks(const Texts& texts);
-  void buildMicrophoneScreen(const Texts& texts, const Images& images);
-  void buildMenu(const Texts& texts, const Images& images);
-  void buildCablePage(const Texts& texts);
-  void buildStreamControls(const Texts& texts);
-  void buildWifiPage(const Texts& texts, const std::function<QWidget*()>& makePanel);
-
-  PushButton* card(const QString& title, const QString& note);
-  QLineEdit* field(const QString& placeholder, const QString& text);
+  void enter(View view, QWidget* widget);
 
   std::array<QWidget*, kViewCount> widgets_{};
+  std::array<double, kViewCount> fontPixels_{};  ///< at scale 1; -1 where the table has none
+  double scale_ = 1;
 };
 
 }  // namespace quorin::app

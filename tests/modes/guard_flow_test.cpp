@@ -51,7 +51,6 @@ struct StandInScreens : GuardScreens {
   int menus = 0;
   GuardState state;
 
-  bool hasContentView() const override { return true; }
   bool splashIsUp() const override { return splash; }
   void apply(const GuardState& newState) override { state = newState; }
   void leavePages() override { onPage = false; }

@@ -1,3 +1,4 @@
+#include "ui/images.h"
 #include "ui/module_picture.h"
 #include "ui/picture.h"
 
@@ -5,33 +6,30 @@
 
 #include <QImage>
 #include <set>
-#include <string>
 
 namespace quorin::pictures {
 namespace {
 
-Modules chessboard(int size) {
-  return {.size = size, .quietZone = 4, .isFull = [](int x, int y) { return (x + y) % 2 == 0; }};
-}
-
-QImage paintedAt(const Picture& picture, double factor, QPointF offset = {}) {
-  const QSizeF pixels = (picture.size() + QSizeF(offset.x(), offset.y())) * factor;
+QImage paintedAt(const Picture& picture, double factor, double offset) {
+  const QSizeF pixels = (picture.size() + QSizeF(offset, offset)) * factor;
   QImage image(pixels.toSize(), QImage::Format_ARGB32_Premultiplied);
   image.setDevicePixelRatio(factor);
   image.fill(Qt::transparent);
   QPainter painter(&image);
   painter.setRenderHint(QPainter::Antialiasing);
   painter.setRenderHint(QPainter::SmoothPixmapTransform);
-  painter.translate(offset);
+  painter.translate(offset, offset);
   picture.paint(painter, QRectF(QPointF(), picture.size()));
   return image;
 }
 
-TEST(ModulePictureTest, HasNoSmoothedPixelAtAnyFactorAndOffset) {
-  const auto picture = makeModulePicture(chessboard(25), 300, Qt::white);
+TEST(PicturesTest, ACodeHasNoSmoothedPixelAtAnyFactorAndOffset) {
+  const auto picture = makeModulePicture(
+      {.size = 25, .quietZone = 4, .isFull = [](int x, int y) { return (x + y) % 2 == 0; }}, 300,
+      Qt::white);
   for (const double factor : {1.0, 1.25, 1.5, 2.0}) {
     for (const double offset : {0.0, 0.5, 7.3}) {
-      const QImage image = paintedAt(*picture, factor, {offset, offset});
+      const QImage image = paintedAt(*picture, factor, offset);
       std::set<QRgb> seen;
       for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) seen.insert(image.pixel(x, y));
@@ -42,33 +40,35 @@ TEST(ModulePictureTest, HasNoSmoothedPixelAtAnyFactorAndOffset) {
   }
 }
 
-TEST(DrawingTest, IsAsSharpAsTheDisplay) {
-  const auto logo = loadDrawing(QStringLiteral(":/quorin/pictures/Logo.svg"));
-  ASSERT_TRUE(logo);
-  QImage twice(144, 144, QImage::Format_ARGB32_Premultiplied);
-  twice.setDevicePixelRatio(2);
-  twice.fill(Qt::transparent);
-  {
-    QPainter painter(&twice);
-    logo->paint(painter, QRectF(0, 0, 72, 72));
-  }
+TEST(PicturesTest, DrawingsAreRenderedForTheDisplayAndTinted) {
+  const app::Images images;
+  const auto logo = images.imageForView("Logo");
+  QImage twice = paintedAt(*logo, 2, 0);
   twice.setDevicePixelRatio(1);
-  EXPECT_EQ(twice, renderSquare(*logo, 144)) << "rendered at the display's size, not scaled up";
+  EXPECT_EQ(twice, renderSquare(*logo, twice.width())) << "not scaled up";
+  const QImage red = renderSquare(*images.symbol("stop.fill", Qt::red), 24);
+  EXPECT_EQ(red.pixel(12, 12), qRgb(255, 0, 0));
+  EXPECT_EQ(qAlpha(red.pixel(0, 0)), 0);
+  EXPECT_EQ(images.icon("Logo").pixmap(48).toImage().pixelColor(24, 24).alpha(), 255);
 }
 
-TEST(DrawingTest, TintKeepsTheShapeAndChangesTheColour) {
-  const QString path = QStringLiteral(":/quorin/symbols/stop.fill.svg");
-  const QImage plain = renderSquare(*loadDrawing(path), 24);
-  const QImage tinted = renderSquare(*loadDrawing(path, Qt::red), 24);
-  EXPECT_EQ(plain.pixel(12, 12), qRgb(255, 255, 255));
-  EXPECT_EQ(tinted.pixel(12, 12), qRgb(255, 0, 0));
-  EXPECT_EQ(plain.convertToFormat(QImage::Format_Alpha8),
-            tinted.convertToFormat(QImage::Format_Alpha8));
-}
-
-TEST(PictureTest, IsNoneWhereThereIsNoFile) {
-  EXPECT_FALSE(loadDrawing(QStringLiteral(":/quorin/pictures/none.svg")));
-  EXPECT_FALSE(loadBitmap(QStringLiteral("/nonexistent.png")));
+TEST(PicturesTest, TheProgramCarriesEveryPictureAndSymbol) {
+  const app::Images images;
+  for (const char* name : {"Logo", "Logo 1", "internet", "Cable"}) {
+    EXPECT_TRUE(images.imageForView(name)) << name;
+  }
+  EXPECT_FALSE(images.imageForView("none"));
+  for (const char* name :
+       {"mic.slash", "waveform.circle.fill", "server.rack", "chart.line.uptrend.xyaxis",
+        "person.2.fill", "qrcode", "mic.fill", "network", "number",
+        "iphone.radiowaves.left.and.right", "chart.bar.fill", "stop.circle", "play.fill",
+        "stop.fill", "circle.fill"}) {
+    const auto symbol = images.symbol(name, Qt::green);
+    ASSERT_TRUE(symbol) << name;
+    QImage nothing(24, 24, QImage::Format_ARGB32_Premultiplied);
+    nothing.fill(Qt::transparent);
+    EXPECT_NE(renderSquare(*symbol, 24), nothing) << name;
+  }
 }
 
 }  // namespace

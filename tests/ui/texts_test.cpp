@@ -71,10 +71,5 @@ TEST(CompiledTableTest, CountsInProperPlurals) {
   EXPECT_EQ(es.text("network.generating_qr_in_seconds", 1), "Nuevo código QR en 1 segundo");
 }
 
-TEST(PreferredLanguagesTest, ChosenLanguageStandsFirst) {
-  EXPECT_EQ(preferredLanguages("es").value(0), "es");
-  EXPECT_FALSE(preferredLanguages().isEmpty());
-}
-
 }  // namespace
 }  // namespace quorin::app

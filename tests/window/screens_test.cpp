@@ -1,49 +1,90 @@
 #include "window/screens.h"
 
+#include "support/code_photo.h"
+#include "ui/qr_picture.h"
 #include "window/window_fixture.h"
 
 namespace quorin::app {
 namespace {
 
-class ScreensTest : public WindowFixture {
- protected:
-  ScreensTest() : WindowFixture("es") {}
-};
+/// Also run with other display factors.
+using ScreensTest = WindowFixture;
 
-TEST_F(ScreensTest, WhatIsVisibleIsWhatTheStateSays) {
-  for (const ScreenState& state : allScreens()) {
+TEST_F(ScreensTest, OneScreenAtATimeWhateverElseIsDue) {
+  const auto screens = allScreens();
+  for (std::size_t i = 0; i < screens.size(); ++i) {
+    ScreenState state = screens[i];
     show(state);
+    const Screen screen = screenOf(state);
     const ViewSet expected = visibleViews(state);
-    for (std::size_t i = 0; i < kViewCount; ++i) {
-      const QWidget* const widget = views_.find(static_cast<View>(i));
+    for (std::size_t v = 0; v < kViewCount; ++v) {
+      const QWidget* const widget = views_.find(static_cast<View>(v));
       if (!widget) continue;
-      EXPECT_EQ(widget->isVisible(), expected.contains(static_cast<View>(i))) << kViewNames[i];
+      EXPECT_EQ(widget->isVisible(), expected.contains(static_cast<View>(v))) << kViewNames[v];
     }
-    int dots = 0;
-    for (const PhoneDot* dot : views_.onlineStatusDots_) dots += dot->isVisible();
-    EXPECT_EQ(dots, visibleStatusDots(state));
+    const bool inAMode = state.page == Page::kWifi || state.page == Page::kCable;
+    EXPECT_EQ(views_.backButton_->isVisible(), inAMode);
+    // Whatever is behind it changes nothing.
+    if (screen < Screen::kNone) state.page = Page::kWifi;
+    if (screen < Screen::kChecking) state.checking = true;
+    if (screen < Screen::kGuard) state.guard = true;
+    EXPECT_EQ(screenOf(state), screen);
+    EXPECT_EQ(visibleViews(state), expected);
   }
 }
 
-TEST_F(ScreensTest, OnlyAPageChosenWithTheKeyboardShowsTheKeyboardsPlace) {
+TEST_F(ScreensTest, TheCodeReadsBackAtEverySizeAndGrowsWithTheWindow) {
+  show(menu());
+  for (const QSize size : {QSize(720, 680), QSize(721, 681), QSize(1200, 750), QSize(2560, 1440)}) {
+    for (const char* content : {"10.0.0.2:9000", "192.168.178.124:65535"}) {
+      window_.resize(size);
+      views_.onlineQRImageView_->showCode(generateQRCodeFromString(content, 300), content);
+      show(wifi(3));
+      EXPECT_THAT(quorin::test::codesOn(window_), ::testing::ElementsAre(content))
+          << size.width() << " x " << size.height() << ", factor " << window_.devicePixelRatio();
+      const bool large = size.width() == 2560;
+      EXPECT_EQ(views_.onlineQRImageView_->width(), large ? 400 : 300);
+      EXPECT_EQ(views_.onlineQRMicroLabel_->font().pixelSize(), large ? 43 : 32);
+    }
+  }
+}
+
+TEST_F(ScreensTest, LargeTextsOfTheDesktopEnlargeTheContent) {
+  show(menu());
+  window_.resize(MainWindow::kMinimumSize);
+  screens_.setTextScale(1.5);
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+  EXPECT_EQ(window_.content().size(), MainWindow::kMinimumSize * 1.5);
+  EXPECT_EQ(views_.menuOnlineTitle_->font().pixelSize(), 36);
+}
+
+TEST_F(ScreensTest, TheKeyboardKeepsAPlaceThroughEveryScreen) {
   show(menu());
   clickAt(views_.menuOnlineButton_->geometry().center());
   show(wifi());
-  EXPECT_FALSE(views_.backButton_->showsFocus());
+  EXPECT_FALSE(views_.backButton_->showsFocus()) << "chosen with the mouse";
+  for (const ScreenState& state : allScreens()) {
+    show(state);
+    const QWidget* const focused = window_.focusWidget();
+    const bool hasButtons =
+        screenOf(state) != Screen::kSplash && screenOf(state) != Screen::kChecking;
+    EXPECT_EQ(focused != nullptr, hasButtons);
+    EXPECT_TRUE(!focused || focused->isVisible()) << focused->objectName().toStdString();
+  }
   show(menu());
-  views_.menuOnlineButton_->setFocus(Qt::TabFocusReason);
-  show(wifi());
-  EXPECT_TRUE(views_.backButton_->showsFocus());
-}
+  views_.menuOfflineButton_->setFocus(Qt::TabFocusReason);
+  show(cable(false));
+  EXPECT_TRUE(views_.backButton_->showsFocus()) << "chosen with the keyboard";
 
-TEST_F(ScreensTest, TheBackButtonWorksOnBothPages) {
   int pressed = 0;
   QObject::connect(views_.backButton_, &QPushButton::clicked, &window_, [&] { ++pressed; });
-  for (const Page page : {Page::kWifi, Page::kCable, Page::kWifi}) {
-    show({.splash = false, .page = page});
-    clickAt(views_.backButton_->geometry().center());
+  for (const ScreenState& state : {wifi(), cable(true), menu()}) {
+    show(state);
+    press(Qt::Key_Escape);
+    press(Qt::Key_Left, Qt::AltModifier);
+    if (views_.backButton_->isVisible()) clickAt(views_.backButton_->geometry().center());
   }
-  EXPECT_EQ(pressed, 3);
+  EXPECT_EQ(pressed, 6);
 }
 
 /// Texts as long as German ones get: nothing that is shown together may overlap or leave the
@@ -95,6 +136,17 @@ TEST_F(ScreensTest, LongTextsNeitherOverlapNorLeaveTheWindow) {
         }
       }
     }
+  }
+}
+
+TEST_F(ScreensTest, TenDotsAtMostAndNoneIsCutAtTheLowerEdge) {
+  window_.resize(MainWindow::kMinimumSize);
+  show(wifi(12));
+  const QImage photo = window_.grab().toImage();
+  for (const PhoneDot* dot : views_.onlineStatusDots_) {
+    ASSERT_TRUE(dot->isVisible());
+    const double besideTheMiddle = (dot->x() + dot->width() / 2.0 + 5) * photo.devicePixelRatio();
+    EXPECT_LT(photo.pixelColor(static_cast<int>(besideTheMiddle), photo.height() - 2).green(), 100);
   }
 }
 

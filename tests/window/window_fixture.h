@@ -1,20 +1,19 @@
 #pragma once
 
 #include "window/main_window.h"
+#include "window/pages.h"
 #include "window/screens.h"
 
 #include <gmock/gmock.h>
 
 #include <QTest>
-#include <vector>
 
 namespace quorin::app {
 
-/// The window as the program builds it, shown, in the language of `GetLanguage`.
+/// The window as the program builds it, shown.
 class WindowFixture : public testing::Test {
  protected:
-  explicit WindowFixture(const QString& language = QStringLiteral("en"))
-      : table_({language}), texts_(table_, {language}), views_(window_, texts_, images_) {
+  WindowFixture() {
     QObject::connect(&window_, &MainWindow::resized, &window_, [this] { screens_.layoutUI(); });
     window_.resize(MainWindow::kInitialSize);
     window_.show();
@@ -22,41 +21,53 @@ class WindowFixture : public testing::Test {
     EXPECT_TRUE(QTest::qWaitForWindowActive(&window_));
   }
 
-  void show(ScreenState state) {
+  void show(const ScreenState& state) {
     screens_.update([&state](ScreenState& current) { current = state; });
   }
-
   void clickAt(QPoint point) {
     QTest::mouseClick(window_.windowHandle(), Qt::LeftButton, {}, point);
+  }
+  void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
+    QTest::keyClick(window_.windowHandle(), key, modifiers);
   }
 
   static ScreenState menu() { return {.splash = false, .page = Page::kMenu}; }
   static ScreenState wifi(int clients = 0) {
     return {.splash = false, .page = Page::kWifi, .clients = clients};
   }
-
-  static std::vector<ScreenState> allScreens() {
-    return {{.splash = true},
-            {.splash = false, .checking = true},
-            {.splash = false, .guard = true},
-            {.splash = false, .microphoneDenied = true},
-            menu(),
-            {.splash = false, .page = Page::kCable},
-            {.splash = false, .page = Page::kCable, .channelOpen = true},
-            wifi(3),
-            {.splash = false, .page = Page::kWifi, .wifi = WiFiPage::Content::kMessage},
-            {.splash = false,
-             .page = Page::kWifi,
-             .wifi = WiFiPage::Content::kProblem,
-             .otherPort = true}};
+  static ScreenState cable(bool connected) {
+    return {.splash = false, .page = Page::kCable, .channelOpen = connected};
   }
 
-  CompiledTable table_;
-  Texts texts_;
+  /// Every screen, the one that outranks the others first.
+  static std::vector<ScreenState> allScreens() {
+    ScreenState lost = wifi();
+    lost.wifi = WiFiPage::Content::kMessage;
+    ScreenState problem = wifi();
+    problem.wifi = WiFiPage::Content::kProblem;
+    problem.otherPort = true;
+    ScreenState silent = wifi(10);
+    silent.silent = silent.mayBeMoved = silent.lent = true;
+    return {{.splash = true},
+            {.splash = false, .microphoneDenied = true},
+            {.splash = false, .guard = true},
+            {.splash = false, .checking = true},
+            menu(),
+            cable(false),
+            cable(true),
+            wifi(3),
+            silent,
+            lost,
+            problem};
+  }
+
+  CompiledTable table_{{"en"}};
+  Texts texts_{table_, {"en"}};
   Images images_;
   MainWindow window_;
-  Views views_;
+  Views views_{window_.content(), texts_, images_};
   Screens screens_{views_};
+  Pages pages_{{texts_, images_, views_, screens_}};
 };
 
 }  // namespace quorin::app

@@ -7,7 +7,6 @@
 #include "ui/appearance.h"
 #include "ui/qr_picture.h"
 #include "window/alert.h"
-#include "window/guard_screen.h"
 #include "window/main_window.h"
 #include "window/pages.h"
 #include "window/screens.h"
@@ -29,7 +28,7 @@ constexpr QSize kSizes[] = {MainWindow::kInitialSize, MainWindow::kMinimumSize};
 /// The window with its views, as the program builds it, and hands that move it.
 struct Stage {
   explicit Stage(const QString& language)
-      : table({language}), texts(table, {language}), views(window, texts, images) {
+      : table({language}), texts(table, {language}), views(window.content(), texts, images) {
     QObject::connect(&window, &MainWindow::resized, &window, [this] { screens.layoutUI(); });
     window.show();
   }
@@ -46,8 +45,9 @@ struct Stage {
     showGuard({.guard = true, .textKey = key, .output = output, .input = input});
   }
   void showGuard(const GuardState& state) {
-    showGuardTexts(state, texts, views);
-    show([](ScreenState& screen) { screen.guard = true; });
+    show([](ScreenState&) {});
+    pages.apply(state);
+    QApplication::processEvents();
   }
 
   void showWifi(const WiFiState& state) {
