@@ -53,7 +53,7 @@
     </message>
     <message id="audio.guard.setup.no_server">
         <source></source>
-        <translation>No sound server answered. Start PulseAudio or PipeWire, then click again.</translation>
+        <translation>No sound server answered.</translation>
     </message>
     <message id="audio.guard.setup.refused">
         <source></source>

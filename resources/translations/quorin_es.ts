@@ -53,7 +53,7 @@
     </message>
     <message id="audio.guard.setup.no_server">
         <source></source>
-        <translation>Ningún servidor de sonido ha respondido. Inicia PulseAudio o PipeWire y vuelve a hacer clic.</translation>
+        <translation>Ningún servidor de sonido ha respondido.</translation>
     </message>
     <message id="audio.guard.setup.refused">
         <source></source>

@@ -37,7 +37,10 @@ DeviceLoan::~DeviceLoan() {
 }
 
 void DeviceLoan::lend() {
-  if (helper_ && isLending_) return command("lend");
+  if (helper_ && isLending_) {
+    hasAnswered_ = false;
+    return command("lend");
+  }
   if (helper_) {  // one that watches ends by itself, and is not waited for
     helper_->disconnect();
     QObject::connect(helper_.get(), &QProcess::finished, helper_.get(), &QObject::deleteLater);
@@ -111,12 +114,17 @@ void DeviceLoan::take(const QString& line) {
 }
 
 void DeviceLoan::onEnded() {
+  const bool wasKilled = helper_->exitStatus() == QProcess::CrashExit;
   helper_.reset();
-  const bool ofItself = std::exchange(isLent_, false);
+  const bool wasLent = std::exchange(isLent_, false);
   playsHere_ = false;
   elsewhere_ = {};
-  if (ofItself) log::note(kLogArea, "quorin-device has ended");
-  if (!hasAnswered_) fail(LoanFailure::kOther);
+  if (wasLent) log::note(kLogArea, "quorin-device has ended");
+  if (!hasAnswered_) {
+    fail(LoanFailure::kOther);
+  } else if (wasLent && wasKilled) {
+    lend();  // the next one takes the device over, and gives it back in the end
+  }
   if (reports_.changed) reports_.changed();
 }
 

@@ -65,7 +65,7 @@ class DeviceLoan {
 
   Reports reports_;
   std::unique_ptr<QProcess> helper_;
-  bool isLending_ = false;  ///< the helper's duty, else it watches only
+  bool isLending_ = false;    ///< the helper's duty, else it watches only
   bool hasAnswered_ = false;  ///< it lends, or has said why not
   bool isLent_ = false;
   bool playsHere_ = false;

@@ -145,7 +145,9 @@ void GuardFlow::refreshAudioGuardStatus() {
   const Routing routing = audio::routingOf(devices);
   state_.output = {.right = routing.outOK, .name = audio::currentDeviceName(devices.output)};
   state_.input = {.right = routing.inOK, .name = audio::currentDeviceName(devices.input)};
-  state_.hasServer = !devices.server.empty();
+  const bool hasServer = !devices.server.empty();
+  if (hasServer != state_.hasServer) state_.setUpFailureKey = {};  // a missing server was its cause
+  state_.hasServer = hasServer;
   screens_.apply(state_);
 }
 

@@ -144,7 +144,10 @@ TEST_P(DeviceProgram, LendsUntilItsInputEndsWhateverHappensMeanwhile) {
   ASSERT_TRUE(playing("speaker", 2));
 
   using Meanwhile = std::function<void(Lender&)>;
-  const Meanwhile byHand = [this](Lender&) { ASSERT_TRUE(server_->setDefaultSink("headset")); };
+  const Meanwhile byHand = [this](Lender&) {
+    ASSERT_TRUE(server_->setDefaultSink("headset"));  // PipeWire decides in a moment
+    ASSERT_TRUE(eventually([&] { return server_->defaults().starts_with("headset"); }));
+  };
   const Meanwhile killed = [this](Lender& lender) {
     lender.process.kill();
     lender = lendOn(*server_);  // takes over what the dead one has left
@@ -159,7 +162,8 @@ TEST_P(DeviceProgram, LendsUntilItsInputEndsWhateverHappensMeanwhile) {
   };
   const Meanwhile muted = [this](Lender& lender) {
     for (const auto& silent : {std::vector<std::string>{"set-sink-mute", "quorin_audio", "1"},
-                               {"set-sink-volume", "quorin_audio", "0"}}) {
+                               {"set-sink-volume", "quorin_audio", "0"},
+                               {"set-source-mute", "quorin_audio_input", "1"}}) {
       ASSERT_TRUE(server_->pactl(silent));
       EXPECT_TRUE(lender.says("muted"));
       lender.tell("move");

@@ -141,7 +141,9 @@ std::vector<Playback> playingElsewhere(const Snapshot& snapshot) {
 std::string soundLine(const Snapshot& snapshot) {
   const DevicePair device = findDevice(snapshot);
   if (device.sink == nullptr) return "clear";
-  if (device.sink->muted || device.sink->volumeIsZero) return "muted";
+  if (device.sink->isSilenced() || (device.source != nullptr && device.source->isSilenced())) {
+    return "muted";
+  }
   const bool something = std::ranges::any_of(snapshot.playbacks, [&](const Playback& each) {
     return !each.paused && each.sink == device.sink->index;
   });

@@ -185,10 +185,13 @@ class Service {
 
   void moveAll() {
     const auto now = client_.look();
-    const auto* const device = now ? findDevice(*now).sink : nullptr;
-    if (device == nullptr) return;
-    if (device->muted || device->volumeIsZero) (void)client_.unmute(*device);
-    for (const Playback& each : playingElsewhere(*now)) take(*now, each, *device);
+    const auto device = now ? findDevice(*now) : DevicePair();
+    if (device.sink == nullptr) return;
+    if (device.sink->isSilenced()) (void)client_.unmuteSink(*device.sink);
+    if (device.source != nullptr && device.source->isSilenced()) {
+      (void)client_.unmuteSource(*device.source);
+    }
+    for (const Playback& each : playingElsewhere(*now)) take(*now, each, *device.sink);
   }
 
   /// Those that were moved go to where they were; where the device goes, all others too.
@@ -278,7 +281,10 @@ bool serve(Duty duty, const Places& places, const Say& say) {
     if (!client) {
       if (first) say(failureLine(client.error()));
       if (first) return false;
-      input.read(kReconnectInterval);
+      for (const auto& command : input.read(kReconnectInterval)) {
+        if (command == "lend") say(failureLine(client.error()));
+        if (command.starts_with("play-here")) memory.playsHere = command.ends_with("on");
+      }
       if (input.hasEnded()) return true;
       continue;
     }

@@ -23,19 +23,20 @@ std::string textOf(const char* text) {
   return text != nullptr ? text : "";
 }
 
-Endpoint endpointOf(const pa_sink_info& info) {
+template <typename Info>
+Endpoint endpointOf(const Info& info) {
   return {.index = info.index,
           .name = textOf(info.name),
           .description = textOf(info.description),
           .muted = info.mute != 0,
-          .volumeIsZero = pa_cvolume_is_muted(&info.volume) != 0};
+          .volumeIsZero = pa_cvolume_is_muted(&info.volume) != 0,
+          .channels = info.volume.channels};
 }
 
-Endpoint endpointOf(const pa_source_info& info) {
-  return {.index = info.index,
-          .name = textOf(info.name),
-          .description = textOf(info.description),
-          .isMonitor = info.monitor_of_sink != PA_INVALID_INDEX};
+Endpoint sourceOf(const pa_source_info& info) {
+  auto source = endpointOf(info);
+  source.isMonitor = info.monitor_of_sink != PA_INVALID_INDEX;
+  return source;
 }
 
 Playback playbackOf(const pa_sink_input_info& info) {
@@ -158,8 +159,8 @@ std::expected<Snapshot, Error> PulseClient::look() {
   auto done = finish(
       [&](pa_context* context) { return pa_context_get_server_info(context, takeServer, &result); },
       "describe itself", true);
-  if (done) done = list(pa_context_get_sink_info_list, endpointOf, result.sinks);
-  if (done) done = list(pa_context_get_source_info_list, endpointOf, result.sources);
+  if (done) done = list(pa_context_get_sink_info_list, endpointOf<pa_sink_info>, result.sinks);
+  if (done) done = list(pa_context_get_source_info_list, sourceOf, result.sources);
   if (done) done = list(pa_context_get_sink_input_info_list, playbackOf, result.playbacks);
   if (done) done = list(pa_context_get_module_info_list, moduleOf, result.modules);
   if (!done) return std::unexpected(done.error());
@@ -201,12 +202,21 @@ Done PulseClient::move(std::uint32_t playback, std::uint32_t sink) {
                  sink);
 }
 
-Done PulseClient::unmute(const Endpoint& sink) {
-  auto done = request("unmute the device", pa_context_set_sink_mute_by_index, sink.index, 0);
-  if (!done || !sink.volumeIsZero) return done;
+template <typename SetMute, typename SetVolume>
+Done PulseClient::unmute(const Endpoint& endpoint, SetMute setMute, SetVolume setVolume) {
+  auto done = request("unmute the device", setMute, endpoint.index, 0);
+  if (!done || !endpoint.volumeIsZero) return done;
   pa_cvolume volume;
-  pa_cvolume_set(&volume, 2, PA_VOLUME_NORM);
-  return request("turn the device up", pa_context_set_sink_volume_by_index, sink.index, &volume);
+  pa_cvolume_set(&volume, endpoint.channels, PA_VOLUME_NORM);
+  return request("turn the device up", setVolume, endpoint.index, &volume);
+}
+
+Done PulseClient::unmuteSink(const Endpoint& sink) {
+  return unmute(sink, pa_context_set_sink_mute_by_index, pa_context_set_sink_volume_by_index);
+}
+
+Done PulseClient::unmuteSource(const Endpoint& source) {
+  return unmute(source, pa_context_set_source_mute_by_index, pa_context_set_source_volume_by_index);
 }
 
 bool PulseClient::waitUntil(const std::function<bool(const Snapshot&)>& condition,

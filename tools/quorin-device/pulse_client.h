@@ -29,7 +29,10 @@ struct Endpoint {
   std::string description;  ///< as users read it
   bool muted = false;
   bool volumeIsZero = false;
+  std::uint8_t channels = 2;
   bool isMonitor = false;  ///< a source that records what a sink plays
+
+  bool isSilenced() const { return muted || volumeIsZero; }
 };
 
 /// A program that plays.
@@ -80,7 +83,8 @@ class PulseClient {
   Done setDefaultSource(const std::string& name);
   Done move(std::uint32_t playback, std::uint32_t sink);
   /// Audible again: not muted, and at full volume where the volume was zero.
-  Done unmute(const Endpoint& sink);
+  Done unmuteSink(const Endpoint& sink);
+  Done unmuteSource(const Endpoint& source);
 
   /// Looks again and again until `condition` holds or `limit` has passed; whether it holds.
   bool waitUntil(const std::function<bool(const Snapshot&)>& condition,
@@ -101,6 +105,8 @@ class PulseClient {
               const bool& success);
   template <typename Ask, typename... Arguments>
   Done request(const std::string& doing, Ask ask, Arguments... arguments);
+  template <typename SetMute, typename SetVolume>
+  Done unmute(const Endpoint& endpoint, SetMute setMute, SetVolume setVolume);
   template <typename Info, typename Item>
   Done list(pa_operation* (*ask)(pa_context*, void (*)(pa_context*, const Info*, int, void*),
                                  void*),
