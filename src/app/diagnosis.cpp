@@ -111,7 +111,8 @@ Finding usbService(const CableState& state) {
     case CableStatus::kPhoneLocked:
       return hint(phones, "unlock the iPhone and tap \"Trust\".");
     default:
-      return fine(kName, phones);
+      if (state.service == usb::UsbService::kUnknown) return hint("does not answer", "restart it.");
+      return hint(phones, "open the app on the iPhone.");
   }
 }
 

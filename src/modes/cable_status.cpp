@@ -23,8 +23,10 @@ CableStatus cableStatus(const CableState& state) {
 
 QString cableText(const CableState& state, const Texts& texts) {
   const auto command = u'\n' + QString::fromStdString(state.remedy.command);
-  const auto name =
-      state.phoneName.empty() ? QString() : QString::fromStdString(state.phoneName) + ": ";
+  constexpr int kMaxName = 40;  // what the line has room for
+  const auto name = state.phoneName.empty()
+                        ? QString()
+                        : QString::fromStdString(state.phoneName).left(kMaxName) + ": ";
   switch (cableStatus(state)) {
     case CableStatus::kWaiting:
       break;

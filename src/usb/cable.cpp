@@ -77,7 +77,10 @@ void Cable::didReceiveFrame(PTChannel& channel, const wire::FrameHeader& header,
 
 void Cable::didReceiveDeviceInformation(std::span<const std::byte> payload) {
   const auto information = readDeviceInformation(payload);
-  if (information) phoneName_ = information->name;
+  if (information && link_.connectedDeviceID()) {
+    namedDevice_ = link_.connectedDeviceID();
+    phoneName_ = information->name;
+  }
   events_.presentMessage("Connected to " + (information ? information->description
                                                         : "(unreadable device information)"),
                          true);

@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -44,8 +45,10 @@ class Cable : private PTChannelDelegate {
   /// False once the app at the other end of the channel has left `kPongTimeout` of pings
   /// unanswered, or takes no frames, until it answers again.
   bool appAnswers() const { return appAnswers_; }
-  /// What the phone of the last channel calls itself; empty when it has not said so.
-  const std::string& phoneName() const { return phoneName_; }
+  /// What the target calls itself; empty when it has not said so.
+  std::string phoneName() const {
+    return namedDevice_ == link_.connectingToDeviceID() ? phoneName_ : std::string();
+  }
 
   /// Sends a text and shows it. False, and nothing done, while no channel is held: the caller
   /// then keeps the text.
@@ -74,6 +77,7 @@ class Cable : private PTChannelDelegate {
   std::unique_ptr<dispatch::Timer> nextPing_;
   std::unique_ptr<dispatch::Timer> pongTimeout_;
   bool appAnswers_ = true;
+  std::optional<DeviceID> namedDevice_;
   std::string phoneName_;
 
   CableLink link_;

@@ -124,7 +124,8 @@ void CableLink::goOn() {
   resumption_.reset();
   notConnectedQueueSuspended_ = false;
   enqueueConnectToLocalIPv4Port();
-  if (connectingToDeviceID_) enqueueConnectToUSBDevice();
+  // An attempt under way goes on: a loopback peer that comes and goes must not restart it for ever.
+  if (connectingToDeviceID_ && !usb_.channel) enqueueConnectToUSBDevice();
 }
 
 // ---- Attempts
@@ -219,6 +220,7 @@ void CableLink::setConnectedChannel(std::unique_ptr<PTChannel> channel) {
   if (connectedChannel_) {
     connectedAt_ = platform_.scheduler.now();
     notConnectedQueueSuspended_ = true;
+    resumption_.reset();
     local_ = {};
     if (connectedDeviceID_) usb_ = {};
   } else if (!userForcedOffline_) {

@@ -58,7 +58,10 @@ void Console::presentMessage(const QString& text, bool isStatus) {
   QTextCursor end(output_->document());
   end.movePosition(QTextCursor::End);
   if (!output_->document()->isEmpty()) end.insertBlock();
-  end.insertText(text, isStatus ? consoleStatusTextAttributes_ : consoleTextAttributes_);
+  // Each line is a block to lay out: a peer's text may be thousands of them.
+  constexpr int kMaxLines = 20;
+  end.insertText(text.section(u'\n', 0, kMaxLines - 1),
+                 isStatus ? consoleStatusTextAttributes_ : consoleTextAttributes_);
   scrollToEnd();
 }
 
