@@ -190,7 +190,8 @@ void PTAppDelegate::enterStartMode() {
 }
 
 void PTAppDelegate::quit() {
-  menu_.askToStop([] { QCoreApplication::quit(); });
+  // `QCoreApplication::quit` would first close the window, as if the stream went on.
+  menu_.askToStop([] { QCoreApplication::exit(); });
 }
 
 void PTAppDelegate::takeOver(const Options& wanted, const QString& activationToken,
