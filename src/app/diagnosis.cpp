@@ -8,6 +8,7 @@
 #include <QJsonObject>
 #include <QStringList>
 #include <algorithm>
+#include <array>
 #include <utility>
 
 namespace quorin::app {
@@ -124,15 +125,7 @@ Finding realtime(dispatch::RealtimeGrant grant) {
 }
 
 const char* wordFor(Kind kind) {
-  switch (kind) {
-    case Kind::kFine:
-      return "ok";
-    case Kind::kHint:
-      return "hint";
-    case Kind::kProblem:
-      break;
-  }
-  return "problem";
+  return std::array{"ok", "hint", "problem"}[static_cast<std::size_t>(kind)];
 }
 
 }  // namespace

@@ -56,7 +56,7 @@ int run(QApplication& application, const Options& options, SingleInstance& insta
   const auto scheduler = dispatch::makeSystemScheduler();
   PTAppDelegate delegate(*scheduler, texts, options);
   const dispatch::TerminationSignals termination(scheduler->mainQueue(),
-                                                 [] { QCoreApplication::quit(); });
+                                                 [] { QCoreApplication::exit(); });
   delegate.applicationDidFinishLaunching();
   instance.serve(scheduler->mainQueue(),
                  [&](const SingleInstance::Request& request, const SingleInstance::Answer& answer) {

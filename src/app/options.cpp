@@ -30,15 +30,12 @@ std::unique_ptr<QCommandLineParser> makeParser() {
   return parser;
 }
 
-/// Stricter than the port field, which takes what a text begins with.
-std::optional<std::uint16_t> wholePort(const QString& text) {
-  bool isNumber = false;
-  const auto port = text.toUShort(&isNumber);
-  return isNumber && port > 0 ? std::optional(port) : std::nullopt;
-}
-
 std::unexpected<QString> misunderstood(const QString& problem) {
   return std::unexpected(problem + " (quorin-stream --help lists the options)");
+}
+
+bool isAddress(const QString& text) {
+  return wire::Endpoint::parse(text.toStdString() + ":1").has_value();
 }
 
 }  // namespace
@@ -49,37 +46,34 @@ std::expected<Options, QString> parseOptions(const QStringList& arguments) {
   if (const auto rest = parser->positionalArguments(); !rest.isEmpty()) {
     return misunderstood("Unexpected argument '" + rest.first() + "'.");
   }
-
-  Options options;
-  options.verbose = parser->isSet("verbose");
-  options.json = parser->isSet("json");
-  options.setUp = parser->isSet("set-up");
-  if (parser->isSet("port")) {
-    options.port = wholePort(parser->value("port"));
-    if (!options.port) {
-      return misunderstood("--port needs a number from 1 to 65535, not '" + parser->value("port") +
-                           "'.");
+  const auto given = [&parser](const QString& name) {
+    return parser->isSet(name) ? std::optional(parser->value(name)) : std::nullopt;
+  };
+  const auto port = given("port");
+  const auto mode = given("start");
+  Options options{.setUp = parser->isSet("set-up"),
+                  .address = given("address"),
+                  .language = given("language"),
+                  .verbose = parser->isSet("verbose"),
+                  .json = parser->isSet("json")};
+  if (port) {  // stricter than the port field, which takes what a text begins with
+    options.port = port->toUShort();
+    if (options.port == 0) {
+      return misunderstood("--port needs a number from 1 to 65535, not '" + *port + "'.");
     }
   }
-  if (parser->isSet("address")) {
-    options.address = parser->value("address");
-    if (!wire::Endpoint::parse(options.address->toStdString() + ":1")) {
-      return misunderstood("--address needs one such as 192.168.1.20, not '" + *options.address +
-                           "'.");
-    }
-  }
-  if (parser->isSet("start")) {
-    const auto mode = parser->value("start");
+  if (mode) {
     if (mode != "wifi" && mode != "cable") {
-      return misunderstood("--start knows wifi and cable, not '" + mode + "'.");
+      return misunderstood("--start knows wifi and cable, not '" + *mode + "'.");
     }
     options.start = mode == "wifi" ? StartMode::kWiFi : StartMode::kCable;
   }
-  if (parser->isSet("language")) {
-    options.language = parser->value("language");
-    if (options.language != "en" && options.language != "es") {
-      return misunderstood("--language knows en and es, not '" + *options.language + "'.");
-    }
+  if (options.address && !isAddress(*options.address)) {
+    return misunderstood("--address needs one such as 192.168.1.20, not '" + *options.address +
+                         "'.");
+  }
+  if (options.language && options.language != "en" && options.language != "es") {
+    return misunderstood("--language knows en and es, not '" + *options.language + "'.");
   }
   if (options.json && !parser->isSet("diagnose")) {
     return misunderstood("--json goes with --diagnose.");

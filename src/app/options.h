@@ -14,11 +14,11 @@ enum class StartMode { kMenu, kWiFi, kCable };
 struct Options {
   enum class Action { kRun, kShowHelp, kShowVersion, kDiagnose };
   Action action = Action::kRun;
-  bool setUp = false;                  ///< as if the guard's button were pressed at the start
-  StartMode start = StartMode::kMenu;  ///< entered as soon as the guard lets it
-  std::optional<std::uint16_t> port;   ///< fills the port field
-  std::optional<QString> address;      ///< the network to show the code of, where there are several
-  std::optional<QString> language;     ///< "en" or "es", in place of the system's
+  bool setUp = false;                   ///< as if the guard's button were pressed at the start
+  StartMode start = StartMode::kMenu;   ///< entered as soon as the guard lets it
+  std::optional<std::uint16_t> port{};  ///< fills the port field
+  std::optional<QString> address{};   ///< the network to show the code of, where there are several
+  std::optional<QString> language{};  ///< "en" or "es", in place of the system's
   bool verbose = false;
   bool json = false;  ///< of --diagnose
 };

@@ -8,7 +8,6 @@
 #include "wifi/local_address.h"
 
 #include <QCoreApplication>
-#include <QEvent>
 #include <utility>
 
 namespace quorin::app {
@@ -98,7 +97,8 @@ void PTAppDelegate::connectViews() {
 
   QObject::connect(&window_, &MainWindow::resized, &window_, [this] { screens_.layoutUI(); });
   QObject::connect(&window_, &MainWindow::quitRequested, &window_, [this] { quit(); });
-  window_.installEventFilter(this);
+  QObject::connect(&window_, &MainWindow::visibilityChanged, &window_,
+                   [this] { refreshBackground(); });
   screens_.setOnUpdate([this] { refreshBackground(); });
 
   QObject::connect(views_.inputTextField, &QLineEdit::returnPressed, &window_, [this] {
@@ -190,7 +190,8 @@ void PTAppDelegate::enterStartMode() {
 }
 
 void PTAppDelegate::quit() {
-  menu_.askToStop([] { QCoreApplication::quit(); });
+  // `QCoreApplication::quit` would first close the window, as if the stream went on.
+  menu_.askToStop([] { QCoreApplication::exit(); });
 }
 
 void PTAppDelegate::takeOver(const Options& wanted, const QString& activationToken,
@@ -266,11 +267,6 @@ void PTAppDelegate::refreshBackground() {
              isWifi && page.content == WiFiPage::Content::kProblem ? page.title : QString()});
     background_->offerPlayHere(loan_.isLent(), loan_.playsHere());
   });
-}
-
-bool PTAppDelegate::eventFilter(QObject*, QEvent* event) {
-  if (event->type() == QEvent::Show || event->type() == QEvent::Hide) refreshBackground();
-  return false;
 }
 
 void PTAppDelegate::openSettings(desktop::SettingsPage page) {

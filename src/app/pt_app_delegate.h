@@ -22,7 +22,6 @@
 #include "window/screens.h"
 #include "window/views.h"
 
-#include <QObject>
 #include <QVariantAnimation>
 #include <memory>
 #include <vector>
@@ -31,7 +30,7 @@ namespace quorin::app {
 
 /// The program: owns everything, starts it in order and connects it. What a mode does is that
 /// mode's business. Main queue.
-class PTAppDelegate : public QObject {
+class PTAppDelegate {
  public:
   static constexpr std::chrono::milliseconds kSplashDuration{1200};
   static constexpr std::chrono::milliseconds kSplashFade{350};
@@ -40,7 +39,7 @@ class PTAppDelegate : public QObject {
   PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts, const Options& options);
 
   /// Ends every session, then the scheduler's queues.
-  ~PTAppDelegate() override;
+  ~PTAppDelegate();
 
   /// The start-up, once, with the event loop about to run.
   void applicationDidFinishLaunching();
@@ -62,7 +61,6 @@ class PTAppDelegate : public QObject {
   void answerSetUp(const QString& refusal);
   std::unique_ptr<Background> makeBackground();
   void refreshBackground();
-  bool eventFilter(QObject* window, QEvent* event) override;
   void showSound();
   void openSettings(desktop::SettingsPage page);
 

@@ -4,22 +4,11 @@
 #include "platform/desktop/sandbox.h"
 #include "wire/audio_chunk.h"
 
+#include <optional>
 #include <utility>
 
 namespace quorin::app {
 namespace {
-
-desktop::RecordAccess toRecordAccess(audio::RecordingAccess access) {
-  switch (access) {
-    case audio::RecordingAccess::kGranted:
-      return desktop::RecordAccess::kGranted;
-    case audio::RecordingAccess::kRefused:
-      return desktop::RecordAccess::kRefused;
-    case audio::RecordingAccess::kUnknown:
-      break;
-  }
-  return desktop::RecordAccess::kUnknown;
-}
 
 /// A recording of no length: all that counts is whether the server lets it begin.
 void tryToRecord(audio::AudioServer& server) {
@@ -33,15 +22,17 @@ void tryToRecord(audio::AudioServer& server) {
 
 AudioInputs::AudioInputs(dispatch::Scheduler& scheduler, audio::AudioServer& server)
     : server_(server),
-      permission_(scheduler,
-                  {.identity = desktop::identify(kApplicationId),
-                   .busAddress = {},
-                   // The server may take a while to answer.
-                   .tryToRecord = [&server, &elsewhere = scheduler.backgroundQueue()] {
-                     elsewhere.async([&server] { tryToRecord(server); });
-                   }}) {
+      permission_(scheduler, {.identity = desktop::identify(kApplicationId),
+                              .busAddress = {},
+                              // The server may take a while to answer.
+                              .tryToRecord = [&server, &elsewhere = scheduler.backgroundQueue()] {
+                                elsewhere.async([&server] { tryToRecord(server); });
+                              }}) {
   server_.setChangeHandler(scheduler.mainQueue(), scope_.bind([this] {
-    permission_.reportRecording(toRecordAccess(server_.recordingAccess()));
+    const auto access = server_.recordingAccess();
+    const bool isKnown = access != audio::RecordingAccess::kUnknown;
+    permission_.reportRecording(isKnown ? std::optional(access == audio::RecordingAccess::kGranted)
+                                        : std::nullopt);
   }));
 }
 

@@ -84,4 +84,12 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
   return QWidget::eventFilter(watched, event);
 }
 
+void MainWindow::showEvent(QShowEvent*) {
+  emit visibilityChanged();
+}
+
+void MainWindow::hideEvent(QHideEvent*) {
+  emit visibilityChanged();
+}
+
 }  // namespace quorin::app

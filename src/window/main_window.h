@@ -29,11 +29,14 @@ class MainWindow : public QWidget {
 
  signals:
   void resized();  ///< the content
+  void visibilityChanged();
   void quitRequested();
   void helpRequested();
 
  protected:
   void closeEvent(QCloseEvent* event) override;
+  void showEvent(QShowEvent* event) override;
+  void hideEvent(QHideEvent* event) override;
   bool event(QEvent* event) override;
   bool eventFilter(QObject* watched, QEvent* event) override;
 

@@ -48,8 +48,8 @@ void MicrophonePermission::requestAccess(dispatch::Task answered) {
   askForRecording();
 }
 
-void MicrophonePermission::reportRecording(RecordAccess access) {
-  facts_.record = access;
+void MicrophonePermission::reportRecording(std::optional<bool> granted) {
+  facts_.mayRecord = granted;
   update();
 }
 
@@ -73,7 +73,7 @@ void MicrophonePermission::update() {
       scheduler_.mainQueue().async(std::move(answered));
   }
   const bool due = asked_ && facts_.portal && status == AuthorizationStatus::kNotDetermined;
-  if (facts_.record != RecordAccess::kRefused && !due) {
+  if (facts_.mayRecord != false && !due) {
     retry_.reset();
   } else if (!retry_) {
     retry_ = scheduler_.mainQueue().makeTimer(

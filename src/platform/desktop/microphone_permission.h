@@ -41,7 +41,7 @@ class MicrophonePermission {
 
   /// The audio server's latest answer. A refusal, and an answer that is requested and pending, are
   /// tried again every 2 s: no signal says when that changes.
-  void reportRecording(RecordAccess access);
+  void reportRecording(std::optional<bool> granted);
 
  private:
   void onPortalAnswers(const PortalAnswers& answers);

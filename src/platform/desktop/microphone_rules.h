@@ -7,9 +7,6 @@
 
 namespace quorin::desktop {
 
-/// What the audio server said when this program last tried to record.
-enum class RecordAccess : std::uint8_t { kUnknown, kGranted, kRefused };
-
 /// What the desktop's permission store holds for this program.
 enum class StoredAnswer : std::uint8_t { kNone, kAsk, kYes, kNo };
 
@@ -23,7 +20,7 @@ struct PortalAnswers {
 struct MicrophoneFacts {
   bool sandboxed = false;               ///< somebody stands between this program and the devices
   std::optional<PortalAnswers> portal;  ///< none until the desktop has answered, or cannot
-  RecordAccess record = RecordAccess::kUnknown;
+  std::optional<bool> mayRecord{};      ///< the audio server's latest answer
 };
 
 /// What the user forbade comes first; outside a sandbox all that is not forbidden is allowed.

@@ -17,6 +17,7 @@ class Notifier : public QObject {
   /// notification itself, and the activation token for a window; may be empty.
   using Chosen = std::function<void(const QString& action, const QString& activationToken)>;
   explicit Notifier(Chosen chosen);
+  ~Notifier() override { withdraw(); }
 
   /// `actions`: key, label, key, label.
   void show(const QString& summary, const QString& body, const QStringList& actions);

@@ -94,7 +94,7 @@ TEST_F(MicrophonePermissionTest, InASandboxAskingIsRecordingUntilThereIsAnAnswer
   EXPECT_FALSE(answered);
   EXPECT_EQ(permission->status(), kNotDetermined);
 
-  permission->reportRecording(RecordAccess::kGranted);
+  permission->reportRecording(true);
   EXPECT_FALSE(answered) << "inside the call";
   EXPECT_TRUE(comesTrue([&] { return answered; }));
   EXPECT_EQ(permission->status(), kAuthorized);
@@ -105,11 +105,11 @@ TEST_F(MicrophonePermissionTest, InASandboxAskingIsRecordingUntilThereIsAnAnswer
 TEST_F(MicrophonePermissionTest, ARefusalIsTriedAgain) {
   makePermission(false);
   ASSERT_TRUE(becomes(kAuthorized));
-  permission->reportRecording(RecordAccess::kRefused);
+  permission->reportRecording(false);
   EXPECT_EQ(permission->status(), kDenied);
   time.advance(4s);
   EXPECT_EQ(tries, 2);
-  permission->reportRecording(RecordAccess::kGranted);
+  permission->reportRecording(true);
   EXPECT_EQ(permission->status(), kAuthorized);
   time.advance(10s);
   EXPECT_EQ(tries, 2);

@@ -13,26 +13,26 @@ using enum AuthorizationStatus;
 TEST(MicrophoneRules, WhatTheUserForbadeComesFirst) {
   constexpr bool kFree = false;
   constexpr bool kSandboxed = true;
-  using enum RecordAccess;
+  constexpr auto kUnknown = std::optional<bool>();
   using Stored = StoredAnswer;
   const struct {
     const char* situation;
     MicrophoneFacts facts;
     AuthorizationStatus status;
   } cases[] = {
-      {"the desktop has not answered", {kFree, std::nullopt, kGranted}, kNotDetermined},
+      {"the desktop has not answered", {kFree, std::nullopt, true}, kNotDetermined},
       {"no sandbox, no portal", {kFree, PortalAnswers{}, kUnknown}, kAuthorized},
-      {"no sandbox, server refuses", {kFree, PortalAnswers{}, kRefused}, kDenied},
-      {"no sandbox, store says no", {kFree, {{Stored::kNo}}, kGranted}, kDenied},
+      {"no sandbox, server refuses", {kFree, PortalAnswers{}, false}, kDenied},
+      {"no sandbox, store says no", {kFree, {{Stored::kNo}}, true}, kDenied},
       {"no sandbox, store wants to ask", {kFree, {{Stored::kAsk}}, kUnknown}, kNotDetermined},
-      {"no sandbox, asked and granted", {kFree, {{Stored::kAsk}}, kGranted}, kAuthorized},
+      {"no sandbox, asked and granted", {kFree, {{Stored::kAsk}}, true}, kAuthorized},
       {"sandbox, not asked", {kSandboxed, PortalAnswers{}, kUnknown}, kNotDetermined},
-      {"sandbox, allowed to record", {kSandboxed, PortalAnswers{}, kGranted}, kAuthorized},
+      {"sandbox, allowed to record", {kSandboxed, PortalAnswers{}, true}, kAuthorized},
       {"sandbox, store says yes", {kSandboxed, {{Stored::kYes}}, kUnknown}, kAuthorized},
-      {"sandbox, yes but refused", {kSandboxed, {{Stored::kYes}}, kRefused}, kDenied},
+      {"sandbox, yes but refused", {kSandboxed, {{Stored::kYes}}, false}, kDenied},
       {"sandbox, store says no", {kSandboxed, {{Stored::kNo}}, kUnknown}, kDenied},
-      {"locked, whatever else", {kFree, {{Stored::kYes, true}}, kGranted}, kRestricted},
-      {"locked and denied", {kSandboxed, {{Stored::kNo, true}}, kRefused}, kRestricted},
+      {"locked, whatever else", {kFree, {{Stored::kYes, true}}, true}, kRestricted},
+      {"locked and denied", {kSandboxed, {{Stored::kNo, true}}, false}, kRestricted},
   };
   for (const auto& [situation, facts, status] : cases) {
     EXPECT_EQ(authorizationStatus(facts), status) << situation;
