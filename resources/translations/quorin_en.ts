@@ -410,5 +410,38 @@ Anyone on your network can connect and listen, so use a network you trust, and s
         <source></source>
         <translation>Use port %1</translation>
     </message>
+    <message id="language">
+        <source></source>
+        <translation>en</translation>
+    </message>
+    <message id="help.title">
+        <source></source>
+        <translation>Help</translation>
+    </message>
+    <message id="help.looking">
+        <source></source>
+        <translation>Checking this computer…</translation>
+    </message>
+    <message id="help.text">
+        <source></source>
+        <translation>## What the phone needs
+
+1. The iPhone app: a program of its own, to be had from where you got this one; on another computer `quorin-listen` takes its place.
+2. The same network as this computer, best a Wi‑Fi of 5 GHz; or its charging cable.
+3. For Wi‑Fi: choose “Wi‑Fi Streaming” and scan the code, or type the address that stands beneath it.
+4. For the cable: unlock the iPhone, tap “Trust” when it asks, and open the app.
+
+## When no sound arrives
+
+- The phone has to reach UDP port 9000 of this computer. Where a firewall keeps it out: `sudo ufw allow 9000/udp`, or `sudo firewall-cmd --add-port=9000/udp`. Another port is chosen with `quorin-stream --port`.
+- Many guest networks keep devices apart; use another one, or the cable.
+- The cable needs the USB service: `sudo apt install usbmuxd`.
+
+## Keys
+
+Esc or Alt+Left: back. Ctrl+W: close the window; the stream goes on. Ctrl+Q: quit. F1: this help.
+
+## This computer</translation>
+    </message>
 </context>
 </TS>

@@ -410,5 +410,275 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
         <source></source>
         <translation>Usar el puerto %1</translation>
     </message>
+    <message id="language">
+        <source></source>
+        <translation>es</translation>
+    </message>
+    <message id="help.title">
+        <source></source>
+        <translation>Ayuda</translation>
+    </message>
+    <message id="help.looking">
+        <source></source>
+        <translation>Comprobando este equipo…</translation>
+    </message>
+    <message id="help.text">
+        <source></source>
+        <translation>## Lo que necesita el teléfono
+
+1. La app para iPhone: un programa aparte, que se obtiene donde obtuviste este; en otro ordenador, `quorin-listen` ocupa su lugar.
+2. La misma red que este equipo, mejor una Wi‑Fi de 5 GHz; o su cable de carga.
+3. Por Wi‑Fi: elige «Streaming por Wi‑Fi» y escanea el código, o escribe la dirección que está debajo.
+4. Por cable: desbloquea el iPhone, toca «Confiar» cuando lo pregunte y abre la app.
+
+## Cuando no llega sonido
+
+- El teléfono tiene que llegar al puerto UDP 9000 de este equipo. Si un cortafuegos lo impide: `sudo ufw allow 9000/udp` o `sudo firewall-cmd --add-port=9000/udp`. Otro puerto se elige con `quorin-stream --port`.
+- Muchas redes de invitados separan los dispositivos; usa otra, o el cable.
+- El cable necesita el servicio USB: `sudo apt install usbmuxd`.
+
+## Teclas
+
+Esc o Alt+Izquierda: volver. Ctrl+W: cerrar la ventana; la transmisión sigue. Ctrl+Q: salir. F1: esta ayuda.
+
+## Este equipo</translation>
+    </message>
+    <!-- What the command line prints: the English sentence is the key. -->
+    <message id="audio server">
+        <source></source>
+        <translation>servidor de audio</translation>
+    </message>
+    <message id="none">
+        <source></source>
+        <translation>ninguno</translation>
+    </message>
+    <message id="Start PulseAudio or PipeWire (with pipewire-pulse); the program looks for it by itself.">
+        <source></source>
+        <translation>Inicia PulseAudio o PipeWire (con pipewire-pulse); el programa lo busca por sí mismo.</translation>
+    </message>
+    <message id="default output">
+        <source></source>
+        <translation>salida por defecto</translation>
+    </message>
+    <message id="default input">
+        <source></source>
+        <translation>entrada por defecto</translation>
+    </message>
+    <message id="Press &quot;Set up for me&quot; (or start with --set-up), or make &quot;Quorin Audio&quot; the default output in the sound settings.">
+        <source></source>
+        <translation>Pulsa «Prepáralo por mí» (o inicia con --set-up), o haz de «Quorin Audio» la salida por defecto en los ajustes de sonido.</translation>
+    </message>
+    <message id="Press &quot;Set up for me&quot; (or start with --set-up), or make &quot;Quorin Audio&quot; the default input in the sound settings.">
+        <source></source>
+        <translation>Pulsa «Prepáralo por mí» (o inicia con --set-up), o haz de «Quorin Audio» la entrada por defecto en los ajustes de sonido.</translation>
+    </message>
+    <message id="microphone">
+        <source></source>
+        <translation>micrófono</translation>
+    </message>
+    <message id="allowed">
+        <source></source>
+        <translation>permitido</translation>
+    </message>
+    <message id="not answered yet">
+        <source></source>
+        <translation>sin respuesta aún</translation>
+    </message>
+    <message id="Answer the desktop&#x27;s question, or allow the microphone in its privacy settings.">
+        <source></source>
+        <translation>Responde a la pregunta del escritorio, o permite el micrófono en sus ajustes de privacidad.</translation>
+    </message>
+    <message id="not allowed">
+        <source></source>
+        <translation>no permitido</translation>
+    </message>
+    <message id="Allow the microphone for Quorin Stream in the desktop&#x27;s privacy settings.">
+        <source></source>
+        <translation>Permite el micrófono para Quorin Stream en los ajustes de privacidad del escritorio.</translation>
+    </message>
+    <message id="address">
+        <source></source>
+        <translation>dirección</translation>
+    </message>
+    <message id="off">
+        <source></source>
+        <translation>apagada</translation>
+    </message>
+    <message id="no carrier">
+        <source></source>
+        <translation>sin conexión</translation>
+    </message>
+    <message id="no interface has one">
+        <source></source>
+        <translation>ninguna interfaz tiene una</translation>
+    </message>
+    <message id="%1 of %2">
+        <source></source>
+        <translation>%1 de %2</translation>
+    </message>
+    <message id="none of %1">
+        <source></source>
+        <translation>ninguna de %1</translation>
+    </message>
+    <message id="Connect this computer to the phone&#x27;s network, by Wi-Fi or by wire.">
+        <source></source>
+        <translation>Conecta este equipo a la red del teléfono, por Wi-Fi o por cable.</translation>
+    </message>
+    <message id="port">
+        <source></source>
+        <translation>puerto</translation>
+    </message>
+    <message id="%1, free">
+        <source></source>
+        <translation>%1, libre</translation>
+    </message>
+    <message id="Choose another, above 1023, with --port.">
+        <source></source>
+        <translation>Elige otro, mayor que 1023, con --port.</translation>
+    </message>
+    <message id="%1: in use by the running Quorin Stream (phones: %2)">
+        <source></source>
+        <translation>%1: lo usa el Quorin Stream en marcha (teléfonos: %2)</translation>
+    </message>
+    <message id="%1: in use">
+        <source></source>
+        <translation>%1: en uso</translation>
+    </message>
+    <message id="by %1">
+        <source></source>
+        <translation>por %1</translation>
+    </message>
+    <message id="of user %1">
+        <source></source>
+        <translation>del usuario %1</translation>
+    </message>
+    <message id="End what holds it, or choose another with --port.">
+        <source></source>
+        <translation>Termina lo que lo ocupa, o elige otro con --port.</translation>
+    </message>
+    <message id="USB service">
+        <source></source>
+        <translation>servicio USB</translation>
+    </message>
+    <message id="Only the cable needs it: %1">
+        <source></source>
+        <translation>Solo lo necesita el cable: %1</translation>
+    </message>
+    <message id="runs; phones: %1">
+        <source></source>
+        <translation>en marcha; teléfonos: %1</translation>
+    </message>
+    <message id="not installed">
+        <source></source>
+        <translation>no instalado</translation>
+    </message>
+    <message id="not running">
+        <source></source>
+        <translation>parado</translation>
+    </message>
+    <message id="connect the iPhone, which starts it, else %1">
+        <source></source>
+        <translation>conecta el iPhone, que lo inicia; si no, %1</translation>
+    </message>
+    <message id="use a cable that carries data, unlock the iPhone and tap &quot;Trust&quot;.">
+        <source></source>
+        <translation>usa un cable que transmita datos, desbloquea el iPhone y toca «Confiar».</translation>
+    </message>
+    <message id="unlock the iPhone and tap &quot;Trust&quot;.">
+        <source></source>
+        <translation>desbloquea el iPhone y toca «Confiar».</translation>
+    </message>
+    <message id="real-time priority">
+        <source></source>
+        <translation>prioridad de tiempo real</translation>
+    </message>
+    <message id="For an even stream on a busy computer: install rtkit.">
+        <source></source>
+        <translation>Para un sonido continuo en un equipo ocupado: instala rtkit.</translation>
+    </message>
+    <message id="ok">
+        <source></source>
+        <translation>bien</translation>
+    </message>
+    <message id="hint">
+        <source></source>
+        <translation>consejo</translation>
+    </message>
+    <message id="problem">
+        <source></source>
+        <translation>problema</translation>
+    </message>
+    <message id="Streaming over Wi-Fi would work.">
+        <source></source>
+        <translation>La transmisión por Wi-Fi funcionaría.</translation>
+    </message>
+    <message id="Streaming would not work yet.">
+        <source></source>
+        <translation>La transmisión aún no funcionaría.</translation>
+    </message>
+    <message id="version">
+        <source></source>
+        <translation>versión</translation>
+    </message>
+    <message id="Sends the computer&#x27;s sound to a phone in real time.">
+        <source></source>
+        <translation>Envía el sonido del ordenador a un teléfono en tiempo real.</translation>
+    </message>
+    <message id="Exit status: 0 when the program ended as asked (with --diagnose: streaming would work), 1 when it could not run or the running program could not do it, 2 when an option was not understood.">
+        <source></source>
+        <translation>Estado de salida: 0 si el programa terminó como se le pidió (con --diagnose: la transmisión funcionaría), 1 si no pudo funcionar o el programa en marcha no pudo hacerlo, 2 si no se entendió una opción.</translation>
+    </message>
+    <message id="Enter that mode as soon as the devices are right.">
+        <source></source>
+        <translation>Entrar en ese modo en cuanto los dispositivos sean los correctos.</translation>
+    </message>
+    <message id="Set the devices up first, as the button &quot;Set up for me&quot; does.">
+        <source></source>
+        <translation>Configurar primero los dispositivos, como el botón «Prepáralo por mí».</translation>
+    </message>
+    <message id="UDP port of the Wi-Fi mode, 1 to 65535 (9000).">
+        <source></source>
+        <translation>Puerto UDP del modo Wi-Fi, de 1 a 65535 (9000).</translation>
+    </message>
+    <message id="Show the code of this network, where the computer is in several.">
+        <source></source>
+        <translation>Mostrar el código de esta red, si el equipo está en varias.</translation>
+    </message>
+    <message id="Language of the texts (the system&#x27;s).">
+        <source></source>
+        <translation>Idioma de los textos (el del sistema).</translation>
+    </message>
+    <message id="Check what streaming needs, print it and exit.">
+        <source></source>
+        <translation>Comprobar lo que necesita la transmisión, mostrarlo y salir.</translation>
+    </message>
+    <message id="With --diagnose: print JSON.">
+        <source></source>
+        <translation>Con --diagnose: escribir JSON.</translation>
+    </message>
+    <message id="Log more to standard error.">
+        <source></source>
+        <translation>Registrar más en la salida de errores.</translation>
+    </message>
+    <message id="Print this text and exit.">
+        <source></source>
+        <translation>Mostrar este texto y salir.</translation>
+    </message>
+    <message id="Print the version and exit.">
+        <source></source>
+        <translation>Mostrar la versión y salir.</translation>
+    </message>
+    <message id="granted by the kernel">
+        <source></source>
+        <translation>concedida por el núcleo</translation>
+    </message>
+    <message id="granted by rtkit">
+        <source></source>
+        <translation>concedida por rtkit</translation>
+    </message>
+    <message id="not granted">
+        <source></source>
+        <translation>no concedida</translation>
+    </message>
 </context>
 </TS>

@@ -20,26 +20,32 @@ QString text(std::string_view utf8) {
   return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
 }
 
+// The English sentence is the key of its translation.
+
 Finding fine(const char* name, const QString& found) {
-  return {.name = name, .found = found, .kind = Kind::kFine, .advice = {}};
+  return {.name = qtTrId(name), .found = found, .kind = Kind::kFine, .advice = {}};
+}
+
+Finding problem(const char* name, const QString& found, const char* advice) {
+  return {.name = qtTrId(name), .found = found, .kind = Kind::kProblem, .advice = qtTrId(advice)};
+}
+
+Finding hint(const char* name, const QString& found, const QString& advice) {
+  return {.name = qtTrId(name), .found = found, .kind = Kind::kHint, .advice = advice};
 }
 
 Finding audioServer(const Facts& facts) {
   constexpr auto kName = "audio server";
   if (!facts.devices.server.empty()) return fine(kName, text(facts.devices.server));
-  return {
-      kName, "none", Kind::kProblem,
-      "Start PulseAudio or PipeWire (with pipewire-pulse); the program looks for it by itself."};
+  return problem(kName, qtTrId("none"),
+                 "Start PulseAudio or PipeWire (with pipewire-pulse); the program looks for it by "
+                 "itself.");
 }
 
-Finding device(const char* name, const audio::Device& device, const char* kind) {
+Finding device(const char* name, const audio::Device& device, const char* advice) {
   const auto found = text(audio::currentDeviceName(device));
-  if (audio::isDefaultDeviceNamed(device, audio::kExpectedDeviceName)) return fine(name, found);
-  return {
-      name, found, Kind::kProblem,
-      QStringLiteral("Press \"Set up for me\" (or start with --set-up), or make \"Quorin Audio\" "
-                     "the default %1 in the sound settings.")
-          .arg(kind)};
+  const bool isRight = audio::isDefaultDeviceNamed(device, audio::kExpectedDeviceName);
+  return isRight ? fine(name, found) : problem(name, found, advice);
 }
 
 Finding microphone(desktop::AuthorizationStatus status) {
@@ -47,70 +53,73 @@ Finding microphone(desktop::AuthorizationStatus status) {
   using Status = desktop::AuthorizationStatus;
   switch (status) {
     case Status::kAuthorized:
-      return fine(kName, "allowed");
+      return fine(kName, qtTrId("allowed"));
     case Status::kNotDetermined:
-      return {kName, "not answered yet", Kind::kProblem,
-              "Answer the desktop's question, or allow the microphone in its privacy settings."};
+      return problem(
+          kName, qtTrId("not answered yet"),
+          "Answer the desktop's question, or allow the microphone in its privacy settings.");
     case Status::kRestricted:
     case Status::kDenied:
       break;
   }
-  return {kName, "not allowed", Kind::kProblem,
-          "Allow the microphone for Quorin Stream in the desktop's privacy settings."};
+  return problem(kName, qtTrId("not allowed"),
+                 "Allow the microphone for Quorin Stream in the desktop's privacy settings.");
 }
 
 Finding address(const Facts& facts) {
   constexpr auto kName = "address";
   QStringList all;
   for (const auto& entry : facts.addresses) {
-    all << text(entry.name + ' ' + entry.address +
-                (!entry.isUp        ? " (off)"
-                 : !entry.isRunning ? " (no carrier)"
-                                    : ""));
+    const char* const state = !entry.isUp ? "off" : !entry.isRunning ? "no carrier" : nullptr;
+    all << text(entry.name + ' ' + entry.address) +
+               (state ? QStringLiteral(" (%1)").arg(qtTrId(state)) : QString());
   }
-  const auto known = all.isEmpty() ? QStringLiteral("no interface has one") : all.join(", ");
-  if (facts.chosenAddress) return fine(kName, text(*facts.chosenAddress) + " of " + known);
-  return {kName, "none of " + known, Kind::kProblem,
-          "Connect this computer to the phone's network, by Wi-Fi or by wire."};
+  const auto known = all.isEmpty() ? qtTrId("no interface has one") : all.join(", ");
+  if (facts.chosenAddress) {
+    return fine(kName, qtTrId("%1 of %2").arg(text(*facts.chosenAddress), known));
+  }
+  return problem(kName, qtTrId("none of %1").arg(known),
+                 "Connect this computer to the phone's network, by Wi-Fi or by wire.");
 }
 
 Finding port(const Facts& facts) {
   constexpr auto kName = "port";
   const auto number = QString::number(facts.port);
-  if (!facts.portError) return fine(kName, number + ", free");
+  if (!facts.portError) return fine(kName, qtTrId("%1, free").arg(number));
   if (facts.portError != std::errc::address_in_use) {
-    return {kName, number + ": " + text(facts.portError.message()), Kind::kProblem,
-            "Choose another, above 1023, with --port."};
+    return problem(kName, number + ": " + text(facts.portError.message()),
+                   "Choose another, above 1023, with --port.");
   }
   const auto holder = facts.portHolder.value_or(network::PortHolder());
   if (holder.program == kProgramFile && holder.isOwnUser) {
-    return fine(kName, QStringLiteral("%1: in use by the running Quorin Stream (%2 %3)")
+    return fine(kName, qtTrId("%1: in use by the running Quorin Stream (phones: %2)")
                            .arg(number)
-                           .arg(holder.peers)
-                           .arg(holder.peers == 1 ? "phone" : "phones"));
+                           .arg(holder.peers));
   }
-  auto found = number + ": in use";
-  if (!holder.program.empty()) found += " by " + text(holder.program);
-  if (!holder.user.empty()) found += " of user " + text(holder.user);
-  return {kName, found, Kind::kProblem, "End what holds it, or choose another with --port."};
+  auto found = qtTrId("%1: in use").arg(number);
+  if (!holder.program.empty()) found += ' ' + qtTrId("by %1").arg(text(holder.program));
+  if (!holder.user.empty()) found += ' ' + qtTrId("of user %1").arg(text(holder.user));
+  return problem(kName, found, "End what holds it, or choose another with --port.");
 }
 
 Finding usbService(const CableState& state) {
   constexpr auto kName = "USB service";
-  const auto hint = [](const QString& found, const QString& advice) {
-    return Finding{kName, found, Kind::kHint, "Only the cable needs it: " + advice};
+  const auto onlyCable = [](const QString& found, const QString& advice) {
+    return hint(kName, found, qtTrId("Only the cable needs it: %1").arg(advice));
   };
-  const auto phones = QStringLiteral("runs; phones: %1").arg(state.phones);
+  const auto command = text(state.remedy.command);
+  const auto phones = qtTrId("runs; phones: %1").arg(state.phones);
   switch (cableStatus(state)) {
     case CableStatus::kServiceMissing:
-      return hint("not installed", text(state.remedy.command));
+      return onlyCable(qtTrId("not installed"), command);
     case CableStatus::kServiceStopped:
-      return hint("not running",
-                  "connect the iPhone, which starts it, else " + text(state.remedy.command));
+      return onlyCable(qtTrId("not running"),
+                       qtTrId("connect the iPhone, which starts it, else %1").arg(command));
     case CableStatus::kNoPhone:
-      return hint(phones, "use a cable that carries data, unlock the iPhone and tap \"Trust\".");
+      return onlyCable(
+          phones, qtTrId("use a cable that carries data, unlock the iPhone and tap \"Trust\"."));
     case CableStatus::kPhoneLocked:
-      return hint(phones, "unlock the iPhone and tap \"Trust\".");
+      return onlyCable(phones, qtTrId("unlock the iPhone and tap \"Trust\"."));
     default:
       if (state.service == usb::UsbService::kUnknown) return hint("does not answer", "restart it.");
       return hint(phones, "open the app on the iPhone.");
@@ -119,9 +128,9 @@ Finding usbService(const CableState& state) {
 
 Finding realtime(dispatch::RealtimeGrant grant) {
   constexpr auto kName = "real-time priority";
-  const auto found = text(dispatch::describe(grant));
+  const auto found = qtTrId(dispatch::describe(grant).data());
   if (grant != dispatch::RealtimeGrant::kNone) return fine(kName, found);
-  return {kName, found, Kind::kHint, "For an even stream on a busy computer: install rtkit."};
+  return hint(kName, found, qtTrId("For an even stream on a busy computer: install rtkit."));
 }
 
 const char* wordFor(Kind kind) {
@@ -134,8 +143,14 @@ std::vector<Finding> diagnose(const Facts& facts) {
   return {
       fine("version", text(facts.version) + ", Qt " + text(facts.qtVersion)),
       audioServer(facts),
-      device("default output", facts.devices.output, "output"),
-      device("default input", facts.devices.input, "input"),
+      device(
+          "default output", facts.devices.output,
+          "Press \"Set up for me\" (or start with --set-up), or make \"Quorin Audio\" the default "
+          "output in the sound settings."),
+      device(
+          "default input", facts.devices.input,
+          "Press \"Set up for me\" (or start with --set-up), or make \"Quorin Audio\" the default "
+          "input in the sound settings."),
       microphone(facts.microphone),
       address(facts),
       port(facts),
@@ -153,14 +168,15 @@ QString asText(const std::vector<Finding>& findings) {
   QString lines;
   for (const auto& finding : findings) {
     lines += QStringLiteral("%1 %2 %3\n")
-                 .arg(wordFor(finding.kind), -8)
+                 .arg(qtTrId(wordFor(finding.kind)), -8)
                  .arg(finding.name, -20)
                  .arg(finding.found);
     if (!finding.advice.isEmpty()) lines += QStringLiteral("         -> %1\n").arg(finding.advice);
   }
-  lines += wouldStream(findings) ? "Streaming over Wi-Fi would work.\n"
-                                 : "Streaming would not work yet.\n";
-  return lines;
+  return lines +
+         qtTrId(wouldStream(findings) ? "Streaming over Wi-Fi would work."
+                                      : "Streaming would not work yet.") +
+         '\n';
 }
 
 QByteArray asJson(const std::vector<Finding>& findings) {

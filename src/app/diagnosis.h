@@ -15,7 +15,8 @@
 #include <vector>
 
 /// What `--diagnose` tells: everything that streaming needs, as this machine has it, with one line
-/// of advice for each problem. In English, for whoever is asked for help. Pure.
+/// of advice for each problem. In the language of the translator that the
+/// application has installed, English without one.
 namespace quorin::app {
 
 /// What was found, before anybody judges it.

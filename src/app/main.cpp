@@ -22,6 +22,19 @@
 namespace quorin::app {
 namespace {
 
+/// The application of what only prints, in the user's language.
+class Printing {
+ public:
+  Printing(int& argc, char** argv, const Options& options)
+      : application_(argc, argv), texts_(preferredLanguages(options.language.value_or(QString()))) {
+    QCoreApplication::installTranslator(&texts_.translator());
+  }
+
+ private:
+  QCoreApplication application_;
+  CompiledTable texts_;
+};
+
 int printAndExit(const QString& text) {
   std::fputs(qUtf8Printable(text), stdout);
   return 0;
@@ -82,7 +95,7 @@ int launch(int argc, char** argv) {
   // What only prints needs no display.
   switch (options->action) {
     case Options::Action::kShowHelp: {
-      const QCoreApplication application(argc, argv);
+      const Printing application(argc, argv, *options);
       return printAndExit(helpText());
     }
     case Options::Action::kShowVersion:
@@ -90,7 +103,7 @@ int launch(int argc, char** argv) {
           QStringLiteral("quorin-stream %1\n")
               .arg(QString::fromUtf8(version().data(), static_cast<qsizetype>(version().size()))));
     case Options::Action::kDiagnose: {
-      const QCoreApplication application(argc, argv);
+      const Printing application(argc, argv, *options);
       return printDiagnosis(*options);
     }
     case Options::Action::kRun:

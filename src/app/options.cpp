@@ -11,21 +11,21 @@ namespace {
 std::unique_ptr<QCommandLineParser> makeParser() {
   auto parser = std::make_unique<QCommandLineParser>();
   parser->setApplicationDescription(
-      "Sends the computer's sound to a phone in real time.\n\n"
-      "Exit status: 0 when the program ended as asked (with --diagnose: streaming would work),\n"
-      "1 when it could not run or the running program could not do it, 2 when an option was not\n"
-      "understood.");
+      qtTrId("Sends the computer's sound to a phone in real time.") + "\n\n" +
+      qtTrId("Exit status: 0 when the program ended as asked (with --diagnose: streaming would "
+             "work), 1 when it could not run or the running program could not do it, 2 when an "
+             "option was not understood."));
   parser->addOptions({
-      {"start", "Enter that mode as soon as the devices are right.", "wifi|cable"},
-      {"set-up", "Set the devices up first, as the button \"Set up for me\" does."},
-      {"port", "UDP port of the Wi-Fi mode, 1 to 65535 (9000).", "N"},
-      {"address", "Show the code of this network, where the computer is in several.", "A"},
-      {"language", "Language of the texts (the system's).", "en|es"},
-      {"diagnose", "Check what streaming needs, print it and exit."},
-      {"json", "With --diagnose: print JSON."},
-      {"verbose", "Log more to standard error."},
-      {{"h", "help"}, "Print this text and exit."},
-      {{"v", "version"}, "Print the version and exit."},
+      {"start", qtTrId("Enter that mode as soon as the devices are right."), "wifi|cable"},
+      {"set-up", qtTrId("Set the devices up first, as the button \"Set up for me\" does.")},
+      {"port", qtTrId("UDP port of the Wi-Fi mode, 1 to 65535 (9000)."), "N"},
+      {"address", qtTrId("Show the code of this network, where the computer is in several."), "A"},
+      {"language", qtTrId("Language of the texts (the system's)."), "en|es"},
+      {"diagnose", qtTrId("Check what streaming needs, print it and exit.")},
+      {"json", qtTrId("With --diagnose: print JSON.")},
+      {"verbose", qtTrId("Log more to standard error.")},
+      {{"h", "help"}, qtTrId("Print this text and exit.")},
+      {{"v", "version"}, qtTrId("Print the version and exit.")},
   });
   return parser;
 }

@@ -6,6 +6,9 @@
 #include "platform/desktop/settings.h"
 #include "ui/appearance.h"
 #include "wifi/local_address.h"
+#include "window/help.h"
+
+#include <unistd.h>
 
 #include <QCoreApplication>
 #include <utility>
@@ -27,6 +30,12 @@ TrKey textKeyOf(LoanFailure failure) {
   return "audio.guard.setup.failed";
 }
 
+/// The capture's lines are for a log; a user at a terminal gets them with --verbose.
+log::PrintLine captureLog(bool verbose) {
+  if (verbose || ::isatty(STDOUT_FILENO) == 0) return log::print;
+  return [](std::string_view) {};
+}
+
 }  // namespace
 
 PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
@@ -41,7 +50,8 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
       pages_({texts_, images_, views_, screens_}),
       audioCaptureManager_(
           scheduler_,
-          {.makeEngine = [this] { return audioServer_->makeEngine(audio::mayBeStreamed); }}),
+          {.makeEngine = [this] { return audioServer_->makeEngine(audio::mayBeStreamed); },
+           .print = captureLog(options.verbose)}),
       audioFrameQueueSerial_(stream::AudioSender::makeQueue(scheduler_)),
       cable_(scheduler_, *audioFrameQueueSerial_,
              {.changed = [this](const CableState& state) { pages_.showCable(state); },
@@ -96,6 +106,8 @@ void PTAppDelegate::connectViews() {
   }
 
   QObject::connect(&window_, &MainWindow::resized, &window_, [this] { screens_.layoutUI(); });
+  QObject::connect(&window_, &MainWindow::helpRequested, &window_,
+                   [this] { showHelp(texts_, &window_); });
   QObject::connect(&window_, &MainWindow::quitRequested, &window_, [this] { quit(); });
   QObject::connect(&window_, &MainWindow::visibilityChanged, &window_,
                    [this] { refreshBackground(); });

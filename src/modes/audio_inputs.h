@@ -18,6 +18,7 @@ class AudioInputs : public GuardInputs {
   audio::DefaultDevices defaultDevices() const override { return server_.defaultDevices(); }
   desktop::AuthorizationStatus microphoneStatus() const override { return permission_.status(); }
   void requestMicrophoneAccess(dispatch::Task answered) override;
+  bool hasAskedUser() const override { return permission_.hasAskedUser(); }
 
  private:
   audio::AudioServer& server_;

@@ -247,27 +247,19 @@ void GuardFlow::onDefaultDevicesChanged(const Routing& routing) {
 }
 
 void GuardFlow::requestMicrophonePermission() {
-  switch (inputs_->microphoneStatus()) {
-    case AuthorizationStatus::kAuthorized:
-      log::note("guard",
-                "✅ Permiso de micrófono ya concedido. La captura iniciará al elegir modo.");
-      return;
-    case AuthorizationStatus::kNotDetermined:
-      inputs_->requestMicrophoneAccess(scope_.bind([this] { onMicrophoneAnswer(); }));
-      return;
-    case AuthorizationStatus::kRestricted:
-    case AuthorizationStatus::kDenied:
-      showMicDeniedOverlay();
-      return;
+  if (inputs_->microphoneStatus() == AuthorizationStatus::kNotDetermined) {
+    inputs_->requestMicrophoneAccess(scope_.bind([this] { onMicrophoneAnswer(); }));
+  } else {
+    onMicrophoneAnswer();
   }
 }
 
 void GuardFlow::onMicrophoneAnswer() {
-  if (microphoneAuthorized()) {
-    log::note("guard", "✅ Permiso de micrófono concedido. La captura iniciará al elegir modo.");
-  } else {
-    showMicDeniedOverlay();
-  }
+  if (!microphoneAuthorized()) return showMicDeniedOverlay();
+  log::note("guard",
+            inputs_->hasAskedUser()
+                ? "✅ Permiso de micrófono concedido. La captura iniciará al elegir modo."
+                : "✅ Permiso de micrófono ya concedido. La captura iniciará al elegir modo.");
 }
 
 }  // namespace quorin::app

@@ -32,6 +32,9 @@ class GuardInputs {
   /// Asks for the microphone. `answered` runs on the main queue once `microphoneStatus` tells the
   /// answer. Called on the main queue.
   virtual void requestMicrophoneAccess(dispatch::Task answered) = 0;
+
+  /// Whether the user was asked for that answer, else it stood before. On the main queue.
+  virtual bool hasAskedUser() const = 0;
 };
 
 /// What stands in front of the menu and the pages. Where several are set, the microphone screen

@@ -15,6 +15,7 @@ void Menu::chooseOnlineMode() {
 void Menu::chooseOfflineMode() {
   pageSteps_.cancelAll();
   parts_.wifi.leave();
+  parts_.wifi.stopIPWatch();
   parts_.cable.turnOn();
   parts_.sound.start();
   scheduler_.mainQueue().async(pageSteps_, [this] { parts_.view.openCablePage(); });
@@ -34,6 +35,7 @@ void Menu::stopAllSessions() {
   parts_.cable.turnOff();
   parts_.wifi.leave();
   parts_.sound.stop();
+  parts_.wifi.stopIPWatch();
 }
 
 }  // namespace quorin::app

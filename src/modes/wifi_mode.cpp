@@ -55,7 +55,6 @@ void WiFiMode::leave() {
   retryTimer_.reset();
   state_.problem.reset();
   if (server_.isRunning()) server_.stopUDP();
-  watch_.stopIPWatch();
 }
 
 /// Shared by page entry and re-entry, after the server's start.

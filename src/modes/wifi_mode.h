@@ -53,8 +53,9 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
   /// Opens the page, and starts the server and the sound where there is an address.
   void enter();
 
-  /// Ends the server, the watch and everything posted. The sound is the caller's.
+  /// Ends the server and everything posted. The sound is the caller's, and the watch.
   void leave();
+  void stopIPWatch() { watch_.stopIPWatch(); }
 
   bool isOpen() const { return open_; }
   bool isServerRunning() const { return server_.isRunning(); }

@@ -28,6 +28,9 @@ class CompiledTable : public StringTable {
 
   QString text(const char* key, std::optional<int> n = std::nullopt) const override;
 
+  /// For texts that Qt's own way of lookup finds.
+  QTranslator& translator() { return translator_; }
+
   /// "en" or "es".
   const QString& language() const { return language_; }
 

@@ -1,5 +1,6 @@
 #include "window/alert.h"
 
+#include "core/identity.h"
 #include "ui/appearance.h"
 #include "ui/controls.h"
 #include "window/main_window.h"
@@ -33,9 +34,8 @@ QLabel* makeText(const QString& text, const QFont& font, const QColor& color, QW
 
 Alert::Alert(const AlertContent& content, QWidget* window) : QDialog(window, Qt::Sheet) {
   setAttribute(Qt::WA_DeleteOnClose);
-  setWindowTitle(content.title);
-  setAccessibleName(content.title);
-  setAccessibleDescription(content.text);
+  // A screen reader says the window's title, then the texts in it: each once.
+  setWindowTitle(QString::fromLatin1(kProgramName));
   // The window's own shortcut does not reach a modal dialog.
   auto* const quit = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), this);
   connect(quit, &QShortcut::activated, this, [this, window] {

@@ -1,7 +1,10 @@
 #include "app/diagnosis.h"
 
+#include "ui/texts.h"
+
 #include <gmock/gmock.h>
 
+#include <QCoreApplication>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <functional>
@@ -78,7 +81,7 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
       {"port", heldBy({.program = "quorin-stream", .user = "ana"}), false,
        "9000: in use by quorin-stream of user ana", "--port"},
       {"port", heldBy({.program = "quorin-stream", .user = "me", .isOwnUser = true, .peers = 2}),
-       true, "9000: in use by the running Quorin Stream (2 phones)", ""},
+       true, "9000: in use by the running Quorin Stream (phones: 2)", ""},
       {"port", [](Facts& f) { f.portError = make_error_code(std::errc::permission_denied); }, false,
        "9000: Permission denied", "above 1023"},
       {"USB service",
@@ -103,6 +106,14 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
     EXPECT_THAT(asText(findings).toStdString(), HasSubstr(wrong.advice));
     const auto json = QJsonDocument::fromJson(asJson(findings)).object();
     EXPECT_EQ(json["would_stream"].toBool(), wrong.streams);
+
+    CompiledTable spanish({"es"});
+    QCoreApplication::installTranslator(&spanish.translator());
+    const auto inSpanish =
+        diagnose(facts).at(static_cast<std::size_t>(std::distance(findings.begin(), finding)));
+    QCoreApplication::removeTranslator(&spanish.translator());
+    EXPECT_NE(inSpanish.name, finding->name);
+    EXPECT_TRUE(finding->advice.isEmpty() || inSpanish.advice != finding->advice);
   }
 }
 

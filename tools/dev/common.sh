@@ -18,9 +18,9 @@ TEST_PACKAGES=(
   pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus
   xvfb xauth imagemagick iproute2 procps
   fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji usbmuxd
-  appstream desktop-file-utils groff-base
+  appstream desktop-file-utils groff-base at-spi2-core
 )
-SHOTS_PACKAGES=(fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji)
+SHOTS_PACKAGES=(fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji weston qt6-wayland)
 DEMO_PACKAGES=(pulseaudio pulseaudio-utils xvfb imagemagick fonts-dejavu-core)
 # llvm-19: the names in the sanitizers' reports, which suppressions go by.
 CHECK_PACKAGES=(

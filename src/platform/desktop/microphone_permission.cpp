@@ -62,7 +62,9 @@ void MicrophonePermission::onPortalAnswers(const PortalAnswers& answers) {
 void MicrophonePermission::askForRecording() {
   // Before the desktop has answered it is not known whether the user need be asked.
   const bool pending = authorizationStatus(facts_) == AuthorizationStatus::kNotDetermined;
-  if (facts_.portal && pending && !pending_.empty()) options_.tryToRecord();
+  if (!facts_.portal || !pending || pending_.empty()) return;
+  hasAskedUser_ = facts_.sandboxed;
+  options_.tryToRecord();
 }
 
 void MicrophonePermission::update() {

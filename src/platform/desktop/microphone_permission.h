@@ -39,6 +39,9 @@ class MicrophonePermission {
   /// `status` is no longer pending, never inside this call.
   void requestAccess(dispatch::Task answered);
 
+  /// Whether the user was asked for that answer, else it stood before. Main queue.
+  bool hasAskedUser() const { return hasAskedUser_; }
+
   /// The audio server's latest answer. A refusal, and an answer that is requested and pending, are
   /// tried again every 2 s: no signal says when that changes.
   void reportRecording(std::optional<bool> granted);
@@ -55,6 +58,7 @@ class MicrophonePermission {
   std::vector<dispatch::Task> pending_;  ///< requests without an answer
   std::unique_ptr<PortalWatch> portal_;
   bool asked_ = false;
+  bool hasAskedUser_ = false;
   std::unique_ptr<dispatch::Timer> retry_;  ///< while the audio server refuses or is not there
   dispatch::Scope scope_;
 };

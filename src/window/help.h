@@ -1,0 +1,13 @@
+#pragma once
+
+#include "ui/texts.h"
+
+class QWidget;
+
+namespace quorin::app {
+
+/// The help, in a window of its own: what a phone needs, the ports, and what `--diagnose`, asked of
+/// this program's file, finds on this computer. Main thread.
+void showHelp(const Texts& texts, QWidget* window);
+
+}  // namespace quorin::app
