@@ -536,9 +536,25 @@ Esc o Alt+Izquierda: volver. Ctrl+W: cerrar la ventana; la transmisión sigue. C
         <source></source>
         <translation>Elige otro, mayor que 1023, con --port.</translation>
     </message>
-    <message id="%1: in use by the running Quorin Stream (phones: %2)">
+    <message id="%1: in use by the running Quorin Stream (1 phone)">
         <source></source>
-        <translation>%1: lo usa el Quorin Stream en marcha (teléfonos: %2)</translation>
+        <translation>%1: lo usa el Quorin Stream en marcha (1 teléfono)</translation>
+    </message>
+    <message id="%1: in use by the running Quorin Stream (%2 phones)">
+        <source></source>
+        <translation>%1: lo usa el Quorin Stream en marcha (%2 teléfonos)</translation>
+    </message>
+    <message id="does not answer">
+        <source></source>
+        <translation>no responde</translation>
+    </message>
+    <message id="restart it.">
+        <source></source>
+        <translation>reinícialo.</translation>
+    </message>
+    <message id="open the app on the iPhone.">
+        <source></source>
+        <translation>abre la app en el iPhone.</translation>
     </message>
     <message id="%1: in use">
         <source></source>

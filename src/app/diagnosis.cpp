@@ -92,9 +92,11 @@ Finding port(const Facts& facts) {
   }
   const auto holder = facts.portHolder.value_or(network::PortHolder());
   if (holder.program == kProgramFile && holder.isOwnUser) {
-    return fine(kName, qtTrId("%1: in use by the running Quorin Stream (phones: %2)")
-                           .arg(number)
-                           .arg(holder.peers));
+    return fine(kName, holder.peers == 1
+                           ? qtTrId("%1: in use by the running Quorin Stream (1 phone)").arg(number)
+                           : qtTrId("%1: in use by the running Quorin Stream (%2 phones)")
+                                 .arg(number)
+                                 .arg(holder.peers));
   }
   auto found = qtTrId("%1: in use").arg(number);
   if (!holder.program.empty()) found += ' ' + qtTrId("by %1").arg(text(holder.program));
@@ -120,10 +122,18 @@ Finding usbService(const CableState& state) {
           phones, qtTrId("use a cable that carries data, unlock the iPhone and tap \"Trust\"."));
     case CableStatus::kPhoneLocked:
       return onlyCable(phones, qtTrId("unlock the iPhone and tap \"Trust\"."));
-    default:
-      if (state.service == usb::UsbService::kUnknown) return hint("does not answer", "restart it.");
-      return hint(phones, "open the app on the iPhone.");
+    case CableStatus::kWaiting:
+      if (state.service == usb::UsbService::kUnknown) {
+        return onlyCable(qtTrId("does not answer"), qtTrId("restart it."));
+      }
+      [[fallthrough]];
+    case CableStatus::kAppClosed:
+      return onlyCable(phones, qtTrId("open the app on the iPhone."));
+    case CableStatus::kConnected:
+    case CableStatus::kAppSilent:
+      break;
   }
+  return fine(kName, phones);
 }
 
 Finding realtime(dispatch::RealtimeGrant grant) {

@@ -169,12 +169,14 @@ class Planner {
     }
   }
 
-  /// At the foot of either page the meter and the check box, at the left and the right of what
-  /// stands in the middle; the word of a silence above the code, or above the green dot.
+  /// The meter at the left and the check box at the right: at the foot of the cable page, and above
+  /// the info line of the Wi-Fi page. A silence is reported above the code, or above the green dot.
   void layOutStreamControls() {
-    layout_[levelMeter_] = {20, 30, 120, 4};
+    const bool isWifi = state_.page == Page::kWifi;
+    const double foot = isWifi ? layout_[onlineInfoLabel_]->top() + 8 : 20;
+    layout_[levelMeter_] = {20, foot + 10, 120, 4};
     const double boxWidth = std::ceil(measure_.textWidth(playHereBox_)) + 30;
-    layout_[playHereBox_] = {w_ - 20 - boxWidth, 20, boxWidth, 24};
+    layout_[playHereBox_] = {w_ - 20 - boxWidth, foot, boxWidth, 24};
 
     constexpr double kHeight = 28;
     constexpr double kGap = 12;
@@ -184,7 +186,7 @@ class Planner {
     const double text =
         std::min(std::ceil(measure_.textWidth(silenceLabel_)) + 8, w_ - 40 - button - kGap);
     const double x = std::floor((w_ - text - kGap - button) / 2);
-    const double y = state_.page == Page::kWifi ? h_ / 2 + 150 + 8 : h_ / 2 + 80;
+    const double y = isWifi ? h_ / 2 + 150 + 8 : h_ / 2 + 80;
     layout_[silenceLabel_] = {x, y, text, kHeight};
     if (hasButton) layout_[silenceMoveButton_] = {x + text + kGap, y, button, kHeight};
   }

@@ -90,7 +90,6 @@ void Pages::apply(const GuardState& guard) {
   const auto text =
       guard.hasServer ? TrKey::find(guard.textKey) : TrKey("audio.guard.text.no_server");
   if (text) setText(*views.audioGuardTextLabel_, texts.tr(*text));
-  views.audioGuardSetUpButton_->setEnabled(!guard.settingUp);
   views.audioGuardSetUpButton_->setText(
       texts.tr(guard.settingUp ? TrKey("audio.guard.setup.working") : TrKey("audio.guard.setup")));
   const auto failure = TrKey::find(guard.setUpFailureKey);

@@ -42,6 +42,7 @@ ViewSet visibleViews(const ScreenState& state) {
   const bool onWifi = on(kWifiCode, kWifiMessage, kWifiProblem);
   const bool inAMode = onWifi || on(kCableWaiting, kCableConnected);
   const bool streams = on(kWifiCode, kCableWaiting, kCableConnected);
+  const bool isSilent = on(kWifiCode, kCableConnected) && state.silent;
 
   ViewSet visible;
 #define QUORIN_SHOW(kind, name, container, shown, ...) \

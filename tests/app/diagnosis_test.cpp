@@ -25,7 +25,7 @@ Facts rightFacts() {
           .port = 9000,
           .portError = {},
           .portHolder = {},
-          .cable = {.service = usb::UsbService::kRunning, .phones = 1},
+          .cable = {.service = usb::UsbService::kRunning, .phones = 1, .connected = true},
           .realtime = dispatch::RealtimeGrant::kRtkit};
 }
 
@@ -81,7 +81,7 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
       {"port", heldBy({.program = "quorin-stream", .user = "ana"}), false,
        "9000: in use by quorin-stream of user ana", "--port"},
       {"port", heldBy({.program = "quorin-stream", .user = "me", .isOwnUser = true, .peers = 2}),
-       true, "9000: in use by the running Quorin Stream (phones: 2)", ""},
+       true, "9000: in use by the running Quorin Stream (2 phones)", ""},
       {"port", [](Facts& f) { f.portError = make_error_code(std::errc::permission_denied); }, false,
        "9000: Permission denied", "above 1023"},
       {"USB service",
