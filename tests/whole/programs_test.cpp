@@ -92,7 +92,7 @@ TEST_P(Programs, ALaterStartHandsOverToTheRunningOneAndSaysWhatCouldNotBeDone) {
   EXPECT_EQ(launch("quorin-stream", {"--port", "9001"}).wait(), 0);
   EXPECT_EQ(holdings().udpSockets, 0U) << "it has moved";
   EXPECT_EQ(launch("quorin-stream", {"--port", kPort}).wait(), 0);
-  Phone phone("10.11.0.2", WholeProgram::kPort);
+  Phone phone("10.11.0.2");
   EXPECT_TRUE(test::eventually([&] {
     phone.says("<<HELLO>>");
     phone.turn();
