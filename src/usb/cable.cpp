@@ -17,10 +17,6 @@ using wire::CableFrame;
 /// An app that never answers leaves this many pings behind, and no more.
 constexpr std::size_t kMaxUnanswered = 60;
 
-void note(const std::string& line) {
-  log::note("cable", line);
-}
-
 }  // namespace
 
 Cable::Cable(CablePlatform platform, CableEvents events)
@@ -40,7 +36,8 @@ Cable::Cable(CablePlatform platform, CableEvents events)
 
 void Cable::channelWasSet(PTChannel* channel) {
   if (const auto dropped = audioPath_.dropped(); dropped > 0) {
-    note(std::to_string(dropped) + " audio frames dropped: the phone read too slowly");
+    log::note("cable",
+              std::to_string(dropped) + " audio frames dropped: the phone read too slowly");
   }
   audioPath_.setChannel(channel);
   pings_.clear();
@@ -51,7 +48,7 @@ void Cable::channelWasSet(PTChannel* channel) {
 
 bool Cable::shouldAcceptFrame(PTChannel& channel, const wire::FrameHeader& header) {
   if (wire::isKnownCableFrame(header.type)) return true;
-  note("Unexpected frame of type " + std::to_string(header.type));
+  log::note("cable", "Unexpected frame of type " + std::to_string(header.type));
   channel.close();
   return false;
 }
@@ -106,7 +103,8 @@ bool Cable::sendMessage(std::string_view text) {
   if (channel == nullptr) return false;
   channel->sendFrameOfType(std::to_underlying(CableFrame::kText), 0, wire::encodeText(text),
                            [](std::error_code error) {
-                             if (error) note("Failed to send message: " + error.message());
+                             if (error)
+                               log::note("cable", "Failed to send message: " + error.message());
                            });
   events_.presentMessage("[you]: " + std::string(text), false);
   return true;
@@ -138,7 +136,7 @@ void Cable::pongWithTag(std::uint32_t tag) {
   const std::chrono::duration<double, std::milli> took = scheduler_.now() - ping.mapped();
   std::array<char, 80> line{};
   std::snprintf(line.data(), line.size(), "Ping total roundtrip time: %.3f ms", took.count());
-  note(line.data());
+  log::note("cable", line.data());
 }
 
 void Cable::awaitPong() {

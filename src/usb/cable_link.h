@@ -53,8 +53,6 @@ class CableLink {
   /// The channels it makes report to `delegate`, which passes their end on to `channelDidEnd`.
   /// Starts with the cable mode off.
   CableLink(CablePlatform platform, PTChannelDelegate& delegate, CableLinkEvents events);
-  CableLink(const CableLink&) = delete;
-  CableLink& operator=(const CableLink&) = delete;
 
   void startListeningForDevices();
 

@@ -11,7 +11,7 @@
 namespace quorin::usb {
 
 std::optional<DeviceInformation> readDeviceInformation(std::span<const std::byte> payload) {
-  if (payload.size() > kMaxDeviceInformationBytes) return std::nullopt;
+  if (payload.size() > 16 * 1024) return std::nullopt;  // a phone's takes a few hundred bytes
   const auto list = readPropertyList(payload);
   if (!list) return std::nullopt;
 

@@ -7,9 +7,6 @@
 
 namespace quorin::usb {
 
-/// The most that is read; a phone's own description takes a few hundred bytes.
-inline constexpr std::size_t kMaxDeviceInformationBytes = 16 * 1024;
-
 /// What a device information frame says: a property list, XML or binary, of one dictionary. Both
 /// texts can be displayed.
 struct DeviceInformation {

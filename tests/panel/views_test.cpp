@@ -95,16 +95,14 @@ TEST_F(PanelViewsTest, FollowsItsServerFromStopToStop) {
 
 TEST_F(PanelViewsTest, ListsAHundredClientsAndCountsTheOthers) {
   clickButton();
-  for (int port : {1, 2, 3}) clientSays(port, "<<HELLO>>");
+  for (int port : {1, 2}) clientSays(port, "<<HELLO>>");
   deliver(250);
   scheduler_.advance(5s);
   settle();
-  EXPECT_THAT(said<ClientRow>(), ElementsAre("10.0.0.1:1", "10.0.0.1:2", "10.0.0.1:3"));
+  EXPECT_THAT(said<ClientRow>(), ElementsAre("10.0.0.1:1", "10.0.0.1:2"));
   EXPECT_THAT(said<ValueRow>(),
-              ::testing::IsSupersetOf({"IP Local 192.168.1.20", "Puerto 9000", "Clientes 3",
+              ::testing::IsSupersetOf({"IP Local 192.168.1.20", "Puerto 9000", "Clientes 2",
                                        "Paquetes/seg 50.0 pkt/s", "Velocidad 1378.1 Kbps"}));
-  clientSays(2, "<<STOP>>");
-  EXPECT_THAT(said<ClientRow>(), ElementsAre("10.0.0.1:1", "10.0.0.1:3"));
   for (int port = 10'001; port <= 12'000; ++port) socket_->receive("<<HELLO>>", keyOf(port));
   settle();
   EXPECT_EQ(said<ClientRow>().size(), 100U);

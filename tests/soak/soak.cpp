@@ -154,26 +154,10 @@ class Client {
 
 struct Sample {
   double hours = 0;
-  double proportionalMb = 0;
-  double anonymousMb = 0;
+  double megabytes = 0;         ///< what no file backs: heaps and stacks
   std::size_t descriptors = 0;  ///< without the clients' own
   std::size_t threads = 0;
 };
-
-/// Least squares; 0 for fewer than three samples.
-double growthAnHour(const std::vector<Sample>& samples, double Sample::* megabytes) {
-  if (samples.size() < 3) return 0;
-  double meanX = 0, meanY = 0, xy = 0, xx = 0;
-  for (const auto& sample : samples) {
-    meanX += sample.hours / static_cast<double>(samples.size());
-    meanY += sample.*megabytes / static_cast<double>(samples.size());
-  }
-  for (const auto& sample : samples) {
-    xy += (sample.hours - meanX) * (sample.*megabytes - meanY);
-    xx += (sample.hours - meanX) * (sample.hours - meanX);
-  }
-  return xx > 0 ? xy / xx : 0;
-}
 
 class Soak {
  public:
@@ -217,6 +201,9 @@ class Soak {
   void turn();
   void takeSample();
   void sleepBeside(const std::stop_token& stop);
+  double growthAnHour() const {
+    return (last_->megabytes - first_->megabytes) / std::max(0.1, last_->hours - first_->hours);
+  }
   bool calm() const { return Clock::now() - disturbed_ > kExplainedFor; }
   std::string address() const { return "10.11.0." + std::to_string(host_); }
 
@@ -238,7 +225,7 @@ class Soak {
   Histogram bareLoop_;  ///< the loop's, until it has ended
   std::vector<std::unique_ptr<Client>> clients_;
   std::map<std::string, int> happened_;
-  std::vector<Sample> samples_;
+  std::optional<Sample> first_, last_;  ///< after the warm-up
   std::vector<std::string> broken_;
 };
 
@@ -414,11 +401,11 @@ void Soak::takeSample() {
   const auto usage = bench::usageOf(::getpid());
   const auto since = hours(Clock::now() - begin_);
   if (usage && since > kWarmUpHours) {
-    samples_.push_back({.hours = since,
-                        .proportionalMb = usage->proportionalMb,
-                        .anonymousMb = usage->anonymousMb,
-                        .descriptors = held.descriptors - clientSockets,
-                        .threads = held.threads});
+    last_ = {.hours = since,
+             .megabytes = usage->anonymousMb,
+             .descriptors = held.descriptors - clientSockets,
+             .threads = held.threads};
+    if (!first_) first_ = last_;
   }
   expect(held.udpSockets == 1, "there are " + std::to_string(held.udpSockets) + " server sockets");
 }
@@ -469,14 +456,12 @@ std::vector<std::string> Soak::violations() const {
   const auto add = [&](bool broken, const std::string& what) {
     if (broken) found.push_back(what);
   };
-  if (samples_.size() >= 3) {
-    const auto &first = samples_.front(), &last = samples_.back();
-    add(last.descriptors > first.descriptors, "descriptors grew");
-    add(last.threads > first.threads, "threads grew");
-    // A slope over a few minutes is noise. What files back changes with whoever else on the machine
-    // maps the same libraries.
-    add(length_ >= 30min && growthAnHour(samples_, &Sample::anonymousMb) > kMaxGrowthMbAnHour,
-        "memory grew");
+  if (first_) {
+    add(last_->descriptors > first_->descriptors, "descriptors grew");
+    add(last_->threads > first_->threads, "threads grew");
+    // Over a few minutes it is noise. What files back changes with whoever else on the machine maps
+    // the same libraries.
+    add(length_ >= 30min && growthAnHour() > kMaxGrowthMbAnHour, "memory grew");
   }
   add(experience_.longestUnexplained > 200ms, "a client heard nothing for a while");
   add(experience_.missingUnexplained * 1000 > experience_.chunks,
@@ -508,15 +493,13 @@ void Soak::printReport(const std::vector<std::string>& violations) const {
     std::fprintf(stderr, "%s: p50 %.2f, p99 %.2f ms away from 20 ms\n", name,
                  histogram->quantileMs(0.5), histogram->quantileMs(0.99));
   }
-  if (!samples_.empty()) {
-    const auto &first = samples_.front(), &last = samples_.back();
-    std::fprintf(stderr,
-                 "memory (PSS) %.1f, then %.1f MB; heaps and stacks %.1f, then %.1f MB, growing by "
-                 "%.2f MB an hour\n",
-                 first.proportionalMb, last.proportionalMb, first.anonymousMb, last.anonymousMb,
-                 growthAnHour(samples_, &Sample::anonymousMb));
-    std::fprintf(stderr, "descriptors %zu, then %zu; threads %zu, then %zu\n", first.descriptors,
-                 last.descriptors, first.threads, last.threads);
+  if (first_) {
+    std::fprintf(
+        stderr,
+        "heaps and stacks %.1f, then %.1f MB; descriptors %zu, then %zu; threads %zu, then "
+        "%zu\n",
+        first_->megabytes, last_->megabytes, first_->descriptors, last_->descriptors,
+        first_->threads, last_->threads);
   }
   for (const auto& violation : violations) std::fprintf(stderr, "BROKEN: %s\n", violation.c_str());
   if (violations.empty()) std::fputs("Every invariant held.\n", stderr);

@@ -1,6 +1,5 @@
 #include "support/allocation_count.h"
 
-#include <cerrno>
 #include <cstdlib>
 #include <fstream>
 
@@ -49,12 +48,6 @@ void* realloc(void* ptr, std::size_t size) {
 void* aligned_alloc(std::size_t alignment, std::size_t size) {
   ++allocations;
   return __libc_memalign(alignment, size);
-}
-
-int posix_memalign(void** memptr, std::size_t alignment, std::size_t size) {
-  ++allocations;
-  *memptr = __libc_memalign(alignment, size);
-  return *memptr != nullptr ? 0 : ENOMEM;
 }
 }
 

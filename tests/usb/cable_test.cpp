@@ -214,25 +214,6 @@ TEST_F(CableTest, ASecondPhoneWaitsForTheChannelToEnd) {
   EXPECT_EQ(link.connectedDeviceID(), 7U);
 }
 
-TEST_F(CableTest, SupersededAttemptsAreDroppedAtOnce) {
-  const auto descriptors = [] {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-  };
-  plugIn(5);
-  service.answers = false;
-  enterCable();
-  const auto before = descriptors();
-  for (int i = 0; i < 500; ++i) {
-    plugIn(6);
-    pullOut(6);
-  }
-  EXPECT_LE(descriptors(), before + 2);
-  leaveCable();
-  pass(6s);
-  EXPECT_LT(descriptors(), before);
-  EXPECT_LT(log.take().size(), 2 * 2 * LineLimit::kLinesPerSecond) << "the log is bounded";
-}
-
 TEST_F(CableTest, AnEndedChannelIsFollowedAtOnceAndABriefOneAfterASecond) {
   const struct {
     const char* name;

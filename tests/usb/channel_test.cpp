@@ -24,7 +24,7 @@ using test::bytesOf;
 using test::SentFrame;
 using testing::ElementsAre;
 
-constexpr std::uint16_t kPort = 23451;
+constexpr std::uint16_t kPort = 2345;
 
 class ChannelTest : public testing::Test, public PTChannelDelegate {
  protected:
@@ -80,7 +80,7 @@ TEST_F(ChannelTest, DeliversWhatWasSaidBeforeTheEndEvenWhileSending) {
   phone->send(101, 0, goodbye);
   phone->hangUp();
   for (int i = 0; i < 5; ++i) {
-    channel->sendFrameOfType(102, channel->newTag(), {}, nullptr);
+    channel->sendFrameOfType(102, channel->newTag(), {}, [](auto) {});
     onSendQueue([] {});  // so that writing fails before reading has found the end
   }
   ASSERT_TRUE(until([&] { return ends > 0; }));
@@ -88,20 +88,19 @@ TEST_F(ChannelTest, DeliversWhatWasSaidBeforeTheEndEvenWhileSending) {
 }
 
 TEST_F(ChannelTest, AnswersEverySendOnce) {
-  std::vector<std::string> answers;
-  const auto send = [&](const std::string& name) {
-    channel->sendFrameOfType(101, 0, bytesOf(name), [&answers, name](std::error_code error) {
-      answers.push_back(name + (error ? " failed" : " written"));
-    });
+  std::string answers;
+  const auto sendAndWait = [&] {
+    const auto before = answers.size();
+    channel->sendFrameOfType(101, 0, bytesOf("text"),
+                             [&](auto error) { answers += error ? "failed " : "written "; });
+    EXPECT_TRUE(until([&] { return answers.size() > before; }));
   };
-  send("too early");
+  sendAndWait();  // too early
   connect();
-  send("in time");
-  ASSERT_TRUE(until([&] { return answers.size() == 2; }));
+  sendAndWait();
   channel->close();
-  send("too late");
-  ASSERT_TRUE(until([&] { return answers.size() == 3; }));
-  EXPECT_THAT(answers, ElementsAre("too early failed", "in time written", "too late failed"));
+  sendAndWait();  // too late
+  EXPECT_EQ(answers, "failed written failed ");
   EXPECT_EQ(ends, 1);
 }
 
@@ -121,7 +120,7 @@ TEST_F(ChannelTest, APhoneThatStopsReadingCostsSoundButNeitherTimeNorMemory) {
     sendChunks(5000);
     allocations = test::allocationsOfThisThread() - before;
   });
-  EXPECT_TRUE(allocations == 0 || !test::allocationsAreCounted()) << allocations;
+  EXPECT_EQ(allocations, 0U);
 
   bool textIsWritten = false;
   channel->sendFrameOfType(101, 0, bytesOf("still here"),

@@ -26,10 +26,8 @@ namespace {
 constexpr int kUsageError = 2;
 
 struct Options {
-  enum class Action { kRun, kShowHelp, kShowVersion };
-  Action action = Action::kRun;
+  std::string answer;  ///< help or version, to be printed instead of running
   std::uint16_t port = wire::kDefaultPort;
-  QString help = {};
 };
 
 /// The error is one sentence for who typed the arguments.
@@ -45,15 +43,12 @@ std::expected<Options, QString> parseOptions(const QStringList& arguments) {
   if (const auto rest = parser.positionalArguments(); !rest.isEmpty()) {
     return std::unexpected("Unexpected argument '" + rest.first() + "'.");
   }
-  if (parser.isSet("help")) {
-    return Options{.action = Options::Action::kShowHelp, .help = parser.helpText()};
-  }
-  if (parser.isSet("version")) return Options{.action = Options::Action::kShowVersion};
-  if (!parser.isSet("port")) return Options{};
-  bool isNumber = false;
-  const auto port = parser.value("port").toUShort(&isNumber);
-  if (!isNumber || port == 0) return std::unexpected("--port takes a number from 1 to 65535.");
-  return Options{.port = port};
+  Options options;
+  if (parser.isSet("help")) options.answer = parser.helpText().toStdString();
+  if (parser.isSet("version")) options.answer = "quorin-panel " + std::string(version()) + '\n';
+  if (parser.isSet("port")) options.port = parser.value("port").toUShort();
+  if (options.port == 0) return std::unexpected("--port takes a number from 1 to 65535.");
+  return options;
 }
 
 /// Needs no display, unlike the panel.
@@ -90,15 +85,9 @@ int launch(int argc, char** argv) {
     std::fprintf(stderr, "quorin-panel: %s\n", qUtf8Printable(options.error()));
     return kUsageError;
   }
-  switch (options->action) {
-    case Options::Action::kShowHelp:
-      std::printf("%s", qUtf8Printable(options->help));
-      return 0;
-    case Options::Action::kShowVersion:
-      std::printf("quorin-panel %s\n", std::string(version()).c_str());
-      return 0;
-    case Options::Action::kRun:
-      break;
+  if (!options->answer.empty()) {
+    std::fputs(options->answer.c_str(), stdout);
+    return 0;
   }
   std::optional<app::DisplayRequired> displayRequired(std::in_place);
   QApplication application(argc, argv);

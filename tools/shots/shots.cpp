@@ -2,8 +2,9 @@
 // and both languages, and of the server panel. Run it with QT_QPA_PLATFORM=offscreen;
 // QT_SCALE_FACTOR as wanted.
 
+#include "core/simulated_scheduler.h"
 #include "modes/cable_status.h"
-#include "panel_shots.h"
+#include "panel/content_view.h"
 #include "ui/appearance.h"
 #include "ui/qr_picture.h"
 #include "window/alert.h"
@@ -41,9 +42,6 @@ struct Stage {
     QApplication::processEvents();
   }
 
-  void showGuard(const char* key, const DeviceStatus& output, const DeviceStatus& input) {
-    showGuard({.guard = true, .textKey = key, .output = output, .input = input});
-  }
   void showGuard(const GuardState& state) {
     show([](ScreenState&) {});
     pages.apply(state);
@@ -79,18 +77,6 @@ WiFiState streaming(std::size_t phones, std::size_t networks = 1) {
   return state;
 }
 
-WiFiState fullHouse() {
-  auto state = streaming(10);
-  state.hasRefused = true;
-  return state;
-}
-
-WiFiState lost(WiFiState::Network network) {
-  WiFiState state;
-  state.network = network;
-  return state;
-}
-
 WiFiState busyPort(int error, std::uint16_t port, const network::PortHolder& holder = {}) {
   WiFiState state;
   state.problem = {.failure = {wifi::StartFailure::Step::kBind, error, port},
@@ -109,104 +95,105 @@ const DeviceStatus kWrong{false, "Built-in Audio Analog Stereo"};
 const DeviceStatus kNone{false, "(sin dispositivo)"};
 
 std::vector<Shot> shots() {
+  using Change = void (*)(ScreenState&);
+  const auto screen = [](Change change) { return [change](Stage& stage) { stage.show(change); }; };
+  const auto guard = [](GuardState state) {
+    state.guard = true;
+    return [state](Stage& stage) { stage.showGuard(state); };
+  };
+  const auto wifi = [](
+                        WiFiState state, std::function<void(Stage&)> then = [](Stage&) {}) {
+    return [state = std::move(state), then = std::move(then)](Stage& stage) {
+      stage.showWifi(state);
+      then(stage);
+      QApplication::processEvents();
+    };
+  };
+  const Change menu = [](ScreenState&) {};
+  const Change cable = [](ScreenState& s) { s.page = Page::kCable; };
+  const Change connected = [](ScreenState& s) {
+    s.page = Page::kCable;
+    s.channelOpen = true;
+  };
+  const Change noMicrophone = [](ScreenState& s) { s.microphoneDenied = true; };
+  auto full = streaming(10);
+  full.hasRefused = true;
+  WiFiState lost, changed;
+  lost.network = WiFiState::Network::kLost;
+  changed.network = WiFiState::Network::kChanged;
   return {
-      {"check", [](Stage& stage) { stage.show([](ScreenState& s) { s.checking = true; }); }},
-      {"microphone-denied",
-       [](Stage& stage) { stage.show([](ScreenState& s) { s.microphoneDenied = true; }); }},
-      {"guard-both", [](Stage& stage) { stage.showGuard("audio.guard.text.both", kWrong, kNone); }},
+      {"check", screen([](ScreenState& s) { s.checking = true; })},
+      {"microphone-denied", screen(noMicrophone)},
+      {"guard-both", guard({.textKey = "audio.guard.text.both", .output = kWrong, .input = kNone})},
       {"guard-output",
-       [](Stage& stage) { stage.showGuard("audio.guard.text.out", kWrong, kRight); }},
-      {"guard-input", [](Stage& stage) { stage.showGuard("audio.guard.text.in", kRight, kWrong); }},
-      {"guard-no-server",
-       [](Stage& stage) {
-         stage.showGuard({.guard = true,
-                          .textKey = "audio.guard.text.both",
-                          .output = kNone,
-                          .input = kNone,
-                          .hasServer = false,
-                          .setUpFailureKey = "audio.guard.setup.no_server"});
-       }},
-      {"guard-working",
-       [](Stage& stage) {
-         stage.showGuard({.guard = true,
-                          .textKey = "audio.guard.text.both",
-                          .output = kWrong,
-                          .input = kWrong,
-                          .settingUp = true});
-       }},
-      {"menu", [](Stage& stage) { stage.show([](ScreenState&) {}); }},
+       guard({.textKey = "audio.guard.text.out", .output = kWrong, .input = kRight})},
+      {"guard-input", guard({.textKey = "audio.guard.text.in", .output = kRight, .input = kWrong})},
+      {"guard-no-server", guard({.textKey = "audio.guard.text.both",
+                                 .output = kNone,
+                                 .input = kNone,
+                                 .hasServer = false,
+                                 .setUpFailureKey = "audio.guard.setup.no_server"})},
+      {"guard-working", guard({.textKey = "audio.guard.text.both",
+                               .output = kWrong,
+                               .input = kWrong,
+                               .settingUp = true})},
+      {"menu", screen(menu)},
       {"menu-focus",
-       [](Stage& stage) {
-         stage.show([](ScreenState&) {});
+       [=](Stage& stage) {
+         stage.show(menu);
          stage.window.activateWindow();
          QApplication::processEvents();
          stage.views.menuOfflineButton_->setFocus(Qt::TabFocusReason);
        }},
-      {"cable-waiting",
-       [](Stage& stage) { stage.show([](ScreenState& s) { s.page = Page::kCable; }); }},
+      {"cable-waiting", screen(cable)},
       {"cable-no-service",
-       [](Stage& stage) {
+       [=](Stage& stage) {
          const CableState state{.service = usb::UsbService::kMissing,
                                 .remedy = {true, "sudo systemctl restart usbmuxd"}};
          stage.views.usbSecondary2Label_->setText(cableText(state, stage.texts));
-         stage.show([](ScreenState& s) { s.page = Page::kCable; });
+         stage.show(cable);
        }},
       {"cable-app-silent",
-       [](Stage& stage) {
+       [=](Stage& stage) {
          stage.views.connectedLabel_->setText(stage.texts.tr("cable.app.silent"));
-         stage.show([](ScreenState& s) {
-           s.page = Page::kCable;
-           s.channelOpen = true;
-         });
+         stage.show(connected);
        }},
       {"cable-connected",
-       [](Stage& stage) {
-         stage.show([](ScreenState& s) {
-           s.page = Page::kCable;
-           s.channelOpen = true;
-         });
+       [=](Stage& stage) {
+         stage.show(connected);
          stage.pages.showSound({.silent = true, .elsewhere = {.muted = true}, .lent = true});
          QApplication::processEvents();
        }},
-      {"wifi-0", [](Stage& stage) { stage.showWifi(streaming(0)); }},
-      {"wifi-1", [](Stage& stage) { stage.showWifi(streaming(1)); }},
-      {"wifi-3-two-networks", [](Stage& stage) { stage.showWifi(streaming(3, 2)); }},
+      {"wifi-0", wifi(streaming(0))},
+      {"wifi-1", wifi(streaming(1))},
+      {"wifi-3-two-networks", wifi(streaming(3, 2))},
       {"wifi-copied",
-       [](Stage& stage) {
-         stage.showWifi(streaming(1));
-         stage.views.onlineAddressView_->copy();
-       }},
-      {"wifi-10", [](Stage& stage) { stage.showWifi(streaming(10)); }},
-      {"wifi-full", [](Stage& stage) { stage.showWifi(fullHouse()); }},
-      {"wifi-silent",
-       [](Stage& stage) {
-         stage.showWifi(streaming(1));
-         stage.pages.showSound({.silent = true,
-                                .elsewhere = {.program = "Firefox", .device = "Built-in Audio"},
-                                .lent = true,
-                                .playsHere = true});
-         QApplication::processEvents();
-       }},
+       wifi(streaming(1), [](Stage& stage) { stage.views.onlineAddressView_->copy(); })},
+      {"wifi-10", wifi(streaming(10))},
+      {"wifi-full", wifi(full)},
+      {"wifi-silent", wifi(streaming(1),
+                           [](Stage& stage) {
+                             stage.pages.showSound(
+                                 {.silent = true,
+                                  .elsewhere = {.program = "Firefox", .device = "Built-in Audio"},
+                                  .lent = true,
+                                  .playsHere = true});
+                           })},
       {"wifi-port-in-use",
-       [](Stage& stage) {
-         stage.showWifi(busyPort(EADDRINUSE, 9000, {.program = "quorin-stream", .user = "maria"}));
-       }},
-      {"wifi-port-reserved", [](Stage& stage) { stage.showWifi(busyPort(EACCES, 80)); }},
-      {"network-none", [](Stage& stage) { stage.showWifi(lost(WiFiState::Network::kLost)); }},
-      {"network-changed", [](Stage& stage) { stage.showWifi(lost(WiFiState::Network::kChanged)); }},
+       wifi(busyPort(EADDRINUSE, 9000, {.program = "quorin-stream", .user = "maria"}))},
+      {"wifi-port-reserved", wifi(busyPort(EACCES, 80))},
+      {"network-none", wifi(lost)},
+      {"network-changed", wifi(changed)},
       {"alert-stop",
-       [](Stage& stage) {
-         stage.showWifi(streaming(3));
-         askToStop(stage.texts, &stage.window, [] {});
-       }},
+       wifi(streaming(3), [](Stage& stage) { askToStop(stage.texts, &stage.window, [] {}); })},
       {"alert-settings",
-       [](Stage& stage) {
-         stage.show([](ScreenState& s) { s.microphoneDenied = true; });
+       [=](Stage& stage) {
+         stage.show(noMicrophone);
          showSettingsHelp(stage.texts, desktop::SettingsPage::kMicrophonePrivacy, &stage.window);
        }},
       {"alert-privacy",
-       [](Stage& stage) {
-         stage.show([](ScreenState&) {});
+       [=](Stage& stage) {
+         stage.show(menu);
          showPrivacyTerms(stage.texts, stage.images, &stage.window);
        }},
   };
@@ -229,29 +216,81 @@ QPixmap photograph(Stage& stage) {
   return picture;
 }
 
-int takeAll(const QDir& folder) {
-  int taken = 0;
-  const auto save = [&](Stage& stage, const QString& name) {
-    const QSize size = stage.window.size();
-    const QString file = QStringLiteral("%1-%2-%3x%4.png")
-                             .arg(name, stage.table.language())
-                             .arg(size.width())
-                             .arg(size.height());
-    if (photograph(stage).save(folder.filePath(file))) ++taken;
-  };
+int taken = 0;
+
+void save(const QPixmap& picture, const QDir& folder, const QString& name, QSize size) {
+  const auto file = QStringLiteral("%1-%2x%3.png").arg(name).arg(size.width()).arg(size.height());
+  if (picture.save(folder.filePath(file))) ++taken;
+}
+
+void photographWindow(const QDir& folder) {
   for (const char* language : {"en", "es"}) {
     for (const QSize size : kSizes) {
       Stage stage(language);
       stage.window.resize(size);
       stage.screens.layoutUI();
-      save(stage, QStringLiteral("splash"));
-      for (const Shot& shot : shots()) {
+      auto all = shots();
+      all.insert(all.begin(), {"splash", [](Stage&) {}});
+      for (const Shot& shot : all) {
         shot.show(stage);
-        save(stage, QString::fromLatin1(shot.name));
+        save(photograph(stage), folder, QString("%1-%2").arg(shot.name, language), size);
       }
     }
   }
-  return taken;
+}
+
+// ---- The panel, with a network and a device that do as they are told
+
+struct StagedSocket final : panel::DatagramSocket {
+  void setOnMessageReceived(MessageHandler handler) override { receive = std::move(handler); }
+  std::expected<void, panel::SocketError> start() override { return {}; }
+  void send(std::span<const std::byte>, const wire::Endpoint&) override {}
+  void close() override {}
+
+  MessageHandler receive;
+};
+struct StagedCapture final : panel::AudioCapture {
+  explicit StagedCapture(ChunkHandler& handler) : deliver(handler) {}
+  void setOnAudioData(ChunkHandler handler) override { deliver = std::move(handler); }
+  void startCapture() override {}
+  void stopCapture() override {}
+
+  ChunkHandler& deliver;
+};
+
+void photographPanel(const QDir& folder) {
+  // The window's usual sizes, in which the panel scrolls, and one that shows all of it.
+  for (const QSize size : {QSize(1200, 750), QSize(720, 680), QSize(720, 1240)}) {
+    dispatch::SimulatedScheduler scheduler;
+    const auto socket = std::make_shared<StagedSocket>();
+    panel::AudioCapture::ChunkHandler deliver;
+    const CompiledTable texts({"es"});
+    panel::ContentView view(
+        std::make_unique<panel::UDPAudioServer>(
+            scheduler, panel::UDPAudioServer::Parts{
+                           .makeCapture = [&] { return std::make_unique<StagedCapture>(deliver); },
+                           .makeSocket = [&](auto&&...) { return socket; },
+                           .getLocalIPAddress = [] { return "192.168.1.20"; },
+                           .print = [](std::string_view) {}}),
+        texts.text("pairing_instructions"));
+    view.resize(size);
+    view.show();
+    const auto saveAs = [&](const char* name) {
+      scheduler.runPending();
+      QApplication::processEvents();
+      save(view.grab(), folder, name, size);
+    };
+    saveAs("panel-stopped");
+    view.server().start();
+    saveAs("panel-code");
+    for (const char* key : {"192.168.1.31:50211", "192.168.1.32:61874", "192.168.1.47:49730"}) {
+      socket->receive("<<HELLO>>", key);
+    }
+    scheduler.runPending();
+    for (int i = 0; i < 250; ++i) deliver(wire::AudioChunk{});
+    scheduler.advance(std::chrono::seconds(5));
+    saveAs("panel-clients");
+  }
 }
 
 }  // namespace
@@ -270,7 +309,9 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "quorin-shots: cannot make the folder %s\n", qPrintable(arguments[1]));
     return 1;
   }
-  const int taken = quorin::app::takeAll(folder) + quorin::panel::takePanelPictures(folder);
+  quorin::app::photographWindow(folder);
+  quorin::app::photographPanel(folder);
+  const int taken = quorin::app::taken;
   std::printf("%d pictures in %s\n", taken, qPrintable(folder.absolutePath()));
   return taken > 0 ? 0 : 1;
 }

@@ -67,36 +67,30 @@ std::error_code PTChannel::beginConnecting(std::uint16_t port, IPv4Address host)
   if (::connect(socket_->get(), generic, sizeof address) != 0 && errno != EINPROGRESS) {
     return lastError();
   }
-  auto answered = WritableSource::make(queues_.main, socket_,
-                                       [this] { connectionMade(pendingError(socket_->get())); });
-  if (!answered) return answered.error();
-  connecting_ = std::move(*answered);
-  connecting_->arm();
-  return {};
+  connecting_ = std::make_unique<WritableSource>(
+      queues_.main, socket_, [this] { connectionMade(pendingError(socket_->get())); });
+  return connecting_->arm();
 }
 
 void PTChannel::connectionMade(std::error_code error) {
   if (state_ != State::kConnecting) return;
   throughHub_.reset();
   connecting_.reset();
-  if (!error) error = open();
+  if (!error) open();
   state_ = error ? State::kEnded : State::kConnected;
   std::exchange(connected_, nullptr)(error);  // may destroy this
 }
 
-std::error_code PTChannel::open() {
+void PTChannel::open() {
   const int yes = 1;
   ::setsockopt(socket_->get(), IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);  // not over USB
   ::setsockopt(socket_->get(), SOL_SOCKET, SO_SNDBUF, &kSendBufferBytes, sizeof kSendBufferBytes);
 
-  auto sender = FrameSender::make(queues_, socket_, scope_.bind([this](std::error_code error) {
+  sender_ = FrameSender::make(queues_, socket_, scope_.bind([this](std::error_code error) {
     // When the other end has gone, what it said before can still be read; reading finds the end.
     if (error != std::errc::broken_pipe && error != std::errc::connection_reset) end(error);
   }));
-  if (!sender) return sender.error();
-  sender_ = std::move(*sender);
   readable_ = queues_.main.makeReadSource(socket_->get(), [this] { receive(); });
-  return {};
 }
 
 // ---- Receiving
@@ -135,9 +129,7 @@ void PTChannel::deliverFrames() {
 
 void PTChannel::sendFrameOfType(std::uint32_t type, std::uint32_t tag,
                                 std::span<const std::byte> payload, FrameSender::Written callback) {
-  auto answer = scope_.bind([callback = std::move(callback)](std::error_code error) mutable {
-    if (callback) callback(error);
-  });
+  auto answer = scope_.bind(std::move(callback));
   if (state_ == State::kConnected) {
     sender_->post(wire::encodeFrame(type, tag, payload), std::move(answer));
   } else {
@@ -145,11 +137,6 @@ void PTChannel::sendFrameOfType(std::uint32_t type, std::uint32_t tag,
       answer(std::make_error_code(std::errc::not_connected));
     });
   }
-}
-
-std::uint32_t PTChannel::newTag() {
-  if (++lastTag_ == 0) ++lastTag_;
-  return lastTag_;
 }
 
 // ---- The end

@@ -57,9 +57,9 @@ class PTChannel {
   void connectToPort(std::uint16_t port, PTUSBHub& hub, DeviceID device, ConnectCallback callback);
   void connectToPort(std::uint16_t port, IPv4Address address, ConnectCallback callback);
 
-  /// Sends a frame that is never dropped. The callback, which may be empty, runs once the frame is
-  /// written or cannot be: the channel is not connected or has ended, or the other end has not
-  /// read for so long that 1 MiB waits.
+  /// Sends a frame that is never dropped. The callback, not empty, runs once the frame is written
+  /// or cannot be: the channel is not connected or has ended, or the other end has not read for so
+  /// long that 1 MiB waits.
   void sendFrameOfType(std::uint32_t type, std::uint32_t tag, std::span<const std::byte> payload,
                        FrameSender::Written callback);
 
@@ -67,7 +67,7 @@ class PTChannel {
   const std::shared_ptr<FrameSender>& liveFrameSender() const { return sender_; }
 
   /// A tag this channel has not used; never 0.
-  std::uint32_t newTag();
+  std::uint32_t newTag() { return ++lastTag_; }
 
   /// The channel's label: who is at the other end.
   const std::string& userInfo() const { return userInfo_; }
@@ -82,7 +82,7 @@ class PTChannel {
 
   std::error_code beginConnecting(std::uint16_t port, IPv4Address address);
   void connectionMade(std::error_code error);
-  std::error_code open();
+  void open();
   void receive();
   void deliverFrames();
   void end(std::error_code error);

@@ -8,18 +8,17 @@
 
 namespace quorin::usb {
 
-std::expected<std::shared_ptr<FrameSender>, std::error_code> FrameSender::make(
-    ChannelQueues queues, std::shared_ptr<const posix::FileDescriptor> socket, Written didFail) {
+std::shared_ptr<FrameSender> FrameSender::make(ChannelQueues queues,
+                                               std::shared_ptr<const posix::FileDescriptor> socket,
+                                               Written didFail) {
   const std::shared_ptr<FrameSender> sender(new FrameSender(queues, socket, std::move(didFail)));
-  auto room =
-      WritableSource::make(queues.send, std::move(socket), [weak = sender->weak_from_this()] {
-        if (const auto self = weak.lock()) {
-          self->waitsForRoom_ = false;
-          self->flush();
-        }
-      });
-  if (!room) return std::unexpected(room.error());
-  sender->room_ = std::move(*room);
+  sender->room_ = std::make_unique<WritableSource>(queues.send, std::move(socket),
+                                                   [weak = sender->weak_from_this()] {
+                                                     const auto self = weak.lock();
+                                                     if (!self) return;
+                                                     self->waitsForRoom_ = false;
+                                                     self->flush();
+                                                   });
   return sender;
 }
 
@@ -32,22 +31,17 @@ void FrameSender::send(std::uint32_t type, std::uint32_t tag, std::span<const st
 }
 
 void FrameSender::post(std::vector<std::byte> frame, Written written) {
-  queues_.send.async(
-      [self = shared_from_this(),
-       reliable = FrameOutbox::Reliable{std::move(frame), std::move(written)}]() mutable {
-        self->append(std::move(reliable));
-      });
-}
-
-void FrameSender::append(FrameOutbox::Reliable frame) {
-  if (failure_) {
-    report(std::move(frame.written), failure_);
-  } else if (outbox_.hasRoomFor(frame)) {
-    outbox_.appendReliable(std::move(frame));
-    flush();
-  } else {
-    report(std::move(frame.written), std::make_error_code(std::errc::no_buffer_space));
-  }
+  queues_.send.async([self = shared_from_this(),
+                      reliable =
+                          FrameOutbox::Reliable{std::move(frame), std::move(written)}]() mutable {
+    const bool hasRoom = self->outbox_.hasRoomFor(reliable);
+    if (self->failure_ || !hasRoom) {
+      const auto noRoom = std::make_error_code(std::errc::no_buffer_space);
+      return self->report(std::move(reliable.written), self->failure_ ? self->failure_ : noRoom);
+    }
+    self->outbox_.appendReliable(std::move(reliable));
+    self->flush();
+  });
 }
 
 void FrameSender::flush() {
@@ -63,7 +57,7 @@ void FrameSender::flush() {
       }
     } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
       waitsForRoom_ = true;
-      room_->arm();
+      if (const auto error = room_->arm()) fail(error);
       return;
     } else if (errno != EINTR) {
       fail({errno, std::system_category()});

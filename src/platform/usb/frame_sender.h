@@ -7,7 +7,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <expected>
 #include <memory>
 #include <span>
 #include <system_error>
@@ -29,9 +28,10 @@ class FrameSender : public std::enable_shared_from_this<FrameSender> {
   using Written = FrameOutbox::Written;
 
   /// `socket` is a non-blocking stream socket. `didFail` runs once, on the main queue, when nothing
-  /// can be written any more. An error when the system has no descriptor left.
-  static std::expected<std::shared_ptr<FrameSender>, std::error_code> make(
-      ChannelQueues queues, std::shared_ptr<const posix::FileDescriptor> socket, Written didFail);
+  /// can be written any more.
+  static std::shared_ptr<FrameSender> make(ChannelQueues queues,
+                                           std::shared_ptr<const posix::FileDescriptor> socket,
+                                           Written didFail);
 
   /// Sends a live frame: beyond 200 ms of backlog the oldest are dropped. Send queue; never waits,
   /// allocates nothing. `payload` at most `FrameOutbox::kMaxLivePayload`, copied.
@@ -48,7 +48,6 @@ class FrameSender : public std::enable_shared_from_this<FrameSender> {
               Written didFail)
       : queues_(queues), socket_(std::move(socket)), didFail_(std::move(didFail)) {}
 
-  void append(FrameOutbox::Reliable frame);
   void flush();
   void report(Written written, std::error_code error);
   void fail(std::error_code error);

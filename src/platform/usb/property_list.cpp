@@ -21,10 +21,8 @@ class BinaryCheck {
   explicit BinaryCheck(std::span<const std::byte> data) : data_(data) {}
 
   bool passes() {
-    constexpr std::size_t kMagicBytes = 8;
-    constexpr std::size_t kTrailerBytes = 32;
-    if (data_.size() < kMagicBytes + kTrailerBytes) return false;
-    const auto trailer = data_.size() - kTrailerBytes;
+    if (data_.size() < 8 + 32) return false;  // magic and trailer
+    const auto trailer = data_.size() - 32;
     offsetBytes_ = *number(trailer + 6, 1);
     referenceBytes_ = *number(trailer + 7, 1);
     objects_ = *number(trailer + 8, 8);
@@ -96,10 +94,8 @@ class BinaryCheck {
 /// Few tags, for a bound on nodes and nesting, and few escapes, each of which moves the rest of its
 /// text.
 bool isCheapXml(std::string_view text) {
-  constexpr std::ptrdiff_t kMaxTags = 1000;
-  constexpr std::ptrdiff_t kMaxEscapes = 256;
-  return !text.contains('\0') && std::ranges::count(text, '<') <= kMaxTags &&
-         std::ranges::count(text, '&') <= kMaxEscapes;
+  return !text.contains('\0') && std::ranges::count(text, '<') <= 1000 &&
+         std::ranges::count(text, '&') <= 256;
 }
 
 }  // namespace

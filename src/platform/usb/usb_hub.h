@@ -55,8 +55,6 @@ class PTUSBHub {
   using Operation = std::shared_ptr<UsbServiceRequest>;
 
   explicit PTUSBHub(dispatch::Queue& main) : main_(main) {}
-  PTUSBHub(const PTUSBHub&) = delete;
-  PTUSBHub& operator=(const PTUSBHub&) = delete;
 
   /// Each device attaches once and detaches once; those already plugged in attach soon after.
   /// Once per hub.

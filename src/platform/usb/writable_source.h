@@ -3,10 +3,8 @@
 #include "core/queue.h"
 #include "platform/posix/file_descriptor.h"
 
-#include <expected>
 #include <memory>
 #include <system_error>
-#include <utility>
 
 namespace quorin::usb {
 
@@ -16,12 +14,11 @@ namespace quorin::usb {
 /// An epoll set is itself readable when a member is ready, which makes a read source of it.
 class WritableSource {
  public:
-  static std::expected<std::unique_ptr<WritableSource>, std::error_code> make(
-      dispatch::Queue& queue, std::shared_ptr<const posix::FileDescriptor> socket,
-      dispatch::Task handler);
+  WritableSource(dispatch::Queue& queue, std::shared_ptr<const posix::FileDescriptor> socket,
+                 dispatch::Task handler);
 
-  /// On the source's queue. One system call.
-  void arm();
+  /// On the source's queue. One system call. An error when the system has no descriptor left.
+  std::error_code arm();
 
  private:
   // Also held by a handler that runs while the source is destroyed.
