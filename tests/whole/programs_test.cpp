@@ -113,7 +113,8 @@ TEST_P(Programs, ALaterStartHandsOverToTheRunningOneAndSaysWhatCouldNotBeDone) {
   }
   program.kill();
   program = launch("quorin-stream", {"--start", "wifi", "--port", kPort});
-  EXPECT_TRUE(isServed()) << "what a killed one has left is in nobody's way";
+  EXPECT_TRUE(isServed());
+  EXPECT_EQ(launch("quorin-stream", {}).wait(), 0) << "the socket of a killed one is replaced";
 }
 
 TEST_P(Programs, ListenPlaysElsewhereThanIntoTheStreamedDevice) {
