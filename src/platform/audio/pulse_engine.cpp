@@ -153,12 +153,12 @@ void PulseEngine::record(const PulseSource& source) {
                             ? kPipeWireFragmentMicroseconds
                             : kFragmentMicroseconds;
   constexpr auto kServersChoice = static_cast<std::uint32_t>(-1);
-  const pa_buffer_attr buffer{.maxlength = kServersChoice,
-                              .tlength = kServersChoice,
-                              .prebuf = kServersChoice,
-                              .minreq = kServersChoice,
-                              .fragsize = static_cast<std::uint32_t>(
-                                  ::pa_usec_to_bytes(fragment, &sampleSpec_))};
+  const pa_buffer_attr buffer{
+      .maxlength = kServersChoice,
+      .tlength = kServersChoice,
+      .prebuf = kServersChoice,
+      .minreq = kServersChoice,
+      .fragsize = static_cast<std::uint32_t>(::pa_usec_to_bytes(fragment, &sampleSpec_))};
   // By name and unmovable: without a name a mixer can point it at the microphone, and the server
   // remembers that for the next start.
   constexpr auto kFlags =

@@ -62,8 +62,8 @@ class Resampler {
     taps_ = 2 * half;
     rows_.reserve(up_ * taps_);
     for (std::size_t row = 0; row < up_; ++row) {
-      const auto position = static_cast<double>(half - 1) +
-                            static_cast<double>(row) / static_cast<double>(up_);
+      const auto position =
+          static_cast<double>(half - 1) + static_cast<double>(row) / static_cast<double>(up_);
       for (std::size_t tap = 0; tap < taps_; ++tap) {
         const auto distance = static_cast<double>(tap) - position;
         rows_.push_back(static_cast<float>(kCutoff * scale * sinc(kCutoff * scale * distance) *
