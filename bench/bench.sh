@@ -26,7 +26,7 @@ done
 
 need_packages "${BUILD_PACKAGES[@]}" "${BENCH_PACKAGES[@]}"
 configure release -DQUORIN_BENCH=ON
-build release quorin-stream quorin-meter empty_window drift_bench field_bench "${PARTS[@]}"
+build release quorin-stream quorin-meter empty_window field_bench "${PARTS[@]}"
 source tools/dev/private_session.sh
 source bench/senders.sh
 
@@ -223,6 +223,4 @@ for part in "${PARTS[@]}"; do
   "$BIN/$part" --benchmark_min_time="$PARTS_TIME" 2>/dev/null
 done | tee "$OUT/parts.txt"
 awk -f bench/parts.awk "$OUT/parts.txt" | tee -a "$OUT/report.txt"
-say "a day of a capture clock that drifts, in simulated time"
-"$BIN/drift_bench" | tee "$OUT/drift.txt"
-say "left in build/bench: report.txt, parts.txt, drift.txt, results.tsv"
+say "left in build/bench: report.txt, parts.txt, results.tsv"

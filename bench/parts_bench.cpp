@@ -1,5 +1,4 @@
 #include "stream/audio_frame_queue.h"
-#include "stream/pacing_discipline.h"
 #include "wifi/client_table.h"
 #include "wifi/request.h"
 #include "wifi/wifi_transport.h"
@@ -118,15 +117,6 @@ void carryChunk(benchmark::State& state) {
   }
 }
 BENCHMARK(carryChunk)->Name("chunk through the queue");
-
-void discipline(benchmark::State& state) {
-  stream::PacingDiscipline pacing;
-  std::minstd_rand random(1);
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(pacing.sent(std::chrono::microseconds(random() % 11'000)));
-  }
-}
-BENCHMARK(discipline)->Name("pacing discipline");
 
 void parse(benchmark::State& state, const std::string& datagram) {
   for (auto _ : state) benchmark::DoNotOptimize(parseRequest(datagram));

@@ -27,9 +27,11 @@ constexpr auto kReach = 567ms;
 /// One receiver. Says what a client says where the sender is a server, and nothing to a peer.
 class Receiver {
  public:
-  static std::expected<std::unique_ptr<Receiver>, std::string> open(const RunPlan& plan) {
+  static std::expected<std::unique_ptr<Receiver>, std::string> open(const RunPlan& plan,
+                                                                    int client) {
     auto socket = plan.server ? measure::StampedSocket::connectTo(*plan.server)
-                              : measure::StampedSocket::bindTo(plan.port);
+                              : measure::StampedSocket::bindTo(
+                                    static_cast<std::uint16_t>(plan.port + client));
     if (!socket) return std::unexpected(std::move(socket.error()));
     auto receiver = std::unique_ptr<Receiver>(new Receiver(std::move(*socket)));
     if (plan.server) receiver->session_.emplace(Clock::now());
@@ -106,7 +108,7 @@ void serveAll(const Receivers& receivers, Clock::time_point until, Clock::time_p
 std::expected<RunResult, std::string> measureStream(const RunPlan& plan) {
   Receivers receivers;
   for (int i = 0; i < plan.clients; ++i) {
-    auto receiver = Receiver::open(plan);
+    auto receiver = Receiver::open(plan, i);
     if (!receiver) return std::unexpected(std::move(receiver.error()));
     receivers.push_back(std::move(*receiver));
   }

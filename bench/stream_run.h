@@ -17,7 +17,8 @@ namespace quorin::bench {
 
 /// One measurement of one sender.
 struct RunPlan {
-  std::optional<wire::Endpoint> server;  ///< joined by `clients` receivers; else the port is heard
+  std::optional<wire::Endpoint> server;  ///< joined by `clients` receivers; none: they bind `port`
+                                         ///< and those after it
   std::uint16_t port = 0;
   int clients = 1;
   pid_t sender = 0;

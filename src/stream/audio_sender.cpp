@@ -28,17 +28,15 @@ void AudioSender::offer(wire::AudioChunkView chunk) {
 void AudioSender::startAudioSendTimer() {
   audioFrameQueueSerial_.async([this] {
     if (audioSendTimer_ != nullptr) return;
-    // The leeway is for chunks that come late: no tick waits for anything else.
     audioSendTimer_ = audioFrameQueueSerial_.makeTimer(
-        {.first = {}, .interval = wire::kChunkDuration}, [this] { tick(); });
-    discipline_ = {};
+        {.first = {}, .interval = wire::kChunkDuration}, [this] { sendNextAudioFrame(); });
+    pacing_ = PacingDiscipline(audioSendTimer_->next());
   });
 }
 
 void AudioSender::stopAudioSendTimer() {
   audioFrameQueueSerial_.async([this] {
     audioSendTimer_.reset();
-    overdue_ = false;
     audioFrameQueue_.clear();
   });
 }
@@ -51,38 +49,22 @@ AudioSender::Counters AudioSender::counters() const {
           .unheard = counters_.unheard.load(std::memory_order_relaxed)};
 }
 
-void AudioSender::tick() {
-  if (overdue_) {  // its leeway is over
-    audioSendTimer_->shiftBy(-kTickLeeway);
-  } else {
-    tick_ = audioSendTimer_->next() - wire::kChunkDuration;
-  }
-  sendNextAudioFrame();
-}
-
 void AudioSender::chunkArrived() {
-  if (!overdue_) return;
-  audioSendTimer_->shiftBy(wire::kChunkDuration - kTickLeeway);
-  sendNextAudioFrame();
+  if (audioSendTimer_ && pacing_.isWaiting()) sendNextAudioFrame();
 }
 
 void AudioSender::sendNextAudioFrame() {
   // Before the chunk: who sees a new listener sees the clearing that came before it.
   const auto transport = std::ranges::find_if(transports_, &Transport::hasListener);
   const auto arrived = audioFrameQueue_.take(chunk_);
-  const bool waited = std::exchange(overdue_, !arrived && !overdue_);
   if (arrived) {
     const bool heard = transport != transports_.end();
     if (heard) (*transport)->send(chunk_);
     ++(heard ? counters_.sent : counters_.unheard);
-    if (waited) ++counters_.lateTicks;
-    audioSendTimer_->shiftBy(discipline_.sent(tick_ - *arrived));
-  } else if (waited) {
-    ++counters_.starvedTicks;
-    discipline_.starved();
-  } else {
-    audioSendTimer_->shiftBy(kTickLeeway - wire::kChunkDuration);  // once more, at its end
   }
+  if (pacing_.isWaiting()) ++(arrived ? counters_.lateTicks : counters_.starvedTicks);
+  pacing_.looked(scheduler_.now(), arrived);
+  audioSendTimer_->shiftBy(pacing_.nextLook() - audioSendTimer_->next());
 }
 
 }  // namespace quorin::stream

@@ -20,8 +20,6 @@ namespace quorin::stream {
 /// it is destroyed.
 class AudioSender {
  public:
-  static constexpr dispatch::Duration kTickLeeway = PacingDiscipline::kLeeway;
-
   using Transports = std::vector<Transport*>;
 
   /// `queue` paces the sound; it and the transports, the preferred one first, outlive the sender.
@@ -36,9 +34,8 @@ class AudioSender {
   /// drops it otherwise.
   void offer(wire::AudioChunkView chunk);
 
-  /// One chunk leaves every 20 ms, the first at once. A tick that finds none comes later, with its
-  /// chunk or when its leeway is over; the ticks after it stay where they are. Does nothing while
-  /// the timer runs already.
+  /// One chunk leaves every 20 ms, the first at once, when `PacingDiscipline` says. Does nothing
+  /// while the timer runs already.
   void startAudioSendTimer();
 
   /// Ends that, and in every case throws away all that waits.
@@ -51,8 +48,8 @@ class AudioSender {
   /// Since construction; for diagnosis and tests. Any thread.
   struct Counters {
     std::uint64_t sent = 0;          ///< chunks handed to a transport
-    std::uint64_t lateTicks = 0;     ///< ticks that waited for their chunk
-    std::uint64_t starvedTicks = 0;  ///< ticks that got no chunk
+    std::uint64_t lateTicks = 0;     ///< chunks that were waited for
+    std::uint64_t starvedTicks = 0;  ///< waits without a chunk
     std::uint64_t overflowed = 0;    ///< chunks cut from a full queue
     std::uint64_t unheard = 0;       ///< chunks whose tick found no listener
   };
@@ -60,7 +57,6 @@ class AudioSender {
 
  private:
   // Pacing queue only.
-  void tick();
   void chunkArrived();
   void sendNextAudioFrame();
 
@@ -70,9 +66,7 @@ class AudioSender {
 
   // Pacing queue only.
   std::unique_ptr<dispatch::Timer> audioSendTimer_;
-  PacingDiscipline discipline_;
-  dispatch::TimePoint tick_;  ///< when the latest was due
-  bool overdue_ = false;      ///< it waits for its chunk
+  PacingDiscipline pacing_;
   wire::AudioChunk chunk_{};
 
   struct {

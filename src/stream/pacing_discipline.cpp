@@ -1,10 +1,8 @@
 #include "stream/pacing_discipline.h"
 
-#include "wire/audio_chunk.h"
+#include "stream/audio_frame_queue.h"
 
 #include <algorithm>
-#include <span>
-#include <utility>
 
 namespace quorin::stream {
 namespace {
@@ -13,68 +11,68 @@ using Duration = PacingDiscipline::Duration;
 
 constexpr Duration kChunk = wire::kChunkDuration;
 
-// Closes 1/100 of the gap a tick (a time constant of 2 s). Quicker, and the ticks would follow
-// every odd chunk; slower, and 200 ppm would cost more than the 0.4 ms of standing error they do.
-constexpr int kGain = 100;
+// Of the gap a tick. Quicker, and the ticks would follow every odd chunk; slower, and 200 ppm
+// would cost more than the 0.4 ms of standing error they do.
+constexpr int kGain = 100;  // a time constant of 2 s
 // A gap that is no reason to move: most capture clocks are the computer's own.
 constexpr Duration kTolerance = std::chrono::microseconds(250);
 
-// Up to two ticks without a chunk are jitter; beyond that the sound had stopped, and a new stream
-// begins.
-constexpr std::size_t kStarvedAtEnd = 3;
-
 Duration slew(Duration gap) {
-  const auto beyond = gap - std::clamp(gap, -kTolerance, kTolerance);
-  return std::clamp(beyond / kGain, -PacingDiscipline::kMaxSlew, PacingDiscipline::kMaxSlew);
+  const auto later = (gap - std::clamp(gap, -kTolerance, kTolerance)) / kGain;
+  return std::clamp(later, -PacingDiscipline::kMaxSlew, PacingDiscipline::kMaxSlew);
 }
 
 }  // namespace
 
-Duration PacingDiscipline::sent(Duration waited) {
-  // By its own tick, not by the one that took it at last; a stream's first chunk has none.
-  const auto ticksLate = std::exchange(starvedInARow_, 0);
-  const auto late = count_ > 0 ? kChunk * static_cast<Duration::rep>(ticksLate) : Duration::zero();
-  waits_[count_++ % kMeasured] = waited - late - moved_;
-  if (count_ < kLearned) return Duration::zero();
+PacingDiscipline::TimePoint PacingDiscipline::nextLook() const {
+  return tick_ + (halfway_ ? kChunk / 2 : Duration::zero()) +
+         (waiting_ ? kLeeway : Duration::zero());
+}
 
-  noticeBacklog(waited);
-  const auto gap = kHeadroom - secondSmallest() - moved_;
-  // Chunks that come too late even for the leeway cost their ticks: room for them is made at once.
-  if (count_ == kLearned || (step_ == Duration::zero() && gap > kHeadroom + kLeeway)) step_ = gap;
-  const bool stepping = step_ != Duration::zero();
-  const auto later = stepping ? std::clamp(step_, -kMaxStepEarlier, kLeeway) : slew(gap);
-  if (stepping) step_ -= later;
+void PacingDiscipline::looked(TimePoint now, std::optional<TimePoint> arrived) {
+  if (!waiting_) skipMissedTicks(now);
+  waiting_ = !arrived && !waiting_;
+  if (waiting_) return;
+
+  if (!arrived && sent_) overdue_ = 0;  // a hole in the sound: they will never come
+  sent_ = arrived.has_value();
+  if (halfway_ && sent_) --overdue_;
+  if (!halfway_ && !sent_) ++overdue_;
+  if (overdue_ >= AudioFrameQueue::kAudioMaxQueueFrames) restart();
+  if (sent_ && overdue_ == 0) measure(tick_ - *arrived);
+  halfway_ = !halfway_ && overdue_ > 0;
+  if (!halfway_) tick_ += kChunk + shift();
+}
+
+/// The machine stood still: what arrived meanwhile is overdue.
+void PacingDiscipline::skipMissedTicks(TimePoint now) {
+  const auto missed = std::max((now - tick_) / kChunk, Duration::rep{0});
+  tick_ += missed * kChunk;
+  overdue_ += static_cast<std::size_t>(missed);
+  halfway_ = halfway_ && missed == 0;
+}
+
+void PacingDiscipline::measure(Duration waited) {
+  waits_[count_++ % waits_.size()] = waited - moved_;
+  if (count_ == kSettled) waits_.fill(waits_[count_ - 1]);
+}
+
+/// By how much the ticks from the next one on are to be later.
+Duration PacingDiscipline::shift() {
+  if (count_ < kLearned) return Duration::zero();
+  auto shortest = Duration::max();
+  auto second = Duration::max();
+  for (const auto wait : waits_) {
+    second = std::min(second, std::max(shortest, wait));
+    shortest = std::min(shortest, wait);
+  }
+  const auto gap = kHeadroom - second - moved_;
+  // Chunks that come too late even for the leeway: room for them is made at once.
+  aligning_ = aligning_ || count_ == kLearned || gap > kHeadroom + kLeeway;
+  const auto later = aligning_ ? std::clamp(gap, -kMaxStep, kMaxStep) : slew(gap);
+  aligning_ = aligning_ && later != gap;
   moved_ += later;
   return later;
-}
-
-void PacingDiscipline::starved() {
-  if (++starvedInARow_ >= kStarvedAtEnd) *this = {};
-}
-
-/// A tick that the machine lost, or that went without its chunk, leaves every later chunk waiting
-/// for one tick too many.
-void PacingDiscipline::noticeBacklog(Duration waited) {
-  if (waited < kChunk || count_ <= kLearned || step_ != Duration::zero()) {
-    backlogged_ = 0;
-    return;
-  }
-  backlog_ = backlogged_ == 0 ? waited : std::min(backlog_, waited);
-  if (++backlogged_ < kLearned) return;
-  const auto whole = backlog_ / kChunk * kChunk;
-  moved_ += whole;  // the ticks have, as it turns out
-  step_ = -whole;
-  backlogged_ = 0;
-}
-
-Duration PacingDiscipline::secondSmallest() const {
-  auto smallest = Duration::max();
-  auto second = Duration::max();
-  for (const auto wait : std::span(waits_).first(std::min(count_, kMeasured))) {
-    second = std::min(second, std::max(smallest, wait));
-    smallest = std::min(smallest, wait);
-  }
-  return second;
 }
 
 }  // namespace quorin::stream

@@ -5,54 +5,63 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <optional>
 
 namespace quorin::stream {
 
-/// Keeps the ticks of the send timer in step with the clock of the capture: says, after each tick,
-/// by how much the following ones should move. Pure; confined to the pacing queue.
+/// Decides when the send timer looks for a chunk. Pure; confined to the pacing queue.
 ///
-/// It steers how long chunks wait for their tick. Chunks arrive in bursts and a tick must not come
-/// before the latest of them, so the wait that counts is the second smallest of the last 8 s: one
-/// accident moves nothing, chunks that keep coming late get room. That wait is held at `kHeadroom`:
-/// a capture clock that runs slow makes it shrink, a fast one makes it grow, and a backlog shows as
-/// whole chunks of it. One number, and one loop around it, holds phase, rate and depth of the
-/// queue.
+/// One chunk leaves at each tick, every 20 ms. A tick that finds none waits for it, `kLeeway` at
+/// most. After that its chunk is overdue, and while chunks are, there is a second look halfway to
+/// the next tick: a late chunk delays few others, and the ticks stay where they are.
+///
+/// The ticks follow the capture's clock by the second shortest wait of the last 400 (8 s): one
+/// accident moves nothing, chunks that keep coming late get room. That wait is held at `kHeadroom`;
+/// it shrinks where the capture's clock runs slow and grows where it runs fast.
 class PacingDiscipline {
  public:
   using Duration = dispatch::Duration;
+  using TimePoint = dispatch::TimePoint;
 
   /// How long before its tick the latest chunk should be there.
   static constexpr Duration kHeadroom = std::chrono::milliseconds(3);
-  /// How late a tick may be that waits for its chunk, and the largest step later.
+  /// How long a look waits for a chunk.
   static constexpr Duration kLeeway = std::chrono::milliseconds(5);
-  /// The largest step earlier: a backlog is sent twice as fast.
-  static constexpr Duration kMaxStepEarlier = std::chrono::milliseconds(10);
-  /// The largest correction a tick in steady state: 2000 ppm, ten times what clocks differ by.
+  /// The largest step of a tick, while a new stream is aligned.
+  static constexpr Duration kMaxStep = std::chrono::milliseconds(10);
+  /// The largest correction of a tick in steady state, 2000 ppm: ten times what clocks differ by.
   static constexpr Duration kMaxSlew = std::chrono::microseconds(40);
 
-  /// A tick took a chunk that had `waited` since it arrived; negative when the tick waited for the
-  /// chunk. Returns how far to move all later ticks; positive is later.
-  Duration sent(Duration waited);
+  explicit PacingDiscipline(TimePoint firstTick = {}) : tick_(firstTick) {}
 
-  /// A tick found no chunk.
-  void starved();
+  /// When to look at the queue next.
+  TimePoint nextLook() const;
+
+  /// Whether a chunk that arrives before then is to be looked for at once.
+  bool isWaiting() const { return waiting_; }
+
+  /// The queue was looked at `now` and gave the chunk that had `arrived`, or none.
+  void looked(TimePoint now, std::optional<TimePoint> arrived);
 
  private:
-  static constexpr std::size_t kMeasured = 400;  // 8 s
-  static constexpr std::size_t kLearned = 16;    // 0.3 s
+  static constexpr std::size_t kSettled = 12;  // until then a backlog may still build up
+  static constexpr std::size_t kLearned = 20;  // 0.4 s
 
-  void noticeBacklog(Duration waited);
-  Duration secondSmallest() const;
+  void restart() { *this = PacingDiscipline(tick_); }
+  void skipMissedTicks(TimePoint now);
+  void measure(Duration waited);
+  Duration shift();
 
-  /// Waits, less what the ticks had moved by then: they show the capture alone. Since the stream
-  /// began; the newest overwrites the oldest.
-  std::array<Duration, kMeasured> waits_{};
-  std::size_t count_ = 0;
-  Duration moved_{0};           ///< of the ticks, since the stream began
-  Duration step_{0};            ///< what is left of a step under way
-  Duration backlog_{0};         ///< the smallest wait of those in a row
-  std::size_t backlogged_ = 0;  ///< chunks in a row that waited for a tick too many
-  std::size_t starvedInARow_ = 0;
+  TimePoint tick_;           ///< the latest, or the next
+  bool waiting_ = false;     ///< beyond a look that found none
+  bool halfway_ = false;     ///< the look is the one after `tick_`
+  bool aligning_ = false;    ///< by steps
+  bool sent_ = false;        ///< the look before found a chunk
+  std::size_t overdue_ = 0;  ///< chunks whose tick has passed
+  /// How long chunks waited, less what the ticks had moved by then: the capture's part alone.
+  std::array<Duration, 400> waits_{};
+  std::size_t count_ = 0;  ///< chunks measured since the stream began
+  Duration moved_{0};      ///< of the ticks, since then
 };
 
 }  // namespace quorin::stream

@@ -12,9 +12,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kLookInterval = 100ms;
+constexpr auto kLookInterval = 200ms;
 constexpr int kDecibels = 60;
-constexpr int kFallPerLook = 6;  ///< dB, so that a word does not flicker
+constexpr int kFallPerLook = 12;  ///< dB, so that a word does not flicker
 
 }  // namespace
 

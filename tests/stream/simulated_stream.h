@@ -10,8 +10,7 @@
 #include <utility>
 #include <vector>
 
-/// A capture with a clock of its own and a send timer, in simulated time: for the tests of the
-/// pacing and for the benchmark that sets it beside a plain timer.
+/// A capture with a clock of its own and a send timer, in simulated time.
 namespace quorin::stream {
 
 using dispatch::Duration;
@@ -57,6 +56,16 @@ inline Lateness unevenFragments(unsigned seed) {
   };
 }
 
+/// PulseAudio while both processors are loaded: late by slices of the scheduler, as recorded.
+inline Lateness onABusyMachine(unsigned seed) {
+  return [random = std::mt19937(seed)](std::uint64_t) mutable {
+    const auto kind = random() % 1000;
+    const double late = kind < 850 ? 0.2 : kind < 990 ? 7.5 : kind < 998 ? 14 : 26;
+    return std::chrono::round<Duration>(std::chrono::duration<double, std::milli>(
+        late + std::exponential_distribution<>(1 / 0.1)(random)));
+  };
+}
+
 /// The machine holds up one chunk of so many.
 inline Lateness oneLate(std::uint64_t of, Duration by) {
   return [of, by](std::uint64_t chunk) { return chunk % of == 0 ? by : Duration{}; };
@@ -68,59 +77,63 @@ struct Scene {
   Lateness lateness = atOnce;
   bool ticksLost = false;  ///< once in ten minutes the machine stands still for three ticks
   double mayStarve = 0;    ///< ticks of a million
-  Duration latency = std::chrono::milliseconds(25);  ///< the 99th percentile may be
+  Duration latency = std::chrono::milliseconds(25);    ///< the 99th percentile may be
+  Duration deviation = std::chrono::microseconds(50);  ///< the same of the intervals
   Duration length = std::chrono::minutes(10);
 };
 
 struct Outcome {
-  std::uint64_t ticks = 0;
+  std::uint64_t sent = 0;
   std::uint64_t starved = 0;
   std::uint64_t overflowed = 0;
-  Duration largestShift{0};       ///< of one tick
-  std::vector<Duration> latency;  ///< from the last sample to the send, once a second
+  std::vector<Duration> intervals;  ///< between sends
+  std::vector<Duration> latency;    ///< from the last sample to the send, once a second
 
   double starvedOfAMillion() const {
-    return 1e6 * static_cast<double>(starved) / static_cast<double>(ticks);
+    return 1e6 * static_cast<double>(starved) / static_cast<double>(sent);
   }
-  Duration percentile(double p) {
-    const auto at = latency.begin() + std::lround(p * static_cast<double>(latency.size() - 1));
-    std::nth_element(latency.begin(), at, latency.end());
+  Duration latencyPercentile(double p) { return percentile(latency, p); }
+  /// By how much the intervals differ from 20 ms.
+  Duration deviationPercentile(double p) const {
+    auto deviations = intervals;
+    for (auto& interval : deviations) interval = std::chrono::abs(interval - kChunk);
+    return percentile(deviations, p);
+  }
+
+ private:
+  static Duration percentile(std::vector<Duration>& values, double p) {
+    const auto at = values.begin() + std::lround(p * static_cast<double>(values.size() - 1));
+    std::nth_element(values.begin(), at, values.end());
     return *at;
   }
 };
 
 /// A capture and a send timer with the real queue between them. Without a scheduler: chunks and
-/// ticks are merged by their times, and a day takes seconds.
+/// looks are merged by their times, and a day takes seconds.
 class Stream {
  public:
-  Stream(const Scene& scene, bool disciplined, TimePoint firstTick)
-      : scene_(scene), disciplined_(disciplined), tick_(firstTick) {
+  explicit Stream(const Scene& scene, TimePoint firstTick = TimePoint{std::chrono::milliseconds(7)})
+      : scene_(scene), pacing_(firstTick) {
     prepareNext();
   }
 
-  /// Plays on and tells what happened meanwhile.
+  /// Plays on; returns what happened meanwhile.
   Outcome play(Duration length) {
     Outcome outcome;
-    const auto end = tick_ + length;
+    const auto end = pacing_.nextLook() + length;
     const auto overflowedBefore = queue_.overflowed();
-    while (tick_ < end) {
-      append(tick_);
-      Duration shift{0};
-      auto arrived = queue_.take(samples_);
-      if (!arrived && disciplined_) {
-        append(tick_ + PacingDiscipline::kLeeway, 1);
-        arrived = queue_.take(samples_);
-      }
+    while (pacing_.nextLook() < end) {
+      const bool waiting = pacing_.isWaiting();
+      auto now = pacing_.nextLook() + std::exchange(stoodStill_, Duration(0));
+      if (waiting) now = std::max(std::min(now, arriving_), now - PacingDiscipline::kLeeway);
+      append(now, waiting ? 1 : SIZE_MAX);
+      const auto arrived = queue_.take(samples_);
       if (arrived) {
-        if (++outcome.ticks % 50 == 0) outcome.latency.push_back(latencyOf(*arrived));
-        shift = discipline_.sent(tick_ - *arrived);
-      } else {
-        discipline_.starved();
+        noteSend(now, *arrived, outcome);
+      } else if (waiting) {
         ++outcome.starved;
       }
-      outcome.largestShift = std::max(outcome.largestShift, Duration(std::abs(shift.count())));
-      if (disciplined_) tick_ += shift;
-      tick_ += scene_.ticksLost && outcome.ticks % 30'000 == 29'999 ? 4 * kChunk : kChunk;
+      pacing_.looked(now, arrived);
     }
     outcome.overflowed = queue_.overflowed() - overflowedBefore;
     return outcome;
@@ -128,11 +141,11 @@ class Stream {
 
   /// So long before the next tick.
   void clearQueue(Duration beforeTick) {
-    append(tick_ - beforeTick);
+    append(pacing_.nextLook() - beforeTick);
     queue_.clear();
   }
   void pauseCapture(Duration duration) { paused_ += duration; }
-  void pauseTicks(Duration duration) { tick_ += duration; }
+  void pauseTicks(Duration duration) { stoodStill_ += duration; }
 
  private:
   void append(TimePoint until, std::size_t most = SIZE_MAX) {
@@ -150,16 +163,21 @@ class Stream {
     next_[0] = static_cast<float>(milliseconds(arriving_ - complete));
   }
 
-  Duration latencyOf(TimePoint arrived) const {
-    const std::chrono::duration<double, std::milli> lateness(samples_[0]);
-    return std::max(tick_ - arrived, Duration(0)) + std::chrono::round<Duration>(lateness);
+  void noteSend(TimePoint now, TimePoint arrived, Outcome& outcome) {
+    if (++outcome.sent % 50 == 0) {
+      const std::chrono::duration<double, std::milli> lateness(samples_[0]);
+      outcome.latency.push_back(now - arrived + std::chrono::round<Duration>(lateness));
+    }
+    const auto interval = now - std::exchange(sentAt_, now);
+    if (outcome.sent > 1) outcome.intervals.push_back(interval);
+    if (scene_.ticksLost && outcome.sent % 30'000 == 29'999) pauseTicks(3 * kChunk);
   }
 
   Scene scene_;
-  bool disciplined_;
-  TimePoint tick_;
   AudioFrameQueue queue_;
-  PacingDiscipline discipline_;
+  PacingDiscipline pacing_;
+  TimePoint sentAt_{};
+  Duration stoodStill_{0};
   TimePoint arriving_{};
   wire::AudioChunk next_{};
   wire::AudioChunk samples_{};

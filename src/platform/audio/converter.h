@@ -51,9 +51,8 @@ class SampleConverter {
 using ConverterFactory =
     std::function<std::unique_ptr<SampleConverter>(const Format& from, const Format& to)>;
 
-/// The system's own converter, libspeexdsp's: n input frames give n x to / from output frames from
-/// the first block on, delayed by half the filter (1.1 ms from 48000 Hz, 6 ms from 8000; nothing at
-/// equal rates).
+/// The system's own converter: n input frames give n x to / from output frames from the first block
+/// on, delayed by half the filter (1.2 ms from 48000 Hz, 6 ms from 8000; nothing at equal rates).
 std::unique_ptr<SampleConverter> makeSampleConverter(const Format& from, const Format& to);
 
 }  // namespace quorin::audio

@@ -17,10 +17,11 @@ constexpr auto kMaxWait = 500ms;
 /// After the server has ended a recording of a device that is still there.
 constexpr auto kRetryDelay = 200ms;
 
-/// Together with PA_STREAM_ADJUST_LATENCY, the most that the server delivers at a time; without
-/// either, PulseAudio delivers up to 2 s at once. PipeWire fits its own step to it: a whole block
-/// of 20 ms would wake less often and cost 13 ms of latency.
+/// Together with PA_STREAM_ADJUST_LATENCY this makes the server record in steps of 10 ms (PipeWire
+/// takes half of it), two for a block: smaller steps wake the program more often, larger ones cost
+/// latency. Without either, PulseAudio delivers up to 2 s at once.
 constexpr pa_usec_t kFragmentMicroseconds = 10'000;
+constexpr pa_usec_t kPipeWireFragmentMicroseconds = 20'000;
 
 /// For an input whose rate has no whole block; every server can convert to it.
 constexpr unsigned kFallbackRate = 48000;
@@ -148,13 +149,16 @@ void PulseEngine::record(const PulseSource& source) {
       },
       this);
 
+  const auto fragment = server_.defaultDevices().server.contains("PipeWire")
+                            ? kPipeWireFragmentMicroseconds
+                            : kFragmentMicroseconds;
   constexpr auto kServersChoice = static_cast<std::uint32_t>(-1);
-  const pa_buffer_attr buffer{.maxlength = kServersChoice,
-                              .tlength = kServersChoice,
-                              .prebuf = kServersChoice,
-                              .minreq = kServersChoice,
-                              .fragsize = static_cast<std::uint32_t>(
-                                  ::pa_usec_to_bytes(kFragmentMicroseconds, &sampleSpec_))};
+  const pa_buffer_attr buffer{
+      .maxlength = kServersChoice,
+      .tlength = kServersChoice,
+      .prebuf = kServersChoice,
+      .minreq = kServersChoice,
+      .fragsize = static_cast<std::uint32_t>(::pa_usec_to_bytes(fragment, &sampleSpec_))};
   // By name and unmovable: without a name a mixer can point it at the microphone, and the server
   // remembers that for the next start.
   constexpr auto kFlags =
