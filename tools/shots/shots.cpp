@@ -80,6 +80,7 @@ WiFiState streaming(std::size_t phones, std::size_t networks = 1) {
 WiFiState busyPort(int error, std::uint16_t port, const network::PortHolder& holder = {}) {
   WiFiState state;
   state.problem = {.failure = {wifi::StartFailure::Step::kBind, error, port},
+                   .isLookedUp = true,
                    .holder = holder,
                    .otherPort = 9001};
   return state;
