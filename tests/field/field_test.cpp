@@ -1,12 +1,16 @@
 #include "field/field.h"
 
+#include "support/allocation_count.h"
 #include "wire/control_message.h"
 
 #include <gmock/gmock.h>
+#include <sys/socket.h>
 
 #include <QCoreApplication>
+#include <atomic>
 #include <cstdio>
 #include <fstream>
+#include <thread>
 
 namespace quorin::field {
 namespace {
@@ -76,9 +80,55 @@ TEST_F(Field, TheAddressThatWasAskedAnswersWhateverTheRoutesPrefer) {
   ip("link del wlan0");
 }
 
-TEST_F(Field, SoundTravelsAsVoice) {
+TEST_F(Field, SoundTravelsAsVoiceThroughAHundredRestarts) {
   Computer computer;
-  EXPECT_EQ(computer.newClient(phones_, address(0)).trafficClass, 0xB8) << "DSCP EF";
+  auto& phone = computer.newClient(phones_, address(0));
+  EXPECT_EQ(phone.trafficClass, 0xB8) << "DSCP EF";
+  for (int i = 0; i < 100; ++i) {
+    computer.server().restartUDPForNetworkChange(std::to_string(Computer::kPort));
+    ASSERT_TRUE(computer.server().isRunning()) << "a send under way must not keep the port from us";
+    ASSERT_TRUE(computer.until([&] {
+      if (computer.server().clientCount() == 0) phone.says("<<HELLO>>");
+      return computer.server().clientCount() > 0;
+    }));
+  }
+  const auto before = phone.arrivals.size();
+  EXPECT_TRUE(computer.until([&] { return phone.arrivals.size() > before; }));
+}
+
+/// 49,000 datagrams a second from ever new ports.
+void flood(std::chrono::milliseconds duration) {
+  const std::string texts[] = {
+      "<<PING>>", "<<HELLO>>", "<<STOP>>", "rubbish", "\xFF\xFE", std::string(1400, 'x'), ""};
+  const auto server = wire::Endpoint::parse("10.11.0.2:9000")->socketAddress();
+  const auto end = std::chrono::steady_clock::now() + duration;
+  for (auto next = end - duration; next < end; std::this_thread::sleep_until(next += 1ms)) {
+    for (int source = 0; source < 7; ++source) {
+      const posix::FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+      for (const auto& text : texts) {
+        (void)::sendto(socket.get(), text.data(), text.size(), 0,
+                       reinterpret_cast<const sockaddr*>(&server), sizeof server);
+      }
+    }
+  }
+}
+
+TEST_F(Field, AFloodCostsAClientNothingAndIsNotRemembered) {
+  Computer computer;
+  auto& phone = computer.newClient(phones_, address(0));
+  phone.arrivals.clear();
+  const auto memoryBefore = test::memoryInUse();
+  std::atomic<bool> over = false;
+  std::jthread attacker([&] {
+    phones_.run([] { flood(2s); });
+    over = true;
+  });
+  int turns = 0;
+  EXPECT_TRUE(computer.until([&] { return ++turns, over.load(); }));
+  EXPECT_GE(phone.heardWithin(2s), 98U) << "of 100";
+  EXPECT_GT(turns, 100) << "the interface still has its turns";
+  EXPECT_LT(test::memoryInUse(), memoryBefore + 20'000'000);
+  EXPECT_LE(computer.server().clientCount(), wifi::ClientTable::kMaxClients);
 }
 
 TEST_F(Field, ForgedSourcesAreIgnored) {

@@ -98,11 +98,4 @@ Phone WifiTest::newClient() {
   return phone;
 }
 
-void WifiTest::capture(std::initializer_list<float> values) {
-  for (const auto value : values) {
-    sender.offer(chunkOf(value));
-    scheduler.advance(wire::kChunkDuration);
-  }
-}
-
 }  // namespace quorin::wifi

@@ -83,9 +83,6 @@ class WifiTest {
     scheduler.runPending();
   }
 
-  /// The capture delivers one chunk every 20 ms for as long as there are values.
-  void capture(std::initializer_list<float> values);
-
   const std::uint16_t port = freePort();
   const std::string portText;
   dispatch::SimulatedScheduler scheduler;
