@@ -1,7 +1,6 @@
 #include "window/main_window.h"
 
 #include "core/identity.h"
-#include "platform/desktop/look.h"
 #include "platform/desktop/window_front.h"
 
 #include <QCloseEvent>
@@ -44,7 +43,8 @@ void MainWindow::placeInitially() {
   resize(kInitialSize);
   fitIntoWorkArea();
   isPlaced_ = false;
-  desktop::askForDarkTitleBar(winId());
+  winId();  // makes the window's handle
+  desktop::askForDarkTitleBar(*windowHandle());
 }
 
 /// With its decorations, whose size is known only once the window is shown.

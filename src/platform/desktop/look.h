@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QObject>
-#include <QWindow>
 #include <functional>
 #include <memory>
 
@@ -17,8 +16,5 @@ struct Look {
 /// destroyed; nothing without a portal. Main thread; never waits, provided that the session bus
 /// has been connected to.
 std::unique_ptr<QObject> watchLook(std::function<void(const Look&)> changed);
-
-/// Asks the window manager to decorate `window` in dark colours, where it can. Main thread.
-void askForDarkTitleBar(WId window);
 
 }  // namespace quorin::desktop

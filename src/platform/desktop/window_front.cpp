@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QGuiApplication>
+#include <QStyleHints>
 #include <QWindow>
 #include <algorithm>
 #include <cstdlib>
@@ -13,6 +14,20 @@
 
 namespace quorin::desktop {
 namespace {
+
+/// Null elsewhere than on X11.
+xcb_connection_t* x11Connection() {
+  const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+  return x11 ? x11->connection() : nullptr;
+}
+
+xcb_atom_t atom(xcb_connection_t* connection, std::string_view name) {
+  const auto asked =
+      xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data());
+  const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
+      xcb_intern_atom_reply(connection, asked, nullptr), std::free);
+  return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
 
 /// Messages to the window manager of X11.
 class RootWindow {
@@ -48,15 +63,11 @@ class RootWindow {
  private:
   xcb_client_message_event_t message(xcb_window_t window, std::string_view type,
                                      std::uint8_t format) const {
-    const auto asked =
-        xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(type.size()), type.data());
-    const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> atom(
-        xcb_intern_atom_reply(connection_, asked, nullptr), std::free);
     xcb_client_message_event_t event{};
     event.response_type = XCB_CLIENT_MESSAGE;
     event.format = format;
     event.window = window;
-    if (atom) event.type = atom->atom;
+    event.type = atom(connection_, type);
     return event;
   }
   void send(const xcb_client_message_event_t& event, std::uint32_t mask) const {
@@ -70,9 +81,8 @@ class RootWindow {
 }  // namespace
 
 void bringToFront(QWindow& window, const QString& token) {
-  const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-  if (x11 && x11->connection()) {  // the offscreen platform has none
-    const RootWindow root(x11->connection());
+  if (auto* const connection = x11Connection()) {
+    const RootWindow root(connection);
     const auto id = static_cast<xcb_window_t>(window.winId());
     root.activate(id, token.section(QStringLiteral("_TIME"), 1).toUInt());
     if (!token.isEmpty()) root.endStartup(id, token.toUtf8());
@@ -81,6 +91,19 @@ void bringToFront(QWindow& window, const QString& token) {
   // Qt's Wayland plug-in takes it from here.
   if (!token.isEmpty()) qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());
   window.requestActivate();
+}
+
+void askForDarkTitleBar(QWindow& window) {
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+  QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
+#endif
+  auto* const connection = x11Connection();
+  if (!connection) return;
+  // What GTK's programs ask for, and window managers know.
+  constexpr std::string_view kDark = "dark";
+  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(window.winId()),
+                      atom(connection, "_GTK_THEME_VARIANT"), atom(connection, "UTF8_STRING"), 8,
+                      kDark.size(), kDark.data());
 }
 
 }  // namespace quorin::desktop

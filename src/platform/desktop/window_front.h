@@ -11,4 +11,7 @@ namespace quorin::desktop {
 /// also ends the launcher's waiting for a window. GUI thread.
 void bringToFront(QWindow& window, const QString& token);
 
+/// Asks the window manager to decorate `window` in dark colours, where it can. GUI thread.
+void askForDarkTitleBar(QWindow& window);
+
 }  // namespace quorin::desktop
