@@ -89,7 +89,10 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
          f.cable = {.service = usb::UsbService::kMissing, .remedy = {.command = "x"}};
        },
        true, "not installed", "Only the cable needs it: x"},
-      {"USB service", [](Facts& f) { f.cable.phones = 0; }, true, "phones: 0", "carries data"},
+      {"USB service", [](Facts& f) { f.cable = {.service = usb::UsbService::kRunning}; }, true,
+       "phones: 0", "carries data"},
+      {"USB service", [](Facts& f) { f.cable.connected = false; }, true, "phones: 1",
+       "open the app"},
       {"real-time priority", [](Facts& f) { f.realtime = dispatch::RealtimeGrant::kNone; }, true,
        "", "rtkit"},
   };
