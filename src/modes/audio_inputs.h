@@ -8,8 +8,8 @@
 
 namespace quorin::app {
 
-/// The guard's eyes: the audio server's devices, and the microphone's permission from the desktop
-/// and from that server. Made and destroyed on the main queue; the server outlives it, and whatever
+/// The audio server's devices, and the microphone's permission from the desktop and from that
+/// server. Made and destroyed on the main queue; the server outlives it, and whatever
 /// the scheduler still runs.
 class AudioInputs : public GuardInputs {
  public:

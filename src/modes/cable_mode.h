@@ -11,7 +11,7 @@
 
 namespace quorin::app {
 
-/// The cable mode: the hub, the link to the phone, and what the page says of them. Main queue.
+/// The cable mode: the hub, the link to the phone, and the state that the page shows. Main queue.
 class CableMode : public CableSwitch {
  public:
   struct Reports {

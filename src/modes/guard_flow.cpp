@@ -2,6 +2,7 @@
 
 #include "core/log.h"
 
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -14,7 +15,7 @@ using desktop::AuthorizationStatus;
 
 namespace {
 
-/// How long "verifying" stands before the first look at the devices, so that it can be read.
+/// How long "verifying" is shown before the first check, so that it can be read.
 constexpr auto kFirstCheckDelay = 500ms;
 /// After the device was set up the guard does not wait for its next poll.
 constexpr auto kLookAgain = 20ms;
@@ -22,8 +23,8 @@ constexpr int kLooks = 50;
 constexpr dispatch::TimerSchedule kPoll{.first = 800ms, .interval = 800ms, .leeway = 200ms};
 constexpr dispatch::TimerSchedule kWatch{.first = 1s, .interval = 1s, .leeway = 200ms};
 
-/// A change of a default device is a change of its number; its name alone tells nothing. An audio
-/// server that was restarted deals the numbers anew.
+/// A default device has changed when its number has; a new name alone is no change. A restarted
+/// audio server numbers its devices anew.
 struct SeenDevices {
   std::uint32_t lastDefaultOut = 0;
   std::uint32_t lastDefaultIn = 0;
@@ -38,37 +39,22 @@ struct SeenDevices {
 
 }  // namespace
 
-/// A timer on the utility queue whose ticks go on on the main queue through `Hop`. Made and
-/// destroyed on the main queue; what hopped before the destruction does not run after it.
-class GuardFlow::MainPoll {
+/// Made and destroyed on the main queue.
+class GuardFlow::Poll {
  public:
-  class Hop {
-   public:
-    void operator()(dispatch::Task task) const {
-      main_->async([alive = alive_, task = std::move(task)]() mutable {
-        if (!alive.expired()) task();
-      });
-    }
-
-   private:
-    friend MainPoll;
-    Hop(dispatch::Queue& main, const std::shared_ptr<char>& alive) : main_(&main), alive_(alive) {}
-
-    dispatch::Queue* main_;
-    std::weak_ptr<char> alive_;
-  };
-  /// Runs on the utility queue, perhaps for the last time while the poll is being destroyed on
-  /// the main queue: it owns what it uses.
-  using Tick = std::move_only_function<void(const Hop& hop)>;
-
-  MainPoll(dispatch::Scheduler& scheduler, dispatch::TimerSchedule schedule, Tick tick)
+  /// `look` runs on the utility queue, perhaps for the last time while the poll is being destroyed:
+  /// it owns what it uses. What it returns, if anything, goes to `then` on the main queue, but not
+  /// after the destruction.
+  template <typename Look, typename Then>
+  Poll(dispatch::Scheduler& scheduler, dispatch::TimerSchedule schedule, Look look, Then then)
       : timer_(scheduler.utilityQueue().makeTimer(
-            schedule, [tick = std::move(tick), hop = Hop(scheduler.mainQueue(), alive_)]() mutable {
-              tick(hop);
+            schedule, [look = std::move(look), &main = scheduler.mainQueue(),
+                       then = scope_.bind(std::move(then))]() mutable {
+              if (const auto seen = look()) main.async([then, seen]() mutable { then(*seen); });
             })) {}
 
  private:
-  std::shared_ptr<char> alive_ = std::make_shared<char>();
+  dispatch::Scope scope_;
   std::unique_ptr<dispatch::Timer> timer_;
 };
 
@@ -115,9 +101,9 @@ void GuardFlow::showGuard(const Routing& routing, PollKind kind) {
   if (!std::exchange(state_.guard, true)) state_.textKey = audio::guardTextKey(routing).value();
   refreshAudioGuardStatus();
   if (audioGuardTimer_) return;
-  audioGuardTimer_ = std::make_unique<MainPoll>(
-      scheduler_, kPoll,
-      [this, kind](const MainPoll::Hop& hop) { hop([this, kind] { onGuardPoll(kind); }); });
+  audioGuardTimer_ = std::make_unique<Poll>(
+      scheduler_, kPoll, [] { return std::optional(true); },
+      [this, kind](bool) { onGuardPoll(kind); });
 }
 
 void GuardFlow::passGuard() {
@@ -195,12 +181,13 @@ void GuardFlow::showMicDeniedOverlay() {
 
 void GuardFlow::startMicStatusWatch() {
   if (micStatusTimer_) return;
-  micStatusTimer_ = std::make_unique<MainPoll>(
-      scheduler_, kPoll, [this, inputs = inputs_](const MainPoll::Hop& hop) {
-        if (inputs->microphoneStatus() == AuthorizationStatus::kAuthorized) {
-          hop([this] { onMicrophoneAllowed(); });
-        }
-      });
+  micStatusTimer_ = std::make_unique<Poll>(
+      scheduler_, kPoll,
+      [inputs = inputs_] {
+        const bool isAllowed = inputs->microphoneStatus() == AuthorizationStatus::kAuthorized;
+        return isAllowed ? std::optional(true) : std::nullopt;
+      },
+      [this](bool) { onMicrophoneAllowed(); });
 }
 
 void GuardFlow::onMicrophoneAllowed() {
@@ -224,15 +211,16 @@ void GuardFlow::applyGuardPriority() {
 
 void GuardFlow::startAudioDefaultWatch() {
   if (audioDefaultWatchTimer_) return;
-  audioDefaultWatchTimer_ = std::make_unique<MainPoll>(
+  audioDefaultWatchTimer_ = std::make_unique<Poll>(
       scheduler_, kWatch,
-      [this, inputs = inputs_,
-       last = SeenDevices(inputs_->defaultDevices())](const MainPoll::Hop& hop) mutable {
+      [inputs = inputs_,
+       last = SeenDevices(inputs_->defaultDevices())]() mutable -> std::optional<Routing> {
         const DefaultDevices devices = inputs->defaultDevices();
         const auto before = std::exchange(last, SeenDevices(devices));
-        if (last == before) return;
-        hop([this, routing = audio::routingOf(devices)] { onDefaultDevicesChanged(routing); });
-      });
+        if (last == before) return std::nullopt;
+        return audio::routingOf(devices);
+      },
+      [this](const Routing& routing) { onDefaultDevicesChanged(routing); });
 }
 
 void GuardFlow::onDefaultDevicesChanged(const Routing& routing) {

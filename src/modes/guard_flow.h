@@ -20,8 +20,8 @@ struct DeviceStatus {
   bool operator==(const DeviceStatus&) const = default;
 };
 
-/// What the guard decides by: the latest news of the audio server and of the desktop, which
-/// somebody else keeps fresh. Any thread; never waits.
+/// The guard's input: the latest state of the audio server and of the desktop, kept up to date
+/// elsewhere. Any thread; never blocks.
 class GuardInputs {
  public:
   virtual ~GuardInputs() = default;
@@ -29,7 +29,7 @@ class GuardInputs {
   virtual audio::DefaultDevices defaultDevices() const = 0;
   virtual desktop::AuthorizationStatus microphoneStatus() const = 0;
 
-  /// Asks for the microphone. `answered` runs on the main queue once `microphoneStatus` tells the
+  /// Asks for the microphone. `answered` runs on the main queue once `microphoneStatus` has the
   /// answer. Called on the main queue.
   virtual void requestMicrophoneAccess(dispatch::Task answered) = 0;
 
@@ -55,7 +55,7 @@ struct GuardState {
   bool operator==(const GuardState&) const = default;
 };
 
-/// What the guard moves. Called on the main queue.
+/// What the guard controls. Called on the main queue.
 class GuardScreens {
  public:
   virtual ~GuardScreens() = default;
@@ -68,7 +68,7 @@ class GuardScreens {
   /// Whatever page is open is left for the menu, which something in front still hides.
   virtual void leavePages() = 0;
 
-  /// All is right: the menu. Under the splash too, where nobody sees it yet.
+  /// All is right: the menu. Also under the splash.
   virtual void showMenu() = 0;
 
   /// Ends every stream and attempt; the guard or the microphone screen follows.
@@ -95,8 +95,8 @@ class GuardFlow {
   /// Watches the default devices from now on. A change for the worse stops every session.
   void startAudioDefaultWatch();
 
-  /// The start-up question: asks where nobody has been asked, shows the microphone screen where
-  /// the answer is no.
+  /// At start-up: requests access where it is undetermined; shows the microphone screen where it is
+  /// denied.
   void requestMicrophonePermission();
 
   void showMicDeniedOverlay();
@@ -118,7 +118,7 @@ class GuardFlow {
  private:
   /// Which path brought the guard up first; only the check's poll also tests the microphone.
   enum class PollKind : std::uint8_t { kCheckFlow, kDeviceChange };
-  class MainPoll;
+  class Poll;
 
   bool microphoneAuthorized() const;
   audio::Routing routing() const { return audio::routingOf(inputs_->defaultDevices()); }
@@ -138,9 +138,9 @@ class GuardFlow {
   GuardScreens& screens_;
 
   GuardState state_;
-  std::unique_ptr<MainPoll> audioGuardTimer_;         ///< while the guard is up, the guard poll
-  std::unique_ptr<MainPoll> micStatusTimer_;          ///< while the microphone screen is up
-  std::unique_ptr<MainPoll> audioDefaultWatchTimer_;  ///< from `startAudioDefaultWatch` on
+  std::unique_ptr<Poll> audioGuardTimer_;         ///< while the guard is up, the guard poll
+  std::unique_ptr<Poll> micStatusTimer_;          ///< while the microphone screen is up
+  std::unique_ptr<Poll> audioDefaultWatchTimer_;  ///< from `startAudioDefaultWatch` on
   dispatch::Scope scope_;
 };
 

@@ -9,7 +9,7 @@
 
 namespace quorin::app {
 
-/// The window, as far as going from page to page needs it. Main queue.
+/// What the menu needs of the window. Main queue.
 class MenuView {
  public:
   virtual ~MenuView() = default;
@@ -29,7 +29,7 @@ class MenuView {
   MenuView() = default;
 };
 
-/// The way from the menu into a mode and back. Main queue.
+/// Switches from the menu into a mode and back. Main queue.
 class Menu {
  public:
   struct Parts {
@@ -45,12 +45,12 @@ class Menu {
   void chooseOnlineMode();
   void chooseOfflineMode();
 
-  /// Back to the menu; asks first while somebody listens.
+  /// Back to the menu; asks first while phones listen.
   void goBack() {
     askToStop([this] { stopAndShowMenu(); });
   }
 
-  /// Runs `stop`, at once or, while somebody listens, when the user has confirmed it.
+  /// Runs `stop`: at once, or when the user has confirmed it while phones listen.
   void askToStop(std::function<void()> stop);
 
   /// Phones on the network, and the one on the cable.

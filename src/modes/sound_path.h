@@ -9,13 +9,12 @@
 
 namespace quorin::app {
 
-/// The way of the sound, from the capture to the send timer, which either mode starts and stops
-/// as a whole. Main queue.
+/// From the capture to the send timer: either mode starts and stops it as a whole. Main queue.
 class SoundPath {
  public:
-  /// A start of the capture that fails (no audio server, no device to record) is tried again this
-  /// often while sound is wanted; less often where an attempt waits for a server that does not
-  /// answer, so that the main queue waits for a tenth of the time at most.
+  /// Interval between retries of a capture that fails to start (no audio server, no device to
+  /// record). Longer where an attempt blocks on an unresponsive server, so that the main queue
+  /// blocks a tenth of the time at most.
   static constexpr std::chrono::seconds kRetryInterval{1};
 
   /// All three outlive the path. Connects the capture's chunks to the sender.

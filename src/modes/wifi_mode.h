@@ -20,7 +20,7 @@ namespace quorin::app {
 /// page.
 class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchListener {
  public:
-  /// While nothing listens, the start is tried again this often.
+  /// Interval between attempts to start a server that does not listen.
   static constexpr std::chrono::seconds kRetryInterval{2};
 
   /// Finds the holder of the port that failed, and a free one. Background queue.

@@ -20,7 +20,7 @@ struct WiFiPage {
   enum class Content {
     kCode,     ///< the code to scan, with the address and the status beneath
     kMessage,  ///< only the title, centred
-    kProblem,  ///< nothing listens: title, detail, and what to do about it
+    kProblem,  ///< the server does not listen: title, detail, and what to do about it
   };
   /// One dot.
   struct Phone {
@@ -55,7 +55,7 @@ struct ServerProblem {
   std::optional<std::uint16_t> otherPort{};
 };
 
-/// All that the page's texts follow from.
+/// Input of the page's texts.
 struct WiFiState {
   enum class Network { kThere, kLost, kBack, kChanged };
 
@@ -75,7 +75,7 @@ QString statusText(const WiFiState& state, const Texts& texts);
 /// The page but for its code.
 WiFiPage describe(const WiFiState& state, const Texts& texts);
 
-/// The window, as far as the Wi-Fi mode needs it. Main queue.
+/// What the Wi-Fi mode needs of the window. Main queue.
 class WiFiPageView {
  public:
   virtual ~WiFiPageView() = default;

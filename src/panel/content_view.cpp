@@ -131,7 +131,7 @@ QWidget* ContentView::makeButtonBand() {
   auto* band = new app::ShadeView(look::kBand, nullptr);
   button_ = new app::PushButton({}, app::systemFont(look::kHeadline), kStartLook, nullptr);
   button_->setCursor(Qt::PointingHandCursor);
-  connect(button_, &QPushButton::clicked, this, [this] { toggleServer(); });
+  connect(button_, &QAbstractButton::clicked, this, [this] { toggleServer(); });
   makeBand(band)->addWidget(button_);
 
   buttonSymbol_ = new app::NonInteractiveImageView(nullptr, nullptr);

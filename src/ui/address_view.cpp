@@ -46,8 +46,8 @@ AddressView::AddressView(const Texts& texts, QWidget* parent)
   sayingCopied_.setSingleShot(true);
   connect(&sayingCopied_, &QTimer::timeout, this,
           [this] { copy_->setText(texts_.tr("address.copy")); });
-  connect(copy_, &QPushButton::clicked, this, &AddressView::copy);
-  connect(network_, &QPushButton::clicked, this, &AddressView::openMenu);
+  connect(copy_, &QAbstractButton::clicked, this, &AddressView::copy);
+  connect(network_, &QAbstractButton::clicked, this, &AddressView::openMenu);
 }
 
 void AddressView::showAddress(const QString& text, const std::vector<NetworkChoice>& networks) {

@@ -19,9 +19,7 @@ void CodeView::showCode(pictures::PicturePtr picture, const QString& content) {
 void CodeView::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   if (picture_) picture_->paint(painter, fitted(*picture_, rect()));
-  if (!showsFocus()) return;
-  painter.setRenderHint(QPainter::Antialiasing);
-  FocusVisibility::paintRing(painter, rect(), 12);
+  paintFocus(painter, rect(), 12);
 }
 
 }  // namespace quorin::app

@@ -117,8 +117,8 @@ NonInteractiveImageView::NonInteractiveImageView(pictures::PicturePtr image, QWi
   setAttribute(Qt::WA_TransparentForMouseEvents);
 }
 
-void FocusVisibility::onFocusIn(Qt::FocusReason reason) {
-  switch (reason) {
+void PaintedButton::focusInEvent(QFocusEvent* event) {
+  switch (event->reason()) {
     case Qt::TabFocusReason:
     case Qt::BacktabFocusReason:
     case Qt::ShortcutFocusReason:
@@ -130,20 +130,18 @@ void FocusVisibility::onFocusIn(Qt::FocusReason reason) {
     default:  // a window or a menu that gives the focus back changes nothing
       break;
   }
+  QAbstractButton::focusInEvent(event);
 }
 
-void FocusVisibility::paintRing(QPainter& painter, const QRectF& frame, double radius) {
+void PaintedButton::paintFocus(QPainter& painter, const QRectF& frame, double radius) const {
+  if (!showsFocus()) return;
   constexpr double kWidth = 2.5;
+  painter.setRenderHint(QPainter::Antialiasing);
   painter.setPen(QPen(colors::kAccent, kWidth));
   painter.setBrush(Qt::NoBrush);
   const double inset = kWidth / 2;
   painter.drawRoundedRect(frame.adjusted(inset, inset, -inset, -inset), radius - inset,
                           radius - inset);
-}
-
-void PaintedButton::focusInEvent(QFocusEvent* event) {
-  focus_.onFocusIn(event->reason());
-  QAbstractButton::focusInEvent(event);
 }
 
 void PaintedButton::keyPressEvent(QKeyEvent* event) {
@@ -156,9 +154,9 @@ void PaintedButton::keyPressEvent(QKeyEvent* event) {
 
 PushButton::PushButton(const QString& title, const QFont& font, const ButtonLook& look,
                        QWidget* parent)
-    : QPushButton(title, parent), look_(look) {
+    : PaintedButton(parent), look_(look) {
+  setText(title);
   setFont(font);
-  setAutoDefault(true);  // Return presses it
   setAttribute(Qt::WA_Hover);
 }
 
@@ -198,12 +196,7 @@ void PushButton::paintEvent(QPaintEvent*) {
   painter.drawText(place, kFlags, text());
 
   painter.setOpacity(1);
-  if (showsFocus()) FocusVisibility::paintRing(painter, frame, look_.cornerRadius);
-}
-
-void PushButton::focusInEvent(QFocusEvent* event) {
-  focus_.onFocusIn(event->reason());
-  QPushButton::focusInEvent(event);
+  paintFocus(painter, frame, look_.cornerRadius);
 }
 
 LinkButton::LinkButton(const QString& title, const QFont& font, QWidget* parent)
@@ -252,11 +245,9 @@ void LinkButton::paintEvent(QPaintEvent*) {
   const QString title = fontMetrics().elidedText(text(), Qt::ElideRight, width());
   painter.drawText(rect(), Qt::AlignCenter | Qt::TextSingleLine, title);
 
-  if (showsFocus()) {
-    QRectF frame(0, 0, fontMetrics().horizontalAdvance(title) + 16, fontMetrics().height() + 8);
-    frame.moveCenter(QRectF(rect()).center());
-    FocusVisibility::paintRing(painter, frame, 6);
-  }
+  QRectF frame(0, 0, fontMetrics().horizontalAdvance(title) + 16, fontMetrics().height() + 8);
+  frame.moveCenter(QRectF(rect()).center());
+  paintFocus(painter, frame, 6);
 }
 
 }  // namespace quorin::app

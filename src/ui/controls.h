@@ -4,7 +4,6 @@
 
 #include <QAbstractButton>
 #include <QLabel>
-#include <QPushButton>
 #include <QWidget>
 
 /// The window's own small controls. They draw themselves, so they look the same under every style
@@ -64,31 +63,24 @@ class NonInteractiveImageView : public ImageView {
   NonInteractiveImageView(pictures::PicturePtr image, QWidget* parent);
 };
 
-/// Whether the keyboard's place is shown: only once the keyboard has been used to get there.
-class FocusVisibility {
- public:
-  void onFocusIn(Qt::FocusReason reason);
-  bool isShownOn(const QWidget& view) const { return view.hasFocus() && byKeyboard_; }
-
-  static void paintRing(QPainter& painter, const QRectF& frame, double radius);
-
- private:
-  bool byKeyboard_ = false;
-};
-
-/// A button that its subclass draws. Space and Return press it.
+/// A button that its subclass draws. Space and Return press it. The ring shows where the keyboard
+/// is, once the keyboard has been used to get there.
 class PaintedButton : public QAbstractButton {
   Q_OBJECT
  public:
   using QAbstractButton::QAbstractButton;
 
+  bool showsFocus() const { return hasFocus() && byKeyboard_; }
+
  protected:
   void focusInEvent(QFocusEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
-  bool showsFocus() const { return focus_.isShownOn(*this); }
+
+  /// Around `frame`, where the focus is shown.
+  void paintFocus(QPainter& painter, const QRectF& frame, double radius) const;
 
  private:
-  FocusVisibility focus_;
+  bool byKeyboard_ = false;
 };
 
 struct ButtonLook {
@@ -105,9 +97,8 @@ inline constexpr ButtonLook kDestructive{{201, 32, 44}};
 inline constexpr ButtonLook kCard{{54, 54, 58}, 22, 0.9};
 }  // namespace looks
 
-/// A button with a white title on a rounded face. Space and Return press it; the ring shows where
-/// the keyboard is, and only once the keyboard is in use.
-class PushButton : public QPushButton {
+/// A button with a white title on a rounded face.
+class PushButton : public PaintedButton {
   Q_OBJECT
  public:
   PushButton(const QString& title, const QFont& font, const ButtonLook& look, QWidget* parent);
@@ -115,15 +106,12 @@ class PushButton : public QPushButton {
   QSize sizeHint() const override;
 
   void setLook(const ButtonLook& look);
-  bool showsFocus() const { return focus_.isShownOn(*this); }
 
  protected:
   void paintEvent(QPaintEvent* event) override;
-  void focusInEvent(QFocusEvent* event) override;
 
  private:
   ButtonLook look_;
-  FocusVisibility focus_;
 };
 
 /// A button that looks like a hyperlink: white text, underlined and with a pointing hand while

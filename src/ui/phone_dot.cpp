@@ -33,7 +33,7 @@ void PhoneDot::paintEvent(QPaintEvent*) {
   painter.setPen(Qt::NoPen);
   painter.setBrush(colors::kGreen);
   painter.drawEllipse(circle);
-  if (showsFocus()) FocusVisibility::paintRing(painter, circle, side / 2.0);
+  paintFocus(painter, circle, side / 2.0);
 }
 
 void PhoneDot::keyPressEvent(QKeyEvent* event) {

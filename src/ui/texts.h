@@ -39,11 +39,11 @@ class CompiledTable : public StringTable {
   QTranslator translator_;
 };
 
-/// The user's languages, most wanted first, as "es-ES" or "en"; `chosen` (from the command line)
+/// The user's languages, preferred first, as "es-ES" or "en"; `chosen` (from the command line)
 /// stands in front of the system's where it is not empty.
 QStringList preferredLanguages(const QString& chosen = {});
 
-/// The texts a person reads. Main thread.
+/// The texts that the user reads. Main thread.
 class Texts {
  public:
   /// `bundle` must outlive this.

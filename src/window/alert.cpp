@@ -68,11 +68,8 @@ Alert::Alert(const AlertContent& content, QWidget* window) : QDialog(window, Qt:
         new PushButton(content.buttons[i], systemFont(14, QFont::DemiBold), look, this);
     button->setObjectName(QStringLiteral("button%1").arg(i));
     button->setMinimumSize(100, 36);
-    connect(button, &QPushButton::clicked, this, [this, i] { done(i); });
-    if (i == 0) {
-      button->setDefault(true);
-      button->setFocus();
-    }
+    connect(button, &QAbstractButton::clicked, this, [this, i] { done(i); });
+    if (i == 0) button->setFocus(Qt::TabFocusReason);
     row->addWidget(button);
   }
   layout->addLayout(row, 2, 1);

@@ -37,8 +37,8 @@ class Alert : public QDialog {
   void show(Qt::WindowModality modality);
 };
 
-/// Asks whether to stop although somebody listens; `stop` runs when the person says so. The alert
-/// is deleted when it is answered.
+/// Asks whether to stop although phones listen; `stop` runs when the user confirms. The alert is
+/// deleted when it is answered.
 Alert* askToStop(const Texts& texts, QWidget* window, std::function<void()> stop);
 
 /// Says where to look when no program is there to show `page` of the settings with.

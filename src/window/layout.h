@@ -7,7 +7,7 @@
 #include <optional>
 #include <vector>
 
-/// Where every view stands: pure geometry. Sizes in device-independent pixels ("points"), origin
+/// The frame of every view: pure geometry. Sizes in device-independent pixels ("points"), origin
 /// at the bottom left, y growing upwards.
 namespace quorin::app {
 

@@ -18,8 +18,8 @@
 
 namespace quorin::app {
 
-/// The window as the modes, the menu and the guard see it: they say what is the case, this puts it
-/// into the views and into the state that decides what is visible. Main queue.
+/// The window as the modes, the menu and the guard see it: puts their state into the views and
+/// into the state that decides what is visible. Main queue.
 class Pages : public WiFiPageView, public MenuView, public GuardScreens {
  public:
   struct Parts {
@@ -40,10 +40,10 @@ class Pages : public WiFiPageView, public MenuView, public GuardScreens {
   /// `shown` runs whenever the menu has come to be in front with nothing before it.
   void setMenuShown(std::function<void()> shown) { menuShown_ = std::move(shown); }
 
-  /// The cable page's two looks, and what it says of the way to the phone.
+  /// The cable page, waiting or connected.
   void showCable(const CableState& state);
 
-  /// What both pages that stream show of the sound beside their own news.
+  /// What both streaming pages show of the sound.
   struct Sound {
     bool silent = false;
     SoundElsewhere elsewhere;

@@ -126,7 +126,7 @@ void Screens::applyVisibility() {
     QWidget* const view = views_.find(static_cast<View>(i));
     if (!view || visible.contains(static_cast<View>(i))) continue;
     if (focused && (view == focused || view->isAncestorOf(focused))) {
-      const auto* const button = qobject_cast<const PushButton*>(focused);
+      const auto* const button = qobject_cast<const PaintedButton*>(focused);
       showsFocus = button && button->showsFocus();
       focused->clearFocus();
       focused = nullptr;

@@ -89,7 +89,7 @@ Views::Views(QWidget& content, const Texts& texts, const Images& images,
        {QKeySequence(Qt::Key_Escape), QKeySequence(Qt::ALT | Qt::Key_Left)}) {
     // Active while the button is visible.
     QObject::connect(new QShortcut(keys, backButton_), &QShortcut::activated, backButton_,
-                     &QPushButton::click);
+                     &QAbstractButton::click);
   }
   for (QWidget* view : std::initializer_list<QWidget*>{backButton_, splashOverlay_}) view->raise();
   for (QWidget* view : std::initializer_list<QWidget*>{backgroundGradient_, splashOverlay_}) {

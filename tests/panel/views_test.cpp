@@ -5,7 +5,6 @@
 
 #include <gmock/gmock.h>
 
-#include <QPushButton>
 #include <QTest>
 #include <string>
 #include <vector>
@@ -37,7 +36,7 @@ class PanelViewsTest : public PanelServerTest {
     QTest::mouseClick(button(), Qt::LeftButton);
     settle();
   }
-  QPushButton* button() { return panel_.findChild<QPushButton*>(); }
+  app::PushButton* button() { return panel_.findChild<app::PushButton*>(); }
   /// What a screen reader says of the visible widgets of a kind, from top to bottom.
   template <typename Widget>
   std::vector<std::string> said() {

@@ -77,7 +77,7 @@ TEST_F(ScreensTest, TheKeyboardKeepsAPlaceThroughEveryScreen) {
   EXPECT_TRUE(views_.backButton_->showsFocus()) << "chosen with the keyboard";
 
   int pressed = 0;
-  QObject::connect(views_.backButton_, &QPushButton::clicked, &window_, [&] { ++pressed; });
+  QObject::connect(views_.backButton_, &QAbstractButton::clicked, &window_, [&] { ++pressed; });
   for (const ScreenState& state : {wifi(), cable(true), menu()}) {
     show(state);
     press(Qt::Key_Escape);
@@ -116,7 +116,7 @@ TEST_F(ScreensTest, LongTextsNeitherOverlapNorLeaveTheWindow) {
       for (const QLabel* label : window_.findChildren<QLabel*>()) {
         if (label->isVisible() && !label->text().isEmpty()) shown.append(label);
       }
-      for (const QPushButton* button : window_.findChildren<QPushButton*>()) {
+      for (const PushButton* button : window_.findChildren<PushButton*>()) {
         if (button->isVisible() && !button->text().isEmpty() && button != views_.menuPrivacyButton_)
           shown.append(button);
       }

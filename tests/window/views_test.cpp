@@ -83,8 +83,8 @@ TEST_F(ViewsTest, AClickAnywhereOnACardChoosesItAndTabWalksTheMenu) {
   }
   EXPECT_THAT(walked, testing::ElementsAre(views_.menuOfflineButton_, views_.menuPrivacyButton_,
                                            views_.menuOnlineButton_));
-  const QSignalSpy online(views_.menuOnlineButton_, &QPushButton::clicked);
-  const QSignalSpy offline(views_.menuOfflineButton_, &QPushButton::clicked);
+  const QSignalSpy online(views_.menuOnlineButton_, &QAbstractButton::clicked);
+  const QSignalSpy offline(views_.menuOfflineButton_, &QAbstractButton::clicked);
   for (const QWidget* part : {static_cast<QWidget*>(views_.menuOnlineButton_),
                               static_cast<QWidget*>(views_.menuOnlineTitle_),
                               static_cast<QWidget*>(views_.menuOnlineNote_),

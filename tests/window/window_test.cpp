@@ -69,7 +69,7 @@ TEST_F(WindowTest, StoppingIsAskedOnceAndOnlyTheSecondButtonStops) {
   const std::function<void()> ways[] = {
       [this] { button(0)->click(); },
       [this] { QTest::keyClick(alert(), Qt::Key_Escape); },
-      [this] { QTest::keyClick(alert(), Qt::Key_Return); },
+      [this] { QTest::keyClick(alert()->windowHandle(), Qt::Key_Return); },
       [this] { alert()->close(); },
       [this] { button(1)->click(); },
   };
@@ -78,6 +78,7 @@ TEST_F(WindowTest, StoppingIsAskedOnceAndOnlyTheSecondButtonStops) {
     pages_.confirmStop([&] { ++stops; });
     ASSERT_TRUE(alert());
     EXPECT_EQ(alert()->windowModality(), Qt::WindowModal);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(alert()));
     EXPECT_THAT(alertTexts(),
                 testing::ElementsAre(texts_.tr("alert.stop.title"), texts_.tr("alert.stop.info")));
     answer();
