@@ -9,9 +9,9 @@ namespace quorin::bench {
 
 enum class LoopPriority { kNormal, kRealtime };
 
-/// Sleeps to absolute deadlines 20 ms apart, for as long as `woke`, which is told when it woke up,
-/// says so. False where a real-time loop is not granted its priority. On the calling thread, which
-/// keeps the priority.
+/// Sleeps to absolute deadlines 20 ms apart, while `woke`, which gets the time of
+/// each wake-up, returns true. False where a real-time loop is not granted its priority. On the
+/// calling thread, which keeps the priority.
 bool runBareLoop(LoopPriority priority, const std::function<bool(std::chrono::nanoseconds)>& woke);
 
 /// What this machine can do at best: the deviation from 20 ms, in ms, of a thread that does nothing

@@ -53,21 +53,21 @@ record() {
 measure() {
   local setup=$1 load=$2 sender=$3 player=$4 seconds=$5 clients=${6:-1}
   echo "   $setup, $load: $sender${6:+ with $6 clients}"
-  "start_$sender"
+  "start_$sender" "$clients"
   [ "$load" = idle ] || occupy_processors
   record "$setup" "$load" "$sender$clients" \
-    "${PRIVATE[@]}" "$BIN/quorin-meter" stream "$seconds" "$STARTED" quorin "$player" "$HEARD_AT" "$clients"
+    "${PRIVATE[@]}" "$BIN/quorin-meter" stream "$seconds" "$STARTED" quorin "$player" "$TARGET" "$clients"
   [ "$load" = idle ] || release_processors
   stop_sender
 }
 
-# Ten seconds of datagrams that nobody wants, while one client listens.
+# Ten seconds of useless datagrams, while one client listens.
 flooded() {
   echo "   low-latency-player, flooded: quorin"
   start_quorin
-  ("$BIN/quorin-meter" flood 14 "$HEARD_AT" 50000 | sed 's/rate/   flood, datagrams a second:/') &
+  ("$BIN/quorin-meter" flood 14 "$TARGET" 50000 | sed 's/rate/   flood, datagrams a second:/') &
   record low-latency-player flooded quorin1 \
-    "${PRIVATE[@]}" "$BIN/quorin-meter" stream 10 "$STARTED" quorin 20 "$HEARD_AT"
+    "${PRIVATE[@]}" "$BIN/quorin-meter" stream 10 "$STARTED" quorin 20 "$TARGET"
   wait $!
   stop_sender
 }
@@ -96,16 +96,17 @@ all_senders() { # all_senders SETUP PLAYER SECONDS_WHEN_IDLE
       measure "$1" "$load" "$sender" "$2" "$seconds"
     done
   done
+  for sender in quorin gstreamer; do measure "$1" idle "$sender" "$2" "$SECONDS_EACH" 10; done
 }
 
 # From a phone's HELLO to its READY, idle, and while nine others listen and the window is resized.
 handshakes() {
   say "HELLO to READY"
   start_quorin
-  record hello idle quorin "$BIN/quorin-meter" hello "$HELLOS" "$HEARD_AT" 0
+  record hello idle quorin "$BIN/quorin-meter" hello "$HELLOS" "$TARGET" 0
   resize_for_ever "$STARTED" &
   local resizing=$!
-  record hello busy quorin "$BIN/quorin-meter" hello "$HELLOS" "$HEARD_AT" 9
+  record hello busy quorin "$BIN/quorin-meter" hello "$HELLOS" "$TARGET" 9
   kill "$resizing"
   wait "$resizing" 2>/dev/null || true
   stop_sender
@@ -130,7 +131,7 @@ main_thread_blocked() {
     sleep 1
   done) &
   record low-latency-player blocked quorin1 \
-    "${PRIVATE[@]}" "$BIN/quorin-meter" stream 8 "$sender" quorin 20 "$HEARD_AT"
+    "${PRIVATE[@]}" "$BIN/quorin-meter" stream 8 "$sender" quorin 20 "$TARGET"
   wait $!
   stop_sender
 }
@@ -204,7 +205,6 @@ start_display 1280x800x24
 start_pulseaudio
 windows
 all_senders low-latency-player 20 "$SECONDS_LONG"
-measure low-latency-player idle quorin 20 "$SECONDS_EACH" 10
 flooded
 main_thread_blocked
 handshakes

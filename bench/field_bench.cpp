@@ -12,8 +12,8 @@
 #include <string>
 
 // The Wi-Fi server among phones in a network of their own.
-//   field_bench phones DEAD   ten phones, DEAD of which leave the network: what a remaining one receives
-//   field_bench flood SOURCES TEXT...
+//   field_bench phones DEAD   ten phones, DEAD of which leave the network: what a remaining one
+//   receives field_bench flood SOURCES TEXT...
 //                             2000 datagrams a second: each source says all texts, then the next
 //                             one does; what that costs, in % of a core
 namespace quorin::bench {
@@ -56,8 +56,8 @@ void phones(int dead) {
   measure::ArrivalStatistics statistics;
   for (const auto arrival : live.arrivals) statistics.add(arrival, wire::kChunkFrames);
   const auto deviation = statistics.deviation();
-  std::printf("deviation_p50 %.3f\ndeviation_p99 %.3f\nheard %zu\n", deviation.p50, deviation.p99,
-              live.heardWithin(kDuration));
+  std::printf("deviation_p50 %.3f\ndeviation_p99 %.3f\nreceived %zu\n", deviation.p50,
+              deviation.p99, live.heardWithin(kDuration));
 }
 
 double processorSeconds() {

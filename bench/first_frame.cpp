@@ -15,7 +15,7 @@ constexpr int kPatienceMs = 20'000;
 std::optional<float> firstFrame(const QString& program) {
   QProcess process;
   auto environment = QProcessEnvironment::systemEnvironment();
-  // Qt itself tells when a window's picture goes to the screen.
+  // Qt logs when a window's picture goes to the screen.
   environment.insert("QT_LOGGING_RULES", "qt.widgets.painting=true");
   process.setProcessEnvironment(environment);
   process.setStandardOutputFile(QProcess::nullDevice());

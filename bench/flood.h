@@ -7,7 +7,7 @@
 
 namespace quorin::bench {
 
-/// Sends a server what nobody should: rubbish, requests from ever new ports, empty datagrams; as
+/// Sends a server what no client sends: rubbish, requests from ever new ports, empty datagrams; as
 /// near to `perSecond` datagrams as this machine manages. Returns how many left.
 std::uint64_t flood(const wire::Endpoint& server, int perSecond, std::chrono::seconds duration);
 

@@ -9,7 +9,7 @@
 //   quorin-meter start TRIES PROGRAM OTHER-PROGRAM
 //   quorin-meter stream SECONDS PROCESS SINK PLAYER FROM [CLIENTS]
 //     PLAYER: the player's buffer in ms, or "default";  FROM: 127.0.0.1:PORT to join a server,
-//     PORT to hear what a peer sends there
+//     PORT where a peer sends
 #include "bench/first_frame.h"
 #include "bench/flood.h"
 #include "bench/handshake.h"

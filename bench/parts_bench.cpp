@@ -42,7 +42,7 @@ BENCHMARK(convert)->Name("882 samples to 16 bits");
 
 // ---- One chunk to ten clients
 
-/// Ten sockets on the loopback interface that nobody reads; what does not fit is dropped there.
+/// Ten sockets on the loopback interface without a reader; what does not fit is dropped there.
 class TenClients {
  public:
   TenClients() {

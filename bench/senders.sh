@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # How each sender is started, the way a user would do it who has read its manual. Sourced by
-# bench.sh; needs the private session. Each leaves its process in $STARTED and, in $HEARD_AT, where
-# the meter hears it: ADDRESS:PORT to join, or the port that it sends to.
+# bench.sh; needs the private session. Each leaves its process in $STARTED and, in $TARGET, where
+# the meter receives it: ADDRESS:PORT to join, or the port that it sends to.
 
 BIN=$PWD/build/release/bin
 
@@ -11,22 +11,24 @@ start_quorin() {
   background quorin-stream "${PRIVATE[@]}" QT_QPA_PLATFORM=xcb "$BIN/quorin-stream" \
     --start wifi --port "$port"
   wait_for 20 "quorin-stream's UDP port $port" udp_port_is_taken "$port"
-  HEARD_AT=127.0.0.1:$port
+  TARGET=127.0.0.1:$port
 }
 
 start_ffmpeg() {
-  HEARD_AT=$(free_port)
+  TARGET=$(free_port)
   background ffmpeg "${PRIVATE[@]}" ffmpeg -nostdin -hide_banner -loglevel error -fflags nobuffer \
     -f pulse -fragment_size 1764 -sample_rate 44100 -channels 1 -i quorin.monitor \
-    -f s16le "udp://127.0.0.1:$HEARD_AT?pkt_size=1764"
+    -f s16le "udp://127.0.0.1:$TARGET?pkt_size=1764"
 }
 
-start_gstreamer() {
-  HEARD_AT=$(free_port)
+start_gstreamer() { # start_gstreamer CLIENTS
+  local clients i
+  TARGET=$(free_port)
+  clients=127.0.0.1:$TARGET
+  for ((i = 1; i < $1; ++i)); do clients+=,127.0.0.1:$((TARGET + i)); done
   background gstreamer "${PRIVATE[@]}" gst-launch-1.0 -q \
     pulsesrc device=quorin.monitor latency-time=20000 buffer-time=40000 ! \
-    audio/x-raw,format=S16LE,rate=44100,channels=1 ! \
-    udpsink host=127.0.0.1 port="$HEARD_AT" sync=false
+    audio/x-raw,format=S16LE,rate=44100,channels=1 ! multiudpsink clients="$clients" sync=false
 }
 
 stop_sender() {

@@ -29,9 +29,10 @@ class Receiver {
  public:
   static std::expected<std::unique_ptr<Receiver>, std::string> open(const RunPlan& plan,
                                                                     int client) {
-    auto socket = plan.server ? measure::StampedSocket::connectTo(*plan.server)
-                              : measure::StampedSocket::bindTo(
-                                    static_cast<std::uint16_t>(plan.port + client));
+    auto socket =
+        plan.server
+            ? measure::StampedSocket::connectTo(*plan.server)
+            : measure::StampedSocket::bindTo(static_cast<std::uint16_t>(plan.port + client));
     if (!socket) return std::unexpected(std::move(socket.error()));
     auto receiver = std::unique_ptr<Receiver>(new Receiver(std::move(*socket)));
     if (plan.server) receiver->session_.emplace(Clock::now());

@@ -33,7 +33,7 @@ struct RunResult {
   double processorPercent = 0;     ///< of one core
   double proportionalMb = 0;
   bool realtime = false;
-  /// What the machine allowed meanwhile: two threads that only slept.
+  /// What the machine allowed: two threads that only slept.
   measure::Spread normalLoop;
   measure::Spread realtimeLoop;
 };

@@ -21,11 +21,10 @@ void AudioCaptureManager::startCapture() {
   parts_.print("⚡ Instalando tap con buffer de " + frames + " frames (" +
                std::to_string(wire::kChunkDuration.count()) + ".00 ms)");
 
-  tap_ =
-      std::make_unique<CaptureTap>(CaptureTap::Surroundings{.scheduler = scheduler_,
-                                                            .makeConverter = parts_.makeConverter,
-                                                            .onAudioData = onAudioData_,
-                                                            .print = parts_.print});
+  tap_ = std::make_unique<CaptureTap>(CaptureTap::Context{.scheduler = scheduler_,
+                                                          .makeConverter = parts_.makeConverter,
+                                                          .onAudioData = onAudioData_,
+                                                          .print = parts_.print});
   engine_->installTap(wire::kChunkFrames,
                       [tap = tap_.get()](const BufferView& buffer) { tap->process(buffer); });
   if (const auto started = engine_->start(); !started) {

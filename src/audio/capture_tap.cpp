@@ -23,11 +23,11 @@ std::string statisticsLine(int chunks) {
 
 }  // namespace
 
-CaptureTap::CaptureTap(Surroundings surroundings)
-    : surroundings_(std::move(surroundings)),
-      lastReportTime_(surroundings_.scheduler.now()),
-      report_(surroundings_.scheduler.backgroundQueue().makeEventSource(
-          [print = surroundings_.print, chunks = reported_] { print(statisticsLine(*chunks)); })) {}
+CaptureTap::CaptureTap(Context context)
+    : context_(std::move(context)),
+      lastReportTime_(context_.scheduler.now()),
+      report_(context_.scheduler.backgroundQueue().makeEventSource(
+          [print = context_.print, chunks = reported_] { print(statisticsLine(*chunks)); })) {}
 
 void CaptureTap::process(const BufferView& buffer) {
   if (!buffer.format.exists()) return;
@@ -36,7 +36,7 @@ void CaptureTap::process(const BufferView& buffer) {
 }
 
 bool CaptureTap::makeConverter(const Format& from) {
-  converter_ = surroundings_.makeConverter(from, kTargetFormat);
+  converter_ = context_.makeConverter(from, kTargetFormat);
   if (!converter_) {
     print("❌ Error creando convertidor dinámico");
     return false;
@@ -60,12 +60,12 @@ void CaptureTap::convertAndCut(const BufferView& buffer) {
 }
 
 void CaptureTap::handOn(wire::AudioChunkView chunk) const {
-  const auto handler = surroundings_.onAudioData.load();
+  const auto handler = context_.onAudioData.load();
   if (handler && *handler) (*handler)(chunk);
 }
 
 void CaptureTap::reportStatistics() {
-  const auto now = surroundings_.scheduler.now();
+  const auto now = context_.scheduler.now();
   if (now - lastReportTime_ < kStatisticsInterval) return;
   *reported_ = std::exchange(chunksSinceReport_, 0);
   report_->signal();
@@ -74,8 +74,8 @@ void CaptureTap::reportStatistics() {
 
 /// Standard output may block, and the audio server's thread may not.
 void CaptureTap::print(std::string line) {
-  surroundings_.scheduler.backgroundQueue().async(
-      [print = surroundings_.print, line = std::move(line)] { print(line); });
+  context_.scheduler.backgroundQueue().async(
+      [print = context_.print, line = std::move(line)] { print(line); });
 }
 
 }  // namespace quorin::audio

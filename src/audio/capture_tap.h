@@ -21,14 +21,14 @@ using ChunkHandler = std::function<void(wire::AudioChunkView)>;
 /// on, counted. `process` runs on the audio server's thread, the rest where the tap is made.
 class CaptureTap {
  public:
-  struct Surroundings {
+  struct Context {
     dispatch::Scheduler& scheduler;  ///< its background queue prints
     const ConverterFactory& makeConverter;
     const dispatch::Snapshot<ChunkHandler>& onAudioData;
     log::PrintLine print;
   };
 
-  explicit CaptureTap(Surroundings surroundings);
+  explicit CaptureTap(Context context);
 
   void process(const BufferView& buffer);
 
@@ -39,7 +39,7 @@ class CaptureTap {
   void reportStatistics();
   void print(std::string line);
 
-  Surroundings surroundings_;
+  Context context_;
   std::unique_ptr<SampleConverter> converter_;  ///< from the first buffer's format
   ChunkCutter accumulator_;
   int chunksSinceReport_ = 0;

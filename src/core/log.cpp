@@ -40,7 +40,7 @@ class Lines {
   explicit Lines(int fd) : fd_(fd) {}
 
   void write(std::string_view line) {
-    const std::scoped_lock lock(mutex_);  // one line stays one line, whoever else writes
+    const std::scoped_lock lock(mutex_);
     pollfd stream{.fd = fd_, .events = POLLOUT, .revents = 0};
     if (::poll(&stream, 1, 0) != 1) {
       ++dropped_;

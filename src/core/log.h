@@ -8,11 +8,11 @@
 namespace quorin::log {
 
 /// From now on lines on standard error, Qt's own as well, are written at once or dropped and
-/// counted: whoever reads them may be slow, the program goes on. Before any thread is started.
+/// counted: a slow reader does not hold up the program. Before any thread is started.
 void neverWait();
 
-/// A line of the capture object or of the panel's server, to standard output. Dropped when
-/// whoever reads it has stopped reading: sound and window go on.
+/// A line of the capture object or of the panel's server, to standard output. Dropped while
+/// its reader does not read.
 void print(std::string_view line);
 
 /// `print`, or what stands in for it in a test. Any thread.

@@ -26,11 +26,11 @@ struct TimerSchedule {
 };
 
 /// A timer runs its handler on its queue at creation + first + n x interval, without drift. Runs
-/// that could not happen in time (a busy or suspended queue) coalesce into one.
+/// that could not happen in time (a busy queue) coalesce into one.
 ///
 /// Destroying the handle cancels. On the timer's own queue, also from inside the handler, that is
 /// exact: the handler does not run again. From elsewhere a handler that has begun may still be
-/// running when the destructor returns (nobody waits), so such a handler owns what it uses.
+/// running when the destructor returns (it is not waited for), so such a handler owns what it uses.
 class Timer {
  public:
   virtual ~Timer() = default;
@@ -119,11 +119,6 @@ class SerialQueue : public Queue {
   /// is dropped. For a queue that others still refer to. Waits for the piece of work that is
   /// running, so never from the queue's own work. Ending twice is ending once.
   virtual void end() = 0;
-
-  /// Nothing begins until `resume`, deadlines that pass meanwhile wait too. Counted neither way:
-  /// the caller keeps the pair balanced, a second `suspend` or `resume` is a bug.
-  virtual void suspend() = 0;
-  virtual void resume() = 0;
 };
 
 }  // namespace quorin::dispatch

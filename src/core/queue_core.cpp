@@ -9,11 +9,6 @@ namespace {
 
 thread_local const QueueCore* runningCore = nullptr;
 
-template <typename State>
-void erase(std::vector<std::shared_ptr<State>>& states, const std::shared_ptr<State>& state) {
-  std::erase(states, state);
-}
-
 }  // namespace
 
 struct QueueCore::TimerState {
@@ -158,7 +153,7 @@ std::unique_ptr<EventSource> QueueCore::makeEventSource(Task handler) {
 
 void QueueCore::remove(const std::shared_ptr<TimerState>& timer) {
   const Lock lock(mutex_);
-  erase(timers_, timer);
+  std::erase(timers_, timer);
 }
 
 void QueueCore::remove(const std::shared_ptr<ReadState>& source) {
@@ -168,16 +163,7 @@ void QueueCore::remove(const std::shared_ptr<ReadState>& source) {
 
 void QueueCore::remove(const std::shared_ptr<EventState>& source) {
   const Lock lock(mutex_);
-  erase(eventSources_, source);
-}
-
-void QueueCore::setSuspended(bool suspended) {
-  {
-    const Lock lock(mutex_);
-    assert(suspended_ != suspended);
-    suspended_ = suspended;
-  }
-  if (!suspended) wakeFromElsewhere();
+  std::erase(eventSources_, source);
 }
 
 std::shared_ptr<QueueCore::TimerState> QueueCore::takeDueTimer() {
@@ -220,7 +206,7 @@ bool QueueCore::runOne() {
   Task task;
   {
     const Lock lock(mutex_);
-    if (suspended_ || ended_) return false;
+    if (ended_) return false;
     timer = takeDueTimer();
     // Sources and tasks take turns, so that a flood on one does not starve the others.
     for (unsigned tried = 0; tried < 3 && !timer && !event && !read && !task; ++tried) {
@@ -266,10 +252,10 @@ void QueueCore::run(Task& work) {
 
 std::optional<TimePoint> QueueCore::nextDeadline() {
   const Lock lock(mutex_);
-  if (suspended_ || timers_.empty()) return std::nullopt;
+  if (timers_.empty()) return std::nullopt;
   auto latest = TimePoint::max();
   for (const auto& timer : timers_) latest = std::min(latest, timer->deadline + timer->leeway);
-  // Whoever is due by then shares the wake-up; one that finds nobody to share with is not late.
+  // Those due by then share the wake-up; one with no other to share with is not late.
   auto shared = TimePoint::min();
   for (const auto& timer : timers_) {
     if (timer->deadline <= latest) shared = std::max(shared, timer->deadline);
@@ -301,11 +287,6 @@ void QueueCore::end() {
   for (const auto& timer : timers) timer->handler = nullptr;
   for (const auto& source : readSources) source->handler = nullptr;
   for (const auto& source : eventSources) source->handler = nullptr;
-}
-
-bool QueueCore::hasEnded() {
-  const Lock lock(mutex_);
-  return ended_;
 }
 
 }  // namespace quorin::dispatch

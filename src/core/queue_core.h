@@ -49,19 +49,17 @@ class QueueCore : public std::enable_shared_from_this<QueueCore> {
   std::unique_ptr<Timer> makeTimer(TimerSchedule schedule, Task handler);
   std::unique_ptr<ReadSource> makeReadSource(int descriptor, Task handler);
   std::unique_ptr<EventSource> makeEventSource(Task handler);
-  void setSuspended(bool suspended);
 
   // For the runner, on the queue's thread.
 
   /// Runs the next piece of work that is due, if any.
   bool runOne();
   /// When the runner should next look by itself: when the last of those is due that can share one
-  /// wake-up without exceeding their leeways. None while suspended.
+  /// wake-up without exceeding their leeways.
   std::optional<TimePoint> nextDeadline();
   void markReadable(std::uint64_t id);
   /// Destroys all work without running it. Not while a piece of it runs.
   void end();
-  bool hasEnded();
 
   /// The core whose work the calling thread is running, or null.
   static const QueueCore* running();
@@ -90,7 +88,6 @@ class QueueCore : public std::enable_shared_from_this<QueueCore> {
   const std::unique_ptr<Waker> waker_;
 
   Mutex mutex_;
-  bool suspended_ GUARDED_BY(mutex_) = false;
   bool ended_ GUARDED_BY(mutex_) = false;
   std::uint64_t nextId_ GUARDED_BY(mutex_) = 1;
   unsigned turn_ GUARDED_BY(mutex_) = 0;

@@ -68,8 +68,6 @@ class SimulatedQueue : public CoreQueue<SerialQueue> {
   using CoreQueue::CoreQueue;
   ~SimulatedQueue() override { SimulatedQueue::end(); }
   void end() override { core_->end(); }
-  void suspend() override { core_->setSuspended(true); }
-  void resume() override { core_->setSuspended(false); }
 };
 
 /// The one thread of the simulation is the main thread while no other queue's work runs.

@@ -32,8 +32,8 @@ class SimulatedScheduler : public Scheduler {
   /// Lets `duration` pass, running everything at its own deadline, and what is readable between.
   void advance(Duration duration);
 
-  /// The clocks jump, as by a busy machine or a clock that is set; what became due meanwhile runs (coalesced) at the
-  /// next `runPending` or `advance`.
+  /// The clocks jump, as on a stalled machine or when a clock is set; what became due runs,
+  /// coalesced, at the next `runPending` or `advance`.
   void jump(Duration monotonic, Duration wall);
 
   struct State;

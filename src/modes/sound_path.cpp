@@ -52,10 +52,10 @@ void SoundPath::stop() {
 }
 
 void SoundPath::startCapture() {
-  const auto begun = scheduler_.now();
+  const auto start = scheduler_.now();
   capture_.startCapture();
   if (capture_.isCapturing()) return;
-  const auto waited = scheduler_.now() - begun;
+  const auto waited = scheduler_.now() - start;
   log::detail("sound", "the capture did not start and is tried again");
   whileWanted_.cancelAll();  // one attempt is due at a time
   scheduler_.mainQueue().asyncAfter(std::max<std::chrono::nanoseconds>(kRetryInterval, 9 * waited),

@@ -11,6 +11,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <mutex>
 #include <utility>
 
 namespace quorin::panel {
@@ -87,7 +88,7 @@ std::expected<void, SocketError> UDPSocket::start() {
     port_ = wire::Endpoint::of(own).port;
   }
 
-  const dispatch::Lock lock(socketMutex_);
+  const std::unique_lock lock(socketMutex_);
   isListening_ = true;
   // The descriptor stays where it is until the loop has ended.
   receiveQueue_->async([this, &socket = socket_.emplace(*std::move(opened))] {
@@ -135,7 +136,7 @@ void UDPSocket::deliver(std::string text, std::string key) {
 }
 
 void UDPSocket::send(std::span<const std::byte> bytes, const wire::Endpoint& address) {
-  const dispatch::SharedLock lock(socketMutex_);
+  const std::shared_lock lock(socketMutex_);
   // From whichever address the routes say. A chunk that the system cannot take now is lost.
   if (socket_) (void)socket_->sendTo(address, INADDR_ANY, bytes);
 }
@@ -144,11 +145,11 @@ void UDPSocket::close() {
   isListening_ = false;
   {
     // Wakes the receive loop at once, though the socket has no peer and the call says so.
-    const dispatch::SharedLock lock(socketMutex_);
+    const std::shared_lock lock(socketMutex_);
     if (socket_) ::shutdown(socket_->descriptor(), SHUT_RDWR);
   }
   receiveQueue_->end();
-  const dispatch::Lock lock(socketMutex_);
+  const std::unique_lock lock(socketMutex_);
   socket_.reset();
 }
 

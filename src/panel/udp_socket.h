@@ -2,7 +2,6 @@
 
 #include "core/log.h"
 #include "core/scheduler.h"
-#include "core/thread_safety.h"
 #include "platform/network/datagram_socket.h"
 #include "wire/endpoint.h"
 
@@ -14,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <shared_mutex>
 #include <span>
 #include <string>
 #include <string_view>
@@ -100,10 +100,10 @@ class UDPSocket final : public DatagramSocket {
   log::PrintLine print_;
   std::uint16_t port_;
 
-  /// Shared by those who send, so that they never wait for each other; taken alone to open and
-  /// close. The receive loop needs none: it has ended before the descriptor is closed.
-  dispatch::SharedMutex socketMutex_;
-  std::optional<network::DatagramSocket> socket_ GUARDED_BY(socketMutex_);
+  /// Of `socket_`. Shared by those who send, so that they never wait for each other; taken alone to
+  /// open and close. The receive loop needs none: it has ended before the descriptor is closed.
+  std::shared_mutex socketMutex_;
+  std::optional<network::DatagramSocket> socket_;
   std::atomic<bool> isListening_ = false;
 
   std::shared_ptr<Inbox> inbox_;

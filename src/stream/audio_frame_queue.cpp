@@ -14,13 +14,13 @@ bool AudioFrameQueue::append(wire::AudioChunkView samples, dispatch::TimePoint a
     overflowed_ += size_ - kKeptOnOverflow;
     removeOldest(size_ - kKeptOnOverflow);
   }
-  return std::exchange(awaited_, false);
+  return std::exchange(wanted_, false);
 }
 
 std::optional<dispatch::TimePoint> AudioFrameQueue::take(wire::AudioChunk& samples) {
   const dispatch::Lock lock(mutex_);
-  awaited_ = size_ == 0;
-  if (awaited_) return std::nullopt;
+  wanted_ = size_ == 0;
+  if (wanted_) return std::nullopt;
   const auto& slot = (*slots_)[oldest_];
   samples = slot.samples;
   removeOldest(1);

@@ -22,7 +22,7 @@ class AudioFrameQueue {
   static constexpr std::size_t kAudioMaxQueueFrames = 10;
   static constexpr std::size_t kKeptOnOverflow = 2;
 
-  /// True when the pacing waits for this chunk: the last `take` found none.
+  /// True when the last `take` found none.
   bool append(wire::AudioChunkView samples, dispatch::TimePoint arrived);
 
   /// Copies the oldest chunk out and says when it arrived; none when nothing waits, and then the
@@ -49,7 +49,7 @@ class AudioFrameQueue {
   std::size_t oldest_ GUARDED_BY(mutex_) = 0;
   std::size_t size_ GUARDED_BY(mutex_) = 0;
   std::size_t overflowed_ GUARDED_BY(mutex_) = 0;
-  bool awaited_ GUARDED_BY(mutex_) = false;
+  bool wanted_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace quorin::stream

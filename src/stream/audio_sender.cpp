@@ -18,8 +18,8 @@ AudioSender::AudioSender(dispatch::Scheduler& scheduler, dispatch::SerialQueue& 
 
 void AudioSender::offer(wire::AudioChunkView chunk) {
   if (std::ranges::none_of(transports_, &Transport::isOpen)) return;
-  const bool awaited = audioFrameQueue_.append(chunk, scheduler_.now());
-  if (awaited) arrivals_->signal();
+  const bool wanted = audioFrameQueue_.append(chunk, scheduler_.now());
+  if (wanted) arrivals_->signal();
 }
 
 // The timer is made and ended on its own queue: there a cancellation is exact, and the handler
@@ -46,7 +46,7 @@ AudioSender::Counters AudioSender::counters() const {
           .lateTicks = counters_.lateTicks.load(std::memory_order_relaxed),
           .starvedTicks = counters_.starvedTicks.load(std::memory_order_relaxed),
           .overflowed = audioFrameQueue_.overflowed(),
-          .unheard = counters_.unheard.load(std::memory_order_relaxed)};
+          .withoutListener = counters_.withoutListener.load(std::memory_order_relaxed)};
 }
 
 void AudioSender::chunkArrived() {
@@ -58,9 +58,9 @@ void AudioSender::sendNextAudioFrame() {
   const auto transport = std::ranges::find_if(transports_, &Transport::hasListener);
   const auto arrived = audioFrameQueue_.take(chunk_);
   if (arrived) {
-    const bool heard = transport != transports_.end();
-    if (heard) (*transport)->send(chunk_);
-    ++(heard ? counters_.sent : counters_.unheard);
+    const bool hasListener = transport != transports_.end();
+    if (hasListener) (*transport)->send(chunk_);
+    ++(hasListener ? counters_.sent : counters_.withoutListener);
   }
   if (pacing_.isWaiting()) ++(arrived ? counters_.lateTicks : counters_.starvedTicks);
   pacing_.looked(scheduler_.now(), arrived);

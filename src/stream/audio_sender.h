@@ -47,11 +47,11 @@ class AudioSender {
 
   /// Since construction; for diagnosis and tests. Any thread.
   struct Counters {
-    std::uint64_t sent = 0;          ///< chunks handed to a transport
-    std::uint64_t lateTicks = 0;     ///< chunks that were waited for
-    std::uint64_t starvedTicks = 0;  ///< waits without a chunk
-    std::uint64_t overflowed = 0;    ///< chunks cut from a full queue
-    std::uint64_t unheard = 0;       ///< chunks whose tick found no listener
+    std::uint64_t sent = 0;             ///< chunks handed to a transport
+    std::uint64_t lateTicks = 0;        ///< chunks that were waited for
+    std::uint64_t starvedTicks = 0;     ///< waits without a chunk
+    std::uint64_t overflowed = 0;       ///< chunks cut from a full queue
+    std::uint64_t withoutListener = 0;  ///< chunks whose tick found no listener
   };
   Counters counters() const;
 
@@ -73,7 +73,7 @@ class AudioSender {
     std::atomic<std::uint64_t> sent{0};
     std::atomic<std::uint64_t> lateTicks{0};
     std::atomic<std::uint64_t> starvedTicks{0};
-    std::atomic<std::uint64_t> unheard{0};
+    std::atomic<std::uint64_t> withoutListener{0};
   } counters_;
 
   dispatch::SerialQueue& audioFrameQueueSerial_;

@@ -42,15 +42,15 @@ TEST(AudioFrameQueue, HoldsTenAndKeepsTheTwoNewestOfElevenWhereverItsStorageBegi
   EXPECT_THAT(takeAll().back(), 1000);
 }
 
-TEST(AudioFrameQueue, CarriesEveryChunkWholeAndSaysWhichIsAwaited) {
+TEST(AudioFrameQueue, CarriesEveryChunkWholeAndSaysWhichIsWanted) {
   constexpr int kChunks = 2000;
   AudioFrameQueue queue;
   std::atomic<int> taken = 0;
-  std::atomic<int> awaited = 0;
+  std::atomic<int> wanted = 0;
   std::thread capture([&] {
     for (int i = 0; i < kChunks; ++i) {
       while (i - taken > 5) std::this_thread::yield();
-      awaited += queue.append(numbered(i), dispatch::TimePoint{std::chrono::nanoseconds(i)});
+      wanted += queue.append(numbered(i), dispatch::TimePoint{std::chrono::nanoseconds(i)});
     }
   });
   bool whole = true;
@@ -72,7 +72,7 @@ TEST(AudioFrameQueue, CarriesEveryChunkWholeAndSaysWhichIsAwaited) {
   }
   capture.join();
   EXPECT_TRUE(whole);
-  EXPECT_EQ(awaited, missed);
+  EXPECT_EQ(wanted, missed);
   EXPECT_EQ(queue.overflowed(), 0U);
 }
 

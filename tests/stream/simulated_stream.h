@@ -117,7 +117,7 @@ class Stream {
     prepareNext();
   }
 
-  /// Plays on; returns what happened meanwhile.
+  /// Plays on; returns what happened.
   Outcome play(Duration length) {
     Outcome outcome;
     const auto end = pacing_.nextLook() + length;
@@ -148,8 +148,8 @@ class Stream {
   void pauseTicks(Duration duration) { stoodStill_ += duration; }
 
  private:
-  void append(TimePoint until, std::size_t most = SIZE_MAX) {
-    for (; most > 0 && arriving_ <= until; --most) {
+  void append(TimePoint until, std::size_t max = SIZE_MAX) {
+    for (; max > 0 && arriving_ <= until; --max) {
       queue_.append(next_, arriving_);
       prepareNext();
     }

@@ -12,7 +12,7 @@ namespace quorin::audio {
 struct Device {
   std::uint32_t number = 0;         ///< 0: there is none; else the server's index + 1, for as
                                     ///< long as the connection to that server lasts
-  std::optional<std::string> name;  ///< as people read it; none where it cannot be read
+  std::optional<std::string> name;  ///< its description; none where it cannot be read
   Format format;                    ///< the device's own
   std::string id{};                 ///< as the server names it
 

@@ -35,7 +35,7 @@ class AudioEngine {
   /// Waits at most 0.5 s, for the first answer of a server that has just been found.
   virtual Format inputFormat() = 0;
 
-  /// At most one tap; before `start`. `frames` is the length wanted of a block, counted at 44100
+  /// At most one tap; before `start`. `frames` is the desired length of a block, counted at 44100
   /// frames a second: blocks hold the input's own number of frames of that length (960 for 882 at
   /// 48000 Hz), or of twice that length where only that is a whole number. An input that has
   /// neither is recorded at 48000 Hz, one of more than two channels as the server folds it down to
@@ -52,7 +52,7 @@ class AudioEngine {
   /// When this returns no block is delivered any more. Idle: nothing happens.
   virtual void stop() = 0;
 
-  /// Forgets sound that was recorded and not yet delivered.
+  /// Discards sound that was recorded and not yet delivered.
   virtual void reset() = 0;
 
  protected:

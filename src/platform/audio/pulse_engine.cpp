@@ -85,7 +85,7 @@ std::expected<void, Error> PulseEngine::start() {
   auto started = startLocked();
   running_ = started.has_value();
   if (running_) {
-    follow();  // the default may have changed meanwhile
+    follow();  // the default may have changed since
   } else {
     drop();
   }

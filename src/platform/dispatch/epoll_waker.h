@@ -28,7 +28,7 @@ class EpollWaker : public Waker {
   void setDeadline(std::optional<TimePoint> deadline);
 
   enum class Wait { kNo, kYes };
-  /// Tells `core` what is readable. With kYes, sleeps first if nothing has happened.
+  /// Marks in `core` what is readable. With kYes, sleeps first if nothing has happened.
   void collect(QueueCore& core, Wait wait);
 
  private:

@@ -29,7 +29,7 @@ Loop makeLoop(std::string label) {
   return {std::make_shared<QueueCore>(std::move(label), std::move(waker)), borrowed};
 }
 
-/// The kernel keeps 15 characters of a thread's name: the end of a dotted label tells more.
+/// The kernel keeps 15 characters of a thread's name: the end of a dotted label says more.
 void nameThread(const std::string& label) {
   const auto dot = label.rfind('.');
   const auto name = (dot == std::string::npos ? label : label.substr(dot + 1)).substr(0, 15);
@@ -58,9 +58,6 @@ class ThreadQueue : public CoreQueue<SerialQueue> {
     thread_.join();
     core_->end();
   }
-
-  void suspend() override { core_->setSuspended(true); }
-  void resume() override { core_->setSuspended(false); }
 
  private:
   void run() {

@@ -10,7 +10,7 @@ namespace quorin::dispatch {
 
 /// Turns SIGINT and SIGTERM into a call on a queue, so that the program ends in the ordinary way:
 /// sockets closed, threads joined. One at a time in a process; a second signal while the first is
-/// being handled ends the process at once, as the person who sends it expects.
+/// being handled ends the process at once.
 class TerminationSignals {
  public:
   /// `onTerminate` runs on `queue`, once.

@@ -24,37 +24,37 @@ TEST(Reblocker, CutsPiecesOfAnySizeIntoBlocksOfOne) {
   std::iota(count.begin(), count.end(), 1.0F);
   for (const std::size_t piece : {1U, 7U, 480U, 960U, 961U, 1024U, 5000U, 10'000U}) {
     Reblocker reblocker(960);
-    std::vector<float> heard;
+    std::vector<float> output;
     const auto deliver = [&](std::span<const float> block) {
       EXPECT_EQ(block.size(), 960U);
-      heard.insert(heard.end(), block.begin(), block.end());
+      output.insert(output.end(), block.begin(), block.end());
     };
     for (std::span<const float> rest = count; !rest.empty();) {
       const auto now = rest.first(std::min(piece, rest.size()));
       const auto completes = now.size() >= reblocker.missing();
-      const auto before = heard.size();
+      const auto before = output.size();
       reblocker.push(now, deliver);
-      EXPECT_EQ(heard.size() > before, completes) << piece;
+      EXPECT_EQ(output.size() > before, completes) << piece;
       rest = rest.subspan(now.size());
     }
-    EXPECT_EQ(heard, std::vector<float>(count.begin(), count.begin() + 9600)) << piece;
+    EXPECT_EQ(output, std::vector<float>(count.begin(), count.begin() + 9600)) << piece;
   }
 }
 
 TEST(Reblocker, AHoleIsSilenceOfItsLength) {
   Reblocker reblocker(4);
-  std::vector<float> heard;
+  std::vector<float> output;
   const auto deliver = [&](std::span<const float> block) {
-    heard.insert(heard.end(), block.begin(), block.end());
+    output.insert(output.end(), block.begin(), block.end());
   };
   reblocker.push(std::vector<float>{1, 2, 3}, deliver);
   reblocker.pushSilence(6, deliver);
   reblocker.push(std::vector<float>{4, 5, 6, 7}, deliver);
-  EXPECT_EQ(heard, (std::vector<float>{1, 2, 3, 0, 0, 0, 0, 0, 0, 4, 5, 6}));
+  EXPECT_EQ(output, (std::vector<float>{1, 2, 3, 0, 0, 0, 0, 0, 0, 4, 5, 6}));
 
   reblocker.clear();
   reblocker.push(std::vector<float>{8, 9, 10, 11}, deliver);
-  EXPECT_EQ(heard.back(), 11);
+  EXPECT_EQ(output.back(), 11);
 }
 
 }  // namespace

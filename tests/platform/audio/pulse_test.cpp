@@ -1,8 +1,8 @@
 #include "core/thread_safety.h"
 #include "platform/audio/audio_server.h"
 #include "platform/dispatch/system_scheduler.h"
+#include "support/both_servers.h"
 #include "support/eventually.h"
-#include "support/private_audio.h"
 #include "support/sine_fit.h"
 
 #include <gmock/gmock.h>
@@ -10,6 +10,8 @@
 #include <QCoreApplication>
 #include <algorithm>
 #include <memory>
+#include <string_view>
+#include <thread>
 #include <vector>
 
 /// The engine and the device list with a real audio server of the test's own.
@@ -23,7 +25,7 @@ using testing::HasSubstr;
 
 constexpr double kFrequency = 1000;
 
-/// What the tap heard.
+/// What the tap received.
 class Recording {
  public:
   struct Content {
@@ -57,12 +59,13 @@ class Recording {
 class PulseTest : public testing::Test {
  protected:
   void SetUp() override {
-    if (!PrivatePulse::isInstalled()) GTEST_SKIP() << "pulseaudio and pulseaudio-utils are missing";
-    server_ = std::make_unique<PrivatePulse>();
+    server_ = makePrivateServer(kind());
+    if (!server_) GTEST_SKIP() << kind() << " is missing";
     server_->useInThisProcess();
     startServer();
     connect();
   }
+  virtual std::string_view kind() const { return "PulseAudio"; }
   void startServer() {
     ASSERT_TRUE(server_->start()) << server_->output();
     ASSERT_TRUE(server_->addNullSink("quorin", "Quorin Audio", "rate=48000 norewinds=1"))
@@ -163,7 +166,13 @@ TEST_F(PulseTest, RecordsNothingWhileTheDefaultIsNotAcceptedAndGoesOnByItself) {
   EXPECT_THAT(started.error().description, HasSubstr("Monitor of Other"));
 }
 
-TEST_F(PulseTest, FoldsSurroundDownByItsChannelMap) {
+class BothServers : public PulseTest, public testing::WithParamInterface<const char*> {
+ protected:
+  std::string_view kind() const override { return GetParam(); }
+};
+INSTANTIATE_TEST_SUITE_P(On, BothServers, kBothServers);
+
+TEST_P(BothServers, FoldSurroundDownByItsChannelMap) {
   ASSERT_TRUE(server_->addNullSink(
       "cinema", "Quorin Audio 5.1",
       "rate=48000 norewinds=1 channels=6 "
@@ -177,6 +186,24 @@ TEST_F(PulseTest, FoldsSurroundDownByItsChannelMap) {
   EXPECT_EQ(recording_->content().format.channels, 2U);
   const auto samples = recording_->content().samples;
   EXPECT_GT(fitSine(std::span(samples).last(48000), kFrequency, 48000).level, 0.5 / 4) << "-12 dB";
+}
+
+/// The server stands still, as by SIGSTOP or a suspend, and goes on: what it recorded until then is
+/// not what comes a second later.
+TEST_P(BothServers, AServerThatStoodStillIsInStepAgainWithinASecond) {
+  ASSERT_TRUE(inputBecomes("Monitor of Quorin Audio"));
+  const auto player = server_->play({.frequency = kFrequency, .seconds = 30, .sink = "quorin"});
+  ASSERT_TRUE(record());
+  expectTheTone(48000);
+  server_->freeze();
+  std::this_thread::sleep_for(3s);
+  server_->thaw();
+  std::this_thread::sleep_for(1s);
+  const auto before = recording_->size();
+  std::this_thread::sleep_for(2s);
+  const auto frames = static_cast<double>(recording_->size() - before);
+  EXPECT_NEAR(frames / 48000, 2, 0.1) << "neither silent nor a backlog";
+  expectTheTone(48000);
 }
 
 TEST_F(PulseTest, TheServersDeathEndsNothing) {
