@@ -54,14 +54,12 @@ void CaptureTap::convertAndCut(const BufferView& buffer) {
     return;
   }
   if (result.output.data() == nullptr) return;
-  chunksSinceReport_ +=
-      accumulator_.append(result.output, [this](wire::AudioChunkView chunk) { handOn(chunk); });
+  accumulator_.push(result.output, [this](std::span<const float> samples) {
+    ++chunksSinceReport_;
+    const auto handler = context_.onAudioData.load();
+    if (handler && *handler) (*handler)(samples.first<wire::kChunkFrames>());
+  });
   reportStatistics();
-}
-
-void CaptureTap::handOn(wire::AudioChunkView chunk) const {
-  const auto handler = context_.onAudioData.load();
-  if (handler && *handler) (*handler)(chunk);
 }
 
 void CaptureTap::reportStatistics() {

@@ -1,10 +1,11 @@
 #pragma once
 
-#include "audio/chunk_cutter.h"
 #include "core/log.h"
 #include "core/scheduler.h"
 #include "core/snapshot.h"
 #include "platform/audio/converter.h"
+#include "platform/audio/reblocker.h"
+#include "wire/audio_chunk.h"
 
 #include <atomic>
 #include <functional>
@@ -35,13 +36,12 @@ class CaptureTap {
  private:
   bool makeConverter(const Format& from);
   void convertAndCut(const BufferView& buffer);
-  void handOn(wire::AudioChunkView chunk) const;
   void reportStatistics();
   void print(std::string line);
 
   Context context_;
   std::unique_ptr<SampleConverter> converter_;  ///< from the first buffer's format
-  ChunkCutter accumulator_;
+  Reblocker accumulator_{wire::kChunkFrames};
   int chunksSinceReport_ = 0;
   dispatch::TimePoint lastReportTime_;
 

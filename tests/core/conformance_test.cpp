@@ -12,7 +12,6 @@
 #include <atomic>
 #include <functional>
 #include <mutex>
-#include <optional>
 #include <vector>
 
 // One set of rules, run on simulated time and on the real threads.
@@ -94,26 +93,6 @@ TEST_P(DispatchConformance, TasksRunInTheOrderOfPostingAlsoFromInsideATask) {
   EXPECT_EQ(journal.entries(), (Entries{"a", "b", "c"}));
 }
 
-TEST_P(DispatchConformance, WorkRunsOnItsQueueAndOnTheMainQueueOnTheMainThread) {
-  const auto queue = makeQueue();
-  std::optional<bool> onQueue, mainOnQueue, onMain;
-  std::atomic<int> done = 0;
-  queue->async([&] {
-    onQueue = queue->isCurrent();
-    mainOnQueue = scheduler_->mainQueue().isCurrent();
-    ++done;
-  });
-  scheduler_->mainQueue().async([&] {
-    onMain = scheduler_->mainQueue().isCurrent() && !queue->isCurrent();
-    ++done;
-  });
-  EXPECT_TRUE(passUntil([&] { return done == 2; }));
-  EXPECT_TRUE(*onQueue);
-  EXPECT_FALSE(*mainOnQueue);
-  EXPECT_TRUE(*onMain);
-  EXPECT_FALSE(queue->isCurrent());
-}
-
 TEST_P(DispatchConformance, ATimerDoesNotDrift) {
   for (Queue* queue : {&scheduler_->mainQueue(), &scheduler_->utilityQueue()}) {
     const auto start = scheduler_->now();
@@ -189,18 +168,6 @@ TEST_P(DispatchConformance, AnEndedSchedulerRunsNothingMore) {
   scheduler_->utilityQueue().async([&] { ++runs; });
   pass(*makeQueue(), 5ms);
   EXPECT_EQ(runs, atEnd);
-}
-
-TEST_P(DispatchConformance, WorkOfADeadScopeIsDropped) {
-  auto& queue = scheduler_->mainQueue();
-  Journal journal;
-  auto scope = std::make_unique<Scope>();
-  queue.async(*scope, [&] { journal.write("alive"); });
-  queue.asyncAfter(10ms, *scope, [&] { journal.write("dead"); });
-  EXPECT_TRUE(passUntil([&] { return journal.size() == 1; }));
-  scope.reset();
-  pass(queue, 30ms);
-  EXPECT_EQ(journal.entries(), Entries{"alive"});
 }
 
 TEST_P(DispatchConformance, SignalsCoalesceAndOneFromTheHandlerRunsItAgain) {

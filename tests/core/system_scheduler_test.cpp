@@ -6,7 +6,6 @@
 
 #include <gmock/gmock.h>
 #include <linux/capability.h>
-#include <pthread.h>
 #include <sched.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -23,22 +22,6 @@
 
 namespace quorin::dispatch {
 namespace {
-
-TEST(SystemScheduler, ARealtimeQueueHasThePriorityThatTheKernelGrants) {
-  const auto scheduler = makeSystemScheduler();
-  const auto queue = scheduler->makeSerialQueue("PTExample.audioFrameQueue", Priority::kRealtime);
-  std::atomic<int> policy = -1;
-  std::array<char, 16> name{};
-  queue->async([&] {
-    ::pthread_getname_np(::pthread_self(), name.data(), name.size());
-    policy = ::sched_getscheduler(0);
-  });
-  while (policy == -1) QCoreApplication::processEvents();
-  EXPECT_STREQ(name.data(), "audioFrameQueue");
-
-  if (tryRealtime() == RealtimeGrant::kNone) GTEST_SKIP() << "no right to real-time here";
-  EXPECT_EQ(policy & ~SCHED_RESET_ON_FORK, SCHED_FIFO);
-}
 
 TEST(SystemScheduler, ARunawayRealtimeQueueLosesItsPriorityAndNothingElse) {
   const auto scheduler = makeSystemScheduler();

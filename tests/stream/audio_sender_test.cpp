@@ -159,19 +159,6 @@ TEST_F(FlowingSound, ATickWaitsForAChunkThatIsLateAndTheOthersStay) {
   EXPECT_EQ(starved(), 0U);
 }
 
-TEST_F(FlowingSound, AChunkThatComesTooLateForItsTickLeavesHalfwayToTheNext) {
-  scheduler.advance(20ms + 8100us);
-  offerOne();
-  EXPECT_EQ(starved(), 1U);
-  EXPECT_FALSE(allIsSent());
-  scheduler.advance(5ms);
-  EXPECT_TRUE(allIsSent());
-  scheduler.advance(6900us);
-  offerOne();
-  scheduler.advance(3100us);
-  EXPECT_TRUE(allIsSent()) << "the next tick is not moved";
-}
-
 TEST_F(FlowingSound, IsInStepASecondAfterTheProgramStoodStill) {
   scheduler.jump(20s, 20s);
   for (int i = 0; i < 1000; ++i) offerOne();  // what the audio server kept meanwhile

@@ -37,16 +37,6 @@ std::vector<float> sine(double frequency, unsigned rate, std::size_t frames) {
   return samples;
 }
 
-TEST(SampleConverter, MonoIsTheMeanOfTheChannels) {
-  for (const unsigned channels : {1U, 2U, 6U, 32U}) {
-    const Format format{.sampleRate = 44100, .channels = channels};
-    std::vector<float> samples(882 * channels);
-    for (unsigned i = 0; i < samples.size(); ++i) samples[i] = static_cast<float>(i % channels);
-    const auto output = convertAll(*makeSampleConverter(format, kMono44100), format, samples);
-    EXPECT_FLOAT_EQ(output[440], static_cast<float>(channels - 1) / 2) << channels;
-  }
-}
-
 TEST(SampleConverter, KeepsAllThatIsHeardAndNothingElseComesBackAsSuch) {
   const auto levelAt = [](double frequency, double heardAt, unsigned rate) {
     const Format format{.sampleRate = rate, .channels = 1};

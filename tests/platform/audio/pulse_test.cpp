@@ -145,27 +145,6 @@ TEST_F(PulseTest, RecordsWhatIsPlayedInBlocksOfTwentyMilliseconds) {
   EXPECT_EQ(recording_->content().format, engine_->inputFormat());
 }
 
-TEST_F(PulseTest, RecordsNothingWhileTheDefaultIsNotAcceptedAndGoesOnByItself) {
-  ASSERT_TRUE(record());
-  const auto& before = audio_->defaultDevices().input;
-  changes_ = 0;
-  ASSERT_TRUE(server_->setDefaultSource("other.monitor"));
-  ASSERT_TRUE(inputBecomes("Monitor of Other"));
-  EXPECT_TRUE(soon([&] { return changes_ > 0 && server_->recordings() == 0; }));
-  EXPECT_NE(audio_->defaultDevices().input.number, before.number);
-
-  const auto player = server_->play({.frequency = kFrequency, .seconds = 10, .sink = "quorin"});
-  ASSERT_TRUE(server_->setDefaultSource("quorin.monitor"));
-  expectTheTone(48000);
-
-  ASSERT_TRUE(server_->setDefaultSource("other.monitor"));
-  ASSERT_TRUE(inputBecomes("Monitor of Other"));
-  stopRecording();
-  const auto started = record();
-  ASSERT_FALSE(started);
-  EXPECT_THAT(started.error().description, HasSubstr("Monitor of Other"));
-}
-
 class BothServers : public PulseTest, public testing::WithParamInterface<const char*> {
  protected:
   std::string_view kind() const override { return GetParam(); }
