@@ -1,14 +1,22 @@
 #include "platform/audio/pulse_server.h"
 
+#include "core/log.h"
 #include "platform/audio/pulse_engine.h"
 #include "platform/dispatch/realtime.h"
+
+#include <string>
+#include <utility>
 
 namespace quorin::audio {
 
 PulseServer::PulseServer(dispatch::Queue& backgroundQueue)
     : devices_([this](const DefaultDevices& devices) { publishDevices(devices); }),
       connection_({.onThread = [&backgroundQueue] { dispatch::requestRealtime(backgroundQueue); },
-                   .connected = [this](pa_context* context) { devices_.connected(context); },
+                   .connected =
+                       [this](pa_context* context) {
+                         missing_ = false;
+                         devices_.connected(context);
+                       },
                    .disconnected = [this](int error) { disconnected(error); }}) {}
 
 DefaultDevices PulseServer::defaultDevices() const {
@@ -45,6 +53,10 @@ void PulseServer::noteRecordingAccess(RecordingAccess access) {
 }
 
 void PulseServer::disconnected(int error) {
+  if (!std::exchange(missing_, true)) {
+    log::note("audio", std::string("no audio server (") + ::pa_strerror(error) +
+                           "): start PulseAudio or PipeWire; it is looked for until it is there");
+  }
   // A refusal holds until a server says otherwise; with no server there is nothing to say.
   noteRecordingAccess(error == PA_ERR_ACCESS ? RecordingAccess::kRefused
                                              : RecordingAccess::kUnknown);

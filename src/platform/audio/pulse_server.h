@@ -60,6 +60,7 @@ class PulseServer : public AudioServer {
   // With the connection locked.
   PulseDevices devices_;
   std::vector<PulseEngine*> engines_;
+  bool missing_ = false;  ///< the server, and the log says so
 
   PulseConnection connection_;  ///< last: its thread uses all of the above
 };
