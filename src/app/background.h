@@ -12,7 +12,7 @@
 namespace quorin::app {
 
 /// The program beside its window: the tray icon where the desktop has a tray, notifications while
-/// the window is closed, and no suspend while somebody listens. Main thread.
+/// the window is closed, and no suspend while a phone listens. Main thread.
 class Background {
  public:
   struct Actions {

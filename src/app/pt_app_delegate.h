@@ -50,7 +50,7 @@ class PTAppDelegate {
   void takeOver(const Options& wanted, const QString& activationToken,
                 SingleInstance::Answer answer);
 
-  /// Ends the program; asks first while somebody listens.
+  /// Ends the program; asks first while a phone listens.
   void quit();
 
  private:

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <optional>
 
-/// What somebody who does not see the window is told of the stream. Pure.
+/// Which changes of the stream are worth a notification while the window is hidden. Pure.
 namespace quorin::app {
 
 struct StreamState {

@@ -13,7 +13,7 @@ namespace quorin::panel {
 
 /// What the capture thread does with each chunk. It owns or borrows for the length of one
 /// broadcast all that it touches, so that the server may stop, start or go away meanwhile; in
-/// steady state it allocates nothing and waits for nobody.
+/// steady state it neither allocates nor waits.
 struct AudioBroadcast {
   /// Half of what a chunk lasts. With more clients than this allows the capture would fall behind;
   /// each chunk then reaches only some of them, in turn.

@@ -89,7 +89,7 @@ start_pipewire() {
   make_quorin_default
 }
 
-# start_display GEOMETRY: sets DISPLAY to a screen that nobody sees.
+# start_display GEOMETRY: sets DISPLAY to a virtual screen.
 start_display() {
   background xvfb Xvfb -displayfd 3 -screen 0 "$1" -nolisten tcp -noreset 3>"$SESSION/display"
   wait_for 20 "Xvfb" test -s "$SESSION/display"
@@ -97,7 +97,7 @@ start_display() {
   export DISPLAY
 }
 
-# A UDP port of this machine that nobody uses.
+# A free UDP port of this machine.
 free_port() {
   local port
   for port in {9000..9099}; do

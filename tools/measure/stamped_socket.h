@@ -32,7 +32,7 @@ std::optional<StampedBytes> receiveStamped(int socket, std::span<std::byte> spac
 /// late a busy receiver gets to read them. Never blocks.
 class StampedSocket {
  public:
-  /// Talks to `peer` and hears nobody else. Errors are sentences for the user.
+  /// Sends to and receives from `peer` only. Errors are sentences for the user.
   static std::expected<StampedSocket, std::string> connectTo(const wire::Endpoint& peer);
   /// Hears what is sent to this port of 127.0.0.1.
   static std::expected<StampedSocket, std::string> bindTo(std::uint16_t port);

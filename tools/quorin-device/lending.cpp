@@ -144,7 +144,7 @@ class Service {
     return {};
   }
 
-  /// A device whose lender was killed belongs to nobody else.
+  /// Takes over a device whose lender was killed.
   void adoptAbandoned(const Snapshot& now) {
     if (ownsDevice_) return;
     ownsDevice_ = std::ranges::any_of(now.modules, [](const LoadedModule& module) {

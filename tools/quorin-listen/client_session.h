@@ -19,7 +19,7 @@ class ClientSession {
     kJoining,        ///< has asked, waits for the answer
     kJoined,         ///< registered, as far as one can know
     kRefused,        ///< the server is full
-    kUnanswered,     ///< nobody answered for `kAnswerTimeout`
+    kUnanswered,     ///< no answer for `kAnswerTimeout`
     kStrangeFormat,  ///< the server announced a format that is not the one we know
     kLeft,
   };
@@ -44,11 +44,11 @@ class ClientSession {
   TimePoint nextDeadline() const;
 
   /// A control message, as it stood in its datagram. Others are ignored, and so are answers to a
-  /// HELLO that nobody sent: a forged one does not end a stream.
+  /// HELLO that was not sent: a forged one does not end a stream.
   void onMessage(std::string_view text, TimePoint now);
 
   /// False for sound that is not of the stream's format (the announced one, else that of the first
-  /// sound): it comes from somebody else.
+  /// sound): it comes from another sender.
   bool onSound(TimePoint now, measure::SampleFormat format = measure::SampleFormat::kInt16);
 
   /// Makes STOP the last message, if the server may know this client at all.

@@ -53,7 +53,7 @@ posix::FileDescriptor watchForTermination() {
   return event;
 }
 
-/// The line that is written over itself; silent where nobody watches.
+/// The line that is written over itself; silent where stdout is no terminal.
 class LiveLine {
  public:
   LiveLine() : shown_(::isatty(STDOUT_FILENO) == 1) {}

@@ -18,7 +18,7 @@ struct PortalAnswers {
 };
 
 struct MicrophoneFacts {
-  bool sandboxed = false;               ///< somebody stands between this program and the devices
+  bool sandboxed = false;               ///< a sandbox stands between this program and the devices
   std::optional<PortalAnswers> portal;  ///< none until the desktop has answered, or cannot
   std::optional<bool> mayRecord{};      ///< the audio server's latest answer
 };

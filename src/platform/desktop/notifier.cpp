@@ -12,7 +12,7 @@
 namespace quorin::desktop {
 namespace {
 
-// https://specifications.freedesktop.org/notification-spec
+// As freedesktop.org defines the notification service.
 const auto kName = QStringLiteral("org.freedesktop.Notifications");
 const auto kPath = QStringLiteral("/org/freedesktop/Notifications");
 

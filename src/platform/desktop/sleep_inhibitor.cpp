@@ -43,8 +43,7 @@ struct SleepInhibitor::Lock {
   void release() {
     logind = {};
     const auto bus = QDBusConnection::sessionBus();
-    // The request's name follows from the bus's name for this program, so nobody has to wait for
-    // the answer that tells it.
+    // The request's path is derived from this program's bus name: no need to wait for the reply.
     const auto sender = bus.baseService().mid(1).replace(u'.', u'_');
     bus.send(QDBusMessage::createMethodCall(
         "org.freedesktop.portal.Desktop",

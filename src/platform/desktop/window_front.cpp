@@ -39,7 +39,7 @@ class RootWindow {
   RootWindow(const RootWindow&) = delete;
   RootWindow& operator=(const RootWindow&) = delete;
 
-  /// https://specifications.freedesktop.org/wm-spec: the window, for whom, and since when.
+  /// Asks the window manager, with the source of the request and its time.
   void activate(xcb_window_t window, std::uint32_t time) const {
     constexpr std::uint32_t kOnBehalfOfTheUser = 2;
     auto event = message(window, "_NET_ACTIVE_WINDOW", 32);
@@ -48,7 +48,7 @@ class RootWindow {
     send(event, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
   }
 
-  /// https://specifications.freedesktop.org/startup-notification-spec: 20 bytes a message.
+  /// Broadcasts the end of the start, 20 bytes a message.
   void endStartup(xcb_window_t window, QByteArray id) const {
     id.replace('\\', "\\\\").replace('"', "\\\"");
     const QByteArray text = "remove: ID=\"" + id + '"';

@@ -37,7 +37,7 @@ constexpr rlim_t kMinAddressSpace = rlim_t{1} << 30U;
   fail("There is too little memory. Close other programs, or raise the limit (ulimit -v 1048576).");
 }
 
-/// For exceptions that nobody handled, on whichever thread.
+/// For unhandled exceptions, on any thread.
 [[noreturn]] void terminate() {
   try {
     if (const auto exception = std::current_exception()) std::rethrow_exception(exception);
