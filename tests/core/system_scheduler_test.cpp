@@ -1,7 +1,6 @@
 #include "platform/dispatch/system_scheduler.h"
 
 #include "platform/dispatch/realtime.h"
-#include "platform/dispatch/termination_signals.h"
 #include "support/private_bus.h"
 
 #include <gmock/gmock.h>
@@ -18,7 +17,6 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <csignal>
 
 namespace quorin::dispatch {
 namespace {
@@ -103,18 +101,6 @@ TEST(SystemScheduler, AsksRtkitWhereTheKernelRefusesAndNoQueueWaitsForTheAnswer)
   while (thread == 0 || !watched) QCoreApplication::processEvents();
   EXPECT_EQ(rtkit.asked(), (QVariantList{qulonglong(::getpid()), qulonglong(thread.load()), 4U}));
   rtkit.answer();
-}
-
-TEST(TerminationSignals, ReachTheQueueOnceAndTheSecondEndsTheProcess) {
-  const auto scheduler = makeSystemScheduler();
-  for (const int signal : {SIGINT, SIGTERM}) {
-    int calls = 0;
-    const TerminationSignals watched(scheduler->mainQueue(), [&] { ++calls; });
-    ::raise(signal);
-    while (calls == 0) QCoreApplication::processEvents();
-    EXPECT_EQ(calls, 1);
-    EXPECT_EXIT(::raise(signal), testing::KilledBySignal(signal), "");
-  }
 }
 
 }  // namespace

@@ -37,8 +37,6 @@ TEST(AudioFrameQueue, HoldsTenAndKeepsTheTwoNewestOfElevenWhereverItsStorageBegi
     EXPECT_THAT(takeAll(), ElementsAre());
   }
   EXPECT_EQ(queue.overflowed(), 25U * 9);
-  append(1, 1000);  // the pacing stood still
-  EXPECT_THAT(takeAll().back(), 1000);
 }
 
 }  // namespace

@@ -13,34 +13,29 @@ constexpr Duration kPipeWireStep{32'000'000 / 3};
 
 TEST(PacingDiscipline, LosesNothingOverHoursWhateverTheCaptureDoes) {
   const Scene scenes[] = {
-      {.name = "in step", .latency = 3100us},
+      {.name = "one of 400 late", .lateness = oneLate(401, 4500us), .latency = 3100us},
       {.name = "200 ppm fast", .ppm = 200, .latency = 6ms, .length = 6h},
       {.name = "200 ppm slow", .ppm = -200, .latency = 4ms},
-      {.name = "PipeWire, 200 ppm fast", .ppm = 200, .lateness = inBlocksOf(kPipeWireStep)},
       {.name = "PipeWire, 200 ppm slow", .ppm = -200, .lateness = inBlocksOf(kPipeWireStep)},
       // Sound that comes five chunks at a time cannot wait less.
       {.name = "blocks of 93 ms", .ppm = -50, .lateness = inBlocksOf(93ms), .latency = 96ms},
-      {.name = "uneven fragments", .ppm = -200, .lateness = unevenFragments(2)},
-      {.name = "noise", .ppm = -200, .lateness = withNoise(atOnce, 4), .latency = 6ms},
       {.name = "PipeWire with noise", .lateness = withNoise(inBlocksOf(kPipeWireStep), 5)},
       {.name = "busy machine",
        .lateness = onABusyMachine(7),
-       .mayStarve = 3000,
+       .mayStarve = 90,
        .latency = 32ms,
        .deviation = 1ms},
-      {.name = "twice a minute late", .lateness = oneLate(1511, 15ms), .mayStarve = 700},
       {.name = "often too late for the leeway", .lateness = oneLate(100, 15ms)},
       {.name = "late from some time on",
        .lateness = [](auto i) { return i > 6000 && i % 15 == 0 ? Duration(12ms) : Duration{}; },
-       .mayStarve = 300},
-      {.name = "lost ticks", .ppm = 100, .lateness = withNoise(atOnce, 6), .ticksLost = true},
+       .mayStarve = 9},
   };
   for (const auto& scene : scenes) {
     SCOPED_TRACE(scene.name);
     Stream stream(scene);
     stream.play(1min);
     auto outcome = stream.play(scene.length);
-    EXPECT_LE(outcome.starvedOfAMillion(), scene.mayStarve);
+    EXPECT_LE(outcome.starved, scene.mayStarve);
     EXPECT_EQ(outcome.overflowed, 0U);
     EXPECT_LE(milliseconds(outcome.latencyPercentile(0.99)), milliseconds(scene.latency));
     EXPECT_LE(milliseconds(outcome.deviationPercentile(0.99)), milliseconds(scene.deviation));
@@ -57,14 +52,6 @@ TEST(PacingDiscipline, AlignsWithinHalfASecondWhereverTheTicksBegin) {
     EXPECT_LE(outcome.deviationPercentile(1), PacingDiscipline::kMaxSlew);
     EXPECT_NEAR(milliseconds(outcome.latencyPercentile(0.5)), 3, 0.1);
   }
-}
-
-TEST(PacingDiscipline, IsNotMovedByTheOneLatestOfFourHundred) {
-  Stream stream({.name = "now and then", .lateness = oneLate(401, 4500us)});
-  stream.play(1min);
-  auto outcome = stream.play(1min);
-  EXPECT_EQ(outcome.starved, 0U) << "the leeway";
-  EXPECT_NEAR(milliseconds(outcome.latencyPercentile(0.5)), 3, 0.1);
 }
 
 TEST(PacingDiscipline, ALateChunkDelaysNoOtherLongerThanItMust) {

@@ -48,14 +48,6 @@ inline Lateness withNoise(Lateness base, unsigned seed) {
   };
 }
 
-/// PulseAudio with fragments of 10 ms: gaps of up to 21 ms, without a rhythm.
-inline Lateness unevenFragments(unsigned seed) {
-  return [random = std::mt19937(seed)](std::uint64_t) mutable {
-    return Duration(std::uniform_int_distribution<Duration::rep>(
-        0, Duration(std::chrono::milliseconds(11)).count())(random));
-  };
-}
-
 /// PulseAudio while both processors are loaded: late by slices of the scheduler, as recorded.
 inline Lateness onABusyMachine(unsigned seed) {
   return [random = std::mt19937(seed)](std::uint64_t) mutable {
@@ -75,8 +67,7 @@ struct Scene {
   const char* name;
   double ppm = 0;  ///< how much faster than the sender's clock the capture runs
   Lateness lateness = atOnce;
-  bool ticksLost = false;  ///< once in ten minutes the machine stands still for three ticks
-  double mayStarve = 0;    ///< ticks of a million
+  std::uint64_t mayStarve = 0;                         ///< so many ticks
   Duration latency = std::chrono::milliseconds(25);    ///< the 99th percentile may be
   Duration deviation = std::chrono::microseconds(50);  ///< the same of the intervals
   Duration length = std::chrono::minutes(10);
@@ -89,11 +80,7 @@ struct Outcome {
   std::vector<Duration> intervals;  ///< between sends
   std::vector<Duration> latency;    ///< from the last sample to the send, once a second
 
-  double starvedOfAMillion() const {
-    return 1e6 * static_cast<double>(starved) / static_cast<double>(sent);
-  }
   Duration latencyPercentile(double p) { return percentile(latency, p); }
-  /// By how much the intervals differ from 20 ms.
   Duration deviationPercentile(double p) const {
     auto deviations = intervals;
     for (auto& interval : deviations) interval = std::chrono::abs(interval - kChunk);
@@ -170,7 +157,6 @@ class Stream {
     }
     const auto interval = now - std::exchange(sentAt_, now);
     if (outcome.sent > 1) outcome.intervals.push_back(interval);
-    if (scene_.ticksLost && outcome.sent % 30'000 == 29'999) pauseTicks(3 * kChunk);
   }
 
   Scene scene_;

@@ -8,52 +8,35 @@
 #include <gmock/gmock.h>
 
 #include <QCoreApplication>
-#include <algorithm>
 #include <memory>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 /// The engine and the device list with a real audio server of the test's own.
 namespace quorin::test {
 namespace {
 
-using namespace std::chrono_literals;
 using audio::BufferView;
 using audio::Format;
 using testing::HasSubstr;
 
-constexpr double kFrequency = 1000;
-
 /// What the tap received.
 class Recording {
  public:
-  struct Content {
-    Format format;
-    std::size_t blockFrames = 0;
-    std::vector<float> samples;  ///< of the first channel
-  };
-
   void add(const BufferView& buffer) {
+    EXPECT_EQ(buffer.format, (Format{.sampleRate = 48000, .channels = 2}));
+    EXPECT_EQ(buffer.frames(), 960U);
     const dispatch::Lock lock(mutex_);
-    content_.format = buffer.format;
-    content_.blockFrames = buffer.frames();
-    for (std::size_t i = 0; i < buffer.samples.size(); i += buffer.format.channels) {
-      content_.samples.push_back(buffer.samples[i]);
-    }
+    for (std::size_t i = 0; i < buffer.samples.size(); i += 2) left_.push_back(buffer.samples[i]);
   }
-  Content content() const {
+  std::vector<float> left() const {
     const dispatch::Lock lock(mutex_);
-    return content_;
-  }
-  std::size_t size() const {
-    const dispatch::Lock lock(mutex_);
-    return content_.samples.size();
+    return left_;
   }
 
  private:
   mutable dispatch::Mutex mutex_;
-  Content content_ GUARDED_BY(mutex_);
+  std::vector<float> left_ GUARDED_BY(mutex_);
 };
 
 class PulseTest : public testing::Test {
@@ -70,14 +53,10 @@ class PulseTest : public testing::Test {
     ASSERT_TRUE(server_->start()) << server_->output();
     ASSERT_TRUE(server_->addNullSink("quorin", "Quorin Audio", "rate=48000 norewinds=1"))
         << server_->output();
-    ASSERT_TRUE(server_->addNullSink("other", "Other", "rate=44100 norewinds=1"))
-        << server_->output();
-    ASSERT_TRUE(server_->setDefaultSink("quorin"));
     ASSERT_TRUE(server_->setDefaultSource("quorin.monitor"));
   }
   void connect() {
     audio_ = audio::connectToAudioServer(scheduler_->backgroundQueue());
-    audio_->setChangeHandler(scheduler_->mainQueue(), [this] { ++changes_; });
     engine_ = audio_->makeEngine(
         [](const audio::Device& source) { return source.name->contains("Quorin Audio"); });
   }
@@ -86,11 +65,6 @@ class PulseTest : public testing::Test {
     recording_ = std::make_shared<Recording>();
     engine_->installTap(882, [to = recording_](const BufferView& buffer) { to->add(buffer); });
     return engine_->start();
-  }
-  void stopRecording() {
-    engine_->removeTap();
-    engine_->stop();
-    engine_->reset();
   }
 
   /// Waits with the main queue running.
@@ -104,19 +78,17 @@ class PulseTest : public testing::Test {
     return soon([&] { return audio_->defaultDevices().input.name == name; });
   }
 
-  /// Soon the last second recorded is the tone, whole. (Not the first: on a busy machine a player
-  /// may stumble as it begins.)
-  void expectTheTone(unsigned rate) {
+  /// Soon half a second recorded is the tone, whole. (Not the first: on a busy machine a player may
+  /// stumble as it begins.)
+  void expectTheTone(double level) {
     SineFit fit;
-    std::size_t looked = rate;
     EXPECT_TRUE(soon([&] {
-      if (recording_->size() < looked) return false;
-      const auto samples = recording_->content().samples;
-      looked = samples.size() + rate / 10;
-      fit = fitSine(std::span(samples).last(rate), kFrequency, rate);
-      return std::abs(fit.level - 0.5) < 0.01 && fit.worstDeviation < 0.02;
+      const auto samples = recording_->left();
+      if (samples.size() < 24000) return false;
+      fit = fitSine(std::span(samples).last(24000), 1000, 48000);
+      return fit.level > level && fit.worstDeviation < 0.02;
     })) << "level "
-        << fit.level << ", deviation " << fit.worstDeviation << " in " << recording_->size();
+        << fit.level << ", deviation " << fit.worstDeviation;
   }
 
   int argc_ = 0;
@@ -126,24 +98,7 @@ class PulseTest : public testing::Test {
   std::unique_ptr<audio::AudioServer> audio_;
   std::unique_ptr<audio::AudioEngine> engine_;
   std::shared_ptr<Recording> recording_;
-  int changes_ = 0;
 };
-
-TEST_F(PulseTest, RecordsWhatIsPlayedInBlocksOfTwentyMilliseconds) {
-  EXPECT_EQ(engine_->inputFormat(), (Format{.sampleRate = 48000, .channels = 2}));
-  const auto devices = audio_->defaultDevices();
-  EXPECT_EQ(devices.output.name, "Quorin Audio");
-  EXPECT_EQ(devices.input.name, "Monitor of Quorin Audio");
-  EXPECT_NE(devices.output.number, 0U);
-  EXPECT_NE(devices.input.number, 0U);
-
-  const auto player = server_->play({.frequency = kFrequency, .seconds = 10, .sink = "quorin"});
-  ASSERT_TRUE(record());
-  EXPECT_EQ(audio_->recordingAccess(), audio::RecordingAccess::kGranted);
-  expectTheTone(48000);
-  EXPECT_EQ(recording_->content().blockFrames, 960U);
-  EXPECT_EQ(recording_->content().format, engine_->inputFormat());
-}
 
 class BothServers : public PulseTest, public testing::WithParamInterface<const char*> {
  protected:
@@ -159,37 +114,14 @@ TEST_P(BothServers, FoldSurroundDownByItsChannelMap) {
   ASSERT_TRUE(server_->setDefaultSource("cinema.monitor"));
   ASSERT_TRUE(inputBecomes("Monitor of Quorin Audio 5.1"));
   const auto player = server_->play(
-      {.frequency = kFrequency, .seconds = 10, .sink = "cinema", .channelMap = "front-center"});
+      {.frequency = 1000, .seconds = 10, .sink = "cinema", .channelMap = "front-center"});
   ASSERT_TRUE(record());
-  EXPECT_TRUE(soon([&] {
-    const auto samples = recording_->content().samples;
-    return samples.size() > 24000 &&
-           fitSine(std::span(samples).last(24000), kFrequency, 48000).level > 0.5 / 4;
-  })) << "-12 dB";
-  EXPECT_EQ(recording_->content().format.channels, 2U);
-}
-
-/// The server stands still, as by SIGSTOP or a suspend, and goes on: what it recorded until then is
-/// not what comes a second later.
-TEST_P(BothServers, AServerThatStoodStillIsInStepAgainWithinASecond) {
-  ASSERT_TRUE(inputBecomes("Monitor of Quorin Audio"));
-  const auto player = server_->play({.frequency = kFrequency, .seconds = 30, .sink = "quorin"});
-  ASSERT_TRUE(record());
-  expectTheTone(48000);
-  server_->freeze();
-  std::this_thread::sleep_for(3s);
-  server_->thaw();
-  std::this_thread::sleep_for(1s);
-  const auto before = recording_->size();
-  std::this_thread::sleep_for(2s);
-  const auto frames = static_cast<double>(recording_->size() - before);
-  EXPECT_NEAR(frames / 48000, 2, 0.1) << "neither silent nor a backlog";
-  expectTheTone(48000);
+  expectTheTone(0.5 / 4);  // -12 dB
 }
 
 TEST_F(PulseTest, TheServersDeathEndsNothing) {
   ASSERT_TRUE(record());
-  ASSERT_TRUE(soon([&] { return recording_->size() > 0; }));
+  ASSERT_TRUE(soon([&] { return !recording_->left().empty(); }));
   server_->kill();
   ASSERT_TRUE(soon([&] { return audio_->defaultDevices() == audio::DefaultDevices{}; }));
   const auto other = audio_->makeEngine([](const auto&) { return true; });
@@ -198,8 +130,8 @@ TEST_F(PulseTest, TheServersDeathEndsNothing) {
   EXPECT_THAT(withoutServer.error().description, HasSubstr("cannot be reached"));
 
   startServer();
-  const auto player = server_->play({.frequency = kFrequency, .seconds = 10, .sink = "quorin"});
-  expectTheTone(48000);
+  const auto player = server_->play({.frequency = 1000, .seconds = 10, .sink = "quorin"});
+  expectTheTone(0.49);
 }
 
 TEST_F(PulseTest, AStartThatTheServerNeverAnsweredLeavesNoRecordingBehind) {
@@ -208,7 +140,9 @@ TEST_F(PulseTest, AStartThatTheServerNeverAnsweredLeavesNoRecordingBehind) {
   const auto started = record();
   ASSERT_FALSE(started);
   EXPECT_THAT(started.error().description, HasSubstr("does not answer"));
-  stopRecording();
+  engine_->removeTap();
+  engine_->stop();
+  engine_->reset();
   server_->thaw();
   ASSERT_TRUE(record());  // answered after the former
   EXPECT_TRUE(soon([&] { return server_->recordings() == 1; })) << server_->recordings();

@@ -17,13 +17,14 @@ using enum AuthorizationStatus;
 
 class MicrophonePermissionTest : public ::testing::Test {
  protected:
-  void makePermission(bool sandboxed) {
+  void makePermission(bool sandboxed, std::string busAddress) {
     permission = std::make_unique<MicrophonePermission>(
         time, MicrophonePermission::Options{
                   .identity = {.applicationId = "org.example.App", .sandboxed = sandboxed},
-                  .busAddress = bus.address(),
+                  .busAddress = std::move(busAddress),
                   .tryToRecord = [this] { ++tries; }});
   }
+  void makePermission(bool sandboxed) { makePermission(sandboxed, bus.address()); }
   bool comesTrue(auto&& condition) {
     return test::eventually([&] {
       time.runPending();
@@ -43,9 +44,7 @@ class MicrophonePermissionTest : public ::testing::Test {
 };
 
 TEST_F(MicrophonePermissionTest, WithoutABusItIsAllowed) {
-  permission = std::make_unique<MicrophonePermission>(
-      time, MicrophonePermission::Options{
-                .identity = {}, .busAddress = "unix:path=/nonexistent", .tryToRecord = [] {}});
+  makePermission(false, "unix:path=/nonexistent");
   bool answered = false;
   permission->requestAccess([&] { answered = true; });
   EXPECT_EQ(permission->status(), kNotDetermined);
@@ -53,26 +52,20 @@ TEST_F(MicrophonePermissionTest, WithoutABusItIsAllowed) {
   EXPECT_EQ(permission->status(), kAuthorized);
 }
 
-TEST_F(MicrophonePermissionTest, FollowsTheStore) {
-  portal.start();
-  portal.store("org.example.Other", {"no"});
-  makePermission(false);
-  EXPECT_TRUE(becomes(kAuthorized)) << "another program's answer";
-  portal.store("org.example.App", {"no"});
-  EXPECT_TRUE(becomes(kDenied));
-  portal.store("org.example.App", {"ask"});
-  EXPECT_TRUE(becomes(kNotDetermined));
-  portal.store("org.example.App", {"yes"});
-  EXPECT_TRUE(becomes(kAuthorized));
-}
-
-TEST_F(MicrophonePermissionTest, FollowsTheLockOfAPortalThatStartsLater) {
+TEST_F(MicrophonePermissionTest, FollowsTheLockAndTheStoreOfAPortalThatStartsLater) {
   portal.lock(true);
   makePermission(false);
   ASSERT_TRUE(becomes(kAuthorized));
   portal.start();
   EXPECT_TRUE(becomes(kRestricted));
   portal.lock(false);
+  portal.store("org.example.Other", {"no"});
+  EXPECT_TRUE(becomes(kAuthorized)) << "another program's answer";
+  portal.store("org.example.App", {"no"});
+  EXPECT_TRUE(becomes(kDenied));
+  portal.store("org.example.App", {"ask"});
+  EXPECT_TRUE(becomes(kNotDetermined));
+  portal.store("org.example.App", {"yes"});
   EXPECT_TRUE(becomes(kAuthorized));
 }
 

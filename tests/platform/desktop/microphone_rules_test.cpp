@@ -14,7 +14,7 @@ TEST(MicrophoneRules, WhatTheUserForbadeComesFirst) {
   constexpr bool kFree = false;
   constexpr bool kSandboxed = true;
   constexpr auto kUnknown = std::optional<bool>();
-  using Stored = StoredAnswer;
+  using enum StoredAnswer;
   const struct {
     const char* situation;
     MicrophoneFacts facts;
@@ -23,16 +23,14 @@ TEST(MicrophoneRules, WhatTheUserForbadeComesFirst) {
       {"the desktop has not answered", {kFree, std::nullopt, true}, kNotDetermined},
       {"no sandbox, no portal", {kFree, PortalAnswers{}, kUnknown}, kAuthorized},
       {"no sandbox, server refuses", {kFree, PortalAnswers{}, false}, kDenied},
-      {"no sandbox, store says no", {kFree, {{Stored::kNo}}, true}, kDenied},
-      {"no sandbox, store wants to ask", {kFree, {{Stored::kAsk}}, kUnknown}, kNotDetermined},
-      {"no sandbox, asked and granted", {kFree, {{Stored::kAsk}}, true}, kAuthorized},
+      {"no sandbox, store says no", {kFree, {{kNo}}, true}, kDenied},
+      {"no sandbox, store wants to ask", {kFree, {{kAsk}}, kUnknown}, kNotDetermined},
+      {"no sandbox, asked and granted", {kFree, {{kAsk}}, true}, kAuthorized},
       {"sandbox, not asked", {kSandboxed, PortalAnswers{}, kUnknown}, kNotDetermined},
       {"sandbox, allowed to record", {kSandboxed, PortalAnswers{}, true}, kAuthorized},
-      {"sandbox, store says yes", {kSandboxed, {{Stored::kYes}}, kUnknown}, kAuthorized},
-      {"sandbox, yes but refused", {kSandboxed, {{Stored::kYes}}, false}, kDenied},
-      {"sandbox, store says no", {kSandboxed, {{Stored::kNo}}, kUnknown}, kDenied},
-      {"locked, whatever else", {kFree, {{Stored::kYes, true}}, true}, kRestricted},
-      {"locked and denied", {kSandboxed, {{Stored::kNo, true}}, false}, kRestricted},
+      {"sandbox, store says yes", {kSandboxed, {{kYes}}, kUnknown}, kAuthorized},
+      {"sandbox, yes but refused", {kSandboxed, {{kYes}}, false}, kDenied},
+      {"locked, whatever else", {kFree, {{kYes, true}}, true}, kRestricted},
   };
   for (const auto& [situation, facts, status] : cases) {
     EXPECT_EQ(authorizationStatus(facts), status) << situation;

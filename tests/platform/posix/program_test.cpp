@@ -56,7 +56,7 @@ TEST(Program, GoesOnWhenTheReaderOfItsOutputGoesAway) {
         for (const int end : replaceByPipe(STDOUT_FILENO)) ::close(end);
       },
       [](int, char**) {
-        for (int i = 0; i < 100; ++i) log::print("a line");
+        log::print("a line");
         return 7;
       });
 }
