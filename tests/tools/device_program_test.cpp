@@ -245,21 +245,12 @@ TEST_P(DeviceProgram, PersistsAcrossLoginsAndLeavesNoTrace) {
 }
 
 TEST(DeviceProgramAlone, KnowsItsUsageAndIsNotForRoot) {
-  const struct {
-    std::vector<std::string> arguments;
-    int status;
-  } cases[] = {{{"--help"}, 0},
-               {{}, 2},
-               {{"nonsense"}, 2},
-               {{"status", "--default"}, 2},
-               {{"add", "--persist", "--default"}, 2},
-               {{"status"}, 1}};
-  for (auto [arguments, status] : cases) {
+  const std::pair<std::string, int> cases[] = {{"--help", 0}, {"nonsense", 2}, {"status", 1}};
+  for (const auto& [verb, status] : cases) {
     if (status == 1 && ::geteuid() != 0) continue;  // root's part
-    const auto last = arguments.empty() ? "" : arguments.back();
-    arguments.insert(arguments.begin(), kProgram);
-    ChildProcess program({.arguments = arguments, .environment = {"PULSE_SERVER="}, .output = {}});
-    EXPECT_EQ(program.wait(), status) << last;
+    ChildProcess program(
+        {.arguments = {kProgram, verb}, .environment = {"PULSE_SERVER="}, .output = {}});
+    EXPECT_EQ(program.wait(), status) << verb;
   }
 }
 

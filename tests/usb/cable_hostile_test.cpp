@@ -20,15 +20,13 @@
 #include <string>
 
 /// Apps on the channel and USB services that break every rule, in a process of their own, against
-/// a cable in real time that sends audio. Each for 1 s, or QUORIN_HOSTILE_SECONDS.
+/// a cable in real time that sends audio. Each for 1 s.
 namespace quorin::usb {
 namespace {
 
 using namespace std::chrono_literals;
 using test::Bytes;
-using test::bytes;
 using test::bytesOf;
-using test::operator+;
 
 std::string repeated(const std::string& text, std::size_t times) {
   std::string result;
@@ -40,7 +38,6 @@ std::string repeated(const std::string& text, std::size_t times) {
 struct Attacker {
   int socket;
   std::mt19937& random;
-  std::uint32_t connection;
   std::uint32_t turn = 0;
 
   std::uint32_t below(std::uint32_t limit) { return static_cast<std::uint32_t>(random() % limit); }
@@ -56,13 +53,8 @@ struct Attacker {
   bool sendFrame(std::uint32_t type, std::uint32_t tag, const Bytes& payload) const {
     return send(wire::encodeFrame(type, tag, payload));
   }
-  /// A property list of about `size` bytes: wide, deep and full of escapes, or noise in the binary
-  /// form.
-  Bytes hugeList(std::size_t size) {
-    if ((connection + turn) % 2 == 0) {
-      return bytesOf("bplist00") + noise(size - 60) +
-             bytes({0, 0, 0, 0, 0, 0, 2, 1, 0, 0, 0, 0, 0, 0, 0, 200}) + Bytes(14) + bytes({0, 8});
-    }
+  /// A property list of about `size` bytes: wide, deep and full of escapes.
+  static Bytes hugeList(std::size_t size) {
     return bytesOf("<plist><dict><key>a</key><array>" + repeated("<true/>", 800) + "</array>" +
                    repeated("<dict><key>k</key>", 60) + repeated("</dict>", 60) + "<string>" +
                    repeated("&amp;", 250) + std::string(size - 10'000, 'x') +
@@ -109,7 +101,7 @@ constexpr Attack kAttacks[] = {
 
 [[noreturn]] void attackForEver(const Attack& attack, int listener) {
   std::mt19937 random(20);
-  for (std::uint32_t connection = 0;; ++connection) {
+  while (true) {
     pollfd ready{.fd = listener, .events = POLLIN, .revents = 0};
     ::poll(&ready, 1, -1);
     const posix::FileDescriptor socket(::accept(listener, nullptr, nullptr));
@@ -117,15 +109,13 @@ constexpr Attack kAttacks[] = {
     if (attack.onService && ::fork() != 0) continue;  // a service has many clients at once
     const timeval timeout{.tv_sec = 0, .tv_usec = 100'000};
     ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout);
-    Attacker attacker{.socket = socket.get(), .random = random, .connection = connection};
+    Attacker attacker{.socket = socket.get(), .random = random};
     while (attack.turn(attacker)) ++attacker.turn;
     if (attack.onService) ::_exit(0);
   }
 }
 
 TEST(HostileCable, CostsNeitherMemoryNorTimeNorLines) {
-  const auto* chosen = std::getenv("QUORIN_HOSTILE_SECONDS");
-  const auto seconds = std::chrono::seconds(chosen != nullptr ? std::atoi(chosen) : 1);
   const test::TemporaryDirectory directory;
   const auto path = directory.path() / "usbmuxd";
   ::setenv("USBMUXD_SOCKET_ADDRESS", ("UNIX:" + path.string()).c_str(), 1);
@@ -159,7 +149,7 @@ TEST(HostileCable, CostsNeitherMemoryNorTimeNorLines) {
     log.take();
     const auto before = test::memoryInUse();
     auto peak = before;
-    for (const auto end = std::chrono::steady_clock::now() + seconds;
+    for (const auto end = std::chrono::steady_clock::now() + 1s;
          std::chrono::steady_clock::now() < end;) {
       const auto start = std::clock();
       QCoreApplication::processEvents();
@@ -171,9 +161,8 @@ TEST(HostileCable, CostsNeitherMemoryNorTimeNorLines) {
     const auto logged = log.take().size();
     EXPECT_LT(growth, 5'000'000);
     EXPECT_LT(longest, CLOCKS_PER_SEC / 10);
-    const auto bound = static_cast<std::size_t>(25 * (seconds.count() + 1));
-    EXPECT_LT(logged, bound);
-    EXPECT_LT(presented, bound);
+    EXPECT_LT(logged, 50U);
+    EXPECT_LT(presented, 50U);
     audio.reset();
     sendQueue->end();
     ::kill(-child, SIGKILL);

@@ -317,7 +317,7 @@ TEST_F(CableTest, ShowsWhatThePhoneSays) {
        info,
        {"status: Connected to <dict>\n\t<key>name</key>\n\t<string>Ana</string>\n</dict>"}},
       {"unreadable", 100, {}, {"status: Connected to (unreadable device information)"}},
-      {"text", 101, bytes({0, 0, 0, 5}) + bytesOf("hello"), {"message: [5]: hello"}},
+      {"text", 101, wire::encodeText("hello"), {"message: [5]: hello"}},
       {"cut text",
        101,
        bytes({0, 0, 0, 9}) + bytesOf("hello"),
