@@ -69,7 +69,7 @@ class Histogram {
 
 /// What all clients together have seen.
 struct Experience {
-  std::uint64_t joined = 0, left = 0, silent = 0, refused = 0, unanswered = 0, chunks = 0;
+  std::uint64_t joined = 0, refused = 0, unanswered = 0, chunks = 0;
   std::uint64_t missing = 0;             ///< chunks that did not come to who kept the rules
   std::uint64_t missingUnexplained = 0;  ///< of these, while nothing had happened for a while
   std::uint64_t unansweredUnexplained = 0;
@@ -102,16 +102,19 @@ class Client {
       return goAway(now);
     }
     if (now < next_) return;
-    const bool silently = between(0, 2) == 0ms;
-    ++(silently ? experience_.silent : experience_.left);
-    if (!silently) source_->leave(now);
-    if (silently) dead_ = std::move(source_);  // takes what comes, and reads nothing
+    if (between(0, 2) == 0ms) {
+      dead_ = std::move(source_);  // takes what comes, and reads nothing
+    } else {
+      source_->leave(now);
+    }
     goAway(now);
   }
 
-  /// The code has changed, or the stream was ended: the user scans again, later.
-  void startAnew(Clock::time_point now) {
-    if (source_) goAway(now);
+  /// Comes again later.
+  void goAway(Clock::time_point now) {
+    source_.reset();
+    arrived_.reset();
+    next_ = now + between(500, 8'000);
   }
 
   std::size_t sockets() const { return (source_ ? 1U : 0U) + (dead_ ? 1U : 0U); }
@@ -119,12 +122,6 @@ class Client {
  private:
   std::chrono::milliseconds between(int lowest, int highest) {
     return std::chrono::milliseconds(std::uniform_int_distribution(lowest, highest)(random_));
-  }
-
-  void goAway(Clock::time_point now) {
-    source_.reset();
-    arrived_.reset();
-    next_ = now + between(500, 8'000);
   }
 
   void receive(nanoseconds arrived, bool calm) {
@@ -173,22 +170,9 @@ class Soak {
   struct Event {
     const char* name;
     std::size_t weight;  ///< the gentle ones more often: what is rough ends every stream
-    void (Soak::*happens)();
+    void (*happens)(Soak&);
   };
   static const Event kEvents[];
-
-  void rubbish() { flood(2'000); }
-  void heavyFlood() { flood(50'000); }
-  void addressChange();
-  void networkLoss();
-  void otherRightDevice();
-  void movedRecording();
-  void wrongDevice();
-  void lentDevice();
-  void serverRestart();
-  void usbServiceRestart();
-  void phonePlugged();
-  void hostileCable();
 
   void flood(int perSecond);
   bool startAudio();
@@ -197,6 +181,7 @@ class Soak {
   bool becomes(const char* view) { return program_->becomes(view); }
   void enterWifi();
   void loseRightDevice();
+  void lendDevice();
   void everybodyScansAgain();
   void turn();
   void takeSample();
@@ -230,21 +215,70 @@ class Soak {
 };
 
 const Soak::Event Soak::kEvents[] = {
-    {"rubbish", 2, &Soak::rubbish},
-    {"flood", 2, &Soak::heavyFlood},
-    {"address changed", 1, &Soak::addressChange},
-    {"network lost and back", 1, &Soak::networkLoss},
-    {"another right device", 2, &Soak::otherRightDevice},
-    {"a mixer moves the recording", 2, &Soak::movedRecording},
-    {"wrong device and back", 1, &Soak::wrongDevice},
-    {"wrong device, then one that is lent", 1, &Soak::lentDevice},
-    {"audio server restarted", 1, &Soak::serverRestart},
-    {"USB service restarted", 1, &Soak::usbServiceRestart},
-    {"phone plugged in and out", 2, &Soak::phonePlugged},
-    {"phones plugged in and out 500 times", 1, &Soak::hostileCable},
+    {"rubbish", 2, [](Soak& soak) { soak.flood(2'000); }},
+    {"flood", 2, [](Soak& soak) { soak.flood(50'000); }},
+    {"address changed", 1,
+     [](Soak& soak) {
+       whole::ip("address flush dev eth0");
+       soak.host_ = 2 + (soak.host_ - 1) % 200;
+       whole::ip("address add " + soak.address() + "/24 dev eth0");
+       soak.everybodyScansAgain();
+     }},
+    {"network lost and back", 1,
+     [](Soak& soak) {
+       soak.server_.reset();
+       whole::ip("address flush dev eth0");
+       soak.expect(
+           soak.program_->until([&] { return !soak.program_->shows("onlineQRImageView_"); }, 5s),
+           "the code stayed without a network");
+       whole::ip("address add " + soak.address() + "/24 dev eth0");
+       soak.everybodyScansAgain();
+     }},
+    {"another right device", 2,
+     [](Soak& soak) {
+       soak.audio_.useDevices("quorin2", "quorin.monitor");
+       soak.program_->runFor(1500ms);
+       soak.useDevice("quorin");
+       soak.expect(soak.program_->shows("onlineContainer_"), "a right device ended the stream");
+     }},
+    {"a mixer moves the recording", 2,
+     [](Soak& soak) {
+       for (const auto& recording : soak.audio_.recordingNumbers()) {
+         soak.audio_.pactl({"move-source-output", recording, "speaker.monitor"});
+       }
+     }},
+    {"wrong device and back", 1,
+     [](Soak& soak) {
+       soak.loseRightDevice();
+       soak.useDevice("quorin");
+       soak.enterWifi();
+     }},
+    {"wrong device, then one that is lent", 1, [](Soak& soak) { soak.lendDevice(); }},
+    {"audio server restarted", 1,
+     [](Soak& soak) {
+       soak.server_.reset();
+       soak.audio_.kill();
+       soak.expect(soak.becomes("audioGuardView_"),
+                   "the guard did not come up without an audio server");
+       soak.expect(soak.startAudio(), "the audio server did not come back");
+       soak.enterWifi();
+     }},
+    {"USB service restarted", 1,
+     [](Soak& soak) {
+       soak.usb_.stop();
+       soak.program_->runFor(500ms);
+       soak.usb_.start();
+     }},
+    {"phones plugged in and out 500 times", 2,
+     [](Soak& soak) {
+       for (unsigned device = 10; device < 510; ++device) {
+         soak.usb_.attach(device);
+         soak.usb_.detach(device);
+         // It shares our thread: the socket must not fill.
+         if (device % 10 == 0) soak.program_->runFor(100ms);
+       }
+     }},
 };
-
-// ---- The events
 
 void Soak::flood(int perSecond) {
   std::atomic<bool> done = false;
@@ -255,35 +289,6 @@ void Soak::flood(int perSecond) {
   program_->until([&] { return done.load(); }, 60s);
 }
 
-void Soak::addressChange() {
-  whole::ip("address flush dev eth0");
-  host_ = 2 + (host_ - 1) % 200;
-  whole::ip("address add " + address() + "/24 dev eth0");
-  everybodyScansAgain();
-}
-
-void Soak::networkLoss() {
-  server_.reset();
-  whole::ip("address flush dev eth0");
-  expect(program_->until([&] { return !program_->shows("onlineQRImageView_"); }, 5s),
-         "the code stayed without a network");
-  whole::ip("address add " + address() + "/24 dev eth0");
-  everybodyScansAgain();
-}
-
-void Soak::otherRightDevice() {
-  audio_.useDevices("quorin2", "quorin.monitor");
-  program_->runFor(1500ms);
-  useDevice("quorin");
-  expect(program_->shows("onlineContainer_"), "a right device ended the stream");
-}
-
-void Soak::movedRecording() {
-  for (const auto& recording : audio_.recordingNumbers()) {
-    audio_.pactl({"move-source-output", recording, "speaker.monitor"});
-  }
-}
-
 void Soak::loseRightDevice() {
   server_.reset();
   useDevice("speaker");
@@ -291,45 +296,10 @@ void Soak::loseRightDevice() {
   expect(whole::holdings().udpSockets == 0, "the server outlived its device");
 }
 
-void Soak::wrongDevice() {
-  loseRightDevice();
-  useDevice("quorin");
-  enterWifi();
-}
-
-void Soak::lentDevice() {
+void Soak::lendDevice() {
   loseRightDevice();
   program_->click("audioGuardSetUpButton_");
   enterWifi();
-}
-
-void Soak::serverRestart() {
-  server_.reset();
-  audio_.kill();
-  expect(becomes("audioGuardView_"), "the guard did not come up without an audio server");
-  expect(startAudio(), "the audio server did not come back");
-  enterWifi();
-}
-
-void Soak::usbServiceRestart() {
-  usb_.stop();
-  program_->runFor(500ms);
-  usb_.start();
-}
-
-void Soak::phonePlugged() {
-  usb_.attach(7);
-  program_->runFor(500ms);
-  usb_.detach(7);
-}
-
-void Soak::hostileCable() {
-  for (unsigned device = 10; device < 510; ++device) {
-    usb_.attach(device);
-    usb_.detach(device);
-    if (device % 10 == 0)
-      program_->runFor(100ms);  // it shares our thread: the socket must not fill
-  }
 }
 
 // ---- The world
@@ -358,7 +328,7 @@ void Soak::enterWifi() {
 
 void Soak::everybodyScansAgain() {
   server_.reset();
-  for (auto& client : clients_) client->startAnew(Clock::now());
+  for (auto& client : clients_) client->goAway(Clock::now());
   const auto text = address() + ":" + std::to_string(WholeProgram::kPort);
   expect(program_->until([&] {
     return program_->shows("onlineQRImageView_") &&
@@ -423,7 +393,7 @@ bool Soak::run() {
   }
   program_->onTurn = [this] { turn(); };
   everybodyScansAgain();
-  lentDevice();  // from now on the helper's descriptors are there
+  lendDevice();  // from now on the helper's descriptors are there
 
   const std::jthread bareLoop([this](const std::stop_token& stop) { sleepBeside(stop); });
   std::vector<const Event*> deck;
@@ -446,7 +416,7 @@ bool Soak::run() {
         deck[std::uniform_int_distribution<std::size_t>(0, deck.size() - 1)(random_)];
     ++happened_[event->name];
     disturbed_ = Clock::now();
-    (this->*event->happens)();
+    event->happens(*this);
     disturbed_ = Clock::now();
   }
   return true;
@@ -481,10 +451,8 @@ void Soak::printReport(const std::vector<std::string>& violations) const {
   for (const auto& [name, times] : happened_)
     std::fprintf(stderr, "%4d x %s\n", times, name.c_str());
   const auto& all = experience_;
-  std::fprintf(stderr,
-               "joined %llu, left %llu, fell silent %llu, refused %llu, not answered %llu\n",
-               number(all.joined), number(all.left), number(all.silent), number(all.refused),
-               number(all.unanswered));
+  std::fprintf(stderr, "joined %llu, refused %llu, not answered %llu\n", number(all.joined),
+               number(all.refused), number(all.unanswered));
   std::fprintf(
       stderr, "%llu chunks; missing %llu with a reason, %llu without, the longest for %.1f ms\n",
       number(all.chunks), number(all.missing - all.missingUnexplained),

@@ -7,26 +7,18 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <sstream>
 #include <utility>
 
 namespace quorin::test {
-namespace {
-
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  for (auto& text : texts) pointers.push_back(text.data());
-  pointers.push_back(nullptr);
-  return pointers;
-}
-
-}  // namespace
 
 ChildProcess::ChildProcess(const Command& command) {
+  const auto pointersTo = [](std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (auto& text : texts) pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+  };
   auto arguments = command.arguments;
   auto argv = pointersTo(arguments);
   std::vector<std::string> environment = command.environment;
@@ -44,9 +36,6 @@ ChildProcess::ChildProcess(const Command& command) {
   ::execvpe(argv[0], argv.data(), envp.data());
   ::_exit(127);
 }
-
-ChildProcess::ChildProcess(ChildProcess&& other) noexcept
-    : pid_(std::exchange(other.pid_, -1)), exitStatus_(other.exitStatus_) {}
 
 ChildProcess& ChildProcess::operator=(ChildProcess&& other) noexcept {
   std::swap(pid_, other.pid_);
@@ -76,12 +65,9 @@ int ChildProcess::wait() {
 }
 
 bool hasProgram(const std::string& name) {
-  const char* path = std::getenv("PATH");
-  std::istringstream folders(path != nullptr ? path : "");
-  for (std::string folder; std::getline(folders, folder, ':');) {
-    if (::access(std::filesystem::path(folder).append(name).c_str(), X_OK) == 0) return true;
-  }
-  return false;
+  const std::string look = "command -v " + name;
+  return ChildProcess({.arguments = {"sh", "-c", look}, .environment = {}, .output = {}}).wait() ==
+         0;
 }
 
 }  // namespace quorin::test

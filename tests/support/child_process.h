@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace quorin::test {
@@ -21,7 +22,7 @@ class ChildProcess {
   ChildProcess() = default;
   explicit ChildProcess(const Command& command);
   ~ChildProcess() { kill(); }
-  ChildProcess(ChildProcess&& other) noexcept;
+  ChildProcess(ChildProcess&& other) noexcept { *this = std::move(other); }
   ChildProcess& operator=(ChildProcess&& other) noexcept;
 
   pid_t pid() const { return pid_; }

@@ -7,7 +7,6 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-#include <array>
 #include <cerrno>
 #include <stdexcept>
 #include <utility>
@@ -17,25 +16,17 @@ namespace quorin::test {
 FakePhone::FakePhone(posix::FileDescriptor socket) : socket_(std::move(socket)) {}
 
 void FakePhone::turn() {
-  std::array<std::byte, 65536> buffer;
-  while (socket_ && !sawEnd) {
-    const auto count = ::recv(socket_.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
+  while (socket_ && !sawEnd && !sawBrokenFrame) {
+    const auto space = reader_.space();
+    const auto count = ::recv(socket_.get(), space.data(), space.size(), MSG_DONTWAIT);
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) return;
     sawEnd = count <= 0;
-    const auto received = std::span(buffer).first(sawEnd ? 0 : static_cast<std::size_t>(count));
-    for (auto rest = std::span<const std::byte>(received); !rest.empty();) {
-      const auto space = reader_.space();
-      const auto part = rest.first(std::min(space.size(), rest.size()));
-      std::copy(part.begin(), part.end(), space.begin());
-      reader_.received(part.size());
-      rest = rest.subspan(part.size());
-      for (auto step = reader_.next(); step.index() != 0; step = reader_.next()) {
-        if (const auto* frame = std::get_if<wire::FrameReader::Frame>(&step)) {
-          frames.push_back({frame->header.type, frame->header.tag, toBytes(frame->payload)});
-        }
-        sawBrokenFrame = sawBrokenFrame || std::holds_alternative<wire::FrameReader::Broken>(step);
-        if (sawBrokenFrame) break;
+    if (!sawEnd) reader_.received(static_cast<std::size_t>(count));
+    for (auto step = reader_.next(); step.index() != 0 && !sawBrokenFrame; step = reader_.next()) {
+      if (const auto* frame = std::get_if<wire::FrameReader::Frame>(&step)) {
+        frames.push_back({frame->header.type, frame->header.tag, toBytes(frame->payload)});
       }
+      sawBrokenFrame = std::holds_alternative<wire::FrameReader::Broken>(step);
     }
   }
 }

@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -32,8 +33,7 @@ void sendResult(const posix::FileDescriptor& socket, unsigned result) {
 std::string attached(usb::DeviceID device, const std::string& connection) {
   return string("MessageType", "Attached") + integer("DeviceID", device) +
          "<key>Properties</key><dict>" + string("ConnectionType", connection) +
-         integer("DeviceID", device) + string("SerialNumber", "phone-" + std::to_string(device)) +
-         "</dict>";
+         string("SerialNumber", "phone-" + std::to_string(device)) + "</dict>";
 }
 
 }  // namespace
@@ -126,13 +126,10 @@ bool FakeUsbmuxd::answer(Client& client, plist_t request) {
   }
   if (type == "ReadPairRecord") {
     const auto serial = usb::textIn(request, "PairRecordID");
-    for (const auto stranger : strangers) {
-      if (serial == "phone-" + std::to_string(stranger)) {
-        sendResult(client.socket, 2);
-        return false;
-      }
-    }
-    send(client.socket, "<key>PairRecordData</key><data>AAAA</data>");
+    const bool isStranger = std::ranges::any_of(
+        strangers, [&](auto stranger) { return serial == "phone-" + std::to_string(stranger); });
+    isStranger ? sendResult(client.socket, 2)
+               : send(client.socket, "<key>PairRecordData</key><data>AAAA</data>");
     return false;
   }
   sendResult(client.socket, 1);

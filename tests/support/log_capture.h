@@ -17,8 +17,6 @@ class LogCapture {
     qInstallMessageHandler(nullptr);
     take();
   }
-  LogCapture(const LogCapture&) = delete;
-  LogCapture& operator=(const LogCapture&) = delete;
 
   /// The lines since the last call.
   static std::vector<std::string> take() {

@@ -17,10 +17,6 @@ PrivateAudioServer::PrivateAudioServer() {
                   "XDG_CONFIG_HOME=" + folder_.string(), "XDG_STATE_HOME=" + folder_.string()};
 }
 
-PrivateAudioServer::~PrivateAudioServer() {
-  kill();
-}
-
 bool PrivateAudioServer::start() {
   launch();
   return eventually([this] { return pactl({"info"}); });
@@ -46,10 +42,13 @@ bool PrivateAudioServer::setDefaultSink(const std::string& name) const {
 
 bool PrivateAudioServer::pactl(std::vector<std::string> arguments) const {
   arguments.insert(arguments.begin(), "pactl");
-  return ChildProcess({.arguments = std::move(arguments),
-                       .environment = environment_,
-                       .output = folder_ / "pactl.log"})
-             .wait() == 0;
+  return launched(std::move(arguments)).wait() == 0;
+}
+
+ChildProcess PrivateAudioServer::launched(std::vector<std::string> arguments) const {
+  const auto log = folder_ / (arguments.front() + ".log");
+  return ChildProcess(
+      {.arguments = std::move(arguments), .environment = environment_, .output = log});
 }
 
 bool PrivateAudioServer::removeNullSink(const std::string& name) const {
@@ -68,9 +67,7 @@ std::vector<std::string> PrivateAudioServer::recordingNumbers() const {
 }
 
 ChildProcess PrivateAudioServer::record(const std::string& program) const {
-  return ChildProcess({.arguments = {"parec", "--client-name=" + program, "/dev/null"},
-                       .environment = environment_,
-                       .output = folder_ / "parec.log"});
+  return launched({"parec", "--client-name=" + program, "/dev/null"});
 }
 
 std::vector<std::string> PrivateAudioServer::list(const std::string& kind) const {
@@ -127,12 +124,9 @@ ChildProcess PrivateAudioServer::play(const Sine& sine) const {
   std::ofstream(file, std::ios::binary)
       .write(reinterpret_cast<const char*>(samples.data()),
              static_cast<std::streamsize>(samples.size() * sizeof(float)));
-  return ChildProcess(
-      {.arguments = {"pacat", "--playback", "--raw", "--format=float32le", "--rate=48000",
-                     "--channels=" + std::to_string(channels), "--channel-map=" + sine.channelMap,
-                     "--latency-msec=20", "--device=" + sine.sink, file.string()},
-       .environment = environment_,
-       .output = folder_ / "pacat.log"});
+  return launched({"pacat", "--playback", "--raw", "--format=float32le", "--rate=48000",
+                   "--channels=" + std::to_string(channels), "--channel-map=" + sine.channelMap,
+                   "--latency-msec=20", "--device=" + sine.sink, file.string()});
 }
 
 void PrivateAudioServer::useInThisProcess() const {
@@ -167,15 +161,18 @@ void PrivatePulse::launch() {
       "-L",
       "module-native-protocol-unix auth-anonymous=1 socket=" + (folder_ / "native").string()};
   if (!script_) arguments.emplace_back("-n");
-  processes_.emplace_back(ChildProcess::Command{.arguments = std::move(arguments),
-                                                .environment = environment_,
-                                                .output = folder_ / "pulseaudio.log"});
+  processes_.push_back(launched(std::move(arguments)));
 }
 
-bool PrivatePipeWire::isInstalled() {
-  return hasProgram("pipewire") && hasProgram("pw-mon") && hasProgram("wireplumber") &&
-         hasProgram("pipewire-pulse") && hasProgram("dbus-daemon") && hasProgram("pactl");
-}
+namespace {
+
+class PrivatePipeWire : public PrivateAudioServer {
+ public:
+  PrivatePipeWire();
+
+ private:
+  void launch() override;
+};
 
 PrivatePipeWire::PrivatePipeWire() {
   environment_.push_back("PULSE_SERVER=unix:" + (folder_ / "pulse/native").string());
@@ -188,10 +185,8 @@ void PrivatePipeWire::launch() {
   for (const auto* leftBehind : {"bus", "pipewire-0"}) {  // by servers that were killed
     std::filesystem::remove(folder_ / leftBehind, ignored);
   }
-  const auto run = [this](std::vector<std::string> arguments) {
-    const auto log = folder_ / (arguments.front() + ".log");
-    processes_.emplace_back(ChildProcess::Command{
-        .arguments = std::move(arguments), .environment = environment_, .output = log});
+  const auto run = [this](const std::vector<std::string>& arguments) {
+    processes_.push_back(launched(arguments));
   };
   run({"dbus-daemon", "--session", "--nofork",
        "--address=unix:path=" + (folder_ / "bus").string()});
@@ -209,11 +204,17 @@ void PrivatePipeWire::launch() {
   run({"pipewire-pulse"});
 }
 
+}  // namespace
+
 std::unique_ptr<PrivateAudioServer> makePrivateServer(std::string_view kind, bool script) {
-  if (kind == "PulseAudio" && PrivatePulse::isInstalled()) {
+  const auto areInstalled = [](std::initializer_list<const char*> programs) {
+    return std::ranges::all_of(programs, hasProgram);
+  };
+  if (kind == "PulseAudio" && areInstalled({"pulseaudio", "pactl"})) {
     return std::make_unique<PrivatePulse>(script);
   }
-  if (kind == "PipeWire" && PrivatePipeWire::isInstalled()) {
+  if (kind == "PipeWire" && areInstalled({"pipewire", "pw-mon", "wireplumber", "pipewire-pulse",
+                                          "dbus-daemon", "pactl"})) {
     return std::make_unique<PrivatePipeWire>();
   }
   return nullptr;

@@ -17,7 +17,7 @@ namespace quorin::test {
 /// An audio server with its runtime folder, and the environment that leads to it.
 class PrivateAudioServer {
  public:
-  virtual ~PrivateAudioServer();
+  virtual ~PrivateAudioServer() = default;
   PrivateAudioServer(const PrivateAudioServer&) = delete;
   PrivateAudioServer& operator=(const PrivateAudioServer&) = delete;
 
@@ -38,6 +38,7 @@ class PrivateAudioServer {
   /// Wait for the device to be there: PipeWire adds it a little after the answer to its making.
   bool setDefaultSource(const std::string& name) const;
   bool setDefaultSink(const std::string& name) const;
+  /// True when the server has done so.
   bool pactl(std::vector<std::string> arguments) const;
   /// The streams that record, as `pactl` numbers them.
   std::vector<std::string> recordingNumbers() const;
@@ -81,6 +82,8 @@ class PrivateAudioServer {
   /// What `pactl` answers.
   std::string ask(std::vector<std::string> arguments) const;
   void signalAll(int signal);
+  /// A program in the server's environment, which logs to a file of its name.
+  ChildProcess launched(std::vector<std::string> arguments) const;
 
   TemporaryDirectory directory_;
   const std::filesystem::path folder_ = directory_.path();
@@ -90,7 +93,6 @@ class PrivateAudioServer {
 
 class PrivatePulse : public PrivateAudioServer {
  public:
-  static bool isInstalled() { return hasProgram("pulseaudio") && hasProgram("pactl"); }
   /// `script`: whether it starts as at a login, with the user's own start script.
   explicit PrivatePulse(bool script = false);
 
@@ -98,15 +100,6 @@ class PrivatePulse : public PrivateAudioServer {
   void launch() override;
 
   const bool script_;
-};
-
-class PrivatePipeWire : public PrivateAudioServer {
- public:
-  static bool isInstalled();
-  PrivatePipeWire();
-
- private:
-  void launch() override;
 };
 
 /// "PulseAudio" or "PipeWire"; null where that is not installed.

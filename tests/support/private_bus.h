@@ -17,10 +17,7 @@ class PrivateBus {
 
   PrivateBus() {
     const auto config = folder_.path() / "bus.conf";
-    std::ofstream(config) << R"(<!DOCTYPE busconfig PUBLIC
- "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
+    std::ofstream(config) << R"(<busconfig>
   <type>session</type>
   <listen>)" << address() << R"(</listen>
   <auth>EXTERNAL</auth>

@@ -20,8 +20,8 @@ class UdpPeer {
   /// Talks to that port, or to whoever was heard last.
   explicit UdpPeer(std::uint16_t port = 0) : UdpPeer(wire::Endpoint{INADDR_LOOPBACK, port}) {}
   explicit UdpPeer(const wire::Endpoint& peer) : peer_(peer.socketAddress()) {
-    const timeval patience{.tv_sec = 5, .tv_usec = 0};
-    ::setsockopt(fd_.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    const timeval timeout{.tv_sec = 5, .tv_usec = 0};
+    ::setsockopt(fd_.get(), SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
     const auto anyPort = wire::Endpoint{peer.address, 0}.socketAddress();
     ::bind(fd_.get(), reinterpret_cast<const sockaddr*>(&anyPort), sizeof anyPort);
   }

@@ -1,6 +1,7 @@
 #include "usb/cable.h"
 
 #include "core/simulated_scheduler.h"
+#include "support/allocation_count.h"
 #include "support/eventually.h"
 #include "support/fake_phone.h"
 #include "support/fake_usbmuxd.h"
@@ -281,19 +282,6 @@ TEST_F(CableTest, APhoneThatAcceptsReplacesALoopbackChannel) {
   EXPECT_TRUE(link.notConnectedQueueSuspended());
 }
 
-TEST_F(CableTest, ALoopbackAppThatComesAndGoesDoesNotRestartThePhonesAttempt) {
-  connectedLocally();
-  service.answers = false;
-  plugIn(5);
-  pass(1s);
-  const auto accepted = service.accepted;
-  for (int i = 0; i < 3; ++i) {
-    phones.at(0).hangUp();
-    pass(1200ms);
-  }
-  EXPECT_EQ(service.accepted, accepted);
-}
-
 TEST_F(CableTest, LeavingClosesAPhonesChannelAndKeepsALoopbackOneWithoutGoingOnAfterIt) {
   connected();
   leaveCable();
@@ -329,7 +317,7 @@ TEST_F(CableTest, ShowsWhatThePhoneSays) {
        info,
        {"status: Connected to <dict>\n\t<key>name</key>\n\t<string>Ana</string>\n</dict>"}},
       {"unreadable", 100, {}, {"status: Connected to (unreadable device information)"}},
-      {"text", 101, bytes({0, 0, 0, 5}) + bytesOf("hello"), {"message: [5]: hello"}},
+      {"text", 101, wire::encodeText("hello"), {"message: [5]: hello"}},
       {"cut text",
        101,
        bytes({0, 0, 0, 9}) + bytesOf("hello"),
@@ -392,7 +380,7 @@ TEST_F(CableTest, PingsEachSecondAndSaysWhenTheAppFallsSilent) {
   EXPECT_GE(count(second, wire::CableFrame::kPing), 1U) << "the loop survives its channel";
 }
 
-TEST_F(CableTest, AChunkIsOneFrameOfItsSamples) {
+TEST_F(CableTest, AChunkIsOneFrameAndAPhoneThatStopsReadingCostsOnlySound) {
   wire::AudioChunk chunk{};
   chunk[0] = 1.0F;
   chunk[881] = -0.5F;
@@ -407,7 +395,26 @@ TEST_F(CableTest, AChunkIsOneFrameOfItsSamples) {
   const auto samples = bytes({0, 0, 0x80, 0x3F}) + Bytes(3528 - 8) + bytes({0, 0, 0, 0xBF});
   EXPECT_THAT(phone.frames, Contains(SentFrame{104, 0, samples}));
   EXPECT_EQ(count(phone, wire::CableFrame::kAudio), 1U);
+
+  std::size_t allocations = 0;
+  sendQueue->async([&] {  // far more than the phone reads meanwhile
+    for (int i = 0; i < 5000; ++i) cable.audioPath().send(chunk);
+    const auto before = test::allocationsOfThisThread();
+    for (int i = 0; i < 5000; ++i) cable.audioPath().send(chunk);
+    allocations = test::allocationsOfThisThread() - before;
+  });
+  run();
+  EXPECT_EQ(allocations, 0U);
+  EXPECT_TRUE(cable.sendMessage("still here"));
+  run();
+  EXPECT_EQ(count(phone, wire::CableFrame::kText), 1U);
+  EXPECT_LT(count(phone, wire::CableFrame::kAudio), 1000U) << "the others were dropped";
+  EXPECT_FALSE(phone.sawBrokenFrame);
+
+  phone.send(101, 0, wire::encodeText("bye"));
   phone.hangUp();
+  send();  // so that writing fails before reading has found the end
+  EXPECT_THAT(console(), Contains("message: [5]: bye"));
   leaveCable();
   EXPECT_FALSE(cable.audioPath().isOpen());
   send();
