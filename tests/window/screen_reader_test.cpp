@@ -38,7 +38,6 @@ class Reader : public QObject {
   /// Takes `text` off what has been said; waits for it.
   bool says(const QString& text) {
     const bool heard = QTest::qWaitFor([&] { return said.contains(text); });
-    if (!heard) std::printf("said so far: %s\n", qPrintable(said.join(" | ")));
     said.clear();
     return heard;
   }
