@@ -49,7 +49,6 @@ TEST(PicturesTest, DrawingsAreRenderedForTheDisplayAndTinted) {
   const QImage red = renderSquare(*images.symbol("stop.fill", Qt::red), 24);
   EXPECT_EQ(red.pixel(12, 12), qRgb(255, 0, 0));
   EXPECT_EQ(qAlpha(red.pixel(0, 0)), 0);
-  EXPECT_EQ(images.icon("Logo").pixmap(48).toImage().pixelColor(24, 24).alpha(), 255);
 }
 
 }  // namespace

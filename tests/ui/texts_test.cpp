@@ -3,11 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <QRegularExpression>
-#include <ostream>
-
-void PrintTo(const QString& text, std::ostream* out) {
-  *out << '"' << text.toStdString() << '"';
-}
 
 namespace quorin::app {
 namespace {

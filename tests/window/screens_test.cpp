@@ -14,16 +14,14 @@ namespace {
 using ScreensTest = WindowFixture;
 
 TEST_F(ScreensTest, TheCodeReadsBackAtEverySizeAndGrowsWithTheWindow) {
-  show(menu());
+  const char* const address = "192.168.178.124:65535";
+  views_.onlineQRImageView_->showCode(generateQRCodeFromString(address, 300), address);
   for (const QSize size : {QSize(720, 680), QSize(721, 681), QSize(1200, 750), QSize(2560, 1440)}) {
-    for (const char* content : {"10.0.0.2:9000", "192.168.178.124:65535"}) {
-      window_.resize(size);
-      views_.onlineQRImageView_->showCode(generateQRCodeFromString(content, 300), content);
-      show(wifi(3));
-      EXPECT_THAT(quorin::test::codesOn(window_), ::testing::ElementsAre(content))
-          << size.width() << " x " << size.height() << ", factor " << window_.devicePixelRatio();
-      EXPECT_EQ(views_.onlineQRImageView_->width(), size.width() == 2560 ? 400 : 300);
-    }
+    window_.resize(size);
+    show(wifi(3));
+    EXPECT_THAT(quorin::test::codesOn(window_), ::testing::ElementsAre(address))
+        << size.width() << " x " << size.height() << ", factor " << window_.devicePixelRatio();
+    EXPECT_EQ(views_.onlineQRImageView_->width(), size.width() == 2560 ? 400 : 300);
   }
 }
 

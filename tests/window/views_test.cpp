@@ -60,13 +60,10 @@ TEST_F(ViewsTest, ControlsHaveANameAndARoleAndDecorationsNoName) {
 TEST_F(ViewsTest, AClickAnywhereOnACardChoosesItAndTabWalksTheMenu) {
   show(menu());
   EXPECT_EQ(window_.focusWidget(), views_.menuOnlineButton_);
-  std::vector<QWidget*> walked;
-  for (int i = 0; i < 3; ++i) {
+  for (const char* next : {"menuOfflineButton_", "menuPrivacyButton_", "menuOnlineButton_"}) {
     press(Qt::Key_Tab);
-    walked.push_back(window_.focusWidget());
+    EXPECT_EQ(window_.focusWidget()->objectName(), next);
   }
-  EXPECT_THAT(walked, testing::ElementsAre(views_.menuOfflineButton_, views_.menuPrivacyButton_,
-                                           views_.menuOnlineButton_));
   const QSignalSpy online(views_.menuOnlineButton_, &QAbstractButton::clicked);
   const QSignalSpy offline(views_.menuOfflineButton_, &QAbstractButton::clicked);
   clickAt(views_.menuOnlineButton_->geometry().center());
@@ -130,7 +127,6 @@ TEST_F(ViewsTest, TheAddressIsCopiedAndSaysSo) {
   auto* const code = views_.onlineQRImageView_;
   auto* const text = views_.onlineAddressView_->findChild<QLineEdit*>();
   auto* const button = views_.onlineAddressView_->findChildren<PushButton*>().first();
-  EXPECT_EQ(code->accessibleName(), "Copy address 192.168.1.10:9000");
   const std::function<void()> ways[] = {
       [&] { clickAt(code->geometry().center()); },
       [&] { QTest::keyClick(code, Qt::Key_Return); },

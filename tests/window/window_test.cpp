@@ -1,6 +1,5 @@
 #include "ui/controls.h"
 #include "window/alert.h"
-#include "window/main_window.h"
 #include "window/window_fixture.h"
 
 #include <QScreen>
