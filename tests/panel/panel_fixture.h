@@ -77,7 +77,7 @@ class PanelServerTest : public ::testing::Test {
                 },
             .makeSocket =
                 [this](auto&&...) { return socket_ = std::make_shared<FakeSocket>(startFailure_); },
-            .getLocalIPAddress = [this] { return localAddress_; },
+            .getLocalIPAddress = [] { return "192.168.1.20"; },
             .print = [this](std::string_view line) { console_.emplace_back(line); },
         });
   }
@@ -105,7 +105,6 @@ class PanelServerTest : public ::testing::Test {
 
   dispatch::SimulatedScheduler scheduler_;
   std::optional<SocketError> startFailure_;
-  std::optional<std::string> localAddress_ = "192.168.1.20";
   std::vector<std::string> console_;
   std::shared_ptr<FakeSocket> socket_;
   FakeCapture* capture_ = nullptr;

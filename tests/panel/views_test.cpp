@@ -16,7 +16,6 @@ using namespace std::chrono_literals;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::Not;
 
 /// The panel on the offscreen platform, 560 x 860.
@@ -62,8 +61,6 @@ class PanelViewsTest : public PanelServerTest {
 TEST_F(PanelViewsTest, FollowsItsServerFromStopToStop) {
   EXPECT_EQ(button()->accessibleName(), "Iniciar Servidor");
   EXPECT_THAT(texts(), ::testing::IsSupersetOf({"Detenido", "Servidor detenido"}));
-  EXPECT_THAT(said<TitledBox>(), IsEmpty());
-
   startFailure_ = SocketError{-2, "No se pudo hacer bind", std::errc::address_in_use};
   clickButton();
   EXPECT_THAT(texts(), Contains(HasSubstr("El puerto 9000 está ocupado")));
@@ -72,24 +69,18 @@ TEST_F(PanelViewsTest, FollowsItsServerFromStopToStop) {
   clickButton();
   EXPECT_EQ(button()->accessibleName(), "Detener Servidor");
   EXPECT_THAT(texts(), ::testing::IsSupersetOf({"Activo", "Scan the code"}));
-  EXPECT_THAT(texts(), Not(Contains("Servidor detenido")));
-  const std::string information = "Información del Servidor";
-  const std::string capture = "Captura de Audio";
-  const auto withCode =
-      ElementsAre(information, "Estadísticas", "📱 Código QR para Conectar", capture);
-  EXPECT_THAT(said<TitledBox>(), withCode);
+  EXPECT_THAT(texts(), Not(Contains(::testing::AnyOf("Servidor detenido", HasSubstr("ocupado")))));
   EXPECT_THAT(test::codesOn(panel_), ElementsAre("192.168.1.20:9000"));
 
+  const std::string code = "📱 Código QR para Conectar";
   clientSays(1, "<<HELLO>>");
-  EXPECT_THAT(said<TitledBox>(),
-              ElementsAre(information, "Estadísticas", "Clientes Conectados", capture));
+  EXPECT_THAT(said<TitledBox>(), Not(Contains(code))) << "its place is the clients'";
   clientSays(1, "<<STOP>>");
-  EXPECT_THAT(said<TitledBox>(), withCode);
+  EXPECT_THAT(said<TitledBox>(), Contains(code));
 
   clickButton();
   EXPECT_EQ(button()->accessibleName(), "Iniciar Servidor");
   EXPECT_THAT(texts(), Contains("Servidor detenido"));
-  EXPECT_THAT(texts(), Not(Contains(HasSubstr("ocupado"))));
 }
 
 TEST_F(PanelViewsTest, ListsAHundredClientsAndCountsTheOthers) {
@@ -102,6 +93,9 @@ TEST_F(PanelViewsTest, ListsAHundredClientsAndCountsTheOthers) {
   EXPECT_THAT(said<ValueRow>(),
               ::testing::IsSupersetOf({"IP Local 192.168.1.20", "Puerto 9000", "Clientes 2",
                                        "Paquetes/seg 50.0 pkt/s", "Velocidad 1378.1 Kbps"}));
+  scheduler_.advance(5s);
+  settle();
+  EXPECT_THAT(said<ValueRow>(), Contains("Paquetes/seg 0.0 pkt/s")) << "each period on its own";
   for (int port = 10'001; port <= 12'000; ++port) socket_->receive("<<HELLO>>", keyOf(port));
   settle();
   EXPECT_EQ(said<ClientRow>().size(), 100U);

@@ -49,26 +49,6 @@ TEST(PicturesTest, DrawingsAreRenderedForTheDisplayAndTinted) {
   const QImage red = renderSquare(*images.symbol("stop.fill", Qt::red), 24);
   EXPECT_EQ(red.pixel(12, 12), qRgb(255, 0, 0));
   EXPECT_EQ(qAlpha(red.pixel(0, 0)), 0);
-  EXPECT_EQ(images.icon("Logo").pixmap(48).toImage().pixelColor(24, 24).alpha(), 255);
-}
-
-TEST(PicturesTest, TheProgramCarriesEveryPictureAndSymbol) {
-  const app::Images images;
-  for (const char* name : {"Logo", "Logo 1", "internet", "Cable"}) {
-    EXPECT_TRUE(images.imageForView(name)) << name;
-  }
-  EXPECT_FALSE(images.imageForView("none"));
-  for (const char* name :
-       {"mic.slash", "waveform.circle.fill", "server.rack", "chart.line.uptrend.xyaxis",
-        "person.2.fill", "qrcode", "mic.fill", "network", "number",
-        "iphone.radiowaves.left.and.right", "chart.bar.fill", "stop.circle", "play.fill",
-        "stop.fill", "circle.fill"}) {
-    const auto symbol = images.symbol(name, Qt::green);
-    ASSERT_TRUE(symbol) << name;
-    QImage nothing(24, 24, QImage::Format_ARGB32_Premultiplied);
-    nothing.fill(Qt::transparent);
-    EXPECT_NE(renderSquare(*symbol, 24), nothing) << name;
-  }
 }
 
 }  // namespace

@@ -43,7 +43,7 @@ class WindowFixture : public testing::Test {
   static std::vector<ScreenState> allScreens() {
     ScreenState lost = wifi();
     lost.wifi = WiFiPage::Content::kMessage;
-    ScreenState problem = wifi();
+    ScreenState problem = lost;
     problem.wifi = WiFiPage::Content::kProblem;
     problem.otherPort = true;
     ScreenState silent = wifi(10);
