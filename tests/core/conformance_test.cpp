@@ -6,7 +6,6 @@
 #include <sys/eventfd.h>
 
 #include <QCoreApplication>
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <functional>
