@@ -124,7 +124,6 @@ class LinkButton : public PushButton {
   /// The new title starts without underline, also under the mouse.
   void setTitle(const QString& title);
   void applyUnderline(bool underlined);
-  bool isUnderlined() const { return underlined_; }
 
  protected:
   void enterEvent(QEnterEvent* event) override;

@@ -282,6 +282,19 @@ TEST_F(CableTest, APhoneThatAcceptsReplacesALoopbackChannel) {
   EXPECT_TRUE(link.notConnectedQueueSuspended());
 }
 
+TEST_F(CableTest, ALoopbackAppThatComesAndGoesDoesNotRestartThePhonesAttempt) {
+  connectedLocally();
+  service.answers = false;
+  plugIn(5);
+  pass(1s);
+  const auto accepted = service.accepted;
+  for (int i = 0; i < 3; ++i) {
+    phones.at(0).hangUp();
+    pass(1200ms);
+  }
+  EXPECT_EQ(service.accepted, accepted);
+}
+
 TEST_F(CableTest, LeavingClosesAPhonesChannelAndKeepsALoopbackOneWithoutGoingOnAfterIt) {
   connected();
   leaveCable();
