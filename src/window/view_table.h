@@ -122,8 +122,8 @@ namespace quorin::app {
   VIEW(PushButton, onlineOtherPortButton_, onlineContainer_, on(kWifiProblem) && state.otherPort,  \
        {}, systemFont(16, QFont::DemiBold), looks::kProminent)                                     \
                                                                                                    \
-  VIEW(NonInteractiveLabel, silenceLabel_, contentView, isSilent,                                  \
-       tr("status.silent"), orange(14, QFont::DemiBold))                                           \
+  VIEW(NonInteractiveLabel, silenceLabel_, contentView, isSilent, tr("status.silent"),             \
+       orange(14, QFont::DemiBold))                                                                \
   VIEW(PushButton, silenceMoveButton_, contentView, isSilent&& state.mayBeMoved,                   \
        tr("status.silent.move"), systemFont(13), looks::kPlain)                                    \
   VIEW(LevelMeter, levelMeter_, contentView, streams, tr("sound_level"))                           \
