@@ -51,7 +51,8 @@ std::unique_ptr<AudioCapture> makeCapture(dispatch::Scheduler& scheduler,
 
 CaptureFactory captureFrom(dispatch::Scheduler& scheduler, audio::AudioServer& server) {
   return [&scheduler, &server] {
-    return makeCapture(scheduler, {.makeEngine = [&server] { return server.makeEngine(audio::mayBeStreamed); }});
+    return makeCapture(
+        scheduler, {.makeEngine = [&server] { return server.makeEngine(audio::mayBeStreamed); }});
   };
 }
 

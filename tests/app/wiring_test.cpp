@@ -67,7 +67,8 @@ TEST_F(WiringTest, EveryControlReachesItsOperation) {
 
   window().activateWindow();
   ASSERT_TRUE(QTest::qWaitForWindowActive(&window()));
-  QTimer::singleShot(0, [&] { QTest::keyClick(window().windowHandle(), Qt::Key_Q, Qt::ControlModifier); });
+  QTimer::singleShot(
+      0, [&] { QTest::keyClick(window().windowHandle(), Qt::Key_Q, Qt::ControlModifier); });
   QTimer::singleShot(5000, [] { QApplication::exit(1); });
   EXPECT_EQ(QApplication::exec(), 0);
 }

@@ -1,5 +1,5 @@
-#include "wire/cable_frames.h"
 #include "usb/device_information.h"
+#include "wire/cable_frames.h"
 #include "wire/control_message.h"
 
 #include <cstddef>
