@@ -27,7 +27,7 @@ std::expected<Options, std::string> parseOptions(const QStringList& arguments) {
        {"json", "Print the result as JSON."},
        {{"h", "help"}, "Print this text and exit."},
        {"version", "Print the version and exit."}});
-  if (!parser.parse(arguments)) return std::unexpected(parser.errorText().toStdString() + '.');
+  if (!parser.parse(arguments)) return std::unexpected(parser.errorText().toStdString());
 
   Options options;
   if (parser.isSet("help")) options.answer = parser.helpText().toStdString();
