@@ -167,9 +167,10 @@ void UdpServer::handleHello(const Received& received) {
   }
   // The first client's sound begins after it joined.
   if (result == kFirstClient) sender_.clearAudioFrames();
+  // Before the answers: the server's own socket may be full of answers to hosts that are gone.
+  if (!isConnected(received.source, received.local)) connect(received.source, received.local);
   reply(received, wire::kReady);
   reply(received, wire::kFormat);
-  if (!isConnected(received.source, received.local)) connect(received.source, received.local);
   if (result != kKnownClient) clientChanged(received.source);
 }
 

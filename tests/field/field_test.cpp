@@ -148,6 +148,21 @@ TEST_F(Field, ForgedSourcesAreIgnored) {
   EXPECT_TRUE(computer.server().clients().empty());
 }
 
+TEST_F(Field, AnswersToHostsThatAreGoneDoNotKeepAPhoneFromItsOwn) {
+  Computer computer;
+  const auto server = *wire::Endpoint::parse("10.11.0.2:9000");
+  for (int batch = 0; batch < 15; ++batch) {  // until the server's own socket is full
+    phones_.run([&] {
+      for (std::uint32_t i = 0; i < 60; ++i) {
+        sendForged({.address = 0x0A0B00C8 + i % 40, .port = 4000}, server, "<<PING>>");
+      }
+    });
+    computer.runFor(10ms);
+  }
+  auto& phone = computer.newClient(phones_, address(0));
+  EXPECT_THAT(phone.messages, ElementsAre(wire::kReady, wire::kFormat));
+}
+
 TEST_F(Field, AClosedPortEndsTheStreamWithItsFirstAnswer) {
   Computer computer;
   const auto victim = *wire::Endpoint::parse("10.11.0.105:5555");
