@@ -34,7 +34,7 @@ class Guard : public WholeTest {
   }
   static void TearDownTestSuite() { privateBus.reset(); }
 
-  /// Three phones that hear something.
+  /// Three phones that receive sound.
   void stream() {
     program_->phones.clear();
     for (int i = 0; i < 3; ++i) join();

@@ -24,8 +24,8 @@ class ChangingNetwork : public WholeTest {
         limit);
   }
 
-  /// A phone that scans the code now is answered, and hears a whole second without a sample lost or
-  /// doubled; a player on a busy machine may stumble.
+  /// A phone that scans the code now is answered, and receives a whole second with no sample lost
+  /// or doubled; a player on a busy machine may stumble.
   void expectAPhoneToHearTheTone(const std::string& address) {
     auto& phone = join(address);
     // The server is bound once more while the network settles and forgets who joined before: a

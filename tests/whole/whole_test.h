@@ -34,7 +34,7 @@ class WholeTest : public test::OnBothServers {
     program_ = std::make_unique<WholeProgram>(mode);
     ASSERT_TRUE(program_->becomes(untilShown));
   }
-  /// A phone that has joined and hears something.
+  /// A phone that has joined and receives sound.
   Phone& join(const std::string& address = "10.11.0.2") {
     auto& phone = program_->newPhone(address);
     phone.says("<<HELLO>>");

@@ -11,7 +11,7 @@
 
 namespace quorin::listen {
 
-/// What is known of the sound received so far, and how a reader is told. Pure: no clock, no file.
+/// Statistics of the sound received so far, and their texts. Pure: no clock, no file.
 class Report {
  public:
   /// Sound of one of the two formats; the samples come back for those who write or play them.

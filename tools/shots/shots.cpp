@@ -240,7 +240,7 @@ void photographWindow(const QDir& folder) {
   }
 }
 
-// ---- The panel, with a network and a device that do as they are told
+// ---- The panel, with a fake network and a fake device
 
 struct StagedSocket final : panel::DatagramSocket {
   void setOnMessageReceived(MessageHandler handler) override { receive = std::move(handler); }
