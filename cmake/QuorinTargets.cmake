@@ -8,6 +8,7 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 
 include(GNUInstallDirs)
+include(GoogleTest)
 
 set(QUORIN_SANITIZE "" CACHE STRING "Sanitizers for the whole build, as -fsanitize= takes them")
 # On for those who write the code; off for those who build it with flags of their own.
@@ -92,31 +93,38 @@ function(quorin_test_options name)
   target_compile_options(${name} PRIVATE -UNDEBUG -fPIC $<$<NOT:$<CONFIG:Debug>>:-O1>)
 endfunction()
 
-# quorin_test(NAME SOURCES ... [LIBRARIES ...] [TIMEOUT seconds] [ALONE])
-# One GoogleTest program, one entry in ctest. Widgets are tested with the offscreen platform. ALONE
-# keeps the processor free of other tests, for those that run other programs or real threads. Labels
-# for ctest -L: unit, system (alone) and slow (a longer TIMEOUT).
+# quorin_test(NAME SOURCES ... [LIBRARIES ...] [TIMEOUT seconds] [ALONE | SYSTEM] [AS_ONE])
+# One GoogleTest program, whose cases are entries of ctest, or with AS_ONE the program itself. Labels
+# for ctest -L: unit, system (other programs, real threads and devices) and slow (a longer TIMEOUT).
+# ALONE is a system test that measures time, and keeps the processor free of others.
 function(quorin_test name)
-  cmake_parse_arguments(ARG "ALONE" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(ARG "ALONE;SYSTEM;AS_ONE" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 120)
   endif()
-  add_executable(${name} ${ARG_SOURCES})
+  add_executable(${name} ${ARG_SOURCES} "${PROJECT_SOURCE_DIR}/tests/support/environment.cpp")
   quorin_test_options(${name})
   target_precompile_headers(${name} REUSE_FROM quorin_test_headers)
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
   target_link_libraries(${name} PRIVATE quorin_options ${ARG_LIBRARIES} GTest::gmock)
   set_target_properties(
     ${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests/bin")
-  add_test(NAME ${name} COMMAND ${name})
   set(label unit)
-  if(ARG_ALONE)
+  if(ARG_ALONE OR ARG_SYSTEM)
     set(label system)
   endif()
   if(ARG_TIMEOUT GREATER 120)
-    list(APPEND label slow)
+    set(label slow)
   endif()
-  set_tests_properties(
-    ${name} PROPERTIES LABELS "${label}" TIMEOUT ${ARG_TIMEOUT} RUN_SERIAL ${ARG_ALONE} SKIP_RETURN_CODE 77 ENVIRONMENT
-                       "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;QUORIN_BIN=${CMAKE_BINARY_DIR}/bin")
+  set(properties LABELS ${label} TIMEOUT ${ARG_TIMEOUT} RUN_SERIAL ${ARG_ALONE} SKIP_RETURN_CODE 77)
+  if(ARG_AS_ONE)
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES ${properties})
+  else()
+    gtest_discover_tests(
+      ${name}
+      TEST_PREFIX "${name}: "
+      DISCOVERY_MODE PRE_TEST
+      PROPERTIES ${properties})
+  endif()
 endfunction()

@@ -55,6 +55,7 @@ void WiFiMode::leave() {
   retryTimer_.reset();
   state_.problem.reset();
   if (server_.isRunning()) server_.stopUDP();
+  log::detail(kLogArea, std::to_string(server_.ignoredDatagrams()) + " datagrams ignored so far");
 }
 
 /// Shared by page entry and re-entry, after the server's start.

@@ -64,6 +64,11 @@ int ChildProcess::wait() {
   return exitStatus_;
 }
 
+std::string builtPrograms() {
+  const auto self = std::filesystem::read_symlink("/proc/self/exe");
+  return (self.parent_path().parent_path().parent_path() / "bin").string();
+}
+
 bool hasProgram(const std::string& name) {
   const std::string look = "command -v " + name;
   return ChildProcess({.arguments = {"sh", "-c", look}, .environment = {}, .output = {}}).wait() ==

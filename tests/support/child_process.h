@@ -40,6 +40,9 @@ class ChildProcess {
   int exitStatus_ = -1;
 };
 
+/// The folder of the programs that were built with this test.
+std::string builtPrograms();
+
 /// True when the program is installed.
 bool hasProgram(const std::string& name);
 

@@ -20,7 +20,7 @@ using ::testing::HasSubstr;
 
 const std::string kSpeaker = "speaker speaker.monitor";
 const std::string kDevice = "quorin_audio quorin_audio_input";
-const std::string kProgram = std::string(std::getenv("QUORIN_BIN")) + "/quorin-device";
+const std::string kProgram = test::builtPrograms() + "/quorin-device";
 
 /// `quorin-device lend` at work.
 struct Lender {

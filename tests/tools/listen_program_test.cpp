@@ -35,7 +35,7 @@ class QuorinListen : public testing::Test {
   std::string path(const char* name) const { return folder_.path() / name; }
 
   void start(const std::vector<std::string>& arguments) {
-    const std::string program = std::string(std::getenv("QUORIN_BIN")) + "/quorin-listen";
+    const std::string program = test::builtPrograms() + "/quorin-listen";
     std::vector<std::string> words = {"sh", "-c", "exec \"$0\" \"$@\" 2>" + path("err"), program};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::filesystem::remove(path("out"));

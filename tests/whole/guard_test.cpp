@@ -30,7 +30,7 @@ class Guard : public WholeTest {
     qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(privateBus->address()));
     ASSERT_TRUE(QDBusConnection::sessionBus().isConnected());  // Qt keeps to it from now on
     // The program looks for its helper beside itself, else in the path.
-    qputenv("PATH", qgetenv("QUORIN_BIN") + ":" + qgetenv("PATH"));
+    qputenv("PATH", QByteArray::fromStdString(test::builtPrograms()) + ":" + qgetenv("PATH"));
   }
   static void TearDownTestSuite() { privateBus.reset(); }
 
@@ -134,8 +134,7 @@ TEST_P(Guard, OneClickBringsWhatPlaysToAPhoneAndEveryEndGivesItBack) {
     SCOPED_TRACE(signal);
     const auto start = std::chrono::steady_clock::now();
     test::ChildProcess program(
-        {.arguments = {std::string(std::getenv("QUORIN_BIN")) + "/quorin-stream", "--set-up",
-                       "--start", "wifi"},
+        {.arguments = {test::builtPrograms() + "/quorin-stream", "--set-up", "--start", "wifi"},
          .environment = server_->environment(),
          .output = {}});
     ASSERT_TRUE(test::eventually([] { return holdings().udpSockets == 1; }));

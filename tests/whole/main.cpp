@@ -6,7 +6,7 @@
 
 int main(int argc, char** argv) {
   testing::InitGoogleMock(&argc, argv);
-  quorin::whole::enterNetworkOrSkip();
+  if (!GTEST_FLAG_GET(list_tests)) quorin::whole::enterNetworkOrSkip();
   const QApplication application(argc, argv);
   QApplication::setQuitOnLastWindowClosed(false);
   return RUN_ALL_TESTS();

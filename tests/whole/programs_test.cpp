@@ -20,7 +20,7 @@ namespace {
 class Programs : public WholeTest {
  protected:
   test::ChildProcess launch(const std::string& program, std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), std::string(std::getenv("QUORIN_BIN")) + "/" + program);
+    arguments.insert(arguments.begin(), test::builtPrograms() + "/" + program);
     std::filesystem::remove(output(program));
     return test::ChildProcess({.arguments = std::move(arguments),
                                .environment = server_->environment(),
@@ -134,8 +134,7 @@ TEST_P(Programs, ListenPlaysElsewhereThanIntoTheStreamedDevice) {
     EXPECT_THAT(said("quorin-listen"), testing::HasSubstr(says));
   }
   test::ChildProcess silent(
-      {.arguments = {std::string(std::getenv("QUORIN_BIN")) + "/quorin-listen",
-                     "10.11.0.2:" + kPort, "--play"},
+      {.arguments = {test::builtPrograms() + "/quorin-listen", "10.11.0.2:" + kPort, "--play"},
        .environment = {"PULSE_SERVER=unix:/nonexistent/quorin"},
        .output = output("quorin-listen")});
   EXPECT_EQ(silent.wait(), 1) << "no sound server";
@@ -145,7 +144,7 @@ TEST_P(Programs, SaySoWhereThereIsNoDisplay) {
   for (const std::string program : {"quorin-stream", "quorin-panel"}) {
     for (const std::string platform : {"xcb", "wayland", "nonsense"}) {
       test::ChildProcess displayless(
-          {.arguments = {std::string(std::getenv("QUORIN_BIN")) + "/" + program},
+          {.arguments = {test::builtPrograms() + "/" + program},
            .environment = {"QT_QPA_PLATFORM=" + platform, "DISPLAY=:4711",
                            "WAYLAND_DISPLAY=nowhere", "XDG_RUNTIME_DIR=" + folder_.path().string()},
            .output = output(program)});

@@ -13,8 +13,8 @@ step_format() { sources | xargs clang-format-19 --dry-run --Werror; }
 
 # Also the build with clang: warnings are errors, with thread-safety analysis.
 step_lint() {
-  configure clang -DQUORIN_BENCH=ON && build clang &&
-    run-clang-tidy-19 -quiet -p build/clang -j "$(nproc)" "^$PWD/(src|tools|tests|bench)/"
+  configure lint && build lint &&
+    run-clang-tidy-19 -quiet -p build/lint -j "$(nproc)" "^$PWD/(src|tools|tests|bench)/"
 }
 
 sanitized_tests() {
