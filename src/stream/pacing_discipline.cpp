@@ -14,8 +14,8 @@ constexpr Duration kChunk = wire::kChunkDuration;
 // Of the gap a tick. Quicker, and the ticks would follow every odd chunk; slower, and 200 ppm
 // would cost more than the 0.4 ms of standing error they do.
 constexpr int kGain = 100;  // a time constant of 2 s
-// A gap that is no reason to move: most capture clocks are the computer's own.
-constexpr Duration kTolerance = std::chrono::microseconds(250);
+// A gap that is no reason to move: a receiver notices the move, and not the gap.
+constexpr Duration kTolerance = std::chrono::milliseconds(2);
 
 Duration slew(Duration gap) {
   const auto later = (gap - std::clamp(gap, -kTolerance, kTolerance)) / kGain;
