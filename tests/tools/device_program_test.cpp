@@ -207,6 +207,19 @@ TEST_P(DeviceProgram, LendsAgainWhenTheServerRestartsAndUsesWhatIsThere) {
   restart();
   ASSERT_TRUE(server_->addNullSink("speaker", "Speaker"));
   EXPECT_TRUE(server_->defaultsBecome(kDevice)) << server_->defaults();
+
+  ASSERT_TRUE(server_->setDefaultSink("speaker"));
+  ASSERT_TRUE(server_->defaultsBecome("speaker quorin_audio_input"));
+  for (int look = 0; look < 2; ++look) {  // by the second answer it has seen the change
+    lender.tell("play-here off");
+    ASSERT_TRUE(lender.says("playing-here off"));
+  }
+  restart();
+  ASSERT_TRUE(server_->addNullSink("speaker", "Speaker"));
+  ASSERT_TRUE(lender.says("ready"));
+  EXPECT_TRUE(server_->defaultsBecome("speaker quorin_audio_input")) << server_->defaults();
+  EXPECT_EQ(run({"add"}), 1) << "it would go with the loan";
+  EXPECT_THAT(output, HasSubstr("Quit quorin-stream first"));
   EXPECT_EQ(lender.end(), 0);
   EXPECT_EQ(devices(), 0);
 

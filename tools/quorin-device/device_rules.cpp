@@ -8,8 +8,7 @@
 namespace quorin::device {
 namespace {
 
-constexpr std::string_view kNullSink = "module-null-sink";
-constexpr std::string_view kRemapSource = "module-remap-source";
+constexpr std::string_view kSource = "quorin_audio_input";
 constexpr std::string_view kLender = "quorin.lender=";
 
 bool hasRightName(const Endpoint& endpoint) {
@@ -25,9 +24,7 @@ const Endpoint* findIf(const std::vector<Endpoint>& endpoints, const auto& condi
 
 /// Ours by name even while it does not exist: a server remembers a default across its restarts.
 bool isDevice(const std::vector<Endpoint>& endpoints, std::string_view name) {
-  if (name == kSinkName || name == kSourceName || name == std::string(kSinkName) + ".monitor") {
-    return true;
-  }
+  if (name == kSinkName || name == kSource || name == "quorin_audio.monitor") return true;
   const Endpoint* const endpoint = find(endpoints, name);
   return endpoint != nullptr && hasRightName(*endpoint);
 }
@@ -46,44 +43,47 @@ std::string field(std::string text) {
 
 }  // namespace
 
-ModuleLine sinkModule(int lender) {
+Module sinkModule(int lender) {
   // PulseAudio and PipeWire take different quotings of properties; both take this one. Without
   // "norewinds" the first sound of an idle null sink can be almost 2 s late.
-  const std::string lent = lender == 0 ? "" : " " + std::string(kLender) + std::to_string(lender);
-  return {std::string(kNullSink), "sink_name=" + std::string(kSinkName) +
-                                      " norewinds=1 sink_properties='device.description=\"Quorin "
-                                      "Audio\"" +
-                                      lent + "'"};
+  const auto lent = lender == 0 ? "" : " " + std::string(kLender) + std::to_string(lender);
+  return {.name = "module-null-sink",
+          .argument =
+              "sink_name=quorin_audio norewinds=1 "
+              "sink_properties='device.description=\"Quorin Audio\"" +
+              lent + "'"};
 }
 
-ModuleLine sourceModule() {
-  return {std::string(kRemapSource),
-          "master=" + std::string(kSinkName) + ".monitor source_name=" + std::string(kSourceName) +
-              " source_properties='device.description=\"Quorin Audio\"'"};
+Module sourceModule() {
+  return {.name = "module-remap-source",
+          .argument =
+              "master=quorin_audio.monitor source_name=quorin_audio_input "
+              "source_properties='device.description=\"Quorin Audio\"'"};
 }
 
-ModuleLine loopbackModule(std::string_view source, std::string_view sink) {
-  return {"module-loopback", "source=" + std::string(source) + " sink=" + std::string(sink) +
-                                 " latency_msec=30 source_dont_move=true sink_dont_move=true "
-                                 "sink_input_properties=" +
-                                 kLoopbackMark + "=1"};
+Module loopbackModule(const Endpoint& device, const Endpoint& sink) {
+  return {.name = "module-loopback",
+          .argument = "source=" + device.name + ".monitor sink=" + sink.name +
+                      " latency_msec=30 source_dont_move=true sink_dont_move=true "
+                      "sink_input_properties=" +
+                      kLoopbackMark + "=1"};
 }
 
-bool isOurs(const LoadedModule& module) {
-  // Each is followed by another word.
-  const auto names = [&module](std::string_view key, std::string_view name) {
-    return module.argument.contains(std::string(key) + std::string(name) + ' ');
-  };
-  return (module.name == kNullSink && names("sink_name=", kSinkName)) ||
-         (module.name == kRemapSource && names("source_name=", kSourceName));
+bool isOurs(const Module& module) {
+  return (module.name == "module-null-sink" &&
+          module.argument.contains("sink_name=quorin_audio ")) ||
+         (module.name == "module-remap-source" &&
+          module.argument.contains("source_name=quorin_audio_input "));
 }
 
-int lenderOf(const LoadedModule& module) {
-  const auto at = module.argument.find(kLender);
-  if (!isOurs(module) || at == std::string::npos) return 0;
+int lenderOf(const Snapshot& snapshot) {
   int process = 0;
-  const char* const digits = module.argument.data() + at + kLender.size();
-  std::from_chars(digits, module.argument.data() + module.argument.size(), process);
+  for (const Module& module : snapshot.modules) {
+    const auto at = module.argument.find(kLender);
+    if (!isOurs(module) || at == std::string::npos) continue;
+    const std::string_view digits = std::string_view(module.argument).substr(at + kLender.size());
+    std::from_chars(digits.begin(), digits.end(), process);
+  }
   return process;
 }
 
@@ -96,27 +96,30 @@ const Endpoint* find(const std::vector<Endpoint>& endpoints, std::uint32_t index
 }
 
 DevicePair findDevice(const Snapshot& snapshot) {
-  DevicePair pair;
-  pair.sink = find(snapshot.sinks, kSinkName);
-  if (pair.sink != nullptr) {
-    pair.source = find(snapshot.sources, kSourceName);
-    return pair;
+  if (const auto* const ours = find(snapshot.sinks, kSinkName)) {
+    return {.sink = ours, .source = find(snapshot.sources, kSource)};
   }
-  pair.sink = find(snapshot.sinks, snapshot.defaultSink);
-  if (pair.sink == nullptr || !hasRightName(*pair.sink)) {
-    pair.sink = findIf(snapshot.sinks, hasRightName);
-  }
-  if (pair.sink == nullptr) return pair;
-  pair.source = findIf(snapshot.sources, [](const Endpoint& source) {
-    return !source.isMonitor && hasRightName(source);
-  });
-  if (pair.source == nullptr) pair.source = find(snapshot.sources, pair.sink->name + ".monitor");
-  return pair;
+  const Endpoint* sink = find(snapshot.sinks, snapshot.defaultSink);
+  if (sink == nullptr || !hasRightName(*sink)) sink = findIf(snapshot.sinks, hasRightName);
+  if (sink == nullptr) return {};
+  const Endpoint* const source = findIf(
+      snapshot.sources, [](const Endpoint& each) { return !each.isMonitor && hasRightName(each); });
+  return {.sink = sink,
+          .source = source != nullptr ? source : find(snapshot.sources, sink->name + ".monitor")};
 }
 
 Holds holdsDefaults(const Snapshot& snapshot) {
   return {.output = isDevice(snapshot.sinks, snapshot.defaultSink),
           .input = isDevice(snapshot.sources, snapshot.defaultSource)};
+}
+
+Holds stillHeld(const Snapshot& snapshot, const Holds& before) {
+  if (!findDevice(snapshot).isWhole()) return before;
+  const auto which = [](const auto& endpoints, const std::string& current, bool heldBefore) {
+    return find(endpoints, current) != nullptr ? isDevice(endpoints, current) : heldBefore;
+  };
+  return {.output = which(snapshot.sinks, snapshot.defaultSink, before.output),
+          .input = which(snapshot.sources, snapshot.defaultSource, before.input)};
 }
 
 Defaults toRemember(const Snapshot& snapshot, const Defaults& remembered) {
@@ -128,12 +131,19 @@ Defaults toRemember(const Snapshot& snapshot, const Defaults& remembered) {
           .input = which(holds.input, snapshot.defaultSource, remembered.input)};
 }
 
+std::vector<Playback> programsOn(const Snapshot& snapshot, const Endpoint* sink) {
+  auto result = snapshot.playbacks;
+  std::erase_if(result, [sink](const Playback& each) {
+    return sink == nullptr || each.isLoopback || each.sink != sink->index;
+  });
+  return result;
+}
+
 std::vector<Playback> playingElsewhere(const Snapshot& snapshot) {
-  const DevicePair device = findDevice(snapshot);
-  std::vector<Playback> result;
-  if (device.sink == nullptr) return result;
-  std::ranges::copy_if(snapshot.playbacks, std::back_inserter(result), [&](const Playback& each) {
-    return !each.isLoopback && each.sink != device.sink->index;
+  const Endpoint* const device = findDevice(snapshot).sink;
+  auto result = snapshot.playbacks;
+  std::erase_if(result, [device](const Playback& each) {
+    return device == nullptr || each.isLoopback || each.sink == device->index;
   });
   return result;
 }

@@ -2,7 +2,6 @@
 
 #include "quorin-device/pulse_client.h"
 
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,30 +10,23 @@
 namespace quorin::device {
 
 inline constexpr std::string_view kSinkName = "quorin_audio";
-inline constexpr std::string_view kSourceName = "quorin_audio_input";
-
-/// A module and how it is loaded.
-struct ModuleLine {
-  std::string name;
-  std::string argument;
-};
 
 /// The null sink behind the device. One that is lent names the process that removes it again;
 /// `lender` 0 is a device that stays.
-ModuleLine sinkModule(int lender = 0);
+Module sinkModule(int lender = 0);
 
 /// The source beside it: settings dialogs do not list a sink's monitor as an input.
-ModuleLine sourceModule();
+Module sourceModule();
 
 /// The copy of the device's sound to `sink`. Neither end follows a default: it ends with its sink
 /// and never plays into the device itself.
-ModuleLine loopbackModule(std::string_view source, std::string_view sink);
+Module loopbackModule(const Endpoint& device, const Endpoint& sink);
 
 /// Whether this program loaded `module`, whoever ran it.
-bool isOurs(const LoadedModule& module);
+bool isOurs(const Module& module);
 
-/// The process that the lent sink of `module` names; 0 when it is no such sink.
-int lenderOf(const LoadedModule& module);
+/// The process that has lent the device; 0 when it is not lent.
+int lenderOf(const Snapshot& snapshot);
 
 /// The device as streams and settings see it: this program's own, else another one of that name.
 /// Null where there is none. Points into the snapshot.
@@ -62,8 +54,16 @@ struct Defaults {
 struct Holds {
   bool output = false;
   bool input = false;
+
+  bool operator==(const Holds&) const = default;
 };
+inline constexpr Holds kBoth{.output = true, .input = true};
 Holds holdsDefaults(const Snapshot& snapshot);
+
+/// Which defaults a loan still has, `before` being known from before: not one for which the user
+/// chose another device while this one was there. A server that is just going, and shows neither,
+/// changes nothing.
+Holds stillHeld(const Snapshot& snapshot, const Holds& before);
 
 /// What to remember when the defaults are about to change, `remembered` being known from before: a
 /// default that is the virtual device already was not chosen, what it replaced was.
@@ -76,7 +76,11 @@ Defaults toRemember(const Snapshot& snapshot, const Defaults& remembered);
 ///     elsewhere TAB PROGRAM TAB DEVICE  nothing plays into the device, PROGRAM plays on DEVICE
 std::string soundLine(const Snapshot& snapshot);
 
-/// What plays, is not a loopback and is not on the device yet.
+// The programs that play; a loopback is none.
+
+/// On `sink`; none where that is null.
+std::vector<Playback> programsOn(const Snapshot& snapshot, const Endpoint* sink);
+/// Not on the device yet.
 std::vector<Playback> playingElsewhere(const Snapshot& snapshot);
 
 }  // namespace quorin::device

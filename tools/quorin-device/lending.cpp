@@ -8,13 +8,14 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <iostream>
 #include <map>
 #include <optional>
-#include <ranges>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace quorin::device {
 
@@ -24,8 +25,20 @@ namespace {
 
 constexpr auto kReconnectInterval = 250ms;
 constexpr auto kRetryInterval = 1s;
+constexpr std::chrono::milliseconds kForever{-1};
 /// Programs that follow the default move by themselves; moving them by name would bind them.
 constexpr auto kFollowing = 150ms;
+
+void say(const std::string& line) {
+  std::cout << line << std::endl;
+}
+
+void sayFailed(const Error& error) {
+  const char* const cause = error.cause == Error::Cause::kNoServer  ? "server"
+                            : error.cause == Error::Cause::kRefused ? "refused"
+                                                                    : "other";
+  say(std::string("failed\t") + cause + '\t' + error.what());
+}
 
 /// Commands and the end, from standard input and the signals.
 class Input {
@@ -35,17 +48,16 @@ class Input {
     sigemptyset(&signals);
     for (const int number : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&signals, number);
     ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    std::signal(SIGPIPE, SIG_IGN);
     signals_ = posix::FileDescriptor(::signalfd(-1, &signals, SFD_CLOEXEC));
   }
 
-  std::array<int, 2> descriptors() const { return {STDIN_FILENO, signals_.get()}; }
   bool hasEnded() const { return ended_; }
 
-  /// The whole lines that have come within `limit`.
-  std::vector<std::string> read(std::chrono::milliseconds limit) {
-    std::array<pollfd, 2> polled{{{STDIN_FILENO, POLLIN, 0}, {signals_.get(), POLLIN, 0}}};
-    if (::poll(polled.data(), polled.size(), static_cast<int>(limit.count())) <= 0) return {};
+  /// The whole lines that have come once `other` is readable, or `limit` has passed, or earlier.
+  std::vector<std::string> read(std::chrono::milliseconds limit, int other = -1) {
+    std::array<pollfd, 3> polled{
+        {{STDIN_FILENO, POLLIN, 0}, {signals_.get(), POLLIN, 0}, {other, POLLIN, 0}}};
+    ::poll(polled.data(), polled.size(), static_cast<int>(limit.count()));
     ended_ |= polled[1].revents != 0;
     if (polled[0].revents != 0) {
       std::array<char, 4096> buffer;
@@ -67,151 +79,139 @@ class Input {
   bool ended_ = false;
 };
 
-bool isAlive(int process) {
-  return ::kill(process, 0) == 0 || errno != ESRCH;
-}
-
-std::string failureLine(const Error& error) {
-  const char* const cause = error.cause == Error::Cause::kNoServer  ? "server"
-                            : error.cause == Error::Cause::kRefused ? "refused"
-                                                                    : "other";
-  return std::string("failed\t") + cause + '\t' + error.text;
-}
-
 /// What outlives a run of the audio server.
 struct Memory {
-  Defaults former;         ///< what was default before the first loan
-  bool playsHere = false;  ///< wanted
+  std::filesystem::path file;  ///< of `former`, should this program be killed
+  Defaults former{};           ///< what was default before the first loan
+  Holds held = kBoth;          ///< defaults that the user has not taken back
+  bool playsHere = false;      ///< wanted
 };
 
-/// What one run of the audio server is served with.
+/// What one run of the audio server is served with. Throws the `Error` of one that is gone.
 class Service {
  public:
-  Service(PulseClient& client, Duty duty, const Places& places, Memory& memory, const Say& say)
-      : client_(client), duty_(duty), places_(places), memory_(memory), say_(say) {}
+  Service(PulseClient& client, Duty duty, Memory& memory)
+      : client_(client), duty_(duty), memory_(memory) {}
 
+  /// Whether there is nothing more to do for that.
   bool lend() {
-    if (duty_ != Duty::kLend) return true;
-    const auto lent = tryToLend();
-    say_(lent ? "ready" : failureLine(lent.error()));
-    isLent_ = lent.has_value();
+    if (duty_ == Duty::kWatch) return true;
+    try {
+      tryToLend();
+      isLent_ = true;
+      say("ready");
+    } catch (const Error& error) {
+      if (error.cause == Error::Cause::kNoServer) throw;
+      isLent_ = false;
+      sayFailed(error);
+    }
     if (isLent_ && memory_.playsHere) playHere();
     return isLent_;
   }
-  bool isLent() const { return isLent_; }
+
+  /// Until the input ends.
+  void run(Input& input) {
+    while (!input.hasEnded()) {
+      reportSound();
+      // A server that has just started may need some attempts.
+      const auto commands =
+          isLent_ ? input.read(kForever, client_.changes()) : input.read(kRetryInterval);
+      for (const auto& command : commands) obey(command);
+      if (!isLent_) lend();
+    }
+  }
+
+  void giveBack() {
+    if (duty_ == Duty::kWatch) return;
+    endLoopback();
+    restoreDefaults(client_, memory_.former);
+    returnPrograms();
+    if (!ownsDevice_) return;
+    removeDevice(client_);
+    forgetDefaults(memory_.file);
+  }
+
+ private:
+  void tryToLend() {
+    const Snapshot before = client_.look();
+    const int lender = lenderOf(before);
+    ownsDevice_ |= findDevice(before).sink == nullptr || lender == ::getpid();
+    if (lender != 0 && !isAlive(lender)) {  // killed, and this one's predecessor
+      ownsDevice_ = true;
+      if (memory_.former == Defaults()) memory_.former = readDefaults(memory_.file);
+    }
+    memory_.former = toRemember(before, memory_.former);
+    createDevice(client_, ::getpid());
+    if (ownsDevice_) writeDefaults(memory_.file, memory_.former);
+    makeDefault(client_, memory_.held);
+    if (memory_.held.output) takePrograms();
+  }
 
   void obey(const std::string& command) {
-    if (command == "lend") lend();
+    if (command == "lend") {
+      memory_.held = kBoth;
+      lend();
+    }
     if (command == "move") moveAll();
-    if (command == "play-here on" || command == "play-here off") {
+    if (command.starts_with("play-here ")) {
       memory_.playsHere = command.ends_with("on");
       playHere();
     }
   }
 
   void reportSound() {
-    const auto now = client_.look();
-    if (!now) return;
-    checkLoopback(*now);
-    if (auto line = soundLine(*now); line != said_) say_(said_ = std::move(line));
-  }
-
-  void giveBack() {
-    if (duty_ != Duty::kLend) return;
-    endLoopback();
-    restoreDefaults(client_, memory_.former, [](const std::string&) {});
-    returnPrograms();
-    for (const std::uint32_t module : modules_ | std::views::reverse) {
-      (void)client_.unloadModule(module);
-    }
-    if (ownsDevice_) forgetDefaults(places_.formerDefaults);
-  }
-
- private:
-  Done tryToLend() {
-    const auto before = client_.look();
-    if (!before) return std::unexpected(before.error());
-    adoptAbandoned(*before);
-    ownsDevice_ = ownsDevice_ || findDevice(*before).sink == nullptr;
-    memory_.former = toRemember(*before, memory_.former);
-    const auto loaded = createDevice(client_, ::getpid());
-    if (!loaded) return std::unexpected(loaded.error());
-    modules_.insert(modules_.end(), loaded->begin(), loaded->end());
-    // If this program is killed, "remove" or the next loan gives the device back.
-    if (ownsDevice_) (void)writeDefaults(places_.formerDefaults, memory_.former);
-    if (auto done = makeDefault(client_); !done) return done;
-    takePrograms();
-    return {};
-  }
-
-  /// Takes over a device whose lender was killed.
-  void adoptAbandoned(const Snapshot& now) {
-    if (ownsDevice_) return;
-    ownsDevice_ = std::ranges::any_of(now.modules, [](const LoadedModule& module) {
-      return lenderOf(module) != 0 && !isAlive(lenderOf(module));
-    });
-    if (!ownsDevice_) return;
-    for (const LoadedModule& module : now.modules) {
-      if (isOurs(module)) modules_.push_back(module.index);
-    }
-    if (memory_.former == Defaults()) memory_.former = readDefaults(places_.formerDefaults);
+    const Snapshot now = client_.look();
+    memory_.held = stillHeld(now, memory_.held);
+    checkLoopback(now);
+    if (auto line = soundLine(now); line != said_) say(said_ = std::move(line));
   }
 
   // ---- The programs that play
 
   void take(const Snapshot& now, const Playback& playback, const Endpoint& device) {
     const Endpoint* const from = find(now.sinks, playback.sink);
-    if (client_.move(playback.index, device.index) && from != nullptr) {
+    if (client_.move(playback, device) && from != nullptr) {
       moved_.emplace(playback.index, from->name);
     }
   }
 
   /// What plays on the former default output and has not followed.
   void takePrograms() {
-    const auto left = [&](const Snapshot& now) {
-      const Endpoint* const from = find(now.sinks, memory_.former.output);
-      auto playbacks = playingElsewhere(now);
-      std::erase_if(playbacks, [&](const Playback& each) {
-        return from == nullptr || each.sink != from->index;
-      });
-      return playbacks;
+    const auto left = [this](const Snapshot& now) {
+      return programsOn(now, find(now.sinks, memory_.former.output));
     };
     client_.waitUntil([&](const Snapshot& now) { return left(now).empty(); }, kFollowing);
-    const auto now = client_.look();
-    const auto* const device = now ? findDevice(*now).sink : nullptr;
+    const Snapshot now = client_.look();
+    const Endpoint* const device = findDevice(now).sink;
     if (device == nullptr) return;
-    for (const Playback& each : left(*now)) take(*now, each, *device);
+    for (const Playback& each : left(now)) take(now, each, *device);
   }
 
   void moveAll() {
-    const auto now = client_.look();
-    const auto device = now ? findDevice(*now) : DevicePair();
+    const Snapshot now = client_.look();
+    const DevicePair device = findDevice(now);
     if (device.sink == nullptr) return;
-    if (device.sink->isSilenced()) (void)client_.unmuteSink(*device.sink);
-    if (device.source != nullptr && device.source->isSilenced()) {
-      (void)client_.unmuteSource(*device.source);
+    for (const Endpoint* const end : {device.sink, device.source}) {
+      if (end != nullptr && end->isSilenced()) client_.unmute(*end);
     }
-    for (const Playback& each : playingElsewhere(*now)) take(*now, each, *device.sink);
+    for (const Playback& each : playingElsewhere(now)) take(now, each, *device.sink);
   }
 
   /// Those that were moved go to where they were; where the device goes, all others too.
   void returnPrograms() {
-    const auto onDevice = [&](const Snapshot& now) {
-      const auto* const device = findDevice(now).sink;
-      auto playbacks = now.playbacks;
-      std::erase_if(playbacks, [&](const Playback& each) {
-        return device == nullptr || each.sink != device->index ||
-               !(ownsDevice_ || moved_.contains(each.index));
-      });
-      return playbacks;
+    const auto left = [this](const Snapshot& now) {
+      auto programs = programsOn(now, findDevice(now).sink);
+      if (!ownsDevice_) {
+        std::erase_if(programs, [&](const Playback& each) { return !moved_.contains(each.index); });
+      }
+      return programs;
     };
-    client_.waitUntil([&](const Snapshot& now) { return onDevice(now).empty(); }, kFollowing);
-    const auto now = client_.look();
-    if (!now) return;
-    for (const Playback& each : onDevice(*now)) {
-      const Endpoint* to = find(now->sinks, moved_[each.index]);
-      if (to == nullptr) to = find(now->sinks, now->defaultSink);
-      if (to != nullptr && to->index != each.sink) (void)client_.move(each.index, to->index);
+    client_.waitUntil([&](const Snapshot& now) { return left(now).empty(); }, kFollowing);
+    const Snapshot now = client_.look();
+    for (const Playback& each : left(now)) {
+      const Endpoint* to = find(now.sinks, moved_[each.index]);
+      if (to == nullptr) to = find(now.sinks, now.defaultSink);
+      if (to != nullptr && to->index != each.sink) client_.move(each, *to);
     }
   }
 
@@ -221,38 +221,36 @@ class Service {
     endLoopback();
     if (memory_.playsHere) beginLoopback();
     memory_.playsHere = loopback_.has_value();
-    say_(loopback_ ? "playing-here on" : "playing-here off");
+    say(loopback_ ? "playing-here on" : "playing-here off");
   }
 
   /// To the former default output, else to any that is not the device.
   void beginLoopback() {
-    const auto now = client_.look();
-    const DevicePair device = now ? findDevice(*now) : DevicePair();
-    if (!device.isWhole()) return;
-    const auto mayPlay = [&](const Endpoint& sink) { return sink.index != device.sink->index; };
-    const Endpoint* here = find(now->sinks, memory_.former.output);
+    const Snapshot now = client_.look();
+    const Endpoint* const device = findDevice(now).sink;
+    if (device == nullptr) return;
+    const auto mayPlay = [device](const Endpoint& sink) { return sink.index != device->index; };
+    const Endpoint* here = find(now.sinks, memory_.former.output);
     if (here == nullptr || !mayPlay(*here)) {
-      const auto other = std::ranges::find_if(now->sinks, mayPlay);
-      if (other == now->sinks.end()) return;
+      const auto other = std::ranges::find_if(now.sinks, mayPlay);
+      if (other == now.sinks.end()) return;
       here = &*other;
     }
-    const auto module = loopbackModule(device.sink->name + ".monitor", here->name);
-    if (const auto index = client_.loadModule(module.name, module.argument)) loopback_ = *index;
+    loopback_ = client_.load(loopbackModule(*device, *here));
   }
 
   void endLoopback() {
-    if (loopback_) (void)client_.unloadModule(*std::exchange(loopback_, std::nullopt));
+    if (loopback_) client_.unload(*std::exchange(loopback_, std::nullopt));
   }
 
   /// Ends a loopback that has lost its loudspeakers, or got into the device.
   void checkLoopback(const Snapshot& now) {
     if (!loopback_) return;
-    const auto* const device = findDevice(now).sink;
+    const Endpoint* const device = findDevice(now).sink;
     const bool feedsBack = std::ranges::any_of(now.playbacks, [&](const Playback& each) {
       return each.isLoopback && device != nullptr && each.sink == device->index;
     });
-    const bool loaded = std::ranges::any_of(
-        now.modules, [&](const LoadedModule& module) { return module.index == *loopback_; });
+    const bool loaded = std::ranges::count(now.modules, *loopback_, &Module::index) > 0;
     if (loaded && !feedsBack) return;
     memory_.playsHere = false;
     playHere();
@@ -260,12 +258,9 @@ class Service {
 
   PulseClient& client_;
   const Duty duty_;
-  const Places& places_;
   Memory& memory_;
-  const Say& say_;
   bool isLent_ = true;
   bool ownsDevice_ = false;                     ///< it goes with the loan; else it was there before
-  std::vector<std::uint32_t> modules_;          ///< what goes with the loan, sink first
   std::map<std::uint32_t, std::string> moved_;  ///< playbacks, and the sinks they were on
   std::optional<std::uint32_t> loopback_;
   std::string said_ = "clear";
@@ -273,40 +268,30 @@ class Service {
 
 }  // namespace
 
-bool serve(Duty duty, const Places& places, const Say& say) {
+bool serve(Duty duty, const std::filesystem::path& formerDefaults) {
   Input input;
-  Memory memory;
-  for (bool first = true;; first = false) {
-    const auto client = PulseClient::connect();
-    if (!client) {
-      if (first) say(failureLine(client.error()));
-      if (first) return false;
+  Memory memory{.file = formerDefaults};
+  bool hasBegun = false;
+  while (!input.hasEnded()) {
+    try {
+      PulseClient client;
+      Service service(client, duty, memory);
+      hasBegun |= service.lend();
+      if (hasBegun) service.run(input);
+      service.giveBack();
+      if (!hasBegun) return false;
+    } catch (const Error& error) {
+      if (!hasBegun) {
+        sayFailed(error);
+        return false;
+      }
       for (const auto& command : input.read(kReconnectInterval)) {
-        if (command == "lend") say(failureLine(client.error()));
-        if (command.starts_with("play-here")) memory.playsHere = command.ends_with("on");
+        if (command == "lend") sayFailed(error);
+        if (command.starts_with("play-here ")) memory.playsHere = command.ends_with("on");
       }
-      if (input.hasEnded()) return true;
-      continue;
     }
-    (void)(*client)->subscribe();
-    Service service(**client, duty, places, memory, say);
-    if (!service.lend() && first) {
-      service.giveBack();  // what was created before it failed
-      return false;
-    }
-    do {
-      // A server that has just started may need some attempts.
-      for (const auto& command : input.read(service.isLent() ? 0ms : kRetryInterval)) {
-        service.obey(command);
-      }
-      if (!service.isLent()) service.lend();
-      if (!input.hasEnded()) service.reportSound();
-    } while (!input.hasEnded() &&
-             (!service.isLent() || (*client)->waitForChange(input.descriptors())));
-    if (!input.hasEnded()) continue;
-    service.giveBack();
-    return true;
   }
+  return true;
 }
 
 }  // namespace quorin::device

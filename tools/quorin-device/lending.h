@@ -2,6 +2,9 @@
 
 #include "quorin-device/virtual_device.h"
 
+#include <cstdint>
+#include <filesystem>
+
 /// The commands that last as long as whoever started them.
 namespace quorin::device {
 
@@ -11,9 +14,10 @@ enum class Duty : std::uint8_t { kLend, kWatch };
 ///
 /// `kLend` lends the device to whoever started this: creates it where it is missing, makes it the
 /// default and moves what plays to it; at the end it undoes that, but for what the user has changed
-/// meanwhile. An audio server that restarts gets it again. Both duties report where sound goes.
+/// meanwhile. An audio server that restarts gets it again, and a default that the user had taken
+/// back stays as it is. Both duties report where sound goes.
 ///
-/// Lines for programs go to `say`:
+/// Lines for programs go to standard output:
 ///
 ///     ready                    the device is default, and what played has moved
 ///     failed TAB CAUSE TAB TEXT   it cannot be lent: "server", "refused" or "other", and why
@@ -26,7 +30,8 @@ enum class Duty : std::uint8_t { kLend, kWatch };
 ///     play-here on | off       the former default output plays as well
 ///     move                     what plays elsewhere goes to the device, which is unmuted
 ///
-/// True when it ended as asked, false when there was no device to be had from the beginning.
-bool serve(Duty duty, const Places& places, const Say& say);
+/// `formerDefaults` is a file; it remembers for a lender that is killed. True when it ended as
+/// asked, false when there was no device to be had from the beginning.
+bool serve(Duty duty, const std::filesystem::path& formerDefaults);
 
 }  // namespace quorin::device

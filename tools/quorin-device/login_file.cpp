@@ -1,8 +1,14 @@
 #include "quorin-device/login_file.h"
 
+#include "quorin-device/device_rules.h"
+
+#include <algorithm>
 #include <fstream>
 #include <iomanip>
 #include <sstream>
+#include <string>
+#include <string_view>
+#include <utility>
 
 namespace quorin::device {
 
@@ -10,49 +16,52 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::string_view kBegin = "### begin quorin-device (removed by: quorin-device remove)";
-constexpr std::string_view kEnd = "### end quorin-device";
-constexpr std::string_view kInclude = ".include ";
+// Around our lines; comments to both servers.
+const std::string kBegin = "### begin quorin-device (removed by: quorin-device remove)";
+const std::string kEnd = "### end quorin-device";
 constexpr int kMaxLinks = 40;  ///< as many as the system follows
 
 fs::path pulseScript(const fs::path& folder) {
   return folder / "default.pa";
 }
-fs::path pipeWireFile(const fs::path& folder) {
-  return folder / "pipewire-pulse.conf.d/quorin-audio.conf";
+fs::path pipeWireFile(const ConfigFolders& folders) {
+  return folders.pipeWire / "pipewire-pulse.conf.d/quorin-audio.conf";
 }
 
-std::string pipeWireContent() {
-  std::ostringstream content;
-  content << "# Written by quorin-device, removed by: quorin-device remove\npulse.cmd = [\n";
-  for (const ModuleLine& module : {sinkModule(), sourceModule()}) {
-    content << "    { cmd = \"load-module\" args = "
-            << std::quoted(module.name + " " + module.argument) << " flags = [ nofail ] }\n";
+std::string pipeWireLines() {
+  std::ostringstream lines;
+  lines << "pulse.cmd = [\n";
+  for (const Module& module : {sinkModule(), sourceModule()}) {
+    lines << "    { cmd = \"load-module\" args = "
+          << std::quoted(module.name + " " + module.argument) << " flags = [ nofail ] }\n";
   }
-  content << "]\n";
-  return content.str();
+  lines << "]\n";
+  return lines.str();
 }
 
-/// PulseAudio reads either the user's script or the system's: one of ours includes the system's.
-std::string pulseBlock() {
-  std::string block = std::string(kBegin) + '\n';
+std::string pulseLines() {
   // A device that cannot be created must not keep the audio server from starting.
-  block += ".nofail\n";
-  for (const ModuleLine& module : {sinkModule(), sourceModule()}) {
-    block += "load-module " + module.name + " " + module.argument + '\n';
+  std::string lines = ".nofail\n";
+  for (const Module& module : {sinkModule(), sourceModule()}) {
+    lines += "load-module " + module.name + " " + module.argument + '\n';
   }
-  return block + std::string(kEnd) + '\n';
+  return lines;
+}
+
+/// PulseAudio reads either the user's script or the system's.
+std::string includeLine(const ConfigFolders& folders) {
+  return ".include " + pulseScript(folders.systemPulse).string() + '\n';
 }
 
 /// Empty where there is no such file.
-std::expected<std::string, Error> read(const fs::path& path) {
+std::string read(const fs::path& path) {
   std::error_code error;
   if (!fs::exists(path, error) && !error) return {};
   std::ifstream file(path, std::ios::binary);
   std::ostringstream content;
   content << file.rdbuf();
   if (file) return content.str();
-  return std::unexpected(Error{path.string() + " cannot be read. Look at its permissions."});
+  throw Error(path.string() + " cannot be read. Look at its permissions.");
 }
 
 /// Where `path` leads, also by links to what does not exist yet.
@@ -65,7 +74,7 @@ fs::path targetOf(fs::path path) {
 }
 
 /// At once or not at all: what reads the file never sees half of it. A link stays a link.
-Done write(const fs::path& path, std::string_view content) {
+void write(const fs::path& path, std::string_view content) {
   std::error_code error;
   const fs::path target = targetOf(path);
   fs::create_directories(target.parent_path(), error);
@@ -79,112 +88,91 @@ Done write(const fs::path& path, std::string_view content) {
       fs::permissions(draft, existing.permissions(), error);
     }
     fs::rename(draft, target, error);
-    if (!error) return {};
+    if (!error) return;
   }
   fs::remove(draft, error);
-  return std::unexpected(Error{
-      path.string() + " cannot be written. Look at its permissions and at the room on the disk."});
+  throw Error(path.string() +
+              " cannot be written. Look at its permissions and at the room on the disk.");
 }
 
 /// Removes what `path` leads to and, where that is the path itself, the folders above it that are
 /// empty then, the topmost being `folder`.
-Done removeWithFolders(const fs::path& path, const fs::path& folder) {
+void removeWithFolders(const fs::path& path, const fs::path& folder) {
   std::error_code error;
   const fs::path target = targetOf(path);
   fs::remove(target, error);
   if (error) {
-    return std::unexpected(Error{path.string() + " cannot be removed (" + error.message() + ")."});
+    throw Error(path.string() + " cannot be removed (" + error.message() + ").");
   }
-  if (target != path) return {};
+  if (target != path) return;
   for (auto parent = path.parent_path(); parent != folder.parent_path();
        parent = parent.parent_path()) {
-    if (!fs::is_empty(parent, error) || error || !fs::remove(parent, error)) break;
+    if (!fs::remove(parent, error)) break;
   }
-  return {};
 }
 
-/// The user's script without our lines.
-std::expected<std::string, Error> usersLines(const fs::path& path) {
-  const auto script = read(path);
-  if (!script) return std::unexpected(script.error());
-  if (auto rest = withoutDevice(*script)) return *std::move(rest);
-  return std::unexpected(
-      Error{path.string() +
-            " has lost the line \"### end quorin-device\". Put it back after the lines of "
-            "quorin-device, or remove them all, and try again."});
-}
-
-std::expected<fs::path, Error> persistPulse(const ConfigFolders& folders) {
-  fs::path path = pulseScript(folders.pulse);
-  const fs::path system = pulseScript(folders.systemPulse);
-  auto script = usersLines(path);
-  if (!script) return std::unexpected(script.error());
-  if (script->empty() && !fs::exists(system)) {
-    return std::unexpected(Error{system.string() +
-                                 " is missing, which PulseAudio starts with; install PulseAudio's "
-                                 "configuration, or leave --persist out."});
+/// What a file has beside our lines, whatever its line ends. Where a block of ours has lost its
+/// last line, what follows may be the user's.
+std::string usersLines(const fs::path& path) {
+  std::string rest;
+  bool inBlock = false;
+  const std::string content = read(path);
+  for (std::string_view text = content; !text.empty();) {
+    const auto line = text.substr(0, std::min(text.find('\n'), text.size() - 1) + 1);
+    text.remove_prefix(line.size());
+    const auto words = line.substr(0, line.find_last_not_of("\r\n") + 1);
+    if (words == kBegin) {
+      inBlock = true;
+    } else if (!inBlock) {
+      rest += line;
+    } else if (words == kEnd) {
+      inBlock = false;
+    }
   }
-  if (script->empty()) *script = std::string(kInclude) + system.string();
-  if (!script->ends_with('\n')) *script += '\n';
-  if (auto written = write(path, *script + pulseBlock()); !written) {
-    return std::unexpected(written.error());
-  }
-  return path;
+  if (!inBlock) return rest;
+  throw Error(path.string() +
+              " has lost the line \"### end quorin-device\". Put it back after the lines of "
+              "quorin-device, or remove them all, and try again.");
 }
 
 }  // namespace
 
-std::optional<std::string> withoutDevice(std::string_view script) {
-  std::string rest;
-  bool inBlock = false;
-  while (!script.empty()) {
-    const auto end = script.find('\n');
-    const auto line = script.substr(0, end == std::string_view::npos ? end : end + 1);
-    script.remove_prefix(line.size());
-    const auto content = line.substr(0, line.find_last_not_of("\r\n") + 1);
-    if (content == kBegin) {
-      inBlock = true;
-    } else if (!inBlock) {
-      rest += line;
-    } else if (content == kEnd) {
-      inBlock = false;
+fs::path persist(bool isPipeWire, const ConfigFolders& folders) {
+  fs::path path = isPipeWire ? pipeWireFile(folders) : pulseScript(folders.pulse);
+  auto lines = usersLines(path);
+  if (!isPipeWire && lines.empty()) {
+    if (const auto system = pulseScript(folders.systemPulse); !fs::exists(system)) {
+      throw Error(system.string() +
+                  " is missing, which PulseAudio starts with; install PulseAudio's configuration, "
+                  "or leave --persist out.");
     }
+    lines = includeLine(folders);
   }
-  if (inBlock) return std::nullopt;
-  return rest;
-}
-
-std::expected<fs::path, Error> persist(bool isPipeWire, const ConfigFolders& folders) {
-  if (!isPipeWire) return persistPulse(folders);
-  fs::path path = pipeWireFile(folders.pipeWire);
-  if (auto written = write(path, pipeWireContent()); !written) {
-    return std::unexpected(written.error());
-  }
+  if (!lines.empty() && !lines.ends_with('\n')) lines += '\n';
+  write(path, lines + kBegin + '\n' + (isPipeWire ? pipeWireLines() : pulseLines()) + kEnd + '\n');
   return path;
 }
 
-std::expected<bool, Error> unpersist(const ConfigFolders& folders) {
-  if (!isPersistent(folders)) return false;
-  const fs::path script = pulseScript(folders.pulse);
-  const auto rest = usersLines(script);
-  if (!rest) return std::unexpected(rest.error());
-  // A script that only includes the system's was made for the device.
-  const auto included = std::string(kInclude) + pulseScript(folders.systemPulse).string() + '\n';
-  auto undone = *rest == read(script)                ? Done()
-                : rest->empty() || *rest == included ? removeWithFolders(script, folders.pulse)
-                                                     : write(script, *rest);
-  std::error_code error;
-  if (const auto file = pipeWireFile(folders.pipeWire); undone && fs::exists(file, error)) {
-    undone = removeWithFolders(file, folders.pipeWire);
+bool unpersist(const ConfigFolders& folders) {
+  bool any = false;
+  for (const auto& [path, folder] : {std::pair(pulseScript(folders.pulse), folders.pulse),
+                                     std::pair(pipeWireFile(folders), folders.pipeWire)}) {
+    const auto lines = usersLines(path);
+    if (lines == read(path)) continue;
+    any = true;
+    // A script that only includes the system's was made for the device.
+    if (lines.empty() || lines == includeLine(folders)) {
+      removeWithFolders(path, folder);
+    } else {
+      write(path, lines);
+    }
   }
-  if (!undone) return std::unexpected(undone.error());
-  return true;
+  return any;
 }
 
 bool isPersistent(const ConfigFolders& folders) {
-  std::error_code error;
-  if (fs::exists(pipeWireFile(folders.pipeWire), error)) return true;
-  return read(pulseScript(folders.pulse)).value_or("").contains(kBegin);
+  return read(pulseScript(folders.pulse)).contains(kBegin) ||
+         read(pipeWireFile(folders)).contains(kBegin);
 }
 
 }  // namespace quorin::device

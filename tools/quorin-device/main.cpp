@@ -1,7 +1,8 @@
+#include "audio/device_guard.h"
 #include "core/version.h"
 #include "platform/posix/program.h"
 #include "quorin-device/lending.h"
-#include "quorin-device/virtual_device.h"
+#include "quorin-device/login_file.h"
 
 #include <unistd.h>
 
@@ -64,16 +65,104 @@ std::filesystem::path pulseFolder() {
   return std::filesystem::exists(older / "default.pa", unreadable) ? older : home / ".config/pulse";
 }
 
-Places places() {
-  return {.config = {.pulse = pulseFolder(),
-                     .systemPulse = "/etc/pulse",
-                     .pipeWire = folder("XDG_CONFIG_HOME", ".config") / "pipewire"},
-          .formerDefaults = folder("XDG_STATE_HOME", ".local/state") / "quorin-device/defaults"};
+ConfigFolders configFolders() {
+  return {.pulse = pulseFolder(),
+          .systemPulse = "/etc/pulse",
+          .pipeWire = folder("XDG_CONFIG_HOME", ".config") / "pipewire"};
 }
 
-int fail(const Error& error) {
-  std::cerr << "quorin-device: " << error.text << '\n';
-  return kFailed;
+std::filesystem::path formerDefaults() {
+  return folder("XDG_STATE_HOME", ".local/state") / "quorin-device/defaults";
+}
+
+void say(const std::string& line) {
+  std::cout << line << '\n';
+}
+
+void add(bool toPersist, bool toMakeDefault) {
+  PulseClient client;
+  // Creating the device may make it default where there is no other: look before.
+  const Snapshot before = client.look();
+  if (const int lender = lenderOf(before); lender != 0) {
+    if (isAlive(lender)) {
+      throw Error(
+          "quorin-stream has created the device and removes it when it quits. Quit quorin-stream "
+          "first, then add the device.");
+    }
+    removeDevice(client);  // of a lender that was killed: the next one would take it over
+  }
+  if (toMakeDefault &&
+      !writeDefaults(formerDefaults(), toRemember(before, readDefaults(formerDefaults())))) {
+    throw Error("The present default devices cannot be remembered in " + formerDefaults().string() +
+                ". Look at its permissions, or leave --default out.");
+  }
+  createDevice(client);
+  say(findDevice(before).isWhole()
+          ? "The device \"Quorin Audio\" is there already."
+          : "The device \"Quorin Audio\" is there now, as output and as input.");
+  if (toPersist) {
+    const auto path = persist(before.isPipeWire(), configFolders());
+    say("It will be created at every login, by " + path.string() + ".");
+  }
+  if (!toMakeDefault) return;
+  makeDefault(client);
+  say("It is the default output and input now. You hear nothing yourself meanwhile; \"remove\" "
+      "restores what was default before.");
+}
+
+void remove() {
+  // Before the server is asked: without one, too, nothing may stay behind.
+  if (unpersist(configFolders())) say("The device is no longer created at login.");
+  PulseClient client;
+  // While the device is there, so that what plays moves without a gap.
+  for (const auto& line : restoreDefaults(client, readDefaults(formerDefaults()))) say(line);
+  say(removeDevice(client) ? "The device \"Quorin Audio\" is gone."
+                           : "There is no device \"Quorin Audio\" of this program's.");
+  forgetDefaults(formerDefaults());
+}
+
+audio::Device deviceNamed(const std::vector<Endpoint>& endpoints, const std::string& name) {
+  const Endpoint* const endpoint = find(endpoints, name);
+  if (endpoint == nullptr) return {};
+  return {.number = endpoint->index + 1, .name = endpoint->description, .format = {}};
+}
+
+/// Whether the device check of quorin-stream would pass.
+bool status() {
+  const Snapshot now = PulseClient().look();
+  const DevicePair device = findDevice(now);
+  const auto output = deviceNamed(now.sinks, now.defaultSink);
+  const auto input = deviceNamed(now.sources, now.defaultSource);
+  const auto routing = audio::routingOf({.output = output, .input = input});
+  const auto rightness = [](bool right) { return right ? "  (right)" : "  (not right)"; };
+
+  say("Audio server:    " + now.server);
+  say(std::string("Virtual device:  ") +
+      (device.isWhole()         ? "there, as output and as input"
+       : device.sink != nullptr ? "there, as output only (add makes the input)"
+                                : "not there") +
+      (isPersistent(configFolders()) ? ", created at every login" : ", not created at login"));
+  say("Default output:  " + audio::currentDeviceName(output) + rightness(routing.outOK));
+  say("Default input:   " + audio::currentDeviceName(input) + rightness(routing.inOK));
+  if (soundLine(now) == "muted") {
+    say("Note: \"Quorin Audio\" is muted, so that nothing can be heard.");
+  }
+  if (routing.inOK) {
+    say("Warning: a call takes the default input, and would send what this desktop plays. Choose "
+        "the microphone in the program that calls, or put the default input back when you do not "
+        "stream.");
+  }
+  if (routing.isRight()) {
+    say("quorin-stream can start: both names contain \"Quorin Audio\".");
+    return true;
+  }
+  say(std::string("quorin-stream waits: the default ") +
+      (routing.outOK  ? "input is"
+       : routing.inOK ? "output is"
+                      : "output and input are") +
+      " not \"Quorin Audio\". Its button \"Set up for me\" puts that right, or: quorin-device add "
+      "--default");
+  return false;
 }
 
 int wrongUsage(const std::string& sentence) {
@@ -81,36 +170,23 @@ int wrongUsage(const std::string& sentence) {
   return kWrongUsage;
 }
 
-int run(std::string_view command, const AddOptions& options) {
+int run(std::string_view command, bool toPersist, bool toMakeDefault) {
   // Root has no sound of its own. A server that is named is one that is meant.
   if (::geteuid() == 0 && environment("PULSE_SERVER").empty()) {
-    return fail(
-        {"Sound belongs to the user who is logged in: run this as that user, or name the "
-         "server in PULSE_SERVER."});
+    throw Error(
+        "Sound belongs to the user who is logged in: run this as that user, or name the server in "
+        "PULSE_SERVER.");
   }
-  const auto say = [](const std::string& line) { std::cout << line << std::endl; };
-  if (command == "lend") return serve(Duty::kLend, places(), say) ? kDone : kFailed;
-  if (command == "watch") return serve(Duty::kWatch, places(), say) ? kDone : kFailed;
-  if (command == "remove") {
-    // Before the server is asked: without one, too, nothing may stay behind.
-    const auto unpersisted = unpersist(places().config);
-    if (!unpersisted) return fail(unpersisted.error());
-    if (*unpersisted) say("The device is no longer created at login.");
-  }
-  const auto client = PulseClient::connect();
-  if (!client) return fail(client.error());
-  if (command == "status") {
-    const auto right = status(**client, places(), say);
-    if (!right) return fail(right.error());
-    return *right ? kDone : kNotRight;
-  }
-  const auto done =
-      command == "add" ? add(**client, places(), options, say) : remove(**client, places(), say);
-  return done ? kDone : fail(done.error());
+  if (command == "lend") return serve(Duty::kLend, formerDefaults()) ? kDone : kFailed;
+  if (command == "watch") return serve(Duty::kWatch, formerDefaults()) ? kDone : kFailed;
+  if (command == "status") return status() ? kDone : kNotRight;
+  command == "add" ? add(toPersist, toMakeDefault) : remove();
+  return kDone;
 }
 
 int main(const std::vector<std::string_view>& words) {
-  AddOptions options;
+  bool toPersist = false;
+  bool toMakeDefault = false;
   std::string_view command;
   for (const std::string_view word : words) {
     if (word == "--help" || word == "-h") {
@@ -122,9 +198,9 @@ int main(const std::vector<std::string_view>& words) {
       return kDone;
     }
     if (word == "--persist") {
-      options.persist = true;
+      toPersist = true;
     } else if (word == "--default") {
-      options.makeDefault = true;
+      toMakeDefault = true;
     } else if (command.empty() && std::ranges::count(kCommands, word) > 0) {
       command = word;
     } else {
@@ -132,16 +208,21 @@ int main(const std::vector<std::string_view>& words) {
     }
   }
   if (command.empty()) return wrongUsage("A command is missing.");
-  if (command != "add" && (options.persist || options.makeDefault)) {
+  if (command != "add" && (toPersist || toMakeDefault)) {
     return wrongUsage("--persist and --default go with add only; remove undoes both.");
   }
-  if (options.persist && options.makeDefault) {
+  if (toPersist && toMakeDefault) {
     return wrongUsage(
         "--persist and --default do not go together: from the next login on the loudspeakers would "
         "be silent, and every call would send this desktop's sound. Run quorin-device add "
         "--persist, and make the device default when you stream (quorin-stream --set-up).");
   }
-  return run(command, options);
+  try {
+    return run(command, toPersist, toMakeDefault);
+  } catch (const Error& error) {
+    std::cerr << "quorin-device: " << error.what() << '\n';
+    return kFailed;
+  }
 }
 
 }  // namespace

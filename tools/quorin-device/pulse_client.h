@@ -5,22 +5,24 @@
 
 #include <chrono>
 #include <cstdint>
-#include <expected>
 #include <functional>
-#include <memory>
-#include <span>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace quorin::device {
 
-struct Error {
+/// Why a command cannot go on. Thrown: whatever fails ends the command with its sentences.
+struct Error : std::runtime_error {
   enum class Cause : std::uint8_t { kOther, kNoServer, kRefused };
 
-  std::string text;  ///< sentences: what happened, what to do next
-  Cause cause = Cause::kOther;
+  /// `text`: sentences, what happened and what to do next.
+  explicit Error(const std::string& text, Cause why = Cause::kOther)
+      : std::runtime_error(text), cause(why) {}
+
+  Cause cause;
 };
-using Done = std::expected<void, Error>;
 
 /// A sink or a source.
 struct Endpoint {
@@ -30,6 +32,7 @@ struct Endpoint {
   bool muted = false;
   bool volumeIsZero = false;
   std::uint8_t channels = 2;
+  bool isSource = false;
   bool isMonitor = false;  ///< a source that records what a sink plays
 
   bool isSilenced() const { return muted || volumeIsZero; }
@@ -44,7 +47,7 @@ struct Playback {
   bool isLoopback = false;  ///< the copy that `kLoopbackMark` marks
 };
 
-struct LoadedModule {
+struct Module {
   std::uint32_t index = 0;
   std::string name;
   std::string argument;
@@ -58,7 +61,7 @@ struct Snapshot {
   std::vector<Endpoint> sinks;
   std::vector<Endpoint> sources;
   std::vector<Playback> playbacks;
-  std::vector<LoadedModule> modules;
+  std::vector<Module> modules;
 
   bool isPipeWire() const { return server.contains("PipeWire"); }
 };
@@ -67,55 +70,51 @@ struct Snapshot {
 inline constexpr const char* kLoopbackMark = "quorin.loopback";
 
 /// A conversation with the audio server, one request after the other; each waits for its answer,
-/// at most 5 s. One thread.
+/// at most 5 s. One thread. Throws `Error` where there is no server, or no longer.
 class PulseClient {
  public:
   /// PULSE_SERVER's, else the user's own.
-  static std::expected<std::unique_ptr<PulseClient>, Error> connect();
+  PulseClient();
 
-  std::expected<Snapshot, Error> look();
+  Snapshot look();
 
-  /// The module's index.
-  std::expected<std::uint32_t, Error> loadModule(const std::string& name,
-                                                 const std::string& argument);
-  Done unloadModule(std::uint32_t index);
-  Done setDefaultSink(const std::string& name);
-  Done setDefaultSource(const std::string& name);
-  Done move(std::uint32_t playback, std::uint32_t sink);
+  // Whether the server did it: what is named may be gone by now.
+
+  /// The index under which it is loaded; `module.index` means nothing.
+  std::optional<std::uint32_t> load(const Module& module);
+  bool unload(std::uint32_t module);
+  bool makeDefault(const Endpoint& endpoint);
+  bool move(const Playback& playback, const Endpoint& sink);
   /// Audible again: not muted, and at full volume where the volume was zero.
-  Done unmuteSink(const Endpoint& sink);
-  Done unmuteSource(const Endpoint& source);
+  bool unmute(const Endpoint& endpoint);
+
+  /// Why it did not do the last of these.
+  Error refusal(const std::string& doing);
 
   /// Looks again and again until `condition` holds or `limit` has passed; whether it holds.
   bool waitUntil(const std::function<bool(const Snapshot&)>& condition,
                  std::chrono::milliseconds limit);
 
-  /// Has `waitForChange` return when anything in a `Snapshot` may have changed.
-  Done subscribe();
-
-  /// Returns at a change, or when one of `descriptors` is readable or hung up. False when the
-  /// connection is lost.
-  bool waitForChange(std::span<const int> descriptors);
+  /// A descriptor that is readable when a `Snapshot` may be another than at the last `look`, or the
+  /// server is gone.
+  int changes() const { return changes_.get(); }
 
  private:
-  PulseClient() = default;
+  template <typename Info>
+  using List = pa_operation* (*)(pa_context*, void (*)(pa_context*, const Info*, int, void*),
+                                 void*);
 
-  Error error(const std::string& doing) const;
-  Done finish(const std::function<pa_operation*(pa_context*)>& begin, const std::string& doing,
-              const bool& success);
+  void subscribe(pa_context* context);
+  void noteChange();
+  void run(const std::function<pa_operation*(pa_context*)>& begin);
   template <typename Ask, typename... Arguments>
-  Done request(const std::string& doing, Ask ask, Arguments... arguments);
-  template <typename SetMute, typename SetVolume>
-  Done unmute(const Endpoint& endpoint, SetMute setMute, SetVolume setVolume);
+  bool request(Ask ask, Arguments... arguments);
   template <typename Info, typename Item>
-  Done list(pa_operation* (*ask)(pa_context*, void (*)(pa_context*, const Info*, int, void*),
-                                 void*),
-            Item (*convert)(const Info&), std::vector<Item>& items);
-  void noteChange() const;
+  std::vector<Item> list(List<Info> ask, Item (*convert)(const Info&));
 
-  posix::FileDescriptor changed_;  ///< an eventfd
-  int failure_ = PA_OK;            ///< of the connection
-  std::unique_ptr<audio::PulseConnection> pulse_;
+  const posix::FileDescriptor changes_;  ///< an eventfd
+  int failure_ = PA_OK;                  ///< of the connection; with it locked
+  audio::PulseConnection pulse_;
 };
 
 }  // namespace quorin::device

@@ -1,52 +1,34 @@
 #pragma once
 
-#include "quorin-device/login_file.h"
-#include "quorin-device/pulse_client.h"
+#include "quorin-device/device_rules.h"
 
-#include <cstdint>
-#include <expected>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <vector>
 
+/// The steps that the commands are made of. They throw `Error`.
 namespace quorin::device {
 
-/// Where the user's files are.
-struct Places {
-  ConfigFolders config;
-  std::filesystem::path formerDefaults;
-};
+/// Creates what is missing of the device. `lender` as for `sinkModule`.
+void createDevice(PulseClient& client, int lender = 0);
 
-/// Writes one line for the user.
-using Say = std::function<void(const std::string& line)>;
+/// Whether the process of a `lenderOf` still runs.
+bool isAlive(int lender);
 
-/// Creates what is missing of the device; the modules that it loaded for that. `lender` as for
-/// `sinkModule`.
-std::expected<std::vector<std::uint32_t>, Error> createDevice(PulseClient& client, int lender = 0);
+/// Removes all of it that this program has created; whether there was anything.
+bool removeDevice(PulseClient& client);
 
-/// The device becomes the default output and input.
-Done makeDefault(PulseClient& client);
+/// The device becomes the default for what `which` names.
+void makeDefault(PulseClient& client, const Holds& which = kBoth);
 
 /// Makes `former` default again where the device still is; a default that the user has chosen
-/// since stays.
-void restoreDefaults(PulseClient& client, const Defaults& former, const Say& say);
+/// since stays. Sentences for the user.
+std::vector<std::string> restoreDefaults(PulseClient& client, const Defaults& former);
 
 // The file that remembers the former defaults. One that cannot be read reads as empty.
 Defaults readDefaults(const std::filesystem::path& file);
-Done writeDefaults(const std::filesystem::path& file, const Defaults& defaults);
+/// Whether it could be written.
+bool writeDefaults(const std::filesystem::path& file, const Defaults& defaults);
 void forgetDefaults(const std::filesystem::path& file);
-
-// The commands.
-
-struct AddOptions {
-  bool persist = false;      ///< at every login
-  bool makeDefault = false;  ///< as the default output and input
-};
-Done add(PulseClient& client, const Places& places, const AddOptions& options, const Say& say);
-/// From the server; `unpersist` is another matter.
-Done remove(PulseClient& client, const Places& places, const Say& say);
-/// Whether the device check of quorin-stream would pass.
-std::expected<bool, Error> status(PulseClient& client, const Places& places, const Say& say);
 
 }  // namespace quorin::device
