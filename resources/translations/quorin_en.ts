@@ -57,7 +57,7 @@
     </message>
     <message id="audio.guard.setup.refused">
         <source></source>
-        <translation>The sound server does not let this program create a device: its sandbox forbids it. Run “quorin-device add --default” in a terminal, or choose the device in the sound settings.</translation>
+        <translation>The sound server does not let this program create a device: a sandbox or its own settings forbid it. Run “quorin-device add --default” in a terminal, or choose the device in the sound settings.</translation>
     </message>
     <message id="audio.guard.setup.missing">
         <source></source>

@@ -57,7 +57,7 @@
     </message>
     <message id="audio.guard.setup.refused">
         <source></source>
-        <translation>El servidor de sonido no permite a este programa crear un dispositivo: lo impide su entorno aislado. Ejecuta «quorin-device add --default» en un terminal o elige el dispositivo en los ajustes de sonido.</translation>
+        <translation>El servidor de sonido no permite a este programa crear un dispositivo: lo impide un entorno aislado o su propia configuración. Ejecuta «quorin-device add --default» en un terminal o elige el dispositivo en los ajustes de sonido.</translation>
     </message>
     <message id="audio.guard.setup.missing">
         <source></source>

@@ -232,6 +232,16 @@ TEST_P(DeviceProgram, LendsAgainWhenTheServerRestartsAndUsesWhatIsThere) {
   EXPECT_EQ(devices(), 1) << "it was there before";
 }
 
+TEST_P(DeviceProgram, SaysThatTheServerForbidsIt) {
+  if (GetParam() != std::string_view("PulseAudio")) GTEST_SKIP() << "cannot be told to here";
+  const auto configuration = server_->folder() / ".config/pulse";
+  fs::create_directories(configuration);
+  std::ofstream(configuration / "daemon.conf") << "allow-module-loading = no\n";
+  restart();
+  EXPECT_EQ(run({"lend"}), 1);
+  EXPECT_THAT(output, HasSubstr("failed\trefused\t"));
+}
+
 TEST_P(DeviceProgram, PersistsAcrossLoginsAndLeavesNoTrace) {
   for (const int round : {1, 2}) EXPECT_EQ(run({"add", "--persist"}), 0) << output << round;
   EXPECT_THAT(configuration(), HasSubstr("quorin_audio"));

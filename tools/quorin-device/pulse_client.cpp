@@ -194,9 +194,16 @@ bool PulseClient::unmute(const Endpoint& endpoint) {
 Error PulseClient::refusal(const std::string& doing) {
   const PulseConnection::Lock lock(pulse_);
   pa_context* const context = pulse_.ready();
-  const bool isRefused = context != nullptr && pa_context_errno(context) == PA_ERR_ACCESS;
-  return Error("The audio server would not " + doing + " (" + pulse_.error() + ").",
-               isRefused ? Error::Cause::kRefused : Error::Cause::kOther);
+  const int error = context != nullptr ? pa_context_errno(context) : PA_OK;
+  const auto text = "The audio server would not " + doing + " (" + pulse_.error() + "). ";
+  // PulseAudio calls it so when it is forbidden to load modules.
+  if (error != PA_ERR_ACCESS && error != PA_ERR_MODINITFAILED) {
+    return Error(text + "Restart the audio server and try again.");
+  }
+  return Error(text +
+                   "A sandbox or the server's settings (allow-module-loading) forbid it: try it "
+                   "outside of the sandbox, or allow it.",
+               Error::Cause::kRefused);
 }
 
 bool PulseClient::waitUntil(const std::function<bool(const Snapshot&)>& condition,

@@ -54,8 +54,11 @@ void PulseServer::noteRecordingAccess(RecordingAccess access) {
 
 void PulseServer::disconnected(int error) {
   if (!std::exchange(missing_, true)) {
-    log::note("audio", std::string("no audio server (") + ::pa_strerror(error) +
-                           "): start PulseAudio or PipeWire; it is looked for until it is there");
+    log::note("audio",
+              error == PA_ERR_ACCESS
+                  ? "the audio server refuses this program: give its sandbox access to the server"
+                  : std::string("no audio server (") + ::pa_strerror(error) +
+                        "): start PulseAudio or PipeWire; it is looked for until it is there");
   }
   // A refusal holds until a server says otherwise; with no server there is nothing to say.
   noteRecordingAccess(error == PA_ERR_ACCESS ? RecordingAccess::kRefused
