@@ -30,7 +30,11 @@ PacingDiscipline::TimePoint PacingDiscipline::nextLook() const {
 }
 
 void PacingDiscipline::looked(TimePoint now, std::optional<TimePoint> arrived) {
-  if (!waiting_) skipMissedTicks(now);
+  // Where the machine stood still, what arrived meanwhile is overdue.
+  const auto missed = std::max((now - tick_) / kChunk, Duration::rep{0});
+  tick_ += missed * kChunk;
+  overdue_ += static_cast<std::size_t>(missed);
+
   waiting_ = !arrived && !waiting_;
   if (waiting_) return;
 
@@ -39,17 +43,9 @@ void PacingDiscipline::looked(TimePoint now, std::optional<TimePoint> arrived) {
   if (halfway_ && sent_) --overdue_;
   if (!halfway_ && !sent_) ++overdue_;
   if (overdue_ >= AudioFrameQueue::kAudioMaxQueueFrames) restart();
-  if (sent_ && overdue_ == 0) measure(tick_ - *arrived);
+  if (sent_) measure(tick_ - *arrived);
   halfway_ = !halfway_ && overdue_ > 0;
   if (!halfway_) tick_ += kChunk + shift();
-}
-
-/// The machine stood still: what arrived meanwhile is overdue.
-void PacingDiscipline::skipMissedTicks(TimePoint now) {
-  const auto missed = std::max((now - tick_) / kChunk, Duration::rep{0});
-  tick_ += missed * kChunk;
-  overdue_ += static_cast<std::size_t>(missed);
-  halfway_ = halfway_ && missed == 0;
 }
 
 void PacingDiscipline::measure(Duration waited) {

@@ -48,7 +48,6 @@ class PacingDiscipline {
   static constexpr std::size_t kLearned = 20;  // 0.4 s
 
   void restart() { *this = PacingDiscipline(tick_); }
-  void skipMissedTicks(TimePoint now);
   void measure(Duration waited);
   Duration shift();
 

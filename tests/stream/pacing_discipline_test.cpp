@@ -77,6 +77,13 @@ TEST(PacingDiscipline, ALateChunkDelaysNoOtherLongerThanItMust) {
   }
 }
 
+TEST(PacingDiscipline, StaysWhereItIsWhenChunksComeALittleLater) {
+  Stream stream({.name = "a program begins to play",
+                 .lateness = [](auto i) { return i > 1010 ? Duration(1500us) : Duration{}; }});
+  stream.play(20s);
+  EXPECT_EQ(stream.play(20s).deviationPercentile(1), 0ms) << "a receiver would buffer each move";
+}
+
 /// After `disturb` every look finds a chunk, and a second later the latency is what it was.
 void expectRecovery(const Lateness& lateness, const std::function<void(Stream&)>& disturb) {
   Stream stream({.name = "steady", .lateness = lateness});
