@@ -29,6 +29,7 @@ class CableMode : public CableSwitch {
 
   void turnOn() override { cable_.link().enterCableMode(); }
   void turnOff() override { cable_.link().leaveCableMode(); }
+  void clearForcedOffline() override { cable_.link().clearForcedOffline(); }
   bool hasChannel() const override { return cable_.link().connectedChannel() != nullptr; }
 
   CableState state() const;

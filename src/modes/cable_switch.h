@@ -17,6 +17,10 @@ class CableSwitch {
   /// the queue of attempts.
   virtual void turnOff() = 0;
 
+  /// After `turnOff`, when the Wi-Fi page has been re-entered: clears the mark alone; attempts
+  /// still wait for `turnOn`.
+  virtual void clearForcedOffline() = 0;
+
   /// A phone is connected by cable.
   virtual bool hasChannel() const = 0;
 

@@ -82,6 +82,7 @@ void WiFiMode::silentReenterOnlineMode() {
     restartUDP();
     stream();
     watch_.startIPWatch();
+    parts_.cable.clearForcedOffline();
   });
 }
 

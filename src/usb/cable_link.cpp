@@ -96,7 +96,7 @@ void CableLink::enqueue(Waiting waiting) {
 bool CableLink::mayRun(const Waiting& waiting) const {
   if (!notConnectedQueueSuspended_) return true;
   const bool holdsLoopback = connectedChannel_ && !connectedDeviceID_;
-  return holdsLoopback && !userForcedOffline_ && waiting.first != Step::kConnectToLocal;
+  return holdsLoopback && isOn_ && waiting.first != Step::kConnectToLocal;
 }
 
 void CableLink::runNotConnectedQueue() {
@@ -223,7 +223,7 @@ void CableLink::setConnectedChannel(std::unique_ptr<PTChannel> channel) {
     resumption_.reset();
     local_ = {};
     if (connectedDeviceID_) usb_ = {};
-  } else if (!userForcedOffline_) {
+  } else if (isOn_) {
     goOn();
   }
   didChange();
@@ -235,7 +235,7 @@ bool CableLink::channelDidEnd(const PTChannel& channel) {
   setConnectedChannel(nullptr);
   // Whoever accepts and closes at once, or breaks the rules at once, would be connected to without
   // a pause.
-  if (!userForcedOffline_ && platform_.scheduler.now() - connectedAt_ < kRetryDelay) {
+  if (isOn_ && platform_.scheduler.now() - connectedAt_ < kRetryDelay) {
     notConnectedQueueSuspended_ = true;
     resumption_ =
         platform_.scheduler.mainQueue().makeTimer({.first = kRetryDelay}, [this] { goOn(); });
@@ -255,11 +255,13 @@ void CableLink::didChange() {
 // ---- The mode
 
 void CableLink::enterCableMode() {
+  isOn_ = true;
   userForcedOffline_ = false;
   goOn();
 }
 
 void CableLink::leaveCableMode() {
+  isOn_ = false;
   userForcedOffline_ = true;
   disconnectFromCurrentChannel();
   notConnectedQueueSuspended_ = true;

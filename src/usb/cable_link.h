@@ -66,6 +66,9 @@ class CableLink {
   /// Any other mode is chosen: `userForcedOffline` true, attempts dropped, USB channel closed,
   /// queue suspended.
   void leaveCableMode();
+  /// The Wi-Fi page has been re-entered: `userForcedOffline` false, and nothing else. What is
+  /// queued from now on waits until the cable mode is chosen.
+  void clearForcedOffline() { userForcedOffline_ = false; }
 
   /// Closes a USB channel; a loopback channel stays.
   void disconnectFromCurrentChannel();
@@ -122,6 +125,7 @@ class CableLink {
   CableLinkEvents events_;
   LineLimit deviceLines_;
 
+  bool isOn_ = false;  ///< the cable mode is chosen: only then attempts run
   bool userForcedOffline_ = true;
   std::vector<DeviceID> attached_;  ///< in the order of plugging in
   std::optional<DeviceID> connectingToDeviceID_;

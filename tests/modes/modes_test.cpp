@@ -65,10 +65,15 @@ class FakeWindow : public WiFiPageView, public MenuView {
 class FakeCableSwitch : public CableSwitch {
  public:
   void turnOn() override { on = true; }
-  void turnOff() override { on = channel = false; }
+  void turnOff() override {
+    on = channel = false;
+    forcedOffline = true;
+  }
+  void clearForcedOffline() override { forcedOffline = false; }
   bool hasChannel() const override { return channel; }
 
   bool on = false;
+  bool forcedOffline = false;
   bool channel = false;
 };
 
@@ -250,6 +255,7 @@ TEST_F(ModesTest, AnotherAddressIsDrawnAndBoundAndPhonesMustGreetAnew) {
   EXPECT_EQ(window_.page.codeText.toStdString(), "192.168.7.99:" + std::to_string(port_));
   EXPECT_EQ(window_.page.phones.size(), 0U);
   EXPECT_FALSE(cable_.on);
+  EXPECT_FALSE(cable_.forcedOffline);
 
   auto again = joined();
   time_.advance(2200ms);  // the second binding, when the network has settled

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <initializer_list>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -29,6 +30,12 @@ inline Bytes toBytes(std::span<const std::byte> view) {
 inline Bytes operator+(Bytes left, const Bytes& right) {
   left.insert(left.end(), right.begin(), right.end());
   return left;
+}
+
+inline std::string repeated(std::string_view text, std::size_t times) {
+  std::string result;
+  while (times-- > 0) result += text;
+  return result;
 }
 
 }  // namespace quorin::test

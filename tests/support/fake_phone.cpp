@@ -43,12 +43,6 @@ void FakePhone::sendBytes(std::span<const std::byte> bytes) {
   }
 }
 
-void FakePhone::reset() {
-  const linger now{.l_onoff = 1, .l_linger = 0};
-  ::setsockopt(socket_.get(), SOL_SOCKET, SO_LINGER, &now, sizeof now);
-  hangUp();
-}
-
 namespace {
 
 posix::FileDescriptor listenOn(const sockaddr* address, socklen_t size) {

@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <optional>
 #include <span>
 #include <vector>
 
@@ -31,9 +30,7 @@ class FakePhone {
 
   void send(std::uint32_t type, std::uint32_t tag, const Bytes& payload);
   void sendBytes(std::span<const std::byte> bytes);
-  /// Closes as a program that ends, or as a cable that is pulled out.
   void hangUp() { socket_.reset(); }
-  void reset();
 
   std::vector<SentFrame> frames;  ///< received since they were last taken away
   bool sawEnd = false;            ///< the other end has closed
@@ -49,19 +46,5 @@ posix::FileDescriptor listenAt(std::uint16_t port);
 posix::FileDescriptor listenAt(const std::filesystem::path& path);
 /// The next connection that has been made to a listening socket.
 posix::FileDescriptor acceptFrom(const posix::FileDescriptor& listener);
-
-/// An app that waits for the computer where the cable looks for it on this machine.
-class PhoneListener {
- public:
-  explicit PhoneListener(std::uint16_t port) : socket_(listenAt(port)) {}
-
-  std::optional<FakePhone> accept() {
-    auto connection = acceptFrom(socket_);
-    return connection ? std::optional<FakePhone>(std::move(connection)) : std::nullopt;
-  }
-
- private:
-  posix::FileDescriptor socket_;
-};
 
 }  // namespace quorin::test

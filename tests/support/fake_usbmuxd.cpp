@@ -3,11 +3,9 @@
 #include <arpa/inet.h>
 #include <sys/socket.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <stdexcept>
 #include <utility>
 
 namespace quorin::test {
@@ -15,25 +13,17 @@ namespace {
 
 using Header = std::array<std::uint32_t, 4>;
 
-std::string integer(const std::string& key, std::uint64_t value) {
-  return "<key>" + key + "</key><integer>" + std::to_string(value) + "</integer>";
-}
-std::string string(const std::string& key, const std::string& value) {
-  return "<key>" + key + "</key><string>" + value + "</string>";
-}
-
-void send(const posix::FileDescriptor& socket, const std::string& items) {
-  const auto message = usbMessage(items);
+void send(const posix::FileDescriptor& socket, const Bytes& message) {
   ::send(socket.get(), message.data(), message.size(), MSG_NOSIGNAL);
 }
 void sendResult(const posix::FileDescriptor& socket, unsigned result) {
-  send(socket, string("MessageType", "Result") + integer("Number", result));
+  send(socket,
+       usbMessage("<key>MessageType</key><string>Result</string><key>Number</key><integer>" +
+                  std::to_string(result) + "</integer>"));
 }
 
-std::string attached(usb::DeviceID device, const std::string& connection) {
-  return string("MessageType", "Attached") + integer("DeviceID", device) +
-         "<key>Properties</key><dict>" + string("ConnectionType", connection) +
-         string("SerialNumber", "phone-" + std::to_string(device)) + "</dict>";
+Bytes attached(usb::DeviceID device, const std::string& connection) {
+  return usbMessage("Attached", device, connection, "phone-" + std::to_string(device));
 }
 
 }  // namespace
@@ -49,6 +39,15 @@ Bytes usbMessage(const std::string& items) {
   return usbMessage(bytesOf("<plist version=\"1.0\"><dict>" + items + "</dict></plist>"));
 }
 
+Bytes usbMessage(const std::string& type, usb::DeviceID device, const std::string& connection,
+                 const std::string& serial) {
+  return usbMessage("<key>MessageType</key><string>" + type +
+                    "</string><key>DeviceID</key><integer>" + std::to_string(device) +
+                    "</integer><key>Properties</key><dict><key>ConnectionType</key><string>" +
+                    connection + "</string><key>SerialNumber</key><string>" + serial +
+                    "</string></dict>");
+}
+
 void FakeUsbmuxd::start() {
   socket_ = listenAt(path_);
 }
@@ -58,7 +57,6 @@ void FakeUsbmuxd::stop() {
   ::unlink(path_.c_str());
   clients_.clear();
   listeners_.clear();
-  connections_.clear();
 }
 
 void FakeUsbmuxd::attach(usb::DeviceID device, const std::string& connection) {
@@ -68,20 +66,10 @@ void FakeUsbmuxd::attach(usb::DeviceID device, const std::string& connection) {
 
 void FakeUsbmuxd::detach(usb::DeviceID device) {
   devices_.erase(device);
-  connections_.erase(device);
-  for (const auto& listener : listeners_) {
-    send(listener, string("MessageType", "Detached") + integer("DeviceID", device));
-  }
-}
-
-std::optional<FakePhone> FakeUsbmuxd::takeConnection(usb::DeviceID device) {
-  auto connection = connections_.extract(device);
-  if (connection.empty()) return std::nullopt;
-  return FakePhone(std::move(connection.mapped()));
+  for (const auto& listener : listeners_) send(listener, usbMessage("Detached", device, "", ""));
 }
 
 void FakeUsbmuxd::turn() {
-  if (!socket_) return;
   while (auto socket = acceptFrom(socket_)) {
     clients_.push_back({.socket = std::move(socket), .received = {}});
     ++accepted;
@@ -98,10 +86,10 @@ void FakeUsbmuxd::turn() {
     if (client.received.size() < length) return false;
     const auto request =
         usb::readPropertyList(std::span(client.received).first(length).subspan(sizeof(Header)));
-    if (!request) throw std::runtime_error("the client sent no property list");
     client.received.clear();
     return answers && answer(client, request.get());
   });
+  for (auto& [device, phone] : phones) phone.turn();
 }
 
 bool FakeUsbmuxd::answer(Client& client, plist_t request) {
@@ -121,15 +109,14 @@ bool FakeUsbmuxd::answer(Client& client, plist_t request) {
     connects.push_back(std::to_string(device) + ":" + std::to_string(ntohs(port)) + " " +
                        std::to_string(result));
     sendResult(client.socket, result);
-    if (result == 0) connections_[device] = std::move(client.socket);
+    if (result == 0) phones.insert_or_assign(device, FakePhone(std::move(client.socket)));
     return result == 0;
   }
   if (type == "ReadPairRecord") {
-    const auto serial = usb::textIn(request, "PairRecordID");
-    const bool isStranger = std::ranges::any_of(
-        strangers, [&](auto stranger) { return serial == "phone-" + std::to_string(stranger); });
-    isStranger ? sendResult(client.socket, 2)
-               : send(client.socket, "<key>PairRecordData</key><data>AAAA</data>");
+    const auto serial = usb::textIn(request, "PairRecordID");  // "phone-N"
+    strangers.contains(usb::DeviceID(serial.back()) - '0')
+        ? sendResult(client.socket, 2)
+        : send(client.socket, usbMessage("<key>PairRecordData</key><data>AAAA</data>"));
     return false;
   }
   sendResult(client.socket, 1);

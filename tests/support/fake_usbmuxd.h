@@ -8,16 +8,18 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
-#include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
 namespace quorin::test {
 
-/// A message of the USB service: the header and a property list, or `items` in one, as XML.
+/// A message of the USB service: the header and a property list, or `items` in one, as XML, or what
+/// the service says of a device.
 Bytes usbMessage(const Bytes& list);
 Bytes usbMessage(const std::string& items);
+Bytes usbMessage(const std::string& type, usb::DeviceID device, const std::string& connection,
+                 const std::string& serial);
 
 /// Stands in for the USB multiplexing service: answers Listen, Connect and ReadPairRecord on a Unix
 /// socket, for phones that the test plugs in. Does something only inside `turn`, which a test
@@ -28,23 +30,21 @@ class FakeUsbmuxd {
   explicit FakeUsbmuxd(std::filesystem::path path) : path_(std::move(path)) {}
   ~FakeUsbmuxd() { stop(); }
 
-  /// The service runs; `stop` is its sudden end. The phones stay plugged in.
+  /// `stop` is the sudden end of the service. The phones stay plugged in.
   void start();
   void stop();
 
   /// `connection` is "USB" or "Network".
   void attach(usb::DeviceID device, const std::string& connection = "USB");
-  /// Also ends the phone's connection, if the test does not hold it.
   void detach(usb::DeviceID device);
 
   std::set<usb::DeviceID> apps;       ///< only a phone whose app runs is connected to
   std::set<usb::DeviceID> strangers;  ///< phones that do not trust this computer
   bool answers = true;                ///< false: no request gets a reply
 
-  /// The connection made to this phone's app, if there is one since the last call.
-  std::optional<FakePhone> takeConnection(usb::DeviceID device);
-
   void turn();
+
+  std::map<usb::DeviceID, FakePhone> phones;  ///< the app's end of the latest channel to each
 
   std::vector<std::string> connects;  ///< answered Connect requests: "5:2345 0", with the result
   std::size_t accepted = 0;           ///< connections since the beginning
@@ -63,7 +63,6 @@ class FakeUsbmuxd {
   std::vector<Client> clients_;
   std::vector<posix::FileDescriptor> listeners_;
   std::map<usb::DeviceID, std::string> devices_;  ///< with the kind of connection
-  std::map<usb::DeviceID, posix::FileDescriptor> connections_;
 };
 
 }  // namespace quorin::test

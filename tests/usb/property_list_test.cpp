@@ -14,6 +14,7 @@ namespace {
 using test::Bytes;
 using test::bytes;
 using test::bytesOf;
+using test::repeated;
 using test::operator+;
 
 /// A binary property list of these objects, the first of them the top one, with offsets of two
@@ -38,12 +39,6 @@ Bytes dictionary(const std::vector<Bytes>& value) {
   std::vector<Bytes> objects = {bytes({0xD1, 1, 2}), bytes({0x51, 'a'})};
   objects.insert(objects.end(), value.begin(), value.end());
   return binaryList(objects);
-}
-
-std::string repeated(const std::string& text, int times) {
-  std::string result;
-  for (int i = 0; i < times; ++i) result += text;
-  return result;
 }
 
 Bytes xml(const std::string& value) {

@@ -18,7 +18,7 @@ class CableBesideWifi : public WholeTest {
   void startOnTheCablePage() {
     start(app::StartMode::kCable, "usbSecondary2Label_");
     program_->onTurn = [this] {
-      if (auto connection = listener_.accept()) phone_ = std::move(connection);
+      if (auto connection = test::acceptFrom(listener_)) phone_.emplace(std::move(connection));
       if (phone_) phone_->turn();
     };
     ASSERT_TRUE(program_->becomes("connectedContainer_"));
@@ -53,7 +53,7 @@ class CableBesideWifi : public WholeTest {
     return nullptr;
   }
 
-  test::PhoneListener listener_{2345};
+  posix::FileDescriptor listener_ = test::listenAt(2345);
   std::optional<test::FakePhone> phone_;
 };
 

@@ -3,7 +3,6 @@
 #include "core/queue.h"
 #include "platform/usb/frame_sender.h"
 #include "platform/usb/usb_hub.h"
-#include "platform/usb/writable_source.h"
 #include "wire/frame_reader.h"
 
 #include <cstdint>
@@ -57,9 +56,9 @@ class PTChannel {
   void connectToPort(std::uint16_t port, PTUSBHub& hub, DeviceID device, ConnectCallback callback);
   void connectToPort(std::uint16_t port, IPv4Address address, ConnectCallback callback);
 
-  /// Sends a frame that is never dropped. The callback, not empty, runs once the frame is written
-  /// or cannot be: the channel is not connected or has ended, or the other end has not read for so
-  /// long that 1 MiB waits.
+  /// Sends a frame that is never dropped, on a channel that has been connected. The callback, not
+  /// empty, runs once the frame is written or cannot be: the channel has ended, or the other end
+  /// has not read for so long that `FrameOutbox::kMaxReliable` frames wait.
   void sendFrameOfType(std::uint32_t type, std::uint32_t tag, std::span<const std::byte> payload,
                        FrameSender::Written callback);
 
@@ -78,9 +77,6 @@ class PTChannel {
   void close() { end({}); }
 
  private:
-  enum class State { kNew, kConnecting, kConnected, kEnded };
-
-  std::error_code beginConnecting(std::uint16_t port, IPv4Address address);
   void connectionMade(std::error_code error);
   void open();
   void receive();
@@ -89,7 +85,6 @@ class PTChannel {
 
   ChannelQueues queues_;
   PTChannelDelegate& delegate_;
-  State state_ = State::kNew;
   ConnectCallback connected_;
   std::string userInfo_;
   std::uint32_t lastTag_ = 0;
@@ -97,8 +92,8 @@ class PTChannel {
   PTUSBHub::Operation throughHub_;
   /// Shared with the sender, which may still be writing when the channel ends.
   std::shared_ptr<posix::FileDescriptor> socket_ = std::make_shared<posix::FileDescriptor>();
-  std::unique_ptr<WritableSource> connecting_;
-  std::unique_ptr<dispatch::ReadSource> readable_;
+  std::unique_ptr<dispatch::Timer> connecting_;     ///< asks whether it is connected
+  std::unique_ptr<dispatch::ReadSource> readable_;  ///< while the channel is open
   wire::FrameReader reader_;
   std::shared_ptr<FrameSender> sender_;
   dispatch::Scope scope_;

@@ -5,40 +5,23 @@
 
 namespace quorin::usb {
 
-void FrameOutbox::appendLive(std::uint32_t type, std::uint32_t tag,
+bool FrameOutbox::appendLive(std::uint32_t type, std::uint32_t tag,
                              std::span<const std::byte> payload) {
   assert(payload.size() <= kMaxLivePayload);
-  if (liveCount_ == kMaxLive) {
-    dropOldestLive();
-    ++liveDropped_;
-  }
+  const bool tooMany = liveCount_ == kMaxLive;
+  if (tooMany) dropOldestLive();
   auto& slot = live_[(liveHead_ + liveCount_) % kMaxLive];
   const auto header =
       wire::encodeFrameHeader({type, tag, static_cast<std::uint32_t>(payload.size())});
   std::ranges::copy(payload, std::ranges::copy(header, slot.bytes.begin()).out);
   slot.size = header.size() + payload.size();
   ++liveCount_;
+  return tooMany;
 }
 
 void FrameOutbox::dropOldestLive() {
   liveHead_ = (liveHead_ + 1) % kMaxLive;
   --liveCount_;
-}
-
-bool FrameOutbox::hasRoomFor(const Reliable& frame) const {
-  return reliableBytes_ == 0 || reliableBytes_ + frame.frame.size() <= kMaxReliableBytes;
-}
-
-void FrameOutbox::appendReliable(Reliable frame) {
-  reliableBytes_ += frame.frame.size();
-  reliable_.push_back(std::move(frame));
-}
-
-std::vector<FrameOutbox::Written> FrameOutbox::takeReliable() {
-  std::vector<Written> callbacks;
-  for (auto& frame : reliable_) callbacks.push_back(std::move(frame.written));
-  reliable_.clear();
-  return callbacks;
 }
 
 std::span<const std::byte> FrameOutbox::next() const {
@@ -63,7 +46,6 @@ FrameOutbox::Written FrameOutbox::written(std::size_t count) {
     reliableWritten_ += count;
     if (reliableWritten_ < first.frame.size()) return {};
     auto written = std::move(first.written);
-    reliableBytes_ -= first.frame.size();
     reliableWritten_ = 0;
     reliable_.pop_front();
     return written;

@@ -8,6 +8,7 @@
 #include <functional>
 #include <span>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace quorin::usb {
@@ -16,10 +17,9 @@ namespace quorin::usb {
 /// writes.
 ///
 /// Two kinds of frames share the stream, each written whole before the next begins:
-/// - reliable frames go first, in order, and are never dropped;
+/// - reliable frames go first, in order, and are never dropped: at most `kMaxReliable` wait;
 /// - live frames are worth nothing when late: of more than `kMaxLive` that wait the oldest are
-///   dropped and counted. Their memory is there from the beginning, appending one allocates
-///   nothing.
+///   dropped. Their memory is there from the beginning, appending one allocates nothing.
 class FrameOutbox {
  public:
   using Written = std::move_only_function<void(std::error_code)>;
@@ -31,15 +31,15 @@ class FrameOutbox {
   /// 200 ms of 20 ms chunks.
   static constexpr std::size_t kMaxLive = 10;
   static constexpr std::size_t kMaxLivePayload = 4096;
-  /// A peer that reads nothing must not cost more memory than this.
-  static constexpr std::size_t kMaxReliableBytes = 1U << 20U;
+  /// More wait only for a peer that reads nothing.
+  static constexpr std::size_t kMaxReliable = 10;
 
-  /// `payload` at most `kMaxLivePayload`.
-  void appendLive(std::uint32_t type, std::uint32_t tag, std::span<const std::byte> payload);
+  /// `payload` at most `kMaxLivePayload`. True when another live frame was dropped for it.
+  bool appendLive(std::uint32_t type, std::uint32_t tag, std::span<const std::byte> payload);
 
-  /// False when too many bytes wait already; one frame always fits.
-  bool hasRoomFor(const Reliable& frame) const;
-  void appendReliable(Reliable frame);
+  /// No reliable frame fits any more.
+  bool isFull() const { return reliable_.size() == kMaxReliable; }
+  void appendReliable(Reliable frame) { reliable_.push_back(std::move(frame)); }
 
   /// What goes next: the rest of one frame, empty when nothing waits. Valid until the next call.
   std::span<const std::byte> next() const;
@@ -48,10 +48,8 @@ class FrameOutbox {
   /// completed, else none.
   Written written(std::size_t count);
 
-  /// Takes the callbacks of all reliable frames that wait.
-  std::vector<Written> takeReliable();
-
-  std::uint64_t liveDropped() const { return liveDropped_; }
+  /// Once, when nothing can be written any more: the reliable frames that wait.
+  std::deque<Reliable> takeReliable() { return std::move(reliable_); }
 
  private:
   static constexpr std::size_t kSlotBytes = wire::kFrameHeaderBytes + kMaxLivePayload;
@@ -67,14 +65,12 @@ class FrameOutbox {
   std::array<Slot, kMaxLive> live_;
   std::size_t liveHead_ = 0;
   std::size_t liveCount_ = 0;
-  std::uint64_t liveDropped_ = 0;
 
   /// The live frame that is being written lies here, out of reach of dropping.
   Slot begun_;
   std::size_t begunWritten_ = 0;
 
   std::deque<Reliable> reliable_;
-  std::size_t reliableBytes_ = 0;
   std::size_t reliableWritten_ = 0;  ///< of the first one
 };
 

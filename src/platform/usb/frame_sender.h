@@ -3,13 +3,13 @@
 #include "core/queue.h"
 #include "platform/posix/file_descriptor.h"
 #include "platform/usb/frame_outbox.h"
-#include "platform/usb/writable_source.h"
 
 #include <atomic>
 #include <cstdint>
 #include <memory>
 #include <span>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace quorin::usb {
@@ -20,18 +20,18 @@ struct ChannelQueues {
   dispatch::Queue& main;
 };
 
-/// The writing half of a channel, confined to the send queue: writes what the outbox gives as
-/// far as the socket takes it, and goes on when there is room again. May be kept, and used in
-/// vain, after its channel has ended.
+/// The writing half of a channel, confined to the send queue: with each frame it is given, it
+/// writes what the outbox holds as far as the socket takes it. May be kept, and used in vain, after
+/// its channel has ended.
 class FrameSender : public std::enable_shared_from_this<FrameSender> {
  public:
   using Written = FrameOutbox::Written;
 
-  /// `socket` is a non-blocking stream socket. `didFail` runs once, on the main queue, when nothing
-  /// can be written any more.
-  static std::shared_ptr<FrameSender> make(ChannelQueues queues,
-                                           std::shared_ptr<const posix::FileDescriptor> socket,
-                                           Written didFail);
+  /// For `std::make_shared`. `socket` is a non-blocking stream socket. `didFail` runs once, on the
+  /// main queue, when nothing can be written any more.
+  FrameSender(ChannelQueues queues, std::shared_ptr<const posix::FileDescriptor> socket,
+              Written didFail)
+      : queues_(queues), socket_(std::move(socket)), didFail_(std::move(didFail)) {}
 
   /// Sends a live frame: beyond 200 ms of backlog the oldest are dropped. Send queue; never waits,
   /// allocates nothing. `payload` at most `FrameOutbox::kMaxLivePayload`, copied.
@@ -44,10 +44,6 @@ class FrameSender : public std::enable_shared_from_this<FrameSender> {
   void post(std::vector<std::byte> frame, Written written);
 
  private:
-  FrameSender(ChannelQueues queues, std::shared_ptr<const posix::FileDescriptor> socket,
-              Written didFail)
-      : queues_(queues), socket_(std::move(socket)), didFail_(std::move(didFail)) {}
-
   void flush();
   void report(Written written, std::error_code error);
   void fail(std::error_code error);
@@ -56,8 +52,6 @@ class FrameSender : public std::enable_shared_from_this<FrameSender> {
   std::shared_ptr<const posix::FileDescriptor> socket_;
   Written didFail_;
   FrameOutbox outbox_;
-  std::unique_ptr<WritableSource> room_;
-  bool waitsForRoom_ = false;
   std::error_code failure_;
   std::atomic<std::uint64_t> dropped_ = 0;
 };
