@@ -1,6 +1,7 @@
 #include "app/background.h"
 
 #include "core/identity.h"
+#include "platform/desktop/tray.h"
 
 #include <QApplication>
 #include <utility>
@@ -41,7 +42,7 @@ QString stateText(const StreamState& state, const Texts& texts) {
 Background::Background(dispatch::Queue& background, const Texts& texts, Actions actions)
     : texts_(texts),
       actions_(std::move(actions)),
-      icon_(QApplication::windowIcon()),
+      tray_(desktop::watchTray([this] { showIcon(); })),
       notifier_([this](const QString& action, const QString& token) {
         (action == kQuit ? actions_.quit : actions_.show)(token);
       }),
@@ -55,14 +56,20 @@ Background::Background(dispatch::Queue& background, const Texts& texts, Actions 
   menu_.addSeparator();
   menu_.addAction(texts.tr("tray.quit"), [this] { actions_.quit({}); });
 
-  icon_.setContextMenu(&menu_);
-  QObject::connect(&icon_, &QSystemTrayIcon::activated, &menu_,
+  offerPlayHere(false, false);
+  update({});
+}
+
+void Background::showIcon() {
+  if (icon_) return;
+  icon_.emplace(QApplication::windowIcon());
+  icon_->setContextMenu(&menu_);
+  icon_->setToolTip(toolTip_);
+  QObject::connect(&*icon_, &QSystemTrayIcon::activated, &menu_,
                    [this](QSystemTrayIcon::ActivationReason reason) {
                      if (reason == QSystemTrayIcon::Trigger) actions_.show({});
                    });
-  offerPlayHere(false, false);
-  update({});
-  if (QSystemTrayIcon::isSystemTrayAvailable()) icon_.show();
+  icon_->show();
 }
 
 void Background::offerPlayHere(bool offered, bool on) {
@@ -71,7 +78,8 @@ void Background::offerPlayHere(bool offered, bool on) {
 }
 
 void Background::update(const StreamState& state) {
-  icon_.setToolTip(QString::fromLatin1(kProgramName) + ": " + stateText(state, texts_));
+  toolTip_ = QString::fromLatin1(kProgramName) + ": " + stateText(state, texts_);
+  if (icon_) icon_->setToolTip(toolTip_);
   stop_->setEnabled(state.streaming);
   if (const auto news = news_.take(state)) notify(*news, state);
   if (state.windowShown) notifier_.withdraw();

@@ -8,6 +8,8 @@
 #include <QMenu>
 #include <QSystemTrayIcon>
 #include <functional>
+#include <memory>
+#include <optional>
 
 namespace quorin::app {
 
@@ -29,9 +31,10 @@ class Background {
   void offerPlayHere(bool offered, bool on);
 
   const QMenu& menu() const { return menu_; }
-  const QSystemTrayIcon& icon() const { return icon_; }
+  const QString& toolTip() const { return toolTip_; }
 
  private:
+  void showIcon();
   void notify(News news, const StreamState& state);
 
   const Texts& texts_;
@@ -39,7 +42,9 @@ class Background {
   QMenu menu_;
   QAction* playHere_;
   QAction* stop_;
-  QSystemTrayIcon icon_;
+  QString toolTip_;
+  std::unique_ptr<QObject> tray_;
+  std::optional<QSystemTrayIcon> icon_;  ///< where the desktop has a tray
   StreamNews news_;
   desktop::Notifier notifier_;
   desktop::SleepInhibitor inhibitor_;

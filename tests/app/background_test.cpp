@@ -63,11 +63,11 @@ TEST(Background, TheIconsMenuDoesWhatItSays) {
     return done;
   };
   EXPECT_EQ(clickAll(), QStringList({"show", "quit"}));
-  EXPECT_EQ(background.icon().toolTip(), "Quorin Stream: Nothing is sent");
+  EXPECT_EQ(background.toolTip(), "Quorin Stream: Nothing is sent");
   background.update({.streaming = true, .listeners = 2});
   background.offerPlayHere(true, false);
   EXPECT_EQ(clickAll(), QStringList({"show", "play", "stop", "quit"}));
-  EXPECT_EQ(background.icon().toolTip(), "Quorin Stream: 2 phones listen");
+  EXPECT_EQ(background.toolTip(), "Quorin Stream: 2 phones listen");
 }
 
 }  // namespace

@@ -17,7 +17,9 @@ namespace {
 
 /// Null elsewhere than on X11.
 xcb_connection_t* x11Connection() {
-  const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+  const auto* const application = qobject_cast<QGuiApplication*>(QCoreApplication::instance());
+  const auto* const x11 =
+      application ? application->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
   return x11 ? x11->connection() : nullptr;
 }
 
@@ -91,6 +93,15 @@ void bringToFront(QWindow& window, const QString& token) {
   // Qt's Wayland plug-in takes it from here.
   if (!token.isEmpty()) qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());
   window.requestActivate();
+}
+
+bool hasX11Tray() {
+  auto* const connection = x11Connection();
+  if (!connection) return false;
+  const auto asked = xcb_get_selection_owner(connection, atom(connection, "_NET_SYSTEM_TRAY_S0"));
+  const std::unique_ptr<xcb_get_selection_owner_reply_t, decltype(&std::free)> reply(
+      xcb_get_selection_owner_reply(connection, asked, nullptr), std::free);
+  return reply && reply->owner != XCB_WINDOW_NONE;
 }
 
 void askForDarkTitleBar(QWindow& window) {

@@ -11,6 +11,9 @@ namespace quorin::desktop {
 /// also ends the launcher's waiting for a window. GUI thread.
 void bringToFront(QWindow& window, const QString& token);
 
+/// X11's own tray, which needs no D-Bus, is there. GUI thread.
+bool hasX11Tray();
+
 /// Asks the window manager to decorate `window` in dark colours, where it can. GUI thread.
 void askForDarkTitleBar(QWindow& window);
 

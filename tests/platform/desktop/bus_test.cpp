@@ -1,5 +1,6 @@
 #include "platform/desktop/notifier.h"
 #include "platform/desktop/sleep_inhibitor.h"
+#include "platform/desktop/tray.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/posix/file_descriptor.h"
 #include "support/eventually.h"
@@ -33,7 +34,7 @@ class StandInDesktop : public QDBusVirtualObject {
     }
     for (const auto* name : {"org.freedesktop.Notifications", "org.freedesktop.portal.Desktop",
                              "org.freedesktop.login1"}) {
-      bus_.registerService(name);
+      own(name);
     }
   }
   ~StandInDesktop() override { QDBusConnection::disconnectFromBus("desktop"); }
@@ -52,6 +53,7 @@ class StandInDesktop : public QDBusVirtualObject {
     }
     return bus.send(call.createReply(answer));
   }
+  void own(const QString& name) { bus_.registerService(name); }
   bool isLocked() const {
     char none = 0;
     return ::read(lock.get(), &none, 1) < 0;  // its end once the other end is closed
@@ -100,6 +102,13 @@ TEST(Bus, NotificationsReplaceEachOtherAndTheInhibitorLetsGo) {
   EXPECT_EQ(chosen, QStringList({"quit", "token"}));
   notifier.withdraw();
   EXPECT_TRUE(comesTrue([&] { return desktop.calls.contains("Notifications.CloseNotification"); }));
+
+  int appeared = 0;
+  const auto tray = watchTray([&] { ++appeared; });
+  QCoreApplication::processEvents();
+  EXPECT_EQ(appeared, 0);
+  desktop.own("org.kde.StatusNotifierWatcher");
+  EXPECT_TRUE(comesTrue([&] { return appeared == 1; })) << "the panel starts later";
 
   const auto scheduler = dispatch::makeSystemScheduler();
   SleepInhibitor inhibitor(scheduler->backgroundQueue(), "why");
