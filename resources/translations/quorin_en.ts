@@ -433,7 +433,7 @@ Anyone on your network can connect and listen, so use a network you trust, and s
 
 ## When no sound arrives
 
-- The phone has to reach UDP port 9000 of this computer. Where a firewall keeps it out: `sudo ufw allow 9000/udp`, or `sudo firewall-cmd --add-port=9000/udp`. Another port is chosen with `quorin-stream --port`.
+- The phone has to reach UDP port %1 of this computer. Where a firewall keeps it out: `sudo ufw allow %1/udp`, or `sudo firewall-cmd --add-port=%1/udp`. Another port is chosen with `quorin-stream --port`.
 - Many guest networks keep devices apart; use another one, or the cable.
 - The cable needs the USB service: `sudo apt install usbmuxd`.
 

@@ -433,7 +433,7 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
 
 ## Cuando no llega sonido
 
-- El teléfono tiene que llegar al puerto UDP 9000 de este equipo. Si un cortafuegos lo impide: `sudo ufw allow 9000/udp` o `sudo firewall-cmd --add-port=9000/udp`. Otro puerto se elige con `quorin-stream --port`.
+- El teléfono tiene que llegar al puerto UDP %1 de este equipo. Si un cortafuegos lo impide: `sudo ufw allow %1/udp` o `sudo firewall-cmd --add-port=%1/udp`. Otro puerto se elige con `quorin-stream --port`.
 - Muchas redes de invitados separan los dispositivos; usa otra, o el cable.
 - El cable necesita el servicio USB: `sudo apt install usbmuxd`.
 
@@ -695,6 +695,66 @@ Esc o Alt+Izquierda: volver. Ctrl+W: cerrar la ventana; la transmisión sigue. C
     <message id="not granted">
         <source></source>
         <translation>no concedida</translation>
+    </message>
+    <message id="There is no option &#x27;%1&#x27;.">
+        <source></source>
+        <translation>No existe la opción «%1».</translation>
+    </message>
+    <message id="Option &#x27;%1&#x27; lacks its value, or takes none.">
+        <source></source>
+        <translation>A la opción «%1» le falta su valor, o no lleva ninguno.</translation>
+    </message>
+    <message id="Unexpected argument &#x27;%1&#x27;.">
+        <source></source>
+        <translation>Argumento inesperado: «%1».</translation>
+    </message>
+    <message id="--port needs a number from 1 to 65535, not &#x27;%1&#x27;.">
+        <source></source>
+        <translation>--port necesita un número de 1 a 65535, no «%1».</translation>
+    </message>
+    <message id="--start knows wifi and cable, not &#x27;%1&#x27;.">
+        <source></source>
+        <translation>--start conoce wifi y cable, no «%1».</translation>
+    </message>
+    <message id="--address needs one such as 192.168.1.20, not &#x27;%1&#x27;.">
+        <source></source>
+        <translation>--address necesita una dirección como 192.168.1.20, no «%1».</translation>
+    </message>
+    <message id="--language knows en and es, not &#x27;%1&#x27;.">
+        <source></source>
+        <translation>--language conoce en y es, no «%1».</translation>
+    </message>
+    <message id="%1 goes with --diagnose.">
+        <source></source>
+        <translation>%1 va con --diagnose.</translation>
+    </message>
+    <message id="Try quorin-stream --help.">
+        <source></source>
+        <translation>Prueba quorin-stream --help.</translation>
+    </message>
+    <message id="It runs in another language already; quit it first.">
+        <source></source>
+        <translation>Ya está en marcha en otro idioma; ciérralo primero.</translation>
+    </message>
+    <message id="It runs already and does not answer; end that process first.">
+        <source></source>
+        <translation>Ya está en marcha y no responde; termina antes ese proceso.</translation>
+    </message>
+    <message id="Phones listen to the running program; stop the stream there first.">
+        <source></source>
+        <translation>Hay teléfonos escuchando el programa en marcha; detén antes la transmisión.</translation>
+    </message>
+    <message id="Port %1 cannot be used: %2.">
+        <source></source>
+        <translation>El puerto %1 no se puede usar: %2.</translation>
+    </message>
+    <message id="This computer has no network with %1 now. Its addresses: %2.">
+        <source></source>
+        <translation>Este equipo no tiene ahora ninguna red con %1. Sus direcciones: %2.</translation>
+    </message>
+    <message id="no name">
+        <source></source>
+        <translation>sin nombre</translation>
     </message>
 </context>
 </TS>

@@ -43,7 +43,9 @@ Finding audioServer(const Facts& facts) {
 }
 
 Finding device(const char* name, const audio::Device& device, const char* advice) {
-  const auto found = text(audio::currentDeviceName(device));
+  const auto found = device.number == 0 ? qtTrId("none")
+                     : device.name      ? text(*device.name)
+                                        : qtTrId("no name");
   const bool isRight = audio::isDefaultDeviceNamed(device, audio::kExpectedDeviceName);
   return isRight ? fine(name, found) : problem(name, found, advice);
 }

@@ -8,16 +8,13 @@
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/dispatch/termination_signals.h"
 #include "platform/posix/program.h"
-#include "ui/appearance.h"
-#include "ui/display.h"
-#include "ui/images.h"
+#include "ui/application.h"
 #include "ui/texts.h"
 #include "wire/control_message.h"
 
 #include <QApplication>
 #include <QLoggingCategory>
 #include <cstdio>
-#include <optional>
 
 namespace quorin::app {
 namespace {
@@ -25,14 +22,14 @@ namespace {
 /// The application of what only prints, in the user's language.
 class Printing {
  public:
-  Printing(int& argc, char** argv, const Options& options)
-      : application_(argc, argv), texts_(preferredLanguages(options.language.value_or(QString()))) {
+  Printing(int& argc, char** argv, const QString& language)
+      : application_(argc, argv), texts_(preferredLanguages(language)) {
     QCoreApplication::installTranslator(&texts_.translator());
   }
 
  private:
   QCoreApplication application_;
-  CompiledTable texts_;
+  Texts texts_;
 };
 
 int printAndExit(const QString& text) {
@@ -57,14 +54,11 @@ int failWith(const QString& sentence, int status) {
   return status;
 }
 
-int run(QApplication& application, const Options& options, SingleInstance& instance) {
-  applyDarkAppearance(application);
-  QApplication::setWindowIcon(Images().icon(QStringLiteral("Logo")));
+int run(const Options& options, SingleInstance& instance) {
   QApplication::setQuitOnLastWindowClosed(false);
 
-  const auto languages = preferredLanguages(options.language.value_or(QString()));
-  const CompiledTable bundle(languages);
-  const Texts texts(bundle, languages);
+  Texts texts(preferredLanguages(options.language.value_or(QString())));
+  QCoreApplication::installTranslator(&texts.translator());
 
   const auto scheduler = dispatch::makeSystemScheduler();
   PTAppDelegate delegate(*scheduler, texts, options);
@@ -75,8 +69,8 @@ int run(QApplication& application, const Options& options, SingleInstance& insta
                  [&](const SingleInstance::Request& request, const SingleInstance::Answer& answer) {
                    const auto wanted = parseOptions(QStringList(kProgramFile) + request.arguments);
                    if (!wanted) return answer(wanted.error());
-                   if (wanted->language.value_or(bundle.language()) != bundle.language()) {
-                     return answer("It runs in another language already; quit it first.");
+                   if (wanted->language.value_or(texts.language()) != texts.language()) {
+                     return answer(qtTrId("It runs in another language already; quit it first."));
                    }
                    logMoreIf(wanted->verbose);
                    delegate.takeOver(*wanted, request.activationToken, answer);
@@ -88,14 +82,18 @@ int launch(int argc, char** argv) {
   QStringList arguments;
   for (int i = 0; i < argc; ++i) arguments << QString::fromLocal8Bit(argv[i]);
 
+  const auto language = languageIn(arguments);
   const auto options = parseOptions(arguments);
-  if (!options) return failWith(options.error(), kUsageError);
+  if (!options) {
+    const Printing application(argc, argv, language);
+    return failWith(parseOptions(arguments).error(), kUsageError);
+  }
   logMoreIf(options->verbose);
 
   // What only prints needs no display.
   switch (options->action) {
     case Options::Action::kShowHelp: {
-      const Printing application(argc, argv, *options);
+      const Printing application(argc, argv, language);
       return printAndExit(helpText());
     }
     case Options::Action::kShowVersion:
@@ -103,7 +101,7 @@ int launch(int argc, char** argv) {
           QStringLiteral("quorin-stream %1\n")
               .arg(QString::fromUtf8(version().data(), static_cast<qsizetype>(version().size()))));
     case Options::Action::kDiagnose: {
-      const Printing application(argc, argv, *options);
+      const Printing application(argc, argv, language);
       return printDiagnosis(*options);
     }
     case Options::Action::kRun:
@@ -112,16 +110,15 @@ int launch(int argc, char** argv) {
 
   SingleInstance instance;
   if (!instance.isFirst()) {
+    const Printing application(argc, argv, language);
     const auto refusal = instance.handOver(arguments.mid(1));
     return refusal.isEmpty() ? 0 : failWith(refusal, 1);
   }
 
   QApplication::setApplicationName(QString::fromLatin1(kProgramName));
   QGuiApplication::setDesktopFileName(QString::fromLatin1(kApplicationId));
-  std::optional<DisplayRequired> displayRequired(std::in_place);
-  QApplication application(argc, argv);
-  displayRequired.reset();
-  return run(application, *options, instance);
+  const auto application = makeApplication(argc, argv);
+  return run(*options, instance);
 }
 
 }  // namespace

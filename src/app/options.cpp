@@ -30,8 +30,9 @@ std::unique_ptr<QCommandLineParser> makeParser() {
   return parser;
 }
 
-std::unexpected<QString> misunderstood(const QString& problem) {
-  return std::unexpected(problem + " (quorin-stream --help lists the options)");
+// The English sentence is the key of its translation.
+std::unexpected<QString> misunderstood(const char* problem, const QString& word) {
+  return std::unexpected(qtTrId(problem).arg(word) + ' ' + qtTrId("Try quorin-stream --help."));
 }
 
 bool isAddress(const QString& text) {
@@ -42,9 +43,16 @@ bool isAddress(const QString& text) {
 
 std::expected<Options, QString> parseOptions(const QStringList& arguments) {
   const auto parser = makeParser();
-  if (!parser->parse(arguments)) return misunderstood(parser->errorText());
+  const bool isParsed = parser->parse(arguments);
+  if (const auto unknown = parser->unknownOptionNames(); !unknown.isEmpty()) {
+    return misunderstood("There is no option '%1'.", unknown.first());
+  }
+  if (!isParsed) {
+    const auto option = parser->errorText().section('\'', 1, 1);  // Qt speaks English alone
+    return misunderstood("Option '%1' lacks its value, or takes none.", option);
+  }
   if (const auto rest = parser->positionalArguments(); !rest.isEmpty()) {
-    return misunderstood("Unexpected argument '" + rest.first() + "'.");
+    return misunderstood("Unexpected argument '%1'.", rest.first());
   }
   const auto given = [&parser](const QString& name) {
     return parser->isSet(name) ? std::optional(parser->value(name)) : std::nullopt;
@@ -59,29 +67,34 @@ std::expected<Options, QString> parseOptions(const QStringList& arguments) {
   if (port) {  // stricter than the port field, which takes what a text begins with
     options.port = port->toUShort();
     if (options.port == 0) {
-      return misunderstood("--port needs a number from 1 to 65535, not '" + *port + "'.");
+      return misunderstood("--port needs a number from 1 to 65535, not '%1'.", *port);
     }
   }
   if (mode) {
     if (mode != "wifi" && mode != "cable") {
-      return misunderstood("--start knows wifi and cable, not '" + *mode + "'.");
+      return misunderstood("--start knows wifi and cable, not '%1'.", *mode);
     }
     options.start = mode == "wifi" ? StartMode::kWiFi : StartMode::kCable;
   }
   if (options.address && !isAddress(*options.address)) {
-    return misunderstood("--address needs one such as 192.168.1.20, not '" + *options.address +
-                         "'.");
+    return misunderstood("--address needs one such as 192.168.1.20, not '%1'.", *options.address);
   }
   if (options.language && options.language != "en" && options.language != "es") {
-    return misunderstood("--language knows en and es, not '" + *options.language + "'.");
+    return misunderstood("--language knows en and es, not '%1'.", *options.language);
   }
   if (options.json && !parser->isSet("diagnose")) {
-    return misunderstood("--json goes with --diagnose.");
+    return misunderstood("%1 goes with --diagnose.", "--json");
   }
   if (parser->isSet("diagnose")) options.action = Options::Action::kDiagnose;
   if (parser->isSet("version")) options.action = Options::Action::kShowVersion;
   if (parser->isSet("help")) options.action = Options::Action::kShowHelp;
   return options;
+}
+
+QString languageIn(const QStringList& arguments) {
+  const auto parser = makeParser();
+  parser->parse(arguments);
+  return parser->value("language");
 }
 
 QString helpText() {

@@ -26,8 +26,12 @@ struct Options {
 /// Exit status of a command line that cannot be understood.
 inline constexpr int kUsageError = 2;
 
-/// `arguments` with the program's name first. The error is one sentence for who typed them.
+/// `arguments` with the program's name first. The error is one line for who typed them, in the
+/// language of the installed translator.
 std::expected<Options, QString> parseOptions(const QStringList& arguments);
+
+/// What follows --language in `arguments`, also where they cannot be understood otherwise.
+QString languageIn(const QStringList& arguments);
 
 /// Needs a QCoreApplication, which knows the program's name.
 QString helpText();

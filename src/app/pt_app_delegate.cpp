@@ -4,6 +4,7 @@
 #include "core/log.h"
 #include "panel/content_view.h"
 #include "platform/desktop/settings.h"
+#include "platform/network/udp_ports.h"
 #include "ui/appearance.h"
 #include "wifi/local_address.h"
 #include "window/help.h"
@@ -36,6 +37,17 @@ log::PrintLine captureLog(bool verbose) {
   return [](std::string_view) {};
 }
 
+/// Empty where this computer has `address` now.
+QString refusalOfNetwork(const QString& address) {
+  QStringList all;
+  for (const auto& candidate : wifi::lookUpLocalNetworks().candidates) {
+    all << QString::fromStdString(candidate.address);
+  }
+  if (all.contains(address)) return {};
+  return qtTrId("This computer has no network with %1 now. Its addresses: %2.")
+      .arg(address, all.isEmpty() ? qtTrId("none") : all.join(", "));
+}
+
 }  // namespace
 
 PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
@@ -45,9 +57,9 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
       startMode_(options.start),
       setUpAtStart_(options.setUp),
       audioServer_(audio::connectToAudioServer(scheduler_.backgroundQueue())),
-      views_(window_.content(), texts_, images_, makePanel()),
+      views_(window_.content(), texts_, makePanel()),
       screens_(views_),
-      pages_({texts_, images_, views_, screens_}),
+      pages_({texts_, views_, screens_}),
       audioCaptureManager_(
           scheduler_,
           {.makeEngine = [this] { return audioServer_->makeEngine(audio::mayBeStreamed); },
@@ -63,7 +75,12 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
       menu_(scheduler_, {wifi_, cable_, sound_, pages_}),
       guard_(scheduler_, std::make_shared<AudioInputs>(scheduler_, *audioServer_), pages_) {
   if (options.port) wifi_.setPort(QString::number(*options.port));
-  if (options.address) wifi_.chooseNetwork(*options.address);
+  if (options.address) {
+    if (const auto refusal = refusalOfNetwork(*options.address); !refusal.isEmpty()) {
+      log::note("wifi", refusal.toStdString());
+    }
+    wifi_.chooseNetwork(*options.address);
+  }
   connectViews();
 }
 
@@ -86,7 +103,7 @@ void PTAppDelegate::connectViews() {
   };
   onClick(views_.menuOnlineButton_, [this] { menu_.chooseOnlineMode(); });
   onClick(views_.menuOfflineButton_, [this] { menu_.chooseOfflineMode(); });
-  onClick(views_.menuPrivacyButton_, [this] { menu_.openPrivacyTerms(); });
+  onClick(views_.menuPrivacyButton_, [this] { pages_.openPrivacyTerms(); });
   onClick(views_.backButton_, [this] { menu_.goBack(); });
   onClick(views_.onlineQRButton_, [this] { wifi_.openQRHelp(); });
   onClick(views_.onlineRetryButton_, [this] { wifi_.retry(); });
@@ -107,7 +124,7 @@ void PTAppDelegate::connectViews() {
 
   QObject::connect(&window_, &MainWindow::resized, &window_, [this] { screens_.layoutUI(); });
   QObject::connect(&window_, &MainWindow::helpRequested, &window_,
-                   [this] { showHelp(texts_, &window_); });
+                   [this] { showHelp(texts_, wifi_.port(), &window_); });
   QObject::connect(&window_, &MainWindow::quitRequested, &window_, [this] { quit(); });
   QObject::connect(&window_, &MainWindow::visibilityChanged, &window_,
                    [this] { refreshBackground(); });
@@ -206,35 +223,48 @@ void PTAppDelegate::quit() {
   menu_.askToStop([] { QCoreApplication::exit(); });
 }
 
+/// Empty when all of it can be done.
+QString PTAppDelegate::refusalOf(const Options& wanted) const {
+  const bool isWiFi = wanted.start == StartMode::kWiFi;
+  const bool isOther =
+      isWiFi ? cable_.hasChannel() : wanted.start == StartMode::kCable && wifi_.clientCount() > 0;
+  const bool isOtherPort = wanted.port && QString::number(*wanted.port) != wifi_.port();
+  if (isOther || (isOtherPort && wifi_.clientCount() > 0)) {
+    return qtTrId("Phones listen to the running program; stop the stream there first.");
+  }
+  if (isOtherPort) {
+    if (const auto error = network::bindUdpPort(*wanted.port)) {
+      return qtTrId("Port %1 cannot be used: %2.")
+          .arg(*wanted.port)
+          .arg(QString::fromStdString(error.message()));
+    }
+  }
+  return wanted.address ? refusalOfNetwork(*wanted.address) : QString();
+}
+
 void PTAppDelegate::takeOver(const Options& wanted, const QString& activationToken,
                              SingleInstance::Answer answer) {
+  if (const auto refusal = refusalOf(wanted); !refusal.isEmpty()) return answer(refusal);
   window_.bringToFront(activationToken);
-  const bool isOther = wanted.start == StartMode::kWiFi
-                           ? cable_.hasChannel()
-                           : wanted.start == StartMode::kCable && wifi_.clientCount() > 0;
+  if (!wanted.setUp) return obey(wanted, answer);
+  setUpAnswers_.push_back([this, wanted, answer = std::move(answer)](const QString& refusal) {
+    refusal.isEmpty() ? obey(wanted, answer) : answer(refusal);
+  });
+  guard_.setUp();
+}
+
+void PTAppDelegate::obey(const Options& wanted, const SingleInstance::Answer& answer) {
   const auto port = wanted.port ? QString::number(*wanted.port) : wifi_.port();
-  const bool isOtherPort = port != wifi_.port() && wifi_.clientCount() > 0;
-  if (isOther || isOtherPort) {
-    return answer("Phones listen to the running program; stop the stream there first.");
-  }
   if (port != wifi_.port()) wifi_.setPort(port);
   if (wanted.address) wifi_.chooseNetwork(*wanted.address);
   if (wanted.start != StartMode::kMenu) startMode_ = wanted.start;
   if (pageIsInFront(screens_.state())) enterStartMode();
-  if (wanted.setUp) {
-    setUpAnswers_.push_back(std::move(answer));
-    guard_.setUp();
-    return;
-  }
   // Behind the step into the mode.
-  scheduler_.mainQueue().async(scope_, [this, wanted, answer = std::move(answer)] {
+  scheduler_.mainQueue().async(scope_, [this, wanted, answer] {
     const auto& page = wifi_.page();
-    const bool isAsked = wanted.port || wanted.address || wanted.start == StartMode::kWiFi;
-    if (wifi_.isOpen() && isAsked && page.content == WiFiPage::Content::kProblem) {
-      return answer(page.title);
-    }
-    const bool isThere = !wanted.address || !wifi_.isOpen() || page.address == *wanted.address;
-    answer(isThere ? QString() : "This computer has no network with " + *wanted.address + '.');
+    const bool isAsked = wanted.port || wanted.start == StartMode::kWiFi;
+    const bool fails = isAsked && wifi_.isOpen() && page.content == WiFiPage::Content::kProblem;
+    answer(fails ? page.title : QString());
   });
 }
 

@@ -15,7 +15,6 @@
 #include "platform/audio/audio_server.h"
 #include "platform/desktop/look.h"
 #include "stream/audio_sender.h"
-#include "ui/images.h"
 #include "ui/texts.h"
 #include "window/main_window.h"
 #include "window/pages.h"
@@ -46,7 +45,7 @@ class PTAppDelegate {
 
   MainWindow& window() { return window_; }
 
-  /// What a later start was asked to do, which this program does or says why not.
+  /// What a later start was asked to do: this program does all of it, or nothing and says why.
   void takeOver(const Options& wanted, const QString& activationToken,
                 SingleInstance::Answer answer);
 
@@ -58,6 +57,8 @@ class PTAppDelegate {
   void connectViews();
   void dismissSplash();
   void enterStartMode();
+  QString refusalOf(const Options& wanted) const;
+  void obey(const Options& wanted, const SingleInstance::Answer& answer);
   void answerSetUp(const QString& refusal);
   std::unique_ptr<Background> makeBackground();
   void refreshBackground();
@@ -66,7 +67,6 @@ class PTAppDelegate {
 
   dispatch::Scheduler& scheduler_;
   const Texts& texts_;
-  const Images images_;
   StartMode startMode_;
   const bool setUpAtStart_;
 

@@ -84,8 +84,7 @@ void SingleInstance::readRequests() {
 }
 
 QString SingleInstance::handOver(const QStringList& arguments) {
-  const auto silent =
-      QStringLiteral("It runs already and does not answer; end that process first.");
+  const auto silent = qtTrId("It runs already and does not answer; end that process first.");
   // A name of its own choice, for the answer.
   const sockaddr_un unnamed{.sun_family = AF_UNIX, .sun_path = {}};
   ::bind(socket_.get(), generic(unnamed), sizeof unnamed.sun_family);

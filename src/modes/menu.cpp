@@ -18,16 +18,16 @@ void Menu::chooseOfflineMode() {
   parts_.wifi.stopIPWatch();
   parts_.cable.turnOn();
   parts_.sound.start();
-  scheduler_.mainQueue().async(pageSteps_, [this] { parts_.view.openCablePage(); });
+  scheduler_.mainQueue().async(pageSteps_, [this] { parts_.window.open(Page::kCable); });
 }
 
 void Menu::askToStop(std::function<void()> stop) {
-  listeners() > 0 ? parts_.view.confirmStop(std::move(stop)) : stop();
+  listeners() > 0 ? parts_.window.confirmStop(std::move(stop)) : stop();
 }
 
 void Menu::stopAndShowMenu() {
   stopAllSessions();
-  scheduler_.mainQueue().async(pageSteps_, [this] { parts_.view.openMenuPage(); });
+  scheduler_.mainQueue().async(pageSteps_, [this] { parts_.window.open(Page::kMenu); });
 }
 
 void Menu::stopAllSessions() {

@@ -2,32 +2,13 @@
 
 #include "core/scheduler.h"
 #include "modes/cable_switch.h"
+#include "modes/modes_window.h"
 #include "modes/sound_path.h"
 #include "modes/wifi_mode.h"
 
 #include <functional>
 
 namespace quorin::app {
-
-/// What the menu needs of the window. Main queue.
-class MenuView {
- public:
-  virtual ~MenuView() = default;
-  MenuView(const MenuView&) = delete;
-  MenuView& operator=(const MenuView&) = delete;
-
-  /// Each makes its page the page in front, under whatever outranks it.
-  virtual void openMenuPage() = 0;
-  virtual void openCablePage() = 0;
-
-  /// A sheet on the window, which is shown for it; `stop` runs when the user confirms.
-  virtual void confirmStop(std::function<void()> stop) = 0;
-
-  virtual void showPrivacyTerms() = 0;
-
- protected:
-  MenuView() = default;
-};
 
 /// Switches from the menu into a mode and back. Main queue.
 class Menu {
@@ -36,7 +17,7 @@ class Menu {
     WiFiMode& wifi;
     CableSwitch& cable;
     SoundPath& sound;
-    MenuView& view;
+    ModesWindow& window;
   };
 
   /// The scheduler and all parts outlive the menu.
@@ -57,8 +38,6 @@ class Menu {
   std::size_t listeners() const {
     return parts_.wifi.clientCount() + (parts_.cable.hasChannel() ? 1 : 0);
   }
-
-  void openPrivacyTerms() { parts_.view.showPrivacyTerms(); }
 
   /// Ends both modes and everything that they have posted. Which page follows is the caller's.
   void stopAllSessions();

@@ -5,6 +5,7 @@
 #include "ui/qr_picture.h"
 #include "wifi/port_text.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
 #include <utility>
@@ -38,7 +39,7 @@ WiFiMode::~WiFiMode() = default;
 
 void WiFiMode::enter() {
   open_ = true;
-  parts_.view.openWiFiPage();
+  parts_.window.open(Page::kWifi);
   watch_.startIPWatch();
   if (watch_.address()) {
     if (!server_.isRunning()) startUDP();
@@ -90,14 +91,14 @@ void WiFiMode::openQRHelp() {
   if (state_.port.isEmpty()) state_.port = QString::number(wire::kDefaultPort);
   const int port = wifi::leadingInteger(state_.port.toStdString());
   if (!watch_.address() || port <= 0) {
-    parts_.view.presentMessage(parts_.texts.tr("qr.input.invalid"), true);
+    parts_.window.presentMessage(parts_.texts.tr("qr.input.invalid"), true);
     return;
   }
   const auto text = QString::fromStdString(*watch_.address() + ':' + std::to_string(port));
   if (code_ && text == codeText_) return;
   auto code = generateQRCodeFromString(text, kCodePoints);
   if (!code) {
-    parts_.view.presentMessage(parts_.texts.tr("qr.generate.failed"), true);
+    parts_.window.presentMessage(parts_.texts.tr("qr.generate.failed"), true);
     return;
   }
   codeText_ = text;
@@ -114,7 +115,7 @@ void WiFiMode::onStartFailed(const wifi::StartFailure& failure) {
   const bool isPort = failure.step == wifi::StartFailure::Step::kPort;
   if (!state_.problem || state_.problem->failure != failure) {  // not a retry with the same result
     state_.problem = ServerProblem{.failure = failure};
-    parts_.view.presentMessage(
+    parts_.window.presentMessage(
         isPort ? parts_.texts.tr("udp.port.invalid") : statusText(state_, parts_.texts), true);
   }
   auto report = whileOpen_.bind([this, failure](ServerProblem problem) {
@@ -151,7 +152,9 @@ void WiFiMode::setPort(const QString& port) {
 }
 
 void WiFiMode::chooseNetwork(const QString& address) {
-  watch_.choose(address.toStdString());
+  const auto wanted = address.toStdString();
+  watch_.choose(wanted);
+  missingNetwork_ = watch_.address() == wanted ? std::nullopt : std::optional(wanted);
   if (!open_) return;
   if (watch_.address()) openQRHelp();
   refreshOnlineStatusMessage();
@@ -178,11 +181,18 @@ void WiFiMode::refreshOnlineStatusMessage() {
   page.code = code_;
   if (page == shown_) return;
   shown_ = std::move(page);
-  parts_.view.showWiFiPage(shown_);
+  parts_.window.showWiFiPage(shown_);
 }
 
 void WiFiMode::onNetworksChanged(const wifi::LocalNetworks& networks) {
   server_.setOwnNetworks(networks.subnets);
+  const auto isMissing = [this](const wifi::Candidate& candidate) {
+    return candidate.address == missingNetwork_;
+  };
+  if (std::ranges::any_of(networks.candidates, isMissing)) {
+    watch_.choose(std::exchange(missingNetwork_, {}));
+    openQRHelp();
+  }
   // The address, if that changes too, follows in this turn.
   scheduler_.mainQueue().async(whileOpen_, [this] { refreshOnlineStatusMessage(); });
 }

@@ -2,8 +2,8 @@
 
 #include "core/scheduler.h"
 #include "modes/cable_switch.h"
+#include "modes/modes_window.h"
 #include "modes/sound_path.h"
-#include "modes/wifi_page.h"
 #include "ui/texts.h"
 #include "wifi/network_watch.h"
 #include "wifi/udp_server.h"
@@ -33,7 +33,7 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
     stream::AudioSender& sender;
     wifi::WifiTransport& transport;
     CableSwitch& cable;
-    WiFiPageView& view;
+    ModesWindow& window;
     wifi::NetworkWatch::Lookup lookUpNetworks = wifi::lookUpLocalNetworks;
     PortLookup lookUpPort = WiFiMode::lookUpPort;
   };
@@ -62,7 +62,7 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
   std::size_t clientCount() const { return server_.clientCount(); }
 
   // What the user does on the page:
-  void chooseNetwork(const QString& address);
+  void chooseNetwork(const QString& address);  ///< one that is not there is taken when it comes
   void disconnectPhone(const QString& endpoint);
   void retry();
   void useOtherPort();  ///< the free one that the page offers
@@ -98,6 +98,7 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
   QString codeText_;
   pictures::PicturePtr code_;
   WiFiPage shown_;
+  std::optional<std::string> missingNetwork_;  ///< chosen, but not there yet
   dispatch::Scope whileOpen_;
   std::unique_ptr<dispatch::Timer> retryTimer_;
 

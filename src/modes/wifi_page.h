@@ -75,24 +75,4 @@ QString statusText(const WiFiState& state, const Texts& texts);
 /// The page but for its code.
 WiFiPage describe(const WiFiState& state, const Texts& texts);
 
-/// What the Wi-Fi mode needs of the window. Main queue.
-class WiFiPageView {
- public:
-  virtual ~WiFiPageView() = default;
-  WiFiPageView(const WiFiPageView&) = delete;
-  WiFiPageView& operator=(const WiFiPageView&) = delete;
-
-  /// Makes the Wi-Fi page the page in front, under whatever outranks it.
-  virtual void openWiFiPage() = 0;
-
-  /// Shows `page`, which differs from what was shown before, and lays out.
-  virtual void showWiFiPage(const WiFiPage& page) = 0;
-
-  /// A line of the console.
-  virtual void presentMessage(const QString& text, bool isStatus) = 0;
-
- protected:
-  WiFiPageView() = default;
-};
-
 }  // namespace quorin::app

@@ -168,9 +168,8 @@ void ContentView::refresh() {
   button_->setAccessibleName(text);
   button_->setLook(running ? kStopLook : kStartLook);
   buttonText_->setText(text);
-  buttonSymbol_->setImage(app::Images().symbol(running ? "stop.fill" : "play.fill", Qt::white));
-  statusDot_->setImage(
-      app::Images().symbol("circle.fill", running ? app::colors::kGreen : look::kGray));
+  buttonSymbol_->setImage(app::symbol(running ? "stop.fill" : "play.fill", Qt::white));
+  statusDot_->setImage(app::symbol("circle.fill", running ? app::colors::kGreen : look::kGray));
   statusText_->setText(running ? "Activo" : "Detenido");
   statusText_->setTextColor(running ? app::colors::kGreen : look::kSecondary);
 }

@@ -37,7 +37,7 @@ Label* makeLabel(const QString& text, const LabelLook& look) {
 }
 
 app::NonInteractiveImageView* makeSymbol(const QString& name, int side, const QColor& color) {
-  auto* view = new app::NonInteractiveImageView(app::Images().symbol(name, color), nullptr);
+  auto* view = new app::NonInteractiveImageView(app::symbol(name, color), nullptr);
   view->setFixedSize(side, side);
   return view;
 }

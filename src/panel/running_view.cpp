@@ -116,7 +116,7 @@ void RunningView::show(const UDPAudioServer::Published& values) {
 
 void RunningView::showCode(const QString& payload) {
   if (code_->content() == payload) return;
-  auto picture = app::generateQRCodeFromString(payload, kCodeSide, qr::Correction::kL);
+  auto picture = app::generateQRCodeFromString(payload, kCodeSide, app::Correction::kL);
   noCode_->setVisible(!picture);
   code_->setVisible(picture != nullptr);
   code_->showCode(std::move(picture), payload);

@@ -1,7 +1,5 @@
 #include "ui/picture.h"
 
-#include "ui/device_pixels.h"
-
 #include <QFile>
 #include <QSvgRenderer>
 #include <future>

@@ -1,27 +1,62 @@
 #include "ui/qr_picture.h"
 
-#include "platform/qr/qr_code.h"
-#include "ui/module_picture.h"
+#include <qrencode.h>
 
 #include <QStringEncoder>
-#include <string_view>
+#include <algorithm>
+#include <cmath>
+#include <utility>
 
 namespace quorin::app {
+namespace {
+
+using Code = std::unique_ptr<QRcode, decltype(&QRcode_free)>;
+
+class QrPicture final : public pictures::Picture {
+ public:
+  QrPicture(Code code, double points) : code_(std::move(code)), points_(points) {}
+
+  QSizeF size() const override { return {points_, points_}; }
+
+  void paint(QPainter& painter, const QRectF& target) const override {
+    constexpr int kQuietZone = 4;  // modules on each side
+    const pictures::DevicePixels pixels(painter);
+    const QRectF place = pixels.map(target);
+    const int modules = code_->width;
+    const double side = std::min(place.width(), place.height());
+    const int edge = std::max(1, static_cast<int>(side / (modules + 2 * kQuietZone)));
+    const auto start = [&](double centre) {
+      return static_cast<int>(std::lround(centre - edge * modules / 2.0));
+    };
+    const QPoint corner(start(place.center().x()), start(place.center().y()));
+    painter.setRenderHint(QPainter::Antialiasing, false);
+    for (int i = 0; i < modules * modules; ++i) {
+      if ((code_->data[i] & 1U) == 0) continue;  // the other bits say what it is part of
+      const QPoint module(i % modules, i / modules);
+      painter.fillRect(QRect(corner + module * edge, QSize(edge, edge)), Qt::white);
+    }
+  }
+
+ private:
+  Code code_;
+  double points_;
+};
+
+}  // namespace
 
 pictures::PicturePtr generateQRCodeFromString(const QString& text, double size,
-                                              qr::Correction correction) {
+                                              Correction correction) {
   QStringEncoder latin1(QStringEncoder::Latin1);
   const QByteArray bytes = latin1.encode(text);
   if (latin1.hasError()) return nullptr;
 
-  const auto code = qr::encode(
-      std::string_view(bytes.data(), static_cast<std::size_t>(bytes.size())), correction);
-  if (!code) return nullptr;
-  return pictures::makeModulePicture(
-      {.size = code->size(),
-       .quietZone = qr::kQuietZoneModules,
-       .isFull = [code = *code](int x, int y) { return code.isDark(x, y); }},
-      size, Qt::white);
+  constexpr int kSmallestThatFits = 0;
+  Code code(QRcode_encodeData(static_cast<int>(bytes.size()),
+                              reinterpret_cast<const unsigned char*>(bytes.constData()),
+                              kSmallestThatFits,
+                              correction == Correction::kL ? QR_ECLEVEL_L : QR_ECLEVEL_M),
+            &QRcode_free);
+  return code ? std::make_shared<QrPicture>(std::move(code), size) : nullptr;
 }
 
 }  // namespace quorin::app

@@ -30,6 +30,14 @@ QLabel* makeText(const QString& text, const QFont& font, const QColor& color, QW
   return label;
 }
 
+/// In front of every window of the program.
+void notify(const Texts& texts, QWidget* window, const QString& title, const QString& text,
+            PicturePtr icon = nullptr) {
+  auto* const alert = new Alert({title, text, std::move(icon), {texts.tr("common.ok")}}, window);
+  alert->setWindowModality(Qt::ApplicationModal);
+  alert->show();
+}
+
 }  // namespace
 
 Alert::Alert(const AlertContent& content, QWidget* window) : QDialog(window, Qt::Sheet) {
@@ -62,8 +70,7 @@ Alert::Alert(const AlertContent& content, QWidget* window) : QDialog(window, Qt:
   row->setSpacing(12);
   row->addStretch();
   for (int i = 0; i < content.buttons.size(); ++i) {
-    const bool isLast = i == content.buttons.size() - 1;
-    const ButtonLook& look = content.isWarning && isLast ? looks::kDestructive : looks::kPlain;
+    const ButtonLook& look = i == 0 ? looks::kPlain : looks::kDestructive;
     auto* const button =
         new PushButton(content.buttons[i], systemFont(14, QFont::DemiBold), look, this);
     button->setObjectName(QStringLiteral("button%1").arg(i));
@@ -75,53 +82,30 @@ Alert::Alert(const AlertContent& content, QWidget* window) : QDialog(window, Qt:
   layout->addLayout(row, 2, 1);
 }
 
-void Alert::beginSheet(std::function<void(int)> chosen) {
-  // Escape and the window's close button reject the dialog: result 0, the first button.
-  connect(this, &QDialog::finished, this, std::move(chosen));
-  show(Qt::WindowModal);
-}
-
-void Alert::runModal() {
-  show(Qt::ApplicationModal);
-}
-
-void Alert::show(Qt::WindowModality modality) {
-  setWindowModality(modality);
-  QDialog::show();
-}
-
 Alert* askToStop(const Texts& texts, QWidget* window, std::function<void()> stop) {
-  auto* const alert =
-      new Alert({.title = texts.tr("alert.stop.title"),
-                 .text = texts.tr("alert.stop.info"),
-                 .icon = nullptr,
-                 .buttons = {texts.tr("common.cancel"), texts.tr("alert.stop.confirm")},
-                 .isWarning = true},
-                window);
-  alert->beginSheet([stop = std::move(stop)](int button) {
+  auto* const alert = new Alert({texts.tr("alert.stop.title"),
+                                 texts.tr("alert.stop.info"),
+                                 nullptr,
+                                 {texts.tr("common.cancel"), texts.tr("alert.stop.confirm")}},
+                                window);
+  // Escape and the window's close button reject the dialog: result 0, the first button.
+  QObject::connect(alert, &QDialog::finished, alert, [stop = std::move(stop)](int button) {
     if (button == 1) stop();
   });
+  alert->setWindowModality(Qt::WindowModal);
+  alert->show();
   return alert;
 }
 
 void showSettingsHelp(const Texts& texts, desktop::SettingsPage page, QWidget* window) {
   const bool sound = page != desktop::SettingsPage::kMicrophonePrivacy;
-  auto* const alert = new Alert(
-      {.title = texts.tr("alert.settings.title"),
-       .text = sound ? texts.tr("alert.settings.sound") : texts.tr("alert.settings.microphone"),
-       .icon = nullptr,
-       .buttons = {texts.tr("common.ok")}},
-      window);
-  alert->runModal();
+  notify(texts, window, texts.tr("alert.settings.title"),
+         sound ? texts.tr("alert.settings.sound") : texts.tr("alert.settings.microphone"));
 }
 
-void showPrivacyTerms(const Texts& texts, const Images& images, QWidget* window) {
-  auto* const alert = new Alert({.title = texts.tr("alert.privacy.title"),
-                                 .text = texts.tr("alert.privacy.info"),
-                                 .icon = images.imageForView(QStringLiteral("Logo")),
-                                 .buttons = {texts.tr("common.ok")}},
-                                window);
-  alert->runModal();
+void showPrivacyTerms(const Texts& texts, QWidget* window) {
+  notify(texts, window, texts.tr("alert.privacy.title"), texts.tr("alert.privacy.info"),
+         imageForView("Logo"));
 }
 
 }  // namespace quorin::app

@@ -15,35 +15,25 @@ namespace quorin::app {
 struct AlertContent {
   QString title;
   QString text;
-  PicturePtr icon;         ///< may be none
-  QStringList buttons;     ///< the first is the harmless one: Return and Escape choose it
-  bool isWarning = false;  ///< the last button then shows that it cannot be undone
+  PicturePtr icon;  ///< may be none
+  /// The first is the harmless one: Return and Escape choose it. Others cannot be undone.
+  QStringList buttons;
 };
 
-/// A question or a notice in front of the window. Destroys itself once answered. Main thread.
+/// A question or a notice in front of the window. Destroys itself once answered; the result is the
+/// index of the button. Main thread.
 class Alert : public QDialog {
   Q_OBJECT
  public:
   Alert(const AlertContent& content, QWidget* window);
-
-  /// Shows it as a sheet: only `window` waits for it. Returns at once; `chosen` runs with the
-  /// button's index when the alert is answered.
-  void beginSheet(std::function<void(int button)> chosen);
-
-  /// Shows it in front of every window of the program. Returns at once.
-  void runModal();
-
- private:
-  void show(Qt::WindowModality modality);
 };
 
-/// Asks whether to stop although phones listen; `stop` runs when the user confirms. The alert is
-/// deleted when it is answered.
+/// Asks whether to stop although phones listen; `stop` runs when the user confirms.
 Alert* askToStop(const Texts& texts, QWidget* window, std::function<void()> stop);
 
 /// Says where to look when no program is there to show `page` of the settings with.
 void showSettingsHelp(const Texts& texts, desktop::SettingsPage page, QWidget* window);
 
-void showPrivacyTerms(const Texts& texts, const Images& images, QWidget* window);
+void showPrivacyTerms(const Texts& texts, QWidget* window);
 
 }  // namespace quorin::app

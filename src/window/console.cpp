@@ -30,34 +30,32 @@ const auto kStatusFamily = QStringLiteral("menlo");
 
 }  // namespace
 
-Console::Console(QTextEdit* output, QLineEdit* input)
+Console::Console(QTextEdit& output, QLineEdit& input)
     : output_(output),
       consoleTextAttributes_(attributes(consoleFont(kTextFamily, 16), colors::kLightGrey)),
       consoleStatusTextAttributes_(attributes(consoleFont(kStatusFamily, 11), colors::kDarkGrey)) {
-  if (input) input->setFont(consoleFont(kTextFamily, 14));
-  if (!output_) return;
-  output_->setReadOnly(true);
-  output_->document()->setMaximumBlockCount(200);
-  QTextFrameFormat inset = output_->document()->rootFrame()->frameFormat();
+  input.setFont(consoleFont(kTextFamily, 14));
+  output_.setReadOnly(true);
+  output_.document()->setMaximumBlockCount(200);
+  QTextFrameFormat inset = output_.document()->rootFrame()->frameFormat();
   inset.setLeftMargin(15);
   inset.setRightMargin(15);
   inset.setTopMargin(10);
   inset.setBottomMargin(10);
-  output_->document()->rootFrame()->setFrameFormat(inset);
+  output_.document()->rootFrame()->setFrameFormat(inset);
   scrolling_.setDuration(150);
   scrolling_.setEasingCurve(QEasingCurve::InOutQuad);
   QObject::connect(
-      &scrolling_, &QVariantAnimation::valueChanged, output_,
-      [output](const QVariant& value) { output->verticalScrollBar()->setValue(value.toInt()); });
+      &scrolling_, &QVariantAnimation::valueChanged, &output_,
+      [&output](const QVariant& value) { output.verticalScrollBar()->setValue(value.toInt()); });
 }
 
 void Console::presentMessage(const QString& text, bool isStatus) {
   QString line = QStringLiteral(">> ") + text;
   log::note("console", line.replace(u'\n', u' ').toStdString());
-  if (!output_) return;
-  QTextCursor end(output_->document());
+  QTextCursor end(output_.document());
   end.movePosition(QTextCursor::End);
-  if (!output_->document()->isEmpty()) end.insertBlock();
+  if (!output_.document()->isEmpty()) end.insertBlock();
   // Each line is a block to lay out: a peer's text may be thousands of them.
   constexpr int kMaxLines = 20;
   end.insertText(text.section(u'\n', 0, kMaxLines - 1),
@@ -68,7 +66,7 @@ void Console::presentMessage(const QString& text, bool isStatus) {
 void Console::scrollToEnd() {
   constexpr int kAtOnce = 5;
   constexpr int kFurther = 1000;
-  QScrollBar& bar = *output_->verticalScrollBar();
+  QScrollBar& bar = *output_.verticalScrollBar();
   bar.setValue(bar.value() + kAtOnce);
   scrolling_.stop();
   scrolling_.setStartValue(bar.value());

@@ -11,8 +11,8 @@ namespace quorin::app {
 /// The message console: what happened, one line after the other, the last 200 of them. Main thread.
 class Console {
  public:
-  /// Sets fonts and margins. Both outlive this; either may be null.
-  Console(QTextEdit* output, QLineEdit* input);
+  /// Sets fonts and margins. Both outlive this.
+  Console(QTextEdit& output, QLineEdit& input);
 
   /// Logs ">> text", on one line, and appends it to the view.
   void presentMessage(const QString& text, bool isStatus);
@@ -20,7 +20,7 @@ class Console {
  private:
   void scrollToEnd();
 
-  QTextEdit* output_;
+  QTextEdit& output_;
   QTextCharFormat consoleTextAttributes_;
   QTextCharFormat consoleStatusTextAttributes_;
   QVariantAnimation scrolling_;

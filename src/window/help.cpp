@@ -34,7 +34,7 @@ QString asMarkdown(const QByteArray& diagnosis) {
 
 }  // namespace
 
-void showHelp(const Texts& texts, QWidget* window) {
+void showHelp(const Texts& texts, const QString& port, QWidget* window) {
   const auto kName = QStringLiteral("help");
   auto* dialog = window->findChild<QDialog*>(kName, Qt::FindDirectChildrenOnly);
   if (dialog) return dialog->activateWindow();
@@ -53,7 +53,7 @@ void showHelp(const Texts& texts, QWidget* window) {
   auto* const layout = new QVBoxLayout(dialog);
   layout->setContentsMargins({});
   layout->addWidget(text);
-  const QString help = texts.tr("help.text") + QStringLiteral("\n\n");
+  const QString help = texts.tr("help.text", port) + QStringLiteral("\n\n");
   text->setMarkdown(help + texts.tr("help.looking"));
   dialog->show();
 
@@ -67,7 +67,7 @@ void showHelp(const Texts& texts, QWidget* window) {
   });
   asked->start(
       QStandardPaths::findExecutable(kProgramFile, {QCoreApplication::applicationDirPath()}),
-      {"--diagnose", "--json", "--language", texts.tr("language")});
+      {"--diagnose", "--json", "--port", port, "--language", texts.tr("language")});
 }
 
 }  // namespace quorin::app

@@ -8,11 +8,52 @@ namespace {
 
 using enum View;
 
+/// The sizes of the texts that the views show now, in the fonts they show them in. 0 behind the
+/// splash: measuring loads the system's fonts, which a screen without a text need not wait for.
+class TextMeasure {
+ public:
+  TextMeasure(const Views& views, double scale, bool hasSplash)
+      : views_(views), scale_(scale), hasSplash_(hasSplash) {}
+
+  /// Wrapped at `width`, rounded up to a whole point.
+  double textHeight(View view, double width) const {
+    if (hasSplash_) return 0;
+    const QWidget& widget = *views_.find(view);
+    const QRect room(0, 0, static_cast<int>(std::floor(width * scale_)), 0);
+    const auto flags = Qt::TextWordWrap;
+    return std::ceil(widget.fontMetrics().boundingRect(room, flags, textOf(widget)).height() /
+                     scale_);
+  }
+  /// On one line.
+  double textWidth(View view) const { return fittedSize(view, fontPixels(view)).width(); }
+
+  /// On one line with the font at `pixels`.
+  QSizeF fittedSize(View view, double pixels) const {
+    if (hasSplash_) return {0, 0};
+    const QWidget& widget = *views_.find(view);
+    QFont font = widget.font();
+    font.setPixelSize(static_cast<int>(std::lround(pixels * scale_)));
+    return QFontMetrics(font).size(Qt::TextSingleLine, textOf(widget)).toSizeF() / scale_;
+  }
+  /// Of the font: ascender - descender + leading.
+  double lineHeight(View view) const {
+    if (hasSplash_) return 0;
+    const QFontMetricsF metrics(views_.find(view)->font());
+    return (metrics.ascent() + metrics.descent() + metrics.leading()) / scale_;
+  }
+  double fontPixels(View view) const { return views_.find(view)->font().pixelSize() / scale_; }
+
+ private:
+  const Views& views_;
+  double scale_;
+  bool hasSplash_;
+};
+
 /// Lays the window out once, page by page.
 class Planner {
  public:
-  Planner(Size bounds, const ScreenState& state, const TextMeasure& measure)
-      : w_(bounds.width), h_(bounds.height), state_(state), measure_(measure) {}
+  Planner(QSizeF bounds, const ScreenState& state, const TextMeasure& measure)
+      : w_(bounds.width()), h_(bounds.height()), state_(state), measure_(measure) {}
 
   Layout layOut() {
     const Rect whole{0, 0, w_, h_};
@@ -43,15 +84,14 @@ class Planner {
     layout_[cableStatusLabel] = {0, 20, w_, 32};
     layout_[offlineLabel] = {0, h_ - 96, w_, 52};
 
-    constexpr Size kBox{620, 340};
-    constexpr double kTextWidth = kBox.width - 48;
-    layout_[instructionsBox_] = centred((h_ - kBox.height) / 2, kBox.width, kBox.height);
-    const Rect main{24, kBox.height / 2 + 8, kTextWidth,
-                    std::max(36.0, measure_.textHeight(usbMainLabel_, kTextWidth))};
-    const double secondaryHeight =
-        std::max(22.0, measure_.textHeight(usbSecondary2Label_, kTextWidth));
-    layout_[usbMainLabel_] = main;
-    layout_[usbSecondary2Label_] = {24, main.y - secondaryHeight - 24, kTextWidth, secondaryHeight};
+    constexpr double kBoxHeight = 340;
+    constexpr double kTextWidth = 620 - 48;
+    layout_[instructionsBox_] = centred((h_ - kBoxHeight) / 2, 620, kBoxHeight);
+    const double mainY = kBoxHeight / 2 + 8;
+    const double mainHeight = std::max(36.0, measure_.textHeight(usbMainLabel_, kTextWidth));
+    const double height = std::max(22.0, measure_.textHeight(usbSecondary2Label_, kTextWidth));
+    layout_[usbMainLabel_] = {24, mainY, kTextWidth, mainHeight};
+    layout_[usbSecondary2Label_] = {24, mainY - height - 24, kTextWidth, height};
   }
 
   void layOutNavigation() {
@@ -196,19 +236,19 @@ class Planner {
     constexpr double kLargest = 64;
     constexpr double kSmallest = 28;
     double pixels = kLargest;
-    Size label = measure_.fittedSize(connectedLabel_, pixels);
-    while (label.width + 84 > 0.8 * w_ && pixels > kSmallest) {
+    QSizeF label = measure_.fittedSize(connectedLabel_, pixels);
+    while (label.width() + 84 > 0.8 * w_ && pixels > kSmallest) {
       label = measure_.fittedSize(connectedLabel_, --pixels);
     }
 
     const double dot = std::clamp(0.06 * w_, 36.0, 60.0);
     const double gap = 0.4 * dot;
-    const double x = (w_ - (dot + gap + label.width)) / 2;
-    const double y = (h_ - std::max(dot, label.height)) / 2;
+    const double x = (w_ - (dot + gap + label.width())) / 2;
+    const double y = (h_ - std::max(dot, label.height())) / 2;
     layout_.connectedFontPixels = pixels;
     layout_[connectedDotView_] = {x, y, dot, dot};
-    layout_[connectedLabel_] = {x + dot + gap, y + (dot - label.height) / 2, label.width,
-                                label.height};
+    layout_[connectedLabel_] = {x + dot + gap, y + (dot - label.height()) / 2, label.width(),
+                                label.height()};
     layout_[connectedQRImageView_] = {(w_ - 240) / 2, std::max(y - 270, 20.0), 240, 240};
   }
 
@@ -224,14 +264,15 @@ class Planner {
   double w_;
   double h_;
   const ScreenState& state_;
-  const TextMeasure& measure_;
+  const TextMeasure measure_;
   Layout layout_;
 };
 
 }  // namespace
 
-Layout layoutUIForBounds(Size bounds, const ScreenState& state, const TextMeasure& measure) {
-  return Planner(bounds, state, measure).layOut();
+Layout layoutUIForBounds(QSizeF bounds, const ScreenState& state, const Views& views,
+                         double scale) {
+  return Planner(bounds, state, TextMeasure(views, scale, state.splash)).layOut();
 }
 
 }  // namespace quorin::app

@@ -19,28 +19,17 @@ void showStatus(NonInteractiveLabel& label, const QString& prefix, const DeviceS
 }  // namespace
 
 Pages::Pages(Parts parts)
-    : parts_(parts), console_(parts.views.outputTextView, parts.views.inputTextField) {}
+    : parts_(parts), console_(*parts.views.outputTextView, *parts.views.inputTextField) {}
 
 void Pages::open(Page page) {
   parts_.screens.update([page](ScreenState& state) { state.page = page; });
-}
-
-void Pages::openWiFiPage() {
-  open(Page::kWifi);
-}
-
-void Pages::openMenuPage() {
-  open(Page::kMenu);
-  if (pageIsInFront(parts_.screens.state()) && menuShown_) menuShown_();
-}
-
-void Pages::openCablePage() {
-  open(Page::kCable);
+  const bool isMenuShown = page == Page::kMenu && pageIsInFront(parts_.screens.state());
+  if (isMenuShown && menuShown_) menuShown_();
 }
 
 void Pages::leavePages() {
   if (stopQuestion_) stopQuestion_->reject();  // there is nothing left to stop
-  open(Page::kMenu);
+  parts_.screens.update([](ScreenState& state) { state.page = Page::kMenu; });
 }
 
 void Pages::showWiFiPage(const WiFiPage& page) {
@@ -80,8 +69,8 @@ void Pages::confirmStop(std::function<void()> stop) {
   stopQuestion_ = askToStop(parts_.texts, window, std::move(stop));
 }
 
-void Pages::showPrivacyTerms() {
-  app::showPrivacyTerms(parts_.texts, parts_.images, parts_.views.contentView->window());
+void Pages::openPrivacyTerms() {
+  showPrivacyTerms(parts_.texts, parts_.views.contentView->window());
 }
 
 void Pages::apply(const GuardState& guard) {

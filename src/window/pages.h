@@ -3,10 +3,8 @@
 #include "modes/cable_status.h"
 #include "modes/device_loan.h"
 #include "modes/guard_flow.h"
-#include "modes/menu.h"
-#include "modes/wifi_page.h"
+#include "modes/modes_window.h"
 #include "platform/desktop/settings.h"
-#include "ui/images.h"
 #include "ui/texts.h"
 #include "window/alert.h"
 #include "window/console.h"
@@ -20,11 +18,10 @@ namespace quorin::app {
 
 /// The window as the modes, the menu and the guard see it: puts their state into the views and
 /// into the state that decides what is visible. Main queue.
-class Pages : public WiFiPageView, public MenuView, public GuardScreens {
+class Pages : public ModesWindow, public GuardScreens {
  public:
   struct Parts {
     const Texts& texts;
-    const Images& images;
     Views& views;
     Screens& screens;
   };
@@ -57,25 +54,21 @@ class Pages : public WiFiPageView, public MenuView, public GuardScreens {
   /// No settings program could be opened: says in words where to look.
   void showSettingsMissing(desktop::SettingsPage page);
 
-  void openWiFiPage() override;
+  void openPrivacyTerms();
+
+  void open(Page page) override;
   void showWiFiPage(const WiFiPage& page) override;
   void presentMessage(const QString& text, bool isStatus) override;
-
-  void openMenuPage() override;
-  void openCablePage() override;
   void confirmStop(std::function<void()> stop) override;
-  void showPrivacyTerms() override;
 
   bool splashIsUp() const override { return parts_.screens.state().splash; }
   void apply(const GuardState& guard) override;
   void leavePages() override;
-  void showMenu() override { openMenuPage(); }
+  void showMenu() override { open(Page::kMenu); }
   void stopAllSessionsForAudioChange() override { stopAllSessions_(); }
   void lendDevice() override { lendDevice_(); }
 
  private:
-  void open(Page page);
-
   Parts parts_;
   Console console_;
   std::function<void()> stopAllSessions_;

@@ -45,8 +45,7 @@ ViewSet visibleViews(const ScreenState& state) {
   const bool isSilent = on(kWifiCode, kCableConnected) && state.silent;
 
   ViewSet visible;
-#define QUORIN_SHOW(kind, name, container, shown, ...) \
-  if (shown) visible.add(View::name);
+#define QUORIN_SHOW(kind, name, container, shown, ...) visible[indexOf(View::name)] = shown;
   QUORIN_VIEWS(QUORIN_SHOW)
 #undef QUORIN_SHOW
   return visible;

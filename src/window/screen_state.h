@@ -1,14 +1,12 @@
 #pragma once
 
-#include "modes/wifi_page.h"
+#include "modes/modes_window.h"
 #include "window/view_table.h"
 
 #include <cstdint>
 
 /// What is visible, decided in one place.
 namespace quorin::app {
-
-enum class Page { kNone, kMenu, kCable, kWifi };
 
 /// All that the visible views follow from.
 struct ScreenState {

@@ -12,61 +12,20 @@ namespace quorin::app {
 namespace {
 
 /// From this size on everything grows with the window.
-constexpr Size kGrowsFrom{1920, 1080};
+constexpr QSizeF kGrowsFrom{1920, 1080};
 
 bool hasPicture(const QWidget& widget) {
   const auto* const image = qobject_cast<const ImageView*>(&widget);
   return !image || image->hasImage();
 }
 
-QString textOf(const QWidget& widget) {
-  if (const auto* const label = qobject_cast<const QLabel*>(&widget)) return label->text();
-  if (const auto* const button = qobject_cast<const QAbstractButton*>(&widget)) {
-    return button->text();
-  }
-  return {};
-}
-
-/// Of what the views show now, at `scale`, in points.
-class ViewTextMeasure final : public TextMeasure {
- public:
-  ViewTextMeasure(const Views& views, double scale) : views_(views), scale_(scale) {}
-
-  double textHeight(View view, double width) const override {
-    const QWidget& widget = *views_.find(view);
-    const QRect room(0, 0, static_cast<int>(std::floor(width * scale_)), 0);
-    const auto flags = Qt::TextWordWrap;
-    return std::ceil(widget.fontMetrics().boundingRect(room, flags, textOf(widget)).height() /
-                     scale_);
-  }
-  double textWidth(View view) const override { return fittedSize(view, fontPixels(view)).width; }
-  Size fittedSize(View view, double pixels) const override {
-    const QWidget& widget = *views_.find(view);
-    QFont font = widget.font();
-    font.setPixelSize(static_cast<int>(std::lround(pixels * scale_)));
-    const QSizeF size = QFontMetrics(font).size(Qt::TextSingleLine, textOf(widget)) / scale_;
-    return {size.width(), size.height()};
-  }
-  double lineHeight(View view) const override {
-    const QFontMetricsF metrics(views_.find(view)->font());
-    return (metrics.ascent() + metrics.descent() + metrics.leading()) / scale_;
-  }
-  double fontPixels(View view) const override {
-    return views_.find(view)->font().pixelSize() / scale_;
-  }
-
- private:
-  const Views& views_;
-  double scale_;
-};
-
 /// From the layout's coordinates to the toolkit's, whose y grows downwards from the top.
 QRect toWidget(const Rect& frame, double containerHeight, double scale) {
-  const QRectF flipped(frame.x, containerHeight - frame.top(), frame.width, frame.height);
-  return {static_cast<int>(std::lround(flipped.x() * scale)),
-          static_cast<int>(std::lround(flipped.y() * scale)),
-          static_cast<int>(std::lround(flipped.width() * scale)),
-          static_cast<int>(std::lround(flipped.height() * scale))};
+  const auto scaled = [scale](double points) {
+    return static_cast<int>(std::lround(points * scale));
+  };
+  return {scaled(frame.x), scaled(containerHeight - frame.top()), scaled(frame.width),
+          scaled(frame.height)};
 }
 
 /// What a screen reader says of a screen.
@@ -124,7 +83,7 @@ void Screens::applyVisibility() {
   QWidget* first = nullptr;
   for (std::size_t i = 0; i < kViewCount; ++i) {
     QWidget* const view = views_.find(static_cast<View>(i));
-    if (!view || visible.contains(static_cast<View>(i))) continue;
+    if (!view || visible[i]) continue;
     if (focused && (view == focused || view->isAncestorOf(focused))) {
       const auto* const button = qobject_cast<const PaintedButton*>(focused);
       showsFocus = button && button->showsFocus();
@@ -135,7 +94,7 @@ void Screens::applyVisibility() {
   }
   for (std::size_t i = 0; i < kViewCount; ++i) {
     QWidget* const view = views_.find(static_cast<View>(i));
-    if (!view || !visible.contains(static_cast<View>(i))) continue;
+    if (!view || !visible[i]) continue;
     view->setVisible(hasPicture(*view));
     if (!first && (view->focusPolicy() & Qt::TabFocus) && view->isEnabled()) first = view;
   }
@@ -153,14 +112,11 @@ void Screens::setTextScale(double scale) {
 void Screens::layoutUI() {
   const QSize size = views_.contentView->size();
   const double growth =
-      std::min(size.width() / kGrowsFrom.width, size.height() / kGrowsFrom.height);
+      std::min(size.width() / kGrowsFrom.width(), size.height() / kGrowsFrom.height());
   const double scale = std::max({1.0, growth, textScale_});
-  const Size bounds{size.width() / scale, size.height() / scale};
+  const QSizeF bounds = size.toSizeF() / scale;
   views_.applyTypographyForBounds(scale);
-  // Measuring loads the system's fonts, which the splash, without a text, need not wait for.
-  const Layout layout = state_.splash
-                            ? layoutUIForBounds(bounds, state_, TextMeasure())
-                            : layoutUIForBounds(bounds, state_, ViewTextMeasure(views_, scale));
+  const Layout layout = layoutUIForBounds(bounds, state_, views_, scale);
 
   views_.connectedLabel_->setPixelSize(layout.connectedFontPixels * scale);
   for (std::size_t i = 0; i < kViewCount; ++i) {
@@ -168,14 +124,14 @@ void Screens::layoutUI() {
     if (!views_.find(view) || !layout[view]) continue;
     const View container = kContainers[i];
     const double height =
-        container == View::contentView ? bounds.height : layout[container]->height;
+        container == View::contentView ? bounds.height() : layout[container]->height;
     views_.find(view)->setGeometry(toWidget(*layout[view], height, scale));
   }
   for (std::size_t i = 0; i < views_.onlineStatusDots_.size(); ++i) {
     PhoneDot& dot = *views_.onlineStatusDots_[i];
     const bool isShown = i < layout.statusDots.size();
     if (isShown) {
-      dot.setGeometry(toWidget(layout.statusDots[i], bounds.height, scale));
+      dot.setGeometry(toWidget(layout.statusDots[i], bounds.height(), scale));
     } else if (dot.hasFocus() && !layout.statusDots.empty()) {
       views_.onlineStatusDots_[layout.statusDots.size() - 1]->setFocus(Qt::TabFocusReason);
     }

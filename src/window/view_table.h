@@ -3,7 +3,6 @@
 #include <array>
 #include <bitset>
 #include <cstddef>
-#include <initializer_list>
 #include <string_view>
 
 namespace quorin::app {
@@ -23,7 +22,8 @@ namespace quorin::app {
   VIEW(GradientView, backgroundGradient_, contentView, always)                                     \
   VIEW(ShadeView, splashOverlay_, contentView, on(kSplash), Qt::black)                             \
   VIEW(NonInteractiveImageView, splashImageView_, splashOverlay_, on(kSplash), splash)             \
-  VIEW(NonInteractiveImageView, topLogoImageView_, contentView, !on(kSplash), picture("Logo"))     \
+  VIEW(NonInteractiveImageView, topLogoImageView_, contentView, !on(kSplash),                      \
+       imageForView("Logo"))                                                                       \
                                                                                                    \
   /* The console, which no screen shows. */                                                        \
   VIEW(QTextEdit, outputTextView, contentView, never)                                              \
@@ -43,7 +43,7 @@ namespace quorin::app {
   VIEW(NonInteractiveLabel, menuOnlineNote_, menuContainer_, on(kMenu), tr("cards.online.note"),   \
        wrapped(grey(14)))                                                                          \
   VIEW(NonInteractiveImageView, menuOnlineImageView_, menuContainer_, on(kMenu),                   \
-       picture("internet"))                                                                        \
+       imageForView("internet"))                                                                   \
   VIEW(PushButton, menuOfflineButton_, menuContainer_, on(kMenu), {},                              \
        systemFont(18, QFont::DemiBold), looks::kCard)                                              \
   VIEW(NonInteractiveLabel, menuOfflineTitle_, menuContainer_, on(kMenu),                          \
@@ -51,7 +51,7 @@ namespace quorin::app {
   VIEW(NonInteractiveLabel, menuOfflineNote_, menuContainer_, on(kMenu), tr("cards.offline.note"), \
        wrapped(grey(14)))                                                                          \
   VIEW(NonInteractiveImageView, menuOfflineImageView_, menuContainer_, on(kMenu),                  \
-       picture("Cable"))                                                                           \
+       imageForView("Cable"))                                                                      \
   VIEW(LinkButton, menuPrivacyButton_, menuContainer_, on(kMenu), tr("footer.privacy"),            \
        systemFont(12))                                                                             \
   VIEW(NonInteractiveLabel, menuCopyrightLabel_, menuContainer_, on(kMenu),                        \
@@ -156,17 +156,6 @@ inline constexpr std::array<View, kViewCount> kContainers = {
 #undef QUORIN_CONTAINER
 };
 
-/// Some of the views.
-class ViewSet {
- public:
-  ViewSet() = default;
-
-  bool contains(View view) const { return bits_.test(indexOf(view)); }
-  void add(View view) { bits_.set(indexOf(view)); }
-  bool operator==(const ViewSet&) const = default;
-
- private:
-  std::bitset<kViewCount> bits_;
-};
+using ViewSet = std::bitset<kViewCount>;
 
 }  // namespace quorin::app

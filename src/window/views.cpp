@@ -3,7 +3,7 @@
 #include "core/identity.h"
 #include "ui/accessibility.h"
 #include "ui/appearance.h"
-#include "window/layout.h"
+#include "ui/images.h"
 
 #include <QKeySequence>
 #include <QShortcut>
@@ -49,17 +49,18 @@ void describeCard(PushButton& card, const QLabel& title, const QLabel& note) {
 
 }  // namespace
 
-Views::Views(QWidget& content, const Texts& texts, const Images& images,
-             std::unique_ptr<QWidget> panel)
+QString textOf(const QWidget& view) {
+  if (const auto* const label = qobject_cast<const QLabel*>(&view)) return label->text();
+  const auto* const button = qobject_cast<const QAbstractButton*>(&view);
+  return button ? button->text() : QString();
+}
+
+Views::Views(QWidget& content, const Texts& texts, std::unique_ptr<QWidget> panel)
     : contentView(&content), onlineSwiftUIView_(panel.release()) {
   installAccessibleRoles();
   const auto tr = [&texts](TrKey key) { return texts.tr(key); };
-  const auto picture = [&images](const char* name) { return images.imageForView(name); };
-  const auto symbol = [&images](const char* name, const QColor& color) {
-    return images.symbol(name, color);
-  };
   // The first thing to be seen, and drawn while everything else is built.
-  const PicturePtr splash = picture("Logo 1");
+  const PicturePtr splash = imageForView("Logo 1");
   if (splash) {
     splash->renderAhead(
         (QSizeF(kSplashPictureSide, kSplashPictureSide) * content.devicePixelRatioF()).toSize());

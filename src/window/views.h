@@ -4,7 +4,6 @@
 #include "ui/code_view.h"
 #include "ui/containers.h"
 #include "ui/controls.h"
-#include "ui/images.h"
 #include "ui/phone_dot.h"
 #include "ui/stream_controls.h"
 #include "ui/texts.h"
@@ -19,12 +18,17 @@
 
 namespace quorin::app {
 
+/// The side of the splash's picture, where the window is not too small for it.
+inline constexpr double kSplashPictureSide = 420;
+
+/// Of a label or a button; empty for other views.
+QString textOf(const QWidget& view);
+
 /// Every view of the window. Built once, all hidden but the splash; the widgets belong to the
 /// content view. Whoever builds this connects the buttons. Main thread.
 struct Views {
   /// `panel` is the server panel, which the Wi-Fi page holds and no screen shows; may be null.
-  Views(QWidget& content, const Texts& texts, const Images& images,
-        std::unique_ptr<QWidget> panel = nullptr);
+  Views(QWidget& content, const Texts& texts, std::unique_ptr<QWidget> panel = nullptr);
   Views(const Views&) = delete;
   Views& operator=(const Views&) = delete;
 

@@ -47,8 +47,7 @@ TEST(StreamNews, TellsOfTheStreamWhileNobodySeesIt) {
 
 TEST(Background, TheIconsMenuDoesWhatItSays) {
   dispatch::SimulatedScheduler time;
-  const CompiledTable table({"en"});
-  const Texts texts(table, {"en"});
+  const Texts texts({"en"});
   QStringList done;
   Background background(time.backgroundQueue(), texts,
                         {.show = [&](const QString&) { done << "show"; },

@@ -53,8 +53,7 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
       {"audio server", [](Facts& f) { f.devices = {}; }, false, "none", "Start PulseAudio"},
       {"default output", [](Facts& f) { f.devices.output.name = "Speaker"; }, false, "Speaker",
        "default output"},
-      {"default input", [](Facts& f) { f.devices.input = {}; }, false, "(sin dispositivo)",
-       "--set-up"},
+      {"default input", [](Facts& f) { f.devices.input = {}; }, false, "none", "--set-up"},
       {"microphone", [](Facts& f) { f.microphone = desktop::AuthorizationStatus::kRestricted; },
        false, "not allowed", "privacy settings"},
       {"microphone", [](Facts& f) { f.microphone = desktop::AuthorizationStatus::kNotDetermined; },
@@ -110,7 +109,7 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
     const auto json = QJsonDocument::fromJson(asJson(findings)).object();
     EXPECT_EQ(json["would_stream"].toBool(), wrong.streams);
 
-    CompiledTable spanish({"es"});
+    Texts spanish({"es"});
     QCoreApplication::installTranslator(&spanish.translator());
     const auto inSpanish =
         diagnose(facts).at(static_cast<std::size_t>(std::distance(findings.begin(), finding)));

@@ -28,7 +28,8 @@ TEST(Options, WhatIsNotUnderstoodIsNamed) {
   };
   for (const auto& [arguments, named] : {
            Case{{"--start", "radio"}, "radio"},
-           Case{{"--start"}, "start"},
+           Case{{"--start"}, "'--start' lacks"},
+           Case{{"--json=x", "--diagnose"}, "'--json' lacks its value, or takes none"},
            Case{{"--language", "de"}, "de"},
            Case{{"--prot", "9"}, "prot"},
            Case{{"--port", "abc"}, "abc"},
@@ -42,6 +43,7 @@ TEST(Options, WhatIsNotUnderstoodIsNamed) {
     const auto options = parseOptions(QStringList{"quorin-stream"} + arguments);
     ASSERT_FALSE(options) << qPrintable(arguments.join(' '));
     EXPECT_TRUE(options.error().contains(named)) << qPrintable(options.error());
+    EXPECT_TRUE(options.error().endsWith("Try quorin-stream --help.")) << "in one line";
   }
 }
 

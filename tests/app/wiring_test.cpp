@@ -41,8 +41,7 @@ class WiringTest : public testing::Test {
     return text;
   }
 
-  const CompiledTable table_{{"en"}};
-  const Texts texts_{table_, {"en"}};
+  const Texts texts_{{"en"}};
   std::unique_ptr<dispatch::Scheduler> scheduler_ = dispatch::makeSystemScheduler();
   std::unique_ptr<PTAppDelegate> delegate_;
 };
@@ -62,7 +61,7 @@ TEST_F(WiringTest, EveryControlReachesItsOperation) {
   QTest::keyClick(window().windowHandle(), Qt::Key_F1);
   auto* const help = window().findChild<QTextBrowser*>();
   ASSERT_TRUE(help);
-  EXPECT_TRUE(help->toPlainText().contains("firewall"));
+  EXPECT_TRUE(help->toPlainText().contains("4711/udp"));
   help->window()->close();
 
   window().activateWindow();

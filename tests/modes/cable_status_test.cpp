@@ -47,8 +47,7 @@ TEST(CableStatus, SaysWhatIsKnownAndWhatToDo) {
        }),
        "The app does not answer: wake it up"},
   };
-  const CompiledTable table({"en"});
-  const Texts texts(table, {"en"});
+  const Texts texts({"en"});
   for (const auto& row : cases) {
     const auto text = cableText(row.state, texts);
     EXPECT_TRUE(text.contains(row.says)) << row.name << ": " << text.toStdString();

@@ -1,6 +1,6 @@
 #include "ui/images.h"
-#include "ui/module_picture.h"
 #include "ui/picture.h"
+#include "ui/qr_picture.h"
 
 #include <gmock/gmock.h>
 
@@ -24,9 +24,7 @@ QImage paintedAt(const Picture& picture, double factor, double offset) {
 }
 
 TEST(PicturesTest, ACodeHasNoSmoothedPixelAtAnyFactorAndOffset) {
-  const auto picture = makeModulePicture(
-      {.size = 25, .quietZone = 4, .isFull = [](int x, int y) { return (x + y) % 2 == 0; }}, 300,
-      Qt::white);
+  const auto picture = app::generateQRCodeFromString("192.168.1.20:9000", 300);
   for (const double factor : {1.0, 1.25, 1.5, 2.0}) {
     for (const double offset : {0.0, 0.5, 7.3}) {
       const QImage image = paintedAt(*picture, factor, offset);
@@ -41,12 +39,11 @@ TEST(PicturesTest, ACodeHasNoSmoothedPixelAtAnyFactorAndOffset) {
 }
 
 TEST(PicturesTest, DrawingsAreRenderedForTheDisplayAndTinted) {
-  const app::Images images;
-  const auto logo = images.imageForView("Logo");
+  const auto logo = app::imageForView("Logo");
   QImage twice = paintedAt(*logo, 2, 0);
   twice.setDevicePixelRatio(1);
   EXPECT_EQ(twice, renderSquare(*logo, twice.width())) << "not scaled up";
-  const QImage red = renderSquare(*images.symbol("stop.fill", Qt::red), 24);
+  const QImage red = renderSquare(*app::symbol("stop.fill", Qt::red), 24);
   EXPECT_EQ(red.pixel(12, 12), qRgb(255, 0, 0));
   EXPECT_EQ(qAlpha(red.pixel(0, 0)), 0);
 }

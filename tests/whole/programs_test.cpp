@@ -92,6 +92,8 @@ TEST_P(Programs, ALaterStartHandsOverToTheRunningOneAndSaysWhatCouldNotBeDone) {
   EXPECT_EQ(launch("quorin-stream", {"--port", "9001"}).wait(), 0);
   EXPECT_EQ(holdings().udpSockets, 0U) << "it has moved";
   EXPECT_EQ(launch("quorin-stream", {"--port", kPort}).wait(), 0);
+  EXPECT_EQ(launch("quorin-stream", {"--start", "cable", "--address", "10.99.0.1"}).wait(), 1);
+  EXPECT_EQ(holdings().udpSockets, 1U) << "nothing is done where not all can be";
   Phone phone("10.11.0.2");
   EXPECT_TRUE(test::eventually([&] {
     phone.says("<<HELLO>>");
@@ -107,7 +109,7 @@ TEST_P(Programs, ALaterStartHandsOverToTheRunningOneAndSaysWhatCouldNotBeDone) {
        {Case{{}, 0, ""}, Case{{"--start", "wifi", "--set-up", "--language", "en"}, 0, ""},
         Case{{"--port", "9001"}, 1, "stop the stream"}, Case{{"--start", "cable"}, 1, "stop the"},
         Case{{"--language", "es"}, 1, "quit it first"},
-        Case{{"--address", "10.99.0.1"}, 1, "no network with 10.99.0.1"}}) {
+        Case{{"--address", "10.99.0.1"}, 1, "Its addresses: 10.11.0.2"}}) {
     EXPECT_EQ(launch("quorin-stream", options).wait(), exit) << testing::PrintToString(options);
     EXPECT_THAT(said("quorin-stream"), testing::HasSubstr(says));
   }
@@ -160,10 +162,11 @@ TEST_P(Programs, OptionsThatAreNotUnderstoodEndThemWithTwo) {
     std::vector<std::string> arguments;
   };
   for (const auto& [program, arguments] :
-       {Case{"quorin-stream", {"--start", "radio"}}, Case{"quorin-stream", {"--json"}},
+       {Case{"quorin-stream", {"--start", "radio"}}, Case{"quorin-stream", {"--address", "1.2"}},
         Case{"quorin-panel", {"--port", "0"}}, Case{"quorin-panel", {"--port", "65536"}},
         Case{"quorin-panel", {"9000"}}}) {
     EXPECT_EQ(launch(program, arguments).wait(), 2) << program << ' ' << arguments.front();
+    EXPECT_THAT(said(program), testing::EndsWith("Try " + program + " --help.\n"));
   }
 }
 

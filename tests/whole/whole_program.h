@@ -71,8 +71,7 @@ class WholeProgram {
  private:
   QWidget& view(const char* name) const;
 
-  app::CompiledTable table_{{"en"}};
-  app::Texts texts_{table_, {"en"}};
+  app::Texts texts_{{"en"}};
   std::unique_ptr<dispatch::Scheduler> scheduler_ = dispatch::makeSystemScheduler();
   std::unique_ptr<app::PTAppDelegate> delegate_;
 };

@@ -97,7 +97,7 @@ TEST_F(ScreenReaderTest, EntersPagesHearsNewsAndReadsTheCode) {
                     .code = generateQRCodeFromString("192.168.1.20:9000", 300)};
   };
   pages_.showWiFiPage(page("Waiting"));
-  pages_.openWiFiPage();
+  pages_.open(Page::kWifi);
   EXPECT_TRUE(reader_.says(texts_.tr("cards.online.title") + ". Waiting"));
   pages_.showWiFiPage(page("1 device connected"));
   EXPECT_TRUE(reader_.says("1 device connected")) << "a phone has joined";
@@ -110,7 +110,7 @@ TEST_F(ScreenReaderTest, EntersPagesHearsNewsAndReadsTheCode) {
   EXPECT_TRUE(
       reader_.says(texts_.tr("audio.guard.title") + ". " + texts_.tr("audio.guard.text.in")));
   pages_.apply({});
-  pages_.openCablePage();
+  pages_.open(Page::kCable);
   pages_.showCable({.connected = true});
   EXPECT_TRUE(reader_.says(texts_.tr("usb.connected")));
 }

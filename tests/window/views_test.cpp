@@ -17,7 +17,7 @@ namespace {
 class ViewsTest : public WindowFixture {
  protected:
   void showPage(const WiFiPage& page) {
-    pages_.openWiFiPage();
+    pages_.open(Page::kWifi);
     show(wifi());
     pages_.showWiFiPage(page);
   }
@@ -108,7 +108,7 @@ TEST_F(ViewsTest, TheGuardSaysWhatIsWrongInColours) {
 }
 
 TEST_F(ViewsTest, ASilenceIsALineOfItsOwn) {
-  pages_.openCablePage();
+  pages_.open(Page::kCable);
   show(cable(true));
   pages_.showCable({.connected = true});
   pages_.showSound({.silent = true, .elsewhere = {.program = "Firefox", .device = "HDMI"}});

@@ -61,13 +61,11 @@ class WindowFixture : public testing::Test {
             problem};
   }
 
-  CompiledTable table_{{"en"}};
-  Texts texts_{table_, {"en"}};
-  Images images_;
+  Texts texts_{{"en"}};
   MainWindow window_;
-  Views views_{window_.content(), texts_, images_};
+  Views views_{window_.content(), texts_};
   Screens screens_{views_};
-  Pages pages_{{texts_, images_, views_, screens_}};
+  Pages pages_{{texts_, views_, screens_}};
 };
 
 }  // namespace quorin::app

@@ -166,7 +166,7 @@ bool status() {
 }
 
 int wrongUsage(const std::string& sentence) {
-  std::cerr << "quorin-device: " << sentence << '\n' << kUsage;
+  std::cerr << "quorin-device: " << sentence << " Try quorin-device --help.\n";
   return kWrongUsage;
 }
 

@@ -11,7 +11,7 @@ using namespace quorin::listen;
 ExitCode run(const QStringList& arguments) {
   const auto options = parseOptions(arguments);
   if (!options) {
-    std::cerr << "quorin-listen: " << options.error() << " See quorin-listen --help.\n";
+    std::cerr << "quorin-listen: " << options.error() << " Try quorin-listen --help.\n";
     return kWrongUsage;
   }
   if (options->answer.empty()) return listen(*options);

@@ -4,9 +4,7 @@
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/dispatch/termination_signals.h"
 #include "platform/posix/program.h"
-#include "ui/appearance.h"
-#include "ui/display.h"
-#include "ui/images.h"
+#include "ui/application.h"
 #include "ui/texts.h"
 
 #include <QApplication>
@@ -16,7 +14,6 @@
 #include <cstdio>
 #include <expected>
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -60,13 +57,13 @@ std::expected<Options, QString> parseOptions(int& argc, char** argv) {
 int runPanel(std::uint16_t port) {
   const auto scheduler = dispatch::makeSystemScheduler();
   const auto audioServer = audio::connectToAudioServer(scheduler->backgroundQueue());
-  const app::CompiledTable texts(app::preferredLanguages());
+  const app::Texts texts(app::preferredLanguages());
   panel::ContentView panel(
       std::make_unique<panel::UDPAudioServer>(
           *scheduler,
           panel::UDPAudioServer::Parts{.makeCapture = panel::captureFrom(*scheduler, *audioServer),
                                        .port = port}),
-      texts.text("pairing_instructions"));
+      texts.tr("pairing_instructions"));
   panel.setWindowTitle("Quorin Panel");
   panel.resize(panel.sizeHint().boundedTo(panel.screen()->availableSize()));
   panel.show();
@@ -82,18 +79,15 @@ int launch(int argc, char** argv) {
   QCoreApplication::setApplicationName("quorin-panel");
   const auto options = parseOptions(argc, argv);
   if (!options) {
-    std::fprintf(stderr, "quorin-panel: %s\n", qUtf8Printable(options.error()));
+    std::fprintf(stderr, "quorin-panel: %s Try quorin-panel --help.\n",
+                 qUtf8Printable(options.error()));
     return kUsageError;
   }
   if (!options->answer.empty()) {
     std::fputs(options->answer.c_str(), stdout);
     return 0;
   }
-  std::optional<app::DisplayRequired> displayRequired(std::in_place);
-  QApplication application(argc, argv);
-  displayRequired.reset();
-  app::applyDarkAppearance(application);
-  QApplication::setWindowIcon(app::Images().icon(QStringLiteral("Logo")));
+  const auto application = app::makeApplication(argc, argv);
   return runPanel(options->port);
 }
 

@@ -28,8 +28,7 @@ constexpr QSize kSizes[] = {MainWindow::kInitialSize, MainWindow::kMinimumSize};
 
 /// The window with its views, as the program builds it, and hands that move it.
 struct Stage {
-  explicit Stage(const QString& language)
-      : table({language}), texts(table, {language}), views(window.content(), texts, images) {
+  explicit Stage(const QString& language) : texts({language}), views(window.content(), texts) {
     QObject::connect(&window, &MainWindow::resized, &window, [this] { screens.layoutUI(); });
     window.show();
   }
@@ -57,13 +56,11 @@ struct Stage {
     QApplication::processEvents();
   }
 
-  CompiledTable table;
   Texts texts;
-  Images images;
   MainWindow window;
   Views views;
   Screens screens{views};
-  Pages pages{{texts, images, views, screens}};
+  Pages pages{{texts, views, screens}};
 };
 
 /// Phones that listen, and networks that the computer is in.
@@ -195,7 +192,7 @@ std::vector<Shot> shots() {
       {"alert-privacy",
        [=](Stage& stage) {
          stage.show(menu);
-         showPrivacyTerms(stage.texts, stage.images, &stage.window);
+         showPrivacyTerms(stage.texts, &stage.window);
        }},
   };
 }
@@ -265,7 +262,7 @@ void photographPanel(const QDir& folder) {
     dispatch::SimulatedScheduler scheduler;
     const auto socket = std::make_shared<StagedSocket>();
     panel::AudioCapture::ChunkHandler deliver;
-    const CompiledTable texts({"es"});
+    const Texts texts({"es"});
     panel::ContentView view(
         std::make_unique<panel::UDPAudioServer>(
             scheduler, panel::UDPAudioServer::Parts{

@@ -1,6 +1,8 @@
-#include "ui/display.h"
+#include "ui/application.h"
 
-#include <QCoreApplication>
+#include "ui/appearance.h"
+#include "ui/images.h"
+
 #include <QString>
 #include <cstdio>
 #include <cstdlib>
@@ -29,10 +31,13 @@ void receive(QtMsgType type, const QMessageLogContext& context, const QString& m
 
 }  // namespace
 
-DisplayRequired::DisplayRequired() : handlerBefore_(::qInstallMessageHandler(receive)) {}
-
-DisplayRequired::~DisplayRequired() {
-  ::qInstallMessageHandler(handlerBefore_);
+std::unique_ptr<QApplication> makeApplication(int& argc, char** argv) {
+  const auto handlerBefore = ::qInstallMessageHandler(receive);
+  auto application = std::make_unique<QApplication>(argc, argv);
+  ::qInstallMessageHandler(handlerBefore);
+  applyDarkAppearance(*application);
+  QApplication::setWindowIcon(icon("Logo"));
+  return application;
 }
 
 }  // namespace quorin::app
