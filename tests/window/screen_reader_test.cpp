@@ -133,9 +133,15 @@ int main(int argc, char** argv) {
       {.arguments = {"Xvfb", "-displayfd", "1", "-screen", "0", "1280x1024x24"},
        .environment = {},
        .output = told});
-  quorin::test::eventually([&] { return quorin::test::contentOf(told).contains('\n'); });
-  const auto number = QByteArray::fromStdString(quorin::test::contentOf(told)).trimmed();
-  qputenv("DISPLAY", ":" + number.split('\n').last());
+  // Xvfb complains of each display that is taken before it tells its own.
+  bool isTold = false;
+  quorin::test::eventually([&] {
+    const auto lines =
+        QByteArray::fromStdString(quorin::test::contentOf(told)).trimmed().split('\n');
+    lines.last().toInt(&isTold);
+    qputenv("DISPLAY", ":" + lines.last());
+    return isTold;
+  });
   qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(bus.address()));
   qputenv("QT_QPA_PLATFORM", "xcb");
   qputenv("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1");
