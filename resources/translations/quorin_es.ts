@@ -222,11 +222,11 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
     </message>
     <message id="cable.phone.none">
         <source></source>
-        <translation>No se encuentra ningún iPhone. Usa un cable que transmita datos, desbloquea el iPhone y pulsa «Confiar».</translation>
+        <translation>No se encuentra ningún iPhone. Usa un cable que transmita datos, desbloquea el iPhone y toca «Confiar».</translation>
     </message>
     <message id="cable.phone.locked">
         <source></source>
-        <translation>Desbloquea el iPhone y pulsa «Confiar».</translation>
+        <translation>Desbloquea el iPhone y toca «Confiar».</translation>
     </message>
     <message id="cable.app.closed">
         <source></source>
