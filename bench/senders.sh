@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # How each sender is started, the way a user would do it who has read its manual. Sourced by
-# bench.sh; needs the private session. Each leaves its process in $STARTED and, in $TARGET, where
-# the meter receives it: ADDRESS:PORT to join, or the port that it sends to.
+# bench.sh; needs the private session. Each leaves its process in $STARTED and, in $FROM, where the
+# meter receives it.
 
 BIN=$PWD/build/release/bin
 
@@ -11,21 +11,26 @@ start_quorin() {
   background quorin-stream "${PRIVATE[@]}" QT_QPA_PLATFORM=xcb "$BIN/quorin-stream" \
     --start wifi --port "$port"
   wait_for 20 "quorin-stream's UDP port $port" udp_port_is_taken "$port"
-  TARGET=127.0.0.1:$port
+  FROM=127.0.0.1:$port
+}
+
+start_cable() {
+  background quorin-stream "${PRIVATE[@]}" QT_QPA_PLATFORM=xcb "$BIN/quorin-stream" --start cable
+  FROM=cable
 }
 
 start_ffmpeg() {
-  TARGET=$(free_port)
+  FROM=$(free_port)
   background ffmpeg "${PRIVATE[@]}" ffmpeg -nostdin -hide_banner -loglevel error -fflags nobuffer \
     -f pulse -fragment_size 1764 -sample_rate 44100 -channels 1 -i quorin.monitor \
-    -f s16le "udp://127.0.0.1:$TARGET?pkt_size=1764"
+    -f s16le "udp://127.0.0.1:$FROM?pkt_size=1764"
 }
 
 start_gstreamer() { # start_gstreamer CLIENTS
   local clients i
-  TARGET=$(free_port)
-  clients=127.0.0.1:$TARGET
-  for ((i = 1; i < $1; ++i)); do clients+=,127.0.0.1:$((TARGET + i)); done
+  FROM=$(free_port)
+  clients=127.0.0.1:$FROM
+  for ((i = 1; i < $1; ++i)); do clients+=,127.0.0.1:$((FROM + i)); done
   background gstreamer "${PRIVATE[@]}" gst-launch-1.0 -q \
     pulsesrc device=quorin.monitor latency-time=20000 buffer-time=40000 ! \
     audio/x-raw,format=S16LE,rate=44100,channels=1 ! multiudpsink clients="$clients" sync=false

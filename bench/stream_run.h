@@ -2,14 +2,11 @@
 
 #include "measure/arrival_statistics.h"
 #include "sound/player.h"
-#include "wire/endpoint.h"
 
 #include <sys/types.h>
 
 #include <chrono>
-#include <cstdint>
 #include <expected>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,9 +14,9 @@ namespace quorin::bench {
 
 /// One measurement of one sender.
 struct RunPlan {
-  std::optional<wire::Endpoint> server;  ///< joined by `clients` receivers; none: they bind `port`
-                                         ///< and those after it
-  std::uint16_t port = 0;
+  /// Where its sound comes: "ADDRESS:PORT", a server, which `clients` receivers join; "PORT", where
+  /// the first of them waits for it, and the others behind; or "cable", a phone at its end.
+  std::string from;
   int clients = 1;
   pid_t sender = 0;
   std::string sink;

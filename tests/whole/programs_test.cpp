@@ -119,29 +119,6 @@ TEST_P(Programs, ALaterStartHandsOverToTheRunningOneAndSaysWhatCouldNotBeDone) {
   EXPECT_EQ(launch("quorin-stream", {}).wait(), 0) << "the socket of a killed one is replaced";
 }
 
-TEST_P(Programs, ListenPlaysElsewhereThanIntoTheStreamedDevice) {
-  const auto stream = launch("quorin-stream", {"--start", "wifi", "--port", kPort});
-  ASSERT_TRUE(isServed());
-  struct Case {
-    std::vector<std::string> options;
-    int exit;
-    std::string says;
-  };
-  for (const auto& [options, exit, says] :
-       {Case{{}, 1, "--sink NAME"}, Case{{"--sink", "quorin"}, 1, "--sink NAME"},
-        Case{{"--sink", "nowhere"}, 1, "There is no sink"}, Case{{"--sink", "speaker"}, 0, ""}}) {
-    std::vector<std::string> arguments = {"10.11.0.2:" + kPort, "--play", "--seconds", "1"};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    EXPECT_EQ(launch("quorin-listen", arguments).wait(), exit) << said("quorin-listen");
-    EXPECT_THAT(said("quorin-listen"), testing::HasSubstr(says));
-  }
-  test::ChildProcess silent(
-      {.arguments = {test::builtPrograms() + "/quorin-listen", "10.11.0.2:" + kPort, "--play"},
-       .environment = {"PULSE_SERVER=unix:/nonexistent/quorin"},
-       .output = output("quorin-listen")});
-  EXPECT_EQ(silent.wait(), 1) << "no sound server";
-}
-
 TEST_P(Programs, SaySoWhereThereIsNoDisplay) {
   for (const std::string program : {"quorin-stream", "quorin-panel"}) {
     for (const std::string platform : {"xcb", "wayland", "nonsense"}) {

@@ -1,14 +1,13 @@
 #!/usr/bin/env bash
 # ./dev demo [--cable]: streams a melody from a sound device of its own to a receiver on this
-# machine, over the network or as over the cable, says what arrived, and plays it where the user's
-# own sound server lets it. Leaves the user's sound alone. Ends with 0 only when the melody arrived
-# whole.
+# machine, over the network or as over the cable, says what arrived, and plays that where the user's
+# own sound server lets it. Ends with 0 only when the melody arrived whole.
 set -euo pipefail
 cd -- "$(dirname -- "$(readlink -f -- "$0")")/../.."
 source tools/dev/common.sh
 case "$*" in
-  "") mode=wifi unit=datagram ;;
-  --cable) mode=cable unit=frame ;;
+  "") mode=wifi ;;
+  --cable) mode=cable ;;
   *) fail "usage: ./dev demo [--cable]" ;;
 esac
 need_packages "${DEMO_PACKAGES[@]}"
@@ -19,23 +18,13 @@ OUT=$PWD/build/demo
 mkdir -p "$OUT"
 rm -f "$OUT"/*
 
-# True when the user's own default sink can play the sound: there is a sound server (asked for
-# without starting one), and its default is not the device that programs stream.
-user_can_listen() {
+# Lets the user hear the recording, where there is a sound server, which is not started for it.
+play_to_user() {
   echo "autospawn = no" >"$SESSION/client.conf"
-  local sink
-  sink=$(PULSE_CLIENTCONFIG="$SESSION/client.conf" timeout 5 pactl get-default-sink 2>/dev/null) &&
-    ! PULSE_CLIENTCONFIG="$SESSION/client.conf" LC_ALL=C pactl list sinks |
-      grep -F -x -A 3 "	Name: $sink" | grep -qi "Quorin Audio"
+  PULSE_CLIENTCONFIG=$SESSION/client.conf timeout 5 pactl info >/dev/null 2>&1 || return 0
+  say "playing it on your own sound device"
+  paplay "$OUT/received.wav" || true
 }
-
-listen_options=(
-  --wav "$OUT/received.wav" --arrivals "$SESSION/arrivals" --json
-)
-if user_can_listen; then
-  listen_options+=(--play)
-  say "you will hear it through your own sound device"
-fi
 
 say "starting a sound server with the device \"Quorin Audio\", and a display"
 start_pulseaudio
@@ -48,7 +37,8 @@ start_streaming() {
     --start "$mode" "$@"
 }
 start_listening() {
-  background quorin-listen "$BIN/quorin-listen" "$@" "${listen_options[@]}"
+  background quorin-listen "$BIN/quorin-listen" "$@" \
+    --wav "$OUT/received.wav" --arrivals "$SESSION/arrivals" --json
   listener=$STARTED
 }
 
@@ -79,8 +69,8 @@ cp "$SESSION/quorin-listen.log" "$OUT/result.json"
 
 say "what arrived"
 verdict=0
-"$BIN/quorin-demo" judge "$OUT/received.wav" "$SESSION/arrivals" "$SESSION/ticks" "$unit" ||
-  verdict=1
+"$BIN/quorin-demo" judge "$OUT/received.wav" "$SESSION/arrivals" "$SESSION/ticks" || verdict=1
+play_to_user
 say "left in build/demo: received.wav, window.png, result.json"
 if [ $verdict -eq 0 ]; then
   say "the melody arrived whole"

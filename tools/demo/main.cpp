@@ -1,8 +1,7 @@
 // The sound of ./dev demo: plays it, and judges what arrived of it.
 //
 //   quorin-demo play SINK TICKS_FILE                   plays the track, notes when its ticks played
-//   quorin-demo judge WAV_FILE ARRIVALS_FILE TICKS_FILE UNIT   prints the table; 0 when all
-//                                                      arrived. UNIT: datagram or frame
+//   quorin-demo judge WAV_FILE ARRIVALS_FILE TICKS_FILE   prints the table; 0 when all arrived
 #include "measure/latency.h"
 #include "measure/tone_analysis.h"
 #include "measure/wav_file.h"
@@ -63,8 +62,8 @@ std::size_t beginningOf(Samples sound) {
   return static_cast<std::size_t>(std::ranges::find_if(sound, loud) - sound.begin());
 }
 
-int judge(const std::string& wavPath, const std::string& arrivalsPath, const std::string& ticksPath,
-          const char* unit) {
+int judge(const std::string& wavPath, const std::string& arrivalsPath,
+          const std::string& ticksPath) {
   const auto wav = measure::readWav(wavPath);
   if (!wav) return failed(wav.error());
   const Samples received = *wav;
@@ -106,17 +105,12 @@ int judge(const std::string& wavPath, const std::string& arrivalsPath, const std
         static_cast<double>(ticksFrom + ticks.front() - beginning) / measure::kSampleRate;
     lengthErrorMs = 1000 * (length - sound::Track::secondsAt(track.ticks.front()));
   }
-  std::vector<Nanoseconds> arrived;
-  for (const auto tick : ticks) {
-    if (const auto* arrival = measure::arrivalOf(arrivals, ticksFrom + tick)) {
-      arrived.push_back(arrival->at);
-    }
-  }
+  const auto arrived = measure::tickArrivals(received, arrivals, ticksFrom);
   const auto latency = measure::spreadOf(
       measure::tickLatenciesMs(ticksPlayed, arrived, std::chrono::milliseconds(150)));
 
   const auto jitter = statistics.deviation();
-  std::printf("  %-9s   %zu\n", (std::string(unit) + 's').c_str(), statistics.datagrams());
+  std::printf("  chunks      %zu\n", statistics.datagrams());
   std::printf("  sound       %.2f s, %.4f of real time\n", statistics.soundSeconds(),
               statistics.delivered());
   std::printf("  melody      length off by %.2f ms, %zu of %zu ticks after it\n", lengthErrorMs,
@@ -124,12 +118,11 @@ int judge(const std::string& wavPath, const std::string& arrivalsPath, const std
   std::printf("  frequency   %.2f Hz; its last note is %.2f Hz\n", frequency, last.hertz);
   std::printf("  level       %.1f dB; played with %.1f dB\n", level.rmsDb, levelPlayed.rmsDb);
   std::printf("  gaps        %zu in the sound, %zu in its arrival\n", cuts, statistics.gaps());
-  std::printf("  jitter      p50 %.2f, p99 %.2f, max %.2f ms away from one %s every 20 ms\n",
-              jitter.p50, jitter.p99, jitter.max, unit);
+  std::printf("  jitter      p50 %.2f, p99 %.2f, max %.2f ms away from one chunk every 20 ms\n",
+              jitter.p50, jitter.p99, jitter.max);
   std::printf(
-      "  latency     p50 %.1f, max %.1f ms, from the sink's playing a tick to the arrival "
-      "of its %s\n",
-      latency.p50, latency.max, unit);
+      "  latency     p50 %.1f, max %.1f ms, from the sink's playing a tick to its arrival\n",
+      latency.p50, latency.max);
   const bool whole = cuts == 0 && ticks.size() == track.ticks.size() &&
                      std::abs(frequency - last.hertz) < kFrequencyTolerance &&
                      std::abs(level.rmsDb - levelPlayed.rmsDb) < kLevelToleranceDb &&
@@ -142,9 +135,9 @@ int judge(const std::string& wavPath, const std::string& arrivalsPath, const std
 int main(int argc, char** argv) {
   const std::vector<std::string> arguments(argv + 1, argv + argc);
   if (arguments.size() == 3 && arguments[0] == "play") return play(arguments[1], arguments[2]);
-  if (arguments.size() == 5 && arguments[0] == "judge") {
-    return judge(arguments[1], arguments[2], arguments[3], arguments[4].c_str());
+  if (arguments.size() == 4 && arguments[0] == "judge") {
+    return judge(arguments[1], arguments[2], arguments[3]);
   }
-  std::cerr << "usage: quorin-demo play SINK TICKS | quorin-demo judge WAV ARRIVALS TICKS UNIT\n";
+  std::cerr << "usage: quorin-demo play SINK TICKS | quorin-demo judge WAV ARRIVALS TICKS\n";
   return 2;
 }

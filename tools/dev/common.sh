@@ -24,15 +24,14 @@ SHOTS_PACKAGES=(fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji weston 
 DEMO_PACKAGES=(pulseaudio pulseaudio-utils xvfb imagemagick fonts-dejavu-core)
 # llvm-19: the names in the sanitizers' reports, which suppressions go by.
 CHECK_PACKAGES=(
-  libbenchmark-dev clang-19 clang-tidy-19 clang-format-19 libclang-rt-19-dev llvm-19
+  clang-19 clang-tidy-19 clang-format-19 libclang-rt-19-dev llvm-19
 )
 COVERAGE_PACKAGES=(gcovr)
 PACKAGE_PACKAGES=(dpkg-dev debhelper git lintian)
 BENCH_PACKAGES=(
-  pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus xvfb libbenchmark-dev
+  pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus xvfb
   ffmpeg gstreamer1.0-tools gstreamer1.0-pulseaudio
   gstreamer1.0-plugins-base gstreamer1.0-plugins-good
-  xdotool
 )
 
 is_installed() {

@@ -6,20 +6,16 @@
 
 namespace quorin::measure {
 
-const Arrival* arrivalOf(std::span<const Arrival> arrivals, std::size_t position) {
-  std::size_t end = 0;
-  for (const auto& arrival : arrivals) {
-    end += arrival.frames;
-    if (position < end) return &arrival;
-  }
-  return nullptr;
-}
-
 std::vector<Nanoseconds> tickArrivals(std::span<const float> samples,
-                                      std::span<const Arrival> arrivals) {
+                                      std::span<const Arrival> arrivals, std::size_t from) {
   std::vector<Nanoseconds> times;
-  for (const auto position : ticksIn(samples)) {
-    if (const auto* arrival = arrivalOf(arrivals, position)) times.push_back(arrival->at);
+  auto arrival = arrivals.begin();
+  std::size_t begin = 0;  // of what this arrival brought
+  for (const auto tick : ticksIn(samples.subspan(from))) {
+    while (arrival != arrivals.end() && from + tick >= begin + arrival->frames) {
+      begin += (arrival++)->frames;
+    }
+    if (arrival != arrivals.end()) times.push_back(arrival->at);
   }
   return times;
 }

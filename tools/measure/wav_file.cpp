@@ -64,27 +64,23 @@ bool WavWriter::append(std::span<const std::byte> samples, SampleFormat format) 
   if (!format_) {
     format_ = format;
     (void)::ftruncate(::fileno(file_.get()), 0);  // a device cannot, and need not, be cut
-    if (!writeHeader()) return false;
+    if (!writeHeader(kMaxBytes)) return false;
   }
   if (samples.size() > kMaxBytes - bytes_) return true;
   if (std::fwrite(samples.data(), 1, samples.size(), file_.get()) != samples.size()) return false;
   bytes_ += static_cast<std::uint32_t>(samples.size());
-  const auto second = headerFor(*format_, 0).bytesPerSecond;
-  return bytes_ - bytesInHeader_ < second || writeHeader();
+  return true;
 }
 
 bool WavWriter::finish() {
-  if (!file_) return true;
-  const bool written = bytes_ == bytesInHeader_ || writeHeader();
+  const bool written =
+      !format_ || (std::fseek(file_.get(), 0, SEEK_SET) == 0 && writeHeader(bytes_));
   return std::fclose(file_.release()) == 0 && written;
 }
 
-bool WavWriter::writeHeader() {
-  const auto header = headerFor(*format_, bytes_);
-  bytesInHeader_ = bytes_;
-  return std::fseek(file_.get(), 0, SEEK_SET) == 0 &&
-         std::fwrite(&header, sizeof header, 1, file_.get()) == 1 &&
-         std::fseek(file_.get(), 0, SEEK_END) == 0 && std::fflush(file_.get()) == 0;
+bool WavWriter::writeHeader(std::uint32_t bytes) {
+  const auto header = headerFor(*format_, bytes);
+  return std::fwrite(&header, sizeof header, 1, file_.get()) == 1;
 }
 
 std::expected<std::vector<float>, std::string> readWav(const std::string& path) {

@@ -14,9 +14,8 @@
 
 namespace quorin::measure {
 
-/// Writes mono 44100 Hz sound as it comes to a WAV file. The header is brought up to date after
-/// every second of sound, so that the file of a receiver that was killed plays but for its last
-/// second.
+/// Writes mono 44100 Hz sound as it comes to a WAV file. Until it is finished its header promises
+/// as much as the format can, so that the file of a receiver that was killed plays to its end.
 ///
 /// A file that is there already keeps its content until sound comes.
 class WavWriter {
@@ -28,8 +27,8 @@ class WavWriter {
   /// growing at 4 GiB, which is as much as the format can say.
   bool append(std::span<const std::byte> samples, SampleFormat format);
 
-  /// Completes and closes the file; nothing is appended afterwards. False when the disk did not
-  /// take all of it.
+  /// Once: completes and closes the file; nothing is appended afterwards. False when the disk did
+  /// not take all of it.
   bool finish();
 
  private:
@@ -38,12 +37,11 @@ class WavWriter {
   };
 
   explicit WavWriter(std::FILE* file) : file_(file) {}
-  bool writeHeader();
+  bool writeHeader(std::uint32_t bytes);
 
   std::unique_ptr<std::FILE, Close> file_;  ///< none once finished
   std::optional<SampleFormat> format_;      ///< of the first sound
   std::uint32_t bytes_ = 0;
-  std::uint32_t bytesInHeader_ = 0;
 };
 
 /// All samples of a file that `WavWriter` wrote. The error is a sentence for the user.

@@ -26,12 +26,9 @@ class CableSource : public SoundSource {
                                                                        TextHandler onText);
 
   int descriptor() const override { return events_.get(); }
-  TimePoint nextDeadline() const override { return TimePoint::max(); }
   void serve(TimePoint now, const std::function<void(const Sound&)>& onSound) override;
   bool joined() const override { return channel_.isOpen(); }
-  const char* joining() const override { return "waiting for the computer's cable mode ..."; }
   std::optional<Ending> ending() const override { return ending_; }
-  std::optional<std::chrono::nanoseconds> roundTrip() const override { return std::nullopt; }
   void leave(TimePoint now) override;
 
  private:

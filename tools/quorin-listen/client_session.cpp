@@ -20,7 +20,6 @@ std::optional<std::string_view> ClientSession::nextMessage(TimePoint now) {
   }
   if (state_ == State::kJoined && now >= pingAt_) {
     pingAt_ = now + kPingInterval;
-    pingSent_ = now;
     return wire::kPing;
   }
   return std::nullopt;
@@ -38,10 +37,6 @@ TimePoint ClientSession::nextDeadline() const {
 }
 
 void ClientSession::onMessage(std::string_view text, TimePoint now) {
-  if (text == wire::kPong && pingSent_) {
-    roundTrip_ = now - *pingSent_;
-    pingSent_.reset();
-  }
   const bool isWaiting = state_ == State::kJoining || state_ == State::kJoined;
   if (!isWaiting || !helloPending_) return;
   if (text == wire::kReady) {

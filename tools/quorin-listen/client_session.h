@@ -62,9 +62,6 @@ class ClientSession {
   /// The format line of a server that is `kStrangeFormat`.
   const std::string& strangeFormat() const { return strangeFormat_; }
 
-  /// Between the latest answered PING and its PONG.
-  std::optional<std::chrono::nanoseconds> roundTrip() const { return roundTrip_; }
-
  private:
   void join(TimePoint now);
   void note(std::string_view answer);
@@ -78,8 +75,6 @@ class ClientSession {
   TimePoint giveUpAt_;
   TimePoint helloAt_;
   TimePoint pingAt_;
-  std::optional<TimePoint> pingSent_;
-  std::optional<std::chrono::nanoseconds> roundTrip_;
 };
 
 }  // namespace quorin::listen

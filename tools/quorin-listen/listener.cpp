@@ -67,7 +67,7 @@ class LiveLine {
   void showIfDue(const Report& report, const SoundSource& source, TimePoint now) {
     if (now < next()) return;
     next_ = now + kLiveLineInterval;
-    std::cout << "\r\033[K" << (source.joined() ? report.liveLine(wallNow()) : source.joining())
+    std::cout << "\r\033[K" << (source.joined() ? report.liveLine(wallNow()) : "joining ...")
               << std::flush;
   }
 
@@ -127,7 +127,7 @@ ExitCode failed(const Ending& ending) {
 }  // namespace
 
 ExitCode listen(const Options& options) {
-  auto outputs = Outputs::open(options);  // may wait for a sound server: signals end it as usual
+  auto outputs = Outputs::open(options);  // a pipe may wait for its reader: signals end it as usual
   if (!outputs) return failed({.code = kFailed, .sentence = std::move(outputs.error())});
   const auto termination = watchForTermination();
   auto source = openSource(options);
@@ -140,8 +140,7 @@ ExitCode listen(const Options& options) {
   if (auto finished = outputs->finish(); !finished) {
     return failed({.code = kFailed, .sentence = std::move(finished.error())});
   }
-  const auto roundTrip = (*source)->roundTrip();
-  std::cout << (options.json ? report.asJson(roundTrip) : report.asText(roundTrip)) << std::flush;
+  std::cout << (options.json ? report.asJson() : report.asText()) << std::flush;
   if (auto error = (*source)->protocolError()) {
     return failed({.code = kFailed, .sentence = std::move(*error)});
   }

@@ -8,8 +8,8 @@ namespace quorin::listen {
 /// Listens as the options ask until the time is up, a signal comes or the source ends; prints the
 /// live line and the result on standard output, and what went wrong on standard error.
 ///
-/// Takes SIGINT and SIGTERM over for the rest of the process; the other threads must block them, as
-/// the sound server's does. Standard output is checked by the caller.
+/// Takes SIGINT and SIGTERM over for the rest of the process. Standard output is checked by the
+/// caller.
 ExitCode listen(const Options& options);
 
 }  // namespace quorin::listen

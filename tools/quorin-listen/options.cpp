@@ -20,8 +20,6 @@ std::expected<Options, std::string> parseOptions(const QStringList& arguments) {
        {"port", "With --cable: the port to listen on (2345).", "N",
         QString::number(wire::kCablePort)},
        {"wav", "Write the sound to a WAV file.", "FILE"},
-       {"play", "Play the sound through the default sink."},
-       {"sink", "Play the sound through this sink (see: pactl list short sinks).", "NAME"},
        {"seconds", "Stop N seconds after it was let in; without it Ctrl+C ends the program.", "N"},
        {"arrivals", "Write one line per datagram: time of arrival in ns, sample frames.", "FILE"},
        {"json", "Print the result as JSON."},
@@ -39,8 +37,6 @@ std::expected<Options, std::string> parseOptions(const QStringList& arguments) {
   };
   options.wav = text("wav");
   options.arrivals = text("arrivals");
-  options.sink = text("sink");
-  options.play = parser.isSet("play") || options.sink;
   options.json = parser.isSet("json");
   options.cable = parser.isSet("cable");
   options.port = parser.value("port").toUShort();

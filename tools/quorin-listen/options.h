@@ -20,8 +20,6 @@ struct Options {
   std::optional<std::chrono::milliseconds> duration;  ///< from joining; else until a signal
   std::optional<std::string> wav;
   std::optional<std::string> arrivals;
-  std::optional<std::string> sink;  ///< nothing: the default one
-  bool play = false;
   bool json = false;
 };
 

@@ -13,11 +13,6 @@ std::unexpected<std::string> cannotGoOn(const std::string& path) {
 
 std::expected<Outputs, std::string> Outputs::open(const Options& options) {
   Outputs outputs;
-  if (options.play) {
-    auto playback = Playback::open(options.sink);
-    if (!playback) return std::unexpected(std::move(playback.error()));
-    outputs.playback_ = std::move(*playback);
-  }
   if (options.wav) {
     auto writer = measure::WavWriter::open(*options.wav);
     if (!writer) return std::unexpected(std::move(writer.error()));
@@ -36,7 +31,6 @@ std::expected<Outputs, std::string> Outputs::open(const Options& options) {
 }
 
 std::expected<void, std::string> Outputs::add(const Sound& sound, std::span<const float> samples) {
-  if (playback_) playback_->push(samples);
   if (arrivals_) {
     const auto line =
         std::to_string(sound.arrived.count()) + ' ' + std::to_string(samples.size()) + '\n';

@@ -2,7 +2,6 @@
 
 #include "measure/wav_file.h"
 #include "quorin-listen/options.h"
-#include "quorin-listen/playback.h"
 #include "quorin-listen/sound_source.h"
 
 #include <cstdio>
@@ -34,7 +33,6 @@ class Outputs {
   std::optional<measure::WavWriter> wav_;
   std::string arrivalsPath_;
   std::unique_ptr<std::FILE, Close> arrivals_;
-  std::unique_ptr<Playback> playback_;
 };
 
 }  // namespace quorin::listen

@@ -27,10 +27,6 @@ std::string meter(const measure::Level& level) {
   return "[" + text + "]";
 }
 
-double milliseconds(std::chrono::nanoseconds duration) {
-  return std::chrono::duration<double, std::milli>(duration).count();
-}
-
 }  // namespace
 
 std::span<const float> Report::add(const Sound& sound) {
@@ -69,7 +65,7 @@ std::string Report::liveLine(measure::Nanoseconds now) const {
   return line.str();
 }
 
-std::string Report::asText(std::optional<std::chrono::nanoseconds> roundTrip) const {
+std::string Report::asText() const {
   const auto jitter = arrivals_.deviation();
   const auto level = level_.level();
   std::ostringstream text;
@@ -84,17 +80,13 @@ std::string Report::asText(std::optional<std::chrono::nanoseconds> roundTrip) co
        << std::setprecision(1);
   text << "level      " << level.rmsDb << " dB, peak " << level.peakDb << " dB\n";
   text << "frequency  " << measure::frequencyOf(lastSecond_) << " Hz in the last second\n";
-  if (roundTrip) {
-    text << std::setprecision(2) << "answer     " << milliseconds(*roundTrip)
-         << " ms after a ping\n";
-  }
   return text.str();
 }
 
-std::string Report::asJson(std::optional<std::chrono::nanoseconds> roundTrip) const {
+std::string Report::asJson() const {
   const auto jitter = arrivals_.deviation();
   const auto level = level_.level();
-  QJsonObject object{
+  const QJsonObject object{
       {"datagrams", static_cast<qint64>(arrivals_.datagrams())},
       {"seconds", arrivals_.soundSeconds()},
       {"delivered", arrivals_.delivered()},
@@ -104,7 +96,6 @@ std::string Report::asJson(std::optional<std::chrono::nanoseconds> roundTrip) co
       {"level_db", QJsonObject{{"rms", level.rmsDb}, {"peak", level.peakDb}}},
       {"frequency_hz", measure::frequencyOf(lastSecond_)},
   };
-  if (roundTrip) object["round_trip_ms"] = milliseconds(*roundTrip);
   return QJsonDocument(object).toJson().toStdString();
 }
 

@@ -4,8 +4,6 @@
 #include "measure/tone_analysis.h"
 #include "quorin-listen/sound_source.h"
 
-#include <chrono>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,9 +19,9 @@ class Report {
   /// meter.
   std::string liveLine(measure::Nanoseconds now) const;
 
-  /// The result of the whole run. `roundTrip`: from a ping to its answer, where known.
-  std::string asText(std::optional<std::chrono::nanoseconds> roundTrip) const;
-  std::string asJson(std::optional<std::chrono::nanoseconds> roundTrip) const;
+  /// The result of the whole run.
+  std::string asText() const;
+  std::string asJson() const;
 
  private:
   std::span<const float> newest(std::size_t samples) const;

@@ -35,21 +35,18 @@ class SoundSource {
   /// To be waited for: readable when `serve` has something to do.
   virtual int descriptor() const = 0;
   /// When `serve` has something to do even if nothing came.
-  virtual TimePoint nextDeadline() const = 0;
+  virtual TimePoint nextDeadline() const { return TimePoint::max(); }
 
   /// Sends what is due, reads what is there and hands over the sound in it.
   virtual void serve(TimePoint now, const std::function<void(const Sound&)>& onSound) = 0;
 
   virtual bool joined() const = 0;
-  /// What is done until then, for the person who waits.
-  virtual const char* joining() const = 0;
-  virtual std::optional<Ending> ending() const = 0;
+  virtual std::optional<Ending> ending() const { return std::nullopt; }
   /// What was wrong with the order of the server's answers, as a sentence.
   virtual std::optional<std::string> protocolError() const { return std::nullopt; }
-  virtual std::optional<std::chrono::nanoseconds> roundTrip() const = 0;
 
   /// Says goodbye; nothing is served afterwards.
-  virtual void leave(TimePoint now) = 0;
+  virtual void leave(TimePoint) {}
 
  protected:
   SoundSource() = default;

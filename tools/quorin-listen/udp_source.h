@@ -21,12 +21,8 @@ class UdpSource : public SoundSource {
   TimePoint nextDeadline() const override { return session_.nextDeadline(); }
   void serve(TimePoint now, const std::function<void(const Sound&)>& onSound) override;
   bool joined() const override { return session_.state() == ClientSession::State::kJoined; }
-  const char* joining() const override { return "asking to join ..."; }
   std::optional<Ending> ending() const override;
   std::optional<std::string> protocolError() const override;
-  std::optional<std::chrono::nanoseconds> roundTrip() const override {
-    return session_.roundTrip();
-  }
   void leave(TimePoint now) override;
 
  private:

@@ -74,15 +74,6 @@ WiFiState streaming(std::size_t phones, std::size_t networks = 1) {
   return state;
 }
 
-WiFiState busyPort(int error, std::uint16_t port, const network::PortHolder& holder = {}) {
-  WiFiState state;
-  state.problem = {.failure = {wifi::StartFailure::Step::kBind, error, port},
-                   .isLookedUp = true,
-                   .holder = holder,
-                   .otherPort = 9001};
-  return state;
-}
-
 struct Shot {
   const char* name;
   std::function<void(Stage&)> show;
@@ -116,16 +107,20 @@ std::vector<Shot> shots() {
   const Change noMicrophone = [](ScreenState& s) { s.microphoneDenied = true; };
   auto full = streaming(10);
   full.hasRefused = true;
-  WiFiState lost, changed;
+  WiFiState lost;
   lost.network = WiFiState::Network::kLost;
-  changed.network = WiFiState::Network::kChanged;
+  WiFiState busyPort;
+  busyPort.problem =
+      ServerProblem{.failure = {wifi::StartFailure::Step::kBind, EADDRINUSE, 9000},
+                    .isLookedUp = true,
+                    .holder = network::PortHolder{.program = "quorin-stream", .user = "maria"},
+                    .otherPort = 9001};
   return {
       {"check", screen([](ScreenState& s) { s.checking = true; })},
       {"microphone-denied", screen(noMicrophone)},
       {"guard-both", guard({.textKey = "audio.guard.text.both", .output = kWrong, .input = kNone})},
       {"guard-output",
        guard({.textKey = "audio.guard.text.out", .output = kWrong, .input = kRight})},
-      {"guard-input", guard({.textKey = "audio.guard.text.in", .output = kRight, .input = kWrong})},
       {"guard-no-server", guard({.textKey = "audio.guard.text.both",
                                  .output = kNone,
                                  .input = kNone,
@@ -163,11 +158,9 @@ std::vector<Shot> shots() {
          QApplication::processEvents();
        }},
       {"wifi-0", wifi(streaming(0))},
-      {"wifi-1", wifi(streaming(1))},
       {"wifi-3-two-networks", wifi(streaming(3, 2))},
       {"wifi-copied",
        wifi(streaming(1), [](Stage& stage) { stage.views.onlineAddressView_->copy(); })},
-      {"wifi-10", wifi(streaming(10))},
       {"wifi-full", wifi(full)},
       {"wifi-silent", wifi(streaming(1),
                            [](Stage& stage) {
@@ -177,11 +170,8 @@ std::vector<Shot> shots() {
                                   .lent = true,
                                   .playsHere = true});
                            })},
-      {"wifi-port-in-use",
-       wifi(busyPort(EADDRINUSE, 9000, {.program = "quorin-stream", .user = "maria"}))},
-      {"wifi-port-reserved", wifi(busyPort(EACCES, 80))},
+      {"wifi-port-in-use", wifi(busyPort)},
       {"network-none", wifi(lost)},
-      {"network-changed", wifi(changed)},
       {"alert-stop",
        wifi(streaming(3), [](Stage& stage) { askToStop(stage.texts, &stage.window, [] {}); })},
       {"alert-settings",
@@ -257,38 +247,35 @@ struct StagedCapture final : panel::AudioCapture {
 };
 
 void photographPanel(const QDir& folder) {
-  // The window's usual sizes, in which the panel scrolls, and one that shows all of it.
-  for (const QSize size : {QSize(1200, 750), QSize(720, 680), QSize(720, 1240)}) {
-    dispatch::SimulatedScheduler scheduler;
-    const auto socket = std::make_shared<StagedSocket>();
-    panel::AudioCapture::ChunkHandler deliver;
-    const Texts texts({"es"});
-    panel::ContentView view(
-        std::make_unique<panel::UDPAudioServer>(
-            scheduler, panel::UDPAudioServer::Parts{
-                           .makeCapture = [&] { return std::make_unique<StagedCapture>(deliver); },
-                           .makeSocket = [&](auto&&...) { return socket; },
-                           .getLocalIPAddress = [] { return "192.168.1.20"; },
-                           .print = [](std::string_view) {}}),
-        texts.text("pairing_instructions"));
-    view.resize(size);
-    view.show();
-    const auto saveAs = [&](const char* name) {
-      scheduler.runPending();
-      QApplication::processEvents();
-      save(view.grab(), folder, name, size);
-    };
-    saveAs("panel-stopped");
-    view.server().start();
-    saveAs("panel-code");
-    for (const char* key : {"192.168.1.31:50211", "192.168.1.32:61874", "192.168.1.47:49730"}) {
-      socket->receive("<<HELLO>>", key);
-    }
+  dispatch::SimulatedScheduler scheduler;
+  const auto socket = std::make_shared<StagedSocket>();
+  panel::AudioCapture::ChunkHandler deliver;
+  const Texts texts({"es"});
+  panel::ContentView view(
+      std::make_unique<panel::UDPAudioServer>(
+          scheduler, panel::UDPAudioServer::Parts{
+                         .makeCapture = [&] { return std::make_unique<StagedCapture>(deliver); },
+                         .makeSocket = [&](auto&&...) { return socket; },
+                         .getLocalIPAddress = [] { return "192.168.1.20"; },
+                         .print = [](std::string_view) {}}),
+      texts.tr("pairing_instructions"));
+  const QSize size(720, 1240);  // shows all of it
+  view.resize(size);
+  view.show();
+  const auto saveAs = [&](const char* name) {
     scheduler.runPending();
-    for (int i = 0; i < 250; ++i) deliver(wire::AudioChunk{});
-    scheduler.advance(std::chrono::seconds(5));
-    saveAs("panel-clients");
+    QApplication::processEvents();
+    save(view.grab(), folder, name, size);
+  };
+  saveAs("panel-stopped");
+  view.server().start();
+  for (const char* key : {"192.168.1.31:50211", "192.168.1.32:61874", "192.168.1.47:49730"}) {
+    socket->receive("<<HELLO>>", key);
   }
+  scheduler.runPending();
+  for (int i = 0; i < 250; ++i) deliver(wire::AudioChunk{});
+  scheduler.advance(std::chrono::seconds(5));
+  saveAs("panel-clients");
 }
 
 }  // namespace

@@ -9,7 +9,6 @@ namespace {
 
 constexpr double kBeat = 0.5;
 constexpr double kLastNote = 1.5;
-constexpr double kRing = 0.8;      // how long a note sounds on under the next one
 constexpr double kAttack = 0.020;  // soft, so that no note looks like a cut
 constexpr double kRelease = 0.100;
 constexpr double kAmplitude = 0.3;
@@ -31,23 +30,17 @@ double ramp(double share) {
   return 0.5 - 0.5 * std::cos(std::numbers::pi * std::clamp(share, 0.0, 1.0));
 }
 
-/// A bell: a fundamental with a little octave, fading by itself.
-double bell(const Note& note, double time, double length) {
+double toneOf(const Note& note, double time) {
   const double envelope =
-      ramp(time / kAttack) * ramp((length - time) / kRelease) * std::exp(-1.2 * time);
-  const double phase = 2 * std::numbers::pi * note.hertz * time;
-  return kAmplitude * envelope * (std::sin(phase) + 0.1 * std::sin(2 * phase));
+      ramp(time / kAttack) * ramp((note.duration - time) / kRelease) * std::exp(-1.2 * time);
+  return kAmplitude * envelope * std::sin(2 * std::numbers::pi * note.hertz * time);
 }
 
 std::vector<float> makeMelody() {
-  const auto& notes = melodyNotes();
-  const double end = notes.back().start + notes.back().duration;
-  std::vector<float> samples(samplesIn(end));
-  for (const auto& note : notes) {
-    const double length = std::min(std::max(kRing, note.duration), end - note.start);
-    const auto first = samplesIn(note.start);
-    for (std::size_t i = 0; i < samplesIn(length); ++i) {
-      samples[first + i] += static_cast<float>(bell(note, Track::secondsAt(i), length));
+  std::vector<float> samples;
+  for (const auto& note : melodyNotes()) {
+    for (std::size_t i = 0; i < samplesIn(note.duration); ++i) {
+      samples.push_back(static_cast<float>(toneOf(note, Track::secondsAt(i))));
     }
   }
   return samples;

@@ -27,7 +27,7 @@ struct Note {
 /// The notes of the melody; the last one is an A of 440 Hz, held long enough to measure it.
 const std::vector<Note>& melodyNotes();
 
-/// 8 s of a melody without a silent moment, quiet enough for anybody's ears.
+/// 8 s of a melody, quiet enough for anybody's ears.
 const std::vector<float>& melody();
 
 /// Silence with a tick at every `interval`, which should not be a multiple of 20 ms, so that the
