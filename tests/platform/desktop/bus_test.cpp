@@ -13,6 +13,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusUnixFileDescriptor>
+#include <QDBusVariant>
 #include <QDBusVirtualObject>
 #include <array>
 #include <map>
@@ -28,8 +29,8 @@ class StandInDesktop : public QDBusVirtualObject {
       qputenv(bus, QByteArray::fromStdString(privateBus_.address()));
     }
     bus_ = QDBusConnection::connectToBus(QString::fromStdString(privateBus_.address()), "desktop");
-    for (const auto* path :
-         {kNotifications, "/org/freedesktop/portal/desktop", "/org/freedesktop/login1"}) {
+    for (const auto* path : {kNotifications, "/org/freedesktop/portal/desktop",
+                             "/org/freedesktop/login1", "/StatusNotifierWatcher"}) {
       bus_.registerVirtualObject(path, this, QDBusConnection::SubPath);
     }
     for (const auto* name : {"org.freedesktop.Notifications", "org.freedesktop.portal.Desktop",
@@ -44,6 +45,7 @@ class StandInDesktop : public QDBusVirtualObject {
     calls[call.interface().section('.', -1) + '.' + call.member()] = call;
     QVariantList answer;
     if (call.member() == "Notify") answer = {7U};
+    if (call.member() == "Get") answer = {QVariant::fromValue(QDBusVariant(hasPanel))};
     if (call.interface() == "org.freedesktop.login1.Manager") {
       std::array<int, 2> ends{};
       EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK), 0);
@@ -59,13 +61,18 @@ class StandInDesktop : public QDBusVirtualObject {
     return ::read(lock.get(), &none, 1) < 0;  // its end once the other end is closed
   }
   void emitSignal(const char* name, const QVariantList& arguments) {
-    auto signal = QDBusMessage::createSignal(kNotifications, "org.freedesktop.Notifications", name);
+    emitSignal(kNotifications, "org.freedesktop.Notifications", name, arguments);
+  }
+  void emitSignal(const char* path, const char* interface, const char* name,
+                  const QVariantList& arguments) {
+    auto signal = QDBusMessage::createSignal(path, interface, name);
     signal.setArguments(arguments);
     bus_.send(signal);
   }
 
   std::map<QString, QDBusMessage> calls;  ///< the latest of each
   posix::FileDescriptor lock;
+  bool hasPanel = false;
 
  private:
   static constexpr auto kNotifications = "/org/freedesktop/Notifications";
@@ -105,9 +112,12 @@ TEST(Bus, NotificationsReplaceEachOtherAndTheInhibitorLetsGo) {
 
   int appeared = 0;
   const auto tray = watchTray([&] { ++appeared; });
-  QCoreApplication::processEvents();
+  const auto* const watcher = "org.kde.StatusNotifierWatcher";
+  desktop.own(watcher);
+  EXPECT_TRUE(comesTrue([&] { return desktop.calls.contains("Properties.Get"); }));
   EXPECT_EQ(appeared, 0);
-  desktop.own("org.kde.StatusNotifierWatcher");
+  desktop.hasPanel = true;
+  desktop.emitSignal("/StatusNotifierWatcher", watcher, "StatusNotifierHostRegistered", {});
   EXPECT_TRUE(comesTrue([&] { return appeared == 1; })) << "the panel starts later";
 
   const auto scheduler = dispatch::makeSystemScheduler();
