@@ -34,6 +34,10 @@ struct Facts {
   dispatch::RealtimeGrant realtime = dispatch::RealtimeGrant::kNone;
 };
 
+/// Asks this machine, with the port to listen on and the user's choice of address. Needs a
+/// QCoreApplication, whose events it lets run meanwhile; takes at most some seconds.
+Facts findFacts(std::uint16_t port, const std::optional<std::string>& address);
+
 struct Finding {
   /// A hint costs quality or the cable; a problem is in the way of streaming over Wi-Fi.
   enum class Kind : std::uint8_t { kFine, kHint, kProblem };

@@ -1,5 +1,4 @@
-#include "app/fact_finding.h"
-
+#include "app/diagnosis.h"
 #include "core/identity.h"
 #include "core/version.h"
 #include "modes/audio_inputs.h"

@@ -1,5 +1,4 @@
 #include "app/diagnosis.h"
-#include "app/fact_finding.h"
 #include "app/options.h"
 #include "app/pt_app_delegate.h"
 #include "app/single_instance.h"
@@ -15,11 +14,13 @@
 #include <QApplication>
 #include <QLoggingCategory>
 #include <cstdio>
+#include <optional>
+#include <string>
 
 namespace quorin::app {
 namespace {
 
-/// The application of what only prints, in the user's language.
+/// The application of what only prints, which needs no display, in the user's language.
 class Printing {
  public:
   Printing(int& argc, char** argv, const QString& language)
@@ -32,17 +33,20 @@ class Printing {
   Texts texts_;
 };
 
-int printAndExit(const QString& text) {
-  std::fputs(qUtf8Printable(text), stdout);
+/// Does what only prints; returns the exit status.
+int print(const Options& options) {
+  if (options.action == Options::Action::kShowHelp) {
+    std::fputs(qUtf8Printable(helpText()), stdout);
+  } else if (options.action == Options::Action::kShowVersion) {
+    std::printf("quorin-stream %s\n", std::string(version()).c_str());
+  } else {
+    const auto address = options.address.transform(&QString::toStdString);
+    const auto findings = diagnose(findFacts(options.port.value_or(wire::kDefaultPort), address));
+    std::fputs(options.json ? asJson(findings).constData() : qUtf8Printable(asText(findings)),
+               stdout);
+    if (!wouldStream(findings)) return 1;
+  }
   return 0;
-}
-
-int printDiagnosis(const Options& options) {
-  const auto address = options.address.transform(&QString::toStdString);
-  const auto findings = diagnose(findFacts(options.port.value_or(wire::kDefaultPort), address));
-  std::fputs(options.json ? asJson(findings).constData() : qUtf8Printable(asText(findings)),
-             stdout);
-  return wouldStream(findings) ? 0 : 1;
 }
 
 void logMoreIf(bool verbose) {
@@ -72,8 +76,11 @@ int run(const Options& options, SingleInstance& instance) {
                    if (wanted->language.value_or(texts.language()) != texts.language()) {
                      return answer(qtTrId("It runs in another language already; quit it first."));
                    }
-                   logMoreIf(wanted->verbose);
-                   delegate.takeOver(*wanted, request.activationToken, answer);
+                   delegate.takeOver(*wanted, request.activationToken,
+                                     [answer, verbose = wanted->verbose](const QString& refusal) {
+                                       logMoreIf(verbose && refusal.isEmpty());
+                                       answer(refusal);
+                                     });
                  });
   return QApplication::exec();
 }
@@ -82,38 +89,18 @@ int launch(int argc, char** argv) {
   QStringList arguments;
   for (int i = 0; i < argc; ++i) arguments << QString::fromLocal8Bit(argv[i]);
 
-  const auto language = languageIn(arguments);
+  std::optional<Printing> printing(std::in_place, argc, argv, languageIn(arguments));
   const auto options = parseOptions(arguments);
-  if (!options) {
-    const Printing application(argc, argv, language);
-    return failWith(parseOptions(arguments).error(), kUsageError);
-  }
+  if (!options) return failWith(options.error(), kUsageError);
   logMoreIf(options->verbose);
-
-  // What only prints needs no display.
-  switch (options->action) {
-    case Options::Action::kShowHelp: {
-      const Printing application(argc, argv, language);
-      return printAndExit(helpText());
-    }
-    case Options::Action::kShowVersion:
-      return printAndExit(
-          QStringLiteral("quorin-stream %1\n")
-              .arg(QString::fromUtf8(version().data(), static_cast<qsizetype>(version().size()))));
-    case Options::Action::kDiagnose: {
-      const Printing application(argc, argv, language);
-      return printDiagnosis(*options);
-    }
-    case Options::Action::kRun:
-      break;
-  }
+  if (options->action != Options::Action::kRun) return print(*options);
 
   SingleInstance instance;
   if (!instance.isFirst()) {
-    const Printing application(argc, argv, language);
     const auto refusal = instance.handOver(arguments.mid(1));
     return refusal.isEmpty() ? 0 : failWith(refusal, 1);
   }
+  printing.reset();
 
   QApplication::setApplicationName(QString::fromLatin1(kProgramName));
   QGuiApplication::setDesktopFileName(QString::fromLatin1(kApplicationId));

@@ -59,7 +59,7 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
       audioServer_(audio::connectToAudioServer(scheduler_.backgroundQueue())),
       views_(window_.content(), texts_, makePanel()),
       screens_(views_),
-      pages_({texts_, views_, screens_}),
+      pages_(texts_, views_, screens_),
       audioCaptureManager_(
           scheduler_,
           {.makeEngine = [this] { return audioServer_->makeEngine(audio::mayBeStreamed); },

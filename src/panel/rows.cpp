@@ -62,13 +62,15 @@ void ValueRow::setValue(const QString& value) {
   setAccessibleName(label_ + u' ' + value);
 }
 
-InfoRow::InfoRow(const QString& icon, const QString& label, const QString& value)
-    : ValueRow(makeSymbol(icon, 18, look::kBlue), label, value,
-               {.weight = QFont::Bold, .monospaced = true}) {}
+ValueRow* makeInfoRow(const QString& icon, const QString& label, const QString& value) {
+  return new ValueRow(makeSymbol(icon, 18, look::kBlue), label, value,
+                      {.weight = QFont::Bold, .monospaced = true});
+}
 
-StatsRow::StatsRow(const QString& label, const QString& value, const QColor& color)
-    : ValueRow(makeSymbol("circle.fill", 8, color), label, value,
-               {.weight = QFont::Bold, .color = color}) {}
+ValueRow* makeStatsRow(const QString& label, const QColor& color, const QString& value) {
+  return new ValueRow(makeSymbol("circle.fill", 8, color), label, value,
+                      {.weight = QFont::Bold, .color = color});
+}
 
 ClientRow::ClientRow(const QString& clientKey) : key(clientKey) {
   auto* layout = makeRowLayout(this, 4);

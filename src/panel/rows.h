@@ -53,15 +53,11 @@ class ValueRow : public QWidget {
   Label* value_;
 };
 
-/// One labelled value with a blue symbol.
-struct InfoRow : ValueRow {
-  InfoRow(const QString& icon, const QString& label, const QString& value);
-};
+/// InfoRow: one labelled value with a blue symbol.
+ValueRow* makeInfoRow(const QString& icon, const QString& label, const QString& value = {});
 
-/// One labelled rate with a dot of its colour.
-struct StatsRow : ValueRow {
-  StatsRow(const QString& label, const QString& value, const QColor& color);
-};
+/// StatsRow: one labelled rate with a dot of its colour.
+ValueRow* makeStatsRow(const QString& label, const QColor& color, const QString& value = {});
 
 /// One connected client.
 struct ClientRow : QWidget {

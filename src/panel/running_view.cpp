@@ -44,19 +44,19 @@ RunningView::RunningView(const QString& pairingInstructions) {
 
 TitledBox* RunningView::makeInformation() {
   auto* box = new TitledBox("Información del Servidor", "server.rack");
-  localIP_ = new InfoRow("network", "IP Local", {});
-  port_ = new InfoRow("number", "Puerto", {});
-  clients_ = new InfoRow("iphone.radiowaves.left.and.right", "Clientes", {});
-  auto* target = new InfoRow("chart.bar.fill", "Target", "~50 paquetes/seg");
+  localIP_ = makeInfoRow("network", "IP Local");
+  port_ = makeInfoRow("number", "Puerto");
+  clients_ = makeInfoRow("iphone.radiowaves.left.and.right", "Clientes");
+  auto* target = makeInfoRow("chart.bar.fill", "Target", "~50 paquetes/seg");
   for (auto* row : {localIP_, port_, clients_, target}) box->content().addWidget(row);
   return box;
 }
 
 TitledBox* RunningView::makeStatistics() {
   auto* box = new TitledBox("Estadísticas", "chart.line.uptrend.xyaxis");
-  packetsPerSecond_ = new StatsRow("Paquetes/seg", {}, look::kBlue);
-  kbps_ = new StatsRow("Velocidad", {}, app::colors::kGreen);
-  auto* latency = new StatsRow("Latencia teórica", "~20ms", app::colors::kOrange);
+  packetsPerSecond_ = makeStatsRow("Paquetes/seg", look::kBlue);
+  kbps_ = makeStatsRow("Velocidad", app::colors::kGreen);
+  auto* latency = makeStatsRow("Latencia teórica", app::colors::kOrange, "~20ms");
   for (auto* row : {packetsPerSecond_, kbps_, latency}) box->content().addWidget(row);
   return box;
 }

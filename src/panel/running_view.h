@@ -14,9 +14,8 @@ class NonInteractiveLabel;
 namespace quorin::panel {
 
 struct ClientRow;
-struct InfoRow;
-struct StatsRow;
 class TitledBox;
+class ValueRow;
 
 /// What the panel shows while its server runs: four boxes, of which the third is the QR code until
 /// the first client is there and the list of clients from then on.
@@ -38,11 +37,11 @@ class RunningView : public QWidget {
   void showCode(const QString& payload);
   void showClients(const std::vector<std::string>& keys);
 
-  InfoRow* localIP_ = nullptr;
-  InfoRow* port_ = nullptr;
-  InfoRow* clients_ = nullptr;
-  StatsRow* packetsPerSecond_ = nullptr;
-  StatsRow* kbps_ = nullptr;
+  ValueRow* localIP_ = nullptr;
+  ValueRow* port_ = nullptr;
+  ValueRow* clients_ = nullptr;
+  ValueRow* packetsPerSecond_ = nullptr;
+  ValueRow* kbps_ = nullptr;
   TitledBox* clientList_ = nullptr;
   std::vector<ClientRow*> clientRows_;
   app::NonInteractiveLabel* furtherClients_ = nullptr;

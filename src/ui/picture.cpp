@@ -2,7 +2,6 @@
 
 #include <QFile>
 #include <QSvgRenderer>
-#include <future>
 #include <utility>
 
 namespace quorin::pictures {
@@ -15,58 +14,34 @@ class Drawing final : public Picture {
   Drawing(QString path, const QColor& tint) : path_(std::move(path)), tint_(tint) {}
 
   QSizeF size() const override {
-    takeWhatIsAhead();
     if (size_.isEmpty()) size_ = QSvgRenderer(path_).defaultSize();
     return size_;
   }
 
   void paint(QPainter& painter, const QRectF& target) const override {
-    takeWhatIsAhead();
     const DevicePixels pixels(painter);
     const QRect place = pixels.map(target).toRect();
     if (place.isEmpty()) return;
-    if (rendered_.size() != place.size()) rendered_ = render(place.size()).image;
+    if (rendered_.size() != place.size()) render(place.size());
     painter.drawImage(place.topLeft(), rendered_);
   }
 
-  void renderAhead(QSize pixels) const override {
-    takeWhatIsAhead();
-    ahead_ = std::async([this, pixels] { return render(pixels); });
-  }
-
  private:
-  struct Rendered {
-    QSizeF naturalSize;
-    QImage image;
-  };
-
-  void takeWhatIsAhead() const {
-    if (!ahead_.valid()) return;
-    auto ahead = ahead_.get();
-    size_ = ahead.naturalSize;
-    rendered_ = std::move(ahead.image);
-  }
-
-  Rendered render(QSize pixels) const {
-    QSvgRenderer renderer(path_);
-    QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    QPainter painter(&image);
+  void render(QSize pixels) const {
+    rendered_ = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
+    rendered_.fill(Qt::transparent);
+    QPainter painter(&rendered_);
     painter.setRenderHint(QPainter::Antialiasing);
-    renderer.render(&painter, QRectF(QPointF(), QSizeF(pixels)));
-    if (tint_.isValid()) {
-      painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
-      painter.fillRect(image.rect(), tint_);
-    }
-    painter.end();
-    return {.naturalSize = renderer.defaultSize(), .image = std::move(image)};
+    QSvgRenderer(path_).render(&painter, QRectF(QPointF(), QSizeF(pixels)));
+    if (!tint_.isValid()) return;
+    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+    painter.fillRect(rendered_.rect(), tint_);
   }
 
   const QString path_;
   const QColor tint_;
   mutable QSizeF size_;
   mutable QImage rendered_;
-  mutable std::future<Rendered> ahead_;
 };
 
 class Bitmap final : public Picture {

@@ -24,10 +24,6 @@ class Picture {
   /// Fills `target`, in the painter's coordinates. The painter's state is left as it was.
   virtual void paint(QPainter& painter, const QRectF& target) const = 0;
 
-  /// Begins to read and render for a target of this size, on a thread of its own: for a picture
-  /// that will soon be painted, while there is something else to do. All else waits for it.
-  virtual void renderAhead(QSize /*pixels*/) const {}
-
  protected:
   Picture() = default;
 };

@@ -32,15 +32,17 @@ QLabel* makeText(const QString& text, const QFont& font, const QColor& color, QW
 
 /// In front of every window of the program.
 void notify(const Texts& texts, QWidget* window, const QString& title, const QString& text,
-            PicturePtr icon = nullptr) {
-  auto* const alert = new Alert({title, text, std::move(icon), {texts.tr("common.ok")}}, window);
+            const PicturePtr& icon = nullptr) {
+  auto* const alert = new Alert(title, text, icon, {texts.tr("common.ok")}, window);
   alert->setWindowModality(Qt::ApplicationModal);
   alert->show();
 }
 
 }  // namespace
 
-Alert::Alert(const AlertContent& content, QWidget* window) : QDialog(window, Qt::Sheet) {
+Alert::Alert(const QString& title, const QString& text, const PicturePtr& icon,
+             const QStringList& buttons, QWidget* window)
+    : QDialog(window, Qt::Sheet) {
   setAttribute(Qt::WA_DeleteOnClose);
   // A screen reader says the window's title, then the texts in it: each once.
   setWindowTitle(QString::fromLatin1(kProgramName));
@@ -56,23 +58,21 @@ Alert::Alert(const AlertContent& content, QWidget* window) : QDialog(window, Qt:
   layout->setHorizontalSpacing(20);
   layout->setVerticalSpacing(12);
   layout->setSizeConstraint(QLayout::SetFixedSize);
-  if (content.icon) {
-    auto* const icon = new ImageView(content.icon, this);
-    icon->setFixedSize(kIconSide, kIconSide);
-    layout->addWidget(icon, 0, 0, 2, 1, Qt::AlignTop);
+  if (icon) {
+    auto* const view = new ImageView(icon, this);
+    view->setFixedSize(kIconSide, kIconSide);
+    layout->addWidget(view, 0, 0, 2, 1, Qt::AlignTop);
   }
-  layout->addWidget(makeText(content.title, systemFont(18, QFont::Bold), colors::kWhite, this), 0,
-                    1);
-  layout->addWidget(makeText(content.text, systemFont(14), QColor(205, 205, 208), this), 1, 1);
+  layout->addWidget(makeText(title, systemFont(18, QFont::Bold), colors::kWhite, this), 0, 1);
+  layout->addWidget(makeText(text, systemFont(14), QColor(205, 205, 208), this), 1, 1);
 
   auto* const row = new QHBoxLayout;
   row->setContentsMargins(0, 10, 0, 0);
   row->setSpacing(12);
   row->addStretch();
-  for (int i = 0; i < content.buttons.size(); ++i) {
+  for (int i = 0; i < buttons.size(); ++i) {
     const ButtonLook& look = i == 0 ? looks::kPlain : looks::kDestructive;
-    auto* const button =
-        new PushButton(content.buttons[i], systemFont(14, QFont::DemiBold), look, this);
+    auto* const button = new PushButton(buttons[i], systemFont(14, QFont::DemiBold), look, this);
     button->setObjectName(QStringLiteral("button%1").arg(i));
     button->setMinimumSize(100, 36);
     connect(button, &QAbstractButton::clicked, this, [this, i] { done(i); });
@@ -83,11 +83,9 @@ Alert::Alert(const AlertContent& content, QWidget* window) : QDialog(window, Qt:
 }
 
 Alert* askToStop(const Texts& texts, QWidget* window, std::function<void()> stop) {
-  auto* const alert = new Alert({texts.tr("alert.stop.title"),
-                                 texts.tr("alert.stop.info"),
-                                 nullptr,
-                                 {texts.tr("common.cancel"), texts.tr("alert.stop.confirm")}},
-                                window);
+  auto* const alert =
+      new Alert(texts.tr("alert.stop.title"), texts.tr("alert.stop.info"), nullptr,
+                {texts.tr("common.cancel"), texts.tr("alert.stop.confirm")}, window);
   // Escape and the window's close button reject the dialog: result 0, the first button.
   QObject::connect(alert, &QDialog::finished, alert, [stop = std::move(stop)](int button) {
     if (button == 1) stop();

@@ -11,21 +11,15 @@
 
 namespace quorin::app {
 
-/// What an alert says and asks.
-struct AlertContent {
-  QString title;
-  QString text;
-  PicturePtr icon;  ///< may be none
-  /// The first is the harmless one: Return and Escape choose it. Others cannot be undone.
-  QStringList buttons;
-};
-
 /// A question or a notice in front of the window. Destroys itself once answered; the result is the
 /// index of the button. Main thread.
 class Alert : public QDialog {
   Q_OBJECT
  public:
-  Alert(const AlertContent& content, QWidget* window);
+  /// `icon` may be none. The first of `buttons` is the harmless one: Return and Escape choose it.
+  /// Others cannot be undone.
+  Alert(const QString& title, const QString& text, const PicturePtr& icon,
+        const QStringList& buttons, QWidget* window);
 };
 
 /// Asks whether to stop although phones listen; `stop` runs when the user confirms.

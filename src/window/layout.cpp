@@ -257,7 +257,7 @@ class Planner {
     const double logoHeight = std::min(0.18 * h_, 120.0);
     layout_[topLogoImageView_] = centred(h_ - logoHeight - 18, logoWidth, logoHeight);
 
-    const double side = std::min({0.6 * w_, 0.6 * h_, kSplashPictureSide});
+    const double side = std::min({0.6 * w_, 0.6 * h_, 420.0});
     layout_[splashImageView_] = centred((h_ - side) / 2, side, side);
   }
 

@@ -20,13 +20,8 @@ namespace quorin::app {
 /// into the state that decides what is visible. Main queue.
 class Pages : public ModesWindow, public GuardScreens {
  public:
-  struct Parts {
-    const Texts& texts;
-    Views& views;
-    Screens& screens;
-  };
-
-  explicit Pages(Parts parts);
+  /// All three outlive this.
+  Pages(const Texts& texts, Views& views, Screens& screens);
 
   /// What the guard calls when the devices are no longer right.
   void setStopAllSessions(std::function<void()> stop) { stopAllSessions_ = std::move(stop); }
@@ -61,7 +56,7 @@ class Pages : public ModesWindow, public GuardScreens {
   void presentMessage(const QString& text, bool isStatus) override;
   void confirmStop(std::function<void()> stop) override;
 
-  bool splashIsUp() const override { return parts_.screens.state().splash; }
+  bool splashIsUp() const override { return screens_.state().splash; }
   void apply(const GuardState& guard) override;
   void leavePages() override;
   void showMenu() override { open(Page::kMenu); }
@@ -69,7 +64,9 @@ class Pages : public ModesWindow, public GuardScreens {
   void lendDevice() override { lendDevice_(); }
 
  private:
-  Parts parts_;
+  const Texts& texts_;
+  Views& views_;
+  Screens& screens_;
   Console console_;
   std::function<void()> stopAllSessions_;
   std::function<void()> lendDevice_;

@@ -21,7 +21,8 @@ namespace quorin::app {
 #define QUORIN_VIEWS(VIEW)                                                                         \
   VIEW(GradientView, backgroundGradient_, contentView, always)                                     \
   VIEW(ShadeView, splashOverlay_, contentView, on(kSplash), Qt::black)                             \
-  VIEW(NonInteractiveImageView, splashImageView_, splashOverlay_, on(kSplash), splash)             \
+  VIEW(NonInteractiveImageView, splashImageView_, splashOverlay_, on(kSplash),                     \
+       imageForView("Logo 1"))                                                                     \
   VIEW(NonInteractiveImageView, topLogoImageView_, contentView, !on(kSplash),                      \
        imageForView("Logo"))                                                                       \
                                                                                                    \

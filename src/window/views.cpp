@@ -8,7 +8,6 @@
 #include <QKeySequence>
 #include <QShortcut>
 #include <cmath>
-#include <initializer_list>
 #include <utility>
 
 namespace quorin::app {
@@ -59,13 +58,6 @@ Views::Views(QWidget& content, const Texts& texts, std::unique_ptr<QWidget> pane
     : contentView(&content), onlineSwiftUIView_(panel.release()) {
   installAccessibleRoles();
   const auto tr = [&texts](TrKey key) { return texts.tr(key); };
-  // The first thing to be seen, and drawn while everything else is built.
-  const PicturePtr splash = imageForView("Logo 1");
-  if (splash) {
-    splash->renderAhead(
-        (QSizeF(kSplashPictureSide, kSplashPictureSide) * content.devicePixelRatioF()).toSize());
-  }
-
 #define QUORIN_BUILD(kind, name, container, shown, ...)  \
   name = new kind(__VA_ARGS__ __VA_OPT__(, ) container); \
   enter(View::name, name);
@@ -92,10 +84,10 @@ Views::Views(QWidget& content, const Texts& texts, std::unique_ptr<QWidget> pane
     QObject::connect(new QShortcut(keys, backButton_), &QShortcut::activated, backButton_,
                      &QAbstractButton::click);
   }
-  for (QWidget* view : std::initializer_list<QWidget*>{backButton_, splashOverlay_}) view->raise();
-  for (QWidget* view : std::initializer_list<QWidget*>{backgroundGradient_, splashOverlay_}) {
-    view->show();
-  }
+  backButton_->raise();
+  splashOverlay_->raise();
+  splashOverlay_->show();
+  backgroundGradient_->show();
   splashImageView_->setVisible(splashImageView_->hasImage());
 }
 

@@ -18,9 +18,6 @@
 
 namespace quorin::app {
 
-/// The side of the splash's picture, where the window is not too small for it.
-inline constexpr double kSplashPictureSide = 420;
-
 /// Of a label or a button; empty for other views.
 QString textOf(const QWidget& view);
 

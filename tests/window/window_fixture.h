@@ -65,7 +65,7 @@ class WindowFixture : public testing::Test {
   MainWindow window_;
   Views views_{window_.content(), texts_};
   Screens screens_{views_};
-  Pages pages_{{texts_, views_, screens_}};
+  Pages pages_{texts_, views_, screens_};
 };
 
 }  // namespace quorin::app

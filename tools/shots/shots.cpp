@@ -60,7 +60,7 @@ struct Stage {
   MainWindow window;
   Views views;
   Screens screens{views};
-  Pages pages{{texts, views, screens}};
+  Pages pages{texts, views, screens};
 };
 
 /// Phones that listen, and networks that the computer is in.
