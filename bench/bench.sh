@@ -22,12 +22,12 @@ while [ $# -gt 0 ]; do
 done
 
 need_packages "${BUILD_PACKAGES[@]}" "${BENCH_PACKAGES[@]}"
-configure release -DQUORIN_BENCH=ON
-build release quorin-stream quorin-meter empty_window field_bench
+configure bench
+build bench quorin-stream quorin-meter empty_window field_bench
 source tools/dev/private_session.sh
 source bench/senders.sh
 
-OUT=$PWD/build/bench
+OUT=$PWD/build/bench/report
 mkdir -p "$OUT"
 RESULTS=$OUT/results.tsv # set-up, load, sender, figure, value
 : >"$RESULTS"
@@ -145,4 +145,4 @@ end_servers
 
 say "all times in ms"
 awk -F '\t' -f bench/report.awk "$RESULTS" | tee "$OUT/report.txt"
-say "left in build/bench: report.txt, results.tsv"
+say "left in build/bench/report: report.txt, results.tsv"

@@ -3,7 +3,7 @@
 # bench.sh; needs the private session. Each leaves its process in $STARTED and, in $FROM, where the
 # meter receives it.
 
-BIN=$PWD/build/release/bin
+BIN=$PWD/build/bench/bin
 
 start_quorin() {
   local port
