@@ -20,13 +20,15 @@ bool isCandidate(const network::InterfaceAddress& entry) {
 LocalNetworks localNetworks(std::span<const network::InterfaceAddress> interfaces,
                             const std::optional<std::string>& defaultRouteInterface) {
   LocalNetworks result;
+  auto& candidates = result.candidates;
+  std::ptrdiff_t preferred = 0;
   for (const auto& entry : interfaces) {
     if (entry.isUp) result.subnets.push_back(entry.subnet);
-    if (isCandidate(entry)) result.candidates.push_back({entry.name, entry.address});
+    if (!isCandidate(entry)) continue;
+    const auto at =
+        entry.name == defaultRouteInterface ? candidates.begin() + preferred++ : candidates.end();
+    candidates.insert(at, {entry.name, entry.address});
   }
-  std::ranges::stable_partition(result.candidates, [&](const Candidate& candidate) {
-    return candidate.interface == defaultRouteInterface;
-  });
   return result;
 }
 
