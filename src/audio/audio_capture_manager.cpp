@@ -46,7 +46,6 @@ void AudioCaptureManager::stopCapture() {
 void AudioCaptureManager::removeTap() {
   engine_->removeTap();
   engine_->stop();
-  engine_->reset();
   tap_.reset();
 }
 

@@ -31,11 +31,22 @@ struct QueueCore::EventState {
   std::atomic<bool> signalled{false};
 };
 
-class QueueCore::TimerHandle : public Timer {
+/// Destroying it cancels.
+template <typename Base, typename State>
+class QueueCore::Handle : public Base {
  public:
-  TimerHandle(std::shared_ptr<QueueCore> core, std::shared_ptr<TimerState> state)
+  Handle(std::shared_ptr<QueueCore> core, std::shared_ptr<State> state)
       : core_(std::move(core)), state_(std::move(state)) {}
-  ~TimerHandle() override { core_->remove(state_); }
+  ~Handle() override { core_->remove(state_); }
+
+ protected:
+  const std::shared_ptr<QueueCore> core_;
+  const std::shared_ptr<State> state_;
+};
+
+class QueueCore::TimerHandle : public Handle<Timer, TimerState> {
+ public:
+  using Handle::Handle;
   void shiftBy(Duration offset) override {
     assert(running() == core_.get());
     const Lock lock(core_->mutex_);
@@ -46,35 +57,14 @@ class QueueCore::TimerHandle : public Timer {
     const Lock lock(core_->mutex_);
     return state_->deadline;
   }
-
- private:
-  const std::shared_ptr<QueueCore> core_;
-  const std::shared_ptr<TimerState> state_;
 };
 
-class QueueCore::ReadHandle : public ReadSource {
+class QueueCore::EventHandle : public Handle<EventSource, EventState> {
  public:
-  ReadHandle(std::shared_ptr<QueueCore> core, std::shared_ptr<ReadState> state)
-      : core_(std::move(core)), state_(std::move(state)) {}
-  ~ReadHandle() override { core_->remove(state_); }
-
- private:
-  const std::shared_ptr<QueueCore> core_;
-  const std::shared_ptr<ReadState> state_;
-};
-
-class QueueCore::EventHandle : public EventSource {
- public:
-  EventHandle(std::shared_ptr<QueueCore> core, std::shared_ptr<EventState> state)
-      : core_(std::move(core)), state_(std::move(state)) {}
-  ~EventHandle() override { core_->remove(state_); }
+  using Handle::Handle;
   void signal() override {
     if (!state_->signalled.exchange(true)) core_->wakeFromElsewhere();
   }
-
- private:
-  const std::shared_ptr<QueueCore> core_;
-  const std::shared_ptr<EventState> state_;
 };
 
 QueueCore::QueueCore(std::string label, std::unique_ptr<Waker> waker)
@@ -138,7 +128,7 @@ std::unique_ptr<ReadSource> QueueCore::makeReadSource(int descriptor, Task handl
       waker_->arm(state->id, descriptor);
     }
   }
-  return std::make_unique<ReadHandle>(shared_from_this(), std::move(state));
+  return std::make_unique<Handle<ReadSource, ReadState>>(shared_from_this(), std::move(state));
 }
 
 std::unique_ptr<EventSource> QueueCore::makeEventSource(Task handler) {

@@ -69,8 +69,9 @@ class QueueCore : public std::enable_shared_from_this<QueueCore> {
   struct EventState;
 
  private:
+  template <typename Base, typename State>
+  class Handle;
   class TimerHandle;
-  class ReadHandle;
   class EventHandle;
 
   void add(std::shared_ptr<TimerState> timer);

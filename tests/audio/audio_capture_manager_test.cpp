@@ -49,7 +49,7 @@ TEST_F(AudioCaptureManagerTest, StartAndStopTellWhatTheyDoOnce) {
                           "✅ ✅ ✅ Motor de audio INICIADO con buffer de 882 frames"));
   for (int i = 0; i < 2; ++i) manager_->stopCapture();
   EXPECT_THAT(takeLines(), ElementsAre("⏹️ Captura detenida"));
-  EXPECT_THAT(engine_->calls, ElementsAre("install 882", "start", "remove", "stop", "reset"));
+  EXPECT_THAT(engine_->calls, ElementsAre("install 882", "start", "remove", "stop"));
 }
 
 TEST_F(AudioCaptureManagerTest, AFailedStartLeavesNothingBehind) {

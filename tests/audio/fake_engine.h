@@ -40,7 +40,6 @@ class FakeEngine : public audio::AudioEngine {
     return {};
   }
   void stop() override { calls.emplace_back("stop"); }
-  void reset() override { calls.emplace_back("reset"); }
 
  private:
   TapHandler tap_;

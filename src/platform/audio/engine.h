@@ -16,7 +16,7 @@ struct Error {
 /// Records the default input device, as long as that is one it accepts. Confined to the queue that
 /// made it, but for the tap.
 ///
-/// Idle -> installTap -> start -> running -> (removeTap, stop, reset) -> idle.
+/// Idle -> installTap -> start -> running -> (removeTap, stop) -> idle.
 ///
 /// Running, it follows the default input to another accepted device within 100 ms, delivers nothing
 /// while the default is not accepted, and goes on by itself when the device, the permission or the
@@ -49,11 +49,9 @@ class AudioEngine {
   /// been found. Already running: nothing happens.
   virtual std::expected<void, Error> start() = 0;
 
-  /// When this returns no block is delivered any more. Idle: nothing happens.
+  /// When this returns no block is delivered any more; what was recorded until then is lost. Idle:
+  /// nothing happens.
   virtual void stop() = 0;
-
-  /// Discards sound that was recorded and not yet delivered.
-  virtual void reset() = 0;
 
  protected:
   AudioEngine() = default;

@@ -189,11 +189,6 @@ void PulseEngine::stop() {
   drop();
 }
 
-void PulseEngine::reset() {
-  const PulseConnection::Lock lock(server_.connection());
-  if (tap_ && tap_->reblocker) tap_->reblocker->clear();
-}
-
 void PulseEngine::streamStateChanged() {
   auto& connection = server_.connection();
   connection.changed();

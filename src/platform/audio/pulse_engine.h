@@ -26,7 +26,6 @@ class PulseEngine : public AudioEngine {
   void removeTap() override;
   std::expected<void, Error> start() override;
   void stop() override;
-  void reset() override;
 
   /// With the connection locked, after the default source or the connection changed: records the
   /// default source if it is accepted, else nothing.

@@ -44,7 +44,6 @@ void EpollWaker::wake() {
 }
 
 void EpollWaker::arm(std::uint64_t id, int descriptor) {
-  watchesSources_ = true;
   epoll_event event{.events = EPOLLIN | EPOLLONESHOT, .data = {.u64 = id}};
   if (::epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, descriptor, &event) != 0 && errno == ENOENT) {
     ::epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, descriptor, &event);

@@ -3,7 +3,6 @@
 #include "core/queue_core.h"
 #include "platform/posix/file_descriptor.h"
 
-#include <atomic>
 #include <optional>
 
 namespace quorin::dispatch {
@@ -21,9 +20,6 @@ class EpollWaker : public Waker {
 
   int descriptor() const { return epoll_.get(); }
 
-  /// Has a read source ever been armed: only then `collect` finds anything without waiting.
-  bool watchesSources() const { return watchesSources_; }
-
   /// The deadline at which `collect` returns at the latest, and the descriptor turns readable.
   void setDeadline(std::optional<TimePoint> deadline);
 
@@ -36,7 +32,6 @@ class EpollWaker : public Waker {
   posix::FileDescriptor event_;
   posix::FileDescriptor timer_;
   std::optional<TimePoint> deadline_;
-  std::atomic<bool> watchesSources_{false};
 };
 
 }  // namespace quorin::dispatch

@@ -63,7 +63,7 @@ class ThreadQueue : public CoreQueue<SerialQueue> {
   void run() {
     while (!stopping_) {
       if (core_->runOne()) {
-        if (waker_.watchesSources()) waker_.collect(*core_, EpollWaker::Wait::kNo);
+        waker_.collect(*core_, EpollWaker::Wait::kNo);
       } else {
         waker_.setDeadline(core_->nextDeadline());
         waker_.collect(*core_, EpollWaker::Wait::kYes);

@@ -142,7 +142,6 @@ TEST_F(PulseTest, AStartThatTheServerNeverAnsweredLeavesNoRecordingBehind) {
   EXPECT_THAT(started.error().description, HasSubstr("does not answer"));
   engine_->removeTap();
   engine_->stop();
-  engine_->reset();
   server_->thaw();
   ASSERT_TRUE(record());  // answered after the former
   EXPECT_TRUE(soon([&] { return server_->recordings() == 1; })) << server_->recordings();
