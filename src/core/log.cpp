@@ -7,8 +7,6 @@
 #include <QLoggingCategory>
 #include <QString>
 #include <climits>
-#include <map>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -16,17 +14,8 @@
 namespace quorin::log {
 namespace {
 
-const QLoggingCategory& category(std::string_view area) {
-  static std::mutex mutex;
-  static std::map<std::string, std::unique_ptr<QLoggingCategory>, std::less<>> categories;
-  // The category keeps a pointer to its name, which therefore lives beside it as the key.
-  const std::scoped_lock lock(mutex);
-  const auto name = "quorin." + std::string(area);
-  auto entry = categories.try_emplace(name).first;
-  if (!entry->second) {
-    entry->second = std::make_unique<QLoggingCategory>(entry->first.c_str(), QtInfoMsg);
-  }
-  return *entry->second;
+std::string categoryOf(std::string_view area) {
+  return "quorin." + std::string(area);
 }
 
 QString text(std::string_view line) {
@@ -90,12 +79,14 @@ void print(std::string_view line) {
 }
 
 void note(std::string_view area, std::string_view line) {
-  const auto& where = category(area);
+  const auto name = categoryOf(area);
+  const QLoggingCategory where(name.c_str(), QtInfoMsg);
   qCInfo(where).noquote() << text(line);
 }
 
 void detail(std::string_view area, std::string_view line) {
-  const auto& where = category(area);
+  const auto name = categoryOf(area);
+  const QLoggingCategory where(name.c_str(), QtInfoMsg);
   qCDebug(where).noquote() << text(line);
 }
 
