@@ -5,22 +5,6 @@
 namespace quorin::app {
 namespace {
 
-TEST(Options, AreReadInBothSpellings) {
-  const auto options = parseOptions({"quorin-stream", "--start", "wifi", "--port=9100", "--address",
-                                     "10.0.0.5", "--language", "es", "--verbose"});
-  ASSERT_TRUE(options);
-  EXPECT_EQ(options->action, Options::Action::kRun);
-  EXPECT_EQ(options->start, StartMode::kWiFi);
-  EXPECT_EQ(options->port, 9100);
-  EXPECT_EQ(options->address, QStringLiteral("10.0.0.5"));
-  EXPECT_EQ(options->language, QStringLiteral("es"));
-  EXPECT_TRUE(options->verbose);
-
-  const auto others = parseOptions({"quorin-stream", "--start=cable"});
-  ASSERT_TRUE(others);
-  EXPECT_EQ(others->start, StartMode::kCable);
-}
-
 TEST(Options, WhatIsNotUnderstoodIsNamed) {
   struct Case {
     QStringList arguments;
