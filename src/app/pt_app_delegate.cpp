@@ -244,8 +244,9 @@ QString PTAppDelegate::refusalOf(const Options& wanted) const {
 
 void PTAppDelegate::takeOver(const Options& wanted, const QString& activationToken,
                              SingleInstance::Answer answer) {
-  if (const auto refusal = refusalOf(wanted); !refusal.isEmpty()) return answer(refusal);
+  // In any case: who starts it from a launcher sees no refusal.
   window_.bringToFront(activationToken);
+  if (const auto refusal = refusalOf(wanted); !refusal.isEmpty()) return answer(refusal);
   if (!wanted.setUp) return obey(wanted, answer);
   setUpAnswers_.push_back([this, wanted, answer = std::move(answer)](const QString& refusal) {
     refusal.isEmpty() ? obey(wanted, answer) : answer(refusal);
