@@ -11,7 +11,7 @@ namespace quorin::usb {
 /// texts can be displayed.
 struct DeviceInformation {
   std::string name;         ///< the entry "name"; empty when there is none
-  std::string description;  ///< the dictionary as XML, at most some thousand characters
+  std::string description;  ///< the dictionary as XML, at most about a thousand characters
 };
 
 /// None when the payload is no such list, is too large, or is built to grow when it is read.

@@ -8,7 +8,7 @@
 namespace quorin::wire {
 
 /// Enough for anything a person reads; all beyond it would only fill memory.
-inline constexpr std::size_t kMaxDisplayedBytes = 4096;
+inline constexpr std::size_t kMaxDisplayedBytes = 1024;
 
 /// `text`, well-formed UTF-8, or its first `kMaxDisplayedBytes` and "..."; never cut inside a
 /// character.

@@ -269,6 +269,7 @@ void photographPanel(const QDir& folder) {
   };
   saveAs("panel-stopped");
   view.server().start();
+  saveAs("panel-code");
   for (const char* key : {"192.168.1.31:50211", "192.168.1.32:61874", "192.168.1.47:49730"}) {
     socket->receive("<<HELLO>>", key);
   }
