@@ -108,7 +108,7 @@ TEST_F(AudioSenderTest, TheFirstTransportWithAListenerGetsTheChunkAndClosedOnesD
   }
 }
 
-TEST_F(AudioSenderTest, ATickWaitsForAChunkThatIsLateAndTheOthersStay) {
+TEST_F(AudioSenderTest, ATickWaitsForAChunkThatIsLate) {
   startTimer();
   for (int i = 0; i < 250; ++i) {
     scheduler.advance(20ms);
@@ -119,13 +119,6 @@ TEST_F(AudioSenderTest, ATickWaitsForAChunkThatIsLateAndTheOthersStay) {
   offer(1000, 1000);
   EXPECT_EQ(first.sent.back(), 1000) << "on its arrival";
   EXPECT_EQ(sender.counters().lateTicks - before.lateTicks, 1U);
-
-  scheduler.advance(15ms);
-  offer(1001, 1001);
-  scheduler.advance(2900us);
-  EXPECT_EQ(first.sent.back(), 1000) << "the next tick is not moved";
-  scheduler.advance(200us);
-  EXPECT_EQ(first.sent.back(), 1001);
   EXPECT_EQ(sender.counters().starvedTicks, before.starvedTicks);
 }
 

@@ -268,11 +268,13 @@ TEST_P(DeviceProgram, PersistsAcrossLoginsAndLeavesNoTrace) {
 }
 
 TEST(DeviceProgramAlone, KnowsItsUsageAndIsNotForRoot) {
-  const std::pair<std::string, int> cases[] = {{"--help", 0}, {"nonsense", 2}, {"status", 1}};
-  for (const auto& [verb, status] : cases) {
+  const std::pair<std::vector<std::string>, int> cases[] = {
+      {{"--help"}, 0}, {{"nonsense"}, 2}, {{"add", "--persist", "--default"}, 2}, {{"status"}, 1}};
+  for (auto [arguments, status] : cases) {
     if (status == 1 && ::geteuid() != 0) continue;  // root's part
-    ChildProcess program(
-        {.arguments = {kProgram, verb}, .environment = {"PULSE_SERVER="}, .output = {}});
+    const auto verb = arguments.back();
+    arguments.insert(arguments.begin(), kProgram);
+    ChildProcess program({.arguments = arguments, .environment = {"PULSE_SERVER="}, .output = {}});
     EXPECT_EQ(program.wait(), status) << verb;
   }
 }
