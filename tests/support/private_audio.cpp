@@ -141,7 +141,7 @@ std::string PrivateAudioServer::output() const {
   for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
     if (entry.path().extension() != ".log") continue;
     all << "== " << entry.path().filename().string() << '\n'
-        << std::ifstream(entry.path()).rdbuf() << '\n';
+        << contentOf(entry.path()) << '\n';  // an empty one's rdbuf would end the stream
   }
   return all.str();
 }
