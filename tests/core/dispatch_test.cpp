@@ -1,4 +1,3 @@
-#include "core/simulated_scheduler.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/posix/file_descriptor.h"
 
@@ -11,35 +10,19 @@
 #include <functional>
 #include <string>
 
-// One set of rules, run on simulated time and on the real threads.
+// What every queue keeps to, on the real threads.
 namespace quorin::dispatch {
 namespace {
 
 using namespace std::chrono_literals;
 
-enum class Kind { kSimulated, kSystem };
-
-class DispatchConformance : public testing::TestWithParam<Kind> {
+class DispatchTest : public testing::Test {
  protected:
-  DispatchConformance() {
-    if (GetParam() == Kind::kSimulated) {
-      auto simulated = std::make_unique<SimulatedScheduler>();
-      simulated_ = simulated.get();
-      scheduler_ = std::move(simulated);
-    } else {
-      scheduler_ = makeSystemScheduler();
-    }
-  }
-
-  /// Lets time pass until `done`, at most 5 s of it.
+  /// Lets the main queue run until `done`, for at most 5 s.
   [[nodiscard]] bool passUntil(const std::function<bool()>& done) {
     const auto end = scheduler_->now() + 5s;
     while (!done() && scheduler_->now() < end) {
-      if (simulated_ != nullptr) {
-        simulated_->advance(1ms);
-      } else {
-        QCoreApplication::processEvents(QEventLoop::AllEvents);
-      }
+      QCoreApplication::processEvents(QEventLoop::AllEvents);
     }
     return done();
   }
@@ -48,33 +31,15 @@ class DispatchConformance : public testing::TestWithParam<Kind> {
   void pass(Queue& queue, Duration duration) {
     std::atomic<bool> passed = false;
     queue.asyncAfter(duration, [&] { passed = true; });
-    if (simulated_ != nullptr) simulated_->advance(duration);
     EXPECT_TRUE(passUntil([&] { return passed.load(); }));
   }
 
   std::unique_ptr<SerialQueue> makeQueue() { return scheduler_->makeSerialQueue("test.queue"); }
 
-  std::unique_ptr<Scheduler> scheduler_;
-  SimulatedScheduler* simulated_ = nullptr;
+  std::unique_ptr<Scheduler> scheduler_ = makeSystemScheduler();
 };
 
-TEST_P(DispatchConformance, TasksRunInTheOrderOfPostingAlsoFromInsideATask) {
-  const auto queue = makeQueue();
-  std::string order;
-  std::atomic<bool> done = false;
-  queue->async([&] {
-    order += "a";
-    queue->async([&] {
-      order += "c";
-      done = true;
-    });
-    order += "b";
-  });
-  EXPECT_TRUE(passUntil([&] { return done.load(); }));
-  EXPECT_EQ(order, "abc");
-}
-
-TEST_P(DispatchConformance, ATimerDoesNotDrift) {
+TEST_F(DispatchTest, ATimerDoesNotDrift) {
   for (Queue* queue : {&scheduler_->mainQueue(), &scheduler_->utilityQueue()}) {
     const auto start = scheduler_->now();
     std::array<TimePoint, 10> at;
@@ -88,13 +53,10 @@ TEST_P(DispatchConformance, ATimerDoesNotDrift) {
     for (std::size_t n = 0; n < at.size(); ++n) {
       EXPECT_GE(at[n], start + 5ms + n * 10ms) << queue->label() << " run " << n;
     }
-    if (simulated_ != nullptr) {
-      EXPECT_EQ(at[9], start + 95ms);
-    }
   }
 }
 
-TEST_P(DispatchConformance, ATimerEndsExactlyWhenItsHandlerDestroysIt) {
+TEST_F(DispatchTest, ATimerEndsExactlyWhenItsHandlerDestroysIt) {
   auto& queue = scheduler_->mainQueue();
   int runs = 0;
   std::unique_ptr<Timer> timer;
@@ -106,7 +68,7 @@ TEST_P(DispatchConformance, ATimerEndsExactlyWhenItsHandlerDestroysIt) {
   EXPECT_EQ(runs, 3);
 }
 
-TEST_P(DispatchConformance, EndingAQueueDropsWhatWaitsAndLeavesItsHandlesInert) {
+TEST_F(DispatchTest, EndingAQueueDropsWhatWaitsAndLeavesItsHandlesInert) {
   auto queue = makeQueue();
   const auto release = scheduler_->now() + 100ms;
   std::atomic<int> runs = 0;
@@ -114,7 +76,7 @@ TEST_P(DispatchConformance, EndingAQueueDropsWhatWaitsAndLeavesItsHandlesInert) 
   std::atomic<bool> begun = false;
   queue->async([&] {  // keeps the queue's thread until its end has begun
     begun = true;
-    while (simulated_ == nullptr && scheduler_->now() < release) {
+    while (scheduler_->now() < release) {
     }
   });
   EXPECT_TRUE(passUntil([&] { return begun.load(); }));
@@ -134,7 +96,7 @@ TEST_P(DispatchConformance, EndingAQueueDropsWhatWaitsAndLeavesItsHandlesInert) 
   EXPECT_EQ(runs, 0);
 }
 
-TEST_P(DispatchConformance, AnEndedSchedulerRunsNothingMore) {
+TEST_F(DispatchTest, AnEndedSchedulerRunsNothingMore) {
   std::atomic<int> runs = 0;
   for (Queue* queue :
        {&scheduler_->mainQueue(), &scheduler_->utilityQueue(), &scheduler_->backgroundQueue()}) {
@@ -149,7 +111,7 @@ TEST_P(DispatchConformance, AnEndedSchedulerRunsNothingMore) {
   EXPECT_EQ(runs, atEnd);
 }
 
-TEST_P(DispatchConformance, SignalsCoalesceAndOneFromTheHandlerRunsItAgain) {
+TEST_F(DispatchTest, SignalsCoalesceAndOneFromTheHandlerRunsItAgain) {
   auto& queue = scheduler_->mainQueue();
   int runs = 0;
   std::unique_ptr<EventSource> event;
@@ -163,7 +125,7 @@ TEST_P(DispatchConformance, SignalsCoalesceAndOneFromTheHandlerRunsItAgain) {
   EXPECT_EQ(runs, 2);
 }
 
-TEST_P(DispatchConformance, AReadSourceRunsUntilTheDataIsReadAndNotAfterItsEnd) {
+TEST_F(DispatchTest, AReadSourceRunsUntilTheDataIsReadAndNotAfterItsEnd) {
   const posix::FileDescriptor data(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK | EFD_SEMAPHORE));
   eventfd_t value{};
   for (Queue* queue : {&scheduler_->mainQueue(), &scheduler_->utilityQueue()}) {
@@ -183,7 +145,7 @@ TEST_P(DispatchConformance, AReadSourceRunsUntilTheDataIsReadAndNotAfterItsEnd) 
   }
 }
 
-TEST_P(DispatchConformance, AFloodOfTasksStarvesNoSource) {
+TEST_F(DispatchTest, AFloodOfTasksStarvesNoSource) {
   auto& queue = scheduler_->mainQueue();
   bool flooding = true;
   int tasks = 0;
@@ -199,11 +161,6 @@ TEST_P(DispatchConformance, AFloodOfTasksStarvesNoSource) {
   EXPECT_TRUE(passUntil([&] { return !flooding; }));
   EXPECT_LT(tasks, 1000);
 }
-
-INSTANTIATE_TEST_SUITE_P(All, DispatchConformance, testing::Values(Kind::kSimulated, Kind::kSystem),
-                         [](const auto& suite) {
-                           return suite.param == Kind::kSimulated ? "Simulated" : "System";
-                         });
 
 }  // namespace
 }  // namespace quorin::dispatch
