@@ -52,19 +52,6 @@ TEST_F(AudioCaptureManagerTest, StartAndStopTellWhatTheyDoOnce) {
   EXPECT_THAT(engine_->calls, ElementsAre("install 882", "start", "remove", "stop"));
 }
 
-TEST_F(AudioCaptureManagerTest, AFailedStartLeavesNothingBehind) {
-  engine_->startFailure = "no server";
-  manager_->startCapture();
-  EXPECT_EQ(lines_.back(), "❌ Error iniciando motor: no server");
-  EXPECT_FALSE(manager_->isCapturing());
-  EXPECT_FALSE(engine_->hasTap());
-
-  engine_->startFailure.reset();
-  startQuietly();
-  deliver(960);
-  EXPECT_THAT(chunks_, SizeIs(1));
-}
-
 TEST_F(AudioCaptureManagerTest, AConverterIsMadeOncePerCaptureAndTriedUntilItCanBe) {
   const auto failed = "❌ Error creando convertidor dinámico";
   const auto created =

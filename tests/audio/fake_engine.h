@@ -22,7 +22,6 @@ class FakeEngine : public audio::AudioEngine {
   void deliver(const audio::BufferView& buffer) {
     if (tap_) tap_(buffer);
   }
-  bool hasTap() const { return static_cast<bool>(tap_); }
 
   audio::Format inputFormat() override { return format; }
   void installTap(std::size_t frames, TapHandler handler) override {
