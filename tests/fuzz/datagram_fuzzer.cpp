@@ -1,6 +1,8 @@
 #include "wifi/request.h"
 #include "wire/control_message.h"
 
+#include <QByteArrayView>
+#include <QStringDecoder>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -12,29 +14,11 @@ namespace {
 
 using namespace quorin;
 
-/// UTF-8 by decoding, one code point at a time: another way to the same answer as the table of
-/// `wire::isValidUtf8`.
+/// Qt's opinion.
 bool decodes(std::string_view bytes) {
-  constexpr std::uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
-  for (std::size_t i = 0; i < bytes.size();) {
-    const auto lead = static_cast<std::uint8_t>(bytes[i]);
-    std::size_t length = 1;
-    std::uint32_t point = lead;
-    if (lead >= 0x80) {
-      length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-      if (lead < 0xC0 || lead >= 0xF8 || i + length > bytes.size()) return false;
-      point = lead & (0x7FU >> length);
-      for (std::size_t k = 1; k < length; ++k) {
-        const auto next = static_cast<std::uint8_t>(bytes[i + k]);
-        if ((next & 0xC0U) != 0x80) return false;
-        point = point << 6U | (next & 0x3FU);
-      }
-    }
-    const bool surrogate = point >= 0xD800 && point <= 0xDFFF;
-    if (point < kSmallest[length] || point > 0x10FFFF || surrogate) return false;
-    i += length;
-  }
-  return true;
+  QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+  const QString text = decoder(QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size())));
+  return !decoder.hasError();
 }
 
 std::optional<wifi::Request> expected(std::string_view datagram) {
