@@ -16,6 +16,7 @@ namespace {
 /// The audio server answers soon after it is asked, the desktop's portal within 2 s.
 constexpr std::chrono::seconds kTimeout{3};
 constexpr std::chrono::milliseconds kLookAgain{20};
+constexpr int kSettled = 5;
 
 void askForSoundAndCable(Facts& facts) {
   const auto scheduler = dispatch::makeSystemScheduler();
@@ -26,6 +27,7 @@ void askForSoundAndCable(Facts& facts) {
 
   QEventLoop loop;
   QTimer look;
+  int settled = 0;  // looks since the answers: phones and their pairing follow the service's own
   QObject::connect(&look, &QTimer::timeout, &loop, [&] {
     facts.devices = server->defaultDevices();
     facts.microphone = inputs.microphoneStatus();
@@ -33,7 +35,7 @@ void askForSoundAndCable(Facts& facts) {
     const bool answered = facts.cable.service != usb::UsbService::kUnknown &&
                           !facts.devices.server.empty() &&
                           facts.microphone != desktop::AuthorizationStatus::kNotDetermined;
-    if (answered) loop.quit();
+    if (answered && ++settled == kSettled) loop.quit();
   });
   look.start(kLookAgain);
   QTimer::singleShot(kTimeout, &loop, &QEventLoop::quit);

@@ -11,7 +11,7 @@ namespace {
 std::string describe(const stream::AudioSender::Counters& counters) {
   return std::to_string(counters.sent) + " chunks sent, " + std::to_string(counters.lateTicks) +
          " ticks that waited for their chunk, " + std::to_string(counters.starvedTicks) +
-         " ticks without a chunk, " + std::to_string(counters.overflowed) + " chunks dropped";
+         " looks without a chunk, " + std::to_string(counters.overflowed) + " chunks dropped";
 }
 
 }  // namespace

@@ -30,7 +30,12 @@ Cable::Cable(CablePlatform platform, CableEvents events)
       audioPath_(platform.sendQueue),
       link_(platform, *this,
             {.channelWasSet = [this](PTChannel* channel) { channelWasSet(channel); },
-             .didChange = [this] { events_.didChange(); }}) {}
+             .didChange =
+                 [this] {
+                   // Numbers are used again: the next phone has not said its name.
+                   if (namedDevice_ != link_.connectingToDeviceID()) namedDevice_.reset();
+                   events_.didChange();
+                 }}) {}
 
 // ---- The channel
 

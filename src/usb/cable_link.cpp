@@ -76,9 +76,12 @@ void CableLink::setTarget(std::optional<DeviceID> device) {
 /// A phone that is not paired with this computer must be unlocked first; of any other, `paired`
 /// is true.
 void CableLink::askPairing(PhoneAnswer paired) {
-  pairing_ = platform_.hub.askPairing(*connectingToDeviceID_, [this, paired](bool isPaired) {
-    setPhoneAnswer(isPaired ? paired : PhoneAnswer::kLocked);
-  });
+  pairing_ = platform_.hub.askPairing(
+      *connectingToDeviceID_, [self = this, paired = paired](bool isPaired) {
+        const auto answer = isPaired ? paired : PhoneAnswer::kLocked;
+        const auto answered = std::move(self->pairing_);  // this is its callback, which runs once
+        self->setPhoneAnswer(answer);
+      });
 }
 
 void CableLink::setPhoneAnswer(PhoneAnswer answer) {
@@ -176,16 +179,15 @@ void CableLink::usbAttemptEnded(std::error_code error) {
   // A phone that does not trust this computer refuses every port.
   if (error == std::errc::connection_refused) {
     askPairing(PhoneAnswer::kNoListener);
-  } else {
+  } else if (error == std::errc::protocol_error) {  // any other is the service's own fault
     setPhoneAnswer(PhoneAnswer::kLocked);
   }
 }
 
 void CableLink::localAttemptEnded(std::error_code error) {
   auto channel = std::move(local_.channel);
-  if (!error && !loopbackListenerIsTrusted(wire::kCablePort)) {
-    error = std::make_error_code(std::errc::permission_denied);
-  }
+  const bool isForeign = !error && !loopbackListenerIsTrusted(wire::kCablePort);
+  if (isForeign) error = std::make_error_code(std::errc::permission_denied);
   if (!error) {
     disconnectFromCurrentChannel();
     setConnectedChannel(std::move(channel));
@@ -193,7 +195,7 @@ void CableLink::localAttemptEnded(std::error_code error) {
     return;
   }
   // Nothing listens there unless a phone is simulated: no reason to say so every second.
-  if (error == std::errc::permission_denied) {
+  if (isForeign) {
     note("Failed to connect to " + kLoopbackLabel + ": another user's program listens there");
   } else if (error != std::errc::connection_refused && error != std::errc::timed_out) {
     note("Failed to connect to " + kLoopbackLabel + ": " + error.message());

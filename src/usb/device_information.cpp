@@ -26,6 +26,7 @@ std::optional<DeviceInformation> readDeviceInformation(std::span<const std::byte
 
   const auto begin = document.find("<dict");  // behind the document's own lines
   const auto end = document.rfind("\n</plist>");
+  if (begin == std::string_view::npos) return std::nullopt;  // libplist cannot write what it read
   return DeviceInformation{.name = wire::displayable(name.substr(0, name.find('\n'))),
                            .description = wire::displayable(document.substr(begin, end - begin))};
 }

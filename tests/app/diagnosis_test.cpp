@@ -25,7 +25,7 @@ Facts rightFacts() {
           .port = 9000,
           .portError = {},
           .portHolder = {},
-          .cable = {.service = usb::UsbService::kRunning, .phones = 1, .connected = true},
+          .cable = {.service = usb::UsbService::kRunning, .phones = 1},
           .realtime = dispatch::RealtimeGrant::kRtkit};
 }
 
@@ -90,8 +90,8 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
        true, "not installed", "Only the cable needs it: x"},
       {"USB service", [](Facts& f) { f.cable = {.service = usb::UsbService::kRunning}; }, true,
        "phones: 0", "carries data"},
-      {"USB service", [](Facts& f) { f.cable.connected = false; }, true, "phones: 1",
-       "open the app"},
+      {"USB service", [](Facts& f) { f.cable.answer = usb::PhoneAnswer::kLocked; }, true,
+       "phones: 1", "Trust"},
       {"real-time priority", [](Facts& f) { f.realtime = dispatch::RealtimeGrant::kNone; }, true,
        "", "rtkit"},
   };

@@ -66,6 +66,8 @@ TEST(PropertyList, IsReadWhenItIsADictionaryAndCheap) {
       {"an array", dictionary({bytes({0xAF, 0x10, 2, 3, 3}), number}), true},
       {"arrays that share an empty one",
        dictionary({bytes({0xA3, 3, 3, 4}), bytes({0xA0}), bytes({0xA1, 3})}), true},
+      {"a Boolean", dictionary({bytes({0x09})}), true},
+      {"a null", dictionary({bytes({0x00})}), false},
       {"no dictionary", binaryList({bytes({0xA0})}), false},
       {"would fill the memory", dictionary(doubling), false},
       {"contains itself", dictionary({bytes({0xA1, 2})}), false},

@@ -47,8 +47,8 @@ double sinc(double x) {
 
 /// `x` from -1 to 1, where it is nearly zero.
 double kaiser(double x) {
-  return std::cyl_bessel_i(0.0, kKaiserBeta * std::sqrt(1 - x * x)) /
-         std::cyl_bessel_i(0.0, kKaiserBeta);
+  static const double atZero = std::cyl_bessel_i(0.0, kKaiserBeta);
+  return std::cyl_bessel_i(0.0, kKaiserBeta * std::sqrt(1 - x * x)) / atZero;
 }
 
 /// Polyphase filter: one row of a windowed sinc for each position that an output frame can have

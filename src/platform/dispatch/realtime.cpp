@@ -25,8 +25,8 @@ constexpr int kPriority = 4;
 
 // Of processor time without a wait. Beyond the soft limit the kernel warns, beyond the hard one it
 // kills; rtkit refuses a process that may spin for more than 200 ms.
-constexpr rlim_t kSoftLimitMicroseconds = 100'000;
 constexpr rlim_t kHardLimitMicroseconds = 200'000;
+rlimit overrunLimit{};
 
 constexpr int kRtkitTimeoutMilliseconds = 2000;
 
@@ -42,6 +42,7 @@ bool setPriority(pid_t thread, int policy, int priority) {
 /// The signal may come to any thread, so all of them are slowed down, the runaway among them.
 void onOverrun(int) {
   const int savedError = errno;
+  ::setrlimit(RLIMIT_RTTIME, &overrunLimit);  // the kernel has raised it beyond the hard one
   for (auto& thread : realtimeThreads) {
     if (const auto id = thread.exchange(0); id != 0) setPriority(id, SCHED_OTHER, 0);
   }
@@ -63,11 +64,10 @@ void limitRealtime() {
     action.sa_flags = static_cast<int>(SA_RESTART);
     ::sigaction(SIGXCPU, &action, nullptr);
 
-    rlimit limit{};
-    if (::getrlimit(RLIMIT_RTTIME, &limit) != 0) return;
-    limit.rlim_max = std::min(limit.rlim_max, kHardLimitMicroseconds);
-    limit.rlim_cur = std::min(limit.rlim_max, kSoftLimitMicroseconds);
-    ::setrlimit(RLIMIT_RTTIME, &limit);
+    if (::getrlimit(RLIMIT_RTTIME, &overrunLimit) != 0) return;
+    overrunLimit.rlim_max = std::min(overrunLimit.rlim_max, kHardLimitMicroseconds);
+    overrunLimit.rlim_cur = overrunLimit.rlim_max / 2;
+    ::setrlimit(RLIMIT_RTTIME, &overrunLimit);
   });
 }
 
@@ -82,16 +82,14 @@ bool takeDirectly() {
   return setPriority(0, SCHED_FIFO, kPriority);
 }
 
-bool takeThroughRtkit(pid_t thread) {
+QDBusMessage rtkitRequest(pid_t thread) {
   auto request = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.RealtimeKit1"),
                                                 QStringLiteral("/org/freedesktop/RealtimeKit1"),
                                                 QStringLiteral("org.freedesktop.RealtimeKit1"),
                                                 QStringLiteral("MakeThreadRealtimeWithPID"));
   request << static_cast<qulonglong>(::getpid()) << static_cast<qulonglong>(thread)
           << static_cast<uint>(kPriority);
-  const auto answer =
-      QDBusConnection::systemBus().call(request, QDBus::Block, kRtkitTimeoutMilliseconds);
-  return answer.type() == QDBusMessage::ReplyMessage;
+  return request;
 }
 
 }  // namespace
@@ -110,7 +108,9 @@ std::string_view describe(RealtimeGrant grant) {
 
 void requestRealtime(Queue& backgroundQueue) {
   if (takeDirectly()) return;
-  backgroundQueue.async([thread = ::gettid()] { takeThroughRtkit(thread); });
+  // Its answer changes nothing here, and other work of the queue is not to wait for it.
+  backgroundQueue.async(
+      [thread = ::gettid()] { QDBusConnection::systemBus().send(rtkitRequest(thread)); });
 }
 
 RealtimeGrant tryRealtime() {
@@ -122,7 +122,10 @@ RealtimeGrant tryRealtime() {
     end.wait();
   });
   if (const auto id = refused.get_future().get(); id != 0) {
-    grant = takeThroughRtkit(id) ? RealtimeGrant::kRtkit : RealtimeGrant::kNone;
+    const auto answer = QDBusConnection::systemBus().call(rtkitRequest(id), QDBus::Block,
+                                                          kRtkitTimeoutMilliseconds);
+    const bool granted = answer.type() == QDBusMessage::ReplyMessage;
+    grant = granted ? RealtimeGrant::kRtkit : RealtimeGrant::kNone;
   }
   done.set_value();
   thread.join();

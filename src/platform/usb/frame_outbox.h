@@ -39,6 +39,7 @@ class FrameOutbox {
 
   /// No reliable frame fits any more.
   bool isFull() const { return reliable_.size() == kMaxReliable; }
+  bool hasReliable() const { return !reliable_.empty(); }
   void appendReliable(Reliable frame) { reliable_.push_back(std::move(frame)); }
 
   /// What goes next: the rest of one frame, empty when nothing waits. Valid until the next call.

@@ -4,8 +4,14 @@
 
 #include <cassert>
 #include <cerrno>
+#include <chrono>
 
 namespace quorin::usb {
+namespace {
+
+constexpr std::chrono::milliseconds kFlushInterval{100};
+
+}  // namespace
 
 void FrameSender::send(std::uint32_t type, std::uint32_t tag, std::span<const std::byte> payload) {
   assert(queues_.send.isCurrent());
@@ -22,6 +28,16 @@ void FrameSender::post(std::vector<std::byte> frame, Written written) {
     if (error) return self->report(std::move(written), error);
     self->outbox_.appendReliable({std::move(frame), std::move(written)});
     self->flush();
+    self->flushLater();
+  });
+}
+
+/// Where no sound comes to take along what a full socket left.
+void FrameSender::flushLater() {
+  if (failure_ || !outbox_.hasReliable()) return;
+  queues_.send.asyncAfter(kFlushInterval, [self = shared_from_this()] {
+    self->flush();
+    self->flushLater();
   });
 }
 
@@ -36,7 +52,7 @@ void FrameSender::flush() {
         report(std::move(written), {});
       }
     } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
-      return;  // the next chunk, 20 ms from now, finds the socket with room or drops an older one
+      return;  // the next chunk finds the socket with room, or drops an older one
     } else if (errno != EINTR) {
       fail({errno, std::system_category()});
     }

@@ -45,6 +45,7 @@ class FrameSender : public std::enable_shared_from_this<FrameSender> {
 
  private:
   void flush();
+  void flushLater();
   void report(Written written, std::error_code error);
   void fail(std::error_code error);
 

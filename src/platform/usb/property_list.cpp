@@ -57,8 +57,9 @@ class BinaryCheck {
       count = *longCount;
       content += 1 + bytes;
     }
-    if (kind <= 0x3 || kind == 0x8) return true;  // null, Boolean, number, date, object's number
-    if (kind == 0x4) return spend(count);         // data
+    if (kind == 0x0) return *marker == 0x08 || *marker == 0x09;  // Booleans; null has no XML
+    if (kind <= 0x3 || kind == 0x8) return true;                 // number, date, object's number
+    if (kind == 0x4) return spend(count);                        // data
     if (kind == 0x5 || kind == 0x6) return isText(content, count, kind - 0x4);  // ASCII, UTF-16
     if (kind == 0xA) return walkAll(content, count, depth);                     // array
     return kind == 0xD && walkAll(content, 2 * count, depth);  // dictionary: keys, then values

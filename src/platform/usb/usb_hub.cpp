@@ -67,8 +67,9 @@ void PTUSBHub::didReceive(plist_t message) {
   if (type == "Result") {
     if (numberIn(message, "Number") != kOk)
       return lose(std::make_error_code(std::errc::protocol_error));
-    retryDelay_ = kFirstRetry;
-    setService(UsbService::kRunning);
+    retry_ = main_.makeTimer({.first = kLastRetry}, [this] { retryDelay_ = kFirstRetry; });
+    service_ = UsbService::kRunning;
+    events_.serviceDidChange();
   } else if (type == "Attached") {
     attach(device, plist_dict_get_item(message, "Properties"));
   } else if (type == "Detached") {
@@ -92,16 +93,13 @@ void PTUSBHub::lose(std::error_code error) {
       error == std::errc::no_such_file_or_directory || error == std::errc::connection_refused;
   const auto service = missing ? UsbService::kMissing : UsbService::kFailing;
   if (service != service_) log::note("cable", "USB devices cannot be watched: " + error.message());
-  setService(service);
+  service_ = service;
+  events_.serviceDidChange();
   while (!devices_.empty()) detach(devices_.begin()->first);
 
   const auto delay =
       missing ? kFirstRetry : std::exchange(retryDelay_, std::min(2 * retryDelay_, kLastRetry));
   retry_ = main_.makeTimer({.first = delay}, [this] { listen(); });
-}
-
-void PTUSBHub::setService(UsbService service) {
-  if (std::exchange(service_, service) != service) events_.serviceDidChange();
 }
 
 // ---- Connections

@@ -31,7 +31,7 @@ enum class UsbService {
 struct PTUSBHubEvents {
   std::move_only_function<void(DeviceID)> didAttach;
   std::move_only_function<void(DeviceID)> didDetach;
-  std::move_only_function<void()> serviceDidChange;
+  std::move_only_function<void()> serviceDidChange;  ///< it has answered, or failed once more
 };
 
 /// The devices plugged in by USB, through the system's USB multiplexing service (usbmuxd), and
@@ -75,14 +75,13 @@ class PTUSBHub {
   void attach(DeviceID device, plist_t properties);
   void detach(DeviceID device);
   void lose(std::error_code error);
-  void setService(UsbService service);
 
   dispatch::Queue& main_;
   PTUSBHubEvents events_;
   UsbService service_ = UsbService::kUnknown;
   std::map<DeviceID, std::string> devices_;  ///< with what the service calls each
   Operation listening_;
-  std::unique_ptr<dispatch::Timer> retry_;
+  std::unique_ptr<dispatch::Timer> retry_;  ///< while listening: the service has proved steady
   std::chrono::seconds retryDelay_ = kFirstRetry;
 };
 
