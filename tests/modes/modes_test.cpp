@@ -98,7 +98,6 @@ class ModesTest : public testing::Test {
   Texts texts_{{"en"}};
   FakeWindow window_;
   FakeCableSwitch cable_;
-  wifi::FakeCable cableSink_;
   std::unique_ptr<test::FakeEngine> newEngine_ = std::make_unique<test::FakeEngine>();
   test::FakeEngine* engine_ = newEngine_.get();  // the capture's own
   std::vector<std::string> captureLog_;
@@ -109,7 +108,7 @@ class ModesTest : public testing::Test {
        .print = [this](std::string_view line) { captureLog_.emplace_back(line); }}};
   wifi::WifiTransport transport_;
   std::unique_ptr<dispatch::SerialQueue> queue_ = stream::AudioSender::makeQueue(time_);
-  stream::AudioSender sender_{time_, *queue_, {&transport_, &cableSink_}};
+  stream::AudioSender sender_{time_, *queue_, {&transport_}};
   SoundPath sound_{time_, capture_, sender_};
   WiFiMode wifi_{time_,
                  {texts_, sound_, sender_, transport_, cable_, window_,
@@ -140,7 +139,7 @@ TEST_F(ModesTest, ChoosingWiFiServesThePhonesThatScanTheCode) {
   const auto second = joined();
   EXPECT_EQ(window_.headline(), texts_.tr("status.connected.many", 2));
   for (int i = 0; i < 10; ++i) captures(0.5F);
-  EXPECT_THAT(first.hears(), testing::Contains(wifi::datagramOf(16384)));
+  EXPECT_THAT(first.hears(), testing::Contains(testing::SizeIs(2 * wire::kChunkFrames)));
 
   ASSERT_THAT(window_.page.phones, testing::SizeIs(2));
   EXPECT_EQ(window_.page.phones[0].endpoint.toStdString(), first.key().text());

@@ -36,13 +36,14 @@ class UdpPeer {
   /// The next datagram that is there already.
   std::optional<std::string> heard() { return receive(MSG_DONTWAIT); }
 
-  /// Its own "a.b.c.d:port".
-  std::string key() const {
+  wire::Endpoint endpoint() const {
     sockaddr_in own{};
     socklen_t length = sizeof own;
     ::getsockname(fd_.get(), reinterpret_cast<sockaddr*>(&own), &length);
-    return wire::Endpoint::of(own).text();
+    return wire::Endpoint::of(own);
   }
+  /// Its own "a.b.c.d:port".
+  std::string key() const { return endpoint().text(); }
 
  private:
   std::optional<std::string> receive(int flags) {

@@ -38,18 +38,12 @@ TEST(LocalNetworks, CandidatesAreWhereAPhoneCanReachThisComputer) {
       {"link-local, no address yet",
        {running("enp3s0", "169.254.9.1"), running("enp3s0", "0.0.0.0")},
        {}},
-      {"addresses that only look like excluded ones",
-       {running("eth0", "12.7.0.1"), running("eth0", "169.25.4.1")},
-       {"12.7.0.1", "169.25.4.1"}},
       {"switched off, cable out",
        {{"eth0", "192.168.1.1", false, true, {}}, {"eth1", "192.168.1.1", true, false, {}}},
        {}},
       {"tunnels, bridges, mobile broadband",
        {running("tun0", "10.8.0.2"), running("docker0", "172.17.0.1"), running("wwan0", "10.2.0.2"),
         running("veth12ab", "10.88.0.1"), running("tailscale0", "100.64.0.2")},
-       {}},
-      {"names are case-sensitive and read from the start",
-       {running("ETH0", "192.168.1.1"), running("xeth0", "192.168.1.2")},
        {}},
   };
   for (const auto& c : cases) {
@@ -59,18 +53,6 @@ TEST(LocalNetworks, CandidatesAreWhereAPhoneCanReachThisComputer) {
     }
     EXPECT_EQ(found, c.candidates) << c.what;
   }
-}
-
-TEST(LocalIPv4Address, StaysWhileItIsThere) {
-  const std::vector<Candidate> both{{"eth0", "10.0.0.1"}, {"wlan0", "10.0.0.2"}};
-  EXPECT_EQ(localIPv4Address({}), std::nullopt);
-  EXPECT_EQ(localIPv4Address({}, "10.0.0.1", "10.0.0.1"), std::nullopt);
-  EXPECT_EQ(localIPv4Address(both), "10.0.0.1");
-  EXPECT_EQ(localIPv4Address(both, "10.0.0.2"), "10.0.0.2");
-  EXPECT_EQ(localIPv4Address(both, "10.0.0.3"), "10.0.0.1");
-  EXPECT_EQ(localIPv4Address(both, "10.0.0.1", "10.0.0.2"), "10.0.0.1");
-  EXPECT_EQ(localIPv4Address(both, {}, "10.0.0.2"), "10.0.0.2");
-  EXPECT_EQ(localIPv4Address(both, "10.0.0.2", "10.0.0.9"), "10.0.0.2");
 }
 
 TEST(DefaultRoute, IsTheUsableOneWithTheLowestMetric) {

@@ -56,30 +56,13 @@ class NetworkWatchTest : public ::testing::Test, public NetworkWatchListener {
   std::optional<std::string> address_ = "192.168.1.20";
   bool nextLookFails_ = false;
   std::vector<Candidate> others_;
-  int looks_ = 0;
   int networkChanges_ = 0;
   std::vector<std::string> heard_;
   std::function<void(const std::string&)> onHeard_;
-  std::unique_ptr<NetworkWatch> watch_ = std::make_unique<NetworkWatch>(
-      scheduler_,
-      [this] {
-        ++looks_;
-        return look();
-      },
-      *this);
+  std::unique_ptr<NetworkWatch> watch_ =
+      std::make_unique<NetworkWatch>(scheduler_, [this] { return look(); }, *this);
   dispatch::TimePoint begin_ = scheduler_.now();
 };
-
-TEST_F(NetworkWatchTest, LooksOnlyWhileStarted) {
-  EXPECT_THAT(heardAfter(5s), IsEmpty());
-  EXPECT_EQ(looks_, 0);
-  watch_->startIPWatch();
-  watch_->startIPWatch();
-  heardAfter(2s);
-  watch_->stopIPWatch();
-  heardAfter(5s);
-  EXPECT_EQ(looks_, 1 + 2);
-}
 
 TEST_F(NetworkWatchTest, TellsLossesReturnsAndChangesAndWhenTheyHaveSettled) {
   const std::string first = "10.0.0.1";

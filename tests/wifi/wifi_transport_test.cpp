@@ -40,7 +40,7 @@ TEST(WifiTransport, NothingIsAllocatedFromTheOfferToTheSend) {
     EXPECT_TRUE(test::eventually([&] { return done.load(); }));
     return count.load();
   };
-  const auto chunk = chunkOf(0.5F);
+  const wire::AudioChunk chunk{};
   std::size_t byCapture = 0;
   const auto play = [&](std::uint64_t chunks) {
     const auto goal = transport.datagramsSent() + chunks;
