@@ -9,7 +9,6 @@
 
 #include <QCoreApplication>
 #include <memory>
-#include <string_view>
 #include <vector>
 
 /// The engine and the device list with a real audio server of the test's own.
@@ -39,23 +38,14 @@ class Recording {
   std::vector<float> left_ GUARDED_BY(mutex_);
 };
 
-class PulseTest : public testing::Test {
+class PulseTest : public OnBothServers {
  protected:
   void SetUp() override {
-    server_ = makePrivateServer(kind());
-    if (!server_) GTEST_SKIP() << kind() << " is missing";
+    OnBothServers::SetUp();
+    if (IsSkipped()) return;
     server_->useInThisProcess();
-    startServer();
-    connect();
-  }
-  virtual std::string_view kind() const { return "PulseAudio"; }
-  void startServer() {
-    ASSERT_TRUE(server_->start()) << server_->output();
-    ASSERT_TRUE(server_->addNullSink("quorin", "Quorin Audio", "rate=48000 norewinds=1"))
-        << server_->output();
+    ASSERT_TRUE(server_->addNullSink("quorin", "Quorin Audio", "rate=48000 norewinds=1"));
     ASSERT_TRUE(server_->setDefaultSource("quorin.monitor"));
-  }
-  void connect() {
     audio_ = audio::connectToAudioServer(scheduler_->backgroundQueue());
     engine_ = audio_->makeEngine(
         [](const audio::Device& source) { return source.name->contains("Quorin Audio"); });
@@ -94,19 +84,14 @@ class PulseTest : public testing::Test {
   int argc_ = 0;
   QCoreApplication application_{argc_, nullptr};
   std::unique_ptr<dispatch::Scheduler> scheduler_ = dispatch::makeSystemScheduler();
-  std::unique_ptr<PrivateAudioServer> server_;
   std::unique_ptr<audio::AudioServer> audio_;
   std::unique_ptr<audio::AudioEngine> engine_;
   std::shared_ptr<Recording> recording_;
 };
 
-class BothServers : public PulseTest, public testing::WithParamInterface<const char*> {
- protected:
-  std::string_view kind() const override { return GetParam(); }
-};
-INSTANTIATE_TEST_SUITE_P(On, BothServers, kBothServers);
+INSTANTIATE_TEST_SUITE_P(On, PulseTest, kBothServers);
 
-TEST_P(BothServers, FoldSurroundDownByItsChannelMap) {
+TEST_P(PulseTest, FoldSurroundDownByItsChannelMap) {
   ASSERT_TRUE(server_->addNullSink(
       "cinema", "Quorin Audio 5.1",
       "rate=48000 norewinds=1 channels=6 "
@@ -119,22 +104,10 @@ TEST_P(BothServers, FoldSurroundDownByItsChannelMap) {
   expectTheTone(0.5 / 4);  // -12 dB
 }
 
-TEST_F(PulseTest, TheServersDeathEndsNothing) {
-  ASSERT_TRUE(record());
-  ASSERT_TRUE(soon([&] { return !recording_->left().empty(); }));
-  server_->kill();
-  ASSERT_TRUE(soon([&] { return audio_->defaultDevices() == audio::DefaultDevices{}; }));
-  const auto other = audio_->makeEngine([](const auto&) { return true; });
-  const auto withoutServer = other->start();
-  ASSERT_FALSE(withoutServer);
-  EXPECT_THAT(withoutServer.error().description, HasSubstr("cannot be reached"));
+class FrozenServer : public PulseTest {};
+INSTANTIATE_TEST_SUITE_P(On, FrozenServer, testing::Values("PulseAudio"));
 
-  startServer();
-  const auto player = server_->play({.frequency = 1000, .seconds = 10, .sink = "quorin"});
-  expectTheTone(0.49);
-}
-
-TEST_F(PulseTest, AStartThatTheServerNeverAnsweredLeavesNoRecordingBehind) {
+TEST_P(FrozenServer, AStartThatTheServerNeverAnsweredLeavesNoRecordingBehind) {
   ASSERT_TRUE(inputBecomes("Monitor of Quorin Audio"));
   server_->freeze();
   const auto started = record();
