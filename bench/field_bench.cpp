@@ -49,7 +49,7 @@ void phones(int dead) {
 }  // namespace quorin::bench
 
 int main(int argc, char** argv) {
-  if (argc != 2 || !quorin::field::enterField()) {
+  if (argc != 2 || !quorin::test::enterOwnNetwork()) {
     std::fputs("usage: field_bench DEAD, as root\n", stderr);
     return 2;
   }

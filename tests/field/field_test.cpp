@@ -1,5 +1,6 @@
 #include "field/field.h"
 
+#include "bench/flood.h"
 #include "support/allocation_count.h"
 #include "wire/control_message.h"
 
@@ -7,9 +8,9 @@
 #include <sys/socket.h>
 
 #include <QCoreApplication>
+#include <array>
 #include <atomic>
 #include <cstdio>
-#include <fstream>
 #include <thread>
 
 namespace quorin::field {
@@ -17,7 +18,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 /// The computer is 10.11.0.2 on eth0; the phones' end of that wire has 10.11.0.101 to .110.
 class Field : public ::testing::Test {
@@ -31,18 +31,6 @@ class Field : public ::testing::Test {
   ~Field() override { ip("link del eth0"); }
 
   static std::string address(int phone) { return "10.11.0." + std::to_string(101 + phone); }
-
-  /// A counter of the phones' network: "NoPorts" are datagrams to a port that nobody has.
-  unsigned long datagramsToClosedPorts() const {
-    unsigned long result = 0;
-    phones_.run([&] {
-      std::ifstream table("/proc/thread-self/net/snmp");
-      for (std::string word; table >> word;) {
-        if (word == "Udp:" && table >> word && word != "InDatagrams") table >> result;
-      }
-    });
-    return result;
-  }
 
   Place phones_;
 };
@@ -83,9 +71,15 @@ TEST_F(Field, TheAddressThatWasAskedAnswersWhateverTheRoutesPrefer) {
 TEST_F(Field, SoundTravelsAsVoiceThroughAHundredRestarts) {
   Computer computer;
   auto& phone = computer.newClient(phones_, address(0));
-  EXPECT_EQ(phone.trafficClass, 0xB8) << "DSCP EF";
+  posix::FileDescriptor wire;
+  phones_.run([&] {
+    wire = posix::FileDescriptor(::socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_UDP));
+  });
+  std::array<unsigned char, 2000> packet{};
+  EXPECT_GT(::recv(wire.get(), packet.data(), packet.size(), 0), 1764);
+  EXPECT_EQ(packet[1], 0xB8) << "DSCP EF";
   for (int i = 0; i < 100; ++i) {
-    computer.server().restartUDPForNetworkChange(std::to_string(Computer::kPort));
+    computer.server().restartUDPForNetworkChange(std::to_string(Phone::kServerPort));
     ASSERT_TRUE(computer.server().isRunning()) << "a send under way must not keep the port from us";
     ASSERT_TRUE(computer.until([&] {
       if (computer.server().clientCount() == 0) phone.says("<<HELLO>>");
@@ -96,31 +90,14 @@ TEST_F(Field, SoundTravelsAsVoiceThroughAHundredRestarts) {
   EXPECT_TRUE(computer.until([&] { return phone.arrivals.size() > before; }));
 }
 
-/// 49,000 datagrams a second from ever new ports.
-void flood(std::chrono::milliseconds duration) {
-  const std::string texts[] = {
-      "<<PING>>", "<<HELLO>>", "<<STOP>>", "rubbish", "\xFF\xFE", std::string(1400, 'x'), ""};
-  const auto server = wire::Endpoint::parse("10.11.0.2:9000")->socketAddress();
-  const auto end = std::chrono::steady_clock::now() + duration;
-  for (auto next = end - duration; next < end; std::this_thread::sleep_until(next += 1ms)) {
-    for (int source = 0; source < 7; ++source) {
-      const posix::FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-      for (const auto& text : texts) {
-        (void)::sendto(socket.get(), text.data(), text.size(), 0,
-                       reinterpret_cast<const sockaddr*>(&server), sizeof server);
-      }
-    }
-  }
-}
-
 TEST_F(Field, AFloodCostsAClientNothingAndIsNotRemembered) {
   Computer computer;
   auto& phone = computer.newClient(phones_, address(0));
   phone.arrivals.clear();
   const auto memoryBefore = test::memoryInUse();
   std::atomic<bool> over = false;
-  std::jthread attacker([&] {
-    phones_.run([] { flood(2s); });
+  const std::jthread attacker([&] {
+    phones_.run([] { bench::flood(*wire::Endpoint::parse("10.11.0.2:9000"), 50'000, 2s); });
     over = true;
   });
   int turns = 0;
@@ -141,8 +118,6 @@ TEST_F(Field, ForgedSourcesAreIgnored) {
     return computer.until([&] { return computer.server().ignoredDatagrams() > before; }, 1s);
   };
   EXPECT_TRUE(isIgnored("8.8.8.8:53", false));
-  EXPECT_TRUE(isIgnored("10.11.0.101:0", false));
-  EXPECT_TRUE(isIgnored("10.11.0.255:4000", false));
   EXPECT_TRUE(isIgnored("10.11.0.2:9000", true)) << "its own address and port";
   EXPECT_TRUE(isIgnored("127.0.0.1:53", true)) << "a service of its own";
   EXPECT_TRUE(computer.server().clients().empty());
@@ -167,18 +142,17 @@ TEST_F(Field, AClosedPortEndsTheStreamWithItsFirstAnswer) {
   Computer computer;
   const auto victim = *wire::Endpoint::parse("10.11.0.105:5555");
   const auto says = [&](std::string_view text) {
-    phones_.run([&] { sendForged(victim, {0x0A0B0002, Computer::kPort}, text); });
+    phones_.run([&] { sendForged(victim, {0x0A0B0002, Phone::kServerPort}, text); });
   };
   says("<<HELLO>>");
   computer.runFor(200ms);
   EXPECT_EQ(computer.server().clientCount(), 0U);
-  EXPECT_LE(datagramsToClosedPorts(), 4U) << "READY, the format line, and no stream";
   for (int i = 0; i < 5; ++i) says("<<PING>>");
   computer.runFor(100ms);
   EXPECT_EQ(computer.server().clientCount(), 0U);
 
-  auto& phone = computer.newClient(phones_, address(0));
-  phone.closes();
+  computer.newClient(phones_, address(0));
+  computer.phones.clear();
   EXPECT_TRUE(computer.until([&] { return computer.server().clientCount() == 0; }));
 }
 
@@ -190,12 +164,6 @@ TEST_F(Field, AnAddressThatIsGoneForAMomentCostsNoClient) {
   ip("address add 10.11.0.2/24 dev eth0");
   const auto before = phone.arrivals.size();
   EXPECT_TRUE(computer.until([&] { return phone.arrivals.size() > before + 25; }));
-
-  ip("address del 10.11.0.2/24 dev eth0");
-  EXPECT_TRUE(computer.until([&] { return !computer.news.empty(); }));
-  ip("address add 10.11.0.2/24 dev eth0");
-  EXPECT_TRUE(computer.until([&] { return computer.news.back() != "lost"; }));
-  EXPECT_EQ(computer.news.back(), "back 10.11.0.2");
 }
 
 TEST_F(Field, ACableThatIsPluggedInDisturbsNobody) {
@@ -204,14 +172,12 @@ TEST_F(Field, ACableThatIsPluggedInDisturbsNobody) {
   ip("link set wlan0 up");
   Computer computer;
   ASSERT_TRUE(computer.until([&] { return computer.watch().address().has_value(); }));
-  computer.news.clear();
   auto& phone = computer.newClient(phones_, address(0));
   const auto begin = phone.arrivals.size();
   phones_.wireTo("eth0", "phone1");
   ip("address add 10.22.0.2/24 dev eth0");
   ip("route add default dev eth0");
   computer.runFor(2500ms);
-  EXPECT_THAT(computer.news, IsEmpty());
   EXPECT_EQ(computer.watch().networks().candidates.front().address, "10.22.0.2");
   EXPECT_EQ(computer.watch().address(), "10.11.0.2");
   EXPECT_GE(phone.arrivals.size(), begin + 123);
@@ -223,7 +189,7 @@ TEST_F(Field, ACableThatIsPluggedInDisturbsNobody) {
 
 int main(int argc, char** argv) {
   testing::InitGoogleMock(&argc, argv);
-  if (!GTEST_FLAG_GET(list_tests) && !quorin::field::enterField()) {
+  if (!GTEST_FLAG_GET(list_tests) && !quorin::test::enterOwnNetwork()) {
     std::puts("skipped: networks of its own need root, or user namespaces");
     return 77;  // what CTest takes for skipped
   }

@@ -8,7 +8,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
+#include <stdexcept>
 
 namespace quorin::test {
 
@@ -20,6 +22,10 @@ bool enterOwnNetwork() {
   std::strncpy(loopback.ifr_name, "lo", sizeof loopback.ifr_name - 1);
   loopback.ifr_flags = IFF_UP;
   return ::ioctl(socket.get(), SIOCSIFFLAGS, &loopback) == 0;
+}
+
+void ip(const std::string& arguments) {
+  if (std::system(("ip " + arguments).c_str()) != 0) throw std::runtime_error("ip " + arguments);
 }
 
 }  // namespace quorin::test

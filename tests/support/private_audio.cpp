@@ -146,63 +146,65 @@ std::string PrivateAudioServer::output() const {
   return all.str();
 }
 
-PrivatePulse::PrivatePulse(bool script) : script_(script) {
-  environment_.push_back("PULSE_SERVER=unix:" + (folder_ / "native").string());
-}
-
-void PrivatePulse::launch() {
-  std::error_code ignored;
-  std::filesystem::remove(folder_ / "native", ignored);  // left behind by one that was killed
-  std::vector<std::string> arguments = {
-      "pulseaudio",
-      "--daemonize=no",
-      "--use-pid-file=no",
-      "--exit-idle-time=-1",
-      "-L",
-      "module-native-protocol-unix auth-anonymous=1 socket=" + (folder_ / "native").string()};
-  if (!script_) arguments.emplace_back("-n");
-  processes_.push_back(launched(std::move(arguments)));
-}
-
 namespace {
+
+class PrivatePulse : public PrivateAudioServer {
+ public:
+  explicit PrivatePulse(bool script) : script_(script) {
+    environment_.push_back("PULSE_SERVER=unix:" + (folder_ / "native").string());
+  }
+
+ private:
+  void launch() override {
+    std::error_code ignored;
+    std::filesystem::remove(folder_ / "native", ignored);  // left behind by one that was killed
+    std::vector<std::string> arguments = {
+        "pulseaudio",
+        "--daemonize=no",
+        "--use-pid-file=no",
+        "--exit-idle-time=-1",
+        "-L",
+        "module-native-protocol-unix auth-anonymous=1 socket=" + (folder_ / "native").string()};
+    if (!script_) arguments.emplace_back("-n");
+    processes_.push_back(launched(std::move(arguments)));
+  }
+
+  const bool script_;
+};
 
 class PrivatePipeWire : public PrivateAudioServer {
  public:
-  PrivatePipeWire();
+  PrivatePipeWire() {
+    environment_.push_back("PULSE_SERVER=unix:" + (folder_ / "pulse/native").string());
+    environment_.push_back("DBUS_SESSION_BUS_ADDRESS=unix:path=" + (folder_ / "bus").string());
+    environment_.emplace_back("DISPLAY=");
+  }
 
  private:
-  void launch() override;
-};
-
-PrivatePipeWire::PrivatePipeWire() {
-  environment_.push_back("PULSE_SERVER=unix:" + (folder_ / "pulse/native").string());
-  environment_.push_back("DBUS_SESSION_BUS_ADDRESS=unix:path=" + (folder_ / "bus").string());
-  environment_.emplace_back("DISPLAY=");
-}
-
-void PrivatePipeWire::launch() {
-  std::error_code ignored;
-  for (const auto* leftBehind : {"bus", "pipewire-0"}) {  // by servers that were killed
-    std::filesystem::remove(folder_ / leftBehind, ignored);
+  void launch() override {
+    std::error_code ignored;
+    for (const auto* leftBehind : {"bus", "pipewire-0"}) {  // by servers that were killed
+      std::filesystem::remove(folder_ / leftBehind, ignored);
+    }
+    const auto run = [this](const std::vector<std::string>& arguments) {
+      processes_.push_back(launched(arguments));
+    };
+    run({"dbus-daemon", "--session", "--nofork",
+         "--address=unix:path=" + (folder_ / "bus").string()});
+    eventually([this] { return std::filesystem::exists(folder_ / "bus"); });
+    run({"pipewire"});
+    eventually([this] { return std::filesystem::exists(folder_ / "pipewire-0"); });
+    // PipeWire 0.3 tells nobody of another default device any more when a client leaves just as the
+    // list of the defaults comes up. So nobody connects before, but one that only looks.
+    const auto objects = folder_ / "pw-mon.log";
+    std::filesystem::remove(objects, ignored);
+    const ChildProcess monitor(
+        {.arguments = {"stdbuf", "-oL", "pw-mon"}, .environment = environment_, .output = objects});
+    run({"wireplumber"});
+    eventually([&] { return contentOf(objects).contains("metadata.name = \"default\""); });
+    run({"pipewire-pulse"});
   }
-  const auto run = [this](const std::vector<std::string>& arguments) {
-    processes_.push_back(launched(arguments));
-  };
-  run({"dbus-daemon", "--session", "--nofork",
-       "--address=unix:path=" + (folder_ / "bus").string()});
-  eventually([this] { return std::filesystem::exists(folder_ / "bus"); });
-  run({"pipewire"});
-  eventually([this] { return std::filesystem::exists(folder_ / "pipewire-0"); });
-  // PipeWire 0.3 tells nobody of another default device any more when a client leaves just as the
-  // list of the defaults comes up. So nobody connects before, but one that only looks.
-  const auto objects = folder_ / "pw-mon.log";
-  std::filesystem::remove(objects, ignored);
-  const ChildProcess monitor(
-      {.arguments = {"stdbuf", "-oL", "pw-mon"}, .environment = environment_, .output = objects});
-  run({"wireplumber"});
-  eventually([&] { return contentOf(objects).contains("metadata.name = \"default\""); });
-  run({"pipewire-pulse"});
-}
+};
 
 }  // namespace
 

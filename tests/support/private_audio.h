@@ -91,18 +91,8 @@ class PrivateAudioServer {
   std::vector<ChildProcess> processes_;  ///< those that make up the server
 };
 
-class PrivatePulse : public PrivateAudioServer {
- public:
-  /// `script`: whether it starts as at a login, with the user's own start script.
-  explicit PrivatePulse(bool script = false);
-
- private:
-  void launch() override;
-
-  const bool script_;
-};
-
-/// "PulseAudio" or "PipeWire"; null where that is not installed.
+/// "PulseAudio" or "PipeWire"; null where that is not installed. `script`: whether PulseAudio
+/// starts as at a login, with the user's own start script.
 std::unique_ptr<PrivateAudioServer> makePrivateServer(std::string_view kind, bool script = false);
 
 }  // namespace quorin::test

@@ -55,9 +55,9 @@ class Ear : public WholeTest {
   /// The tone comes within a second, whole, and nothing else.
   void hear(double tone) {
     phone_->says("<<PING>>");
-    const auto before = phone_->chunks;
+    const auto before = phone_->arrivals.size();
     EXPECT_TRUE(program_->until(
-        [&] { return phone_->chunks > before + 5 && phone_->level(tone, 5) > 0.4; }, 1s));
+        [&] { return phone_->arrivals.size() > before + 5 && phone_->level(tone, 5) > 0.4; }, 1s));
     EXPECT_TRUE(program_->until([&] { return phone_->level(tone, 10) > 0.4; }, 1s)) << tone;
     expectNothingWrong();
   }
@@ -66,7 +66,7 @@ class Ear : public WholeTest {
     for (std::size_t at = 0; at < all.size(); at += wire::kChunkFrames) {
       const auto chunk = all.subspan(at, wire::kChunkFrames);
       ASSERT_LT(test::fitSine(chunk, kWrong, wire::kSampleRate).level, 0.05)
-          << "chunk " << at / wire::kChunkFrames << " of " << phone_->chunks;
+          << "chunk " << at / wire::kChunkFrames << " of " << phone_->arrivals.size();
     }
   }
 

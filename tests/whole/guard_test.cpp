@@ -7,7 +7,6 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 
 /// The guard in front of real audio servers, whose devices change under the program.
@@ -16,12 +15,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using ::testing::HasSubstr;
-
-void printElapsed(const std::string& what, std::chrono::steady_clock::time_point since) {
-  const std::chrono::duration<double, std::milli> elapsed =
-      std::chrono::steady_clock::now() - since;
-  std::printf("%s: %.0f ms\n", what.c_str(), elapsed.count());
-}
 
 class Guard : public WholeTest {
  protected:
@@ -67,25 +60,17 @@ TEST_P(Guard, EndsAStreamWhoseDeviceOrServerGoesAndLetsTheUserBackToTheMenu) {
   EXPECT_FALSE(program_->shows("backButton_"));
   EXPECT_EQ(holdings().udpSockets, 0U);
   program_->runFor(100ms);  // what was on its way
-  const auto heard = program_->phones[0]->chunks;
+  const auto heard = program_->phones[0]->arrivals.size();
   program_->runFor(300ms);
-  EXPECT_EQ(program_->phones[0]->chunks, heard);
+  EXPECT_EQ(program_->phones[0]->arrivals.size(), heard);
 
-  Holdings idle;
-  for (const int visit : {1, 2}) {
-    SCOPED_TRACE(visit);
-    useDevice("quorin");
-    ASSERT_TRUE(program_->becomes("menuContainer_", 3s));
-    program_->phones.clear();
-    program_->runFor(200ms);
-    if (visit == 1) idle = holdings();
-    EXPECT_EQ(holdings(), idle);
-    program_->click("menuOnlineButton_");
-    ASSERT_TRUE(program_->becomes("onlineQRImageView_"));
-    stream();
-    visit == 1 ? void(server_->setDefaultSink("speaker")) : server_->kill();
-    ASSERT_TRUE(program_->becomes("audioGuardView_", 5s));
-  }
+  useDevice("quorin");
+  ASSERT_TRUE(program_->becomes("menuContainer_", 3s));
+  program_->click("menuOnlineButton_");
+  ASSERT_TRUE(program_->becomes("onlineQRImageView_"));
+  stream();
+  server_->kill();
+  ASSERT_TRUE(program_->becomes("audioGuardView_", 5s));
   EXPECT_THAT(program_->text("audioGuardStatusOutLabel_"), HasSubstr("(sin dispositivo)"));
   EXPECT_THAT(program_->text("audioGuardTextLabel_"), HasSubstr("No sound server is running"));
 
@@ -103,11 +88,9 @@ TEST_P(Guard, OneClickBringsWhatPlaysToAPhoneAndEveryEndGivesItBack) {
   startBareServer();
   useDevice("speaker");
   start(app::StartMode::kMenu, "audioGuardView_");
-  const auto click = std::chrono::steady_clock::now();
   program_->click("audioGuardSetUpButton_");
   ASSERT_TRUE(program_->becomes("menuContainer_", 3s))
       << program_->text("audioGuardSetUpNoteLabel_");
-  printElapsed("click to menu", click);
   program_->click("menuOnlineButton_");
   ASSERT_TRUE(program_->becomes("onlineQRImageView_"));
   auto& phone = join();
@@ -132,23 +115,19 @@ TEST_P(Guard, OneClickBringsWhatPlaysToAPhoneAndEveryEndGivesItBack) {
 
   for (const int signal : {SIGTERM, SIGKILL}) {
     SCOPED_TRACE(signal);
-    const auto start = std::chrono::steady_clock::now();
     test::ChildProcess program(
         {.arguments = {test::builtPrograms() + "/quorin-stream", "--set-up", "--start", "wifi"},
          .environment = server_->environment(),
          .output = {}});
     ASSERT_TRUE(test::eventually([] { return holdings().udpSockets == 1; }));
-    printElapsed("--set-up --start wifi to a served code", start);
     Phone outside("10.11.0.2");
     outside.says("<<HELLO>>");
     EXPECT_TRUE(test::eventually([&] {
       outside.turn();
       return outside.level(440, 5) > 0.2;
     }));
-    const auto end = std::chrono::steady_clock::now();
     ::kill(program.pid(), signal);
     EXPECT_TRUE(isGivenBack()) << server_->defaults();
-    printElapsed("signal to given back", end);
     program.wait();
     EXPECT_TRUE(test::eventually([&] { return server_->playbacksOn("speaker") == 1; }));
   }

@@ -17,7 +17,7 @@ class WholeTest : public test::OnBothServers {
     if (IsSkipped()) return;
     addDevices();
     server_->useInThisProcess();
-    ASSERT_TRUE(ip("address add 10.11.0.2/24 dev eth0"));
+    ip("address add 10.11.0.2/24 dev eth0");
   }
   void TearDown() override { ip("address flush dev eth0"); }
 
@@ -36,9 +36,9 @@ class WholeTest : public test::OnBothServers {
   }
   /// A phone that has joined and receives sound.
   Phone& join(const std::string& address = "10.11.0.2") {
-    auto& phone = program_->newPhone(address);
+    auto& phone = *program_->phones.emplace_back(std::make_unique<Phone>(address));
     phone.says("<<HELLO>>");
-    EXPECT_TRUE(program_->until([&] { return phone.chunks > 25; }));
+    EXPECT_TRUE(program_->until([&] { return phone.arrivals.size() > 25; }));
     return phone;
   }
 

@@ -58,11 +58,14 @@ std::optional<StampedBytes> receiveStamped(int socket, std::span<std::byte> spac
 StampedSocket::StampedSocket(posix::FileDescriptor socket)
     : socket_(std::move(socket)), buffer_(65536) {}
 
-std::expected<StampedSocket, std::string> StampedSocket::connectTo(const wire::Endpoint& peer) {
+std::expected<StampedSocket, std::string> StampedSocket::connectTo(const wire::Endpoint& peer,
+                                                                   const wire::Endpoint& own) {
   auto socket = openSocket();
   if (!socket) return failure("Cannot open a UDP socket");
+  const auto from = own.socketAddress();
   const auto address = peer.socketAddress();
-  if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+  if (::bind(socket.get(), reinterpret_cast<const sockaddr*>(&from), sizeof from) != 0 ||
+      ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
     return failure("Cannot reach " + peer.text());
   }
   return StampedSocket(std::move(socket));

@@ -33,7 +33,8 @@ std::optional<StampedBytes> receiveStamped(int socket, std::span<std::byte> spac
 class StampedSocket {
  public:
   /// Sends to and receives from `peer` only. Errors are sentences for the user.
-  static std::expected<StampedSocket, std::string> connectTo(const wire::Endpoint& peer);
+  static std::expected<StampedSocket, std::string> connectTo(const wire::Endpoint& peer,
+                                                             const wire::Endpoint& own = {});
   /// Hears what is sent to this port of 127.0.0.1.
   static std::expected<StampedSocket, std::string> bindTo(std::uint16_t port);
 
