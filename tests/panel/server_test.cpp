@@ -146,18 +146,6 @@ TEST(Capture, IsTriedAgainUntilItRunsAndNotOnceStopped) {
   EXPECT_EQ(startsAfter(10s), 0);
 }
 
-TEST(ResolveClientKey, TakesTwoPiecesAndAPort) {
-  const std::pair<const char*, std::optional<wire::Endpoint>> cases[] = {
-      {"192.168.1.20:9000", wire::Endpoint{0xC0A80114, 9000}},
-      {"some.host.name:9000", wire::Endpoint{0, 9000}},
-      {":10.0.0.1::80:", wire::Endpoint{0x0A000001, 80}},
-      {"10.0.0.1:70000", {}},
-      {"10.0.0.1:80:81", {}},
-      {"", {}},
-  };
-  for (const auto& [key, endpoint] : cases) EXPECT_EQ(resolveClientKey(key), endpoint) << key;
-}
-
 /// Real sockets and threads, on a port of the system's choice.
 class PanelSocketTest : public ::testing::Test {
  protected:

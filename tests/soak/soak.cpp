@@ -240,11 +240,7 @@ const Soak::Event Soak::kEvents[] = {
        soak.expect(soak.program_->shows("onlineContainer_"), "a right device ended the stream");
      }},
     {"a mixer moves the recording", 2,
-     [](Soak& soak) {
-       for (const auto& recording : soak.audio_->recordingNumbers()) {
-         soak.audio_->pactl({"move-source-output", recording, "speaker.monitor"});
-       }
-     }},
+     [](Soak& soak) { soak.audio_->moveRecordings("speaker.monitor"); }},
     {"wrong device, then one that is lent", 2, [](Soak& soak) { soak.lendDevice(); }},
     {"audio server restarted", 1,
      [](Soak& soak) {

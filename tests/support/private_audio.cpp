@@ -60,10 +60,10 @@ bool PrivateAudioServer::removeNullSink(const std::string& name) const {
   return false;
 }
 
-std::vector<std::string> PrivateAudioServer::recordingNumbers() const {
-  auto numbers = list("source-outputs");
-  for (auto& line : numbers) line.erase(line.find('\t'));
-  return numbers;
+void PrivateAudioServer::moveRecordings(const std::string& source) const {
+  for (const auto& line : list("source-outputs")) {
+    pactl({"move-source-output", line.substr(0, line.find('\t')), source});
+  }
 }
 
 ChildProcess PrivateAudioServer::record(const std::string& program) const {

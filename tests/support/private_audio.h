@@ -40,9 +40,10 @@ class PrivateAudioServer {
   bool setDefaultSink(const std::string& name) const;
   /// True when the server has done so.
   bool pactl(std::vector<std::string> arguments) const;
-  /// The streams that record, as `pactl` numbers them.
-  std::vector<std::string> recordingNumbers() const;
-  std::ptrdiff_t recordings() const { return std::ssize(recordingNumbers()); }
+  /// How many streams record.
+  std::ptrdiff_t recordings() const { return std::ssize(list("source-outputs")); }
+  /// As somebody does with a mixer.
+  void moveRecordings(const std::string& source) const;
   /// A program of this name that records the default source.
   ChildProcess record(const std::string& program) const;
   /// Makes both default, and waits for them to be there.

@@ -40,12 +40,6 @@ class Ear : public WholeTest {
       players_.push_back(server_->play({.frequency = tone, .seconds = 60, .sink = sink}));
     }
   }
-  /// Somebody moves every recording to the wrong device, as a mixer does.
-  void moveRecordings() {
-    for (const auto& recording : server_->recordingNumbers()) {
-      server_->pactl({"move-source-output", recording, "speaker.monitor"});
-    }
-  }
 
   void listen() {
     start(app::StartMode::kWiFi, "onlineContainer_");
@@ -79,10 +73,10 @@ TEST_P(Ear, HearsOnlyTheRightDeviceWhateverMixersAndDefaultsDo) {
     // A recording of the same name that was moved: servers remember that for the next one.
     const auto former = server_->record("Quorin Stream");
     ASSERT_TRUE(test::eventually([&] { return server_->recordings() == 1; }));
-    moveRecordings();
+    server_->moveRecordings("speaker.monitor");
   }
   listen();
-  moveRecordings();
+  server_->moveRecordings("speaker.monitor");
   hear(kRight);
   useDevice("quorin2");
   hear(kAlsoRight);
