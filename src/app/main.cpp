@@ -1,9 +1,9 @@
 #include "app/diagnosis.h"
 #include "app/options.h"
 #include "app/pt_app_delegate.h"
-#include "app/single_instance.h"
 #include "core/identity.h"
 #include "core/version.h"
+#include "platform/desktop/single_instance.h"
 #include "platform/dispatch/system_scheduler.h"
 #include "platform/dispatch/termination_signals.h"
 #include "platform/posix/program.h"
@@ -58,7 +58,7 @@ int failWith(const QString& sentence, int status) {
   return status;
 }
 
-int run(const Options& options, SingleInstance& instance) {
+int run(const Options& options, desktop::SingleInstance& instance) {
   QApplication::setQuitOnLastWindowClosed(false);
 
   Texts texts(preferredLanguages(options.language.value_or(QString())));
@@ -69,19 +69,19 @@ int run(const Options& options, SingleInstance& instance) {
   const dispatch::TerminationSignals termination(scheduler->mainQueue(),
                                                  [] { QCoreApplication::exit(); });
   delegate.applicationDidFinishLaunching();
-  instance.serve(scheduler->mainQueue(),
-                 [&](const SingleInstance::Request& request, const SingleInstance::Answer& answer) {
-                   const auto wanted = parseOptions(QStringList(kProgramFile) + request.arguments);
-                   if (!wanted) return answer(wanted.error());
-                   if (wanted->language.value_or(texts.language()) != texts.language()) {
-                     return answer(qtTrId("It runs in another language already; quit it first."));
-                   }
-                   delegate.takeOver(*wanted, request.activationToken,
-                                     [answer, verbose = wanted->verbose](const QString& refusal) {
-                                       logMoreIf(verbose && refusal.isEmpty());
-                                       answer(refusal);
-                                     });
-                 });
+  instance.serve(scheduler->mainQueue(), [&](const desktop::SingleInstance::Request& request,
+                                             const desktop::SingleInstance::Answer& answer) {
+    const auto wanted = parseOptions(QStringList(kProgramFile) + request.arguments);
+    if (!wanted) return answer(wanted.error());
+    if (wanted->language.value_or(texts.language()) != texts.language()) {
+      return answer(qtTrId("It runs in another language already; quit it first."));
+    }
+    delegate.takeOver(*wanted, request.activationToken,
+                      [answer, verbose = wanted->verbose](const QString& refusal) {
+                        logMoreIf(verbose && refusal.isEmpty());
+                        answer(refusal);
+                      });
+  });
   return QApplication::exec();
 }
 
@@ -95,7 +95,7 @@ int launch(int argc, char** argv) {
   logMoreIf(options->verbose);
   if (options->action != Options::Action::kRun) return print(*options);
 
-  SingleInstance instance;
+  desktop::SingleInstance instance;
   if (!instance.isFirst()) {
     const auto refusal = instance.handOver(arguments.mid(1));
     return refusal.isEmpty() ? 0 : failWith(refusal, 1);

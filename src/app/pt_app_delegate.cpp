@@ -243,7 +243,7 @@ QString PTAppDelegate::refusalOf(const Options& wanted) const {
 }
 
 void PTAppDelegate::takeOver(const Options& wanted, const QString& activationToken,
-                             SingleInstance::Answer answer) {
+                             desktop::SingleInstance::Answer answer) {
   // In any case: who starts it from a launcher sees no refusal.
   window_.bringToFront(activationToken);
   if (const auto refusal = refusalOf(wanted); !refusal.isEmpty()) return answer(refusal);
@@ -254,7 +254,7 @@ void PTAppDelegate::takeOver(const Options& wanted, const QString& activationTok
   guard_.setUp();
 }
 
-void PTAppDelegate::obey(const Options& wanted, const SingleInstance::Answer& answer) {
+void PTAppDelegate::obey(const Options& wanted, const desktop::SingleInstance::Answer& answer) {
   const auto port = wanted.port ? QString::number(*wanted.port) : wifi_.port();
   if (port != wifi_.port()) wifi_.setPort(port);
   if (wanted.address) wifi_.chooseNetwork(*wanted.address);

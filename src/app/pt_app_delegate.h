@@ -2,7 +2,6 @@
 
 #include "app/background.h"
 #include "app/options.h"
-#include "app/single_instance.h"
 #include "audio/audio_capture_manager.h"
 #include "core/scheduler.h"
 #include "modes/audio_inputs.h"
@@ -14,6 +13,7 @@
 #include "modes/wifi_mode.h"
 #include "platform/audio/audio_server.h"
 #include "platform/desktop/look.h"
+#include "platform/desktop/single_instance.h"
 #include "stream/audio_sender.h"
 #include "ui/texts.h"
 #include "window/main_window.h"
@@ -47,7 +47,7 @@ class PTAppDelegate {
 
   /// What a later start was asked to do: this program does all of it, or nothing and says why.
   void takeOver(const Options& wanted, const QString& activationToken,
-                SingleInstance::Answer answer);
+                desktop::SingleInstance::Answer answer);
 
   /// Ends the program; asks first while a phone listens.
   void quit();
@@ -58,7 +58,7 @@ class PTAppDelegate {
   void dismissSplash();
   void enterStartMode();
   QString refusalOf(const Options& wanted) const;
-  void obey(const Options& wanted, const SingleInstance::Answer& answer);
+  void obey(const Options& wanted, const desktop::SingleInstance::Answer& answer);
   void answerSetUp(const QString& refusal);
   std::unique_ptr<Background> makeBackground();
   void refreshBackground();
@@ -91,7 +91,7 @@ class PTAppDelegate {
   DeviceLoan loan_;
   std::unique_ptr<Background> background_;  ///< once the splash is gone
   bool backgroundIsStale_ = false;
-  std::vector<SingleInstance::Answer> setUpAnswers_;
+  std::vector<desktop::SingleInstance::Answer> setUpAnswers_;
   dispatch::Scope scope_;
 };
 

@@ -1,4 +1,4 @@
-#include "app/single_instance.h"
+#include "platform/desktop/single_instance.h"
 
 #include "core/identity.h"
 
@@ -17,7 +17,7 @@
 #include <thread>
 #include <utility>
 
-namespace quorin::app {
+namespace quorin::desktop {
 
 using namespace std::chrono_literals;
 
@@ -30,7 +30,7 @@ constexpr std::size_t kMaxDatagram = 16384;
 /// Only this user can reach what stands there.
 QByteArray path(const char* suffix) {
   const auto folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-  return QFile::encodeName(folder + QLatin1Char('/') + QLatin1String(kProgramFile)) + suffix;
+  return QFile::encodeName(folder + QLatin1Char('/') + QLatin1String(app::kProgramFile)) + suffix;
 }
 
 sockaddr_un socketAddress() {
@@ -107,4 +107,4 @@ QString SingleInstance::handOver(const QStringList& arguments) {
   return length < 0 ? silent : QString::fromUtf8(answer.data(), length);
 }
 
-}  // namespace quorin::app
+}  // namespace quorin::desktop

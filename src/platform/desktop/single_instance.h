@@ -8,7 +8,7 @@
 #include <functional>
 #include <memory>
 
-namespace quorin::app {
+namespace quorin::desktop {
 
 /// One running program a user: the first start holds a lock in the runtime folder for as long as
 /// it lives, and a later one hands what it was asked to do over to it, through a socket there. A
@@ -47,4 +47,4 @@ class SingleInstance {
   std::unique_ptr<dispatch::ReadSource> source_;
 };
 
-}  // namespace quorin::app
+}  // namespace quorin::desktop
