@@ -74,6 +74,7 @@ TEST(Loan, KeepsTheDefaultsThatTheUserHasNotTakenBack) {
 TEST(SoundLine, SaysWhyNothingIsHeard) {
   const Playback firefox{.index = 1, .sink = 1, .program = "Fire\tfox"};
   const Playback onDevice{.index = 1, .sink = 3, .program = "Firefox"};
+  const Playback onForeign{.index = 1, .sink = 4, .program = "Firefox"};
   const Playback paused{.index = 1, .sink = 3, .program = "Firefox", .paused = true};
   const Playback loopback{.index = 1, .sink = 1, .program = "here", .isLoopback = true};
   auto muted = kSink;
@@ -83,6 +84,7 @@ TEST(SoundLine, SaysWhyNothingIsHeard) {
     Endpoint device;
     std::vector<Playback> playbacks;
     const char* line;
+    bool foreignIsDefault = false;
   } cases[] = {
       {"nothing plays", kSink, {}, "clear"},
       {"elsewhere", kSink, {firefox}, "elsewhere\tFire fox\tSpeaker"},
@@ -92,10 +94,15 @@ TEST(SoundLine, SaysWhyNothingIsHeard) {
       {"muted", muted, {onDevice}, "muted"},
       {"no device", kSpeaker, {firefox}, "clear"},
       {"another device of the name", kForeign, {firefox}, "elsewhere\tFire fox\tSpeaker"},
+      {"another one is default", kSink, {onForeign}, "clear", true},
   };
-  for (const auto& [situation, device, playbacks, line] : cases) {
+  for (const auto& [situation, device, playbacks, line, foreignIsDefault] : cases) {
     Snapshot snapshot;
     snapshot.sinks = {kSpeaker, device};
+    if (foreignIsDefault) {
+      snapshot.sinks.push_back(kForeign);
+      snapshot.defaultSink = kForeign.name;
+    }
     snapshot.playbacks = playbacks;
     EXPECT_EQ(soundLine(snapshot), line) << situation;
   }

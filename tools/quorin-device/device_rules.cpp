@@ -96,14 +96,14 @@ const Endpoint* find(const std::vector<Endpoint>& endpoints, std::uint32_t index
 }
 
 DevicePair findDevice(const Snapshot& snapshot) {
-  if (const auto* const ours = find(snapshot.sinks, kSinkName)) {
-    return {.sink = ours, .source = find(snapshot.sources, kSource)};
-  }
   const Endpoint* sink = find(snapshot.sinks, snapshot.defaultSink);
-  if (sink == nullptr || !hasRightName(*sink)) sink = findIf(snapshot.sinks, hasRightName);
+  if (sink == nullptr || !hasRightName(*sink)) sink = find(snapshot.sinks, kSinkName);
+  if (sink == nullptr) sink = findIf(snapshot.sinks, hasRightName);
   if (sink == nullptr) return {};
-  const Endpoint* const source = findIf(
-      snapshot.sources, [](const Endpoint& each) { return !each.isMonitor && hasRightName(each); });
+  if (sink->name == kSinkName) return {.sink = sink, .source = find(snapshot.sources, kSource)};
+  const Endpoint* const source = findIf(snapshot.sources, [](const Endpoint& each) {
+    return !each.isMonitor && each.name != kSource && hasRightName(each);
+  });
   return {.sink = sink,
           .source = source != nullptr ? source : find(snapshot.sources, sink->name + ".monitor")};
 }

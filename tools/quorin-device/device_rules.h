@@ -28,8 +28,9 @@ bool isOurs(const Module& module);
 /// The process that has lent the device; 0 when it is not lent.
 int lenderOf(const Snapshot& snapshot);
 
-/// The device as streams and settings see it: this program's own, else another one of that name.
-/// Null where there is none. Points into the snapshot.
+/// The device as streams and settings see it: the default one if its name is right, else this
+/// program's own, else another one of that name. Null where there is none. Points into the
+/// snapshot.
 struct DevicePair {
   const Endpoint* sink = nullptr;
   const Endpoint* source = nullptr;
