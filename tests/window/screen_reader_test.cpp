@@ -91,7 +91,7 @@ TEST_F(ScreenReaderTest, EntersPagesHearsNewsAndReadsTheCode) {
   show(menu());
   EXPECT_TRUE(reader_.says(texts_.tr("menu.header")));
 
-  const auto page = [this](const QString& info) {
+  const auto page = [](const QString& info) {
     return WiFiPage{.info = info,
                     .codeText = "192.168.1.20:9000",
                     .code = generateQRCodeFromString("192.168.1.20:9000", 300)};
