@@ -154,6 +154,7 @@ TEST_F(QuorinListen, SaysWhatIsWrong) {
   } cases[] = {
       {{}, {std::string(wire::kBusy)}, 3, server_.key() + " already serves as many"},
       {{"--seconds", "1"}, {format, ready, sound}, 1, "but as format, READY, sound"},
+      {{"--seconds", "3"}, {ready, format, sound}, 1, "Nothing arrives any more"},
       {{}, {"<<FORMAT:SR=48000>>"}, 1, "a format that is not known here: <<FORMAT:SR=48000>>"},
       {{"--wav", "/dev/full"}, aSecond, 1, "Cannot write to /dev/full"},
       {{"--arrivals", "/dev/full"}, aSecond, 1, "Cannot write to /dev/full"},

@@ -137,13 +137,14 @@ ExitCode listen(const Options& options) {
   if (const auto ending = run(**source, *outputs, report, termination, options)) {
     return failed(*ending);
   }
+  const auto interruption = report.interruption(wallNow());
   if (auto finished = outputs->finish(); !finished) {
     return failed({.code = kFailed, .sentence = std::move(finished.error())});
   }
   std::cout << (options.json ? report.asJson() : report.asText()) << std::flush;
-  if (auto error = (*source)->protocolError()) {
-    return failed({.code = kFailed, .sentence = std::move(*error)});
-  }
+  auto error = (*source)->protocolError();
+  if (!error) error = interruption;
+  if (error) return failed({.code = kFailed, .sentence = std::move(*error)});
   return kListened;
 }
 

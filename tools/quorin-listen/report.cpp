@@ -13,6 +13,7 @@ namespace quorin::listen {
 namespace {
 
 constexpr std::chrono::seconds kRecently{1};
+constexpr std::chrono::seconds kInterruption{2};
 
 std::string meter(const measure::Level& level) {
   constexpr double kFloorDb = -60;
@@ -50,12 +51,15 @@ std::span<const float> Report::newest(std::size_t samples) const {
   return std::span(lastSecond_).last(std::min(samples, lastSecond_.size()));
 }
 
+std::optional<std::string> Report::interruption(measure::Nanoseconds now) const {
+  if (recentArrivals_.empty() || now - recentArrivals_.back() < kInterruption) return std::nullopt;
+  return "Nothing arrives any more. Is the computer still streaming, in the same network?";
+}
+
 std::string Report::liveLine(measure::Nanoseconds now) const {
+  if (auto sentence = interruption(now)) return *sentence;
   const auto arrived =
       std::ranges::count_if(recentArrivals_, [now](auto each) { return each > now - kRecently; });
-  if (arrived == 0 && arrivals_.datagrams() > 0) {
-    return "Nothing arrives any more. Is the computer still streaming, in the same network?";
-  }
   const auto jitter = arrivals_.recentDeviation();
   const auto level = measure::levelOf(newest(measure::kSampleRate / 5));
   std::ostringstream line;

@@ -4,6 +4,7 @@
 #include "measure/tone_analysis.h"
 #include "quorin-listen/sound_source.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,9 @@ class Report {
   /// One line for a terminal: datagrams in the last second, gaps, jitter of the last 10 s, a level
   /// meter.
   std::string liveLine(measure::Nanoseconds now) const;
+
+  /// A sentence where the sound has stopped to come.
+  std::optional<std::string> interruption(measure::Nanoseconds now) const;
 
   /// The result of the whole run.
   std::string asText() const;
