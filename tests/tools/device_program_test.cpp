@@ -11,6 +11,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <functional>
+#include <thread>
 
 namespace quorin::test {
 namespace {
@@ -230,6 +231,21 @@ TEST_P(DeviceProgram, LendsAgainWhenTheServerRestartsAndUsesWhatIsThere) {
   EXPECT_EQ(lender.end(), 0);
   EXPECT_TRUE(server_->defaultsBecome(kSpeaker)) << server_->defaults();
   EXPECT_EQ(devices(), 1) << "it was there before";
+}
+
+TEST_P(DeviceProgram, GivesBackToAServerThatDoesNotAnswerAtFirst) {
+  if (GetParam() != std::string_view("PulseAudio")) GTEST_SKIP() << "not the server's matter";
+  auto lender = lendOn(*server_);
+  ASSERT_TRUE(lender.says("ready"));
+  lender.tell("play-here on");
+  ASSERT_TRUE(lender.says("playing-here on"));
+  server_->freeze();
+  lender.input.reset();
+  std::this_thread::sleep_for(std::chrono::seconds(6));  // a request fails after 5 s
+  server_->thaw();
+  EXPECT_EQ(lender.end(), 0);
+  EXPECT_TRUE(server_->defaultsBecome(kSpeaker)) << server_->defaults();
+  EXPECT_EQ(devices(), 0);
 }
 
 TEST_P(DeviceProgram, SaysThatTheServerForbidsIt) {

@@ -25,6 +25,8 @@ namespace {
 
 constexpr auto kReconnectInterval = 250ms;
 constexpr auto kRetryInterval = 1s;
+/// How long giving back is tried, from its first failure.
+constexpr auto kGiveBackLimit = 30s;
 constexpr std::chrono::milliseconds kForever{-1};
 /// Programs that follow the default move by themselves; moving them by name would bind them.
 constexpr auto kFollowing = 150ms;
@@ -52,13 +54,20 @@ class Input {
   }
 
   bool hasEnded() const { return ended_; }
+  void end() { ended_ = true; }
+  /// A signal has come after the end.
+  bool isHurried() const { return hurried_; }
 
   /// The whole lines that have come once `other` is readable, or `limit` has passed, or earlier.
   std::vector<std::string> read(std::chrono::milliseconds limit, int other = -1) {
+    const int input = ended_ ? -1 : STDIN_FILENO;  // at its end it is always readable
     std::array<pollfd, 3> polled{
-        {{STDIN_FILENO, POLLIN, 0}, {signals_.get(), POLLIN, 0}, {other, POLLIN, 0}}};
+        {{input, POLLIN, 0}, {signals_.get(), POLLIN, 0}, {other, POLLIN, 0}}};
     ::poll(polled.data(), polled.size(), static_cast<int>(limit.count()));
-    ended_ |= polled[1].revents != 0;
+    if (signalfd_siginfo signal;
+        polled[1].revents != 0 && ::read(signals_.get(), &signal, sizeof signal) > 0) {
+      hurried_ = std::exchange(ended_, true);
+    }
     if (polled[0].revents != 0) {
       std::array<char, 4096> buffer;
       const auto size = ::read(STDIN_FILENO, buffer.data(), buffer.size());
@@ -77,6 +86,7 @@ class Input {
   posix::FileDescriptor signals_;
   std::string text_;
   bool ended_ = false;
+  bool hurried_ = false;
 };
 
 /// What outlives a run of the audio server.
@@ -85,6 +95,8 @@ struct Memory {
   Defaults former{};           ///< what was default before the first loan
   Holds held = kBoth;          ///< defaults that the user has not taken back
   bool playsHere = false;      ///< wanted
+  bool hasLent = false;        ///< something is to be given back
+  bool ownsDevice = false;     ///< it goes with the loan; else it was there before
 };
 
 /// What one run of the audio server is served with. Throws the `Error` of one that is gone.
@@ -122,11 +134,11 @@ class Service {
   }
 
   void giveBack() {
-    if (duty_ == Duty::kWatch) return;
+    if (!memory_.hasLent) return;
     endLoopback();
     restoreDefaults(client_, memory_.former);
     returnPrograms();
-    if (!ownsDevice_) return;
+    if (!memory_.ownsDevice) return;
     removeDevice(client_);
     forgetDefaults(memory_.file);
   }
@@ -135,14 +147,15 @@ class Service {
   void tryToLend() {
     const Snapshot before = client_.look();
     const int lender = lenderOf(before);
-    ownsDevice_ |= findDevice(before).sink == nullptr || lender == ::getpid();
+    memory_.ownsDevice |= findDevice(before).sink == nullptr || lender == ::getpid();
     if (lender != 0 && !isAlive(lender)) {  // killed, and this one's predecessor
-      ownsDevice_ = true;
+      memory_.ownsDevice = true;
       if (memory_.former == Defaults()) memory_.former = readDefaults(memory_.file);
     }
     memory_.former = toRemember(before, memory_.former);
+    memory_.hasLent = true;
     createDevice(client_, ::getpid());
-    if (ownsDevice_) writeDefaults(memory_.file, memory_.former);
+    if (memory_.ownsDevice) writeDefaults(memory_.file, memory_.former);
     makeDefault(client_, memory_.held);
     if (memory_.held.output) takePrograms();
   }
@@ -201,7 +214,7 @@ class Service {
   void returnPrograms() {
     const auto left = [this](const Snapshot& now) {
       auto programs = programsOn(now, findDevice(now).sink);
-      if (!ownsDevice_) {
+      if (!memory_.ownsDevice) {
         std::erase_if(programs, [&](const Playback& each) { return !moved_.contains(each.index); });
       }
       return programs;
@@ -239,8 +252,12 @@ class Service {
     loopback_ = client_.load(loopbackModule(*device, *here));
   }
 
+  /// Also one that was begun before the connection broke.
   void endLoopback() {
-    if (loopback_) client_.unload(*std::exchange(loopback_, std::nullopt));
+    loopback_.reset();
+    for (const Module& each : client_.look().modules) {
+      if (each.argument.contains(kLoopbackMark)) client_.unload(each.index);
+    }
   }
 
   /// Ends a loopback that has lost its loudspeakers, or got into the device.
@@ -260,7 +277,6 @@ class Service {
   const Duty duty_;
   Memory& memory_;
   bool isLent_ = true;
-  bool ownsDevice_ = false;                     ///< it goes with the loan; else it was there before
   std::map<std::uint32_t, std::string> moved_;  ///< playbacks, and the sinks they were on
   std::optional<std::uint32_t> loopback_;
   std::string said_ = "clear";
@@ -272,18 +288,26 @@ bool serve(Duty duty, const std::filesystem::path& formerDefaults) {
   Input input;
   Memory memory{.file = formerDefaults};
   bool hasBegun = false;
-  while (!input.hasEnded()) {
+  std::optional<std::chrono::steady_clock::time_point> end;
+  while (true) {
     try {
       PulseClient client;
       Service service(client, duty, memory);
-      hasBegun |= service.lend();
-      if (hasBegun) service.run(input);
+      if (!input.hasEnded()) hasBegun |= service.lend();
+      if (!hasBegun) input.end();
+      service.run(input);
       service.giveBack();
-      if (!hasBegun) return false;
+      return hasBegun;
     } catch (const Error& error) {
-      if (!hasBegun) {
+      if (!hasBegun && !input.hasEnded()) {
         sayFailed(error);
-        return false;
+        input.end();
+      }
+      if (input.hasEnded()) {
+        if (!memory.hasLent) return hasBegun;
+        const auto now = std::chrono::steady_clock::now();
+        if (!end) end = now + kGiveBackLimit;
+        if (now >= *end || input.isHurried()) return false;
       }
       for (const auto& command : input.read(kReconnectInterval)) {
         if (command == "lend") sayFailed(error);
@@ -291,7 +315,6 @@ bool serve(Duty duty, const std::filesystem::path& formerDefaults) {
       }
     }
   }
-  return true;
 }
 
 }  // namespace quorin::device

@@ -15,7 +15,8 @@ enum class Duty : std::uint8_t { kLend, kWatch };
 /// `kLend` lends the device to whoever started this: creates it where it is missing, makes it the
 /// default and moves what plays to it; at the end it undoes that, but for what the user has changed
 /// meanwhile. An audio server that restarts gets it again, and a default that the user had taken
-/// back stays as it is. Both duties report where sound goes.
+/// back stays as it is. Both duties report where sound goes. Where the server is down or does not
+/// answer at the end, giving back is tried for 30 s; another signal ends that.
 ///
 /// Lines for programs go to standard output:
 ///
@@ -31,7 +32,8 @@ enum class Duty : std::uint8_t { kLend, kWatch };
 ///     move                     what plays elsewhere goes to the device, which is unmuted
 ///
 /// `formerDefaults` is a file; it remembers for a lender that is killed. True when it ended as
-/// asked, false when there was no device to be had from the beginning.
+/// asked, false when there was no device to be had from the beginning, or nothing could be given
+/// back.
 bool serve(Duty duty, const std::filesystem::path& formerDefaults);
 
 }  // namespace quorin::device
