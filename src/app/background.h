@@ -13,8 +13,8 @@
 
 namespace quorin::app {
 
-/// The program beside its window: the tray icon where the desktop has a tray, notifications while
-/// the window is closed, and no suspend while a phone listens. Main thread.
+/// What runs besides the window: the tray icon (if the desktop has a tray), notifications while the
+/// window is closed, and a suspend inhibitor while a phone listens. Main thread.
 class Background {
  public:
   struct Actions {
@@ -27,7 +27,7 @@ class Background {
   Background(dispatch::Queue& background, const Texts& texts, Actions actions);
 
   void update(const StreamState& state);
-  /// Whether "Also play on this computer" is offered, and on.
+  /// Whether "Also play on this computer" is available, and whether it is on.
   void offerPlayHere(bool offered, bool on);
 
   const QMenu& menu() const { return menu_; }

@@ -14,12 +14,12 @@
 #include <system_error>
 #include <vector>
 
-/// What `--diagnose` tells: everything that streaming needs, as this machine has it, with one line
-/// of advice for each problem. In the language of the translator that the
-/// application has installed, English without one.
+/// What `--diagnose` prints: each requirement of streaming as found on this machine, with one line
+/// of advice for each problem. In the language of the translator that the application has
+/// installed, English without one.
 namespace quorin::app {
 
-/// What was found, before anybody judges it.
+/// The raw findings; `diagnose` judges them.
 struct Facts {
   std::string version;
   std::string qtVersion;
@@ -34,12 +34,12 @@ struct Facts {
   dispatch::RealtimeGrant realtime = dispatch::RealtimeGrant::kNone;
 };
 
-/// Asks this machine, with the port to listen on and the user's choice of address. Needs a
-/// QCoreApplication, whose events it lets run meanwhile; takes at most some seconds.
+/// Examines this machine for the given port and the user's choice of address. Needs a
+/// QCoreApplication, whose events it processes meanwhile; takes a few seconds at most.
 Facts findFacts(std::uint16_t port, const std::optional<std::string>& address);
 
 struct Finding {
-  /// A hint costs quality or the cable; a problem is in the way of streaming over Wi-Fi.
+  /// A hint affects quality or the cable mode; a problem prevents streaming over Wi-Fi.
   enum class Kind : std::uint8_t { kFine, kHint, kProblem };
 
   QString name;
@@ -50,7 +50,7 @@ struct Finding {
 
 std::vector<Finding> diagnose(const Facts& facts);
 
-/// True when nothing is in the way.
+/// True when there is no problem.
 bool wouldStream(const std::vector<Finding>& findings);
 
 QString asText(const std::vector<Finding>& findings);

@@ -14,8 +14,8 @@ enum class StartMode { kMenu, kWiFi, kCable };
 struct Options {
   enum class Action { kRun, kShowHelp, kShowVersion, kDiagnose };
   Action action = Action::kRun;
-  bool setUp = false;                   ///< as if the guard's button were pressed at the start
-  StartMode start = StartMode::kMenu;   ///< entered as soon as the guard lets it
+  bool setUp = false;                   ///< set the device up at the start
+  StartMode start = StartMode::kMenu;   ///< entered once the guard allows it
   std::optional<std::uint16_t> port{};  ///< fills the port field
   std::optional<QString> address{};   ///< the network to show the code of, where there are several
   std::optional<QString> language{};  ///< "en" or "es", in place of the system's
@@ -23,17 +23,17 @@ struct Options {
   bool json = false;  ///< of --diagnose
 };
 
-/// Exit status of a command line that cannot be understood.
+/// Exit status for an invalid command line.
 inline constexpr int kUsageError = 2;
 
-/// `arguments` with the program's name first. The error is one line for who typed them, in the
-/// language of the installed translator.
+/// `arguments` include the program's name. The error is one line for the user, in the language of
+/// the installed translator.
 std::expected<Options, QString> parseOptions(const QStringList& arguments);
 
-/// What follows --language in `arguments`, also where they cannot be understood otherwise.
+/// The value of --language, even if the other arguments are invalid.
 QString languageIn(const QStringList& arguments);
 
-/// Needs a QCoreApplication, which knows the program's name.
+/// Needs a QCoreApplication, for the program's name.
 QString helpText();
 
 }  // namespace quorin::app

@@ -27,8 +27,7 @@
 
 namespace quorin::app {
 
-/// The program: owns everything, starts it in order and connects it. What a mode does is that
-/// mode's business. Main queue.
+/// The program: owns all objects, connects them and starts them in order. Main queue.
 class PTAppDelegate {
  public:
   static constexpr std::chrono::milliseconds kSplashDuration{1200};
@@ -40,12 +39,12 @@ class PTAppDelegate {
   /// Ends every session, then the scheduler's queues.
   ~PTAppDelegate();
 
-  /// The start-up, once, with the event loop about to run.
+  /// Starts up. Call once, just before the event loop.
   void applicationDidFinishLaunching();
 
   MainWindow& window() { return window_; }
 
-  /// What a later start was asked to do: this program does all of it, or nothing and says why.
+  /// A request from a later start of the program: carries out all of it, or none and answers why.
   void takeOver(const Options& wanted, const QString& activationToken,
                 desktop::SingleInstance::Answer answer);
 

@@ -12,14 +12,14 @@ struct StreamState {
   bool streaming = false;  ///< a mode is open, and nothing stands in front of its page
   std::size_t listeners = 0;
   bool devicesWrong = false;  ///< the guard or the microphone screen is in front
-  QString problem{};          ///< why nothing listens on the network; empty when something does
+  QString problem{};          ///< why the server does not run; empty when it does
 
   bool operator==(const StreamState&) const = default;
 };
 
 enum class News {
   kGoesOn,  ///< the window was closed while streaming; once
-  kJoined,  ///< a listener, like all that follows while the window is closed
+  kJoined,  ///< a listener; this and the following only while the window is closed
   kLeft,
   kStopped,     ///< the devices have changed
   kNotStarted,  ///< the server could not start
@@ -27,7 +27,7 @@ enum class News {
 
 class StreamNews {
  public:
-  /// What there is to tell about the step from the state before to this one.
+  /// The notification for the change from the previous state to `now`, if any.
   std::optional<News> take(const StreamState& now);
 
  private:

@@ -13,10 +13,10 @@
 
 namespace quorin::audio {
 
-/// Records the default input device and hands it on as chunks: 882 frames, 44100 Hz, mono float.
+/// Records the default input device and delivers chunks: 882 frames, 44100 Hz, mono float.
 ///
-/// On the main queue, but for `setOnAudioData`. Failures show in `isCapturing` and in the log
-/// (standard output), nowhere else. May be destroyed while capturing; no chunk is handed on after.
+/// Main queue, except `setOnAudioData`. Failures show in `isCapturing` and in the log (standard
+/// output), nowhere else. May be destroyed while capturing; no chunk is delivered afterwards.
 class AudioCaptureManager {
  public:
   using ChunkHandler = audio::ChunkHandler;
@@ -34,19 +34,19 @@ class AudioCaptureManager {
   AudioCaptureManager& operator=(const AudioCaptureManager&) = delete;
 
   /// Any thread, at any time; takes effect at the next chunk (a call of the old handler that has
-  /// begun is not waited for, so a handler owns what it uses). `handler` runs on the audio
-  /// server's thread, once per chunk, in order; the chunk is valid during the call. It must not
-  /// wait, nor allocate in steady state. Empty: chunks are cut, counted and thrown away.
+  /// begun is not waited for, so a handler owns what it uses). `handler` runs on the audio server's
+  /// thread, once per chunk, in order; the chunk is valid during the call. It must not wait, nor
+  /// allocate in steady state. Empty: chunks are still cut and counted, then discarded.
   void setOnAudioData(ChunkHandler handler) {
     onAudioData_.store(std::make_shared<const ChunkHandler>(std::move(handler)));
   }
 
   bool isCapturing() const { return isCapturing_; }
 
-  /// Waits for the audio server, up to 1.5 s if it hangs. Nothing happens when capturing already.
+  /// Waits for the audio server, up to 1.5 s if it hangs. No effect while capturing.
   void startCapture();
 
-  /// Throws the started chunk away. Nothing happens when not capturing.
+  /// Discards the partial chunk. No effect when not capturing.
   void stopCapture();
 
  private:

@@ -18,8 +18,9 @@ inline constexpr Format kTargetFormat{.sampleRate = wire::kSampleRate, .channels
 
 using ChunkHandler = std::function<void(wire::AudioChunkView)>;
 
-/// What happens to the sound of one capture, from its start to its stop: converted, cut, handed
-/// on, counted. `process` runs on the audio server's thread, the rest where the tap is made.
+/// The processing of one capture, from start to stop: converts the sound, cuts it into chunks,
+/// delivers and counts them. `process` runs on the audio server's thread, the rest where the tap is
+/// made.
 class CaptureTap {
  public:
   struct Context {

@@ -6,13 +6,13 @@
 #include <string>
 #include <string_view>
 
-/// The rules that say whether the computer's sound comes through the virtual device. Pure.
+/// Decides whether the computer's sound goes through the virtual device. Pure.
 namespace quorin::audio {
 
 inline constexpr std::string_view kExpectedDeviceName = "Quorin Audio";
 
-/// True when there is a device whose name can be read and contains `expected`, whatever the case
-/// of its ASCII letters. An empty `expected` names nothing.
+/// True when the device exists and its name is readable and contains `expected`, ignoring ASCII
+/// case. False for an empty `expected`.
 bool isDefaultDeviceNamed(const Device& device, std::string_view expected);
 
 /// Whether sound of this device may leave the computer.
@@ -35,7 +35,7 @@ struct Routing {
 
 Routing routingOf(const DefaultDevices& devices);
 
-/// The key of the text that asks for what is wrong; none when nothing is.
+/// The key of the text that asks the user to correct the devices; none when both are right.
 std::optional<std::string_view> guardTextKey(const Routing& routing);
 
 }  // namespace quorin::audio

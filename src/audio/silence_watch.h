@@ -12,11 +12,11 @@
 
 namespace quorin::audio {
 
-/// The capture thread's end of a silence watch, held by the chunk handler as its own. Never waits
-/// and never allocates.
+/// The part of the silence watch that runs on the capture thread; shared with the chunk handler.
+/// Never waits and never allocates.
 class SoundDetector {
  public:
-  /// One thread at a time. A single sample that is not zero is sound.
+  /// One thread at a time. Any non-zero sample counts as sound.
   void inspect(wire::AudioChunkView chunk) {
     float peak = 0;
     for (const float sample : chunk) peak = std::max(peak, std::abs(sample));
@@ -26,7 +26,7 @@ class SoundDetector {
     if (peak != 0.0F) sounded_.store(true, std::memory_order_relaxed);
   }
 
-  /// The largest sample, without its sign, since the last call, for a level meter. Any thread.
+  /// The largest absolute sample since the last call, for a level meter. Any thread.
   float takePeak() { return peak_.exchange(0, std::memory_order_relaxed); }
 
   /// Whether there was sound since the last call. Any thread.
@@ -37,21 +37,21 @@ class SoundDetector {
   std::atomic<float> peak_{0};
 };
 
-/// Notices that a running stream carries nothing: chunks of zeros, or none at all. Confined to
-/// the main queue.
+/// Detects that a running stream is silent: chunks of zeros, or no chunks. Confined to the main
+/// queue.
 class SilenceWatch {
  public:
   /// How long a stream may be silent before it is reported.
   static constexpr std::chrono::seconds kTimeout{5};
 
-  /// `onChange` runs on the main queue, once when the stream has been silent for `kTimeout` (late
-  /// by one look, 0.6 s), and once when it no longer is. `scheduler` outlives this.
+  /// `onChange` runs on the main queue, once when the stream has been silent for `kTimeout` (up to
+  /// one check, 0.6 s, later), and once when sound returns. `scheduler` outlives this.
   SilenceWatch(dispatch::Scheduler& scheduler, std::function<void(bool silent)> onChange);
 
   std::shared_ptr<SoundDetector> detector() const { return detector_; }
 
-  /// While a mode runs. Starting a running watch changes nothing; stopping it ends a silence,
-  /// which is not reported.
+  /// Started while a mode runs. Starting twice has no effect; stopping ends a silence without a
+  /// report.
   void start();
   void stop();
 

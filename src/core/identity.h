@@ -1,15 +1,15 @@
 #pragma once
 
-/// Who the program is to the desktop.
+/// The program's name on the desktop.
 namespace quorin::app {
 
 inline constexpr auto kProgramName = "Quorin Stream";
 
-/// Its file, by which the system names the process.
+/// The executable's file name, and so the process name.
 inline constexpr auto kProgramFile = "quorin-stream";
 
-/// Reverse domain name: the base name of the desktop file and of the icons, and by it the name of
-/// the window to task bars.
+/// Reverse domain name: the base name of the desktop file and icons; task bars match the window by
+/// it.
 inline constexpr auto kApplicationId = "org.quorin.Stream";
 
 }  // namespace quorin::app

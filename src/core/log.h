@@ -3,23 +3,23 @@
 #include <functional>
 #include <string_view>
 
-/// The two places where a developer reads what happened. Any thread; one line a call, written
-/// whole.
+/// Logging to standard output and standard error. Any thread; one line per call, written
+/// atomically.
 namespace quorin::log {
 
 /// From now on lines on standard error, Qt's own as well, are written at once or dropped and
-/// counted: a slow reader does not hold up the program. Before any thread is started.
+/// counted: a slow reader does not hold up the program. Call before starting any thread.
 void neverWait();
 
-/// A line of the capture object or of the panel's server, to standard output. Dropped while
-/// its reader does not read.
+/// Writes a line of the capture or of the panel's server to standard output. Dropped while the
+/// reader does not read.
 void print(std::string_view line);
 
-/// `print`, or what stands in for it in a test. Any thread.
+/// `print`, or a test's replacement. Any thread.
 using PrintLine = std::function<void(std::string_view)>;
 
-/// A line of the program's own log, to standard error under the logging category
-/// "quorin.<area>"; shown unless the user silences that category.
+/// Writes a line of the program's log to standard error under the logging category "quorin.<area>";
+/// shown unless the user silences that category.
 void note(std::string_view area, std::string_view line);
 
 /// As `note`, but only with --verbose (or the category's debug level switched on).

@@ -6,31 +6,31 @@
 #include <memory>
 #include <string>
 
-/// Serial queues, timers and sources: the only way in which this program runs anything later or
-/// elsewhere.
+/// Serial queues, timers and sources: the only means by which this program runs work later or on
+/// another thread.
 namespace quorin::dispatch {
 
 using Duration = std::chrono::nanoseconds;
 /// Monotonic; stands still while the machine is suspended.
 using TimePoint = std::chrono::time_point<std::chrono::steady_clock, Duration>;
-/// Runs on during suspend and is never set: measures how long ago something happened.
+/// Counts suspend time and is never set: for elapsed time.
 struct BootClock;
 using BootTime = std::chrono::time_point<BootClock, Duration>;
-/// The system's absolute time, to be shown; follows changes of the system clock.
+/// Wall-clock time, for display; follows changes of the system clock.
 using WallTime = std::chrono::time_point<std::chrono::system_clock, Duration>;
 
 struct TimerSchedule {
   Duration first{0};     ///< from creation to the first run; 0 runs at the queue's next turn
   Duration interval{0};  ///< 0: runs once
-  Duration leeway{0};    ///< how late a run may be to share a wake-up with others of its queue
+  Duration leeway{0};    ///< max delay, to share a wake-up with other work of the queue
 };
 
 /// A timer runs its handler on its queue at creation + first + n x interval, without drift. Runs
 /// that could not happen in time (a busy queue) coalesce into one.
 ///
-/// Destroying the handle cancels. On the timer's own queue, also from inside the handler, that is
-/// exact: the handler does not run again. From elsewhere a handler that has begun may still be
-/// running when the destructor returns (it is not waited for), so such a handler owns what it uses.
+/// Destroying the handle cancels. On the timer's own queue, even inside the handler, the handler
+/// does not run again. On another thread, a running handler is not waited for and may outlast the
+/// destructor, so it must own what it uses.
 class Timer {
  public:
   virtual ~Timer() = default;
@@ -41,16 +41,16 @@ class Timer {
 
   /// Moves every later run by `offset`.
   virtual void shiftBy(Duration offset) = 0;
-  /// When it is to run next, however late the present run is.
+  /// The scheduled time of the next run, regardless of how late the current run is.
   virtual TimePoint next() const = 0;
 
  protected:
   Timer() = default;
 };
 
-/// Runs its handler on its queue whenever the descriptor is readable, again and again until the
-/// data is read. Does not own the descriptor, which must outlive the handle. Cancelled by
-/// destruction, with the rules of `Timer`.
+/// Runs its handler on its queue whenever the descriptor is readable, repeatedly until the data is
+/// read. The descriptor is not owned and must outlive the handle. Destruction cancels, as for
+/// `Timer`.
 class ReadSource {
  public:
   virtual ~ReadSource() = default;
@@ -61,9 +61,8 @@ class ReadSource {
   ReadSource() = default;
 };
 
-/// Runs its handler on its queue after `signal`; signals that come before the handler has begun
-/// coalesce. The way for a thread that may neither allocate nor wait to hand work over.
-/// Cancelled by destruction, with the rules of `Timer`.
+/// Runs its handler on its queue after `signal`; signals before the handler starts coalesce. For
+/// threads that may neither allocate nor wait. Destruction cancels, as for `Timer`.
 class EventSource {
  public:
   virtual ~EventSource() = default;
@@ -77,12 +76,11 @@ class EventSource {
   EventSource() = default;
 };
 
-/// Runs work one piece at a time: posted tasks in the order of posting, delayed tasks and timers
-/// in the order of their deadlines, before posted tasks where both are due.
+/// Runs one piece of work at a time: posted tasks in posting order, delayed tasks and timers in
+/// deadline order; due timers go before posted tasks.
 ///
-/// All operations may be called from any thread. Work that is still waiting when the queue ends
-/// is destroyed without running, on the thread that ends the queue; timers and sources of an
-/// ended queue are inert and their handles may outlive it.
+/// Any thread. Work pending when the queue ends is destroyed without running, on the thread that
+/// ends the queue; its timers and sources become inert, and their handles may outlive the queue.
 class Queue {
  public:
   virtual ~Queue() = default;
@@ -112,12 +110,12 @@ class Queue {
   Queue() = default;
 };
 
-/// A queue of its own thread.
+/// A queue with its own thread.
 class SerialQueue : public Queue {
  public:
-  /// Ends the queue as its destruction does, and leaves it inert: what is given to it afterwards
-  /// is dropped. For a queue that others still refer to. Waits for the piece of work that is
-  /// running, so never from the queue's own work. Ending twice is ending once.
+  /// Ends the queue as destruction would, but keeps the object valid for those that still refer to
+  /// it: later work is dropped. Waits for the running work, so never call it from the queue itself.
+  /// Idempotent.
   virtual void end() = 0;
 };
 

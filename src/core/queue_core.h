@@ -13,8 +13,8 @@
 
 namespace quorin::dispatch {
 
-/// What a queue needs of whatever runs it: the time, a way to be woken, and readiness of
-/// descriptors. One implementation sleeps in epoll, the other is simulated.
+/// What a queue needs from its runner: the time, wake-ups and descriptor readiness. One
+/// implementation sleeps in epoll, the other is simulated.
 class Waker {
  public:
   virtual ~Waker() = default;
@@ -22,7 +22,7 @@ class Waker {
   Waker& operator=(const Waker&) = delete;
 
   virtual TimePoint now() const = 0;
-  /// Any thread, lock-free: makes the runner look at its queue again.
+  /// Any thread, lock-free: makes the runner check its queue again.
   virtual void wake() = 0;
   /// Reports `id` once to the runner when `descriptor` is readable; armed anew after each report.
   virtual void arm(std::uint64_t id, int descriptor) = 0;
@@ -32,8 +32,8 @@ class Waker {
   Waker() = default;
 };
 
-/// The state and the order of one serial queue, run by a thread, by Qt's event loop or by
-/// simulated time. Every handle (timer, source) shares it, so handles may outlive the queue.
+/// State and ordering of one serial queue, run by a thread, Qt's event loop or simulated time.
+/// Shared with every handle (timer, source), so handles may outlive the queue.
 class QueueCore : public std::enable_shared_from_this<QueueCore> {
  public:
   QueueCore(std::string label, std::unique_ptr<Waker> waker);
@@ -54,11 +54,11 @@ class QueueCore : public std::enable_shared_from_this<QueueCore> {
 
   /// Runs the next piece of work that is due, if any.
   bool runOne();
-  /// When the runner should next look by itself: when the last of those is due that can share one
-  /// wake-up without exceeding their leeways.
+  /// When the runner should wake up next: as late as the leeways of the earliest timers permit, so
+  /// that they share one wake-up.
   std::optional<TimePoint> nextDeadline();
   void markReadable(std::uint64_t id);
-  /// Destroys all work without running it. Not while a piece of it runs.
+  /// Destroys all work without running it. Not while work is running.
   void end();
 
   /// The core whose work the calling thread is running, or null.
@@ -98,7 +98,7 @@ class QueueCore : public std::enable_shared_from_this<QueueCore> {
   std::vector<std::shared_ptr<EventState>> eventSources_ GUARDED_BY(mutex_);
 };
 
-/// A queue object in front of a core; the runner behind it is the derived class's business.
+/// A `Queue` on top of a core; the derived class supplies the runner.
 template <typename Base>
 class CoreQueue : public Base {
  public:

@@ -10,13 +10,13 @@ namespace quorin::dispatch {
 
 enum class Priority {
   kNormal,
-  /// Real-time scheduling where the system grants it (directly, else through rtkit); silently
-  /// normal where it does not.
+  /// Real-time scheduling where the system grants it (directly, else through rtkit); normal
+  /// scheduling otherwise, without an error.
   kRealtime,
 };
 
-/// Time and queues. Everything that waits is given one at construction; tests give it simulated
-/// time instead of the system's.
+/// Clocks and queues. Passed to the constructor of every class that uses time; tests pass a
+/// simulated one.
 class Scheduler {
  public:
   virtual ~Scheduler() = default;
@@ -27,16 +27,16 @@ class Scheduler {
   virtual BootTime bootNow() const = 0;
   virtual WallTime wallNow() const = 0;
 
-  /// The thread of the event loop: views, and state that views show.
+  /// The event loop's thread: views, and the state they show.
   virtual Queue& mainQueue() = 0;
   /// For polls and watches; never for work that must be on time, nor for what may block.
   virtual Queue& utilityQueue() = 0;
-  /// For what may block: D-Bus calls, tables of the system, standard output.
+  /// For blocking work: D-Bus calls, system tables, standard output.
   virtual Queue& backgroundQueue() = 0;
 
-  /// Ends the main, the utility and the background queue as `SerialQueue::end` does: nothing runs
-  /// later or elsewhere any more, and what their work uses can be destroyed in any order. From the
-  /// main thread, not from queued work. What `makeSerialQueue` made ends by itself.
+  /// Ends the main, the utility and the background queue as `SerialQueue::end` does: afterwards
+  /// objects that their work uses can be destroyed in any order. Call on the main thread, not from
+  /// queued work. Queues from `makeSerialQueue` end separately.
   virtual void end() = 0;
 
   [[nodiscard]] virtual std::unique_ptr<SerialQueue> makeSerialQueue(std::string label,

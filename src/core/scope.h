@@ -8,11 +8,11 @@ namespace quorin::dispatch {
 
 using Task = std::move_only_function<void()>;
 
-/// Held by an object whose `this` its posted work uses: work bound to the scope runs only while
-/// the scope lives, and is dropped silently afterwards.
+/// A lifetime token for posted work that uses its owner's `this`: work bound to the scope runs only
+/// while the scope lives, and is dropped silently afterwards.
 ///
-/// Safe only where the object is destroyed on the queue that runs the work (a task that has
-/// begun elsewhere is not waited for). Work for another queue owns what it uses instead.
+/// Safe only where the object is destroyed on the queue that runs the work (a task that has begun
+/// elsewhere is not waited for). Work for another queue must own what it uses.
 class Scope {
  public:
   Scope() = default;

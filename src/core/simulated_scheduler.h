@@ -9,8 +9,8 @@ namespace quorin::dispatch {
 
 class QueueCore;
 
-/// Every queue on the calling thread, and time that passes only in `advance`. Deterministic: what
-/// is due first runs first, queues take turns in the order of their creation.
+/// Runs every queue on the calling thread; time passes only in `advance`. Deterministic: work runs
+/// in deadline order, queues take turns in order of creation.
 class SimulatedScheduler : public Scheduler {
  public:
   SimulatedScheduler();
@@ -26,14 +26,14 @@ class SimulatedScheduler : public Scheduler {
   std::unique_ptr<SerialQueue> makeSerialQueue(std::string label, Priority priority) override;
   using Scheduler::makeSerialQueue;
 
-  /// Runs all that is due now, also what that work makes due.
+  /// Runs all work due now, including work it adds.
   void runPending();
 
-  /// Lets `duration` pass, running everything at its own deadline, and what is readable between.
+  /// Advances by `duration`, running all work at its deadline, and readable sources in between.
   void advance(Duration duration);
 
-  /// The clocks jump, as on a stalled machine or when a clock is set; what became due runs,
-  /// coalesced, at the next `runPending` or `advance`.
+  /// Makes the clocks jump, as on a stalled machine or when a clock is set; runs that became due
+  /// are coalesced and happen in the next `runPending` or `advance`.
   void jump(Duration monotonic, Duration wall);
 
   struct State;

@@ -7,12 +7,12 @@
 
 namespace quorin::dispatch {
 
-/// The newest immutable value that one thread has published for others; null before the first.
-/// Any thread.
+/// The latest immutable value published by one thread for others; null before the first. Any
+/// thread.
 ///
-/// The lock is held for the copy of one pointer; a value is built, and an old one destroyed,
-/// outside of it. Not `std::atomic<std::shared_ptr>`: libstdc++ spins in there on a lock of its
-/// own, and a real-time reader that spins keeps the writer it waits for off the processor.
+/// The lock covers one pointer copy only; values are built and destroyed outside it. Not
+/// `std::atomic<std::shared_ptr>`: libstdc++ implements it with a spinlock, and a spinning
+/// real-time reader can keep the writer off the CPU.
 template <typename T>
 class Snapshot {
  public:

@@ -2,8 +2,8 @@
 
 #include <pthread.h>
 
-/// Annotations for clang's -Wthread-safety; nothing elsewhere. The standard library's
-/// mutexes carry none, hence the wrappers.
+/// Annotations for clang's -Wthread-safety; empty for other compilers. The wrappers exist because
+/// the standard mutexes are not annotated.
 #if defined(__clang__)
 #define QUORIN_THREAD_ATTRIBUTE(x) __attribute__((x))
 #else
@@ -15,7 +15,7 @@
 
 namespace quorin::dispatch {
 
-/// Priority inheritance: a real-time thread that waits for it lends its priority to the holder.
+/// With priority inheritance: a waiting real-time thread raises the holder's priority.
 class QUORIN_THREAD_ATTRIBUTE(capability("mutex")) Mutex {
  public:
   Mutex() {
