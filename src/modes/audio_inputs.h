@@ -9,8 +9,8 @@
 namespace quorin::app {
 
 /// The audio server's devices, and the microphone's permission from the desktop and from that
-/// server. Made and destroyed on the main queue; the server outlives it, and whatever
-/// the scheduler still runs.
+/// server. Created and destroyed on the main queue. The server must outlive it and all work still
+/// queued on the scheduler.
 class AudioInputs : public GuardInputs {
  public:
   AudioInputs(dispatch::Scheduler& scheduler, audio::AudioServer& server);

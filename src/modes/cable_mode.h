@@ -34,7 +34,7 @@ class CableMode : public CableSwitch {
 
   CableState state() const;
 
-  /// A line typed into the console. False without a connection: the caller keeps the text.
+  /// Sends a line typed into the console. False without a connection: the caller keeps the text.
   bool sendMessage(const QString& text) { return cable_.sendMessage(text.toStdString()); }
 
   usb::CableAudioPath& audioPath() { return cable_.audioPath(); }

@@ -10,11 +10,11 @@
 
 namespace quorin::app {
 
-/// All that is known of the cable.
+/// The state of the cable connection.
 struct CableState {
   usb::UsbService service = usb::UsbService::kUnknown;
   usb::UsbServiceRemedy remedy = {};
-  std::size_t phones = 0;  ///< plugged in; those known over the network only do not count
+  std::size_t phones = 0;  ///< plugged in by USB; phones on the network only do not count
   usb::PhoneAnswer answer = usb::PhoneAnswer::kNone;
   std::string phoneName = {};  ///< empty when not known
   bool connected = false;
@@ -23,11 +23,11 @@ struct CableState {
   friend bool operator==(const CableState&, const CableState&) = default;
 };
 
-/// What it comes to for the user.
+/// The state as shown to the user.
 enum class CableStatus {
   kWaiting,         ///< nothing known yet, or an attempt is under way
   kServiceMissing,  ///< the USB service is not installed
-  kServiceStopped,  ///< it is installed and does not answer, or not this user
+  kServiceStopped,  ///< installed, but does not answer or rejects this user
   kNoPhone,
   kPhoneLocked,
   kAppClosed,
@@ -36,7 +36,7 @@ enum class CableStatus {
 };
 CableStatus cableStatus(const CableState& state);
 
-/// What the cable page says of it, and what to do next.
+/// The cable page's text: the status and what to do next.
 QString cableText(const CableState& state, const Texts& texts);
 
 }  // namespace quorin::app

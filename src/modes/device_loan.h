@@ -11,44 +11,44 @@ namespace quorin::app {
 /// Why the device could not be set up.
 enum class LoanFailure { kNoServer, kRefused, kHelperMissing, kOther };
 
-/// Why a running stream may carry nothing.
+/// Why a running stream may be silent.
 struct SoundElsewhere {
   bool muted = false;  ///< the device is
-  QString program{};   ///< plays on `device`, while nothing plays into the virtual one
+  QString program{};   ///< plays on `device` while nothing plays on the virtual device
   QString device{};
 
   bool operator==(const SoundElsewhere&) const = default;
 };
 
 /// The virtual device, lent to this program by `quorin-device lend`, a child process. The child
-/// gives everything back at the end of its input, which is the end of this program, however it
-/// comes. Main queue; nothing here waits but the destructor.
+/// restores everything at the end of its input, and so even if this program crashes. Main queue;
+/// only the destructor waits.
 class DeviceLoan {
  public:
   struct Reports {
     std::function<void()> lent;  ///< also when the audio server had restarted
     std::function<void(LoanFailure)> failed;
-    std::function<void()> changed;  ///< one of the getters
+    std::function<void()> changed;  ///< the result of a getter
   };
 
   DeviceLoan();
-  /// Gives the device back; waits for that, at most 2 s.
+  /// Returns the device; waits at most 2 s for it.
   ~DeviceLoan();
   DeviceLoan(const DeviceLoan&) = delete;
   DeviceLoan& operator=(const DeviceLoan&) = delete;
 
   void setReports(Reports reports) { reports_ = std::move(reports); }
 
-  /// Has the device created where it is missing, made the default, and what plays moved to it.
+  /// Has the device created if missing and made the default, and moves playing streams to it.
   void lend();
 
-  /// Reports `elsewhere` from now on, also for a device that is not lent.
+  /// From now on reports `elsewhere`, even while the device is not lent.
   void watch();
 
   bool isLent() const { return isLent_; }
   const SoundElsewhere& elsewhere() const { return elsewhere_; }
 
-  /// Moves what plays elsewhere to the device, and unmutes it.
+  /// Moves streams that play elsewhere to the device, and unmutes it.
   void moveHere() { command("move"); }
 
   /// Whether the former default output plays the device's sound as well.
@@ -65,8 +65,8 @@ class DeviceLoan {
 
   Reports reports_;
   std::unique_ptr<QProcess> helper_;
-  bool isLending_ = false;    ///< the helper's duty, else it watches only
-  bool hasAnswered_ = false;  ///< it lends, or has said why not
+  bool isLending_ = false;    ///< the helper lends; otherwise it only watches
+  bool hasAnswered_ = false;  ///< it lends, or has reported why not
   bool isLent_ = false;
   bool playsHere_ = false;
   SoundElsewhere elsewhere_;

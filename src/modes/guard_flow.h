@@ -12,16 +12,16 @@
 
 namespace quorin::app {
 
-/// One of the guard's status lines: green where the device is right, orange where it is not.
+/// One of the guard's status lines: green if the device is right, else orange.
 struct DeviceStatus {
   bool right = false;
-  std::string name;  ///< as the line shows it
+  std::string name;  ///< as displayed
 
   bool operator==(const DeviceStatus&) const = default;
 };
 
-/// The guard's input: the latest state of the audio server and of the desktop, kept up to date
-/// elsewhere. Any thread; never blocks.
+/// The guard's input: the latest state of the audio server and the desktop. Any thread; never
+/// blocks.
 class GuardInputs {
  public:
   virtual ~GuardInputs() = default;
@@ -33,12 +33,12 @@ class GuardInputs {
   /// answer. Called on the main queue.
   virtual void requestMicrophoneAccess(dispatch::Task answered) = 0;
 
-  /// Whether the user was asked for that answer, else it stood before. On the main queue.
+  /// Whether the user was asked for that answer; false if it was stored before. Main queue.
   virtual bool hasAskedUser() const = 0;
 };
 
-/// What stands in front of the menu and the pages. Where several are set, the microphone screen
-/// covers the guard, and the guard the check.
+/// The screens in front of the menu and the pages. If several are set, the microphone screen covers
+/// the guard, and the guard covers the check.
 struct GuardState {
   bool checking = false;
   bool guard = false;
@@ -49,8 +49,8 @@ struct GuardState {
   DeviceStatus input;
   bool hasServer = true;  ///< an audio server runs; as of the last refresh
 
-  bool settingUp = false;              ///< the button has been pressed and the device is on its way
-  std::string_view setUpFailureKey{};  ///< why the last attempt failed; empty when it did not
+  bool settingUp = false;              ///< the button was pressed; the device is being set up
+  std::string_view setUpFailureKey{};  ///< why the last attempt failed; empty if it did not fail
 
   bool operator==(const GuardState&) const = default;
 };
@@ -65,10 +65,10 @@ class GuardScreens {
   /// Makes `state` visible, and lays out.
   virtual void apply(const GuardState& state) = 0;
 
-  /// Whatever page is open is left for the menu, which something in front still hides.
+  /// Switches from any open page to the menu, which is still covered.
   virtual void leavePages() = 0;
 
-  /// All is right: the menu. Also under the splash.
+  /// Shows the menu; also while the splash is up.
   virtual void showMenu() = 0;
 
   /// Ends every stream and attempt; the guard or the microphone screen follows.
@@ -78,18 +78,18 @@ class GuardScreens {
   virtual void lendDevice() = 0;
 };
 
-/// Keeps the user away from the menu until the microphone is allowed and both default devices
-/// are right, and leads back there when they no longer are. Confined to the main queue; its polls
-/// tick on the utility queue, and hop.
+/// Blocks the menu until the microphone is allowed and both default devices are right, and blocks
+/// it again when they no longer are. Confined to the main queue; polls run on the utility queue and
+/// post their results to the main queue.
 class GuardFlow {
  public:
-  /// `scheduler` and `screens` outlive the flow; `inputs` is also held by ticks under way.
+  /// `scheduler` and `screens` outlive the flow; `inputs` is shared with running polls.
   GuardFlow(dispatch::Scheduler& scheduler, std::shared_ptr<GuardInputs> inputs,
             GuardScreens& screens);
   ~GuardFlow();
 
-  /// The check at start-up; with the splash still up it only clears the front, and is called
-  /// again when the splash is gone.
+  /// The check at start-up. While the splash is up it only clears the screens in front; call it
+  /// again once the splash is gone.
   void setupAudioCheckFlow();
 
   /// Watches the default devices from now on. A change for the worse stops every session.
@@ -108,9 +108,9 @@ class GuardFlow {
 
   /// The guard's button, and `--set-up`: has the device created and made the default.
   void setUp();
-  /// The device is there, and default at the server; the news may still be on its way here.
+  /// The server has the device as its default; `inputs` may not show it yet.
   void onSetUp();
-  /// `key` names the text that says why.
+  /// `key` is the text of the reason.
   void onSetUpFailed(std::string_view key);
 
   const GuardState& state() const { return state_; }

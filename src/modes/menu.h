@@ -31,7 +31,7 @@ class Menu {
     askToStop([this] { stopAndShowMenu(); });
   }
 
-  /// Runs `stop`: at once, or when the user has confirmed it while phones listen.
+  /// Runs `stop` at once, or, while phones listen, after the user's confirmation.
   void askToStop(std::function<void()> stop);
 
   /// Phones on the network, and the one on the cable.
@@ -39,7 +39,7 @@ class Menu {
     return parts_.wifi.clientCount() + (parts_.cable.hasChannel() ? 1 : 0);
   }
 
-  /// Ends both modes and everything that they have posted. Which page follows is the caller's.
+  /// Ends both modes and all their posted work. The caller chooses the next page.
   void stopAllSessions();
 
  private:

@@ -16,16 +16,16 @@ class ModesWindow {
   ModesWindow(const ModesWindow&) = delete;
   ModesWindow& operator=(const ModesWindow&) = delete;
 
-  /// Makes `page` the one in front, under whatever outranks it.
+  /// Makes `page` the current page; screens of higher rank still cover it.
   virtual void open(Page page) = 0;
 
-  /// Shows `page`, which differs from what was shown before, and lays out.
+  /// Shows `page` and updates the layout. Called only for changes.
   virtual void showWiFiPage(const WiFiPage& page) = 0;
 
-  /// A line of the console.
+  /// Adds a line to the console.
   virtual void presentMessage(const QString& text, bool isStatus) = 0;
 
-  /// A sheet on the window, which is shown for it; `stop` runs when the user confirms.
+  /// Asks in a sheet on the window, which is shown if hidden; `stop` runs when the user confirms.
   virtual void confirmStop(std::function<void()> stop) = 0;
 
  protected:

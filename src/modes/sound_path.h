@@ -24,8 +24,8 @@ class SoundPath {
   SoundPath(const SoundPath&) = delete;
   SoundPath& operator=(const SoundPath&) = delete;
 
-  /// `changed` runs when the running sound has carried nothing for some seconds, and when it
-  /// carries something again.
+  /// `changed` runs when the running stream has been silent for some seconds, and when sound
+  /// returns.
   void setOnSilence(std::function<void(bool silent)> changed) { onSilence_ = std::move(changed); }
 
   void start();
@@ -33,7 +33,7 @@ class SoundPath {
 
   bool isSilent() const { return silence_.isSilent(); }
 
-  /// The largest sample, without its sign, since the last call. Any thread.
+  /// The largest absolute sample since the last call. Any thread.
   float takePeak() { return silence_.detector()->takePeak(); }
 
  private:

@@ -42,18 +42,18 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
   WiFiMode(dispatch::Scheduler& scheduler, Parts parts);
   ~WiFiMode() override;
 
-  /// The port that the page's field holds; checked when the server starts. Where the page is open
-  /// the server moves there.
+  /// Sets the text of the port field; validated when the server starts. If the page is open, the
+  /// server moves to that port.
   void setPort(const QString& port);
   const QString& port() const { return state_.port; }
 
   /// What the page shows.
   const WiFiPage& page() const { return shown_; }
 
-  /// Opens the page, and starts the server and the sound where there is an address.
+  /// Opens the page; starts the server and the sound if there is an address.
   void enter();
 
-  /// Ends the server and everything posted. The sound is the caller's, and the watch.
+  /// Stops the server and drops posted work. The caller stops the sound and the watch.
   void leave();
   void stopIPWatch() { watch_.stopIPWatch(); }
 
@@ -62,7 +62,7 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
   std::size_t clientCount() const { return server_.clientCount(); }
 
   // What the user does on the page:
-  void chooseNetwork(const QString& address);  ///< one that is not there is taken when it comes
+  void chooseNetwork(const QString& address);  ///< if missing, used once it appears
   void disconnectPhone(const QString& endpoint);
   void retry();
   void useOtherPort();  ///< the free one that the page offers

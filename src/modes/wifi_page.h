@@ -15,7 +15,7 @@
 
 namespace quorin::app {
 
-/// What the Wi-Fi page has to show. Whether it is visible at all is not decided here.
+/// The content of the Wi-Fi page; its visibility is decided elsewhere.
 struct WiFiPage {
   enum class Content {
     kCode,     ///< the code to scan, with the address and the status beneath
@@ -41,8 +41,8 @@ struct WiFiPage {
   QString port = QString::number(wire::kDefaultPort);
   std::optional<std::uint16_t> otherPort{};  ///< of a problem: one that is free
 
-  QString codeText{};           ///< what the code says: address, colon, port
-  pictures::PicturePtr code{};  ///< none until there was something to encode
+  QString codeText{};           ///< the code's content: address, colon, port
+  pictures::PicturePtr code{};  ///< none until there is something to encode
 
   bool operator==(const WiFiPage&) const = default;
 };
@@ -66,13 +66,13 @@ struct WiFiState {
   bool isRunning = false;
   std::optional<ServerProblem> problem;
   std::vector<wifi::Client> clients;
-  bool hasRefused = false;  ///< a phone, since all places are taken
+  bool hasRefused = false;  ///< a phone was refused: the client limit is reached
 };
 
 /// The line above the dots.
 QString statusText(const WiFiState& state, const Texts& texts);
 
-/// The page but for its code.
+/// The page without its code.
 WiFiPage describe(const WiFiState& state, const Texts& texts);
 
 }  // namespace quorin::app

@@ -11,21 +11,21 @@
 
 namespace quorin::panel {
 
-/// What the capture thread does with each chunk. It owns or borrows for the length of one
-/// broadcast all that it touches, so that the server may stop, start or go away meanwhile; in
-/// steady state it neither allocates nor waits.
+/// Sends each chunk on the capture thread. Owns what it uses, or locks it for one broadcast, so the
+/// server may stop, start or be destroyed meanwhile. In steady state it neither allocates nor
+/// waits.
 struct AudioBroadcast {
-  /// Half of what a chunk lasts. With more clients than this allows the capture would fall behind;
-  /// each chunk then reaches only some of them, in turn.
+  /// Half a chunk. If sending to all clients would take longer, the capture would fall behind; each
+  /// chunk then goes to only some of them, in turn.
   static constexpr std::chrono::milliseconds kMaxDuration{10};
 
   const dispatch::Scheduler& scheduler;
   std::weak_ptr<DatagramSocket> socket;
   std::shared_ptr<const Recipients> recipients;
   std::shared_ptr<Statistics> statistics;
-  std::size_t next = 0;  ///< whose turn it is
+  std::size_t next = 0;  ///< index of the next recipient
 
-  /// Sends the chunk as it is to everybody; without anybody it is dropped and not counted.
+  /// Sends the chunk unchanged to all clients; without clients it is dropped and not counted.
   void broadcastAudio(wire::AudioChunkView chunk) {
     const auto everybody = recipients->load();
     const auto ownSocket = socket.lock();

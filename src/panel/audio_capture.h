@@ -31,8 +31,8 @@ class AudioCapture {
 
 using CaptureFactory = std::function<std::unique_ptr<AudioCapture>()>;
 
-/// Captures the default input device of `server` where that is the right one; both must outlive
-/// what is made. Where it does not start, or the audio server ends it, it is started again.
+/// Captures the default input device of `server` if it is the virtual one; both arguments must
+/// outlive the result. A capture that fails to start, or that the audio server ends, is retried.
 CaptureFactory captureFrom(dispatch::Scheduler& scheduler, audio::AudioServer& server);
 
 /// The same with engines from elsewhere.

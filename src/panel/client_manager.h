@@ -19,12 +19,12 @@ namespace quorin::panel {
 using RecipientList = std::vector<wire::Endpoint>;
 using Recipients = dispatch::Snapshot<RecipientList>;
 
-/// The clients by their keys and when each was last heard. Main queue only; other threads read the
-/// published `recipients`.
+/// The clients by key, with the time of each client's last message. Main queue only; other threads
+/// read the published `recipients`.
 class ClientManager {
  public:
   static constexpr std::chrono::seconds kCleanupInterval{5};
-  static constexpr std::chrono::seconds kInactivityLimit{10};  ///< longer silence removes
+  static constexpr std::chrono::seconds kInactivityLimit{10};  ///< removed after this silence
 
   using CountHandler = std::function<void(int count, const std::vector<std::string>& keys)>;
 
@@ -32,8 +32,8 @@ class ClientManager {
   ClientManager(dispatch::Scheduler& scheduler, log::PrintLine print);
 
   /// `handler` runs on a later turn of the main queue, with the table as it was when it changed,
-  /// also when this object is gone by then. One notice is pending at a time: changes during that
-  /// time are reported together, so that a flood of clients costs little.
+  /// even if this object is gone by then. Only one notice is pending at a time: later changes join
+  /// it, so that a flood of clients costs little.
   void setOnClientCountChanged(CountHandler handler);
 
   void addClient(const std::string& key);     ///< reports a key that was absent
@@ -43,7 +43,7 @@ class ClientManager {
   std::vector<std::string> getClients() const { return table_->keys(); }
   int clientCount() const { return static_cast<int>(table_->clients.size()); }
 
-  /// Follows the table on the next turn of the main queue. Any thread; outlives this object.
+  /// Updated one turn of the main queue after the table. Any thread; may outlive this object.
   std::shared_ptr<const Recipients> recipients() const { return recipients_; }
 
  private:

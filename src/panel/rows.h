@@ -7,7 +7,7 @@
 #include <QVBoxLayout>
 #include <QWidget>
 
-/// What the panel's bands and boxes are made of. Each row carries its whole text as its accessible
+/// The elements of the panel's bands and boxes. Each row carries its whole text as its accessible
 /// name, so that a screen reader says label and value together; symbols and dots decorate a text
 /// beside them and have none.
 namespace quorin::panel {
@@ -43,7 +43,7 @@ app::NonInteractiveImageView* makeSymbol(const QString& name, int side, const QC
 /// A label on the left and a value on the right that may change.
 class ValueRow : public QWidget {
  public:
-  /// `mark` stands before the label; none for null.
+  /// `mark` is placed before the label; may be null.
   ValueRow(QWidget* mark, const QString& label, const QString& value, const LabelLook& valueLook);
 
   void setValue(const QString& value);

@@ -19,8 +19,8 @@
 
 namespace quorin::panel {
 
-/// A UDP audio server of its own, with its own socket, clients and capture: every captured chunk
-/// goes at once to everybody who sent any text within the last 10 s. Main queue only.
+/// A UDP audio server of its own, with its own socket, clients and capture: each captured chunk is
+/// sent at once to every client that sent any text within the last 10 s. Main queue only.
 class UDPAudioServer {
  public:
   static constexpr std::chrono::seconds kStatisticsInterval{5};
@@ -35,7 +35,7 @@ class UDPAudioServer {
     std::uint16_t port = wire::kDefaultPort;
   };
 
-  /// What others show of it.
+  /// The state for display.
   struct Published {
     bool isRunning = false;
     std::string localIP = "0.0.0.0";  ///< "127.0.0.1": none found
@@ -43,11 +43,11 @@ class UDPAudioServer {
     int clientCount = 0;
     Rates rates;
     std::vector<std::string> connectedClients;
-    std::string startFailure;  ///< why it does not run, for the user; empty when it was stopped
+    std::string startFailure;  ///< why it did not start, for the user; else empty
   };
 
-  /// Looks the local address up, once and for all; binds and starts nothing. `scheduler` must
-  /// outlive the server.
+  /// Looks up the local address once; binds and starts nothing. `scheduler` must outlive the
+  /// server.
   UDPAudioServer(dispatch::Scheduler& scheduler, Parts parts);
 
   const Published& published() const { return published_; }
@@ -58,8 +58,8 @@ class UDPAudioServer {
   /// `isRunning` follows on the next turn of the main queue.
   void start();
 
-  /// At any time. The published values follow on the next turn of the main queue; from now on none
-  /// of what was under way changes them.
+  /// May be called at any time. The published values follow on the next turn of the main queue;
+  /// work in progress no longer changes them.
   void stop();
 
  private:
@@ -72,7 +72,7 @@ class UDPAudioServer {
   void handleClientCountChange(int count, const std::vector<std::string>& keys);
   void startFailed(const SocketError& error);
 
-  /// Changes what is published and says so.
+  /// Changes the published values and notifies.
   template <typename Change>
   void publish(Change change) {
     change(published_);

@@ -47,13 +47,13 @@ class DatagramSocket {
   /// Binds and begins to receive. Once, on the main queue.
   virtual std::expected<void, SocketError> start() = 0;
 
-  /// Any thread; never waits and allocates nothing. Silent when it fails: closed, refused.
+  /// Any thread; never waits and allocates nothing. Errors (closed, refused) are ignored.
   virtual void send(std::span<const std::byte> bytes, const wire::Endpoint& address) = 0;
 
   /// Main queue. When it returns the port is free.
   virtual void close() = 0;
 
-  /// Silent as well for a malformed key.
+  /// Malformed keys are ignored too.
   void send(std::string_view text, std::string_view key);
 
  protected:
@@ -66,15 +66,14 @@ std::optional<wire::Endpoint> resolveClientKey(std::string_view key);
 
 /// A UDP socket on all local IPv4 addresses, read by a blocking loop on a queue of its own.
 ///
-/// Ignored are datagrams that are empty, are no UTF-8, or that no phone can have sent: without a
-/// port, from addresses that are no host's, or from this very socket, which would answer itself.
+/// Ignores datagrams that are empty, not UTF-8, or cannot come from a phone: without a source port,
+/// from an address that is not a host's, or from this socket itself (a reply would loop).
 class UDPSocket final : public DatagramSocket {
  public:
   static constexpr std::size_t kReceiveBytes = 1024;  ///< a longer datagram is cut to these
   static constexpr int kSocketBufferBytes = 1024 * 1024;
   static constexpr std::chrono::milliseconds kReceiveTimeout{1000};
-  /// Datagrams handed to the main queue and not yet handled; more are dropped, so that a flood
-  /// costs no memory.
+  /// Max datagrams pending on the main queue; more are dropped, so that a flood costs no memory.
   static constexpr int kMaxPending = 1024;
 
   /// `scheduler` must outlive it. Port 0 means any that is free.
@@ -100,8 +99,8 @@ class UDPSocket final : public DatagramSocket {
   log::PrintLine print_;
   std::uint16_t port_;
 
-  /// Of `socket_`. Shared by those who send, so that they never wait for each other; taken alone to
-  /// open and close. The receive loop needs none: it has ended before the descriptor is closed.
+  /// Guards `socket_`. Shared for sending, so that senders never wait for each other; exclusive for
+  /// open and close. The receive loop needs no lock: it ends before the descriptor is closed.
   std::shared_mutex socketMutex_;
   std::optional<network::DatagramSocket> socket_;
   std::atomic<bool> isListening_ = false;
@@ -110,7 +109,7 @@ class UDPSocket final : public DatagramSocket {
   std::unique_ptr<dispatch::SerialQueue> receiveQueue_;
 };
 
-/// The real thing, whose receive errors go to the console.
+/// A real `UDPSocket`; its receive errors go to the console.
 std::shared_ptr<DatagramSocket> makeUDPSocket(dispatch::Scheduler& scheduler, std::uint16_t port);
 
 }  // namespace quorin::panel

@@ -10,7 +10,7 @@
 
 namespace quorin::audio {
 
-/// Whether this program may record, as far as the audio server has said.
+/// Whether this program may record, as last reported by the audio server.
 enum class RecordingAccess : std::uint8_t {
   kUnknown,  ///< not asked yet, or no server to ask
   kGranted,  ///< a recording was started
@@ -22,21 +22,21 @@ using SourceTest = std::function<bool(const Device& source)>;
 
 /// The program's one connection to the audio server. Lives longer than its engines.
 ///
-/// A server that is not there, or dies, is looked for again by itself, in growing steps of up to
-/// 4 s; until it is back there are no devices.
+/// Reconnects by itself to a server that is missing or dies, with a backoff of up to 4 s; until
+/// then there are no devices.
 class AudioServer {
  public:
   virtual ~AudioServer() = default;
   AudioServer(const AudioServer&) = delete;
   AudioServer& operator=(const AudioServer&) = delete;
 
-  /// The latest state, without asking the server. Any thread; never waits for the server.
+  /// The cached state. Any thread; never waits for the server.
   virtual DefaultDevices defaultDevices() const = 0;
   virtual RecordingAccess recordingAccess() const = 0;
 
-  /// `handler` runs on `queue` after `defaultDevices` or `recordingAccess` changed, also if that
-  /// was before it was set; changes that follow each other closely coalesce. One handler at a time,
-  /// replaced on `queue`.
+  /// `handler` runs on `queue` after `defaultDevices` or `recordingAccess` changed, also for a
+  /// change before it was set; quick successive changes coalesce. Only one handler; replace it on
+  /// `queue`.
   virtual void setChangeHandler(dispatch::Queue& queue, dispatch::Task handler) = 0;
 
   /// An engine that records the default source while `accepts` it, and nothing else.
@@ -47,8 +47,8 @@ class AudioServer {
 };
 
 /// The user's server: PulseAudio, or PipeWire's stand-in for it (`PULSE_SERVER` is honoured).
-/// Returns at once: the connection comes about on a thread of its own, which takes real-time
-/// priority where it may have it (`backgroundQueue` asks rtkit for it), and goes on without.
+/// Returns at once and connects on a thread of its own, with real-time priority if the system
+/// grants it (`backgroundQueue` asks rtkit).
 std::unique_ptr<AudioServer> connectToAudioServer(dispatch::Queue& backgroundQueue);
 
 }  // namespace quorin::audio

@@ -13,9 +13,9 @@ namespace quorin::audio {
 
 /// Turns sound of one format into mono sound of another rate, block by block.
 ///
-/// Mono is the mean of the channels. A frame whose mean is no audible number (not finite, beyond
-/// 1e20, or below 1e-20 in size, which would only slow the filter down) counts as silence, so that
-/// one broken sample does not spoil the frames around it. Confined to one thread at a time.
+/// Mono is the mean of the channels. A frame whose mean is not finite, above 1e20 or below 1e-20 in
+/// magnitude (denormals would slow the filter down) counts as silence, so that one broken sample
+/// does not corrupt the frames around it. Confined to one thread at a time.
 class SampleConverter {
  public:
   enum class Status : std::uint8_t {
@@ -35,8 +35,8 @@ class SampleConverter {
   SampleConverter(const SampleConverter&) = delete;
   SampleConverter& operator=(const SampleConverter&) = delete;
 
-  /// Takes all of `input`, which must have the format the converter was made for, and gives at
-  /// most `capacity` frames. What does not fit is lost, so that latency cannot creep.
+  /// Consumes all of `input`, which must have the converter's input format, and outputs at most
+  /// `capacity` frames. The excess is lost, so that latency cannot creep.
   ///
   /// Allocates nothing for blocks of up to 40 ms.
   virtual Result convert(const BufferView& input, std::size_t capacity) = 0;
@@ -47,7 +47,7 @@ class SampleConverter {
   SampleConverter() = default;
 };
 
-/// Gives none when the formats cannot be converted. `to` is mono.
+/// Returns null if the formats cannot be converted. `to` is mono.
 using ConverterFactory =
     std::function<std::unique_ptr<SampleConverter>(const Format& from, const Format& to)>;
 

@@ -14,13 +14,13 @@ struct Error {
 };
 
 /// Records the default input device, as long as that is one it accepts. Confined to the queue that
-/// made it, but for the tap.
+/// made it, except the tap.
 ///
 /// Idle -> installTap -> start -> running -> (removeTap, stop) -> idle.
 ///
-/// Running, it follows the default input to another accepted device within 100 ms, delivers nothing
-/// while the default is not accepted, and goes on by itself when the device, the permission or the
-/// server is back.
+/// While running, it follows the default input to another accepted device within 100 ms, delivers
+/// nothing while the default is not accepted, and resumes by itself when the device, the permission
+/// or the server returns.
 class AudioEngine {
  public:
   /// Runs on the audio server's thread, never concurrently with itself, once per block; must not

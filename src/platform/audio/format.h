@@ -7,8 +7,8 @@
 
 namespace quorin::audio {
 
-/// How sound is sampled. Samples are always 32-bit float, interleaved, in the machine's byte
-/// order. Channels 0 means that there is nothing to sample.
+/// A sample format. Samples are always 32-bit float, interleaved, in native byte order. 0 channels:
+/// no device.
 struct Format {
   unsigned sampleRate = 0;  ///< frames a second
   unsigned channels = 0;

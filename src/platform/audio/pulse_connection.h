@@ -22,8 +22,8 @@ class PulseConnection {
   /// All of these run on the audio server's thread, locked.
   struct Options {
     const char* applicationName = "Quorin Stream";
-    /// Look for the server again by itself, in growing steps of up to 4 s. Without it a connection
-    /// that fails or is lost stays so.
+    /// Reconnect automatically, with a backoff of up to 4 s. Otherwise a failed or lost connection
+    /// stays closed.
     bool reconnect = true;
     std::function<void()> onThread{};                 ///< once, first of all
     std::function<void(pa_context*)> connected{};     ///< for each connection, once it is ready
@@ -50,8 +50,8 @@ class PulseConnection {
     pa_threaded_mainloop* loop_;
   };
 
-  // The rest with the lock held. What waits gives it up meanwhile, and never runs on the audio
-  // server's thread.
+  // The following require the lock. Functions that wait release it meanwhile, and must not be
+  // called on the audio server's thread.
 
   /// The connection that is ready for use; null while there is none.
   pa_context* ready() const { return phase_ == Phase::kReady ? context_.get() : nullptr; }
@@ -60,13 +60,13 @@ class PulseConnection {
   /// Why the last attempt or connection failed, as libpulse puts it.
   std::string error() const { return ::pa_strerror(::pa_context_errno(context_.get())); }
 
-  /// Looks for the server now instead of at the next step. Only has an effect between attempts.
+  /// Tries to connect now instead of after the backoff. Only has an effect between attempts.
   void retryNow();
 
-  /// Waits until the connection is ready; false when the attempt has failed or `limit` is over.
+  /// Waits until the connection is ready; false when the attempt failed or after `limit`.
   bool waitUntilReady(std::chrono::milliseconds limit);
 
-  /// Waits until `condition` holds; false when `limit` has passed before. Looked at after each
+  /// Waits until `condition` holds; false when `limit` has passed before. Evaluated after each
   /// `changed` and after each callback of `run`.
   bool waitUntil(std::chrono::milliseconds limit, const std::function<bool()>& condition);
 
@@ -107,7 +107,7 @@ class PulseConnection {
 
   const Options options_;
   std::unique_ptr<pa_threaded_mainloop, FreeLoop> loop_;
-  /// The last one stays until the next attempt.
+  /// Kept after a failure, until the next attempt.
   std::unique_ptr<pa_context, DropContext> context_;
   Phase phase_ = Phase::kLost;
   std::chrono::milliseconds backoff_;

@@ -16,11 +16,11 @@ struct PulseSource {
   pa_channel_map channelMap{};
 };
 
-/// Keeps the default devices known by asking the server at each of its notices of a change.
-/// On the audio server's thread, or with the connection locked.
+/// Tracks the default devices by querying the server on each change notification. On the audio
+/// server's thread, or with the connection locked.
 class PulseDevices {
  public:
-  /// `published` is called with every fresh answer, changed or not.
+  /// `published` runs with every complete answer, changed or not.
   explicit PulseDevices(std::function<void(const DefaultDevices&)> published)
       : published_(std::move(published)) {}
 

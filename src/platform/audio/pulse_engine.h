@@ -15,7 +15,7 @@ namespace quorin::audio {
 class PulseServer;
 struct PulseSource;
 
-/// A recording by name, which no mixer can move: where the default goes, it decides to go too.
+/// Records a source by name in a stream that mixers cannot move; follows the default source itself.
 class PulseEngine : public AudioEngine {
  public:
   PulseEngine(PulseServer& server, SourceTest accepts);
@@ -36,7 +36,7 @@ class PulseEngine : public AudioEngine {
     void operator()(pa_stream* stream) const;
   };
 
-  /// What the tap gets. With the connection locked.
+  /// The installed tap. With the connection locked.
   struct Tap {
     std::size_t wireFrames;  ///< wanted length, at 44100 Hz
     TapHandler handler;

@@ -31,8 +31,8 @@ class PulseServer : public AudioServer {
   void add(PulseEngine& engine) { engines_.push_back(&engine); }
   void remove(PulseEngine& engine) { std::erase(engines_, &engine); }
 
-  /// Looks for the server if there is none, and gives it `limit` to describe its devices. True when
-  /// they are known.
+  /// Connects to the server if necessary and waits up to `limit` for its devices. True when they
+  /// are known.
   bool waitForDevices(std::chrono::milliseconds limit);
 
   /// None when there is no default source.
@@ -60,7 +60,7 @@ class PulseServer : public AudioServer {
   // With the connection locked.
   PulseDevices devices_;
   std::vector<PulseEngine*> engines_;
-  bool missing_ = false;  ///< the server, and the log says so
+  bool missing_ = false;  ///< the server is missing, and this has been logged
 
   PulseConnection connection_;  ///< last: its thread uses all of the above
 };

@@ -7,7 +7,7 @@
 
 namespace quorin::audio {
 
-/// Cuts a stream of interleaved samples into blocks of one length, losing and doubling nothing.
+/// Cuts a stream of interleaved samples into blocks of fixed length, without loss or duplication.
 /// Allocates at construction only.
 class Reblocker {
  public:
@@ -19,7 +19,7 @@ class Reblocker {
   void push(std::span<const float> samples, auto&& deliver) {
     while (!samples.empty()) {
       if (pending_.empty() && samples.size() >= blockSize_) {
-        deliver(samples.first(blockSize_));  // straight from the source
+        deliver(samples.first(blockSize_));  // without a copy
         samples = samples.subspan(blockSize_);
         continue;
       }

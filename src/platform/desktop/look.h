@@ -6,15 +6,14 @@
 
 namespace quorin::desktop {
 
-/// How the user has the desktop show every program.
+/// The user's desktop-wide display settings.
 struct Look {
   double textScale = 1;
   bool highContrast = false;
 };
 
-/// Reports what the desktop's portal says of the look, and each change, until the result is
-/// destroyed; nothing without a portal. Main thread; never waits, provided that the session bus
-/// has been connected to.
+/// Reports the portal's settings and each change until the result is destroyed; nothing without a
+/// portal. Main thread; never waits, provided that the session bus is already connected.
 std::unique_ptr<QObject> watchLook(std::function<void(const Look&)> changed);
 
 }  // namespace quorin::desktop

@@ -16,14 +16,14 @@ namespace quorin::desktop {
 class PortalWatch;
 
 /// Whether this program may use the microphone, from the desktop's portal and from what the audio
-/// server says. Confined to the main queue but for `status`; nothing here waits for either.
+/// server says. Confined to the main queue except `status`; never waits for either.
 class MicrophonePermission {
  public:
   struct Options {
     Identity identity;
     std::string busAddress;  ///< where the portal is; empty: the user's session bus
-    /// Makes the audio server say whether it lets this program record, by starting a recording;
-    /// the answer comes through `reportRecording`. Called on the main queue; must not wait.
+    /// Finds out whether the audio server lets this program record, by starting a recording; the
+    /// answer comes through `reportRecording`. Called on the main queue; must not wait.
     dispatch::Task tryToRecord;
   };
 
@@ -35,11 +35,11 @@ class MicrophonePermission {
   /// start.
   AuthorizationStatus status() const { return status_.load(std::memory_order_acquire); }
 
-  /// Has the user asked where that has not happened yet; `answered` runs on the main queue when
+  /// Has the user asked, if that has not happened yet; `answered` runs on the main queue when
   /// `status` is no longer pending, never inside this call.
   void requestAccess(dispatch::Task answered);
 
-  /// Whether the user was asked for that answer, else it stood before. Main queue.
+  /// Whether the user was asked for that answer; false if it was stored before. Main queue.
   bool hasAskedUser() const { return hasAskedUser_; }
 
   /// The audio server's latest answer. A refusal, and an answer that is requested and pending, are

@@ -12,7 +12,7 @@ enum class StoredAnswer : std::uint8_t { kNone, kAsk, kYes, kNo };
 
 struct PortalAnswers {
   StoredAnswer stored = StoredAnswer::kNone;
-  bool lockedDown = false;  ///< microphones are switched off for everybody
+  bool lockedDown = false;  ///< microphones are disabled for all programs
 
   bool operator==(const PortalAnswers&) const = default;
 };
@@ -23,7 +23,7 @@ struct MicrophoneFacts {
   std::optional<bool> mayRecord{};      ///< the audio server's latest answer
 };
 
-/// What the user forbade comes first; outside a sandbox all that is not forbidden is allowed.
+/// A refusal always wins; outside a sandbox, everything not refused is allowed.
 AuthorizationStatus authorizationStatus(const MicrophoneFacts& facts);
 
 }  // namespace quorin::desktop

@@ -7,8 +7,8 @@
 
 namespace quorin::desktop {
 
-/// One notification of the desktop (org.freedesktop.Notifications), which later ones replace.
-/// Nothing happens where no desktop shows any. GUI thread; never waits.
+/// One desktop notification (org.freedesktop.Notifications); a later one replaces it. Does nothing
+/// without a notification service. GUI thread; never waits.
 class Notifier : public QObject {
   Q_OBJECT
 

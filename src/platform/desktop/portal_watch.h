@@ -15,8 +15,8 @@ class QDBusPendingCallWatcher;
 
 namespace quorin::desktop {
 
-/// Asks the desktop what it holds about this program and the microphone, and again whenever it
-/// says that something changed. Confined to its thread, which runs an event loop; never waits.
+/// Queries the desktop's stored microphone permission for this program, again after every change
+/// signal. Confined to its thread, which runs an event loop; never waits.
 class PortalWatch : public QObject {
   Q_OBJECT
 

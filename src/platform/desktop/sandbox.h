@@ -5,7 +5,7 @@
 
 namespace quorin::desktop {
 
-/// Under which name the desktop knows this program, and whether it keeps it in a sandbox.
+/// The desktop's name for this program, and whether it runs in a sandbox.
 struct Identity {
   std::string applicationId;
   bool sandboxed = false;
@@ -13,8 +13,8 @@ struct Identity {
   bool operator==(const Identity&) const = default;
 };
 
-/// `ownId` is the name of the desktop file, which counts outside a sandbox; `flatpakInfo` is where
-/// Flatpak describes its own.
+/// `ownId` is the desktop file's name, used outside a sandbox; `flatpakInfo` is the file in which
+/// Flatpak describes the application.
 Identity identify(std::string_view ownId, const std::string& flatpakInfo = "/.flatpak-info");
 
 }  // namespace quorin::desktop

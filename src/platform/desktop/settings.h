@@ -2,11 +2,11 @@
 
 #include <cstdint>
 
-/// The desktop's own settings pages. Tells the caller when there are none, so that it can say in
-/// words where to look.
+/// The desktop's own settings pages. Fails when there are none, so that the caller can describe
+/// where to look.
 namespace quorin::desktop {
 
-/// `kSound` is the outputs where a program has a page for each.
+/// `kSound` means the outputs, if the program has separate pages.
 enum class SettingsPage : std::uint8_t { kSound, kSoundInput, kMicrophonePrivacy };
 
 /// Opens the page in a program of its own, which outlives this one: the desktop's page, else a

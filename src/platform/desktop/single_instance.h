@@ -10,9 +10,9 @@
 
 namespace quorin::desktop {
 
-/// One running program a user: the first start holds a lock in the runtime folder for as long as
-/// it lives, and a later one hands what it was asked to do over to it, through a socket there. A
-/// start that finds no such folder is the first. Main thread.
+/// One running program a user: the first holds a lock in the runtime folder while it runs; a later
+/// start sends it its request through a socket there. Without a runtime folder every start is the
+/// first. Main thread.
 class SingleInstance {
  public:
   /// What a later start was asked to do.
@@ -30,11 +30,10 @@ class SingleInstance {
 
   bool isFirst() const { return isFirst_; }
 
-  /// Of the first: `handler` gets each request, on `main`, those included that came before this
-  /// call.
+  /// For the first: `handler` gets each request on `main`, including those from before this call.
   void serve(dispatch::Queue& main, std::function<void(const Request&, Answer)> handler);
 
-  /// Of a later start: waits for the answer, at most 10 s.
+  /// For a later start: sends the request and waits at most 10 s for the answer, which it returns.
   QString handOver(const QStringList& arguments);
 
  private:

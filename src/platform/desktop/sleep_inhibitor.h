@@ -7,14 +7,14 @@
 
 namespace quorin::desktop {
 
-/// Keeps the computer from suspending by itself. The user's own wish to suspend is not touched.
-/// Any thread; the desktop and logind are asked on the queue that may block.
+/// Keeps the computer from suspending by itself. The user can still suspend it. Any thread; D-Bus
+/// calls run on the background queue.
 class SleepInhibitor {
  public:
   /// `why` is what the desktop shows; the queue outlives this.
   SleepInhibitor(dispatch::Queue& background, QString why);
 
-  /// Holds, or lets go. The end of the program lets go as well.
+  /// Takes or releases the inhibitor. The end of the program releases it too.
   void hold(bool wanted);
 
  private:

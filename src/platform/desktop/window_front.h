@@ -6,9 +6,9 @@ class QWindow;
 
 namespace quorin::desktop {
 
-/// Puts a window that is shown in front and gives it the keyboard, as the wish of the user that
-/// `token` stands for: Wayland's activation token or X11's startup id; may be empty. On X11 it
-/// also ends the launcher's waiting for a window. GUI thread.
+/// Puts a window that is shown in front and gives it the keyboard, on behalf of the user action
+/// identified by `token`: Wayland's activation token or X11's startup id; may be empty. On X11 it
+/// also ends the launcher's startup notification. GUI thread.
 void bringToFront(QWindow& window, const QString& token);
 
 /// X11's own tray, which needs no D-Bus, is there. GUI thread.

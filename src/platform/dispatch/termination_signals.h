@@ -8,9 +8,9 @@
 
 namespace quorin::dispatch {
 
-/// Turns SIGINT and SIGTERM into a call on a queue, so that the program ends in the ordinary way:
-/// sockets closed, threads joined. One at a time in a process; a second signal while the first is
-/// being handled ends the process at once.
+/// Turns SIGINT and SIGTERM into a call on a queue, so that the program ends normally: sockets
+/// closed, threads joined. One at a time in a process; a second signal while the first is being
+/// handled ends the process at once.
 class TerminationSignals {
  public:
   /// `onTerminate` runs on `queue`, once.

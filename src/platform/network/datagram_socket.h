@@ -15,7 +15,7 @@ namespace quorin::network {
 ///
 /// A server has one socket that is bound to its port, and one more for each peer, on the same port
 /// and connected. What a connected peer sends arrives on its own socket, everything else on the
-/// server's. Undeliverable datagrams are charged to that peer's socket alone, which also reports
+/// server's. Undeliverable datagrams fill only that peer's send buffer; its socket also reports
 /// ECONNREFUSED.
 class DatagramSocket {
  public:
