@@ -44,6 +44,7 @@ endif()
 if(QUORIN_SANITIZE)
   add_compile_options(-fsanitize=${QUORIN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${QUORIN_SANITIZE})
+  add_compile_definitions(QUORIN_SANITIZED) # its own allocator, and all is slow
 endif()
 if(QUORIN_COVERAGE)
   add_compile_options(--coverage)

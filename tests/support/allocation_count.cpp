@@ -9,14 +9,6 @@ constinit thread_local std::size_t allocations = 0;
 
 }  // namespace
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define QUORIN_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define QUORIN_SANITIZED 1
-#endif
-#endif
-
 #ifdef QUORIN_SANITIZED
 #include <sanitizer/allocator_interface.h>
 #else
