@@ -95,6 +95,7 @@ struct Memory {
   Defaults former{};           ///< what was default before the first loan
   Holds held = kBoth;          ///< defaults that the user has not taken back
   bool playsHere = false;      ///< wanted
+  bool isAsked = false;        ///< for the device, by a command that has no answer yet
   bool hasLent = false;        ///< something is to be given back
   bool ownsDevice = false;     ///< it goes with the loan; else it was there before
 };
@@ -117,6 +118,7 @@ class Service {
       isLent_ = false;
       sayFailed(error);
     }
+    memory_.isAsked = false;
     if (isLent_ && memory_.playsHere) playHere();
     return isLent_;
   }
@@ -128,6 +130,7 @@ class Service {
       // A server that has just started may need some attempts.
       const auto commands =
           isLent_ ? input.read(kForever, client_.changes()) : input.read(kRetryInterval);
+      memory_.isAsked = std::ranges::count(commands, "lend") > 0;
       for (const auto& command : commands) obey(command);
       if (!isLent_) lend();
     }
@@ -299,10 +302,9 @@ bool serve(Duty duty, const std::filesystem::path& formerDefaults) {
       service.giveBack();
       return hasBegun;
     } catch (const Error& error) {
-      if (!hasBegun && !input.hasEnded()) {
-        sayFailed(error);
-        input.end();
-      }
+      const bool hasFailed = !hasBegun && !input.hasEnded();
+      if (hasFailed) input.end();
+      if (hasFailed || std::exchange(memory.isAsked, false)) sayFailed(error);
       if (input.hasEnded()) {
         if (!memory.hasLent) return hasBegun;
         const auto now = std::chrono::steady_clock::now();
