@@ -11,9 +11,9 @@
 
 namespace quorin::stream {
 
-/// The chunks waiting to be sent, oldest first: the one place where the capture's thread and the
-/// pacing meet. Any thread; allocates nothing after construction. Its lock is held for the copy of
-/// one chunk and lends priority to its holder.
+/// The chunks waiting to be sent, oldest first: passes them from the capture thread to the pacing
+/// queue. Any thread; allocates nothing after construction. Its lock is held for one chunk copy
+/// only and has priority inheritance.
 ///
 /// Bounded so that latency cannot creep: an append that leaves more than `kAudioMaxQueueFrames`
 /// chunks (200 ms) keeps only the `kKeptOnOverflow` newest (40 ms).
@@ -25,13 +25,13 @@ class AudioFrameQueue {
   /// True when the last `take` found none.
   bool append(wire::AudioChunkView samples, dispatch::TimePoint arrived);
 
-  /// Copies the oldest chunk out and says when it arrived; none when nothing waits, and then the
-  /// next `append` says so.
+  /// Copies out the oldest chunk and returns its arrival time; none when empty, and then the next
+  /// `append` returns true.
   std::optional<dispatch::TimePoint> take(wire::AudioChunk& samples);
 
   void clear();
 
-  /// Chunks that overflows have thrown away, since construction.
+  /// Chunks discarded by overflows since construction.
   std::size_t overflowed() const;
 
  private:
@@ -39,7 +39,7 @@ class AudioFrameQueue {
     dispatch::TimePoint arrived;
     wire::AudioChunk samples;
   };
-  // One slot more than may wait: an append comes before the cut.
+  // One slot more than the limit: `append` adds before it cuts.
   using Slots = std::array<Slot, kAudioMaxQueueFrames + 1>;
 
   void removeOldest(std::size_t count) REQUIRES(mutex_);

@@ -12,12 +12,12 @@
 
 namespace quorin::stream {
 
-/// The way of the sound from the capture thread to the transports: a short queue, and a timer that
-/// takes one chunk out of it every 20 ms.
+/// Carries the sound from the capture thread to the transports: a short queue, and a timer that
+/// takes one chunk from it every 20 ms.
 ///
 /// Made, and its public operations called, on the main queue except where noted. From `offer` to
-/// the send nothing allocates, and nothing waits for the interface. Capture must have ended when
-/// it is destroyed.
+/// the send nothing allocates or waits for the user interface. Capture must have ended when it is
+/// destroyed.
 class AudioSender {
  public:
   using Transports = std::vector<Transport*>;
@@ -25,7 +25,7 @@ class AudioSender {
   /// `queue` paces the sound; it and the transports, the preferred one first, outlive the sender.
   AudioSender(dispatch::Scheduler& scheduler, dispatch::SerialQueue& queue, Transports transports);
 
-  /// Nothing is sent any more, and no transport is touched again.
+  /// Afterwards nothing is sent and no transport is used.
   ~AudioSender() { audioFrameQueueSerial_.end(); }
 
   static std::unique_ptr<dispatch::SerialQueue> makeQueue(dispatch::Scheduler& scheduler);
@@ -38,18 +38,17 @@ class AudioSender {
   /// while the timer runs already.
   void startAudioSendTimer();
 
-  /// Ends that, and in every case throws away all that waits.
+  /// Stops the timer; always discards all waiting chunks.
   void stopAudioSendTimer();
 
-  /// Throws away all that waits. A listener that a transport takes on after this call gets nothing
-  /// of it.
+  /// Discards all waiting chunks. A listener added after this call receives none of them.
   void clearAudioFrames() { audioFrameQueue_.clear(); }
 
   /// Since construction; for diagnosis and tests. Any thread.
   struct Counters {
     std::uint64_t sent = 0;             ///< chunks handed to a transport
-    std::uint64_t lateTicks = 0;        ///< chunks that were waited for
-    std::uint64_t starvedTicks = 0;     ///< waits without a chunk
+    std::uint64_t lateTicks = 0;        ///< chunks that arrived after their tick
+    std::uint64_t starvedTicks = 0;     ///< waits that ended without a chunk
     std::uint64_t overflowed = 0;       ///< chunks cut from a full queue
     std::uint64_t withoutListener = 0;  ///< chunks whose tick found no listener
   };

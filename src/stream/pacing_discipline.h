@@ -9,23 +9,23 @@
 
 namespace quorin::stream {
 
-/// Decides when the send timer looks for a chunk. Pure; confined to the pacing queue.
+/// Decides when the send timer checks for a chunk. Pure; confined to the pacing queue.
 ///
-/// One chunk leaves at each tick, every 20 ms. A tick that finds none waits for it, `kLeeway` at
-/// most. After that its chunk is overdue, and while chunks are, there is a second look halfway to
-/// the next tick: a late chunk delays few others, and the ticks stay where they are.
+/// One chunk leaves at each tick, every 20 ms. A tick without a chunk waits for it, at most
+/// `kLeeway`. After that its chunk is overdue; while any are, the queue is also checked halfway
+/// between ticks, so that a late chunk delays few others and the ticks stay in place.
 ///
-/// The ticks follow the capture's clock by the second shortest wait of the last 400 (8 s): one
-/// accident moves nothing, chunks that keep coming late get room. That wait is held at `kHeadroom`;
-/// it shrinks where the capture's clock runs slow and grows where it runs fast.
+/// The ticks follow the capture's clock by the second shortest wait of the last 400 (8 s): a single
+/// outlier has no effect, repeated lateness does. That wait is held at `kHeadroom`; it shrinks
+/// where the capture's clock runs slow and grows where it runs fast.
 class PacingDiscipline {
  public:
   using Duration = dispatch::Duration;
   using TimePoint = dispatch::TimePoint;
 
-  /// How long before its tick the latest chunk should be there.
+  /// How long before its tick the latest chunk should arrive.
   static constexpr Duration kHeadroom = std::chrono::milliseconds(3);
-  /// How long a look waits for a chunk.
+  /// Max wait for a late chunk.
   static constexpr Duration kLeeway = std::chrono::milliseconds(5);
   /// The largest step of a tick, while a new stream is aligned.
   static constexpr Duration kMaxStep = std::chrono::milliseconds(10);
@@ -34,13 +34,13 @@ class PacingDiscipline {
 
   explicit PacingDiscipline(TimePoint firstTick = {}) : tick_(firstTick) {}
 
-  /// When to look at the queue next.
+  /// When to check the queue next.
   TimePoint nextLook() const;
 
-  /// Whether a chunk that arrives before then is to be looked for at once.
+  /// Whether to check the queue as soon as a chunk arrives.
   bool isWaiting() const { return waiting_; }
 
-  /// The queue was looked at `now` and gave the chunk that had `arrived`, or none.
+  /// Reports a check of the queue at `now`: it gave the chunk that `arrived` then, or none.
   void looked(TimePoint now, std::optional<TimePoint> arrived);
 
  private:
@@ -52,12 +52,12 @@ class PacingDiscipline {
   Duration shift();
 
   TimePoint tick_;           ///< the latest, or the next
-  bool waiting_ = false;     ///< beyond a look that found none
+  bool waiting_ = false;     ///< the last check found none; waiting up to `kLeeway`
   bool halfway_ = false;     ///< the look is the one after `tick_`
   bool aligning_ = false;    ///< by steps
-  bool sent_ = false;        ///< the look before found a chunk
+  bool sent_ = false;        ///< the previous check found a chunk
   std::size_t overdue_ = 0;  ///< chunks whose tick has passed
-  /// How long chunks waited, less what the ticks had moved by then: the capture's part alone.
+  /// How long chunks waited, minus the movement of the ticks: the capture's jitter and drift alone.
   std::array<Duration, 400> waits_{};
   std::size_t count_ = 0;  ///< chunks measured since the stream began
   Duration moved_{0};      ///< of the ticks, since then

@@ -4,8 +4,8 @@
 
 namespace quorin::stream {
 
-/// One way on which sound leaves the computer: the phones on the network, or the one on the cable.
-/// The pacing hands each chunk to the first of its transports that has a listener.
+/// A path for sound to phones: over the network or the cable. The pacing passes each chunk to the
+/// first transport that has a listener.
 class Transport {
  public:
   virtual ~Transport() = default;
@@ -15,11 +15,11 @@ class Transport {
   /// Whether chunks are wanted at all. Any thread, for every chunk: neither waits nor allocates.
   virtual bool isOpen() const = 0;
 
-  /// Whether anybody listens at this tick. Pacing queue.
+  /// Whether there is a listener at this tick. Pacing queue.
   virtual bool hasListener() const = 0;
 
-  /// Pacing queue, every 20 ms while there is a listener; neither waits nor allocates, and what
-  /// cannot leave at once is lost. The samples are valid for the call only.
+  /// Pacing queue, every 20 ms while there is a listener; neither waits nor allocates; what cannot
+  /// be sent at once is lost. The samples are valid for the call only.
   virtual void send(wire::AudioChunkView samples) = 0;
 
  protected:

@@ -22,7 +22,7 @@ QColor withAlpha(QColor color, double alpha);
 /// The system's font at `pixels` high.
 QFont systemFont(double pixels, QFont::Weight weight = QFont::Normal);
 
-/// White on black, where the desktop has every program so. Of what is painted from now on.
+/// White on black, if the desktop is set to high contrast. Affects later painting.
 void setHighContrast(bool on);
 bool highContrast();
 

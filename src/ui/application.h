@@ -5,8 +5,8 @@
 
 namespace quorin::app {
 
-/// The dark application with its icon, whose name has been set; `argc` outlives it. The lack of a
-/// display ends the process with a sentence and exit status 1, where Qt would abort it.
+/// The application, with name, icon and dark look; `argc` outlives it. Without a display the
+/// process ends with a message and exit status 1 (Qt would abort).
 std::unique_ptr<QApplication> makeApplication(int& argc, char** argv);
 
 }  // namespace quorin::app

@@ -4,7 +4,7 @@
 
 namespace quorin::app {
 
-/// A code to scan, and a button that copies what it says. That is also the tool tip.
+/// A code to scan; also a button that copies its content, which is the tool tip too.
 class CodeView : public PaintedButton {
   Q_OBJECT
  public:

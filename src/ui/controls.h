@@ -20,8 +20,8 @@ struct TextStyle {
   LineBreak lineBreak = LineBreak::kTruncateTail;
 };
 
-/// A text that takes no part in clicks: they go to whatever lies beneath. Wrapped text stands at
-/// the top of its frame, a single line in the middle. Never interprets markup.
+/// A text that ignores clicks: they go to the view beneath. Wrapped text stands at the top of its
+/// frame, a single line in the middle. Never interprets markup.
 class NonInteractiveLabel : public QLabel {
   Q_OBJECT
  public:
@@ -56,15 +56,15 @@ class ImageView : public QWidget {
   double opacity_ = 1;
 };
 
-/// A picture that takes no part in clicks.
+/// A picture that ignores clicks.
 class NonInteractiveImageView : public ImageView {
   Q_OBJECT
  public:
   NonInteractiveImageView(pictures::PicturePtr image, QWidget* parent);
 };
 
-/// A button that its subclass draws. Space and Return press it. The ring shows where the keyboard
-/// is, once the keyboard has been used to get there.
+/// A button that its subclass draws. Space and Return press it. The focus ring shows only after
+/// keyboard navigation.
 class PaintedButton : public QAbstractButton {
   Q_OBJECT
  public:

@@ -14,7 +14,7 @@ using pictures::PicturePtr;
 /// the file does not load.
 PicturePtr imageNamedSafe(const QString& name);
 
-/// What a view shows: the image under its bare name, or under the name with ".png".
+/// The image by its bare name, or else by the name with ".png".
 PicturePtr imageForView(const QString& name);
 
 /// A symbol such as "mic.slash"; all of it in `color`.

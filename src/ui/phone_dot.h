@@ -4,8 +4,8 @@
 
 namespace quorin::app {
 
-/// A green dot that stands for one phone. Its tool tip and accessible name say which; a click and
-/// the context menu offer to disconnect it, the Delete key does.
+/// A green dot that stands for one phone. Its tool tip and accessible name identify the phone; a
+/// click or the context menu offers to disconnect it, the Delete key disconnects it.
 class PhoneDot : public PaintedButton {
   Q_OBJECT
  public:

@@ -8,8 +8,8 @@
 #include <QString>
 #include <memory>
 
-/// Pictures that are drawn for the place and the display they appear on, so that they are sharp
-/// at every display factor. Main thread only, as all painting.
+/// Pictures rendered for their size and display, so that they are sharp at every display factor.
+/// Main thread only.
 namespace quorin::pictures {
 
 class Picture {
@@ -37,8 +37,8 @@ PicturePtr loadDrawing(const QString& path, const QColor& tint = {});
 /// A bitmap; none when there is no such file or it does not load.
 PicturePtr loadBitmap(const QString& path);
 
-/// For its life, `painter` works in the pixels of its display, whatever factor and offset lie
-/// between; opacity and clipping stay as they are.
+/// While it exists, `painter` uses device pixels, regardless of scale and offset; opacity and
+/// clipping are unchanged.
 class DevicePixels {
  public:
   explicit DevicePixels(QPainter& painter)
@@ -58,7 +58,7 @@ class DevicePixels {
   QTransform toDevice_;
 };
 
-/// The largest place of the picture's proportion in the middle of `bounds`.
+/// The largest rectangle with the picture's proportion, centred in `bounds`.
 QRectF fitted(const Picture& picture, const QRectF& bounds);
 
 /// The picture as a bitmap of `side` x `side` pixels.

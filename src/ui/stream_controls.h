@@ -15,8 +15,8 @@ class CheckBox : public QCheckBox {
   CheckBox(const QString& text, QWidget* parent);
 };
 
-/// A thin bar that shows at a glance that sound flows: the peak since the last look, over 60 dB. It
-/// looks only while it is visible, and repaints only when it changes.
+/// A thin level meter: the peak since the last update, over a range of 60 dB. Updates only while
+/// visible, and repaints only on change.
 class LevelMeter : public QProgressBar {
   Q_OBJECT
  public:

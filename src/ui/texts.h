@@ -12,7 +12,7 @@ namespace quorin::app {
 /// stands in front of the system's where it is not empty.
 QStringList preferredLanguages(const QString& chosen = {});
 
-/// The texts that the user reads, from the tables that the program carries in itself. Main thread.
+/// The user-visible texts, from tables built into the program. Main thread.
 class Texts {
  public:
   /// In the first of `preferredLanguages` that there is a table for, else in English.
@@ -29,7 +29,7 @@ class Texts {
     return find(key.name()).arg(arguments...);
   }
 
-  /// For texts that Qt's own way of lookup finds.
+  /// For texts looked up through Qt.
   QTranslator& translator() { return translator_; }
 
   /// "en" or "es".

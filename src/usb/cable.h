@@ -17,18 +17,18 @@ namespace quorin::usb {
 
 /// What the cable reports, on the main queue; none may be empty.
 struct CableEvents {
-  /// Anything that the link, the hub, `appAnswers` or `phoneName` says has changed; posted.
+  /// The state of the link or the hub, `appAnswers` or `phoneName` changed; posted.
   std::move_only_function<void()> didChange;
   /// A line for the console: a status line, or a message that was exchanged.
   std::move_only_function<void(std::string_view text, bool isStatus)> presentMessage;
 };
 
-/// The cable: the link to the phone, and what is said on its channel. Confined to the main queue
+/// The cable: the link to the phone, and the messages on its channel. Confined to the main queue
 /// except for `audioPath`.
 class Cable : private PTChannelDelegate {
  public:
   static constexpr std::chrono::milliseconds kPingInterval{1000};
-  /// Without a pong for this long the app has been suspended, or its phone has.
+  /// Without a pong for this long, the app or its phone is suspended.
   static constexpr std::chrono::seconds kPongTimeout{5};
 
   explicit Cable(CablePlatform platform, CableEvents events);
@@ -45,7 +45,7 @@ class Cable : private PTChannelDelegate {
   /// False once the app at the other end of the channel has left `kPongTimeout` of pings
   /// unanswered, or takes no frames, until it answers again.
   bool appAnswers() const { return appAnswers_; }
-  /// What the target calls itself; empty when it has not said so.
+  /// The target's own name; empty if not received.
   std::string phoneName() const {
     return namedDevice_ == link_.connectingToDeviceID() ? phoneName_ : std::string();
   }

@@ -10,8 +10,8 @@
 
 namespace quorin::usb {
 
-/// Where the pacing thread finds the cable. The main queue sets the channel; the sender itself is
-/// confined to the send queue, so that the pacing thread neither waits nor shares.
+/// Connects the pacing thread to the cable. The main queue sets the channel; the sender is confined
+/// to the send queue, so that the pacing thread never waits.
 class CableAudioPath : public stream::Transport {
  public:
   /// `sendQueue`, the queue that paces audio, outlives the path.
@@ -29,7 +29,7 @@ class CableAudioPath : public stream::Transport {
   /// Main queue. None closes the path.
   void setChannel(const PTChannel* channel);
 
-  /// Chunks that the current channel's backlog has cost so far. Main queue.
+  /// Chunks dropped so far by the current channel's backlog. Main queue.
   std::uint64_t dropped() const { return current_ ? current_->dropped() : 0; }
 
  private:

@@ -25,7 +25,7 @@ struct CablePlatform {
   dispatch::Queue& sendQueue;  ///< the queue that paces audio
 };
 
-/// How far the phone that is the target lets this computer in.
+/// How the target phone answered the last attempt.
 enum class PhoneAnswer {
   kNone,       ///< not tried yet, or no target
   kLocked,     ///< not paired, or it cannot be reached: it must be unlocked and trust the computer
@@ -36,18 +36,18 @@ enum class PhoneAnswer {
 struct CableLinkEvents {
   /// At once, whenever the channel is set or cleared.
   std::move_only_function<void(PTChannel*)> channelWasSet;
-  /// Anything that `CableLink` or the hub can be asked for has changed; posted.
+  /// The state of the link or of the hub changed; posted.
   std::move_only_function<void()> didChange;
 };
 
 /// Keeps at most one channel open to the phone: over USB to the device that was plugged in last,
 /// and in parallel to the loopback address, where a phone may be simulated. An attempt that fails
-/// is repeated after `kRetryDelay`; a channel that lived for less than that is not followed by
-/// another one sooner.
+/// is repeated after `kRetryDelay`; after a channel that lived for less than that, the next attempt
+/// also waits `kRetryDelay`.
 ///
 /// Attach handling and attempts wait, in order, in `notConnectedQueue_`, which is suspended while a
-/// channel is held and while the cable mode is off. One exception: a loopback channel does not keep
-/// a real phone waiting, its attempts go on and its channel replaces the other one. Main queue.
+/// channel is held and while the cable mode is off. Exception: a loopback channel does not block
+/// attempts to a real phone, whose channel replaces it. Main queue.
 class CableLink {
  public:
   /// The channels it makes report to `delegate`, which passes their end on to `channelDidEnd`.

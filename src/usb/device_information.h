@@ -14,7 +14,7 @@ struct DeviceInformation {
   std::string description;  ///< the dictionary as XML, at most about a thousand characters
 };
 
-/// None when the payload is no such list, is too large, or is built to grow when it is read.
+/// None when the payload is not such a list, is too large, or would expand too much when parsed.
 std::optional<DeviceInformation> readDeviceInformation(std::span<const std::byte> payload);
 
 }  // namespace quorin::usb

@@ -8,8 +8,8 @@
 
 namespace quorin::usb {
 
-/// Bounds what a peer makes this program write: `kLinesPerSecond` pass, the rest are counted, and
-/// reported in one call when the second is over. Main queue.
+/// Limits the log lines a peer can cause: `kLinesPerSecond` pass; the rest are counted and reported
+/// in one call at the end of the second. Main queue.
 class LineLimit {
  public:
   static constexpr std::size_t kLinesPerSecond = 20;
@@ -31,7 +31,7 @@ class LineLimit {
  private:
   dispatch::Queue& main_;
   Summary summary_;
-  std::size_t lines_ = 0;  ///< since the second began; 0: none has
+  std::size_t lines_ = 0;  ///< in the current second; 0: no second has begun
   dispatch::Scope scope_;
 };
 

@@ -35,7 +35,7 @@ class ClientTable {
   /// Refreshes the last-seen time of `key`, registered or not; never registers it.
   void ping(wire::Endpoint key, dispatch::BootTime now);
 
-  /// Forgets `key`. True when it was registered.
+  /// Removes `key`. True when it was registered.
   bool stop(wire::Endpoint key);
 
   /// Removes the keys past the timeout. Returns how many of them were registered.

@@ -17,11 +17,11 @@ struct Candidate {
   friend bool operator==(const Candidate&, const Candidate&) = default;
 };
 
-/// This computer's part in the networks around it, as one look at the system finds it.
+/// This computer's network addresses at one point in time.
 struct LocalNetworks {
   /// In the system's order, except that those on the interface of the default route come first.
   std::vector<Candidate> candidates;
-  /// Of all interfaces that are up, whether phones can be expected there or not.
+  /// Of all interfaces that are up, candidates or not.
   std::vector<network::Subnet> subnets;
 
   friend bool operator==(const LocalNetworks&, const LocalNetworks&) = default;
@@ -32,8 +32,8 @@ struct LocalNetworks {
 LocalNetworks localNetworks(std::span<const network::InterfaceAddress> interfaces,
                             const std::optional<std::string>& defaultRouteInterface);
 
-/// The same for this machine now; empty also when the system does not report its interfaces.
-/// Any thread; quick enough for the main thread.
+/// The same for this machine now; empty also when the system does not report its interfaces. Any
+/// thread; fast enough for the main thread.
 LocalNetworks lookUpLocalNetworks();
 
 /// The candidate to use: `current` (the one in use, which phones listen to), else `wanted` (a

@@ -11,10 +11,11 @@
 
 namespace quorin::wifi {
 
-/// The result of comparing two consecutive looks.
+/// The result of comparing two consecutive checks.
 enum class AddressChange { kNone, kLost, kBack, kChanged };
 
-/// A missing address is a loss at every look, so that a page opened meanwhile shows it too.
+/// A missing address is reported as lost at every check, so that a page opened meanwhile shows it
+/// too.
 AddressChange compareAddresses(const std::optional<std::string>& before,
                                const std::optional<std::string>& now);
 
@@ -24,8 +25,8 @@ class NetworkWatchListener {
  public:
   virtual ~NetworkWatchListener() = default;
 
-  /// Candidates or own networks are not those of the look before. At the start, within
-  /// `startIPWatch`, too; later before what is reported of the address.
+  /// Candidates or own networks changed since the last check. Also called within `startIPWatch`;
+  /// later, before the reports about the address.
   virtual void onNetworksChanged(const LocalNetworks& networks) = 0;
 
   /// No usable address; once a second while that lasts.
@@ -34,15 +35,16 @@ class NetworkWatchListener {
   virtual void onAddressBack(const std::string& address) = 0;
   /// `onNetworkChangeSettled` follows after `kSettlingAfterChange`.
   virtual void onAddressChanged(const std::string& address) = 0;
-  /// Time to forget the clients and draw the code again; the address is still that of the change.
+  /// The network is stable again: time to drop the clients and redraw the code. The address is
+  /// still that of the change.
   virtual void onNetworkChangeSettled(const std::string& address) = 0;
 };
 
 /// Chooses the computer's local address, and follows it once a second while the Wi-Fi page is in
 /// use. The address stays the same while it is a candidate, whatever else appears.
 ///
-/// Main queue only, and all of its state lives there: the utility queue only looks.
-/// After `stopIPWatch` nothing more is reported, not even what a look that was under way finds.
+/// Main queue only; the utility queue only runs the lookup. After `stopIPWatch` nothing is
+/// reported, not even the result of a running lookup.
 class NetworkWatch {
  public:
   static constexpr std::chrono::seconds kInterval{1};
@@ -56,8 +58,7 @@ class NetworkWatch {
   /// The scheduler and the listener must outlive the watch.
   NetworkWatch(dispatch::Scheduler& scheduler, Lookup lookUp, NetworkWatchListener& listener);
 
-  /// Looks at once, so that `address` is that of this moment, then every second. Does nothing
-  /// while watching.
+  /// Checks at once, so that `address` is current, then every second. Does nothing while watching.
   void startIPWatch();
   /// Also cancels a pending `onNetworkChangeSettled`.
   void stopIPWatch();
@@ -67,8 +68,8 @@ class NetworkWatch {
   /// bound to all addresses.
   void choose(std::optional<std::string> address);
 
-  /// Of the last look; none before the first and while there is no candidate. The page shows this
-  /// value, so that it always agrees with the watch.
+  /// From the last check; none before the first, and without candidates. The page shows this value,
+  /// so that it always agrees with the watch.
   const std::optional<std::string>& address() const { return lastIPAddress_; }
   const LocalNetworks& networks() const { return networks_; }
 

@@ -9,7 +9,7 @@ namespace quorin::wifi {
 /// What a phone may ask of the server.
 enum class Request { kHello, kPing, kStop };
 
-/// Longest datagram that is looked at; anything longer is no control message.
+/// Max length of a control message; longer datagrams are ignored.
 inline constexpr std::size_t kMaxRequestBytes = 127;
 
 /// Reads one received datagram: 1 to `kMaxRequestBytes` bytes of well-formed UTF-8 that contain a

@@ -32,8 +32,8 @@ struct StartFailure {
   friend bool operator==(const StartFailure&, const StartFailure&) = default;
 };
 
-/// What the server reports to the page, on the main queue. The first three come from within the
-/// operation that they report.
+/// What the server reports to the page, on the main queue. The first three are called from within
+/// the operation they report.
 class UdpServerListener {
  public:
   virtual ~UdpServerListener() = default;
@@ -44,9 +44,9 @@ class UdpServerListener {
   virtual void onStartFailed(const StartFailure& failure) = 0;
   virtual void onStopped() = 0;
 
-  /// `clients()` or `hasRefused()` has changed since the last time, and may have changed back.
-  /// In a turn of the main queue of its own, and at most once in `kUpdateInterval`, whatever a
-  /// flood does; the first after a pause comes at once.
+  /// `clients()` or `hasRefused()` changed since the last call, and may have changed back. Runs in
+  /// its own turn of the main queue, at most once per `kUpdateInterval` even in a flood; the first
+  /// after a pause runs at once.
   virtual void onClientsChanged() = 0;
 
  protected:
@@ -80,12 +80,11 @@ class UdpServer {
   /// Only while stopped. Answers with `onStarted` or one `onStartFailed`.
   void startUDP(std::string_view portText);
 
-  /// Stops the send timer too. Does no harm while stopped.
+  /// Stops the send timer too. No effect while stopped.
   void stopUDP();
 
-  /// Forgets all clients of a running server, and binds it to the port if that is another one;
-  /// leaves a stopped server alone. The send timer goes on. Reports only `onStarted` or
-  /// `onStartFailed`.
+  /// Drops all clients of a running server, and rebinds it if the port differs; no effect on a
+  /// stopped server. The send timer keeps running. Reports only `onStarted` or `onStartFailed`.
   void restartUDPForNetworkChange(std::string_view portText);
 
   bool isRunning() const { return udpSocket_.has_value(); }
@@ -101,7 +100,7 @@ class UdpServer {
   /// BUSY was sent since the table became full.
   bool hasRefused() const { return hasRefused_; }
 
-  /// Where phones can be, beside the private ranges. Replaces what was set before.
+  /// Where phones can be, besides the private ranges. Replaces the previous list.
   void setOwnNetworks(std::vector<network::Subnet> networks) { ownNetworks_ = std::move(networks); }
 
   /// Datagrams that were not a control message, or came from an implausible source.

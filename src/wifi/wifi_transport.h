@@ -36,7 +36,7 @@ class ClientSocket {
   int descriptor() const { return socket_.descriptor(); }
 
  private:
-  /// The system reports a refusal once, to whichever call comes first.
+  /// The system reports a refusal only once, to the next call on the socket.
   std::error_code check(std::error_code error) const {
     if (error == std::errc::connection_refused) refused_.store(true, std::memory_order_relaxed);
     return error;

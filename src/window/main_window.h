@@ -6,8 +6,8 @@ class QScrollArea;
 
 namespace quorin::app {
 
-/// The program's one window. Closing it only hides it: the program goes on, and starting it again
-/// brings the window back. Main thread.
+/// The program's one window. Closing it only hides it: the program keeps running, and starting it
+/// again shows the window. Main thread.
 class MainWindow : public QWidget {
   Q_OBJECT
  public:
@@ -20,11 +20,11 @@ class MainWindow : public QWidget {
 
   QWidget& content() const { return *content_; }
 
-  /// To the middle of the screen, at its initial size where the screen has that much room.
+  /// Centres it on the screen, at its initial size if that fits.
   void placeInitially();
 
   /// Shows the window, also one that is hidden or minimised, in front of the others.
-  /// `activationToken` is what the desktop gave the user's wish to see it; may be empty.
+  /// `activationToken` is the desktop's, for the user action behind it; may be empty.
   void bringToFront(const QString& activationToken);
 
  signals:
@@ -43,7 +43,7 @@ class MainWindow : public QWidget {
  private:
   void fitIntoWorkArea();
 
-  bool isPlaced_ = true;  ///< with its decorations in mind
+  bool isPlaced_ = true;  ///< within the work area, including its decorations
   QScrollArea* area_;
   QWidget* content_;
 };

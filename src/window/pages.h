@@ -16,8 +16,8 @@
 
 namespace quorin::app {
 
-/// The window as the modes, the menu and the guard see it: puts their state into the views and
-/// into the state that decides what is visible. Main queue.
+/// The window's interface to the modes, the menu and the guard: puts their state into the views and
+/// into the `ScreenState`. Main queue.
 class Pages : public ModesWindow, public GuardScreens {
  public:
   /// All three outlive this.
@@ -29,7 +29,7 @@ class Pages : public ModesWindow, public GuardScreens {
   /// What the guard's button does.
   void setLendDevice(std::function<void()> lend) { lendDevice_ = std::move(lend); }
 
-  /// `shown` runs whenever the menu has come to be in front with nothing before it.
+  /// `shown` runs whenever the menu comes to the front.
   void setMenuShown(std::function<void()> shown) { menuShown_ = std::move(shown); }
 
   /// The cable page, waiting or connected.

@@ -5,28 +5,28 @@
 
 #include <cstdint>
 
-/// What is visible, decided in one place.
+/// Decides what is visible.
 namespace quorin::app {
 
-/// All that the visible views follow from.
+/// The input of that decision.
 struct ScreenState {
   bool splash = true;  ///< until it has faded out
   bool microphoneDenied = false;
   bool guard = false;
   bool checking = false;
-  Page page = Page::kNone;  ///< where the user is, also while something is in front of it
+  Page page = Page::kNone;  ///< the current page, even while covered
   bool channelOpen = false;
   WiFiPage::Content wifi = WiFiPage::Content::kCode;
   bool otherPort = false;  ///< is offered where the page reports a problem
   int clients = 0;
-  bool lent = false;        ///< the device is, so that this computer may play as well
-  bool silent = false;      ///< a running stream carries nothing
+  bool lent = false;        ///< the device is lent, so that this computer can play too
+  bool silent = false;      ///< a running stream is silent
   bool mayBeMoved = false;  ///< and there is a button against that
 
   bool operator==(const ScreenState&) const = default;
 };
 
-/// What stands in front. Earlier ones outrank the pages from `kMenu` on.
+/// The screen in front. Earlier ones outrank the pages from `kMenu` on.
 enum class Screen : std::uint8_t {
   kSplash,
   kMicrophone,

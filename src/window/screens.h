@@ -27,7 +27,7 @@ class Screens {
   /// Places every view anew, after a resize.
   void layoutUI();
 
-  /// At least this large: how the user has the desktop show its texts.
+  /// The user's desktop text scale, the minimum of the window's scale.
   void setTextScale(double scale);
 
  private:

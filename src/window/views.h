@@ -22,7 +22,7 @@ namespace quorin::app {
 QString textOf(const QWidget& view);
 
 /// Every view of the window. Built once, all hidden but the splash; the widgets belong to the
-/// content view. Whoever builds this connects the buttons. Main thread.
+/// content view. The creator connects the buttons. Main thread.
 struct Views {
   /// `panel` is the server panel, which the Wi-Fi page holds and no screen shows; may be null.
   Views(QWidget& content, const Texts& texts, std::unique_ptr<QWidget> panel = nullptr);

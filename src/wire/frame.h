@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-/// Frames: how a channel cuts its byte stream.
+/// Frames: the units of a channel's byte stream.
 ///
 ///     0          4          8          12         16                 16 + size
 ///     | version  | type     | tag      | size     | payload          |

@@ -24,14 +24,14 @@ class FrameReader {
   static constexpr std::size_t kInitialBytes = 32 * 1024;
 
   struct NeedMore {};
-  /// A header has come. The payload follows as a `Frame`, unless it is refused with `skip`.
+  /// A header has come. The payload follows as a `Frame`, unless `skip` is called.
   using Header = FrameHeader;
   struct Frame {
     FrameHeader header;
     std::span<const std::byte> payload;  ///< valid until the next call of the reader
   };
-  /// An unknown version or a payload above the limit: the stream has no frames any more, every
-  /// later step is the same.
+  /// An unknown version or a payload above the limit: the stream is unusable, every later step is
+  /// `Broken` too.
   struct Broken {};
   using Step = std::variant<NeedMore, Header, Frame, Broken>;
 

@@ -72,8 +72,7 @@ class PTChannel {
   const std::string& userInfo() const { return userInfo_; }
   void setUserInfo(std::string label) { userInfo_ = std::move(label); }
 
-  /// Ends the channel; its end is reported later. Frames not written yet are lost. Closing twice
-  /// is closing once.
+  /// Ends the channel; reported later. Unwritten frames are lost. Idempotent.
   void close() { end({}); }
 
  private:

@@ -13,13 +13,12 @@
 
 namespace quorin::usb {
 
-/// What waits to be written to a channel, and in which order it goes. Pure; confined to whoever
-/// writes.
+/// The frames waiting to be written to a channel, and their order. Pure; confined to the writer.
 ///
 /// Two kinds of frames share the stream, each written whole before the next begins:
 /// - reliable frames go first, in order, and are never dropped: at most `kMaxReliable` wait;
-/// - live frames are worth nothing when late: of more than `kMaxLive` that wait the oldest are
-///   dropped. Their memory is there from the beginning, appending one allocates nothing.
+/// - live frames are useless when late: beyond `kMaxLive` the oldest are dropped. Their memory is
+///   preallocated; appending one allocates nothing.
 class FrameOutbox {
  public:
   using Written = std::move_only_function<void(std::error_code)>;
@@ -31,7 +30,7 @@ class FrameOutbox {
   /// 200 ms of 20 ms chunks.
   static constexpr std::size_t kMaxLive = 10;
   static constexpr std::size_t kMaxLivePayload = 4096;
-  /// More wait only for a peer that reads nothing.
+  /// Exceeded only if the peer reads nothing.
   static constexpr std::size_t kMaxReliable = 10;
 
   /// `payload` at most `kMaxLivePayload`. True when another live frame was dropped for it.
@@ -42,7 +41,8 @@ class FrameOutbox {
   bool hasReliable() const { return !reliable_.empty(); }
   void appendReliable(Reliable frame) { reliable_.push_back(std::move(frame)); }
 
-  /// What goes next: the rest of one frame, empty when nothing waits. Valid until the next call.
+  /// The next bytes to write: the rest of one frame; empty when none waits. Valid until the next
+  /// call.
   std::span<const std::byte> next() const;
 
   /// The first `count` bytes of `next` are written. Returns the callback of the reliable frame this
@@ -67,7 +67,7 @@ class FrameOutbox {
   std::size_t liveHead_ = 0;
   std::size_t liveCount_ = 0;
 
-  /// The live frame that is being written lies here, out of reach of dropping.
+  /// The live frame being written, which cannot be dropped.
   Slot begun_;
   std::size_t begunWritten_ = 0;
 

@@ -20,9 +20,9 @@ struct ChannelQueues {
   dispatch::Queue& main;
 };
 
-/// The writing half of a channel, confined to the send queue: with each frame it is given, it
-/// writes what the outbox holds as far as the socket takes it. May be kept, and used in vain, after
-/// its channel has ended.
+/// The writing half of a channel, confined to the send queue: each new frame also writes as much of
+/// the outbox as the socket takes. Safe to keep and use after its channel has ended, without
+/// effect.
 class FrameSender : public std::enable_shared_from_this<FrameSender> {
  public:
   using Written = FrameOutbox::Written;

@@ -9,7 +9,7 @@
 #include <span>
 #include <string>
 
-/// Property lists from outside: read only when they are cheap to read.
+/// Untrusted property lists: parsed only if parsing is cheap.
 namespace quorin::usb {
 
 struct FreePropertyList {
@@ -23,7 +23,7 @@ using PropertyList = std::unique_ptr<void, FreePropertyList>;
 /// memory, a deep one the stack, and a text with a NUL makes libplist end the program.
 PropertyList readPropertyList(std::span<const std::byte> bytes);
 
-/// The entry `key` of a dictionary. Empty or none when it is missing or of another kind.
+/// The entry `key` of a dictionary. Empty or none if missing or of another type.
 std::string textIn(plist_t dictionary, const char* key);
 std::optional<std::uint64_t> numberIn(plist_t dictionary, const char* key);
 

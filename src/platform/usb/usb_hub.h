@@ -15,16 +15,16 @@
 
 namespace quorin::usb {
 
-/// The USB multiplexing service's number for one plugged-in device. Numbers are used again after
-/// the service restarts.
+/// The USB multiplexing service's number for one plugged-in device. Numbers are reused after a
+/// restart of the service.
 using DeviceID = std::uint32_t;
 
-/// The USB multiplexing service, as its last answer or the lack of one shows it.
+/// State of the USB multiplexing service, from its last answer or timeout.
 enum class UsbService {
   kUnknown,  ///< not asked yet
   kRunning,  ///< answers
   kMissing,  ///< nothing listens on its socket
-  kFailing,  ///< keeps this user out, hangs up, does not answer or makes no sense
+  kFailing,  ///< denies access, hangs up, does not answer or sends invalid data
 };
 
 /// None may be empty.
@@ -38,14 +38,14 @@ struct PTUSBHubEvents {
 /// TCP connections to them. All operations and callbacks on the main queue; nothing blocks.
 ///
 /// The service may be missing at first, end and come back: its end detaches every device, and its
-/// return attaches those that are plugged in then. A missing socket is looked for each second; a
-/// service that fails is left alone for longer each time, up to 10 s. Devices that are known over
-/// the network only are left out.
+/// return attaches those that are plugged in then. A missing socket is retried every second; a
+/// failing service with a growing delay, up to 10 s. Devices known over the network only are
+/// ignored.
 class PTUSBHub {
  public:
   static constexpr std::chrono::seconds kFirstRetry{1};
   static constexpr std::chrono::seconds kLastRetry{10};
-  /// More than any machine has; what else is announced is left out.
+  /// More than any machine has; further devices are ignored.
   static constexpr std::size_t kMaxDevices = 32;
 
   /// Gives a non-blocking socket, or an error of `usbHubCategory`.
@@ -65,7 +65,7 @@ class PTUSBHub {
   /// Opens a connection to a TCP port of the device.
   [[nodiscard]] Operation connect(DeviceID device, std::uint16_t port, ConnectCallback callback);
 
-  /// Whether this computer and the device are paired; true as well when the service cannot say.
+  /// Whether this computer and the device are paired; also true if the service cannot tell.
   [[nodiscard]] Operation askPairing(DeviceID device,
                                      std::move_only_function<void(bool paired)> callback);
 

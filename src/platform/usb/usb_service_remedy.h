@@ -4,7 +4,7 @@
 
 namespace quorin::usb {
 
-/// What brings the USB multiplexing service to this system.
+/// How to get the USB multiplexing service running on this system.
 struct UsbServiceRemedy {
   bool installed = false;
   std::string command;  ///< starts the service where it is installed, else installs it

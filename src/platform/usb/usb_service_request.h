@@ -36,7 +36,7 @@ class UsbServiceRequest : public std::enable_shared_from_this<UsbServiceRequest>
   static std::shared_ptr<UsbServiceRequest> send(dispatch::Queue& main, std::string_view type,
                                                  const std::string& items, Handler handler);
 
-  /// The connection itself: after a successful Connect it leads to the phone.
+  /// Hands over the socket; after a successful Connect it is connected to the phone.
   posix::FileDescriptor takeSocket();
 
  private:
