@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# ./dev bench [--quick] [--seconds N]: pacing, latency, processor and memory of the whole program,
+# ./dev bench [--quick]: pacing, latency, processor and memory of the whole program,
 # beside what a user would type instead (ffmpeg, GStreamer), in the same set-ups and by the same
 # receiver. Prints figures and targets, and never fails on one.
 set -euo pipefail
@@ -9,17 +9,11 @@ source tools/dev/common.sh
 SECONDS_EACH=20 # of each measurement
 SECONDS_LONG=60 # of the one that compares with real time
 STARTS=40       # of each program
-while [ $# -gt 0 ]; do
-  case $1 in
-    --quick) SECONDS_EACH=5 SECONDS_LONG=5 STARTS=5 ;;
-    --seconds)
-      SECONDS_EACH=${2:?--seconds needs a number} SECONDS_LONG=$2
-      shift
-      ;;
-    *) fail "usage: ./dev bench [--quick] [--seconds N]" ;;
-  esac
-  shift
-done
+case "$*" in
+  "") ;;
+  --quick) SECONDS_EACH=5 SECONDS_LONG=5 STARTS=5 ;;
+  *) fail "usage: ./dev bench [--quick]" ;;
+esac
 
 need_packages "${BUILD_PACKAGES[@]}" "${BENCH_PACKAGES[@]}"
 configure bench

@@ -104,6 +104,7 @@ void DeviceLoan::take(const QString& line) {
     isLent_ = true;
     if (reports_.lent) reports_.lent();
   } else if (word == "failed") {
+    isLent_ = false;
     fail(failureNamed(fields.value(1)));
   } else if (word == "playing-here on" || word == "playing-here off") {
     playsHere_ = word.endsWith("on");

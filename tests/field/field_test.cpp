@@ -35,23 +35,6 @@ class Field : public ::testing::Test {
   Place phones_;
 };
 
-TEST_F(Field, NinePhonesThatVanishCostTheTenthNothing) {
-  Computer computer;
-  for (int i = 0; i < 10; ++i) computer.newClient(phones_, address(i));
-  for (int i = 1; i < 10; ++i) phones_.ip("address del " + address(i) + "/24 dev phone0");
-  ip("neighbour flush all");
-
-  auto& live = *computer.phones.front();
-  live.arrivals.clear();
-  for (int second = 0; second < 6; ++second) {
-    live.says("<<PING>>");
-    computer.runFor(1s);
-  }
-  computer.runFor(50ms);
-  EXPECT_GE(live.heardWithin(6s), 299U) << "of 300";
-  EXPECT_EQ(computer.server().clientCount(), 10U) << "the others were tried all the time";
-}
-
 TEST_F(Field, TheAddressThatWasAskedAnswersWhateverTheRoutesPrefer) {
   phones_.wireTo("wlan0", "phone1");
   ip("address add 10.11.0.3/24 dev wlan0");  // the route through eth0 is the older one

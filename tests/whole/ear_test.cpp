@@ -1,9 +1,11 @@
+#include "field/field.h"
 #include "support/eventually.h"
 #include "support/sine_fit.h"
 #include "whole/whole_test.h"
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <chrono>
 #include <span>
 #include <utility>
@@ -162,6 +164,35 @@ TEST_P(ChangingNetwork, IsFollowedByCodeServerAndSound) {
   ip("address add 10.11.0.3/24 dev eth0");
   ASSERT_TRUE(codeBecomes("10.11.0.3:9000", 5s)) << "watch 1 s, regeneration 1 s";
   expectAPhoneToHearTheTone("10.11.0.3");
+}
+
+TEST_P(ChangingNetwork, NinePhonesThatVanishCostTheTenthNothing) {
+  const field::Place place;
+  place.wireTo("eth1", "phone0");
+  ip("address add 10.12.0.2/24 dev eth1");
+  start(app::StartMode::kWiFi, "onlineContainer_");
+  auto& phones = program_->phones;
+  for (int i = 0; i < 10; ++i) {
+    const auto own = "10.12.0." + std::to_string(101 + i);
+    place.ip("address add " + own + "/24 dev phone0");
+    place.run([&] { phones.push_back(std::make_unique<test::Phone>("10.12.0.2", own)); });
+    phones.back()->says("<<HELLO>>");
+  }
+  const auto listens = [](const auto& phone) { return !phone->arrivals.empty(); };
+  ASSERT_TRUE(program_->until([&] { return std::ranges::all_of(phones, listens); }));
+  for (int i = 1; i < 10; ++i) {
+    place.ip("address del 10.12.0." + std::to_string(101 + i) + "/24 dev phone0");
+  }
+  ip("neighbour flush all");
+
+  phones[0]->arrivals.clear();
+  for (int second = 0; second < 6; ++second) {
+    phones[0]->says("<<PING>>");
+    program_->runFor(1s);
+  }
+  program_->runFor(50ms);
+  EXPECT_GE(phones[0]->heardWithin(6s), 299U) << "of 300";
+  ip("link del eth1");
 }
 
 INSTANTIATE_TEST_SUITE_P(On, ChangingNetwork, kPulseAudioAlone, serverName);

@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
 # Every file that README.md and docs/*.md link to exists. Prints each link that leads nowhere.
-# usage: doc_links.sh [PROJECT_FOLDER]
 set -euo pipefail
-cd -- "${1:-$(dirname -- "$(readlink -f -- "$0")")/../..}"
+cd -- "$(dirname -- "$(readlink -f -- "$0")")/../.."
 
 broken=0
 found=0
@@ -12,8 +11,6 @@ for document in README.md docs/*.md; do
     target=${link#*](}
     target=${target%)}
     target=${target%%#*}
-    target=${target#<}
-    target=${target%>}
     case $target in '' | *://* | mailto:*) continue ;; esac
     found=$((found + 1))
     [ -e "$(dirname "$document")/$target" ] || {

@@ -115,8 +115,9 @@ class Service {
       say("ready");
     } catch (const Error& error) {
       if (error.cause == Error::Cause::kNoServer) throw;
+      // One answer is enough for all the attempts until the next command.
+      if (isLent_ || memory_.isAsked) sayFailed(error);
       isLent_ = false;
-      sayFailed(error);
     }
     memory_.isAsked = false;
     if (isLent_ && memory_.playsHere) playHere();

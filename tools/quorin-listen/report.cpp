@@ -5,7 +5,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <algorithm>
-#include <cmath>
 #include <iomanip>
 #include <sstream>
 
@@ -14,19 +13,6 @@ namespace {
 
 constexpr std::chrono::seconds kRecently{1};
 constexpr std::chrono::seconds kInterruption{2};
-
-std::string meter(const measure::Level& level) {
-  constexpr double kFloorDb = -60;
-  constexpr int kWidth = 24;
-  const auto cells = [](double decibels) {
-    return std::lround(std::clamp(1 - decibels / kFloorDb, 0.0, 1.0) * kWidth);
-  };
-  std::string text;
-  for (int cell = 1; cell <= kWidth; ++cell) {
-    text += cell <= cells(level.rmsDb) ? '#' : cell == cells(level.peakDb) ? '|' : ' ';
-  }
-  return "[" + text + "]";
-}
 
 }  // namespace
 
@@ -64,8 +50,8 @@ std::string Report::liveLine(measure::Nanoseconds now) const {
   const auto level = measure::levelOf(newest(measure::kSampleRate / 5));
   std::ostringstream line;
   line << std::fixed << std::setprecision(2) << std::setw(3) << arrived << "/s  gaps "
-       << arrivals_.gaps() << "  jitter p50 " << jitter.p50 << " p99 " << jitter.p99 << " ms  "
-       << meter(level) << std::setprecision(1) << std::setw(7) << level.rmsDb << " dB";
+       << arrivals_.gaps() << "  jitter p50 " << jitter.p50 << " p99 " << jitter.p99
+       << " ms  level " << std::setprecision(1) << level.rmsDb << " dB";
   return line.str();
 }
 

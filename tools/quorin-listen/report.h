@@ -16,8 +16,8 @@ class Report {
   /// Sound of one of the two formats; the samples come back for those who write or play them.
   std::span<const float> add(const Sound& sound);
 
-  /// One line for a terminal: datagrams in the last second, gaps, jitter of the last 10 s, a level
-  /// meter.
+  /// One line for a terminal: datagrams in the last second, gaps, jitter of the last 10 s, the
+  /// level.
   std::string liveLine(measure::Nanoseconds now) const;
 
   /// A sentence where the sound has stopped to come.

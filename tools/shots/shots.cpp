@@ -79,7 +79,6 @@ struct Shot {
   std::function<void(Stage&)> show;
 };
 
-const DeviceStatus kRight{true, "Quorin Audio"};
 const DeviceStatus kWrong{false, "Built-in Audio Analog Stereo"};
 const DeviceStatus kNone{false, "(sin dispositivo)"};
 
@@ -119,8 +118,6 @@ std::vector<Shot> shots() {
       {"check", screen([](ScreenState& s) { s.checking = true; })},
       {"microphone-denied", screen(noMicrophone)},
       {"guard-both", guard({.textKey = "audio.guard.text.both", .output = kWrong, .input = kNone})},
-      {"guard-output",
-       guard({.textKey = "audio.guard.text.out", .output = kWrong, .input = kRight})},
       {"guard-no-server", guard({.textKey = "audio.guard.text.both",
                                  .output = kNone,
                                  .input = kNone,
@@ -131,13 +128,6 @@ std::vector<Shot> shots() {
                                .input = kWrong,
                                .settingUp = true})},
       {"menu", screen(menu)},
-      {"menu-focus",
-       [=](Stage& stage) {
-         stage.show(menu);
-         stage.window.activateWindow();
-         QApplication::processEvents();
-         stage.views.menuOfflineButton_->setFocus(Qt::TabFocusReason);
-       }},
       {"cable-waiting", screen(cable)},
       {"cable-no-service",
        [=](Stage& stage) {
@@ -145,11 +135,6 @@ std::vector<Shot> shots() {
                                 .remedy = {true, "sudo systemctl restart usbmuxd"}};
          stage.views.usbSecondary2Label_->setText(cableText(state, stage.texts));
          stage.show(cable);
-       }},
-      {"cable-app-silent",
-       [=](Stage& stage) {
-         stage.views.connectedLabel_->setText(stage.texts.tr("cable.app.silent"));
-         stage.show(connected);
        }},
       {"cable-connected",
        [=](Stage& stage) {
