@@ -31,7 +31,7 @@ QString listenersText(const StreamState& state, const Texts& texts) {
   return texts.tr("notice.listeners", static_cast<int>(state.listeners));
 }
 
-/// What the icon says of the stream.
+/// The tray icon's text for the stream.
 QString stateText(const StreamState& state, const Texts& texts) {
   if (!state.streaming) return texts.tr("tray.idle");
   return state.problem.isEmpty() ? listenersText(state, texts) : state.problem;

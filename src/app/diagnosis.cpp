@@ -128,7 +128,7 @@ Finding usbService(const CableState& state) {
       if (state.service == usb::UsbService::kUnknown) {
         return onlyCable(qtTrId("does not answer"), qtTrId("restart it."));
       }
-      break;  // paired: only the cable page asks for its app
+      break;  // paired: only the cable page checks for the app
     case CableStatus::kAppClosed:
       return onlyCable(phones, qtTrId("open the app on the iPhone."));
     case CableStatus::kConnected:

@@ -13,7 +13,7 @@
 namespace quorin::app {
 namespace {
 
-/// The audio server answers soon after it is asked, the desktop's portal within 2 s.
+/// The audio server answers quickly, the desktop's portal within 2 s.
 constexpr std::chrono::seconds kTimeout{3};
 constexpr std::chrono::milliseconds kLookAgain{20};
 constexpr int kSettled = 5;
@@ -27,7 +27,7 @@ void askForSoundAndCable(Facts& facts) {
 
   QEventLoop loop;
   QTimer look;
-  int settled = 0;  // looks since the answers: phones and their pairing follow the service's own
+  int settled = 0;  // polls since all answered: phones arrive later than the service's
   QObject::connect(&look, &QTimer::timeout, &loop, [&] {
     facts.devices = server->defaultDevices();
     facts.microphone = inputs.microphoneStatus();

@@ -20,7 +20,7 @@
 namespace quorin::app {
 namespace {
 
-/// The application of what only prints, which needs no display, in the user's language.
+/// The application for actions that only print: in the user's language, without a display.
 class Printing {
  public:
   Printing(int& argc, char** argv, const QString& language)
@@ -33,7 +33,7 @@ class Printing {
   Texts texts_;
 };
 
-/// Does what only prints; returns the exit status.
+/// Runs an action that only prints; returns the exit status.
 int print(const Options& options) {
   if (options.action == Options::Action::kShowHelp) {
     std::fputs(qUtf8Printable(helpText()), stdout);

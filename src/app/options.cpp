@@ -48,7 +48,7 @@ std::expected<Options, QString> parseOptions(const QStringList& arguments) {
     return misunderstood("There is no option '%1'.", unknown.first());
   }
   if (!isParsed) {
-    const auto option = parser->errorText().section('\'', 1, 1);  // Qt speaks English alone
+    const auto option = parser->errorText().section('\'', 1, 1);  // Qt's message is always English
     return misunderstood("Option '%1' lacks its value, or takes none.", option);
   }
   if (const auto rest = parser->positionalArguments(); !rest.isEmpty()) {
@@ -64,7 +64,7 @@ std::expected<Options, QString> parseOptions(const QStringList& arguments) {
                   .language = given("language"),
                   .verbose = parser->isSet("verbose"),
                   .json = parser->isSet("json")};
-  if (port) {  // stricter than the port field, which takes what a text begins with
+  if (port) {  // stricter than the port field, which accepts a leading number
     options.port = port->toUShort();
     if (options.port == 0) {
       return misunderstood("--port needs a number from 1 to 65535, not '%1'.", *port);

@@ -31,13 +31,13 @@ TrKey textKeyOf(LoanFailure failure) {
   return "audio.guard.setup.failed";
 }
 
-/// The capture's lines are for a log; a user at a terminal gets them with --verbose.
+/// The capture's lines are for a log; on a terminal they appear only with --verbose.
 log::PrintLine captureLog(bool verbose) {
   if (verbose || ::isatty(STDOUT_FILENO) == 0) return log::print;
   return [](std::string_view) {};
 }
 
-/// Empty where this computer has `address` now.
+/// Empty if this computer has `address` now.
 QString refusalOfNetwork(const QString& address) {
   QStringList all;
   for (const auto& candidate : wifi::lookUpLocalNetworks().candidates) {
@@ -86,12 +86,12 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
 
 PTAppDelegate::~PTAppDelegate() {
   menu_.stopAllSessions();
-  audioFrameQueueSerial_->end();  // nothing is sent any more, and no transport touched
+  audioFrameQueueSerial_->end();  // stops sending; no transport is used afterwards
   scheduler_.end();
 }
 
-// The panel is built with the page and never shown there: its program of its own shows it. The
-// pairing instructions are the one text that it looks up.
+// The panel is built with the page but never shown there; `quorin-panel` shows it. The pairing
+// instructions are its only translated text.
 std::unique_ptr<QWidget> PTAppDelegate::makePanel() const {
   return panel::OnlineSwiftUIEmbedder::makeHostingView(
       scheduler_, panel::captureFrom(scheduler_, *audioServer_), texts_.tr("pairing_instructions"));
@@ -139,7 +139,7 @@ void PTAppDelegate::connectViews() {
   onClick(views_.playHereBox_, [this] { loan_.playHere(views_.playHereBox_->isChecked()); });
   views_.levelMeter_->setSource([this] { return sound_.takePeak(); });
 
-  // Who else plays where is looked at when it matters.
+  // Other programs' playback is only watched during silence.
   sound_.setOnSilence([this](bool silent) {
     if (silent) loan_.watch();
     showSound();
@@ -204,7 +204,7 @@ void PTAppDelegate::dismissSplash() {
   splashFade_.start();
 }
 
-// Only the first time that the guard lets the person through: afterwards the menu is theirs.
+// Only the first time that the guard passes; afterwards the user chooses from the menu.
 void PTAppDelegate::enterStartMode() {
   switch (std::exchange(startMode_, StartMode::kMenu)) {
     case StartMode::kMenu:
@@ -219,11 +219,11 @@ void PTAppDelegate::enterStartMode() {
 }
 
 void PTAppDelegate::quit() {
-  // `QCoreApplication::quit` would first close the window, as if the stream went on.
+  // `QCoreApplication::quit` would first close the window and notify that the stream continues.
   menu_.askToStop([] { QCoreApplication::exit(); });
 }
 
-/// Empty when all of it can be done.
+/// Empty if the whole request can be carried out.
 QString PTAppDelegate::refusalOf(const Options& wanted) const {
   const bool isWiFi = wanted.start == StartMode::kWiFi;
   const bool isOther =
@@ -244,7 +244,7 @@ QString PTAppDelegate::refusalOf(const Options& wanted) const {
 
 void PTAppDelegate::takeOver(const Options& wanted, const QString& activationToken,
                              desktop::SingleInstance::Answer answer) {
-  // In any case: who starts it from a launcher sees no refusal.
+  // Even for a refusal: a start from a launcher would not show it.
   window_.bringToFront(activationToken);
   if (const auto refusal = refusalOf(wanted); !refusal.isEmpty()) return answer(refusal);
   if (!wanted.setUp) return obey(wanted, answer);
@@ -260,7 +260,7 @@ void PTAppDelegate::obey(const Options& wanted, const desktop::SingleInstance::A
   if (wanted.address) wifi_.chooseNetwork(*wanted.address);
   if (wanted.start != StartMode::kMenu) startMode_ = wanted.start;
   if (pageIsInFront(screens_.state())) enterStartMode();
-  // Behind the step into the mode.
+  // After the posted switch to the mode.
   scheduler_.mainQueue().async(scope_, [this, wanted, answer] {
     const auto& page = wifi_.page();
     const bool isAsked = wanted.port || wanted.start == StartMode::kWiFi;
@@ -293,7 +293,7 @@ std::unique_ptr<Background> PTAppDelegate::makeBackground() {
                           .playHere = [this](bool wanted) { loan_.playHere(wanted); }});
 }
 
-// Later, so that a change of several views is one.
+// Posted, so that several changes are shown as one.
 void PTAppDelegate::refreshBackground() {
   if (!background_ || std::exchange(backgroundIsStale_, true)) return;
   scheduler_.mainQueue().async(scope_, [this] {

@@ -41,12 +41,12 @@ class Lines {
     }
     bytes += line.substr(0, kRoom - bytes.size() - 1);
     bytes += '\n';
-    // Nothing can be done about a reader that went away.
+    // A closed reader is ignored.
     [[maybe_unused]] const auto written = ::write(fd_, bytes.data(), bytes.size());
   }
 
  private:
-  static constexpr std::size_t kRoom = PIPE_BUF;  ///< of a pipe that says that it has room
+  static constexpr std::size_t kRoom = PIPE_BUF;  ///< guaranteed when a pipe polls writable
 
   const int fd_;
   std::mutex mutex_;

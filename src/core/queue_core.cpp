@@ -76,7 +76,8 @@ const QueueCore* QueueCore::running() {
   return runningCore;
 }
 
-// The runner looks at the queue again after each piece of work, so its own posts need no call.
+// The runner checks the queue again after each piece of work, so posts from its own thread need no
+// wake-up.
 void QueueCore::wakeFromElsewhere() {
   if (running() != this) waker_->wake();
 }
@@ -84,7 +85,7 @@ void QueueCore::wakeFromElsewhere() {
 void QueueCore::async(Task task) {
   {
     const Lock lock(mutex_);
-    if (ended_) return;  // the task dies unrun with the parameter, outside of the lock
+    if (ended_) return;  // the parameter destroys the task after the lock is released
     tasks_.push_back(std::move(task));
   }
   wakeFromElsewhere();
@@ -245,7 +246,7 @@ std::optional<TimePoint> QueueCore::nextDeadline() {
   if (timers_.empty()) return std::nullopt;
   auto latest = TimePoint::max();
   for (const auto& timer : timers_) latest = std::min(latest, timer->deadline + timer->leeway);
-  // Those due by then share the wake-up; one with no other to share with is not late.
+  // Timers due by then share the wake-up; a single timer is not delayed.
   auto shared = TimePoint::min();
   for (const auto& timer : timers_) {
     if (timer->deadline <= latest) shared = std::max(shared, timer->deadline);
@@ -260,7 +261,7 @@ void QueueCore::markReadable(std::uint64_t id) {
 }
 
 void QueueCore::end() {
-  // Destroying a closure may reach back into this queue: empty it first, destroy afterwards.
+  // Destroying a closure may call this queue: empty it first, destroy afterwards.
   std::deque<Task> tasks;
   std::vector<std::shared_ptr<TimerState>> timers;
   std::vector<std::shared_ptr<ReadState>> readSources;

@@ -11,7 +11,7 @@
 namespace quorin::dispatch {
 namespace {
 
-/// A run of the clock starts where no test expects anything special.
+/// An arbitrary, non-zero start time.
 constexpr TimePoint kStart{std::chrono::hours{1}};
 constexpr WallTime kWallStart{std::chrono::hours{24 * 365 * 50}};
 
@@ -70,7 +70,7 @@ class SimulatedQueue : public CoreQueue<SerialQueue> {
   void end() override { core_->end(); }
 };
 
-/// The one thread of the simulation is the main thread while no other queue's work runs.
+/// The calling thread counts as the main thread while no other queue's work runs.
 class SimulatedMainQueue : public SimulatedQueue {
  public:
   using SimulatedQueue::SimulatedQueue;

@@ -10,7 +10,7 @@
 namespace quorin::app {
 namespace {
 
-/// A recording of no length: all that counts is whether the server lets it begin.
+/// Starts and stops a recording: only whether the server permits it matters.
 void tryToRecord(audio::AudioServer& server) {
   const auto engine = server.makeEngine([](const audio::Device&) { return true; });
   engine->installTap(wire::kChunkFrames, [](const audio::BufferView&) {});

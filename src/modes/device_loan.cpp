@@ -14,7 +14,7 @@ namespace {
 constexpr auto kLogArea = "device";
 constexpr int kGiveBackMs = 2000;
 
-/// Beside this program, as it is built and installed, else wherever programs are.
+/// In this program's folder, else in PATH.
 QString helperProgram() {
   const auto name = QStringLiteral("quorin-device");
   const auto here = QStandardPaths::findExecutable(name, {QCoreApplication::applicationDirPath()});
@@ -41,7 +41,7 @@ void DeviceLoan::lend() {
     hasAnswered_ = false;
     return command("lend");
   }
-  if (helper_) {  // one that watches ends by itself, and is not waited for
+  if (helper_) {  // a watching helper ends by itself at the end of its input
     helper_->disconnect();
     QObject::connect(helper_.get(), &QProcess::finished, helper_.get(), &QObject::deleteLater);
     helper_.release()->closeWriteChannel();
@@ -67,7 +67,7 @@ void DeviceLoan::startHelper(const char* verb) {
       take(QString::fromUtf8(helper_->readLine()).trimmed());
     }
   });
-  // Later: it is destroyed by this, and must not be in one of its signals then.
+  // Queued: `onEnded` destroys the process, which must not happen inside its own signal.
   QObject::connect(
       helper_.get(), &QProcess::finished, helper_.get(), [this] { onEnded(); },
       Qt::QueuedConnection);
@@ -86,7 +86,8 @@ void DeviceLoan::endHelper() {
   if (!helper_) return;
   helper_->disconnect();
   helper_->closeWriteChannel();
-  // One that an unresponsive server holds up is left to itself: destroying it would kill it.
+  // A helper blocked by an unresponsive server is leaked on purpose: destroying the QProcess would
+  // kill it.
   if (!helper_->waitForFinished(kGiveBackMs)) (void)helper_.release();
   helper_.reset();
 }
@@ -124,7 +125,7 @@ void DeviceLoan::onEnded() {
   if (!hasAnswered_) {
     fail(LoanFailure::kOther);
   } else if (wasLent && wasKilled) {
-    lend();  // the next one takes the device over, and gives it back in the end
+    lend();  // the new helper takes the device over and later returns it
   }
   if (reports_.changed) reports_.changed();
 }

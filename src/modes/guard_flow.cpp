@@ -17,14 +17,14 @@ namespace {
 
 /// How long "verifying" is shown before the first check, so that it can be read.
 constexpr auto kFirstCheckDelay = 500ms;
-/// After the device was set up the guard does not wait for its next poll.
+/// After the device is set up, the guard polls faster.
 constexpr auto kLookAgain = 20ms;
 constexpr int kLooks = 50;
 constexpr dispatch::TimerSchedule kPoll{.first = 800ms, .interval = 800ms, .leeway = 200ms};
 constexpr dispatch::TimerSchedule kWatch{.first = 1s, .interval = 1s, .leeway = 200ms};
 
-/// A default device has changed when its number has; a new name alone is no change. A restarted
-/// audio server numbers its devices anew.
+/// A default device has changed when its number differs, not just its name. A restarted audio
+/// server renumbers its devices.
 struct SeenDevices {
   std::uint32_t lastDefaultOut = 0;
   std::uint32_t lastDefaultIn = 0;
@@ -42,9 +42,8 @@ struct SeenDevices {
 /// Made and destroyed on the main queue.
 class GuardFlow::Poll {
  public:
-  /// `look` runs on the utility queue, perhaps for the last time while the poll is being destroyed:
-  /// it owns what it uses. What it returns, if anything, goes to `then` on the main queue, but not
-  /// after the destruction.
+  /// `look` runs on the utility queue and may still be running during destruction, so it owns what
+  /// it uses. Its result, if any, goes to `then` on the main queue, but not after destruction.
   template <typename Look, typename Then>
   Poll(dispatch::Scheduler& scheduler, dispatch::TimerSchedule schedule, Look look, Then then)
       : timer_(scheduler.utilityQueue().makeTimer(
@@ -96,8 +95,8 @@ void GuardFlow::showGuard(const Routing& routing, PollKind kind) {
   log::detail("guard", std::string("shown: output ") + (routing.outOK ? "right" : "wrong") +
                            ", input " + (routing.inOK ? "right" : "wrong"));
   screens_.leavePages();
-  // A guard that is already up keeps its text, so that it does not change under the reader's eyes
-  // while the devices are put right one by one.
+  // A guard that is already up keeps its text, so that it does not change while the user corrects
+  // the devices one by one.
   if (!std::exchange(state_.guard, true)) state_.textKey = audio::guardTextKey(routing).value();
   refreshAudioGuardStatus();
   if (audioGuardTimer_) return;
@@ -224,7 +223,7 @@ void GuardFlow::startAudioDefaultWatch() {
 }
 
 void GuardFlow::onDefaultDevicesChanged(const Routing& routing) {
-  // A check that is still to come looks for itself.
+  // A pending check will see the change itself.
   if (screens_.splashIsUp() || state_.checking) return;
   if (!microphoneAuthorized()) {
     showMicDeniedOverlay();

@@ -4,7 +4,7 @@
 
 namespace quorin::app {
 
-// The page switches run after the current event; a mode that is left before then takes them back.
+// Page switches are posted; leaving the mode before they run cancels them.
 
 void Menu::chooseOnlineMode() {
   pageSteps_.cancelAll();

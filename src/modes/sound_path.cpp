@@ -57,7 +57,7 @@ void SoundPath::startCapture() {
   if (capture_.isCapturing()) return;
   const auto waited = scheduler_.now() - start;
   log::detail("sound", "the capture did not start and is tried again");
-  whileWanted_.cancelAll();  // one attempt is due at a time
+  whileWanted_.cancelAll();  // only one retry is pending at a time
   scheduler_.mainQueue().asyncAfter(std::max<std::chrono::nanoseconds>(kRetryInterval, 9 * waited),
                                     whileWanted_, [this] { startCapture(); });
 }

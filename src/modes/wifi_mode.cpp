@@ -67,7 +67,7 @@ void WiFiMode::stream() {
   refreshOnlineStatusMessage();
 }
 
-// Starts a stopped server too: the page shows a code, which must work.
+// Starts a stopped server too: the code on the page must work.
 void WiFiMode::restartUDP() {
   if (server_.isRunning()) {
     server_.restartUDPForNetworkChange(state_.port.toStdString());
@@ -76,7 +76,7 @@ void WiFiMode::restartUDP() {
   }
 }
 
-// The page is open already, or was left, which drops the task.
+// The page is already open; leaving it drops the task.
 void WiFiMode::silentReenterOnlineMode() {
   parts_.cable.turnOff();
   scheduler_.mainQueue().async(whileOpen_, [this] {
@@ -193,7 +193,7 @@ void WiFiMode::onNetworksChanged(const wifi::LocalNetworks& networks) {
     watch_.choose(std::exchange(missingNetwork_, {}));
     openQRHelp();
   }
-  // The address, if that changes too, follows in this turn.
+  // Posted: an address change may follow in this turn.
   scheduler_.mainQueue().async(whileOpen_, [this] { refreshOnlineStatusMessage(); });
 }
 

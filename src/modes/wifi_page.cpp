@@ -49,7 +49,7 @@ void describeProblem(const ServerProblem& problem, const Texts& texts, WiFiPage&
   page.content = WiFiPage::Content::kProblem;
   page.otherPort = problem.otherPort;
   page.title = failureText(failure, texts);
-  if (failure.step == Step::kPort) return;  // nothing changes by itself
+  if (failure.step == Step::kPort) return;  // retrying cannot help
 
   if (failure.error == EADDRINUSE) {
     page.title = texts.tr("port.in_use", port);

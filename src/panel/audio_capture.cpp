@@ -22,7 +22,7 @@ class RestartingCapture final : public AudioCapture {
     const auto begun = scheduler_.now();
     manager_.startCapture();
     if (manager_.isCapturing()) return;
-    // Where a server hangs, the main queue waits for a tenth of the time at most.
+    // With a hanging server, the main queue blocks a tenth of the time at most.
     const auto waited = scheduler_.now() - begun;
     whileWanted_.cancelAll();
     scheduler_.mainQueue().asyncAfter(std::max<dispatch::Duration>(kRetryInterval, 9 * waited),

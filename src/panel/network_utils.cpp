@@ -6,7 +6,7 @@
 namespace quorin::panel {
 namespace {
 
-/// Any stable address of the Internet would do: only a route is asked for.
+/// Any Internet address would do: only its route is looked up.
 constexpr wire::Endpoint kProbe{.address = 0x08080808, .port = 80};
 
 }  // namespace

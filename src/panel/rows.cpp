@@ -46,7 +46,7 @@ ValueRow::ValueRow(QWidget* mark, const QString& label, const QString& value,
                    const LabelLook& valueLook)
     : label_(label), value_(makeLabel({}, valueLook)) {
   auto* layout = makeRowLayout(this);
-  if (mark != nullptr) {  // in a column of its own, so that the labels of a box stand in line
+  if (mark != nullptr) {  // in its own column, so that the labels of a box align
     layout->addSpacing((kMarkWidth - mark->width()) / 2);
     layout->addWidget(mark);
     layout->addSpacing((kMarkWidth - mark->width()) / 2);

@@ -15,7 +15,7 @@ UDPAudioServer::UDPAudioServer(dispatch::Scheduler& scheduler, Parts parts)
 void UDPAudioServer::start() {
   if (published_.isRunning) return;
   printBanner();
-  releaseAll();  // what a failed start left, or one that is only just under way
+  releaseAll();  // after a failed start, or one whose `isRunning` is still pending
 
   clientManager_ = std::make_unique<ClientManager>(scheduler_, parts_.print);
   clientManager_->setOnClientCountChanged(

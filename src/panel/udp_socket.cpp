@@ -53,7 +53,8 @@ std::optional<wire::Endpoint> resolveClientKey(std::string_view key) {
   return endpoint;
 }
 
-/// The main queue's end of the receive loop; what arrives after the socket is gone finds none.
+/// The main queue's end of the receive loop; texts delivered after the socket is destroyed are
+/// dropped.
 struct UDPSocket::Inbox {
   MessageHandler onMessageReceived;  ///< main queue
   std::atomic<int> pending = 0;
@@ -90,7 +91,7 @@ std::expected<void, SocketError> UDPSocket::start() {
 
   const std::unique_lock lock(socketMutex_);
   isListening_ = true;
-  // The descriptor stays where it is until the loop has ended.
+  // `close` waits for the loop before it resets `socket_`.
   receiveQueue_->async([this, &socket = socket_.emplace(*std::move(opened))] {
     while (isListening_) receiveOnce(socket);
   });
@@ -137,14 +138,14 @@ void UDPSocket::deliver(std::string text, std::string key) {
 
 void UDPSocket::send(std::span<const std::byte> bytes, const wire::Endpoint& address) {
   const std::shared_lock lock(socketMutex_);
-  // From whichever address the routes say. A chunk that the system cannot take now is lost.
+  // The system chooses the source address. A chunk that it cannot take now is lost.
   if (socket_) (void)socket_->sendTo(address, INADDR_ANY, bytes);
 }
 
 void UDPSocket::close() {
   isListening_ = false;
   {
-    // Wakes the receive loop at once, though the socket has no peer and the call says so.
+    // Wakes the receive loop at once, although it fails with ENOTCONN on a socket without a peer.
     const std::shared_lock lock(socketMutex_);
     if (socket_) ::shutdown(socket_->descriptor(), SHUT_RDWR);
   }

@@ -54,7 +54,8 @@ void AudioSender::chunkArrived() {
 }
 
 void AudioSender::sendNextAudioFrame() {
-  // Before the chunk: who sees a new listener sees the clearing that came before it.
+  // Check for listeners before taking a chunk: a listener seen here implies that the clearing
+  // before it is seen too.
   const auto transport = std::ranges::find_if(transports_, &Transport::hasListener);
   const auto arrived = audioFrameQueue_.take(chunk_);
   if (arrived) {

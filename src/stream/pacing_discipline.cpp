@@ -11,10 +11,10 @@ using Duration = PacingDiscipline::Duration;
 
 constexpr Duration kChunk = wire::kChunkDuration;
 
-// Of the gap a tick. Quicker, and the ticks would follow every odd chunk; slower, and 200 ppm
-// would cost more than the 0.4 ms of standing error they do.
+// Each tick corrects 1/kGain of the gap. Faster would follow single chunks; slower would give 200
+// ppm of drift more than 0.4 ms of standing error.
 constexpr int kGain = 100;  // a time constant of 2 s
-// A gap that is no reason to move: a receiver notices the move, and not the gap.
+// Gaps below this are not corrected: a receiver sees the correction as jitter, but not the gap.
 constexpr Duration kTolerance = std::chrono::milliseconds(2);
 
 Duration slew(Duration gap) {
@@ -30,7 +30,7 @@ PacingDiscipline::TimePoint PacingDiscipline::nextLook() const {
 }
 
 void PacingDiscipline::looked(TimePoint now, std::optional<TimePoint> arrived) {
-  // Where the machine stood still, what arrived meanwhile is overdue.
+  // After a stall of the machine, chunks that arrived meanwhile are overdue.
   const auto missed = std::max((now - tick_) / kChunk, Duration::rep{0});
   tick_ += missed * kChunk;
   overdue_ += static_cast<std::size_t>(missed);
@@ -38,7 +38,7 @@ void PacingDiscipline::looked(TimePoint now, std::optional<TimePoint> arrived) {
   waiting_ = !arrived && !waiting_;
   if (waiting_) return;
 
-  if (!arrived && sent_) overdue_ = 0;  // a hole in the sound: they will never come
+  if (!arrived && sent_) overdue_ = 0;  // a gap in the sound: these chunks do not exist
   sent_ = arrived.has_value();
   if (halfway_ && sent_) --overdue_;
   if (!halfway_ && !sent_) ++overdue_;
@@ -53,7 +53,7 @@ void PacingDiscipline::measure(Duration waited) {
   if (count_ == kSettled) waits_.fill(waits_[count_ - 1]);
 }
 
-/// By how much the ticks from the next one on are to be later.
+/// The offset to apply to the next and all later ticks; positive is later.
 Duration PacingDiscipline::shift() {
   if (count_ < kLearned) return Duration::zero();
   auto shortest = Duration::max();
@@ -63,7 +63,7 @@ Duration PacingDiscipline::shift() {
     shortest = std::min(shortest, wait);
   }
   const auto gap = kHeadroom - second - moved_;
-  // Chunks that come too late even for the leeway: room for them is made at once.
+  // Chunks later than the leeway: correct at once.
   aligning_ = aligning_ || count_ == kLearned || gap > kHeadroom + kLeeway;
   const auto later = aligning_ ? std::clamp(gap, -kMaxStep, kMaxStep) : slew(gap);
   aligning_ = aligning_ && later != gap;

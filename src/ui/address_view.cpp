@@ -88,7 +88,7 @@ void AddressView::copy() {
   sayingCopied_.start(kSayingCopied);
 }
 
-/// Copying the selection is said like a press of the button.
+/// Copying the selection gives the same feedback as the button.
 bool AddressView::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() != QEvent::KeyPress ||
       !static_cast<QKeyEvent*>(event)->matches(QKeySequence::Copy)) {

@@ -14,7 +14,7 @@ ShadeView::ShadeView(const QColor& color, QWidget* parent) : ContainerView(paren
 
 void ShadeView::setColor(const QColor& color) {
   color_ = color;
-  setAttribute(Qt::WA_OpaquePaintEvent, color.alpha() == 255);  // spares what lies beneath
+  setAttribute(Qt::WA_OpaquePaintEvent, color.alpha() == 255);  // avoids painting what lies beneath
   update();
 }
 

@@ -127,7 +127,7 @@ void PaintedButton::focusInEvent(QFocusEvent* event) {
     case Qt::MouseFocusReason:
       byKeyboard_ = false;
       break;
-    default:  // a window or a menu that gives the focus back changes nothing
+    default:  // focus returned by a window or menu: no change
       break;
   }
   QAbstractButton::focusInEvent(event);
@@ -206,7 +206,7 @@ LinkButton::LinkButton(const QString& title, const QFont& font, QWidget* parent)
 
 void LinkButton::setTitle(const QString& title) {
   setText(title);
-  // An "&" is part of the title, which is painted here, and no sign for a shortcut.
+  // The title is painted literally, so "&" must not define a shortcut.
   setShortcut({});
   setAccessibleName(title);
   applyUnderline(false);

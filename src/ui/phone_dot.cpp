@@ -52,7 +52,7 @@ void PhoneDot::contextMenuEvent(QContextMenuEvent* event) {
 void PhoneDot::openMenu(QPoint place) {
   auto* const menu = new QMenu(this);
   menu->setAttribute(Qt::WA_DeleteOnClose);
-  // The dot may stand for another phone by the time of the answer.
+  // The dot may represent another phone by the time of the click.
   QAction* const action = menu->addAction(disconnectText_);
   connect(action, &QAction::triggered, this,
           [this, endpoint = endpoint_] { emit disconnectRequested(endpoint); });

@@ -7,8 +7,8 @@
 namespace quorin::pictures {
 namespace {
 
-/// Keeps what it rendered last: a view is painted far more often than its size changes. The file
-/// is read anew for each size: what a renderer holds is many times as large as the drawing.
+/// Caches the last rendering: a view is painted far more often than resized. Rereads the file for
+/// each size: a renderer kept in memory is many times as large as the drawing.
 class Drawing final : public Picture {
  public:
   Drawing(QString path, const QColor& tint) : path_(std::move(path)), tint_(tint) {}

@@ -14,7 +14,7 @@ namespace {
 
 using wire::CableFrame;
 
-/// An app that never answers leaves this many pings behind, and no more.
+/// Limits the memory for an app that never answers.
 constexpr std::size_t kMaxUnanswered = 60;
 
 }  // namespace
@@ -32,7 +32,7 @@ Cable::Cable(CablePlatform platform, CableEvents events)
             {.channelWasSet = [this](PTChannel* channel) { channelWasSet(channel); },
              .didChange =
                  [this] {
-                   // Numbers are used again: the next phone has not said its name.
+                   // Device numbers are reused: forget the previous phone's name.
                    if (namedDevice_ != link_.connectingToDeviceID()) namedDevice_.reset();
                    events_.didChange();
                  }}) {}
@@ -46,7 +46,7 @@ void Cable::channelWasSet(PTChannel* channel) {
   }
   audioPath_.setChannel(channel);
   pings_.clear();
-  pingAgainLater();  // the answer to a ping that was under way does not come any more
+  pingAgainLater();  // a pending ping of the previous channel is never answered
   appAnswers_ = true;
   channel != nullptr ? awaitPong() : pongTimeout_.reset();
 }

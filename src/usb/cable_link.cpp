@@ -73,8 +73,7 @@ void CableLink::setTarget(std::optional<DeviceID> device) {
   enqueueConnectToUSBDevice();
 }
 
-/// A phone that is not paired with this computer must be unlocked first; of any other, `paired`
-/// is true.
+/// Sets the answer `paired` if the phone is paired with this computer, else `kLocked`.
 void CableLink::askPairing(PhoneAnswer paired) {
   pairing_ = platform_.hub.askPairing(
       *connectingToDeviceID_, [self = this, paired = paired](bool isPaired) {
@@ -127,7 +126,7 @@ void CableLink::goOn() {
   resumption_.reset();
   notConnectedQueueSuspended_ = false;
   enqueueConnectToLocalIPv4Port();
-  // An attempt under way goes on: a loopback peer that comes and goes must not restart it for ever.
+  // A running attempt continues: a reconnecting loopback peer must not restart it over and over.
   if (connectingToDeviceID_ && !usb_.channel) enqueueConnectToUSBDevice();
 }
 
@@ -194,7 +193,7 @@ void CableLink::localAttemptEnded(std::error_code error) {
     note("Connected to " + kLoopbackLabel);
     return;
   }
-  // Nothing listens there unless a phone is simulated: no reason to say so every second.
+  // Usually nothing listens there (only simulated phones do), so refusals are not logged.
   if (isForeign) {
     note("Failed to connect to " + kLoopbackLabel + ": another user's program listens there");
   } else if (error != std::errc::connection_refused && error != std::errc::timed_out) {
@@ -235,8 +234,7 @@ bool CableLink::channelDidEnd(const PTChannel& channel) {
   if (&channel != connectedChannel_.get()) return false;
   if (connectedDeviceID_) didDisconnectFromDevice();
   setConnectedChannel(nullptr);
-  // Whoever accepts and closes at once, or breaks the rules at once, would be connected to without
-  // a pause.
+  // Avoids a busy reconnect loop with a peer that closes, or violates the protocol, at once.
   if (isOn_ && platform_.scheduler.now() - connectedAt_ < kRetryDelay) {
     notConnectedQueueSuspended_ = true;
     resumption_ =

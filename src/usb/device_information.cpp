@@ -18,7 +18,7 @@ std::optional<DeviceInformation> readDeviceInformation(std::span<const std::byte
   char* xml = nullptr;
   std::uint32_t length = 0;
   plist_to_xml(list.get(), &xml, &length);
-  // libplist's own function for this has another name from 2.3 on; both are free().
+  // libplist renamed its own function for this in 2.3; both call free().
   const std::unique_ptr<char, decltype(&std::free)> owner(xml, std::free);
   const std::string_view document(xml, length);
   const auto name = textIn(list.get(), "name");

@@ -81,7 +81,7 @@ void NetworkWatch::settleAfter(dispatch::Duration delay) {
                                                         [this] { finishNetworkChange(); });
 }
 
-// If this look differs from the last one, it is a new change.
+// If this check differs from the last one, it is a new change.
 void NetworkWatch::finishNetworkChange() {
   const auto firedTimer = std::move(qrRegenerateTimer_);  // this is its handler
   const auto change = take(lookUp_());

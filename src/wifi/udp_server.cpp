@@ -167,7 +167,8 @@ void UdpServer::handleHello(const Received& received) {
   }
   // The first client's sound begins after it joined.
   if (result == kFirstClient) sender_.clearAudioFrames();
-  // Before the answers: the server's own socket may be full of answers to hosts that are gone.
+  // Before replying: the send buffer of the server's own socket may be full of replies to hosts
+  // that are gone.
   if (!isConnected(received.source, received.local)) connect(received.source, received.local);
   reply(received, wire::kReady);
   reply(received, wire::kFormat);
@@ -217,7 +218,7 @@ void UdpServer::closeUnused() {
 
 void UdpServer::expireUDPClients() {
   closeUnused();
-  // Refusals that were reported to a send of the pacing queue.
+  // Refusals reported to a send on the pacing queue.
   for (const auto& entry : connections_) dropIfRefused(entry.first);
   if (table_.expire(scheduler_.bootNow()) > 0) {
     audienceChanged_ = true;
@@ -237,7 +238,7 @@ void UdpServer::clientsChanged() {
   updateSoon();
 }
 
-/// At the end of a turn, after the replies: a client's first audio comes behind its format line.
+/// At the end of a turn, after the replies, so that a client gets its format line before audio.
 void UdpServer::publishIfChanged() {
   if (!std::exchange(audienceChanged_, false)) return;
   auto audience = std::make_shared<Audience>();

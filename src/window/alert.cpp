@@ -44,7 +44,7 @@ Alert::Alert(const QString& title, const QString& text, const PicturePtr& icon,
              const QStringList& buttons, QWidget* window)
     : QDialog(window, Qt::Sheet) {
   setAttribute(Qt::WA_DeleteOnClose);
-  // A screen reader says the window's title, then the texts in it: each once.
+  // A screen reader reads the window title and then its texts; a generic title avoids repetition.
   setWindowTitle(QString::fromLatin1(kProgramName));
   // The window's own shortcut does not reach a modal dialog.
   auto* const quit = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), this);

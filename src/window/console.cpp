@@ -56,7 +56,7 @@ void Console::presentMessage(const QString& text, bool isStatus) {
   QTextCursor end(output_.document());
   end.movePosition(QTextCursor::End);
   if (!output_.document()->isEmpty()) end.insertBlock();
-  // Each line is a block to lay out: a peer's text may be thousands of them.
+  // Each line is a block to lay out, and a peer's text may have thousands.
   constexpr int kMaxLines = 20;
   end.insertText(text.section(u'\n', 0, kMaxLines - 1),
                  isStatus ? consoleStatusTextAttributes_ : consoleTextAttributes_);

@@ -127,7 +127,7 @@ class Planner {
     const double titleHeight = measure_.textHeight(audioGuardTitleLabel_, textWidth);
     const double textHeight = measure_.textHeight(audioGuardTextLabel_, textWidth);
     const double noteHeight = measure_.textHeight(audioGuardSetUpNoteLabel_, textWidth);
-    // The note and the settings button stand beneath what the block is measured from.
+    // The note and the settings button are below the block's reference line.
     const double beneath = noteHeight + 12 + 36 + 12;
     const double bottom =
         std::floor((h_ - (titleHeight + textHeight + 118 + beneath)) / 2) + beneath;

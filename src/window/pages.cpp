@@ -6,7 +6,7 @@
 namespace quorin::app {
 namespace {
 
-/// Spares the layout a label whose text stays.
+/// Avoids a relayout for an unchanged text.
 void setText(QLabel& label, const QString& text) {
   if (label.text() != text) label.setText(text);
 }
@@ -66,7 +66,7 @@ void Pages::presentMessage(const QString& text, bool isStatus) {
 void Pages::confirmStop(std::function<void()> stop) {
   QWidget* const window = views_.contentView->window();
   window->show();
-  if (stopQuestion_) stopQuestion_->reject();  // another way to stop
+  if (stopQuestion_) stopQuestion_->reject();  // a newer question replaces it
   stopQuestion_ = askToStop(texts_, window, std::move(stop));
 }
 

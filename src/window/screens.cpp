@@ -11,7 +11,7 @@
 namespace quorin::app {
 namespace {
 
-/// From this size on everything grows with the window.
+/// Above this size everything scales with the window.
 constexpr QSizeF kGrowsFrom{1920, 1080};
 
 bool hasPicture(const QWidget& widget) {
@@ -28,7 +28,7 @@ QRect toWidget(const Rect& frame, double containerHeight, double scale) {
           scaled(frame.height)};
 }
 
-/// What a screen reader says of a screen.
+/// What a screen reader announces for a screen.
 struct Words {
   View title;   ///< said on entering
   View status;  ///< said on entering and whenever it changes
@@ -74,8 +74,8 @@ void Screens::update(const std::function<void(ScreenState&)>& change) {
   onUpdate_();
 }
 
-/// The keyboard keeps its place, or gets the first of the new screen: with a ring only where the
-/// place before had one.
+/// Keeps the keyboard focus, or moves it to the first view of the new screen; with a focus ring
+/// only if the previous view showed one.
 void Screens::applyVisibility() {
   const ViewSet visible = visibleViews(state_);
   QWidget* focused = views_.contentView->window()->focusWidget();

@@ -29,7 +29,7 @@ struct Views {
   Views(const Views&) = delete;
   Views& operator=(const Views&) = delete;
 
-  /// The widget of this name; null once the splash has been removed.
+  /// The widget of this row; null for the two splash views once they have been removed.
   QWidget* find(View view) const { return widgets_[indexOf(view)]; }
 
   /// Makes every font `scale` times as large as the table says.

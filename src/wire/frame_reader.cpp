@@ -27,7 +27,7 @@ std::span<std::byte> FrameReader::space() {
     begin_ = 0;
   }
   if (end_ == buffer_.size()) {
-    assert(needed() > buffer_.size());  // else `next` has not been called for what is there
+    assert(needed() > buffer_.size());  // otherwise `next` was not called until NeedMore
     buffer_.resize(std::min(needed(), 2 * buffer_.size()));
   }
   return std::span(buffer_).subspan(end_);

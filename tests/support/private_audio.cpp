@@ -194,8 +194,8 @@ class PrivatePipeWire : public PrivateAudioServer {
     eventually([this] { return std::filesystem::exists(folder_ / "bus"); });
     run({"pipewire"});
     eventually([this] { return std::filesystem::exists(folder_ / "pipewire-0"); });
-    // PipeWire 0.3 tells nobody of another default device any more when a client leaves just as the
-    // list of the defaults comes up. So nobody connects before, but one that only looks.
+    // PipeWire 0.3 no longer reports a change of the default device when a client leaves just as
+    // the list of the defaults comes up. So only a monitor connects before that.
     const auto objects = folder_ / "pw-mon.log";
     std::filesystem::remove(objects, ignored);
     const ChildProcess monitor(

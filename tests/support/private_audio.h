@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-/// Audio servers of the test's own, which nobody hears and which disturb nobody.
+/// Private audio servers of a test: inaudible, and apart from the user's own.
 namespace quorin::test {
 
 /// An audio server with its runtime folder, and the environment that leads to it.

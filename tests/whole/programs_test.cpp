@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <fstream>
 
-/// The programs themselves, run as a person runs them.
+/// The programs themselves, run as a user runs them.
 namespace quorin::whole {
 namespace {
 

@@ -64,7 +64,7 @@ void PulseConnection::connect() {
       context_.get(),
       [](pa_context*, void* self) { static_cast<PulseConnection*>(self)->contextStateChanged(); },
       this);
-  // No autospawn: where no audio server is wanted one would be started every few seconds.
+  // No autospawn: it would start an unwanted audio server every few seconds.
   if (::pa_context_connect(context_.get(), nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) lost();
 }
 

@@ -6,7 +6,7 @@
 namespace quorin::audio {
 namespace {
 
-/// An operation goes on without its handle; it is dropped with the connection.
+/// An operation continues without its handle and ends with the connection.
 void detach(pa_operation* operation) {
   if (operation != nullptr) ::pa_operation_unref(operation);
 }
@@ -20,7 +20,7 @@ bool namesDevice(const char* name) {
   return name != nullptr && name[0] != '\0' && name[0] != '@';
 }
 
-/// Sinks and sources have these fields in common, by name.
+/// Sinks and sources share these field names.
 template <typename Info>
 Device toDevice(const Info& info) {
   Device device{
@@ -50,7 +50,7 @@ void PulseDevices::connected(pa_context* context) {
 }
 
 void PulseDevices::disconnected() {
-  // The operations under way died with the connection, without an answer.
+  // Pending operations ended with the connection, without an answer.
   context_ = nullptr;
   answersDue_ = 0;
   refreshAgain_ = false;

@@ -36,8 +36,8 @@ void PulseEngine::DropStream::operator()(pa_stream* stream) const {
   ::pa_stream_set_state_callback(stream, nullptr, nullptr);
   ::pa_stream_set_read_callback(stream, nullptr, nullptr);
   if (::pa_stream_get_state(stream) == PA_STREAM_CREATING) {
-    // It cannot be disconnected yet, and would record for ever once the server answers; until
-    // then the context keeps it.
+    // It cannot be disconnected yet, and would record forever once the server answers; until then
+    // the context keeps it alive.
     ::pa_stream_set_state_callback(
         stream,
         [](pa_stream* late, void*) {
@@ -85,7 +85,7 @@ std::expected<void, Error> PulseEngine::start() {
   auto started = startLocked();
   running_ = started.has_value();
   if (running_) {
-    follow();  // the default may have changed since
+    follow();  // the default may have changed meanwhile
   } else {
     drop();
   }
@@ -194,7 +194,7 @@ void PulseEngine::streamStateChanged() {
   connection.changed();
   const auto state = ::pa_stream_get_state(stream_.get());
   if (state == PA_STREAM_READY) {
-    // Were it another device's sound after all, none of it is read.
+    // Never read the sound of any other device.
     if (::pa_stream_get_device_name(stream_.get()) != recorded_) {
       ::pa_stream_set_read_callback(stream_.get(), nullptr, nullptr);
       ::pa_stream_disconnect(stream_.get());
@@ -217,7 +217,7 @@ void PulseEngine::streamStateChanged() {
 }
 
 void PulseEngine::readAvailable(std::size_t readable) {
-  // To give a fragment back wakes the server, and none is of use before its block is whole.
+  // Dropping a fragment wakes the server, so read only when a block is complete.
   if (tap_ && tap_->reblocker && readable < tap_->reblocker->missing() * sizeof(float)) return;
   const Format format{.sampleRate = sampleSpec_.rate, .channels = sampleSpec_.channels};
   const auto deliver = [&](std::span<const float> block) {

@@ -33,7 +33,7 @@ void PulseServer::setChangeHandler(dispatch::Queue& queue, dispatch::Task handle
   auto source = queue.makeEventSource(std::move(handler));
   const dispatch::Lock lock(mutex_);
   changeSource_.swap(source);
-  if (state_ != State()) changeSource_->signal();  // what came before the handler
+  if (state_ != State()) changeSource_->signal();  // report changes from before the handler
 }
 
 std::unique_ptr<AudioEngine> PulseServer::makeEngine(SourceTest accepts) {
@@ -60,7 +60,7 @@ void PulseServer::disconnected(int error) {
                   : std::string("no audio server (") + ::pa_strerror(error) +
                         "): start PulseAudio or PipeWire; it is looked for until it is there");
   }
-  // A refusal holds until a server says otherwise; with no server there is nothing to say.
+  // A refusal stays until a server grants access; without a server, access is unknown.
   noteRecordingAccess(error == PA_ERR_ACCESS ? RecordingAccess::kRefused
                                              : RecordingAccess::kUnknown);
   devices_.disconnected();

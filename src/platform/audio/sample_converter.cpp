@@ -13,12 +13,12 @@
 namespace quorin::audio {
 namespace {
 
-// The filter is measured beside libraries' in docs/sound.md.
+// docs/sound.md compares this filter with those of libraries.
 constexpr double kHalfLength = 48;  // in frames of the lower rate
 constexpr double kCutoff = 0.95;    // of half the lower rate
 constexpr double kKaiserBeta = 9;   // stopband at -90 dB
 
-/// Sums side by side, which compilers turn into vector instructions.
+/// Parallel sums, so that the compiler vectorizes the loop.
 constexpr std::size_t kLanes = 8;
 
 constexpr float kMinSample = 1e-20F;
@@ -26,7 +26,7 @@ constexpr float kMaxSample = 1e20F;
 
 constexpr unsigned kLongestBlocksPerSecond = 25;  // 40 ms
 
-/// Comparisons with NaN are false, hence the one test for all that is no audible number.
+/// One test suffices, since comparisons with NaN are false.
 float audibleOrSilence(float sample) {
   const auto size = std::abs(sample);
   return size >= kMinSample && size <= kMaxSample ? sample : 0.0F;
@@ -79,8 +79,8 @@ class Resampler {
     return std::span(frames_).subspan(taps_ - 1, count);
   }
 
-  /// Takes the `count` frames of `input` and returns how many came of them; what does not fit into
-  /// `output` is lost.
+  /// Consumes `count` frames of `input` and returns the number of output frames; what does not fit
+  /// into `output` is lost.
   std::size_t run(std::size_t count, std::span<float> output) {
     std::size_t made = 0;
     for (; next_ < count; advance()) {

@@ -25,7 +25,7 @@ QDBusConnection connectTo(const std::string& address) {
 MicrophonePermission::MicrophonePermission(dispatch::Scheduler& scheduler, Options options)
     : scheduler_(scheduler), options_(std::move(options)) {
   facts_.sandboxed = options_.identity.sandboxed;
-  // Connecting waits for the bus, so it happens elsewhere.
+  // Connecting blocks on the bus, so it runs on another queue.
   auto connected = scope_.bind([this](const QDBusConnection& bus) {
     if (!bus.isConnected()) return onPortalAnswers({});
     portal_ = std::make_unique<PortalWatch>(
@@ -43,7 +43,7 @@ MicrophonePermission::~MicrophonePermission() = default;
 void MicrophonePermission::requestAccess(dispatch::Task answered) {
   pending_.push_back(std::move(answered));
   asked_ = true;
-  // Asking goes by way of a queue in both cases, so that the caller is never called back inside.
+  // Posted, so that the callback never runs inside this call.
   scheduler_.mainQueue().async(scope_, [this] { update(); });
   askForRecording();
 }
@@ -60,7 +60,7 @@ void MicrophonePermission::onPortalAnswers(const PortalAnswers& answers) {
 }
 
 void MicrophonePermission::askForRecording() {
-  // Before the desktop has answered it is not known whether the user need be asked.
+  // Whether the user must be asked is unknown until the desktop has answered.
   const bool pending = authorizationStatus(facts_) == AuthorizationStatus::kNotDetermined;
   if (!facts_.portal || !pending || pending_.empty()) return;
   hasAskedUser_ = facts_.sandboxed;

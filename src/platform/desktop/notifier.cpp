@@ -23,7 +23,7 @@ QDBusMessage call(const char* method) {
 }  // namespace
 
 Notifier::Notifier(Chosen chosen) : chosen_(std::move(chosen)) {
-  // No sender is named: naming one would wait for the bus.
+  // No sender: connecting with one would block on the bus.
   auto bus = QDBusConnection::sessionBus();
   bus.connect({}, kPath, kName, "ActivationToken", this, SLOT(onActivationToken(uint, QString)));
   bus.connect({}, kPath, kName, "ActionInvoked", this, SLOT(onActionInvoked(uint, QString)));

@@ -22,7 +22,7 @@ constexpr std::array kServices = {kStore, "org.freedesktop.impl.portal.desktop.g
                                   "org.freedesktop.impl.portal.desktop.gtk"};
 constexpr auto kProperties = "org.freedesktop.DBus.Properties";
 
-/// After this a desktop that does not answer counts as one that has nothing to say.
+/// A desktop that has not answered by then counts as one without settings.
 constexpr int kTimeoutMs = 2000;
 
 StoredAnswer storedAnswer(const QDBusMessage& reply, const QString& applicationId) {
@@ -48,7 +48,7 @@ bool isLockedDown(const QDBusMessage& reply) {
 PortalWatch::PortalWatch(const QDBusConnection& bus, QString applicationId,
                          std::function<void(const PortalAnswers&)> onAnswers)
     : bus_(bus), applicationId_(std::move(applicationId)), onAnswers_(std::move(onAnswers)) {
-  // No sender is named: naming one would wait for the bus, and what comes is only a hint to ask.
+  // No sender: connecting with one would block on the bus, and a signal only triggers a query.
   bus_.connect({}, kStorePath, kStore, "Changed", {kTable, kMicrophone}, {}, this, SLOT(ask()));
   bus_.connect({}, kLockdownPath, kProperties, "PropertiesChanged", {kLockdown}, {}, this,
                SLOT(ask()));

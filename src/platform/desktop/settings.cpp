@@ -12,8 +12,8 @@ namespace {
 
 /// One way to show a page.
 struct Way {
-  const char* desktop;               ///< only there; empty: anywhere
-  std::optional<SettingsPage> page;  ///< only that; none: all
+  const char* desktop;               ///< only on this desktop; empty: on any
+  std::optional<SettingsPage> page;  ///< only this page; none: all
   const char* command;
   const char* desktopEntry = nullptr;  ///< installed with the page, if named
 };

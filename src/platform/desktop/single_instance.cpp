@@ -23,11 +23,11 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// An answer that takes longer comes from a program that hangs.
+/// Beyond this the running program is considered hung.
 constexpr timeval kTimeout{.tv_sec = 10, .tv_usec = 0};
 constexpr std::size_t kMaxDatagram = 16384;
 
-/// Only this user can reach what stands there.
+/// The runtime folder is accessible to this user only.
 QByteArray path(const char* suffix) {
   const auto folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
   return QFile::encodeName(folder + QLatin1Char('/') + QLatin1String(app::kProgramFile)) + suffix;
@@ -54,7 +54,7 @@ SingleInstance::SingleInstance()
   isFirst_ = ::flock(lock_.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
   if (!isFirst_ || !lock_) return;
   const auto address = socketAddress();
-  ::unlink(address.sun_path);  // of a program that was killed
+  ::unlink(address.sun_path);  // left by a killed program
   ::bind(socket_.get(), generic(address), sizeof address);
 }
 
@@ -85,7 +85,7 @@ void SingleInstance::readRequests() {
 
 QString SingleInstance::handOver(const QStringList& arguments) {
   const auto silent = qtTrId("It runs already and does not answer; end that process first.");
-  // A name of its own choice, for the answer.
+  // Autobind, to receive the answer.
   const sockaddr_un unnamed{.sun_family = AF_UNIX, .sun_path = {}};
   ::bind(socket_.get(), generic(unnamed), sizeof unnamed.sun_family);
   ::setsockopt(socket_.get(), SOL_SOCKET, SO_RCVTIMEO, &kTimeout, sizeof kTimeout);
@@ -94,7 +94,7 @@ QString SingleInstance::handOver(const QStringList& arguments) {
   const auto address = socketAddress();
   for (int tries = 20; ::connect(socket_.get(), generic(address), sizeof address) != 0;) {
     if (--tries == 0) return silent;
-    std::this_thread::sleep_for(50ms);  // the first has the lock, and its socket in a moment
+    std::this_thread::sleep_for(50ms);  // the first may hold the lock but not the socket yet
   }
   auto token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
   if (token.isEmpty()) token = qEnvironmentVariable("DESKTOP_STARTUP_ID");

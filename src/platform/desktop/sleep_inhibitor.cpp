@@ -17,8 +17,8 @@ constexpr int kTimeoutMs = 2000;
 
 }  // namespace
 
-/// Desktops suspend by rules of their own, which the portal's request reaches; without one logind
-/// does, until the descriptor that it has given is closed.
+/// Desktops suspend by their own rules, so the portal is asked first; without a portal, logind,
+/// until its descriptor is closed.
 struct SleepInhibitor::Lock {
   const QString why;
   QDBusUnixFileDescriptor logind{};

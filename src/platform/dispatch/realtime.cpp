@@ -23,14 +23,14 @@ namespace {
 /// that the server has not mixed yet cannot be sent.
 constexpr int kPriority = 4;
 
-// Of processor time without a wait. Beyond the soft limit the kernel warns, beyond the hard one it
-// kills; rtkit refuses a process that may spin for more than 200 ms.
+// CPU time without blocking. Above the soft limit the kernel sends a signal, above the hard limit
+// it kills; rtkit rejects a process whose limit exceeds 200 ms.
 constexpr rlim_t kHardLimitMicroseconds = 200'000;
 rlimit overrunLimit{};
 
 constexpr int kRtkitTimeoutMilliseconds = 2000;
 
-// More than the real-time threads of this program; one that has ended is passed over.
+// More than this program has real-time threads; ended ones are ignored.
 std::array<std::atomic<pid_t>, 8> realtimeThreads;
 static_assert(std::atomic<pid_t>::is_always_lock_free, "a signal handler uses it");
 
@@ -108,7 +108,7 @@ std::string_view describe(RealtimeGrant grant) {
 
 void requestRealtime(Queue& backgroundQueue) {
   if (takeDirectly()) return;
-  // Its answer changes nothing here, and other work of the queue is not to wait for it.
+  // Sent without waiting: the reply is not needed, and must not delay other work of the queue.
   backgroundQueue.async(
       [thread = ::gettid()] { QDBusConnection::systemBus().send(rtkitRequest(thread)); });
 }

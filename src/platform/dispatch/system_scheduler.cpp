@@ -76,8 +76,8 @@ class ThreadQueue : public CoreQueue<SerialQueue> {
   std::thread thread_;
 };
 
-/// The event loop of Qt watches the one epoll descriptor behind which everything of this queue
-/// stands, so that timers keep their precision and the order is the same as on every queue.
+/// Qt's event loop watches the queue's single epoll descriptor, so timers keep their precision and
+/// work runs in the same order as on every queue.
 class MainQueue : public CoreQueue<Queue> {
  public:
   explicit MainQueue(const Loop& loop)
@@ -97,7 +97,7 @@ class MainQueue : public CoreQueue<Queue> {
   bool isCurrent() const override { return QThread::currentThread() == notifier_.thread(); }
 
  private:
-  /// Then the event loop has its turn: a flood of work never freezes the window.
+  /// Afterwards Qt's event loop runs, so that a flood of work never freezes the window.
   static constexpr int kMaxPiecesPerTurn = 32;
 
   void runSome() {

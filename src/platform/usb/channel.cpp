@@ -12,8 +12,8 @@
 namespace quorin::usb {
 namespace {
 
-/// The system keeps twice as much, of which its own bookkeeping takes a part: room for about
-/// 150 ms of sound. What a phone does not read must wait in the outbox, where it can be dropped.
+/// The kernel doubles this and uses part of it for bookkeeping: room for about 150 ms of sound.
+/// Further unread data waits in the outbox, where it can be dropped.
 constexpr int kSendBufferBytes = 16 * 1024;
 
 /// A connection on this machine is made, or refused, within microseconds.
@@ -25,7 +25,7 @@ std::error_code systemError(int number) {
 
 }  // namespace
 
-// The sender may hold the socket for a little longer.
+// Shut down explicitly: the sender may still hold the socket.
 PTChannel::~PTChannel() {
   if (*socket_) ::shutdown(socket_->get(), SHUT_RDWR);
 }
@@ -68,7 +68,7 @@ void PTChannel::open() {
   ::setsockopt(socket_->get(), SOL_SOCKET, SO_SNDBUF, &kSendBufferBytes, sizeof kSendBufferBytes);
 
   const auto didFail = [this](std::error_code error) {
-    // When the other end has gone, what it said before can still be read; reading finds the end.
+    // After the peer closed, its last data can still be read; the read side then reports the end.
     if (error != std::errc::broken_pipe && error != std::errc::connection_reset) end(error);
   };
   sender_ = std::make_shared<FrameSender>(queues_, socket_, scope_.bind(didFail));

@@ -32,7 +32,7 @@ void FrameSender::post(std::vector<std::byte> frame, Written written) {
   });
 }
 
-/// Where no sound comes to take along what a full socket left.
+/// Retries frames left by a full socket, since without sound no `send` would.
 void FrameSender::flushLater() {
   if (failure_ || !outbox_.hasReliable()) return;
   queues_.send.asyncAfter(kFlushInterval, [self = shared_from_this()] {

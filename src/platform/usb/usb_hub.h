@@ -19,7 +19,7 @@ namespace quorin::usb {
 /// restart of the service.
 using DeviceID = std::uint32_t;
 
-/// State of the USB multiplexing service, from its last answer or timeout.
+/// State of the USB multiplexing service, from its last answer or failure.
 enum class UsbService {
   kUnknown,  ///< not asked yet
   kRunning,  ///< answers
