@@ -25,8 +25,8 @@ constexpr double kRight = 440;
 constexpr double kAlsoRight = 660;
 constexpr double kWrong = 3000;
 
-/// What a phone hears while devices, mixers and servers do their worst: 440 and 660 Hz play in the
-/// right devices, 3000 Hz in the wrong one, which is never heard.
+/// The sound at a phone while devices, mixers and servers fail or change: 440 and 660 Hz play in
+/// the right devices, 3000 Hz in the wrong one, which is never heard.
 class Ear : public WholeTest {
  protected:
   void SetUp() override {
@@ -131,7 +131,7 @@ class ChangingNetwork : public WholeTest {
   void expectAPhoneToHearTheTone(const std::string& address) {
     auto& phone = join(address);
     // The server is bound once more while the network settles and forgets who joined before: a
-    // phone that hears nothing asks again.
+    // phone without sound asks again.
     program_->runFor(2500ms);
     phone.says("<<HELLO>>");
     auto heard = phone.arrivals.size();
