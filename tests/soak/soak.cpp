@@ -146,7 +146,7 @@ class Client {
 struct Sample {
   double hours = 0;
   double megabytes = 0;         ///< what no file backs: heaps and stacks
-  std::size_t descriptors = 0;  ///< without the clients' own
+  std::size_t descriptors = 0;  ///< without those of single phones, on either side
   std::size_t threads = 0;
 };
 
@@ -334,14 +334,14 @@ void Soak::turn() {
 void Soak::takeSample() {
   if (!player_.isRunning()) player_ = audio_->play({.seconds = 60, .sink = "quorin"});
   const auto held = whole::holdings();
-  std::size_t clientSockets = 0;
-  for (const auto& client : clients_) clientSockets += client->sockets();
+  std::size_t phoneSockets = 0;
+  for (const auto& client : clients_) phoneSockets += client->sockets();
   const auto usage = bench::usageOf(::getpid());
   const auto since = hours(Clock::now() - begin_);
   if (usage && since > kWarmUpHours) {
     last_ = {.hours = since,
              .megabytes = usage->anonymousMb,
-             .descriptors = held.descriptors - clientSockets,
+             .descriptors = held.descriptors - held.clientSockets - phoneSockets,
              .threads = held.threads};
     if (!first_) first_ = last_;
   }

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
 namespace quorin::whole {
 
@@ -52,12 +53,16 @@ Holdings holdings() {
     return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
   };
   Holdings result{.descriptors = entriesOf("/proc/self/fd"),
-                  .threads = entriesOf("/proc/self/task"),
-                  .udpSockets = 0};
+                  .threads = entriesOf("/proc/self/task")};
   std::ifstream table("/proc/thread-self/net/udp");
-  char boundTo[16];
-  std::snprintf(boundTo, sizeof boundTo, " 00000000:%04X ", Phone::kServerPort);
-  for (std::string line; std::getline(table, line);) result.udpSockets += line.contains(boundTo);
+  char port[8];
+  std::snprintf(port, sizeof port, ":%04X", Phone::kServerPort);
+  std::string slot, local;
+  for (std::string line; std::getline(table, line);) {
+    std::istringstream(line) >> slot >> local;
+    if (!local.ends_with(port)) continue;
+    ++(local.starts_with("00000000") ? result.udpSockets : result.clientSockets);
+  }
   return result;
 }
 

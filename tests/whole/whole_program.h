@@ -49,7 +49,8 @@ class WholeProgram : public test::TurnLoop {
 struct Holdings {
   std::size_t descriptors = 0;
   std::size_t threads = 0;
-  std::size_t udpSockets = 0;  ///< on the program's port
+  std::size_t udpSockets = 0;     ///< the server's, on the program's port
+  std::size_t clientSockets = 0;  ///< the server's, one for each client
 };
 Holdings holdings();
 

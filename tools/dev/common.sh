@@ -17,7 +17,7 @@ BUILD_PACKAGES=(
 TEST_PACKAGES=(
   pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus
   xvfb xauth imagemagick iproute2 procps
-  fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji usbmuxd
+  fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji
   appstream desktop-file-utils groff-base at-spi2-core
 )
 SHOTS_PACKAGES=(fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji weston qt6-wayland)
