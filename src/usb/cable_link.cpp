@@ -121,10 +121,10 @@ void CableLink::runNotConnectedQueue() {
   platform_.scheduler.mainQueue().async(scope_, [this] { runNotConnectedQueue(); });
 }
 
-/// Resumes the queue and looks for a phone, at once.
+/// Looks for a phone: at once, or once the channel ends.
 void CableLink::goOn() {
   resumption_.reset();
-  notConnectedQueueSuspended_ = false;
+  notConnectedQueueSuspended_ = connectedChannel_ != nullptr;
   enqueueConnectToLocalIPv4Port();
   // A running attempt continues: a reconnecting loopback peer must not restart it over and over.
   if (connectingToDeviceID_ && !usb_.channel) enqueueConnectToUSBDevice();

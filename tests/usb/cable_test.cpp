@@ -202,6 +202,7 @@ TEST_F(CableTest, ASecondPhoneWaitsForTheChannelToEnd) {
   plugIn(6);
   plugIn(7);
   pullOut(6);
+  link.enterCableMode();  // once more
   pass(3s);
   EXPECT_EQ(link.connectedDeviceID(), 5U);
   pullOut(5);
