@@ -88,7 +88,7 @@ TEST(SoundLine, SaysWhyNothingIsHeard) {
   } cases[] = {
       {"nothing plays", kSink, {}, "clear"},
       {"elsewhere", kSink, {firefox}, "elsewhere\tFire fox\tSpeaker"},
-      {"on the device too", kSink, {firefox, onDevice}, "clear"},
+      {"silence on the device", kSink, {firefox, onDevice}, "elsewhere\tFire fox\tSpeaker"},
       {"paused on the device", kSink, {firefox, paused}, "elsewhere\tFire fox\tSpeaker"},
       {"only our loopback", kSink, {loopback}, "clear"},
       {"muted", muted, {onDevice}, "muted"},

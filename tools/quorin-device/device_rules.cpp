@@ -154,10 +154,6 @@ std::string soundLine(const Snapshot& snapshot) {
   if (device.sink->isSilenced() || (device.source != nullptr && device.source->isSilenced())) {
     return "muted";
   }
-  const bool something = std::ranges::any_of(snapshot.playbacks, [&](const Playback& each) {
-    return !each.paused && each.sink == device.sink->index;
-  });
-  if (something) return "clear";
   for (const Playback& each : playingElsewhere(snapshot)) {
     const Endpoint* const where = find(snapshot.sinks, each.sink);
     if (each.paused || where == nullptr) continue;

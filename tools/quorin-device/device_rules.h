@@ -74,7 +74,7 @@ Defaults toRemember(const Snapshot& snapshot, const Defaults& remembered);
 ///
 ///     clear                          nothing to report
 ///     muted                          the device is muted
-///     elsewhere TAB PROGRAM TAB DEVICE  nothing plays into the device, PROGRAM plays on DEVICE
+///     elsewhere TAB PROGRAM TAB DEVICE  PROGRAM plays on DEVICE instead
 std::string soundLine(const Snapshot& snapshot);
 
 // The programs that play; a loopback is none.

@@ -46,9 +46,11 @@ void sayFailed(const Error& error) {
 class Input {
  public:
   Input() {
+    // Out of the terminal's reach, if the program that started this is not: its pipe ends it.
+    ::setsid();
     sigset_t signals;
     sigemptyset(&signals);
-    for (const int number : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&signals, number);
+    for (const int number : {SIGTERM, SIGINT, SIGHUP, SIGQUIT}) sigaddset(&signals, number);
     ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     signals_ = posix::FileDescriptor(::signalfd(-1, &signals, SFD_CLOEXEC));
   }
@@ -142,8 +144,7 @@ class Service {
     endLoopback();
     restoreDefaults(client_, memory_.former);
     returnPrograms();
-    if (!memory_.ownsDevice) return;
-    removeDevice(client_);
+    if (memory_.ownsDevice) removeDevice(client_);
     forgetDefaults(memory_.file);
   }
 
@@ -152,14 +153,12 @@ class Service {
     const Snapshot before = client_.look();
     const int lender = lenderOf(before);
     memory_.ownsDevice |= findDevice(before).sink == nullptr || lender == ::getpid();
-    if (lender != 0 && !isAlive(lender)) {  // killed, and this one's predecessor
-      memory_.ownsDevice = true;
-      if (memory_.former == Defaults()) memory_.former = readDefaults(memory_.file);
-    }
+    memory_.ownsDevice |= lender != 0 && !isAlive(lender);  // of a lender that was killed
+    if (memory_.former == Defaults()) memory_.former = readDefaults(memory_.file);
     memory_.former = toRemember(before, memory_.former);
     memory_.hasLent = true;
     createDevice(client_, ::getpid());
-    if (memory_.ownsDevice) writeDefaults(memory_.file, memory_.former);
+    writeDefaults(memory_.file, memory_.former);
     makeDefault(client_, memory_.held);
     if (memory_.held.output) takePrograms();
   }
@@ -288,9 +287,9 @@ class Service {
 
 }  // namespace
 
-bool serve(Duty duty, const std::filesystem::path& formerDefaults) {
+bool serve(Duty duty, const std::filesystem::path& lentDefaults) {
   Input input;
-  Memory memory{.file = formerDefaults};
+  Memory memory{.file = lentDefaults};
   bool hasBegun = false;
   std::optional<std::chrono::steady_clock::time_point> end;
   while (true) {

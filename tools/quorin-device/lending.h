@@ -10,7 +10,7 @@ namespace quorin::device {
 
 enum class Duty : std::uint8_t { kLend, kWatch };
 
-/// Runs until standard input ends, or SIGTERM, SIGINT or SIGHUP comes; blocks these signals.
+/// Runs until standard input ends, or SIGTERM, SIGINT, SIGHUP or SIGQUIT comes; blocks these signals.
 ///
 /// `kLend` lends the device to whoever started this: creates it where it is missing, makes it the
 /// default and moves what plays to it; at the end it undoes that, but for what the user has changed
@@ -31,9 +31,9 @@ enum class Duty : std::uint8_t { kLend, kWatch };
 ///     play-here on | off       the former default output plays as well
 ///     move                     what plays elsewhere goes to the device, which is unmuted
 ///
-/// `formerDefaults` is a file; it remembers for a lender that is killed. True when it ended as
+/// `lentDefaults` is a file; it remembers for a lender that is killed. True when it ended as
 /// asked, false when there was no device to be had from the beginning, or nothing could be given
 /// back.
-bool serve(Duty duty, const std::filesystem::path& formerDefaults);
+bool serve(Duty duty, const std::filesystem::path& lentDefaults);
 
 }  // namespace quorin::device

@@ -71,8 +71,21 @@ ConfigFolders configFolders() {
           .pipeWire = folder("XDG_CONFIG_HOME", ".config") / "pipewire"};
 }
 
+std::filesystem::path stateFile(const char* name) {
+  return folder("XDG_STATE_HOME", ".local/state") / "quorin-device" / name;
+}
+/// What was default before `add --default`.
 std::filesystem::path formerDefaults() {
-  return folder("XDG_STATE_HOME", ".local/state") / "quorin-device/defaults";
+  return stateFile("defaults");
+}
+/// The same of a loan; left behind by one that was killed.
+std::filesystem::path lentDefaults() {
+  return stateFile("lent");
+}
+
+Defaults remembered() {
+  const auto former = readDefaults(formerDefaults());
+  return former != Defaults() ? former : readDefaults(lentDefaults());
 }
 
 void say(const std::string& line) {
@@ -91,8 +104,7 @@ void add(bool toPersist, bool toMakeDefault) {
     }
     removeDevice(client);  // of a lender that was killed: the next one would take it over
   }
-  if (toMakeDefault &&
-      !writeDefaults(formerDefaults(), toRemember(before, readDefaults(formerDefaults())))) {
+  if (toMakeDefault && !writeDefaults(formerDefaults(), toRemember(before, remembered()))) {
     throw Error("The present default devices cannot be remembered in " + formerDefaults().string() +
                 ". Look at its permissions, or leave --default out.");
   }
@@ -115,9 +127,10 @@ void remove() {
   if (unpersist(configFolders())) say("The device is no longer created at login.");
   PulseClient client;
   // While the device is there, so that what plays moves without a gap.
-  for (const auto& line : restoreDefaults(client, readDefaults(formerDefaults()))) say(line);
+  for (const auto& line : restoreDefaults(client, remembered())) say(line);
   say(removeDevice(client) ? "The device \"Quorin Audio\" is gone."
                            : "There is no device \"Quorin Audio\" of this program's.");
+  forgetDefaults(lentDefaults());
   forgetDefaults(formerDefaults());
 }
 
@@ -177,8 +190,8 @@ int run(std::string_view command, bool toPersist, bool toMakeDefault) {
         "Sound belongs to the user who is logged in: run this as that user, or name the server in "
         "PULSE_SERVER.");
   }
-  if (command == "lend") return serve(Duty::kLend, formerDefaults()) ? kDone : kFailed;
-  if (command == "watch") return serve(Duty::kWatch, formerDefaults()) ? kDone : kFailed;
+  if (command == "lend") return serve(Duty::kLend, lentDefaults()) ? kDone : kFailed;
+  if (command == "watch") return serve(Duty::kWatch, lentDefaults()) ? kDone : kFailed;
   if (command == "status") return status() ? kDone : kNotRight;
   command == "add" ? add(toPersist, toMakeDefault) : remove();
   return kDone;
