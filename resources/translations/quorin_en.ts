@@ -218,7 +218,7 @@ Anyone on your network can connect and listen, so use a network you trust, and s
     </message>
     <message id="cable.service.stopped">
         <source></source>
-        <translation>The USB service is not running. It starts when you connect the iPhone; if it does not, start it with:</translation>
+        <translation>The USB service is not running. It starts when you connect the iPhone with a cable that carries data; if it does not, start it with:</translation>
     </message>
     <message id="cable.phone.none">
         <source></source>

@@ -218,7 +218,7 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
     </message>
     <message id="cable.service.stopped">
         <source></source>
-        <translation>El servicio USB no está en marcha. Arranca al conectar el iPhone; si no arranca, inícialo con:</translation>
+        <translation>El servicio USB no está en marcha. Arranca al conectar el iPhone con un cable de datos; si no arranca, inícialo con:</translation>
     </message>
     <message id="cable.phone.none">
         <source></source>
@@ -455,6 +455,26 @@ Esc o Alt+Izquierda: volver. Ctrl+W: cerrar la ventana; la transmisión sigue. C
     <message id="Start PulseAudio or PipeWire (with pipewire-pulse); the program looks for it by itself.">
         <source></source>
         <translation>Inicia PulseAudio o PipeWire (con pipewire-pulse); el programa lo busca por sí mismo.</translation>
+    </message>
+    <message id="virtual device">
+        <source></source>
+        <translation>dispositivo virtual</translation>
+    </message>
+    <message id="output and input">
+        <source></source>
+        <translation>salida y entrada</translation>
+    </message>
+    <message id="output only">
+        <source></source>
+        <translation>solo la salida</translation>
+    </message>
+    <message id="input only">
+        <source></source>
+        <translation>solo la entrada</translation>
+    </message>
+    <message id="Press &quot;Set up for me&quot; (or start with --set-up), which creates it.">
+        <source></source>
+        <translation>Pulsa «Prepáralo por mí» (o inicia con --set-up), que lo crea.</translation>
     </message>
     <message id="default output">
         <source></source>

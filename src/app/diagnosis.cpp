@@ -42,6 +42,25 @@ Finding audioServer(const Facts& facts) {
                  "itself.");
 }
 
+/// Both halves of the virtual device, whether they are default or not.
+Finding virtualDevice(const Facts& facts) {
+  constexpr auto kName = "virtual device";
+  const auto has = [](const std::vector<std::string>& names) {
+    return std::ranges::any_of(names, [](const std::string& name) {
+      return audio::isDefaultDeviceNamed({.number = 1, .name = name, .format = {}},
+                                         audio::kExpectedDeviceName);
+    });
+  };
+  const bool out = has(facts.devices.outputs);
+  const bool in = has(facts.devices.inputs);
+  if (out && in) return fine(kName, qtTrId("output and input"));
+  return hint(kName,
+              qtTrId(out  ? "output only"
+                     : in ? "input only"
+                          : "none"),
+              qtTrId("Press \"Set up for me\" (or start with --set-up), which creates it."));
+}
+
 Finding device(const char* name, const audio::Device& device, const char* advice) {
   const auto found = device.number == 0 ? qtTrId("none")
                      : device.name      ? text(*device.name)
@@ -155,6 +174,7 @@ std::vector<Finding> diagnose(const Facts& facts) {
   return {
       fine("version", text(facts.version) + ", Qt " + text(facts.qtVersion)),
       audioServer(facts),
+      virtualDevice(facts),
       device(
           "default output", facts.devices.output,
           "Press \"Set up for me\" (or start with --set-up), or make \"Quorin Audio\" the default "

@@ -18,7 +18,11 @@ Facts rightFacts() {
   const audio::Device quorin{.number = 1, .name = "Quorin Audio", .format = {}};
   return {.version = "1.0.0 (abc)",
           .qtVersion = "6.4.2",
-          .devices = {.output = quorin, .input = quorin, .server = "pulseaudio 16.1"},
+          .devices = {.output = quorin,
+                      .input = quorin,
+                      .server = "pulseaudio 16.1",
+                      .outputs = {"Speaker", "Quorin Audio"},
+                      .inputs = {"Quorin Audio"}},
           .microphone = desktop::AuthorizationStatus::kAuthorized,
           .addresses = {{"eth0", "192.168.1.20", true, true}},
           .chosenAddress = "192.168.1.20",
@@ -51,6 +55,8 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
   };
   const Case cases[] = {
       {"audio server", [](Facts& f) { f.devices = {}; }, false, "none", "Start PulseAudio"},
+      {"virtual device", [](Facts& f) { f.devices.inputs = {"Microphone"}; }, true, "output only",
+       "Set up for me"},
       {"default output", [](Facts& f) { f.devices.output.name = "Speaker"; }, false, "Speaker",
        "default output"},
       {"default input", [](Facts& f) { f.devices.input = {}; }, false, "none", "--set-up"},

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace quorin::audio {
 
@@ -24,6 +25,8 @@ struct DefaultDevices {
   Device input;          ///< the default source
   std::string server{};  ///< the audio server's own name and version; empty while there is none
   std::uint32_t connection = 0;  ///< counts the connections to a server; 0 while there is none
+  std::vector<std::string> outputs{};  ///< the names of all sinks
+  std::vector<std::string> inputs{};   ///< the names of all sources that are no monitors
 
   bool operator==(const DefaultDevices&) const = default;
 };

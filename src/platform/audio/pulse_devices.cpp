@@ -15,11 +15,6 @@ std::string textOf(const char* text) {
   return text != nullptr ? text : "";
 }
 
-/// PipeWire names "@DEFAULT_SINK@" and the like while it has no default.
-bool namesDevice(const char* name) {
-  return name != nullptr && name[0] != '\0' && name[0] != '@';
-}
-
 /// Sinks and sources share these field names.
 template <typename Info>
 Device toDevice(const Info& info) {
@@ -77,23 +72,22 @@ void PulseDevices::refresh() {
       this));
 }
 
+// What is named as a default may not exist: PipeWire names "@DEFAULT_SINK@" and the like while it
+// has none.
 void PulseDevices::serverAnswered(const pa_server_info* info) {
   if (info != nullptr) {
     answer_.server = textOf(info->server_name) + ' ' + textOf(info->server_version);
-  }
-  if (info != nullptr && namesDevice(info->default_sink_name)) {
-    ++answersDue_;
-    detach(::pa_context_get_sink_info_by_name(
-        context_, info->default_sink_name,
+    defaultSink_ = textOf(info->default_sink_name);
+    defaultSource_ = textOf(info->default_source_name);
+    answersDue_ += 2;
+    detach(::pa_context_get_sink_info_list(
+        context_,
         [](pa_context*, const pa_sink_info* sink, int end, void* self) {
           static_cast<PulseDevices*>(self)->sinkAnswered(sink, end);
         },
         this));
-  }
-  if (info != nullptr && namesDevice(info->default_source_name)) {
-    ++answersDue_;
-    detach(::pa_context_get_source_info_by_name(
-        context_, info->default_source_name,
+    detach(::pa_context_get_source_info_list(
+        context_,
         [](pa_context*, const pa_source_info* source, int end, void* self) {
           static_cast<PulseDevices*>(self)->sourceAnswered(source, end);
         },
@@ -102,18 +96,21 @@ void PulseDevices::serverAnswered(const pa_server_info* info) {
   oneAnswerLess();
 }
 
-// A list of at most one device, then its end; a device that vanished since gives a negative end.
+// One call for each device, and one for the end of the list.
 void PulseDevices::sinkAnswered(const pa_sink_info* info, int end) {
-  if (info != nullptr && end == 0) answer_.output = toDevice(*info);
-  if (end != 0) oneAnswerLess();
+  if (end != 0) return oneAnswerLess();
+  answer_.outputs.push_back(textOf(info->description));
+  if (defaultSink_ == info->name) answer_.output = toDevice(*info);
 }
 
 void PulseDevices::sourceAnswered(const pa_source_info* info, int end) {
-  if (info != nullptr && end == 0) {
-    answer_.input = toDevice(*info);
-    sourceAnswer_ = PulseSource{.device = answer_.input, .channelMap = info->channel_map};
+  if (end != 0) return oneAnswerLess();
+  if (info->monitor_of_sink == PA_INVALID_INDEX) {
+    answer_.inputs.push_back(textOf(info->description));
   }
-  if (end != 0) oneAnswerLess();
+  if (defaultSource_ != info->name) return;
+  answer_.input = toDevice(*info);
+  sourceAnswer_ = PulseSource{.device = answer_.input, .channelMap = info->channel_map};
 }
 
 void PulseDevices::oneAnswerLess() {

@@ -45,6 +45,8 @@ class PulseDevices {
   int answersDue_ = 0;         ///< of the refresh under way
   bool refreshAgain_ = false;  ///< something changed since it began
   bool known_ = false;
+  std::string defaultSink_;
+  std::string defaultSource_;
   DefaultDevices answer_;
   std::optional<PulseSource> sourceAnswer_;
   std::optional<PulseSource> source_;
