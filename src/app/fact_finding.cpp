@@ -54,8 +54,7 @@ Facts findFacts(std::uint16_t port, const std::optional<std::string>& address) {
   if (facts.portError == std::errc::address_in_use) {
     facts.portHolder = network::holderOfUdpPort(port, kProgramFile);
   }
-  facts.addresses =
-      network::listInterfaceAddresses().value_or(std::vector<network::InterfaceAddress>());
+  facts.addresses = network::listInterfaceAddresses();
   const auto networks = wifi::localNetworks(facts.addresses, network::defaultRouteInterface());
   facts.chosenAddress = wifi::localIPv4Address(networks.candidates, address);
   facts.realtime = dispatch::tryRealtime();

@@ -94,7 +94,8 @@ PTAppDelegate::~PTAppDelegate() {
 // instructions are its only translated text.
 std::unique_ptr<QWidget> PTAppDelegate::makePanel() const {
   return panel::OnlineSwiftUIEmbedder::makeHostingView(
-      scheduler_, panel::captureFrom(scheduler_, *audioServer_), texts_.tr("pairing_instructions"));
+      scheduler_, {.makeEngine = [this] { return audioServer_->makeEngine(audio::mayBeStreamed); }},
+      texts_.tr("pairing_instructions"));
 }
 
 void PTAppDelegate::connectViews() {

@@ -1,5 +1,6 @@
 #include "audio/audio_capture_manager.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -14,6 +15,7 @@ AudioCaptureManager::~AudioCaptureManager() {
 
 void AudioCaptureManager::startCapture() {
   if (isCapturing_) return;
+  const auto begun = scheduler_.now();
   if (!engine_) engine_ = parts_.makeEngine();
   const auto frames = std::to_string(wire::kChunkFrames);
   parts_.print("🎤 Formato ORIGINAL de entrada: " + describe(engine_->inputFormat()));
@@ -30,6 +32,10 @@ void AudioCaptureManager::startCapture() {
   if (const auto started = engine_->start(); !started) {
     removeTap();
     parts_.print("❌ Error iniciando motor: " + started.error().description);
+    const auto waited = scheduler_.now() - begun;
+    whileWanted_.cancelAll();  // only one retry is pending at a time
+    scheduler_.mainQueue().asyncAfter(std::max<dispatch::Duration>(kRetryInterval, 9 * waited),
+                                      whileWanted_, [this] { startCapture(); });
     return;
   }
   isCapturing_ = true;
@@ -37,6 +43,7 @@ void AudioCaptureManager::startCapture() {
 }
 
 void AudioCaptureManager::stopCapture() {
+  whileWanted_.cancelAll();
   if (!isCapturing_) return;
   removeTap();
   isCapturing_ = false;

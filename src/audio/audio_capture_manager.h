@@ -7,6 +7,7 @@
 #include "platform/audio/converter.h"
 #include "platform/audio/engine.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -43,10 +44,15 @@ class AudioCaptureManager {
 
   bool isCapturing() const { return isCapturing_; }
 
-  /// Waits for the audio server, up to 1.5 s if it hangs. No effect while capturing.
+  /// Interval between retries of a capture that fails to start. Longer where an attempt blocks on
+  /// an unresponsive server, so that the main queue blocks a tenth of the time at most.
+  static constexpr std::chrono::seconds kRetryInterval{1};
+
+  /// Waits for the audio server, up to 1.5 s if it hangs. If it fails (no audio server, no device
+  /// to record), it is retried until `stopCapture`. No effect while capturing.
   void startCapture();
 
-  /// Discards the partial chunk. No effect when not capturing.
+  /// Discards the partial chunk.
   void stopCapture();
 
  private:
@@ -58,6 +64,7 @@ class AudioCaptureManager {
   dispatch::Snapshot<ChunkHandler> onAudioData_;
   std::unique_ptr<CaptureTap> tap_;  ///< from `startCapture` to `stopCapture`
   bool isCapturing_ = false;
+  dispatch::Scope whileWanted_;
 };
 
 }  // namespace quorin::audio

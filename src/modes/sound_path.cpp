@@ -2,7 +2,6 @@
 
 #include "core/log.h"
 
-#include <algorithm>
 #include <string>
 
 namespace quorin::app {
@@ -18,10 +17,7 @@ std::string describe(const stream::AudioSender::Counters& counters) {
 
 SoundPath::SoundPath(dispatch::Scheduler& scheduler, audio::AudioCaptureManager& capture,
                      stream::AudioSender& sender)
-    : scheduler_(scheduler),
-      capture_(capture),
-      sender_(sender),
-      silence_(scheduler, [this](bool silent) {
+    : capture_(capture), sender_(sender), silence_(scheduler, [this](bool silent) {
         if (onSilence_) onSilence_(silent);
       }) {
   capture_.setOnAudioData([&sender, detector = silence_.detector()](wire::AudioChunkView chunk) {
@@ -36,30 +32,18 @@ SoundPath::~SoundPath() {
 }
 
 void SoundPath::start() {
-  startCapture();
+  capture_.startCapture();
   sender_.startAudioSendTimer();
   silence_.start();
 }
 
 void SoundPath::stop() {
-  whileWanted_.cancelAll();
   const bool wasSilent = silence_.isSilent();
   silence_.stop();
   capture_.stopCapture();
   sender_.stopAudioSendTimer();
   log::detail("sound", "stopped; since the program started " + describe(sender_.counters()));
   if (wasSilent && onSilence_) onSilence_(false);
-}
-
-void SoundPath::startCapture() {
-  const auto start = scheduler_.now();
-  capture_.startCapture();
-  if (capture_.isCapturing()) return;
-  const auto waited = scheduler_.now() - start;
-  log::detail("sound", "the capture did not start and is tried again");
-  whileWanted_.cancelAll();  // only one retry is pending at a time
-  scheduler_.mainQueue().asyncAfter(std::max<std::chrono::nanoseconds>(kRetryInterval, 9 * waited),
-                                    whileWanted_, [this] { startCapture(); });
 }
 
 }  // namespace quorin::app

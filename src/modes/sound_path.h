@@ -12,11 +12,6 @@ namespace quorin::app {
 /// From the capture to the send timer: either mode starts and stops it as a whole. Main queue.
 class SoundPath {
  public:
-  /// Interval between retries of a capture that fails to start (no audio server, no device to
-  /// record). Longer where an attempt blocks on an unresponsive server, so that the main queue
-  /// blocks a tenth of the time at most.
-  static constexpr std::chrono::seconds kRetryInterval{1};
-
   /// All three outlive the path. Connects the capture's chunks to the sender.
   SoundPath(dispatch::Scheduler& scheduler, audio::AudioCaptureManager& capture,
             stream::AudioSender& sender);
@@ -37,14 +32,10 @@ class SoundPath {
   float takePeak() { return silence_.detector()->takePeak(); }
 
  private:
-  void startCapture();
-
-  dispatch::Scheduler& scheduler_;
   audio::AudioCaptureManager& capture_;
   stream::AudioSender& sender_;
   std::function<void(bool)> onSilence_;
   audio::SilenceWatch silence_;
-  dispatch::Scope whileWanted_;
 };
 
 }  // namespace quorin::app

@@ -5,7 +5,6 @@
 #include "ui/qr_picture.h"
 #include "wifi/port_text.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <string>
 #include <utility>
@@ -15,6 +14,10 @@ namespace {
 
 constexpr auto kLogArea = "wifi";
 constexpr double kCodePoints = 300;  // as large as its view
+
+/// For the log, by `AddressStatus`.
+constexpr const char* kNetworkNews[] = {"the network has settled", "the network is lost",
+                                        "the network is back", "the address has changed"};
 
 }  // namespace
 
@@ -32,10 +35,11 @@ ServerProblem WiFiMode::lookUpPort(wifi::StartFailure failure) {
 WiFiMode::WiFiMode(dispatch::Scheduler& scheduler, Parts parts)
     : scheduler_(scheduler),
       parts_(std::move(parts)),
-      server_(scheduler, parts_.sender, parts_.transport, *this),
-      watch_(scheduler, parts_.lookUpNetworks, *this) {}
-
-WiFiMode::~WiFiMode() = default;
+      server_(scheduler, parts_.sender, parts_.transport, [this] { refreshOnlineStatusMessage(); }),
+      watch_(scheduler, parts_.lookUpNetworks,
+             {.networksChanged = [this] { onNetworksChanged(); },
+              .addressChanged = [this](wifi::AddressStatus status) { onAddressChanged(status); }}) {
+}
 
 void WiFiMode::enter() {
   open_ = true;
@@ -45,7 +49,7 @@ void WiFiMode::enter() {
     if (!server_.isRunning()) startUDP();
     stream();
   } else {
-    state_.network = WiFiState::Network::kLost;
+    state_.network = wifi::AddressStatus::kLost;
     refreshOnlineStatusMessage();
   }
 }
@@ -55,25 +59,22 @@ void WiFiMode::leave() {
   whileOpen_.cancelAll();
   retryTimer_.reset();
   state_.problem.reset();
-  if (server_.isRunning()) server_.stopUDP();
+  stopUDP();
   log::detail(kLogArea, std::to_string(server_.ignoredDatagrams()) + " datagrams ignored so far");
+}
+
+void WiFiMode::stopUDP() {
+  if (!server_.isRunning()) return;
+  server_.stopUDP();
+  refreshOnlineStatusMessage();
 }
 
 /// Shared by page entry and re-entry, after the server's start.
 void WiFiMode::stream() {
-  state_.network = WiFiState::Network::kThere;
+  state_.network = wifi::AddressStatus::kSettled;
   parts_.sound.start();
   openQRHelp();
   refreshOnlineStatusMessage();
-}
-
-// Starts a stopped server too: the code on the page must work.
-void WiFiMode::restartUDP() {
-  if (server_.isRunning()) {
-    server_.restartUDPForNetworkChange(state_.port.toStdString());
-  } else {
-    startUDP();
-  }
 }
 
 // The page is already open; leaving it drops the task.
@@ -82,7 +83,6 @@ void WiFiMode::silentReenterOnlineMode() {
   scheduler_.mainQueue().async(whileOpen_, [this] {
     restartUDP();
     stream();
-    watch_.startIPWatch();
     parts_.cable.clearForcedOffline();
   });
 }
@@ -105,13 +105,14 @@ void WiFiMode::openQRHelp() {
   code_ = std::move(code);
 }
 
-void WiFiMode::onStarted() {
-  log::detail(kLogArea, "the server listens");
-  state_.problem.reset();
-  retryTimer_.reset();
-}
-
-void WiFiMode::onStartFailed(const wifi::StartFailure& failure) {
+void WiFiMode::onStarted(const wifi::UdpServer::Started& started) {
+  if (started) {
+    log::detail(kLogArea, "the server listens");
+    state_.problem.reset();
+    retryTimer_.reset();
+    return;
+  }
+  const auto failure = started.error();
   const bool isPort = failure.step == wifi::StartFailure::Step::kPort;
   if (!state_.problem || state_.problem->failure != failure) {  // not a retry with the same result
     state_.problem = ServerProblem{.failure = failure};
@@ -146,16 +147,17 @@ void WiFiMode::useOtherPort() {
 }
 
 void WiFiMode::setPort(const QString& port) {
-  if (server_.isRunning()) server_.stopUDP();
+  stopUDP();
   state_.port = port;
   if (open_) retry();
 }
 
 void WiFiMode::chooseNetwork(const QString& address) {
-  const auto wanted = address.toStdString();
-  watch_.choose(wanted);
-  missingNetwork_ = watch_.address() == wanted ? std::nullopt : std::optional(wanted);
-  if (!open_) return;
+  watch_.choose(address.toStdString());
+  if (open_) showAddress();
+}
+
+void WiFiMode::showAddress() {
   if (watch_.address()) openQRHelp();
   refreshOnlineStatusMessage();
 }
@@ -184,44 +186,22 @@ void WiFiMode::refreshOnlineStatusMessage() {
   parts_.window.showWiFiPage(shown_);
 }
 
-void WiFiMode::onNetworksChanged(const wifi::LocalNetworks& networks) {
-  server_.setOwnNetworks(networks.subnets);
-  const auto isMissing = [this](const wifi::Candidate& candidate) {
-    return candidate.address == missingNetwork_;
-  };
-  if (std::ranges::any_of(networks.candidates, isMissing)) {
-    watch_.choose(std::exchange(missingNetwork_, {}));
+void WiFiMode::onNetworksChanged() {
+  server_.setOwnNetworks(watch_.networks().subnets);
+  // Posted: an address change may follow in this turn.
+  scheduler_.mainQueue().async(whileOpen_, [this] { showAddress(); });
+}
+
+void WiFiMode::onAddressChanged(wifi::AddressStatus status) {
+  using enum wifi::AddressStatus;
+  if (status != state_.network) log::detail(kLogArea, kNetworkNews[std::to_underlying(status)]);
+  state_.network = status;
+  if (status == kSettled) {
+    restartUDP();
     openQRHelp();
   }
-  // Posted: an address change may follow in this turn.
-  scheduler_.mainQueue().async(whileOpen_, [this] { refreshOnlineStatusMessage(); });
-}
-
-void WiFiMode::onAddressLost() {
-  if (state_.network != WiFiState::Network::kLost) log::detail(kLogArea, "the network is lost");
-  state_.network = WiFiState::Network::kLost;
   refreshOnlineStatusMessage();
-}
-
-void WiFiMode::onAddressBack(const std::string&) {
-  log::detail(kLogArea, "the network is back");
-  state_.network = WiFiState::Network::kBack;
-  refreshOnlineStatusMessage();
-  silentReenterOnlineMode();
-}
-
-void WiFiMode::onAddressChanged(const std::string&) {
-  log::detail(kLogArea, "the address has changed");
-  state_.network = WiFiState::Network::kChanged;
-  refreshOnlineStatusMessage();
-  silentReenterOnlineMode();
-}
-
-void WiFiMode::onNetworkChangeSettled(const std::string&) {
-  restartUDP();
-  openQRHelp();
-  state_.network = WiFiState::Network::kThere;
-  refreshOnlineStatusMessage();
+  if (status == kBack || status == kChanged) silentReenterOnlineMode();
 }
 
 }  // namespace quorin::app

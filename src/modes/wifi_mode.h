@@ -4,13 +4,9 @@
 #include "modes/cable_switch.h"
 #include "modes/modes_window.h"
 #include "modes/sound_path.h"
-#include "ui/texts.h"
-#include "wifi/network_watch.h"
-#include "wifi/udp_server.h"
 
 #include <functional>
 #include <memory>
-#include <string>
 
 namespace quorin::app {
 
@@ -18,7 +14,7 @@ namespace quorin::app {
 ///
 /// Main queue. Posted work is dropped when the mode is left, so that a late task cannot reopen the
 /// page.
-class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchListener {
+class WiFiMode {
  public:
   /// Interval between attempts to start a server that does not listen.
   static constexpr std::chrono::seconds kRetryInterval{2};
@@ -40,7 +36,8 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
 
   /// The scheduler and all parts outlive the mode.
   WiFiMode(dispatch::Scheduler& scheduler, Parts parts);
-  ~WiFiMode() override;
+  WiFiMode(const WiFiMode&) = delete;
+  WiFiMode& operator=(const WiFiMode&) = delete;
 
   /// Sets the text of the port field; validated when the server starts. If the page is open, the
   /// server moves to that port.
@@ -71,23 +68,16 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
   void openQRHelp();
 
  private:
-  // What the server reports.
-  void onStarted() override;
-  void onStartFailed(const wifi::StartFailure& failure) override;
-  void onStopped() override { refreshOnlineStatusMessage(); }
-  void onClientsChanged() override { refreshOnlineStatusMessage(); }
+  void onNetworksChanged();
+  void onAddressChanged(wifi::AddressStatus status);
 
-  // What the watch reports.
-  void onNetworksChanged(const wifi::LocalNetworks& networks) override;
-  void onAddressLost() override;
-  void onAddressBack(const std::string& address) override;
-  void onAddressChanged(const std::string& address) override;
-  void onNetworkChangeSettled(const std::string& address) override;
-
-  void startUDP() { server_.startUDP(state_.port.toStdString()); }
-  void restartUDP();
+  void startUDP() { onStarted(server_.startUDP(state_.port.toStdString())); }
+  void restartUDP() { onStarted(server_.restartUDPForNetworkChange(state_.port.toStdString())); }
+  void stopUDP();
+  void onStarted(const wifi::UdpServer::Started& started);
   void silentReenterOnlineMode();
   void stream();
+  void showAddress();
   void refreshOnlineStatusMessage();
 
   dispatch::Scheduler& scheduler_;
@@ -98,7 +88,6 @@ class WiFiMode : private wifi::UdpServerListener, private wifi::NetworkWatchList
   QString codeText_;
   pictures::PicturePtr code_;
   WiFiPage shown_;
-  std::optional<std::string> missingNetwork_;  ///< chosen, but not there yet
   dispatch::Scope whileOpen_;
   std::unique_ptr<dispatch::Timer> retryTimer_;
 

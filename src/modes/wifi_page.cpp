@@ -1,8 +1,6 @@
 #include "modes/wifi_page.h"
 
 #include "core/identity.h"
-#include "platform/network/interfaces.h"
-#include "wifi/network_watch.h"
 
 #include <QDateTime>
 #include <cerrno>
@@ -13,10 +11,6 @@ namespace {
 
 using Step = wifi::StartFailure::Step;
 
-QString text(std::string_view utf8) {
-  return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
-}
-
 QString timeOfDay(dispatch::WallTime time) {
   const auto sinceEpoch = std::chrono::floor<std::chrono::milliseconds>(time.time_since_epoch());
   return QDateTime::fromMSecsSinceEpoch(sinceEpoch.count()).toString(QStringLiteral("HH:mm"));
@@ -25,22 +19,17 @@ QString timeOfDay(dispatch::WallTime time) {
 QString holderText(const std::optional<network::PortHolder>& holder, const Texts& texts) {
   if (!holder || holder->program.empty()) return texts.tr("port.holder.unknown");
   if (holder->program != kProgramFile) {
-    return texts.tr("port.holder.program", text(holder->program));
+    return texts.tr("port.holder.program", QString::fromStdString(holder->program));
   }
-  return holder->isOwnUser ? texts.tr("port.holder.other_session")
-                           : texts.tr("port.holder.other_user", text(holder->user));
+  return holder->isOwnUser
+             ? texts.tr("port.holder.other_session")
+             : texts.tr("port.holder.other_user", QString::fromStdString(holder->user));
 }
 
 QString failureText(const wifi::StartFailure& failure, const Texts& texts) {
-  switch (failure.step) {
-    case Step::kPort:
-      return QStringLiteral("Introduce un puerto válido");
-    case Step::kSocket:
-      return texts.tr("udp.socket.create_failed");
-    case Step::kBind:
-      break;
-  }
-  return texts.tr("udp.port.bind_failed");
+  if (failure.step == Step::kPort) return QStringLiteral("Introduce un puerto válido");
+  return failure.step == Step::kSocket ? texts.tr("udp.socket.create_failed")
+                                       : texts.tr("udp.port.bind_failed");
 }
 
 void describeProblem(const ServerProblem& problem, const Texts& texts, WiFiPage& page) {
@@ -61,20 +50,19 @@ void describeProblem(const ServerProblem& problem, const Texts& texts, WiFiPage&
   page.detail += texts.tr("port.tries_again");
 }
 
-QString networkMessage(WiFiState::Network network, const Texts& texts) {
-  using enum WiFiState::Network;
+QString networkMessage(wifi::AddressStatus status, const Texts& texts) {
   const auto settling = [&texts](const QString& news, std::chrono::seconds time) {
     return news + QLatin1Char('\n') +
            texts.tr("network.generating_qr_in_seconds", static_cast<int>(time.count()));
   };
-  switch (network) {
-    case kThere:
-      return {};
-    case kLost:
+  switch (status) {
+    case wifi::AddressStatus::kSettled:
+      break;
+    case wifi::AddressStatus::kLost:
       return texts.tr("network.unavailable");
-    case kBack:
+    case wifi::AddressStatus::kBack:
       return settling(texts.tr("network.available"), wifi::NetworkWatch::kSettlingAfterReturn);
-    case kChanged:
+    case wifi::AddressStatus::kChanged:
       return settling(texts.tr("network.change_detected"),
                       wifi::NetworkWatch::kSettlingAfterChange);
   }
@@ -100,22 +88,23 @@ QString statusText(const WiFiState& state, const Texts& texts) {
 WiFiPage describe(const WiFiState& state, const Texts& texts) {
   WiFiPage page;
   page.info = statusText(state, texts);
-  page.address = text(state.address.value_or(std::string()));
+  page.address = QString::fromStdString(state.address.value_or(std::string()));
   page.port = state.port;
   for (const auto& candidate : state.candidates) {
-    const auto name = text(candidate.interface);
+    const auto name = QString::fromStdString(candidate.interface);
     page.networks.push_back({.name = network::isWifi(candidate.interface)
                                          ? texts.tr("address.network.wifi", name)
                                          : texts.tr("address.network.wired", name),
-                             .address = text(candidate.address)});
+                             .address = QString::fromStdString(candidate.address)});
   }
   for (const auto& client : state.clients) {
-    page.phones.push_back({.endpoint = text(client.endpoint.text()),
-                           .description = texts.tr("phone.listening",
-                                                   text(wire::addressText(client.endpoint.address)),
-                                                   timeOfDay(client.connectedSince))});
+    page.phones.push_back(
+        {.endpoint = QString::fromStdString(client.endpoint.text()),
+         .description = texts.tr("phone.listening",
+                                 QString::fromStdString(wire::addressText(client.endpoint.address)),
+                                 timeOfDay(client.connectedSince))});
   }
-  if (state.network != WiFiState::Network::kThere) {
+  if (state.network != wifi::AddressStatus::kSettled) {
     page.content = WiFiPage::Content::kMessage;
     page.title = networkMessage(state.network, texts);
   } else if (state.problem) {

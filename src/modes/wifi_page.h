@@ -4,7 +4,7 @@
 #include "ui/address_view.h"
 #include "ui/picture.h"
 #include "ui/texts.h"
-#include "wifi/local_address.h"
+#include "wifi/network_watch.h"
 #include "wifi/udp_server.h"
 #include "wire/control_message.h"
 
@@ -57,9 +57,7 @@ struct ServerProblem {
 
 /// Input of the page's texts.
 struct WiFiState {
-  enum class Network { kThere, kLost, kBack, kChanged };
-
-  Network network = Network::kThere;
+  wifi::AddressStatus network = wifi::AddressStatus::kSettled;
   std::optional<std::string> address;
   std::vector<wifi::Candidate> candidates;
   QString port = QString::number(wire::kDefaultPort);

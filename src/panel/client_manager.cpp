@@ -1,94 +1,59 @@
 #include "panel/client_manager.h"
 
-#include "panel/udp_socket.h"
-
+#include <ranges>
 #include <utility>
 
 namespace quorin::panel {
 
-std::vector<std::string> ClientManager::Table::keys() const {
-  std::vector<std::string> result;
-  result.reserve(clients.size());
-  for (const auto& [key, client] : clients) result.push_back(key);
-  return result;
-}
-
-ClientManager::ClientManager(dispatch::Scheduler& scheduler, log::PrintLine print)
+ClientManager::ClientManager(dispatch::Scheduler& scheduler, log::PrintLine print,
+                             CountHandler onClientCountChanged)
     : scheduler_(scheduler),
       print_(std::move(print)),
+      onClientCountChanged_(std::move(onClientCountChanged)),
       cleanupTimer_(
           scheduler.mainQueue().makeTimer({.first = kCleanupInterval, .interval = kCleanupInterval},
                                           [this] { cleanupInactiveClients(); })) {}
 
-void ClientManager::setOnClientCountChanged(CountHandler handler) {
-  table_->onClientCountChanged = std::move(handler);
+void ClientManager::addClient(const wire::Endpoint& client) {
+  if (touch(client)) notifyClientCountChanged();
 }
 
-void ClientManager::addClient(const std::string& key) {
-  if (touch(key)) notifyClientCountChanged();
+void ClientManager::updateClient(const wire::Endpoint& client) {
+  if (touch(client)) publishSoon();
 }
 
-void ClientManager::updateClient(const std::string& key) {
-  touch(key);
-}
-
-void ClientManager::removeClient(const std::string& key) {
-  if (table_->clients.erase(key) > 0) publishRecipientsSoon();
+void ClientManager::removeClient(const wire::Endpoint& client) {
+  clients_.erase(client);
   notifyClientCountChanged();
 }
 
-/// True when the key was absent.
-bool ClientManager::touch(const std::string& key) {
-  const auto [entry, isNew] = table_->clients.try_emplace(key);
-  entry->second.lastSeen = scheduler_.now();
-  if (isNew) {
-    entry->second.address = resolveClientKey(key);
-    publishRecipientsSoon();
-  }
-  return isNew;
+/// True when the client was absent.
+bool ClientManager::touch(const wire::Endpoint& client) {
+  return clients_.insert_or_assign(client, scheduler_.now()).second;
 }
 
 void ClientManager::cleanupInactiveClients() {
-  const auto now = scheduler_.now();
-  const auto removed = std::erase_if(table_->clients, [&](const auto& entry) {
-    if (now - entry.second.lastSeen <= kInactivityLimit) return false;
-    print_("⚠️ Cliente inactivo: " + entry.first);
+  const auto removed = std::erase_if(clients_, [&](const auto& entry) {
+    if (scheduler_.now() - entry.second <= kInactivityLimit) return false;
+    print_("⚠️ Cliente inactivo: " + entry.first.text());
     return true;
   });
-  if (removed == 0) return;
-  publishRecipientsSoon();
-  notifyClientCountChanged();
+  if (removed > 0) notifyClientCountChanged();
 }
 
 void ClientManager::notifyClientCountChanged() {
-  if (table_->noticeIsPending) {
-    table_->hasChanged = true;
-  } else {
-    postNotice(scheduler_.mainQueue(), table_);
-  }
+  noticeIsPending_ = true;
+  publishSoon();
 }
 
-void ClientManager::postNotice(dispatch::Queue& main, std::shared_ptr<Table> table) {
-  table->noticeIsPending = true;
-  table->hasChanged = false;
-  main.async([&main, keys = table->keys(), table = std::move(table)] {
-    const auto& handler = table->onClientCountChanged;
-    if (handler) handler(static_cast<int>(keys.size()), keys);
-    table->noticeIsPending = false;
-    if (table->hasChanged) postNotice(main, table);
-  });
-}
-
-void ClientManager::publishRecipientsSoon() {
+void ClientManager::publishSoon() {
   if (std::exchange(publishIsPending_, true)) return;
   scheduler_.mainQueue().async(scope_, [this] {
     publishIsPending_ = false;
-    auto addresses = std::make_shared<RecipientList>();
-    addresses->reserve(table_->clients.size());
-    for (const auto& [key, client] : table_->clients) {
-      if (client.address) addresses->push_back(*client.address);
-    }
-    recipients_->store(std::move(addresses));
+    const auto keys = std::views::keys(clients_);
+    const auto list = std::make_shared<const ClientList>(keys.begin(), keys.end());
+    published_.store(list);
+    if (std::exchange(noticeIsPending_, false)) onClientCountChanged_(*list);
   });
 }
 

@@ -43,8 +43,6 @@ ContentView::ContentView(std::unique_ptr<UDPAudioServer> server, QString pairing
   });
 }
 
-ContentView::~ContentView() = default;
-
 void ContentView::showEvent(QShowEvent* event) {
   if (button_ == nullptr) makeViews();
   QWidget::showEvent(event);
@@ -148,11 +146,7 @@ QWidget* ContentView::makeButtonBand() {
 }
 
 void ContentView::toggleServer() {
-  if (server_->published().isRunning) {
-    server_->stop();
-  } else {
-    server_->start();
-  }
+  server_->published().isRunning ? server_->stop() : server_->start();
 }
 
 void ContentView::refresh() {
@@ -172,15 +166,6 @@ void ContentView::refresh() {
   statusDot_->setImage(app::symbol("circle.fill", running ? app::colors::kGreen : look::kGray));
   statusText_->setText(running ? "Activo" : "Detenido");
   statusText_->setTextColor(running ? app::colors::kGreen : look::kSecondary);
-}
-
-std::unique_ptr<QWidget> OnlineSwiftUIEmbedder::makeHostingView(dispatch::Scheduler& scheduler,
-                                                                CaptureFactory makeCapture,
-                                                                QString pairingInstructions) {
-  return std::make_unique<ContentView>(
-      std::make_unique<UDPAudioServer>(
-          scheduler, UDPAudioServer::Parts{.makeCapture = std::move(makeCapture)}),
-      std::move(pairingInstructions));
 }
 
 }  // namespace quorin::panel

@@ -6,6 +6,7 @@
 #include <QString>
 #include <QWidget>
 #include <memory>
+#include <utility>
 
 namespace quorin::panel {
 
@@ -18,7 +19,6 @@ class RunningView;
 class ContentView : public QWidget {
  public:
   ContentView(std::unique_ptr<UDPAudioServer> server, QString pairingInstructions);
-  ~ContentView() override;
 
   UDPAudioServer& server() { return *server_; }
 
@@ -54,8 +54,12 @@ class ContentView : public QWidget {
 struct OnlineSwiftUIEmbedder {
   /// `scheduler` outlives the view.
   static std::unique_ptr<QWidget> makeHostingView(dispatch::Scheduler& scheduler,
-                                                  CaptureFactory makeCapture,
-                                                  QString pairingInstructions);
+                                                  UDPAudioServer::Parts parts,
+                                                  QString pairingInstructions) {
+    return std::make_unique<ContentView>(
+        std::make_unique<UDPAudioServer>(scheduler, std::move(parts)),
+        std::move(pairingInstructions));
+  }
 };
 
 }  // namespace quorin::panel

@@ -1,7 +1,6 @@
 #include "panel/network_utils.h"
 
-#include "platform/network/route.h"
-#include "wire/endpoint.h"
+#include "platform/network/datagram_socket.h"
 
 namespace quorin::panel {
 namespace {
@@ -12,9 +11,11 @@ constexpr wire::Endpoint kProbe{.address = 0x08080808, .port = 80};
 }  // namespace
 
 std::optional<std::string> NetworkUtils::getLocalIPAddress() {
-  if (auto address = network::sourceAddressTowards(kProbe.socketAddress())) return address;
-  const auto interfaces = network::listInterfaceAddresses();
-  return interfaces ? addressOfMainInterface(*interfaces) : std::nullopt;
+  auto probe = network::DatagramSocket::open();
+  if (probe && !probe->connect({}, kProbe)) {
+    return wire::addressText(probe->localEndpoint().address);
+  }
+  return addressOfMainInterface(network::listInterfaceAddresses());
 }
 
 std::optional<std::string> NetworkUtils::addressOfMainInterface(

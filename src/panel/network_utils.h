@@ -10,8 +10,8 @@ namespace quorin::panel {
 
 /// Finds this computer's address in the local network. Any thread; sends nothing.
 struct NetworkUtils {
-  /// The source address that the routing table would use towards the Internet, whatever its
-  /// interface; without such a route, `addressOfMainInterface`; else none.
+  /// The address that this computer would send from to the Internet, on any interface; without a
+  /// route, `addressOfMainInterface`.
   static std::optional<std::string> getLocalIPAddress();
 
   /// The last address in the list's order of the first wired or wireless interface that is up and

@@ -72,12 +72,16 @@ ValueRow* makeStatsRow(const QString& label, const QColor& color, const QString&
                       {.weight = QFont::Bold, .color = color});
 }
 
-ClientRow::ClientRow(const QString& clientKey) : key(clientKey) {
+ClientRow::ClientRow() : key_(makeLabel({}, {.monospaced = true})) {
   auto* layout = makeRowLayout(this, 4);
   layout->addWidget(makeSymbol("iphone.radiowaves.left.and.right", 18, app::colors::kGreen));
-  layout->addWidget(makeLabel(key, {.monospaced = true}));
+  layout->addWidget(key_);
   layout->addStretch();
   layout->addWidget(makeLabel("✓", {.color = app::colors::kGreen}));
+}
+
+void ClientRow::setKey(const QString& key) {
+  key_->setText(key);
   setAccessibleName(key);
 }
 

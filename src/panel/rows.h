@@ -7,8 +7,8 @@
 #include <QVBoxLayout>
 #include <QWidget>
 
-/// The elements of the panel's bands and boxes. Each row carries its whole text as its accessible
-/// name, so that a screen reader says label and value together; symbols and dots decorate a text
+/// The elements of the panel's bands and boxes. The accessible name of a row is its whole text, so
+/// that a screen reader says label and value together; symbols and dots only decorate the text
 /// beside them and have none.
 namespace quorin::panel {
 
@@ -60,9 +60,14 @@ ValueRow* makeInfoRow(const QString& icon, const QString& label, const QString& 
 ValueRow* makeStatsRow(const QString& label, const QColor& color, const QString& value = {});
 
 /// One connected client.
-struct ClientRow : QWidget {
-  explicit ClientRow(const QString& key);
-  const QString key;
+class ClientRow : public QWidget {
+ public:
+  ClientRow();
+
+  void setKey(const QString& key);
+
+ private:
+  Label* key_;
 };
 
 /// A rounded box with a symbol and a title above its content.

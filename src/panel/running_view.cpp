@@ -8,7 +8,6 @@
 #include <QGraphicsDropShadowEffect>
 #include <QVBoxLayout>
 #include <algorithm>
-#include <span>
 
 namespace quorin::panel {
 namespace {
@@ -105,13 +104,13 @@ void RunningView::show(const UDPAudioServer::Published& values) {
   const auto port = QString::number(values.port);
   localIP_->setValue(address);
   port_->setValue(port);
-  clients_->setValue(QString::number(values.clientCount));
-  packetsPerSecond_->setValue(QString::asprintf("%.1f pkt/s", values.rates.packetsPerSecond));
-  kbps_->setValue(QString::asprintf("%.1f Kbps", values.rates.kbps));
+  clients_->setValue(QString::number(values.connectedClients.size()));
+  packetsPerSecond_->setValue(QString::asprintf("%.1f pkt/s", values.packetsPerSecond));
+  kbps_->setValue(QString::asprintf("%.1f Kbps", values.kbps));
   showClients(values.connectedClients);
   showCode(address + u':' + port);
-  clientList_->setVisible(values.clientCount != 0);
-  pairing_->setVisible(values.clientCount == 0);
+  clientList_->setVisible(!values.connectedClients.empty());
+  pairing_->setVisible(values.connectedClients.empty());
 }
 
 void RunningView::showCode(const QString& payload) {
@@ -123,22 +122,19 @@ void RunningView::showCode(const QString& payload) {
   payload_->setText("📦 Datos: " + payload);
 }
 
-void RunningView::showClients(const std::vector<std::string>& keys) {
-  const std::span shown(keys.begin(), std::min(keys.size(), kMaxClientRows));
-  std::erase_if(clientRows_, [&](ClientRow* row) {
-    if (std::ranges::find(shown, row->key.toStdString()) != shown.end()) return false;
-    delete row;
-    return true;
-  });
-  for (const auto& text : shown) {
-    const auto key = QString::fromStdString(text);
-    if (std::ranges::find(clientRows_, key, &ClientRow::key) != clientRows_.end()) continue;
-    clientRows_.push_back(new ClientRow(key));
-    auto& content = clientList_->content();
+void RunningView::showClients(const ClientList& clients) {
+  const auto shown = std::min(clients.size(), kMaxClientRows);
+  auto& content = clientList_->content();
+  while (clientRows_.size() < shown) {
+    clientRows_.push_back(new ClientRow);
     content.insertWidget(content.count() - 1, clientRows_.back());
   }
-  furtherClients_->setVisible(keys.size() > shown.size());
-  furtherClients_->setText(QStringLiteral("… y %1 más").arg(keys.size() - shown.size()));
+  for (std::size_t i = 0; i < clientRows_.size(); ++i) {
+    clientRows_[i]->setVisible(i < shown);
+    if (i < shown) clientRows_[i]->setKey(QString::fromStdString(clients[i].text()));
+  }
+  furtherClients_->setVisible(clients.size() > shown);
+  furtherClients_->setText(QStringLiteral("… y %1 más").arg(clients.size() - shown));
 }
 
 }  // namespace quorin::panel

@@ -35,7 +35,7 @@ class RunningView : public QWidget {
   TitledBox* makeClientList();
   TitledBox* makePairing(const QString& instructions);
   void showCode(const QString& payload);
-  void showClients(const std::vector<std::string>& keys);
+  void showClients(const ClientList& clients);
 
   ValueRow* localIP_ = nullptr;
   ValueRow* port_ = nullptr;

@@ -1,7 +1,7 @@
 #include "panel/udp_audio_server.h"
 
-#include "panel/audio_broadcast.h"
-
+#include <array>
+#include <cstdio>
 #include <utility>
 
 namespace quorin::panel {
@@ -15,22 +15,20 @@ UDPAudioServer::UDPAudioServer(dispatch::Scheduler& scheduler, Parts parts)
 void UDPAudioServer::start() {
   if (published_.isRunning) return;
   printBanner();
-  releaseAll();  // after a failed start, or one whose `isRunning` is still pending
+  releaseAll();  // after a start whose `isRunning` is still pending
 
-  clientManager_ = std::make_unique<ClientManager>(scheduler_, parts_.print);
-  clientManager_->setOnClientCountChanged(
-      run_.bind([this](int count, const std::vector<std::string>& keys) {
-        handleClientCountChange(count, keys);
-      }));
-  udpSocket_ = parts_.makeSocket(scheduler_, published_.port);
-  udpSocket_->setOnMessageReceived(run_.bind(
-      [this](const std::string& text, const std::string& key) { handleMessage(text, key); }));
-  const auto started = udpSocket_->start();
-  if (!started) return startFailed(started.error());
+  auto socket = std::make_unique<UDPSocket>(
+      scheduler_, published_.port, parts_.print,
+      [this](std::string_view text, const wire::Endpoint& client) { handleMessage(text, client); });
+  if (const auto started = socket->start(); !started) return startFailed(started.error());
   parts_.print("✅ Socket UDP creado exitosamente");
+  udpSocket_ = std::move(socket);
+  clientManager_ = std::make_unique<ClientManager>(
+      scheduler_, parts_.print,
+      [this](const ClientList& clients) { handleClientCountChange(clients); });
   startAudioCapture();
   startStatsTimer();
-  scheduler_.mainQueue().async(run_, [this] {
+  scheduler_.mainQueue().async(scope_, [this] {
     publish([](Published& values) {
       values.isRunning = true;
       values.startFailure.clear();
@@ -56,10 +54,7 @@ void UDPAudioServer::stop() {
   releaseAll();
   scheduler_.mainQueue().async(scope_, [this] {
     publish([](Published& values) {
-      Published idle;
-      idle.localIP = std::move(values.localIP);
-      idle.port = values.port;
-      values = std::move(idle);
+      values = {.localIP = std::move(values.localIP), .port = values.port};
     });
   });
   parts_.print("🛑 Servidor detenido");
@@ -77,70 +72,83 @@ void UDPAudioServer::printBanner() const {
 }
 
 void UDPAudioServer::startAudioCapture() {
-  audioCaptureManager_ = parts_.makeCapture();
+  audioCaptureManager_ = std::make_unique<audio::AudioCaptureManager>(
+      scheduler_,
+      audio::AudioCaptureManager::Parts{.makeEngine = parts_.makeEngine, .print = parts_.print});
   audioCaptureManager_->setOnAudioData(
-      [broadcast = std::make_shared<AudioBroadcast>(scheduler_, udpSocket_,
-                                                    clientManager_->recipients(), statistics_)](
-          wire::AudioChunkView chunk) { broadcast->broadcastAudio(chunk); });
+      [this](wire::AudioChunkView chunk) { broadcastAudio(chunk); });
   audioCaptureManager_->startCapture();
 }
 
+/// The chunk goes unchanged to all clients, on the capture thread; without clients it is dropped
+/// and not counted.
+void UDPAudioServer::broadcastAudio(wire::AudioChunkView chunk) {
+  const auto clients = clientManager_->getClients();
+  if (clients->empty()) return;
+  const auto deadline = scheduler_.now() + kMaxBroadcast;
+  for (std::size_t sent = 0; sent < clients->size() && scheduler_.now() <= deadline; ++sent) {
+    udpSocket_->send(std::as_bytes(chunk), (*clients)[nextClient_++ % clients->size()]);
+  }
+  packetsSent_.fetch_add(1, std::memory_order_relaxed);
+}
+
 void UDPAudioServer::startStatsTimer() {
-  if (!statsQueue_) statsQueue_ = scheduler_.makeSerialQueue("com.audioserver.stats");
-  statsQueue_->async(
-      [statistics = statistics_, now = scheduler_.now()] { statistics->beginPeriod(now); });
-  auto showRates = [this](const Rates& rates) {
-    publish([&](Published& values) { values.rates = rates; });
-  };
-  auto updateStats = [&scheduler = scheduler_, print = parts_.print, statistics = statistics_,
-                      clients = clientManager_->recipients(), showRates = run_.bind(showRates)] {
-    const auto rates = statistics->endPeriod(scheduler.now());
-    if (!rates) return;
-    print(statisticsLine(*rates, clients->load()->size()));
-    scheduler.mainQueue().async([showRates, rates = *rates]() mutable { showRates(rates); });
-  };
-  statsTimer_ = statsQueue_->makeTimer(
-      {.first = kStatisticsInterval, .interval = kStatisticsInterval}, std::move(updateStats));
+  lastStatsTime_ = scheduler_.now();
+  statsTimer_ = scheduler_.mainQueue().makeTimer(
+      {.first = kStatisticsInterval, .interval = kStatisticsInterval}, [this] { updateStats(); });
+}
+
+void UDPAudioServer::updateStats() {
+  const auto now = scheduler_.now();
+  const double seconds =
+      std::chrono::duration<double>(now - std::exchange(lastStatsTime_, now)).count();
+  const auto packets = packetsSent_.exchange(0, std::memory_order_relaxed);
+  const std::uint64_t bits = packets * wire::kChunkBytes * 8;
+  publish([&](Published& values) {
+    values.packetsPerSecond = static_cast<double>(packets) / seconds;
+    values.kbps = static_cast<double>(bits) / seconds / 1024;
+  });
+  std::array<char, 128> line{};
+  std::snprintf(line.data(), line.size(), "📊 %.1f pkt/s | %.1f Kbps | Clientes: %zu",
+                published_.packetsPerSecond, published_.kbps, clientManager_->clientCount());
+  parts_.print(line.data());
 }
 
 void UDPAudioServer::releaseAll() {
-  run_.cancelAll();
-  if (udpSocket_) udpSocket_->close();
-  if (audioCaptureManager_) audioCaptureManager_->stopCapture();
+  scope_.cancelAll();
+  audioCaptureManager_.reset();
   statsTimer_.reset();
   clientManager_.reset();
   udpSocket_.reset();
-  audioCaptureManager_.reset();
 }
 
 // By substring, in this order: a text with both STOP and PING is a STOP.
-void UDPAudioServer::handleMessage(const std::string& text, const std::string& key) {
-  if (text.contains(wire::kHello)) return handleHello(key);
-
-  clientManager_->updateClient(key);
+void UDPAudioServer::handleMessage(std::string_view text, const wire::Endpoint& client) {
+  if (text.contains(wire::kHello)) {
+    clientManager_->addClient(client);
+    reply(wire::kReady, client);
+    const auto total = clientManager_->clientCount();
+    parts_.print("✅ Nuevo cliente: " + client.text() + " (Total: " + std::to_string(total) + ")");
+    if (total == 1) parts_.print("🗑️ Cliente conectado - QR oculto");
+    return;
+  }
+  clientManager_->updateClient(client);
   if (text.contains(wire::kStop)) {
-    clientManager_->removeClient(key);
-    parts_.print("👋 Cliente desconectado: " + key);
+    clientManager_->removeClient(client);
+    parts_.print("👋 Cliente desconectado: " + client.text());
   } else if (text.contains(wire::kPing)) {
-    udpSocket_->send(wire::kPong, key);
-    parts_.print("🏓 PING recibido de " + key);
+    reply(wire::kPong, client);
+    parts_.print("🏓 PING recibido de " + client.text());
   }
 }
 
-void UDPAudioServer::handleHello(const std::string& key) {
-  clientManager_->addClient(key);
-  udpSocket_->send(wire::kReady, key);
-  const int total = clientManager_->clientCount();
-  parts_.print("✅ Nuevo cliente: " + key + " (Total: " + std::to_string(total) + ")");
-  if (total == 1) parts_.print("🗑️ Cliente conectado - QR oculto");
+void UDPAudioServer::reply(std::string_view text, const wire::Endpoint& client) const {
+  udpSocket_->send(std::as_bytes(std::span(text)), client);
 }
 
-void UDPAudioServer::handleClientCountChange(int count, const std::vector<std::string>& keys) {
-  publish([&](Published& values) {
-    values.clientCount = count;
-    values.connectedClients = keys;
-  });
-  if (count == 0) {
+void UDPAudioServer::handleClientCountChange(const ClientList& clients) {
+  publish([&](Published& values) { values.connectedClients = clients; });
+  if (clients.empty()) {
     parts_.print("\n📱 Esperando conexión de clientes...");
     parts_.print("Escanea el código QR desde la app iOS");
   }

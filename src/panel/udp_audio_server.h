@@ -1,21 +1,20 @@
 #pragma once
 
+#include "audio/audio_capture_manager.h"
 #include "core/log.h"
 #include "core/scheduler.h"
-#include "panel/audio_broadcast.h"
-#include "panel/audio_capture.h"
 #include "panel/client_manager.h"
 #include "panel/network_utils.h"
-#include "panel/statistics.h"
 #include "panel/udp_socket.h"
 #include "wire/control_message.h"
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
+#include <string_view>
 
 namespace quorin::panel {
 
@@ -24,12 +23,14 @@ namespace quorin::panel {
 class UDPAudioServer {
  public:
   static constexpr std::chrono::seconds kStatisticsInterval{5};
+  /// Half a chunk. If sending to all clients would take longer, the capture would fall behind; each
+  /// chunk then goes to only some of them, in turn.
+  static constexpr std::chrono::milliseconds kMaxBroadcast{10};
 
-  /// What the server is made of; all but the capture has its real default.
+  /// What the server is made of; all but the engine has its real default.
   struct Parts {
-    CaptureFactory makeCapture;
-    std::function<std::shared_ptr<DatagramSocket>(dispatch::Scheduler&, std::uint16_t port)>
-        makeSocket = makeUDPSocket;
+    /// Records the default input device. Called at each start.
+    std::function<std::unique_ptr<audio::AudioEngine>()> makeEngine;
     std::function<std::optional<std::string>()> getLocalIPAddress = NetworkUtils::getLocalIPAddress;
     log::PrintLine print = log::print;
     std::uint16_t port = wire::kDefaultPort;
@@ -40,10 +41,10 @@ class UDPAudioServer {
     bool isRunning = false;
     std::string localIP = "0.0.0.0";  ///< "127.0.0.1": none found
     std::uint16_t port = 0;
-    int clientCount = 0;
-    Rates rates;
-    std::vector<std::string> connectedClients;
-    std::string startFailure;  ///< why it did not start, for the user; else empty
+    double packetsPerSecond = 0;  ///< chunks a second, each counted once whoever receives it
+    double kbps = 0;              ///< their payload, in units of 1024 bits a second
+    ClientList connectedClients{};
+    std::string startFailure{};  ///< why it did not start, for the user; else empty
   };
 
   /// Looks up the local address once; binds and starts nothing. `scheduler` must outlive the
@@ -58,19 +59,22 @@ class UDPAudioServer {
   /// `isRunning` follows on the next turn of the main queue.
   void start();
 
-  /// May be called at any time. The published values follow on the next turn of the main queue;
-  /// work in progress no longer changes them.
+  /// May be called at any time. The published values follow on the next turn of the main queue.
   void stop();
+
+  /// Acts on a text from a client; what the socket calls. While running.
+  void handleMessage(std::string_view text, const wire::Endpoint& client);
 
  private:
   void printBanner() const;
-  void startAudioCapture();
-  void startStatsTimer();
-  void releaseAll();
-  void handleMessage(const std::string& text, const std::string& key);
-  void handleHello(const std::string& key);
-  void handleClientCountChange(int count, const std::vector<std::string>& keys);
   void startFailed(const SocketError& error);
+  void startAudioCapture();
+  void broadcastAudio(wire::AudioChunkView chunk);
+  void startStatsTimer();
+  void updateStats();
+  void releaseAll();
+  void reply(std::string_view text, const wire::Endpoint& client) const;
+  void handleClientCountChange(const ClientList& clients);
 
   /// Changes the published values and notifies.
   template <typename Change>
@@ -83,18 +87,18 @@ class UDPAudioServer {
   Parts parts_;
   Published published_;
   std::function<void()> onChanged_;
-
-  std::shared_ptr<Statistics> statistics_ = std::make_shared<Statistics>();
-  std::unique_ptr<dispatch::SerialQueue> statsQueue_;  ///< from the first start on
   dispatch::Scope scope_;
 
-  // From a `start` to the next `stop` or `start`; what was handed to others is bound to `run_` and
-  // does nothing afterwards.
-  dispatch::Scope run_;
+  std::atomic<std::uint64_t> packetsSent_ = 0;  ///< in this period; counted on the capture thread
+  dispatch::TimePoint lastStatsTime_;
+
+  // From a `start` to the next `stop` or `start`. The capture thread uses the first three: it ends
+  // before they do.
   std::unique_ptr<ClientManager> clientManager_;
-  std::shared_ptr<DatagramSocket> udpSocket_;
+  std::unique_ptr<UDPSocket> udpSocket_;
+  std::size_t nextClient_ = 0;  ///< index into the list; capture thread only
   std::unique_ptr<dispatch::Timer> statsTimer_;
-  std::unique_ptr<AudioCapture> audioCaptureManager_;
+  std::unique_ptr<audio::AudioCaptureManager> audioCaptureManager_;
 };
 
 }  // namespace quorin::panel

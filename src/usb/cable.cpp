@@ -3,7 +3,7 @@
 #include "core/log.h"
 #include "usb/device_information.h"
 #include "wire/cable_frames.h"
-#include "wire/displayable.h"
+#include "wire/text.h"
 
 #include <array>
 #include <cstdio>

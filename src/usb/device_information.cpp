@@ -1,8 +1,7 @@
 #include "usb/device_information.h"
 
 #include "platform/usb/property_list.h"
-#include "wire/control_message.h"
-#include "wire/displayable.h"
+#include "wire/text.h"
 
 #include <cstdlib>
 #include <memory>

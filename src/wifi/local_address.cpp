@@ -6,13 +6,10 @@
 namespace quorin::wifi {
 namespace {
 
-bool reachesOthers(std::string_view address) {
-  return !address.starts_with("127.") && !address.starts_with("169.254.") && address != "0.0.0.0";
-}
-
 bool isCandidate(const network::InterfaceAddress& entry) {
-  return entry.isUp && entry.isRunning && reachesOthers(entry.address) &&
-         network::isEthernetOrWifi(entry.name);
+  const std::string_view address = entry.address;
+  return entry.isUp && entry.isRunning && network::isEthernetOrWifi(entry.name) &&
+         !address.starts_with("127.") && !address.starts_with("169.254.") && address != "0.0.0.0";
 }
 
 }  // namespace
@@ -33,9 +30,7 @@ LocalNetworks localNetworks(std::span<const network::InterfaceAddress> interface
 }
 
 LocalNetworks lookUpLocalNetworks() {
-  const auto interfaces = network::listInterfaceAddresses();
-  if (!interfaces) return {};
-  return localNetworks(*interfaces, network::defaultRouteInterface());
+  return localNetworks(network::listInterfaceAddresses(), network::defaultRouteInterface());
 }
 
 std::optional<std::string> localIPv4Address(std::span<const Candidate> candidates,

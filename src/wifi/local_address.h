@@ -32,12 +32,11 @@ struct LocalNetworks {
 LocalNetworks localNetworks(std::span<const network::InterfaceAddress> interfaces,
                             const std::optional<std::string>& defaultRouteInterface);
 
-/// The same for this machine now; empty also when the system does not report its interfaces. Any
-/// thread; fast enough for the main thread.
+/// The same for this machine now. Any thread; fast enough for the main thread.
 LocalNetworks lookUpLocalNetworks();
 
-/// The candidate to use: `current` (the one in use, which phones listen to), else `wanted` (a
-/// user's choice), else the first; each as long as it is one of them. None without candidates.
+/// The candidate to use: `current` (in use, phones listen to it), else `wanted` (the user's
+/// choice), else the first; `current` and `wanted` only as candidates. None without candidates.
 std::optional<std::string> localIPv4Address(std::span<const Candidate> candidates,
                                             const std::optional<std::string>& current = {},
                                             const std::optional<std::string>& wanted = {});

@@ -1,20 +1,13 @@
 #include "wifi/network_watch.h"
 
+#include <algorithm>
 #include <cassert>
 #include <utility>
 
 namespace quorin::wifi {
 
-AddressChange compareAddresses(const std::optional<std::string>& before,
-                               const std::optional<std::string>& now) {
-  if (!now) return AddressChange::kLost;
-  if (!before) return AddressChange::kBack;
-  return *now == *before ? AddressChange::kNone : AddressChange::kChanged;
-}
-
-NetworkWatch::NetworkWatch(dispatch::Scheduler& scheduler, Lookup lookUp,
-                           NetworkWatchListener& listener)
-    : scheduler_(scheduler), lookUp_(std::move(lookUp)), listener_(listener) {}
+NetworkWatch::NetworkWatch(dispatch::Scheduler& scheduler, Lookup lookUp, Reports reports)
+    : scheduler_(scheduler), lookUp_(std::move(lookUp)), reports_(std::move(reports)) {}
 
 void NetworkWatch::startIPWatch() {
   assert(scheduler_.mainQueue().isCurrent());
@@ -22,9 +15,9 @@ void NetworkWatch::startIPWatch() {
   ipWatchTimer_ = scheduler_.utilityQueue().makeTimer(
       {.first = kInterval, .interval = kInterval, .leeway = kLeeway},
       [&main = scheduler_.mainQueue(), lookUp = lookUp_,
-       check = whileWatching_.bind([this](LocalNetworks look) {
-         checkLocalAddress(std::move(look));
-       })] { main.async([check, look = lookUp()]() mutable { check(std::move(look)); }); });
+       check = whileWatching_.bind([this](LocalNetworks networks) {
+         checkLocalAddress(std::move(networks));
+       })] { main.async([check, networks = lookUp()]() mutable { check(std::move(networks)); }); });
   inUse_.reset();
   take(lookUp_());
 }
@@ -36,57 +29,53 @@ void NetworkWatch::stopIPWatch() {
   whileWatching_.cancelAll();
 }
 
-void NetworkWatch::choose(std::optional<std::string> address) {
+void NetworkWatch::choose(std::string address) {
   wanted_ = std::move(address);
-  if (lastIPAddress_) {
-    lastIPAddress_ = inUse_ =
-        localIPv4Address(networks_.candidates, wanted_ ? wanted_ : inUse_, inUse_);
-  }
+  choiceIsPending_ = true;
+  applyChoice();
 }
 
-AddressChange NetworkWatch::take(LocalNetworks look) {
+void NetworkWatch::applyChoice() {
+  const auto isWanted = [this](const Candidate& c) { return c.address == wanted_; };
+  if (!choiceIsPending_ || std::ranges::none_of(networks_.candidates, isWanted)) return;
+  choiceIsPending_ = false;
+  if (lastIPAddress_) lastIPAddress_ = inUse_ = wanted_;
+}
+
+std::optional<AddressStatus> NetworkWatch::take(LocalNetworks networks) {
+  const bool differs = networks != networks_;
+  networks_ = std::move(networks);
+  applyChoice();
   const auto before = lastIPAddress_;
-  lastIPAddress_ = localIPv4Address(look.candidates, inUse_, wanted_);
+  lastIPAddress_ = localIPv4Address(networks_.candidates, inUse_, wanted_);
   if (lastIPAddress_) inUse_ = lastIPAddress_;
-  const auto change = compareAddresses(before, lastIPAddress_);
-  if (look != networks_) {
-    networks_ = std::move(look);
-    listener_.onNetworksChanged(networks_);
+  if (differs) reports_.networksChanged();
+  if (!lastIPAddress_) return AddressStatus::kLost;
+  if (!before) return AddressStatus::kBack;
+  return before == lastIPAddress_ ? std::nullopt : std::optional(AddressStatus::kChanged);
+}
+
+void NetworkWatch::checkLocalAddress(LocalNetworks networks) {
+  report(take(std::move(networks)));
+}
+
+void NetworkWatch::report(std::optional<AddressStatus> status) {
+  if (!status) return;
+  qrRegenerateTimer_.reset();
+  if (*status != AddressStatus::kLost) {
+    qrRegenerateTimer_ = scheduler_.mainQueue().makeTimer(
+        {.first = *status == AddressStatus::kBack ? kSettlingAfterReturn : kSettlingAfterChange,
+         .leeway = kLeeway},
+        [this] { finishNetworkChange(); });
   }
-  return change;
-}
-
-void NetworkWatch::checkLocalAddress(LocalNetworks look) {
-  report(take(std::move(look)));
-}
-
-void NetworkWatch::report(AddressChange change) {
-  switch (change) {
-    case AddressChange::kNone:
-      return;
-    case AddressChange::kLost:
-      qrRegenerateTimer_.reset();
-      return listener_.onAddressLost();
-    case AddressChange::kBack:
-      settleAfter(kSettlingAfterReturn);
-      return listener_.onAddressBack(*lastIPAddress_);
-    case AddressChange::kChanged:
-      settleAfter(kSettlingAfterChange);
-      return listener_.onAddressChanged(*lastIPAddress_);
-  }
-}
-
-void NetworkWatch::settleAfter(dispatch::Duration delay) {
-  qrRegenerateTimer_ = scheduler_.mainQueue().makeTimer({.first = delay, .leeway = kLeeway},
-                                                        [this] { finishNetworkChange(); });
+  reports_.addressChanged(*status);
 }
 
 // If this check differs from the last one, it is a new change.
 void NetworkWatch::finishNetworkChange() {
   const auto firedTimer = std::move(qrRegenerateTimer_);  // this is its handler
-  const auto change = take(lookUp_());
-  if (change == AddressChange::kNone) return listener_.onNetworkChangeSettled(*lastIPAddress_);
-  report(change);
+  const auto status = take(lookUp_());
+  status ? report(status) : reports_.addressChanged(AddressStatus::kSettled);
 }
 
 }  // namespace quorin::wifi

@@ -11,33 +11,12 @@
 
 namespace quorin::wifi {
 
-/// The result of comparing two consecutive checks.
-enum class AddressChange { kNone, kLost, kBack, kChanged };
-
-/// A missing address is reported as lost at every check, so that a page opened meanwhile shows it
-/// too.
-AddressChange compareAddresses(const std::optional<std::string>& before,
-                               const std::optional<std::string>& now);
-
-/// On the main queue. Each call may stop and start the watch, but not destroy it;
-/// `onNetworksChanged` may do neither.
-class NetworkWatchListener {
- public:
-  virtual ~NetworkWatchListener() = default;
-
-  /// Candidates or own networks changed since the last check. Also called within `startIPWatch`;
-  /// later, before the reports about the address.
-  virtual void onNetworksChanged(const LocalNetworks& networks) = 0;
-
-  /// No usable address; once a second while that lasts.
-  virtual void onAddressLost() = 0;
-  /// `onNetworkChangeSettled` follows after `kSettlingAfterReturn`.
-  virtual void onAddressBack(const std::string& address) = 0;
-  /// `onNetworkChangeSettled` follows after `kSettlingAfterChange`.
-  virtual void onAddressChanged(const std::string& address) = 0;
-  /// The network is stable again: time to drop the clients and redraw the code. The address is
-  /// still that of the change.
-  virtual void onNetworkChangeSettled(const std::string& address) = 0;
+/// How the local address stands since the last report.
+enum class AddressStatus {
+  kSettled,  ///< stable since a change: time to drop the clients and redraw the code
+  kLost,  ///< there is none; reported at each check, so that a page opened meanwhile shows it too
+  kBack,  ///< `kSettled` follows after `NetworkWatch::kSettlingAfterReturn`
+  kChanged,  ///< `kSettled` follows after `NetworkWatch::kSettlingAfterChange`
 };
 
 /// Chooses the computer's local address, and follows it once a second while the Wi-Fi page is in
@@ -55,18 +34,26 @@ class NetworkWatch {
   /// Called on the main queue and on the utility queue, possibly at the same time.
   using Lookup = std::function<LocalNetworks()>;
 
-  /// The scheduler and the listener must outlive the watch.
-  NetworkWatch(dispatch::Scheduler& scheduler, Lookup lookUp, NetworkWatchListener& listener);
+  /// On the main queue, with `address` and `networks` up to date.
+  struct Reports {
+    /// Candidates or own networks differ from the last check. Also called within `startIPWatch`;
+    /// later, before the report about the address. Must not start or stop the watch.
+    std::function<void()> networksChanged;
+    /// May stop the watch.
+    std::function<void(AddressStatus)> addressChanged;
+  };
+
+  /// The scheduler must outlive the watch.
+  NetworkWatch(dispatch::Scheduler& scheduler, Lookup lookUp, Reports reports);
 
   /// Checks at once, so that `address` is current, then every second. Does nothing while watching.
   void startIPWatch();
-  /// Also cancels a pending `onNetworkChangeSettled`.
+  /// Also cancels a pending `kSettled`.
   void stopIPWatch();
 
-  /// Changes to `address`, if it is a candidate, and prefers it whenever an address has to be
-  /// chosen; none: no preference. `address()` follows at once, without a report: the server is
-  /// bound to all addresses.
-  void choose(std::optional<std::string> address);
+  /// Changes to `address`, now or once it is a candidate, and prefers it whenever an address has to
+  /// be chosen. Without a report about the address: the server is bound to all addresses.
+  void choose(std::string address);
 
   /// From the last check; none before the first, and without candidates. The page shows this value,
   /// so that it always agrees with the watch.
@@ -74,20 +61,21 @@ class NetworkWatch {
   const LocalNetworks& networks() const { return networks_; }
 
  private:
-  AddressChange take(LocalNetworks look);
-  void checkLocalAddress(LocalNetworks look);
-  void report(AddressChange change);
-  void settleAfter(dispatch::Duration delay);
+  std::optional<AddressStatus> take(LocalNetworks networks);
+  void applyChoice();
+  void checkLocalAddress(LocalNetworks networks);
+  void report(std::optional<AddressStatus> status);
   void finishNetworkChange();
 
   dispatch::Scheduler& scheduler_;
   Lookup lookUp_;
-  NetworkWatchListener& listener_;
+  Reports reports_;
 
   LocalNetworks networks_;
   std::optional<std::string> lastIPAddress_;
   std::optional<std::string> inUse_;   ///< the last address since the start
   std::optional<std::string> wanted_;  ///< the user's choice
+  bool choiceIsPending_ = false;       ///< it was not a candidate yet
 
   dispatch::Scope whileWatching_;
   std::unique_ptr<dispatch::Timer> ipWatchTimer_;

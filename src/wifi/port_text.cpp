@@ -1,23 +1,16 @@
 #include "wifi/port_text.h"
 
-#include <charconv>
+#include <algorithm>
+#include <cstdlib>
 #include <limits>
+#include <string>
 
 namespace quorin::wifi {
 
 int leadingInteger(std::string_view text) {
-  const auto start = text.find_first_not_of(" \t\n\v\f\r");
-  if (start == std::string_view::npos) return 0;
-  text.remove_prefix(start);
-  const bool negative = text.starts_with('-');
-  if (text.starts_with("+") && !text.starts_with("+-")) text.remove_prefix(1);
-
-  int number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error == std::errc::result_out_of_range) {
-    return negative ? std::numeric_limits<int>::min() : std::numeric_limits<int>::max();
-  }
-  return number;
+  using Int = std::numeric_limits<int>;
+  const long long number = std::strtoll(std::string(text).c_str(), nullptr, 10);
+  return static_cast<int>(std::clamp<long long>(number, Int::min(), Int::max()));
 }
 
 std::optional<std::uint16_t> parsePort(std::string_view text) {

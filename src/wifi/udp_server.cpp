@@ -1,13 +1,11 @@
 #include "wifi/udp_server.h"
 
 #include "wifi/port_text.h"
-#include "wifi/source_check.h"
 #include "wire/control_message.h"
 
 #include <algorithm>
 #include <array>
 #include <cassert>
-#include <span>
 #include <utility>
 
 namespace quorin::wifi {
@@ -30,28 +28,25 @@ static_assert(kReceiveBufferBytes > kMaxRequestBytes);
 }  // namespace
 
 UdpServer::UdpServer(dispatch::Scheduler& scheduler, stream::AudioSender& sender,
-                     WifiTransport& transport, UdpServerListener& listener)
-    : scheduler_(scheduler), sender_(sender), transport_(transport), listener_(listener) {}
+                     WifiTransport& transport, std::function<void()> onClientsChanged)
+    : scheduler_(scheduler),
+      sender_(sender),
+      transport_(transport),
+      onClientsChanged_(std::move(onClientsChanged)) {}
 
 UdpServer::~UdpServer() {
   close();
 }
 
-void UdpServer::startUDP(std::string_view portText) {
+UdpServer::Started UdpServer::startUDP(std::string_view portText) {
   assert(!isRunning());
+  using Step = StartFailure::Step;
   const auto port = parsePort(portText);
-  if (!port) {
-    listener_.onStartFailed({.step = StartFailure::Step::kPort});
-    return;
-  }
+  if (!port) return std::unexpected(StartFailure{.step = Step::kPort});
   auto socket = network::DatagramSocket::open();
-  if (!socket) {
-    listener_.onStartFailed({StartFailure::Step::kSocket, socket.error().value(), *port});
-    return;
-  }
+  if (!socket) return std::unexpected(StartFailure{Step::kSocket, socket.error().value(), *port});
   if (const auto error = socket->bind(*port)) {
-    listener_.onStartFailed({StartFailure::Step::kBind, error.value(), *port});
-    return;
+    return std::unexpected(StartFailure{Step::kBind, error.value(), *port});
   }
 
   udpSocket_ = std::move(*socket);
@@ -59,26 +54,24 @@ void UdpServer::startUDP(std::string_view portText) {
   auto& queue = scheduler_.mainQueue();
   udpReadSource_ = queue.makeReadSource(udpSocket_->descriptor(), [this] { handleUDPReadable(); });
   udpClientTimeoutTimer_ = queue.makeTimer(kExpiryCheck, [this] { expireUDPClients(); });
-  transport_.setServerRunning(true);
-  listener_.onStarted();
+  transport_.publishAudience(std::make_shared<Audience>());
+  return {};
 }
 
 void UdpServer::stopUDP() {
   close();
   sender_.stopAudioSendTimer();
-  listener_.onStopped();
 }
 
 // The socket stays: it is bound to the wildcard address, which covers new addresses too.
-void UdpServer::restartUDPForNetworkChange(std::string_view portText) {
-  if (!isRunning()) return;
-  if (parsePort(portText) == port_) {
-    forgetAll();
-    listener_.onStarted();
-  } else {
-    close();
-    startUDP(portText);
+UdpServer::Started UdpServer::restartUDPForNetworkChange(std::string_view portText) {
+  if (isRunning() && parsePort(portText) == port_) {
+    forgetClients();
+    transport_.publishAudience(std::make_shared<Audience>());
+    return {};
   }
+  close();
+  return startUDP(portText);
 }
 
 std::vector<Client> UdpServer::clients() const {
@@ -97,20 +90,19 @@ void UdpServer::disconnect(const wire::Endpoint& client) {
   publishIfChanged();
 }
 
-void UdpServer::forgetAll() {
+void UdpServer::forgetClients() {
   table_.clear();
   hasRefused_ = false;
   audienceChanged_ = false;
-  transport_.publishAudience(nullptr);
   connections_.clear();
   updateDue_ = false;
   whileRunning_.cancelAll();
 }
 
 void UdpServer::close() {
-  transport_.setServerRunning(false);
+  transport_.publishAudience(nullptr);
   udpClientTimeoutTimer_.reset();
-  forgetAll();
+  forgetClients();
   udpReadSource_.reset();
   udpSocket_.reset();
 }
@@ -258,7 +250,7 @@ void UdpServer::updateSoon() {
     connectsLeft_ = ClientTable::kMaxClients;
     connectClients();
     publishIfChanged();
-    listener_.onClientsChanged();
+    onClientsChanged_();
   });
 }
 

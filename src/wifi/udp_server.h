@@ -1,8 +1,6 @@
 #pragma once
 
 #include "core/scheduler.h"
-#include "platform/network/datagram_socket.h"
-#include "platform/network/interfaces.h"
 #include "stream/audio_sender.h"
 #include "wifi/client_table.h"
 #include "wifi/request.h"
@@ -10,6 +8,8 @@
 
 #include <chrono>
 #include <cstdint>
+#include <expected>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -32,27 +32,6 @@ struct StartFailure {
   friend bool operator==(const StartFailure&, const StartFailure&) = default;
 };
 
-/// What the server reports to the page, on the main queue. The first three are called from within
-/// the operation they report.
-class UdpServerListener {
- public:
-  virtual ~UdpServerListener() = default;
-  UdpServerListener(const UdpServerListener&) = delete;
-  UdpServerListener& operator=(const UdpServerListener&) = delete;
-
-  virtual void onStarted() = 0;  ///< no client is registered yet
-  virtual void onStartFailed(const StartFailure& failure) = 0;
-  virtual void onStopped() = 0;
-
-  /// `clients()` or `hasRefused()` changed since the last call, and may have changed back. Runs in
-  /// its own turn of the main queue, at most once per `kUpdateInterval` even in a flood; the first
-  /// after a pause runs at once.
-  virtual void onClientsChanged() = 0;
-
- protected:
-  UdpServerListener() = default;
-};
-
 /// A registered client, for the page.
 struct Client {
   wire::Endpoint endpoint;
@@ -70,22 +49,27 @@ class UdpServer {
   static constexpr int kDatagramsPerTurn = 64;
   static constexpr std::chrono::milliseconds kUpdateInterval{200};
 
-  /// All must outlive the server.
+  /// All but the callback must outlive the server. `onClientsChanged`: `clients()` or
+  /// `hasRefused()` changed since the last call, and may have changed back. It runs in its own turn
+  /// of the main queue, at most once per `kUpdateInterval` even in a flood; the first after a pause
+  /// at once.
   UdpServer(dispatch::Scheduler& scheduler, stream::AudioSender& sender, WifiTransport& transport,
-            UdpServerListener& listener);
+            std::function<void()> onClientsChanged);
   ~UdpServer();
   UdpServer(const UdpServer&) = delete;
   UdpServer& operator=(const UdpServer&) = delete;
 
-  /// Only while stopped. Answers with `onStarted` or one `onStartFailed`.
-  void startUDP(std::string_view portText);
+  using Started = std::expected<void, StartFailure>;
+
+  /// Only while stopped.
+  Started startUDP(std::string_view portText);
 
   /// Stops the send timer too. No effect while stopped.
   void stopUDP();
 
-  /// Drops all clients of a running server, and rebinds it if the port differs; no effect on a
-  /// stopped server. The send timer keeps running. Reports only `onStarted` or `onStartFailed`.
-  void restartUDPForNetworkChange(std::string_view portText);
+  /// Drops all clients, and rebinds if the port differs; starts a stopped server. The send timer
+  /// keeps running.
+  Started restartUDPForNetworkChange(std::string_view portText);
 
   bool isRunning() const { return udpSocket_.has_value(); }
   std::uint16_t port() const { return port_; }  ///< of the running server
@@ -134,13 +118,13 @@ class UdpServer {
   void publishIfChanged();
   void updateSoon();
   void reply(const Received& to, std::string_view text) const;
-  void forgetAll();
+  void forgetClients();
   void close();
 
   dispatch::Scheduler& scheduler_;
   stream::AudioSender& sender_;
   WifiTransport& transport_;
-  UdpServerListener& listener_;
+  std::function<void()> onClientsChanged_;
 
   std::uint16_t port_ = 0;
   ClientTable table_;

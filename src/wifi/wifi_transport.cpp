@@ -1,7 +1,5 @@
 #include "wifi/wifi_transport.h"
 
-#include "wire/pcm16.h"
-
 namespace quorin::wifi {
 
 bool WifiTransport::hasListener() const {

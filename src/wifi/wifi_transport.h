@@ -47,17 +47,14 @@ class ClientSocket {
 };
 
 /// The sockets to send to. Immutable; the main queue publishes a new one after every change, the
-/// pacing queue sends to the one it finds. Shared ownership: a descriptor cannot be closed and
-/// reused during a send.
+/// pacing queue sends to the latest. Shared ownership: a descriptor cannot be closed and reused
+/// during a send.
 using Audience = std::vector<std::shared_ptr<const ClientSocket>>;
 
 /// The phones on the network: each chunk becomes one datagram of 16-bit samples for all of them.
 class WifiTransport : public stream::Transport {
  public:
-  /// Main queue: while the server runs, chunks are wanted.
-  void setServerRunning(bool running) { serverRunning_.store(running, std::memory_order_relaxed); }
-
-  /// Main queue: the receivers from the next tick on; null for none.
+  /// Main queue: the receivers from the next tick on; null while the server is stopped.
   void publishAudience(std::shared_ptr<const Audience> audience) {
     audience_.store(std::move(audience));
   }
@@ -65,13 +62,12 @@ class WifiTransport : public stream::Transport {
   /// Datagrams that the system took, over all clients. Any thread.
   std::uint64_t datagramsSent() const { return datagramsSent_.load(std::memory_order_relaxed); }
 
-  bool isOpen() const override { return serverRunning_.load(std::memory_order_relaxed); }
+  bool isOpen() const override { return audience_.load() != nullptr; }
   bool hasListener() const override;
   void send(wire::AudioChunkView samples) override;
 
  private:
-  std::atomic<bool> serverRunning_{false};  ///< main writes, capture reads
-  dispatch::Snapshot<Audience> audience_;   ///< main writes, pacing reads
+  dispatch::Snapshot<Audience> audience_;  ///< main writes, capture and pacing read
   std::atomic<std::uint64_t> datagramsSent_{0};
 
   std::array<std::int16_t, wire::kChunkFrames> datagram_{};  ///< pacing queue only

@@ -3,6 +3,7 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <span>
 
 namespace quorin::wire {
@@ -19,5 +20,11 @@ static_assert(kChunkBytes == 3528);
 
 using AudioChunk = std::array<float, kChunkFrames>;
 using AudioChunkView = std::span<const float, kChunkFrames>;
+
+/// Converts each sample to signed 16 bits: clipped to +-1, times 32767 in single precision,
+/// rounded to nearest with halves to even. Not-a-number becomes 0, and -32768 never occurs.
+///
+/// `out` is as long as `samples` and does not overlap it. Any thread in the default rounding mode.
+void convertToPcm16(std::span<const float> samples, std::span<std::int16_t> out);
 
 }  // namespace quorin::wire

@@ -1,6 +1,6 @@
 #include "wire/cable_frames.h"
 
-#include "wire/control_message.h"
+#include "wire/text.h"
 
 #include <algorithm>
 #include <utility>

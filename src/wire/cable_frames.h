@@ -9,15 +9,14 @@
 #include <string_view>
 #include <vector>
 
-/// The frames that the computer and the phone's app exchange (see `wire/frame.h` for the
-/// header around them).
+/// The frames that the computer and the phone's app exchange (header: `wire/frame.h`).
 namespace quorin::wire {
 
-/// Both on the phone and, for a phone simulated on this machine, on 127.0.0.1.
+/// On the phone; for one simulated on this machine, on 127.0.0.1.
 inline constexpr std::uint16_t kCablePort = 2345;
 
 enum class CableFrame : std::uint32_t {
-  kEndOfStream = 0,          ///< the channel's own; accepted, means nothing here
+  kEndOfStream = 0,          ///< the channel framework's own; accepted and ignored
   kDeviceInformation = 100,  ///< phone to computer: a property list, one dictionary
   kText = 101,               ///< both ways: see below; tag 0 from the computer
   kPing = 102,               ///< computer to phone: a fresh tag, no payload
@@ -25,11 +24,11 @@ enum class CableFrame : std::uint32_t {
   kAudio = 104,              ///< computer to phone: tag 0, one audio chunk of 3528 bytes
 };
 
-/// True for the types above: any other ends the channel.
+/// True for the types above; any other ends the channel.
 bool isKnownCableFrame(std::uint32_t type);
 
 enum class TextError {
-  kTooShort,        ///< no room for the length
+  kTooShort,        ///< the length field is incomplete
   kLengthTooLarge,  ///< the text would reach past the payload
   kNotUtf8,
 };

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -19,15 +18,7 @@ inline constexpr std::string_view kBusy = "<<BUSY>>";
 inline constexpr std::string_view kFormat =
     "<<FORMAT:SR=44100,DEPTH=16,ENDIAN=LITTLE,CH=1,CHUNK=882>>";
 
-static_assert(kHello.size() == 9 && kPing.size() == 8 && kStop.size() == 8);
-static_assert(kReady.size() == 9 && kPong.size() == 8 && kBusy.size() == 8);
-static_assert(kFormat.size() == 57);
-
-/// 9000: what the server binds unless the user types another port.
+/// The server's, unless the user chooses another.
 inline constexpr std::uint16_t kDefaultPort = 9000;
-
-/// True for well-formed UTF-8: no overlong form, no surrogate, nothing above U+10FFFF, no cut
-/// sequence. NUL is an ordinary character. The empty text is valid.
-bool isValidUtf8(std::string_view bytes);
 
 }  // namespace quorin::wire

@@ -32,6 +32,10 @@ struct Endpoint {
 
   sockaddr_in socketAddress() const;
 
+  /// Whether a host can send from here: not from port 0, "this network" (0/8), or an address that
+  /// is multicast or reserved.
+  bool isHost() const { return port != 0 && address >> 24U != 0 && address < 0xE0000000; }
+
   friend auto operator<=>(const Endpoint&, const Endpoint&) = default;
 };
 

@@ -3,6 +3,8 @@
 #include "platform/audio/engine.h"
 
 #include <functional>
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -18,19 +20,33 @@ class FakeEngine : public audio::AudioEngine {
   std::function<void()> onStart;
   std::vector<std::string> calls;
 
-  /// Delivers one buffer, as the audio server's thread would; silently nothing without a tap.
-  void deliver(const audio::BufferView& buffer) {
-    if (tap_) tap_(buffer);
-  }
+  /// Where buffers go in; may outlive the engine. Any thread.
+  struct Tap {
+    /// As the audio server's thread would; silently nothing without a handler.
+    void deliver(const audio::BufferView& buffer) {
+      const std::lock_guard lock(mutex);
+      if (handler) handler(buffer);
+    }
+    void set(TapHandler newHandler) {
+      const std::lock_guard lock(mutex);
+      handler = std::move(newHandler);
+    }
+
+    std::mutex mutex;
+    TapHandler handler;
+  };
+  const std::shared_ptr<Tap> tap = std::make_shared<Tap>();
+
+  void deliver(const audio::BufferView& buffer) { tap->deliver(buffer); }
 
   audio::Format inputFormat() override { return format; }
   void installTap(std::size_t frames, TapHandler handler) override {
     calls.push_back("install " + std::to_string(frames));
-    tap_ = std::move(handler);
+    tap->set(std::move(handler));
   }
   void removeTap() override {
     calls.emplace_back("remove");
-    tap_ = nullptr;
+    tap->set({});
   }
   std::expected<void, audio::Error> start() override {
     calls.emplace_back("start");
@@ -39,9 +55,6 @@ class FakeEngine : public audio::AudioEngine {
     return {};
   }
   void stop() override { calls.emplace_back("stop"); }
-
- private:
-  TapHandler tap_;
 };
 
 }  // namespace quorin::test

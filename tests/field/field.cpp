@@ -77,7 +77,9 @@ void sendForged(const wire::Endpoint& source, const wire::Endpoint& to, std::str
 
 Computer::Computer() {
   watch_.startIPWatch();
-  server_.startUDP(std::to_string(Phone::kServerPort));
+  if (const auto started = server_.startUDP(std::to_string(Phone::kServerPort)); !started) {
+    throw std::system_error(started.error().error, std::generic_category(), "the server");
+  }
   sender_.startAudioSendTimer();
   capture_ = std::jthread([this](const std::stop_token& stop) {
     const wire::AudioChunk chunk{};
@@ -107,14 +109,6 @@ Phone& Computer::newClient(const Place& place, const std::string& own, const std
   phone.says("<<HELLO>>");
   if (!until([&] { return phone.arrivals.size() > 0; })) throw std::runtime_error("no sound");
   return phone;
-}
-
-void Computer::onStartFailed(const wifi::StartFailure& failure) {
-  throw std::system_error(failure.error, std::generic_category(), "the server");
-}
-
-void Computer::onNetworksChanged(const wifi::LocalNetworks& networks) {
-  server_.setOwnNetworks(networks.subnets);
 }
 
 }  // namespace quorin::field

@@ -46,12 +46,10 @@ using test::Phone;
 void sendForged(const wire::Endpoint& source, const wire::Endpoint& to, std::string_view text);
 
 /// The server, the pacing and the watch as the program has them, with a chunk of sound every 20 ms.
-class Computer : public test::TurnLoop,
-                 private wifi::UdpServerListener,
-                 private wifi::NetworkWatchListener {
+class Computer : public test::TurnLoop {
  public:
   Computer();
-  ~Computer() override;
+  ~Computer();
 
   Phone& newPhone(const Place& place, const std::string& own,
                   const std::string& server = "10.11.0.2");
@@ -63,22 +61,16 @@ class Computer : public test::TurnLoop,
   wifi::NetworkWatch& watch() { return watch_; }
 
  private:
-  void onStarted() override {}
-  void onStartFailed(const wifi::StartFailure& failure) override;
-  void onStopped() override {}
-  void onClientsChanged() override {}
-  void onNetworksChanged(const wifi::LocalNetworks& networks) override;
-  void onAddressLost() override {}
-  void onAddressBack(const std::string&) override {}
-  void onAddressChanged(const std::string&) override {}
-  void onNetworkChangeSettled(const std::string&) override {}
-
   std::unique_ptr<dispatch::Scheduler> scheduler_ = dispatch::makeSystemScheduler();
   wifi::WifiTransport transport_;
   std::unique_ptr<dispatch::SerialQueue> queue_ = stream::AudioSender::makeQueue(*scheduler_);
   stream::AudioSender sender_{*scheduler_, *queue_, {&transport_}};
-  wifi::UdpServer server_{*scheduler_, sender_, transport_, *this};
-  wifi::NetworkWatch watch_{*scheduler_, wifi::lookUpLocalNetworks, *this};
+  wifi::UdpServer server_{*scheduler_, sender_, transport_, [] {}};
+  wifi::NetworkWatch watch_{
+      *scheduler_,
+      wifi::lookUpLocalNetworks,
+      {.networksChanged = [this] { server_.setOwnNetworks(watch_.networks().subnets); },
+       .addressChanged = [](wifi::AddressStatus) {}}};
   std::jthread capture_;
 };
 

@@ -1,6 +1,6 @@
 #include "usb/device_information.h"
 #include "wire/cable_frames.h"
-#include "wire/control_message.h"
+#include "wire/text.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,5 @@
 #include "wifi/request.h"
-#include "wire/control_message.h"
+#include "wire/text.h"
 
 #include <QByteArrayView>
 #include <QStringDecoder>

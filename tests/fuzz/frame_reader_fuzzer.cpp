@@ -1,4 +1,4 @@
-#include "wire/frame_reader.h"
+#include "wire/frame.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,7 +1,6 @@
 #include "support/fake_phone.h"
 
 #include "wire/endpoint.h"
-#include "wire/frame.h"
 
 #include <netinet/in.h>
 #include <sys/socket.h>

@@ -2,7 +2,7 @@
 
 #include "platform/posix/file_descriptor.h"
 #include "support/bytes.h"
-#include "wire/frame_reader.h"
+#include "wire/frame.h"
 
 #include <cstdint>
 #include <filesystem>

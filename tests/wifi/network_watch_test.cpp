@@ -4,10 +4,11 @@
 
 #include <gmock/gmock.h>
 
-#include <memory>
+#include <functional>
 #include <optional>
 #include <ranges>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace quorin::wifi {
@@ -17,28 +18,24 @@ using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// A computer whose address changes at will, and what the watch said about it, each with the
-/// simulated second at which it was said.
-class NetworkWatchTest : public ::testing::Test, public NetworkWatchListener {
- public:
-  void onAddressLost() override { record("lost"); }
-  void onAddressBack(const std::string& address) override { record("back " + address); }
-  void onAddressChanged(const std::string& address) override { record("changed " + address); }
-  void onNetworkChangeSettled(const std::string& address) override { record("settled " + address); }
-  void onNetworksChanged(const LocalNetworks&) override { ++networkChanges_; }
-
+/// A computer with addresses of the test's choice, and what the watch reported, each with the
+/// simulated second of the report.
+class NetworkWatchTest : public ::testing::Test {
  protected:
-  void record(const std::string& what) {
+  void record(AddressStatus status) {
     const auto seconds =
         std::chrono::duration_cast<std::chrono::duration<double>>(scheduler_.now() - begin_);
-    std::string at = std::to_string(seconds.count());
-    at.resize(at.find('.') + 2);
-    heard_.push_back(at + " " + what);
+    std::string entry = std::to_string(seconds.count());
+    entry.resize(entry.find('.') + 2);
+    constexpr const char* kNames[] = {" settled", " lost", " back", " changed"};
+    entry += kNames[std::to_underlying(status)];
+    if (status != AddressStatus::kLost) entry += ' ' + watch_.address().value();
+    reported_.push_back(entry);
   }
 
-  std::vector<std::string> heardAfter(dispatch::Duration time) {
+  std::vector<std::string> reportedAfter(dispatch::Duration time) {
     scheduler_.advance(time);
-    return std::exchange(heard_, {});
+    return std::exchange(reported_, {});
   }
 
   dispatch::SimulatedScheduler scheduler_;
@@ -54,18 +51,24 @@ class NetworkWatchTest : public ::testing::Test, public NetworkWatchListener {
   bool nextLookFails_ = false;
   std::vector<Candidate> others_;
   int networkChanges_ = 0;
-  std::vector<std::string> heard_;
-  std::unique_ptr<NetworkWatch> watch_ =
-      std::make_unique<NetworkWatch>(scheduler_, [this] { return look(); }, *this);
+  std::vector<std::string> reported_;
+  std::function<void()> duringLook_ = [] {};
+  NetworkWatch watch_{scheduler_,
+                      [this] {
+                        std::exchange(duringLook_, [] {})();
+                        return look();
+                      },
+                      {.networksChanged = [this] { ++networkChanges_; },
+                       .addressChanged = [this](AddressStatus status) { record(status); }}};
   dispatch::TimePoint begin_ = scheduler_.now();
 };
 
-TEST_F(NetworkWatchTest, TellsLossesReturnsAndChangesAndWhenTheyHaveSettled) {
+TEST_F(NetworkWatchTest, ReportsLossesReturnsAndChangesAndWhenTheyHaveSettled) {
   const std::string first = "10.0.0.1";
   const struct {
     const char* name;
     std::vector<std::optional<std::string>> addresses;  // at each second, the last ever after
-    std::vector<std::string> heard;
+    std::vector<std::string> reported;
   } cases[] = {
       {"nothing", {first}, {}},
       {"a loss",
@@ -86,71 +89,63 @@ TEST_F(NetworkWatchTest, TellsLossesReturnsAndChangesAndWhenTheyHaveSettled) {
   for (const auto& row : cases) {
     address_ = row.addresses.front();
     begin_ = scheduler_.now();
-    watch_->startIPWatch();
+    watch_.startIPWatch();
     scheduler_.advance(500ms);
     for (const auto& address : row.addresses | std::views::drop(1)) {
       address_ = address;
       scheduler_.advance(1s);
     }
-    EXPECT_THAT(heardAfter(10s), ::testing::ElementsAreArray(row.heard)) << row.name;
-    watch_->stopIPWatch();
+    EXPECT_THAT(reportedAfter(10s), ::testing::ElementsAreArray(row.reported)) << row.name;
+    watch_.stopIPWatch();
   }
 }
 
-// For less than a tick, exactly when the change settles or the watch starts.
-TEST_F(NetworkWatchTest, ALossThatOnlyOneLookSeesIsOverAtTheNextTick) {
+// Shorter than a tick, exactly when the change settles or the watch starts.
+TEST_F(NetworkWatchTest, ALossSeenByOneLookupOnlyIsOverAtTheNextTick) {
   nextLookFails_ = true;
-  watch_->startIPWatch();
-  EXPECT_EQ(watch_->address(), std::nullopt);
-  EXPECT_THAT(heardAfter(1500ms), ElementsAre("1.0 back 192.168.1.20"));
-  EXPECT_EQ(watch_->address(), address_);
+  watch_.startIPWatch();
+  EXPECT_EQ(watch_.address(), std::nullopt);
+  EXPECT_THAT(reportedAfter(1500ms), ElementsAre("1.0 back 192.168.1.20"));
+  EXPECT_EQ(watch_.address(), address_);
 
   scheduler_.advance(400ms);
   nextLookFails_ = true;
-  EXPECT_THAT(heardAfter(2s),
+  EXPECT_THAT(reportedAfter(2s),
               ElementsAre("2.0 lost", "2.0 back 192.168.1.20", "3.0 settled 192.168.1.20"));
 }
 
 TEST_F(NetworkWatchTest, TheAddressStaysWhileOthersComeAndTheUserMayChoose) {
-  watch_->startIPWatch();
+  watch_.startIPWatch();
   others_ = {{"eth0", "10.0.0.1"}};
-  EXPECT_THAT(heardAfter(3s), IsEmpty()) << "a cable was plugged in";
+  EXPECT_THAT(reportedAfter(3s), IsEmpty()) << "a cable was plugged in";
   EXPECT_EQ(networkChanges_, 2);
-  EXPECT_EQ(watch_->address(), address_);
+  EXPECT_EQ(watch_.address(), address_);
 
-  watch_->choose("10.0.0.1");
-  EXPECT_EQ(watch_->address(), "10.0.0.1") << "at once";
-  EXPECT_THAT(heardAfter(3s), IsEmpty());
-  watch_->choose({});
-  EXPECT_EQ(watch_->address(), "10.0.0.1");
-  watch_->choose("10.9.9.9");
-  EXPECT_EQ(watch_->address(), "10.0.0.1") << "not there yet";
+  watch_.choose("10.0.0.1");
+  EXPECT_EQ(watch_.address(), "10.0.0.1") << "at once";
+  EXPECT_THAT(reportedAfter(3s), IsEmpty());
+  watch_.choose("10.9.9.9");
+  EXPECT_EQ(watch_.address(), "10.0.0.1") << "not there yet";
   others_.push_back({"eth1", "10.9.9.9"});
-  EXPECT_THAT(heardAfter(1s), IsEmpty()) << "phones may listen at the other one";
-  watch_->stopIPWatch();
-  watch_->startIPWatch();
-  EXPECT_EQ(watch_->address(), "10.9.9.9");
+  EXPECT_THAT(reportedAfter(1s), IsEmpty()) << "no phone is dropped for it";
+  EXPECT_EQ(watch_.address(), "10.9.9.9");
+  watch_.stopIPWatch();
+  watch_.startIPWatch();
+  EXPECT_EQ(watch_.address(), "10.9.9.9");
 }
 
-TEST_F(NetworkWatchTest, ALookFromBeforeTheStopIsNotHeardAfterIt) {
-  bool stopDuringTheLook = false;
-  watch_ = std::make_unique<NetworkWatch>(
-      scheduler_,
-      [&] {
-        if (std::exchange(stopDuringTheLook, false)) {
-          scheduler_.mainQueue().async([&] {
-            watch_->stopIPWatch();
-            address_ = "10.0.0.6";
-            watch_->startIPWatch();
-          });
-        }
-        return look();
-      },
-      *this);
-  watch_->startIPWatch();
+TEST_F(NetworkWatchTest, ALookupFromBeforeTheStopIsNotReportedAfterIt) {
+  watch_.startIPWatch();
   address_ = "10.0.0.5";
-  stopDuringTheLook = true;  // so that the stop stands before the result in the main queue
-  EXPECT_THAT(heardAfter(10s), IsEmpty());
+  // Posted by the lookup, so that the stop runs before its result.
+  duringLook_ = [this] {
+    scheduler_.mainQueue().async([this] {
+      watch_.stopIPWatch();
+      address_ = "10.0.0.6";
+      watch_.startIPWatch();
+    });
+  };
+  EXPECT_THAT(reportedAfter(10s), IsEmpty());
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "support/bytes.h"
 #include "wire/cable_frames.h"
-#include "wire/frame_reader.h"
+#include "wire/frame.h"
 
 #include <gmock/gmock.h>
 

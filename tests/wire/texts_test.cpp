@@ -1,6 +1,5 @@
-#include "wire/control_message.h"
-#include "wire/displayable.h"
 #include "wire/endpoint.h"
+#include "wire/text.h"
 
 #include <gmock/gmock.h>
 

@@ -3,7 +3,7 @@
 #include "platform/posix/file_descriptor.h"
 #include "quorin-listen/sound_source.h"
 #include "wire/cable_frames.h"
-#include "wire/frame_reader.h"
+#include "wire/frame.h"
 
 #include <cstdint>
 #include <expected>

@@ -5,7 +5,7 @@
 #include "quorin-listen/outputs.h"
 #include "quorin-listen/report.h"
 #include "quorin-listen/udp_source.h"
-#include "wire/displayable.h"
+#include "wire/text.h"
 
 #include <poll.h>
 #include <sys/eventfd.h>

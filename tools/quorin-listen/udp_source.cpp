@@ -1,7 +1,7 @@
 #include "quorin-listen/udp_source.h"
 
 #include "measure/sound_format.h"
-#include "wire/displayable.h"
+#include "wire/text.h"
 
 namespace quorin::listen {
 

@@ -1,3 +1,4 @@
+#include "audio/device_guard.h"
 #include "core/version.h"
 #include "panel/content_view.h"
 #include "platform/audio/audio_server.h"
@@ -61,8 +62,9 @@ int runPanel(std::uint16_t port) {
   panel::ContentView panel(
       std::make_unique<panel::UDPAudioServer>(
           *scheduler,
-          panel::UDPAudioServer::Parts{.makeCapture = panel::captureFrom(*scheduler, *audioServer),
-                                       .port = port}),
+          panel::UDPAudioServer::Parts{
+              .makeEngine = [&] { return audioServer->makeEngine(audio::mayBeStreamed); },
+              .port = port}),
       texts.tr("pairing_instructions"));
   panel.setWindowTitle("Quorin Panel");
   panel.resize(panel.sizeHint().boundedTo(panel.screen()->availableSize()));

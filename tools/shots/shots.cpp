@@ -107,7 +107,7 @@ std::vector<Shot> shots() {
   auto full = streaming(10);
   full.hasRefused = true;
   WiFiState lost;
-  lost.network = WiFiState::Network::kLost;
+  lost.network = wifi::AddressStatus::kLost;
   WiFiState busyPort;
   busyPort.problem =
       ServerProblem{.failure = {wifi::StartFailure::Step::kBind, EADDRINUSE, 9000},
@@ -212,37 +212,31 @@ void photographWindow(const QDir& folder) {
   }
 }
 
-// ---- The panel, with a fake network and a fake device
+// ---- The panel, with a fake device
 
-struct StagedSocket final : panel::DatagramSocket {
-  void setOnMessageReceived(MessageHandler handler) override { receive = std::move(handler); }
-  std::expected<void, panel::SocketError> start() override { return {}; }
-  void send(std::span<const std::byte>, const wire::Endpoint&) override {}
-  void close() override {}
+struct StagedEngine final : audio::AudioEngine {
+  explicit StagedEngine(TapHandler& handler) : tap(handler) {}
 
-  MessageHandler receive;
-};
-struct StagedCapture final : panel::AudioCapture {
-  explicit StagedCapture(ChunkHandler& handler) : deliver(handler) {}
-  void setOnAudioData(ChunkHandler handler) override { deliver = std::move(handler); }
-  void startCapture() override {}
-  void stopCapture() override {}
+  audio::Format inputFormat() override { return {.sampleRate = wire::kSampleRate, .channels = 1}; }
+  void installTap(std::size_t, TapHandler handler) override { tap = std::move(handler); }
+  void removeTap() override { tap = {}; }
+  std::expected<void, audio::Error> start() override { return {}; }
+  void stop() override {}
 
-  ChunkHandler& deliver;
+  TapHandler& tap;
 };
 
 void photographPanel(const QDir& folder) {
   dispatch::SimulatedScheduler scheduler;
-  const auto socket = std::make_shared<StagedSocket>();
-  panel::AudioCapture::ChunkHandler deliver;
+  audio::AudioEngine::TapHandler tap;
   const Texts texts({"es"});
   panel::ContentView view(
       std::make_unique<panel::UDPAudioServer>(
           scheduler, panel::UDPAudioServer::Parts{
-                         .makeCapture = [&] { return std::make_unique<StagedCapture>(deliver); },
-                         .makeSocket = [&](auto&&...) { return socket; },
+                         .makeEngine = [&] { return std::make_unique<StagedEngine>(tap); },
                          .getLocalIPAddress = [] { return "192.168.1.20"; },
-                         .print = [](std::string_view) {}}),
+                         .print = [](std::string_view) {},
+                         .port = 19'000}),
       texts.tr("pairing_instructions"));
   const QSize size(720, 1240);  // shows all of it
   view.resize(size);
@@ -255,11 +249,14 @@ void photographPanel(const QDir& folder) {
   saveAs("panel-stopped");
   view.server().start();
   saveAs("panel-code");
-  for (const char* key : {"192.168.1.31:50211", "192.168.1.32:61874", "192.168.1.47:49730"}) {
-    socket->receive("<<HELLO>>", key);
+  for (const auto* key : {"127.0.1.31:50211", "127.0.1.32:61874", "127.0.1.47:49730"}) {
+    view.server().handleMessage("<<HELLO>>", wire::Endpoint::parse(key).value());
   }
   scheduler.runPending();
-  for (int i = 0; i < 250; ++i) deliver(wire::AudioChunk{});
+  const wire::AudioChunk chunk{};
+  for (int i = 0; i < 250; ++i) {
+    tap({.samples = chunk, .format = {.sampleRate = wire::kSampleRate, .channels = 1}});
+  }
   scheduler.advance(std::chrono::seconds(5));
   saveAs("panel-clients");
 }

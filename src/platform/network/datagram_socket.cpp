@@ -33,9 +33,22 @@ std::error_code withAddress(AddressCall call, const posix::FileDescriptor& socke
   return lastError();
 }
 
-/// Buffer for one IP_PKTINFO control message.
-struct alignas(cmsghdr) PacketInfo {
-  std::array<std::byte, CMSG_SPACE(sizeof(in_pktinfo))> bytes{};
+/// One datagram, its other end, and the local address that it came to or leaves from.
+struct Message {
+  explicit Message(std::span<char> buffer)
+      : payload{.iov_base = buffer.data(), .iov_len = buffer.size()} {
+    header.msg_name = &peer;
+    header.msg_namelen = sizeof peer;
+    header.msg_iov = &payload;
+    header.msg_iovlen = 1;
+    header.msg_control = control.data();
+    header.msg_controllen = control.size();
+  }
+
+  sockaddr_in peer{};
+  iovec payload;
+  alignas(cmsghdr) std::array<std::byte, CMSG_SPACE(sizeof(in_pktinfo))> control{};
+  msghdr header{};
 };
 
 }  // namespace
@@ -63,26 +76,23 @@ std::error_code DatagramSocket::connect(const wire::Endpoint& local, const wire:
   return withAddress(::connect, socket_, peer);
 }
 
+wire::Endpoint DatagramSocket::localEndpoint() const {
+  sockaddr_in own{};
+  socklen_t length = sizeof own;
+  ::getsockname(socket_.get(), reinterpret_cast<sockaddr*>(&own), &length);
+  return wire::Endpoint::of(own);
+}
+
 std::expected<DatagramSocket::Received, std::error_code> DatagramSocket::receive(
     std::span<char> buffer) const {
-  sockaddr_in source{};
-  iovec payload{.iov_base = buffer.data(), .iov_len = buffer.size()};
-  PacketInfo control;
-  msghdr message{};
-  message.msg_name = &source;
-  message.msg_namelen = sizeof source;
-  message.msg_iov = &payload;
-  message.msg_iovlen = 1;
-  message.msg_control = control.bytes.data();
-  message.msg_controllen = control.bytes.size();
-  const auto length = ::recvmsg(socket_.get(), &message, 0);
+  Message message(buffer);
+  const auto length = ::recvmsg(socket_.get(), &message.header, 0);
   if (length < 0) return std::unexpected(lastError());
 
-  Received received{
-      .length = static_cast<std::size_t>(length), .source = wire::Endpoint::of(source), .local = 0};
-  for (auto* entry = CMSG_FIRSTHDR(&message); entry != nullptr;
-       entry = CMSG_NXTHDR(&message, entry)) {
-    if (entry->cmsg_level != IPPROTO_IP || entry->cmsg_type != IP_PKTINFO) continue;
+  Received received{.length = static_cast<std::size_t>(length),
+                    .source = wire::Endpoint::of(message.peer)};
+  const auto* entry = CMSG_FIRSTHDR(&message.header);
+  if (entry != nullptr && entry->cmsg_level == IPPROTO_IP && entry->cmsg_type == IP_PKTINFO) {
     in_pktinfo info{};
     std::memcpy(&info, CMSG_DATA(entry), sizeof info);
     received.local = ntohl(info.ipi_spec_dst.s_addr);
@@ -97,24 +107,17 @@ std::error_code DatagramSocket::send(std::span<const std::byte> datagram) const 
 
 std::error_code DatagramSocket::sendTo(const wire::Endpoint& peer, std::uint32_t local,
                                        std::span<const std::byte> datagram) const {
-  auto to = peer.socketAddress();
   // The system's structure is not const-correct; it only reads what that points to.
-  iovec payload{.iov_base = const_cast<std::byte*>(datagram.data()), .iov_len = datagram.size()};
-  PacketInfo control;
-  msghdr message{};
-  message.msg_name = &to;
-  message.msg_namelen = sizeof to;
-  message.msg_iov = &payload;
-  message.msg_iovlen = 1;
-  message.msg_control = control.bytes.data();
-  message.msg_controllen = control.bytes.size();
-  auto* entry = CMSG_FIRSTHDR(&message);
+  Message message(
+      {const_cast<char*>(reinterpret_cast<const char*>(datagram.data())), datagram.size()});
+  message.peer = peer.socketAddress();
+  auto* entry = CMSG_FIRSTHDR(&message.header);
   entry->cmsg_level = IPPROTO_IP;
   entry->cmsg_type = IP_PKTINFO;
   entry->cmsg_len = CMSG_LEN(sizeof(in_pktinfo));
   const in_pktinfo info{.ipi_ifindex = 0, .ipi_spec_dst = {htonl(local)}, .ipi_addr = {}};
   std::memcpy(CMSG_DATA(entry), &info, sizeof info);
-  return ::sendmsg(socket_.get(), &message, 0) < 0 ? lastError() : std::error_code();
+  return ::sendmsg(socket_.get(), &message.header, 0) < 0 ? lastError() : std::error_code();
 }
 
 }  // namespace quorin::network

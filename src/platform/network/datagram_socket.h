@@ -32,6 +32,9 @@ class DatagramSocket {
 
   int descriptor() const { return socket_.get(); }
 
+  /// Where it is bound; once connected, the address that its datagrams leave from.
+  wire::Endpoint localEndpoint() const;
+
   struct Received {
     std::size_t length = 0;
     wire::Endpoint source;

@@ -6,9 +6,6 @@
 #include <net/if.h>
 #include <net/route.h>
 
-#include <algorithm>
-#include <array>
-#include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <limits>
@@ -17,8 +14,6 @@
 
 namespace quorin::network {
 namespace {
-
-constexpr std::array<std::string_view, 3> kEthernetAndWifi = {"en", "eth", "wl"};
 
 wire::Endpoint endpointOf(const sockaddr* address) {
   sockaddr_in copy{};
@@ -33,11 +28,9 @@ bool Subnet::isBroadcast(std::uint32_t other) const {
   return contains(other) && host > 1 && ((other & host) == host || (other & host) == 0);
 }
 
-std::expected<std::vector<InterfaceAddress>, std::error_code> listInterfaceAddresses() {
+std::vector<InterfaceAddress> listInterfaceAddresses() {
   ifaddrs* list = nullptr;
-  if (::getifaddrs(&list) != 0) {
-    return std::unexpected(std::error_code(errno, std::generic_category()));
-  }
+  if (::getifaddrs(&list) != 0) return {};
   const std::unique_ptr<ifaddrs, decltype(&::freeifaddrs)> owned(list, &::freeifaddrs);
 
   std::vector<InterfaceAddress> result;
@@ -72,10 +65,9 @@ std::optional<std::string> defaultRouteInterface(std::istream& routes) {
     unsigned long flags = 0, references = 0, uses = 0, metric = 0;
     fields >> name >> destination >> gateway >> std::hex >> flags >> std::dec >> references >>
         uses >> metric >> mask;
-    const bool leadsEverywhere = destination == "00000000" && mask == "00000000";
-    if (!fields || !leadsEverywhere || !isEthernetOrWifi(name) || (flags & RTF_UP) == 0 ||
-        (flags & RTF_REJECT) != 0)
-      continue;
+    const bool isDefault = destination == "00000000" && mask == "00000000";
+    const bool isUsable = (flags & RTF_UP) != 0 && (flags & RTF_REJECT) == 0;
+    if (!fields || !isDefault || !isUsable || !isEthernetOrWifi(name)) continue;
     if (best && metric >= lowestMetric) continue;
     best = name;
     lowestMetric = metric;
@@ -84,8 +76,8 @@ std::optional<std::string> defaultRouteInterface(std::istream& routes) {
 }
 
 bool isEthernetOrWifi(std::string_view interfaceName) {
-  return std::ranges::any_of(kEthernetAndWifi,
-                             [&](auto prefix) { return interfaceName.starts_with(prefix); });
+  return interfaceName.starts_with("en") || interfaceName.starts_with("eth") ||
+         isWifi(interfaceName);
 }
 
 bool isWifi(std::string_view interfaceName) {

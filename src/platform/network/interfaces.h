@@ -1,12 +1,10 @@
 #pragma once
 
 #include <cstdint>
-#include <expected>
 #include <iosfwd>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <vector>
 
 /// What the system knows about its network interfaces, as plain values.
@@ -35,20 +33,19 @@ struct InterfaceAddress {
   friend bool operator==(const InterfaceAddress&, const InterfaceAddress&) = default;
 };
 
-/// All IPv4 addresses of this machine in the order of the system's list; interfaces without one
-/// are left out. Any thread; asks the kernel anew each time, which takes well under a
-/// millisecond. An empty list is not an error.
-std::expected<std::vector<InterfaceAddress>, std::error_code> listInterfaceAddresses();
+/// All IPv4 addresses of this machine in the order of the system's list; none if that cannot be
+/// read. Any thread; asks the kernel each time, which takes well under a millisecond.
+std::vector<InterfaceAddress> listInterfaceAddresses();
 
-/// The name of the wired or wireless interface that an IPv4 default route leads through; of several
-/// the one with the lowest metric. Any thread, as quick as the list.
+/// The wired or wireless interface of the IPv4 default route; of several routes, the one with the
+/// lowest metric. Any thread, as quick as the list.
 std::optional<std::string> defaultRouteInterface();
-/// The same of a table in the format of /proc/net/route.
+/// The same, from a table in the format of /proc/net/route.
 std::optional<std::string> defaultRouteInterface(std::istream& routes);
 
-/// True for a wired or wireless interface of this computer, judged by the names that udev and the
-/// kernel give them: "en...", "eth..." or "wl...". Tunnels, bridges and containers' interfaces
-/// (tun0, wg0, br-1a2b, docker0, veth12) have none of these.
+/// True for a wired or wireless interface of this computer, by the names that udev and the kernel
+/// give them: "en...", "eth..." or "wl...". Tunnels, bridges and containers (tun0, wg0, br-1a2b,
+/// docker0, veth12) are named otherwise.
 bool isEthernetOrWifi(std::string_view interfaceName);
 /// True for a wireless one: "wl...".
 bool isWifi(std::string_view interfaceName);

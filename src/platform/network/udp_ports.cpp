@@ -1,20 +1,16 @@
 #include "platform/network/udp_ports.h"
 
-#include "platform/posix/file_descriptor.h"
+#include "platform/network/datagram_socket.h"
 
-#include <netinet/in.h>
 #include <pwd.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <charconv>
 #include <filesystem>
 #include <fstream>
-#include <limits>
 #include <set>
 #include <sstream>
 #include <vector>
@@ -26,7 +22,6 @@ namespace fs = std::filesystem;
 
 /// A line of the system's table of UDP sockets.
 struct Entry {
-  std::uint16_t port = 0;
   bool isConnected = false;
   uid_t user = 0;
   std::string inode;
@@ -50,24 +45,11 @@ std::vector<Entry> entriesOf(std::uint16_t port) {
       Entry entry;
       words >> slot >> local >> remote >> state >> queues >> timer >> retransmits >> entry.user >>
           timeout >> entry.inode;
-      entry.port = portOf(local);
       entry.isConnected = portOf(remote) != 0;
-      if (words && entry.port == port) entries.push_back(std::move(entry));
+      if (words && portOf(local) == port) entries.push_back(std::move(entry));
     }
   }
   return entries;
-}
-
-std::vector<fs::path> processes() {
-  std::vector<fs::path> found;
-  std::error_code error;
-  for (fs::directory_iterator entry("/proc", error), end; entry != end; entry.increment(error)) {
-    const auto name = entry->path().filename().string();
-    if (std::ranges::all_of(name, [](char c) { return c >= '0' && c <= '9'; })) {
-      found.push_back(entry->path());
-    }
-  }
-  return found;
 }
 
 std::string nameOf(const fs::path& process) {
@@ -86,22 +68,22 @@ bool holdsAnyOf(const fs::path& process, const std::set<std::string>& sockets) {
   return false;
 }
 
-uid_t ownerOf(const fs::path& process) {
+bool isOwnedBy(const fs::path& process, uid_t user) {
   struct stat status{};
-  return ::stat(process.c_str(), &status) == 0 ? status.st_uid : std::numeric_limits<uid_t>::max();
+  return ::stat(process.c_str(), &status) == 0 && status.st_uid == user;
 }
 
 std::string programOf(const std::vector<Entry>& entries, std::string_view likely) {
   std::set<std::string> sockets;
   for (const auto& entry : entries) sockets.insert("socket:[" + entry.inode + "]");
-  const auto all = processes();
-  const auto holder = std::ranges::find_if(
-      all, [&](const fs::path& process) { return holdsAnyOf(process, sockets); });
-  if (holder != all.end()) return nameOf(*holder);
-  const auto mayHold = [&](const fs::path& process) {
-    return ownerOf(process) == entries.front().user && nameOf(process) == likely;
-  };
-  return std::ranges::any_of(all, mayHold) ? std::string(likely) : std::string();
+  std::string program;
+  std::error_code error;
+  for (fs::directory_iterator entry("/proc", error), end; entry != end; entry.increment(error)) {
+    const auto& process = entry->path();
+    if (holdsAnyOf(process, sockets)) return nameOf(process);
+    if (isOwnedBy(process, entries.front().user) && nameOf(process) == likely) program = likely;
+  }
+  return program;
 }
 
 std::string nameOf(uid_t user) {
@@ -117,13 +99,8 @@ std::string nameOf(uid_t user) {
 }  // namespace
 
 std::error_code bindUdpPort(std::uint16_t port) {
-  const posix::FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-  sockaddr_in everywhere{};
-  everywhere.sin_family = AF_INET;
-  everywhere.sin_port = htons(port);
-  const auto* address = reinterpret_cast<const sockaddr*>(&everywhere);
-  if (socket && ::bind(socket.get(), address, sizeof everywhere) == 0) return {};
-  return {errno, std::generic_category()};
+  auto socket = DatagramSocket::open();
+  return socket ? socket->bind(port) : socket.error();
 }
 
 std::optional<std::uint16_t> freeUdpPortFrom(int first) {

@@ -3,7 +3,7 @@
 #include "core/queue.h"
 #include "platform/usb/frame_sender.h"
 #include "platform/usb/usb_hub.h"
-#include "wire/frame_reader.h"
+#include "wire/frame.h"
 
 #include <cstdint>
 #include <functional>

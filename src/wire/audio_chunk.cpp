@@ -1,4 +1,4 @@
-#include "wire/pcm16.h"
+#include "wire/audio_chunk.h"
 
 #include <algorithm>
 #include <bit>
