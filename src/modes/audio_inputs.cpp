@@ -5,7 +5,6 @@
 #include "wire/audio_chunk.h"
 
 #include <optional>
-#include <utility>
 
 namespace quorin::app {
 namespace {
@@ -34,10 +33,6 @@ AudioInputs::AudioInputs(dispatch::Scheduler& scheduler, audio::AudioServer& ser
     permission_.reportRecording(isKnown ? std::optional(access == audio::RecordingAccess::kGranted)
                                         : std::nullopt);
   }));
-}
-
-void AudioInputs::requestMicrophoneAccess(dispatch::Task answered) {
-  permission_.requestAccess(std::move(answered));
 }
 
 }  // namespace quorin::app

@@ -4,7 +4,7 @@
 #include "platform/audio/audio_server.h"
 #include "platform/desktop/microphone_permission.h"
 
-#include <memory>
+#include <utility>
 
 namespace quorin::app {
 
@@ -17,7 +17,9 @@ class AudioInputs : public GuardInputs {
 
   audio::DefaultDevices defaultDevices() const override { return server_.defaultDevices(); }
   desktop::AuthorizationStatus microphoneStatus() const override { return permission_.status(); }
-  void requestMicrophoneAccess(dispatch::Task answered) override;
+  void requestMicrophoneAccess(dispatch::Task answered) override {
+    permission_.requestAccess(std::move(answered));
+  }
   bool hasAskedUser() const override { return permission_.hasAskedUser(); }
 
  private:

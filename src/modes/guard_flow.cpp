@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 
 namespace quorin::app {
@@ -23,19 +24,11 @@ constexpr int kLooks = 50;
 constexpr dispatch::TimerSchedule kPoll{.first = 800ms, .interval = 800ms, .leeway = 200ms};
 constexpr dispatch::TimerSchedule kWatch{.first = 1s, .interval = 1s, .leeway = 200ms};
 
-/// A default device has changed when its number differs, not just its name. A restarted audio
-/// server renumbers its devices.
-struct SeenDevices {
-  std::uint32_t lastDefaultOut = 0;
-  std::uint32_t lastDefaultIn = 0;
-  std::uint32_t connection = 0;
-
-  explicit SeenDevices(const DefaultDevices& devices)
-      : lastDefaultOut(devices.output.number),
-        lastDefaultIn(devices.input.number),
-        connection(devices.connection) {}
-  bool operator==(const SeenDevices&) const = default;
-};
+/// Equal until a default device changes: another number counts, another name does not. A restarted
+/// audio server renumbers its devices.
+auto identityOf(const DefaultDevices& devices) {
+  return std::tuple(devices.output.number, devices.input.number, devices.connection);
+}
 
 }  // namespace
 
@@ -213,9 +206,9 @@ void GuardFlow::startAudioDefaultWatch() {
   audioDefaultWatchTimer_ = std::make_unique<Poll>(
       scheduler_, kWatch,
       [inputs = inputs_,
-       last = SeenDevices(inputs_->defaultDevices())]() mutable -> std::optional<Routing> {
+       last = identityOf(inputs_->defaultDevices())]() mutable -> std::optional<Routing> {
         const DefaultDevices devices = inputs->defaultDevices();
-        const auto before = std::exchange(last, SeenDevices(devices));
+        const auto before = std::exchange(last, identityOf(devices));
         if (last == before) return std::nullopt;
         return audio::routingOf(devices);
       },

@@ -33,7 +33,7 @@ class FakeWindow : public ModesWindow {
   void presentMessage(const QString& text, bool) override { console.push_back(text.toStdString()); }
   void confirmStop(std::function<void()> stop) override { question = std::move(stop); }
 
-  /// What the page says where one looks first.
+  /// The most prominent line of the page.
   QString headline() const { return page.content == Content::kCode ? page.info : page.title; }
 
   Page front = Page::kMenu;
@@ -83,7 +83,7 @@ class ModesTest : public testing::Test {
     EXPECT_THAT(phone.hears(), testing::SizeIs(2));
     return phone;
   }
-  bool somebodyAnswers() {
+  bool serverAnswers() {
     wifi::Phone phone(port_);
     phone.says("<<PING>>");
     time_.runPending();
@@ -152,10 +152,10 @@ TEST_F(ModesTest, ChoosingWiFiServesThePhonesThatScanTheCode) {
 
   const int shows = window_.shows;
   time_.advance(3s);
-  EXPECT_EQ(window_.shows, shows) << "what stays as it is lays nothing out";
+  EXPECT_EQ(window_.shows, shows) << "an unchanged page is not laid out again";
 }
 
-TEST_F(ModesTest, GoingBackEndsEverythingAndAsksFirstWhileSomebodyListens) {
+TEST_F(ModesTest, GoingBackEndsEverythingAndAsksFirstWhilePhonesListen) {
   choosesWiFi();
   goesBack();
   EXPECT_FALSE(window_.question);
@@ -165,12 +165,12 @@ TEST_F(ModesTest, GoingBackEndsEverythingAndAsksFirstWhileSomebodyListens) {
   const auto phone = joined();
   goesBack();
   EXPECT_EQ(window_.front, Page::kWifi) << "nothing happens before the answer";
-  EXPECT_TRUE(somebodyAnswers());
+  EXPECT_TRUE(serverAnswers());
   ASSERT_TRUE(window_.question);
   std::exchange(window_.question, nullptr)();
   time_.runPending();
   EXPECT_EQ(window_.front, Page::kMenu);
-  EXPECT_FALSE(somebodyAnswers());
+  EXPECT_FALSE(serverAnswers());
   EXPECT_FALSE(capture_.isCapturing());
 
   menu_.chooseOfflineMode();
@@ -180,12 +180,12 @@ TEST_F(ModesTest, GoingBackEndsEverythingAndAsksFirstWhileSomebodyListens) {
   EXPECT_TRUE(capture_.isCapturing());
   cable_.channel = true;
   goesBack();
-  ASSERT_TRUE(window_.question) << "a phone on the cable listens as well";
+  ASSERT_TRUE(window_.question) << "a phone on the cable counts as well";
   menu_.chooseOnlineMode();
   EXPECT_FALSE(cable_.on);
 }
 
-TEST_F(ModesTest, WithoutANetworkThePageSaysSoAndServesOnceThereIsOne) {
+TEST_F(ModesTest, WithoutANetworkThePageSaysSoAndTheServerStartsOnceThereIsOne) {
   address_.reset();
   choosesWiFi();
   EXPECT_EQ(window_.headline(), texts_.tr("network.unavailable"));
@@ -194,7 +194,7 @@ TEST_F(ModesTest, WithoutANetworkThePageSaysSoAndServesOnceThereIsOne) {
   address_ = "10.0.0.5";
   time_.advance(5s);
   EXPECT_EQ(window_.front, Page::kMenu) << "the watch has ended";
-  EXPECT_FALSE(somebodyAnswers());
+  EXPECT_FALSE(serverAnswers());
 
   address_.reset();
   choosesWiFi();
@@ -203,10 +203,10 @@ TEST_F(ModesTest, WithoutANetworkThePageSaysSoAndServesOnceThereIsOne) {
   EXPECT_EQ(window_.headline(), texts_.tr("waiting_connection"));
   EXPECT_EQ(window_.page.codeText.toStdString(), "10.0.0.5:" + std::to_string(port_));
   EXPECT_TRUE(capture_.isCapturing());
-  EXPECT_TRUE(somebodyAnswers());
+  EXPECT_TRUE(serverAnswers());
 }
 
-TEST_F(ModesTest, ACaptureThatFailsIsTriedAgainWithoutKeepingMainWaiting) {
+TEST_F(ModesTest, AFailingCaptureIsRetriedWithoutBlockingTheMainQueue) {
   int starts = 0;
   engine_->startFailure = "the audio server does not answer";
   engine_->onStart = [&] {
@@ -223,10 +223,10 @@ TEST_F(ModesTest, ACaptureThatFailsIsTriedAgainWithoutKeepingMainWaiting) {
   goesBack();
   starts = 0;
   time_.advance(10s);
-  EXPECT_EQ(starts, 0) << "nobody wants sound any more";
+  EXPECT_EQ(starts, 0) << "the mode was left";
 }
 
-TEST_F(ModesTest, AnotherAddressIsDrawnAndBoundAndPhonesMustGreetAnew) {
+TEST_F(ModesTest, ANewAddressIsShownAndDropsThePhones) {
   choosesWiFi();
   auto phone = joined();
   address_ = "192.168.7.99";
@@ -240,27 +240,27 @@ TEST_F(ModesTest, AnotherAddressIsDrawnAndBoundAndPhonesMustGreetAnew) {
   time_.advance(2200ms);  // the second binding, when the network has settled
   EXPECT_EQ(window_.page.phones.size(), 0U);
   EXPECT_EQ(window_.headline(), texts_.tr("waiting_connection"));
-  EXPECT_TRUE(somebodyAnswers());
+  EXPECT_TRUE(serverAnswers());
 
   address_.reset();
   time_.advance(1200ms);
   EXPECT_EQ(window_.headline(), texts_.tr("network.unavailable"));
 }
 
-TEST_F(ModesTest, APageStepThatIsDueWhenTheModeIsLeftDoesNothing) {
+TEST_F(ModesTest, LeavingTheModeCancelsAPostedPageStep) {
   choosesWiFi();
   address_ = "192.168.7.99";
-  // The message stands right before the step that would show the code again is posted.
+  // The message is shown just before the step that would show the code again is posted.
   window_.onNetworkMessage = [this] {
     time_.mainQueue().async([this] { menu_.stopAllSessions(); });
   };
   time_.advance(10s);
   EXPECT_FALSE(window_.onNetworkMessage) << "there was no such step";
-  EXPECT_FALSE(somebodyAnswers());
+  EXPECT_FALSE(serverAnswers());
   EXPECT_EQ(window_.page.content, Content::kMessage) << "the page was drawn again";
 }
 
-TEST_F(ModesTest, ABusyPortIsSaidAndTriedAgainUntilItIsFree) {
+TEST_F(ModesTest, ABusyPortIsShownAndRetriedUntilItIsFree) {
   std::optional held = network::DatagramSocket::open().value();
   ASSERT_FALSE(held->bind(port_));
   holder_ = {.program = "python3", .user = "ana", .isOwnUser = true};
@@ -277,7 +277,7 @@ TEST_F(ModesTest, ABusyPortIsSaidAndTriedAgainUntilItIsFree) {
   held.reset();
   time_.advance(2s);
   EXPECT_EQ(window_.page.content, Content::kCode);
-  EXPECT_TRUE(somebodyAnswers());
+  EXPECT_TRUE(serverAnswers());
 }
 
 TEST_F(ModesTest, AnotherPortServesAtOnce) {
@@ -296,7 +296,7 @@ TEST_F(ModesTest, AnotherPortServesAtOnce) {
   }
 }
 
-TEST_F(ModesTest, WhyNothingListensDependsOnTheErrorAndTheHolder) {
+TEST_F(ModesTest, TheReasonDependsOnTheErrorAndThePortsHolder) {
   const auto inUse = texts_.tr("port.in_use", QString("80"));
   const struct {
     int error;
@@ -332,7 +332,7 @@ TEST_F(ModesTest, WhyNothingListensDependsOnTheErrorAndTheHolder) {
   EXPECT_EQ(statusText(full, texts_), texts_.tr("status.full"));
 }
 
-TEST_F(ModesTest, AnotherNetworkIsShownAndNobodyIsCutOff) {
+TEST_F(ModesTest, ChoosingANetworkDropsNoPhone) {
   otherNetworks_ = {{"wlan0", "10.0.0.9"}};
   wifi_.chooseNetwork("10.0.0.77");  // not there
   choosesWiFi();

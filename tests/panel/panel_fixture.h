@@ -16,20 +16,20 @@ namespace quorin::panel {
 
 using wifi::Phone;
 
-/// On a slow machine, where time passes at each look at the clock.
+/// A slow machine: time passes with each reading of the clock.
 class SlowScheduler : public dispatch::SimulatedScheduler {
  public:
   dispatch::TimePoint now() const override {
-    return SimulatedScheduler::now() + (lost_ += perLook);
+    return SimulatedScheduler::now() + (lost_ += perReading);
   }
 
-  dispatch::Duration perLook{};
+  dispatch::Duration perReading{};
 
  private:
   mutable dispatch::Duration lost_{};
 };
 
-/// A panel server in simulated time, with real sockets, and an input device in the test's hand.
+/// A panel server in simulated time, with real sockets and a fake input device.
 class PanelServerTest : public ::testing::Test {
  protected:
   UDPAudioServer::Parts parts() {
@@ -53,7 +53,7 @@ class PanelServerTest : public ::testing::Test {
     server_->stop();
     scheduler_.runPending();
   }
-  /// As if a client at that port had sent the text. Replies go to nobody.
+  /// Replies to it are lost.
   static wire::Endpoint clientAt(int port) {
     return {.address = 0x7F09'0001, .port = static_cast<std::uint16_t>(port)};
   }

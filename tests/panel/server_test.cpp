@@ -14,7 +14,7 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-// What one phone says, what it gets, and what the panel shows.
+// What a phone sends, what it receives, and what the panel shows.
 TEST_F(PanelServerTest, AnswersCountsAndSends) {
   const std::string ready = "<<READY>>";
   const std::string pong = "<<PONG>>";
@@ -106,7 +106,7 @@ TEST_F(PanelServerTest, StaysBoundedWithManySenders) {
     phones.emplace_back(port_).says("any text");
     scheduler_.runPending();
   }
-  scheduler_.perLook = 1ms;
+  scheduler_.perReading = 1ms;
   deliver(8);
   for (auto& phone : phones) {
     const auto heard = phone.hears().size();

@@ -91,7 +91,7 @@ TEST_F(UdpServerTest, SaysWhyItDidNotStart) {
   EXPECT_EQ(start(portText), "") << "a failure leaves nothing behind";
 }
 
-// What one phone says, in a row, and what it gets for each.
+// What one phone sends, in order, and the answers.
 TEST_F(RunningUdpServer, AnswersByTheRules) {
   const std::string token = "<<HELLO>>";
   const struct {
@@ -139,7 +139,7 @@ TEST_F(RunningUdpServer, RefusesTheEleventhUntilOneLeaves) {
   EXPECT_EQ(answersTo(eleventh, "<<HELLO>>"), kAccepted);
 }
 
-TEST_F(RunningUdpServer, DropsWhoIsSilentForMoreThanEightSeconds) {
+TEST_F(RunningUdpServer, DropsClientsAfterMoreThanEightSecondsOfSilence) {
   auto silent = newClient();
   auto talking = newClient();
 
@@ -158,7 +158,7 @@ TEST_F(RunningUdpServer, DropsWhoIsSilentForMoreThanEightSeconds) {
   EXPECT_THAT(silent.hears(), IsEmpty()) << "nothing is sent to it";
 }
 
-TEST_F(RunningUdpServer, ReportsAtOnceAndThenFiveTimesASecondAtMost) {
+TEST_F(RunningUdpServer, ReportsAtOnceAndThenAtMostFiveTimesASecond) {
   Phone phone(port);
   phoneSays(phone, "<<HELLO>>");
   EXPECT_EQ(takeReports(), 1);
@@ -174,8 +174,7 @@ TEST_F(RunningUdpServer, ReportsAtOnceAndThenFiveTimesASecondAtMost) {
   EXPECT_EQ(takeReports(), 0) << "nothing has changed";
 }
 
-// More than the server keeps of those that have left.
-TEST_F(RunningUdpServer, KeepsAFewSocketsOfThoseThatHaveLeftForAMoment) {
+TEST_F(RunningUdpServer, ClosesTheSocketsOfFormerClientsSoon) {
   const auto lowestFree = [] {
     const posix::FileDescriptor probe(::dup(STDIN_FILENO));
     return probe.get();
@@ -193,7 +192,7 @@ TEST_F(RunningUdpServer, KeepsAFewSocketsOfThoseThatHaveLeftForAMoment) {
   EXPECT_EQ(answersTo(stays, "<<PING>>"), kPong);
 }
 
-// The whole way of a chunk, on real threads.
+// The whole path of a chunk, on real threads.
 TEST(WifiTransport, NothingIsAllocatedFromTheOfferToTheSend) {
   if (!test::allocationsAreCounted()) GTEST_SKIP() << "the sanitizer has its own allocator";
   const auto scheduler = dispatch::makeSystemScheduler();

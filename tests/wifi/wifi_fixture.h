@@ -11,12 +11,12 @@
 
 namespace quorin::wifi {
 
-/// A UDP port of this machine that nobody holds at the moment.
+/// A UDP port of this machine that is free at the moment.
 inline std::uint16_t freePort() {
   return test::UdpPeer().endpoint().port;
 }
 
-/// A phone that waits in each call until the loopback interface has delivered.
+/// A phone whose calls wait until the loopback interface has delivered.
 class Phone : private test::UdpPeer {
  public:
   using UdpPeer::UdpPeer;
@@ -37,7 +37,7 @@ class Phone : private test::UdpPeer {
   wire::Endpoint key() const { return endpoint(); }
 
  private:
-  // In order: once a later datagram has come, all that was sent before is there too.
+  // Loopback keeps the order: once a later datagram has arrived, all earlier ones have.
   static void awaitDelivery() {
     UdpPeer receiver;
     UdpPeer(receiver.endpoint()).says("marker");

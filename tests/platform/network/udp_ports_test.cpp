@@ -1,35 +1,20 @@
+#include "platform/network/datagram_socket.h"
 #include "platform/network/udp_ports.h"
 
-#include "platform/posix/file_descriptor.h"
-
-#include <gmock/gmock.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <gtest/gtest.h>
 
 #include <fstream>
 
 namespace quorin::network {
 namespace {
 
-posix::FileDescriptor boundTo(std::uint16_t port) {
-  posix::FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(port);
-  const auto* generic = reinterpret_cast<const sockaddr*>(&address);
-  const int on = 1;
-  if (::bind(socket.get(), generic, sizeof address) != 0) return {};
-  ::setsockopt(socket.get(), SOL_SOCKET, SO_REUSEPORT, &on, sizeof on);
-  return socket;
-}
-
-TEST(UdpPorts, TellWhoHoldsThemAndWhichIsFree) {
+TEST(UdpPorts, KnowTheirHolderAndAFreeOne) {
   const auto port = freeUdpPortFrom(20'000).value();
   EXPECT_FALSE(bindUdpPort(port));
   EXPECT_FALSE(holderOfUdpPort(port, "nobody"));
 
-  const auto held = boundTo(port);
+  auto held = DatagramSocket::open().value();
+  ASSERT_FALSE(held.bind(port));
   EXPECT_EQ(bindUdpPort(port), std::errc::address_in_use);
   EXPECT_GT(freeUdpPortFrom(port).value(), port);
   std::string own;
@@ -40,11 +25,9 @@ TEST(UdpPorts, TellWhoHoldsThemAndWhichIsFree) {
   EXPECT_FALSE(holder.user.empty());
   EXPECT_EQ(holder.peers, 0U);
 
-  sockaddr_in peer{};
-  peer.sin_family = AF_INET;
-  peer.sin_port = htons(9);
-  peer.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  ASSERT_EQ(::connect(held.get(), reinterpret_cast<const sockaddr*>(&peer), sizeof peer), 0);
+  auto peer = DatagramSocket::open().value();
+  ASSERT_FALSE(peer.connect({INADDR_LOOPBACK, port}, {INADDR_LOOPBACK, 9}));
+  EXPECT_EQ(peer.localEndpoint(), (wire::Endpoint{INADDR_LOOPBACK, port}));
   EXPECT_EQ(holderOfUdpPort(port, "nobody")->peers, 1U);
 }
 
