@@ -19,8 +19,8 @@ namespace {
 /// How long "verifying" is shown before the first check, so that it can be read.
 constexpr auto kFirstCheckDelay = 500ms;
 /// After the device is set up, the guard polls faster.
-constexpr auto kLookAgain = 20ms;
-constexpr int kLooks = 50;
+constexpr auto kRecheckInterval = 20ms;
+constexpr int kMaxRechecks = 50;
 constexpr dispatch::TimerSchedule kPoll{.first = 800ms, .interval = 800ms, .leeway = 200ms};
 constexpr dispatch::TimerSchedule kWatch{.first = 1s, .interval = 1s, .leeway = 200ms};
 
@@ -138,19 +138,19 @@ void GuardFlow::setUp() {
 
 void GuardFlow::onSetUp() {
   state_.setUpFailureKey = {};
-  awaitDevices(kLooks);
+  waitForDevices(kMaxRechecks);
 }
 
-void GuardFlow::awaitDevices(int looksLeft) {
+void GuardFlow::waitForDevices(int rechecksLeft) {
   const bool isRight = routing().isRight();
   if (state_.guard && isRight) return passGuard();
-  if (isRight || looksLeft == 0) {
+  if (isRight || rechecksLeft == 0) {
     state_.settingUp = false;
     screens_.apply(state_);
     return;
   }
-  scheduler_.mainQueue().asyncAfter(kLookAgain, scope_,
-                                    [this, looksLeft] { awaitDevices(looksLeft - 1); });
+  scheduler_.mainQueue().asyncAfter(kRecheckInterval, scope_,
+                                    [this, rechecksLeft] { waitForDevices(rechecksLeft - 1); });
 }
 
 void GuardFlow::onSetUpFailed(std::string_view key) {

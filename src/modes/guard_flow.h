@@ -127,7 +127,7 @@ class GuardFlow {
   void showGuard(const audio::Routing& routing, PollKind kind);
   void passGuard();
   void onGuardPoll(PollKind kind);
-  void awaitDevices(int looksLeft);
+  void waitForDevices(int rechecksLeft);
   void startMicStatusWatch();
   void onMicrophoneAllowed();
   void onMicrophoneAnswer();

@@ -13,7 +13,7 @@ class NonInteractiveLabel;
 
 namespace quorin::panel {
 
-struct ClientRow;
+class ClientRow;
 class TitledBox;
 class ValueRow;
 

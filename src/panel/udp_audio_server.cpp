@@ -15,7 +15,7 @@ UDPAudioServer::UDPAudioServer(dispatch::Scheduler& scheduler, Parts parts)
 void UDPAudioServer::start() {
   if (published_.isRunning) return;
   printBanner();
-  releaseAll();  // after a start whose `isRunning` is still pending
+  releaseAll();  // for a second start while `isRunning` is pending
 
   auto socket = std::make_unique<UDPSocket>(
       scheduler_, published_.port, parts_.print,

@@ -41,7 +41,7 @@ class UDPAudioServer {
     bool isRunning = false;
     std::string localIP = "0.0.0.0";  ///< "127.0.0.1": none found
     std::uint16_t port = 0;
-    double packetsPerSecond = 0;  ///< chunks a second, each counted once whoever receives it
+    double packetsPerSecond = 0;  ///< chunks a second, however many clients receive each
     double kbps = 0;              ///< their payload, in units of 1024 bits a second
     ClientList connectedClients{};
     std::string startFailure{};  ///< why it did not start, for the user; else empty

@@ -39,7 +39,7 @@ struct StandInInputs : GuardInputs {
   bool hasAskedUser() const override { return false; }
 };
 
-/// What a user sees in front, as the window would decide it.
+/// The screen that the user sees.
 enum class Front { kPage, kMenu, kChecking, kGuard, kMicrophone };
 
 struct StandInScreens : GuardScreens {
@@ -76,13 +76,13 @@ class GuardFlowTest : public ::testing::Test {
   void setInput(const Device& device) { inputs->devices.input = device; }
   void setMicrophone(AuthorizationStatus status) { inputs->microphone = status; }
 
-  /// The program with its splash gone and the first check done.
+  /// Until the splash is gone and the first check is done.
   void startUp() {
     flow->startAudioDefaultWatch();
     flow->setupAudioCheckFlow();
     time.advance(500ms);
   }
-  /// As after choosing a card and starting a stream.
+  /// Until a page streams.
   void enterPage() {
     startUp();
     ASSERT_EQ(front(), Front::kMenu);
@@ -90,7 +90,7 @@ class GuardFlowTest : public ::testing::Test {
   }
 };
 
-/// From a page that streams: what happens, then how long, then what is in front.
+/// Starts from a streaming page: an event, a wait, and the screen that is in front then.
 TEST_F(GuardFlowTest, WhatIsInFrontAfterEachEvent) {
   struct Step {
     const char* event;
@@ -113,9 +113,9 @@ TEST_F(GuardFlowTest, WhatIsInFrontAfterEachEvent) {
        {"other right devices", output(kOtherVirtual), 1s, Front::kPage, 0},
        {"", input(kOtherVirtual), 10s, Front::kPage, 0}},
       {{"a wrong output", output(kSpeaker), 1s, Front::kGuard, 1},
-       {"put right: the page does not come back", output(kVirtual), 800ms, Front::kMenu, 1},
+       {"corrected: the page does not come back", output(kVirtual), 800ms, Front::kMenu, 1},
        {"a wrong input", input(kSpeaker), 1s, Front::kGuard, 2},
-       {"put right", input(kVirtual), 800ms, Front::kMenu, 2}},
+       {"corrected", input(kVirtual), 800ms, Front::kMenu, 2}},
       {{"no permission: checked at the next change", microphone(kDenied), 10s, Front::kPage, 0},
        {"another right device", output(kOtherVirtual), 1s, Front::kMicrophone, 1},
        {"allowed", microphone(kAuthorized), 800ms, Front::kMenu, 1}},
@@ -155,7 +155,7 @@ TEST_F(GuardFlowTest, TheFirstCheckWaitsForTheSplashAndThenHalfASecond) {
   flow->setupAudioCheckFlow();
   time.advance(10s);
   setInput(kVirtual);
-  setOutput(kSpeaker);  // a late audio server's first answer
+  setOutput(kSpeaker);  // the first answer of a late audio server
   time.advance(1500ms);
   EXPECT_EQ(screens.state, GuardState{});
 
@@ -170,7 +170,7 @@ TEST_F(GuardFlowTest, TheFirstCheckWaitsForTheSplashAndThenHalfASecond) {
   EXPECT_EQ(front(), Front::kMicrophone) << "the poll is the check's, which tests both";
 }
 
-TEST_F(GuardFlowTest, AGuardThatIsUpKeepsItsTextWhileItsLinesChange) {
+TEST_F(GuardFlowTest, TheGuardKeepsItsTextWhileItsStatusLinesChange) {
   setOutput(kSpeaker);
   startUp();
   EXPECT_EQ(screens.state.textKey, "audio.guard.text.out");
@@ -182,13 +182,13 @@ TEST_F(GuardFlowTest, AGuardThatIsUpKeepsItsTextWhileItsLinesChange) {
   EXPECT_EQ(screens.state.input, (DeviceStatus{false, "(sin dispositivo)"}));
 }
 
-TEST_F(GuardFlowTest, NothingLiftsTheMicrophoneScreenButThePermission) {
+TEST_F(GuardFlowTest, OnlyThePermissionRemovesTheMicrophoneScreen) {
   for (const auto status : {kNotDetermined, kRestricted, kDenied}) {
     flow->setupAudioCheckFlow();
     time.advance(400ms);
     setMicrophone(status);
     flow->showMicDeniedOverlay();
-    time.advance(100ms);  // the device check that was already under way finds all right
+    time.advance(100ms);  // the pending device check finds nothing wrong
     EXPECT_EQ(front(), Front::kMicrophone);
     flow->setupAudioCheckFlow();
     time.advance(10s);
@@ -216,7 +216,7 @@ TEST_F(GuardFlowTest, TheButtonSetsTheDeviceUpAndLeadsToTheMenuAtOnce) {
   EXPECT_EQ(screens.state.setUpFailureKey, "");
   time.advance(300ms);
   flow->onSetUp();
-  EXPECT_EQ(front(), Front::kGuard) << "the news of the devices is under way";
+  EXPECT_EQ(front(), Front::kGuard) << "the devices are not updated yet";
   setOutput(kVirtual);
   time.advance(20ms);
   EXPECT_EQ(front(), Front::kMenu);
@@ -230,7 +230,7 @@ TEST_F(GuardFlowTest, TheButtonSetsTheDeviceUpAndLeadsToTheMenuAtOnce) {
   flow->setUp();
   flow->onSetUp();
   time.advance(1s);
-  EXPECT_FALSE(screens.state.settingUp) << "it may be tried again";
+  EXPECT_FALSE(screens.state.settingUp) << "the button works again";
 }
 
 TEST_F(GuardFlowTest, TheStartUpQuestion) {
@@ -245,12 +245,12 @@ TEST_F(GuardFlowTest, TheStartUpQuestion) {
   EXPECT_EQ(front(), Front::kMicrophone);
 }
 
-TEST_F(GuardFlowTest, WorkUnderWayDoesNotOutliveTheFlow) {
+TEST_F(GuardFlowTest, PendingWorkDoesNotOutliveTheFlow) {
   flow->startAudioDefaultWatch();
   setMicrophone(kNotDetermined);
   flow->requestMicrophonePermission();
   setOutput(kSpeaker);
-  // The end stands in the main queue when the watch's tick hops there.
+  // Destroys the flow on the main queue just before the watch's tick arrives there.
   inputs->whenRead = [&] { time.mainQueue().async([&] { flow.reset(); }); };
   time.advance(1s);
   ASSERT_EQ(flow, nullptr);

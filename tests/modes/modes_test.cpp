@@ -13,7 +13,7 @@
 #include <functional>
 #include <memory>
 
-// The two modes and the ways between them: real server, sender and sockets, on simulated time.
+// The modes and the switches between them: real server, sender and sockets, in simulated time.
 namespace quorin::app {
 namespace {
 
@@ -237,7 +237,7 @@ TEST_F(ModesTest, ANewAddressIsShownAndDropsThePhones) {
   EXPECT_FALSE(cable_.forcedOffline);
 
   auto again = joined();
-  time_.advance(2200ms);  // the second binding, when the network has settled
+  time_.advance(2200ms);  // the network has settled, and the clients are dropped again
   EXPECT_EQ(window_.page.phones.size(), 0U);
   EXPECT_EQ(window_.headline(), texts_.tr("waiting_connection"));
   EXPECT_TRUE(serverAnswers());

@@ -18,8 +18,7 @@ using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// A computer with addresses of the test's choice, and what the watch reported, each with the
-/// simulated second of the report.
+/// A simulated computer, and the reports of its watch, each with the second at which it came.
 class NetworkWatchTest : public ::testing::Test {
  protected:
   void record(AddressStatus status) {
@@ -64,7 +63,7 @@ TEST_F(NetworkWatchTest, ReportsLossesReturnsAndChangesAndWhenTheyHaveSettled) {
   const std::string first = "10.0.0.1";
   const struct {
     const char* name;
-    std::vector<std::optional<std::string>> addresses;  // at each second, the last ever after
+    std::vector<std::optional<std::string>> addresses;  // one per second; the last one stays
     std::vector<std::string> reported;
   } cases[] = {
       {"nothing", {first}, {}},

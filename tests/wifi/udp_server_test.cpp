@@ -31,8 +31,7 @@ const std::vector<std::string> kPong{std::string(wire::kPong)};
 const std::vector<std::string> kBusy{std::string(wire::kBusy)};
 const std::vector<std::string> kAccepted{std::string(wire::kReady), std::string(wire::kFormat)};
 
-/// A server on simulated time, with real sockets on the loopback interface, that counts its
-/// reports.
+/// A server in simulated time, with real sockets on the loopback interface.
 class Server {
  public:
   /// Why it did not start, in words; "" for a start.
@@ -45,7 +44,7 @@ class Server {
     return why;
   }
 
-  /// A phone that is registered and has read its answers.
+  /// A registered phone that has read its answers.
   Phone newClient() {
     Phone phone(port);
     EXPECT_EQ(answersTo(phone, wire::kHello).size(), 2U);
