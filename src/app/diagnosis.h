@@ -2,7 +2,7 @@
 
 #include "modes/cable_status.h"
 #include "platform/audio/devices.h"
-#include "platform/desktop/authorization_status.h"
+#include "platform/desktop/microphone_rules.h"
 #include "platform/dispatch/realtime.h"
 #include "platform/network/interfaces.h"
 #include "platform/network/udp_ports.h"

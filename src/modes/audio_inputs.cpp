@@ -1,7 +1,6 @@
 #include "modes/audio_inputs.h"
 
 #include "core/identity.h"
-#include "platform/desktop/sandbox.h"
 #include "wire/audio_chunk.h"
 
 #include <optional>
@@ -22,7 +21,6 @@ void tryToRecord(audio::AudioServer& server) {
 AudioInputs::AudioInputs(dispatch::Scheduler& scheduler, audio::AudioServer& server)
     : server_(server),
       permission_(scheduler, {.identity = desktop::identify(kApplicationId),
-                              .busAddress = {},
                               // The server may take a while to answer.
                               .tryToRecord = [&server, &elsewhere = scheduler.backgroundQueue()] {
                                 elsewhere.async([&server] { tryToRecord(server); });

@@ -3,7 +3,7 @@
 #include "audio/device_guard.h"
 #include "core/scheduler.h"
 #include "platform/audio/devices.h"
-#include "platform/desktop/authorization_status.h"
+#include "platform/desktop/microphone_rules.h"
 
 #include <cstdint>
 #include <memory>

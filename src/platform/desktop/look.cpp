@@ -3,12 +3,9 @@
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
 #include <QGuiApplication>
-#include <QMap>
 #include <QVariantMap>
-#include <memory>
 #include <utility>
 
 namespace quorin::desktop {
@@ -18,33 +15,27 @@ const auto kService = QStringLiteral("org.freedesktop.portal.Desktop");
 const auto kPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const auto kInterface = QStringLiteral("org.freedesktop.portal.Settings");
 
-using Spaces = QMap<QString, QVariantMap>;
-
 class LookWatch : public QObject {
   Q_OBJECT
  public:
   explicit LookWatch(std::function<void(const Look&)> changed) : changed_(std::move(changed)) {
     auto bus = QDBusConnection::sessionBus();
-    bus.connect(kService, kPath, kInterface, QStringLiteral("SettingChanged"), this,
+    bus.connect(kService, kPath, kInterface, "SettingChanged", this,
                 SLOT(onSettingChanged(QString, QString, QDBusVariant)));
-    auto ask =
-        QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("ReadAll"));
-    ask << QStringList{"org.freedesktop.appearance", "org.gnome.desktop.interface",
-                       "org.gnome.desktop.a11y.interface"};
-    auto* const asking = new QDBusPendingCallWatcher(bus.asyncCall(ask), this);
-    connect(asking, &QDBusPendingCallWatcher::finished, this, [this, asking] {
-      asking->deleteLater();
-      const auto reply = asking->reply();
-      if (reply.type() != QDBusMessage::ReplyMessage) return;
-      const auto spaces = qdbus_cast<Spaces>(reply.arguments().value(0));
-      for (const auto& settings : spaces) {
-        for (auto it = settings.begin(); it != settings.end(); ++it) take(it.key(), it.value());
-      }
-      changed_(look_);
-    });
+    auto readAll = QDBusMessage::createMethodCall(kService, kPath, kInterface, "ReadAll");
+    readAll << QStringList{"org.freedesktop.appearance", "org.gnome.desktop.interface",
+                           "org.gnome.desktop.a11y.interface"};
+    bus.callWithCallback(readAll, this, SLOT(onAllRead(QDBusMessage)));
   }
 
  private slots:
+  void onAllRead(const QDBusMessage& reply) {
+    const auto spaces = qdbus_cast<QMap<QString, QVariantMap>>(reply.arguments().value(0));
+    for (const auto& settings : spaces) {
+      for (const auto& [key, value] : settings.asKeyValueRange()) take(key, value);
+    }
+    changed_(look_);
+  }
   void onSettingChanged(const QString& /*space*/, const QString& key, const QDBusVariant& value) {
     take(key, value.variant());
     changed_(look_);

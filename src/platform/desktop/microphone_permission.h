@@ -1,10 +1,9 @@
 #pragma once
 
 #include "core/scheduler.h"
-#include "platform/desktop/authorization_status.h"
 #include "platform/desktop/microphone_rules.h"
-#include "platform/desktop/sandbox.h"
 
+#include <QObject>
 #include <atomic>
 #include <memory>
 #include <optional>
@@ -13,7 +12,17 @@
 
 namespace quorin::desktop {
 
-class PortalWatch;
+/// The desktop's name for this program, and whether it runs in a sandbox.
+struct Identity {
+  std::string applicationId;
+  bool sandboxed = false;
+
+  bool operator==(const Identity&) const = default;
+};
+
+/// `ownId` is the desktop file's name, used outside a sandbox; `flatpakInfo` is the file in which
+/// Flatpak describes the application.
+Identity identify(std::string ownId, const std::string& flatpakInfo = "/.flatpak-info");
 
 /// Whether this program may use the microphone, from the desktop's portal and from what the audio
 /// server says. Confined to the main queue except `status`; never waits for either.
@@ -21,7 +30,7 @@ class MicrophonePermission {
  public:
   struct Options {
     Identity identity;
-    std::string busAddress;  ///< where the portal is; empty: the user's session bus
+    std::string busAddress{};  ///< where the portal is; empty: the user's session bus
     /// Finds out whether the audio server lets this program record, by starting a recording; the
     /// answer comes through `reportRecording`. Called on the main queue; must not wait.
     dispatch::Task tryToRecord;
@@ -29,7 +38,6 @@ class MicrophonePermission {
 
   /// `scheduler` outlives this.
   MicrophonePermission(dispatch::Scheduler& scheduler, Options options);
-  ~MicrophonePermission();
 
   /// As last reported. Any thread. Pending until the desktop has answered, at most 2 s from the
   /// start.
@@ -56,7 +64,7 @@ class MicrophonePermission {
   MicrophoneFacts facts_;
   std::atomic<AuthorizationStatus> status_{AuthorizationStatus::kNotDetermined};
   std::vector<dispatch::Task> pending_;  ///< requests without an answer
-  std::unique_ptr<PortalWatch> portal_;
+  std::unique_ptr<QObject> portal_;      ///< the watch on the desktop's answers
   bool asked_ = false;
   bool hasAskedUser_ = false;
   std::unique_ptr<dispatch::Timer> retry_;  ///< while the audio server refuses or is not there

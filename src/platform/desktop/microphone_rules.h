@@ -1,11 +1,17 @@
 #pragma once
 
-#include "platform/desktop/authorization_status.h"
-
 #include <cstdint>
 #include <optional>
 
 namespace quorin::desktop {
+
+/// Whether this program may use the microphone. Only kAuthorized permits it.
+enum class AuthorizationStatus : std::uint8_t {
+  kNotDetermined = 0,  ///< the answer is pending
+  kRestricted = 1,     ///< the desktop forbids it to every program
+  kDenied = 2,         ///< refused to this program
+  kAuthorized = 3,
+};
 
 /// What the desktop's permission store holds for this program.
 enum class StoredAnswer : std::uint8_t { kNone, kAsk, kYes, kNo };
@@ -13,8 +19,6 @@ enum class StoredAnswer : std::uint8_t { kNone, kAsk, kYes, kNo };
 struct PortalAnswers {
   StoredAnswer stored = StoredAnswer::kNone;
   bool lockedDown = false;  ///< microphones are disabled for all programs
-
-  bool operator==(const PortalAnswers&) const = default;
 };
 
 struct MicrophoneFacts {

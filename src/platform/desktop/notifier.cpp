@@ -4,8 +4,6 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QVariantMap>
 #include <utility>
 
@@ -15,10 +13,6 @@ namespace {
 // As freedesktop.org defines the notification service.
 const auto kName = QStringLiteral("org.freedesktop.Notifications");
 const auto kPath = QStringLiteral("/org/freedesktop/Notifications");
-
-QDBusMessage call(const char* method) {
-  return QDBusMessage::createMethodCall(kName, kPath, kName, QLatin1String(method));
-}
 
 }  // namespace
 
@@ -30,24 +24,16 @@ Notifier::Notifier(Chosen chosen) : chosen_(std::move(chosen)) {
 }
 
 void Notifier::show(const QString& summary, const QString& body, const QStringList& actions) {
-  auto notify = call("Notify");
-  notify << QString::fromLatin1(app::kProgramName) << id_
-         << QString::fromLatin1(app::kApplicationId) << summary << body.toHtmlEscaped() << actions
-         << QVariantMap{{"desktop-entry", QString::fromLatin1(app::kApplicationId)}} << -1;
-  const auto* const answer =
-      new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(notify), this);
-  connect(answer, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* done) {
-    const QDBusPendingReply<uint> id = *done;
-    if (id.isValid()) id_ = id.value();
-    done->deleteLater();
-  });
+  auto notify = QDBusMessage::createMethodCall(kName, kPath, kName, "Notify");
+  notify << app::kProgramName << id_ << app::kApplicationId << summary << body.toHtmlEscaped()
+         << actions << QVariantMap{{"desktop-entry", app::kApplicationId}} << -1;
+  QDBusConnection::sessionBus().callWithCallback(notify, this, SLOT(onShown(uint)));
 }
 
 void Notifier::withdraw() {
   if (id_ == 0) return;
-  auto close = call("CloseNotification");
-  close << std::exchange(id_, 0);
-  QDBusConnection::sessionBus().send(close);
+  auto close = QDBusMessage::createMethodCall(kName, kPath, kName, "CloseNotification");
+  QDBusConnection::sessionBus().send(close << std::exchange(id_, 0));
 }
 
 void Notifier::onActivationToken(uint id, const QString& token) {

@@ -24,6 +24,7 @@ class Notifier : public QObject {
   void withdraw();
 
  private slots:
+  void onShown(uint id) { id_ = id; }
   void onActivationToken(uint id, const QString& token);
   void onActionInvoked(uint id, const QString& action);
 

@@ -58,8 +58,6 @@ SingleInstance::SingleInstance()
   ::bind(socket_.get(), generic(address), sizeof address);
 }
 
-SingleInstance::~SingleInstance() = default;
-
 void SingleInstance::serve(dispatch::Queue& main,
                            std::function<void(const Request&, Answer)> handler) {
   handler_ = std::move(handler);

@@ -24,7 +24,6 @@ class SingleInstance {
   using Answer = std::function<void(const QString& refusal)>;
 
   SingleInstance();
-  ~SingleInstance();
   SingleInstance(const SingleInstance&) = delete;
   SingleInstance& operator=(const SingleInstance&) = delete;
 

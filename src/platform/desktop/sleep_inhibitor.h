@@ -5,6 +5,8 @@
 #include <QString>
 #include <memory>
 
+class QDBusUnixFileDescriptor;
+
 namespace quorin::desktop {
 
 /// Keeps the computer from suspending by itself. The user can still suspend it. Any thread; D-Bus
@@ -18,10 +20,9 @@ class SleepInhibitor {
   void hold(bool wanted);
 
  private:
-  struct Lock;
-
   dispatch::Queue& background_;
-  std::shared_ptr<Lock> lock_;
+  const QString why_;
+  std::shared_ptr<QDBusUnixFileDescriptor> logind_;  ///< confined to the background queue
 };
 
 }  // namespace quorin::desktop

@@ -4,9 +4,6 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
-#include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QTimer>
 #include <utility>
@@ -21,12 +18,11 @@ const auto kPath = QStringLiteral("/StatusNotifierWatcher");
 class TrayWatch : public QObject {
   Q_OBJECT
  public:
-  explicit TrayWatch(std::function<void()> appeared)
-      : appeared_(std::move(appeared)),
-        watcher_(kName, QDBusConnection::sessionBus(), QDBusServiceWatcher::WatchForRegistration) {
-    connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, &TrayWatch::ask);
-    watcher_.connection().connect({}, kPath, kName, "StatusNotifierHostRegistered", this,
-                                  SLOT(ask()));
+  explicit TrayWatch(std::function<void()> appeared) : appeared_(std::move(appeared)) {
+    auto bus = QDBusConnection::sessionBus();
+    bus.connect({}, "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameOwnerChanged", {kName},
+                {}, this, SLOT(ask()));
+    bus.connect({}, kPath, kName, "StatusNotifierHostRegistered", this, SLOT(ask()));
     ask();
     if (hasX11Tray()) QTimer::singleShot(0, this, appeared_);
   }
@@ -37,17 +33,14 @@ class TrayWatch : public QObject {
         QDBusMessage::createMethodCall(kName, kPath, "org.freedesktop.DBus.Properties", "Get");
     get << kName << "IsStatusNotifierHostRegistered";
     get.setAutoStartService(false);
-    auto* const asked = new QDBusPendingCallWatcher(watcher_.connection().asyncCall(get), this);
-    connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked] {
-      asked->deleteLater();
-      const QDBusPendingReply<QDBusVariant> hasPanel = *asked;
-      if (hasPanel.isValid() && hasPanel.value().variant().toBool()) appeared_();
-    });
+    QDBusConnection::sessionBus().callWithCallback(get, this, SLOT(onAnswer(QDBusVariant)));
+  }
+  void onAnswer(const QDBusVariant& hasPanel) {
+    if (hasPanel.variant().toBool()) appeared_();
   }
 
  private:
   std::function<void()> appeared_;
-  QDBusServiceWatcher watcher_;
 };
 
 }  // namespace

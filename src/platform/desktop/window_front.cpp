@@ -6,7 +6,6 @@
 #include <QGuiApplication>
 #include <QStyleHints>
 #include <QWindow>
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -23,71 +22,57 @@ xcb_connection_t* x11Connection() {
   return x11 ? x11->connection() : nullptr;
 }
 
+template <typename Reply>
+auto owned(Reply* reply) {
+  return std::unique_ptr<Reply, decltype(&std::free)>(reply, std::free);
+}
+
 xcb_atom_t atom(xcb_connection_t* connection, std::string_view name) {
   const auto asked =
       xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data());
-  const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
-      xcb_intern_atom_reply(connection, asked, nullptr), std::free);
+  const auto reply = owned(xcb_intern_atom_reply(connection, asked, nullptr));
   return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
-/// Messages to the window manager of X11.
-class RootWindow {
- public:
-  explicit RootWindow(xcb_connection_t* connection)
-      : connection_(connection),
-        root_(xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root) {}
-  ~RootWindow() { xcb_flush(connection_); }
-  RootWindow(const RootWindow&) = delete;
-  RootWindow& operator=(const RootWindow&) = delete;
+/// Sends the root window a message about `window`, in elements of `format` bits: at most 20 bytes.
+void sendToRoot(xcb_connection_t* connection, std::uint32_t mask, xcb_window_t window,
+                std::string_view type, std::uint8_t format, QByteArrayView data) {
+  xcb_client_message_event_t event{};
+  event.response_type = XCB_CLIENT_MESSAGE;
+  event.format = format;
+  event.window = window;
+  event.type = atom(connection, type);
+  std::memcpy(&event.data, data.data(), static_cast<std::size_t>(data.size()));
+  xcb_send_event(connection, 0, xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root,
+                 mask, reinterpret_cast<const char*>(&event));
+}
 
-  /// Asks the window manager, with the source of the request and its time.
-  void activate(xcb_window_t window, std::uint32_t time) const {
-    constexpr std::uint32_t kOnBehalfOfTheUser = 2;
-    auto event = message(window, "_NET_ACTIVE_WINDOW", 32);
-    event.data.data32[0] = kOnBehalfOfTheUser;
-    event.data.data32[1] = time;
-    send(event, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
-  }
+/// Asks the window manager, with the source of the request and its time.
+void activate(xcb_connection_t* connection, xcb_window_t window, std::uint32_t time) {
+  constexpr std::uint32_t kOnBehalfOfTheUser = 2;
+  const std::uint32_t data[] = {kOnBehalfOfTheUser, time};
+  sendToRoot(connection, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+             window, "_NET_ACTIVE_WINDOW", 32, {reinterpret_cast<const char*>(data), sizeof data});
+}
 
-  /// Broadcasts the end of the start, 20 bytes a message.
-  void endStartup(xcb_window_t window, QByteArray id) const {
-    id.replace('\\', "\\\\").replace('"', "\\\"");
-    const QByteArray text = "remove: ID=\"" + id + '"';
-    for (qsizetype at = 0; at <= text.size(); at += 20) {  // its final zero goes along
-      auto event = message(window, at == 0 ? "_NET_STARTUP_INFO_BEGIN" : "_NET_STARTUP_INFO", 8);
-      std::memcpy(event.data.data8, text.constData() + at,
-                  static_cast<std::size_t>(std::min<qsizetype>(20, text.size() + 1 - at)));
-      send(event, XCB_EVENT_MASK_PROPERTY_CHANGE);
-    }
+/// Broadcasts the end of the start, 20 bytes a message, with a final zero.
+void endStartup(xcb_connection_t* connection, xcb_window_t window, QByteArray id) {
+  id.replace('\\', "\\\\").replace('"', "\\\"");
+  const QByteArray text = "remove: ID=\"" + id + '"' + '\0';
+  for (qsizetype at = 0; at < text.size(); at += 20) {
+    sendToRoot(connection, XCB_EVENT_MASK_PROPERTY_CHANGE, window,
+               at == 0 ? "_NET_STARTUP_INFO_BEGIN" : "_NET_STARTUP_INFO", 8, text.mid(at, 20));
   }
-
- private:
-  xcb_client_message_event_t message(xcb_window_t window, std::string_view type,
-                                     std::uint8_t format) const {
-    xcb_client_message_event_t event{};
-    event.response_type = XCB_CLIENT_MESSAGE;
-    event.format = format;
-    event.window = window;
-    event.type = atom(connection_, type);
-    return event;
-  }
-  void send(const xcb_client_message_event_t& event, std::uint32_t mask) const {
-    xcb_send_event(connection_, 0, root_, mask, reinterpret_cast<const char*>(&event));
-  }
-
-  xcb_connection_t* connection_;
-  xcb_window_t root_;
-};
+}
 
 }  // namespace
 
 void bringToFront(QWindow& window, const QString& token) {
   if (auto* const connection = x11Connection()) {
-    const RootWindow root(connection);
     const auto id = static_cast<xcb_window_t>(window.winId());
-    root.activate(id, token.section(QStringLiteral("_TIME"), 1).toUInt());
-    if (!token.isEmpty()) root.endStartup(id, token.toUtf8());
+    activate(connection, id, token.section(QStringLiteral("_TIME"), 1).toUInt());
+    if (!token.isEmpty()) endStartup(connection, id, token.toUtf8());
+    xcb_flush(connection);
     return;
   }
   // Qt's Wayland plug-in takes it from here.
@@ -99,8 +84,7 @@ bool hasX11Tray() {
   auto* const connection = x11Connection();
   if (!connection) return false;
   const auto asked = xcb_get_selection_owner(connection, atom(connection, "_NET_SYSTEM_TRAY_S0"));
-  const std::unique_ptr<xcb_get_selection_owner_reply_t, decltype(&std::free)> reply(
-      xcb_get_selection_owner_reply(connection, asked, nullptr), std::free);
+  const auto reply = owned(xcb_get_selection_owner_reply(connection, asked, nullptr));
   return reply && reply->owner != XCB_WINDOW_NONE;
 }
 

@@ -1,7 +1,6 @@
 #include "core/simulated_scheduler.h"
 #include "platform/desktop/microphone_permission.h"
 #include "platform/desktop/microphone_rules.h"
-#include "platform/desktop/sandbox.h"
 #include "support/eventually.h"
 #include "support/private_bus.h"
 #include "support/stand_in_portal.h"
