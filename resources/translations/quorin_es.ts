@@ -568,14 +568,6 @@ Esc o Alt+Izquierda: volver. Ctrl+W: cerrar la ventana; la transmisión sigue. C
         <source></source>
         <translation>no responde</translation>
     </message>
-    <message id="restart it.">
-        <source></source>
-        <translation>reinícialo.</translation>
-    </message>
-    <message id="open the app on the iPhone.">
-        <source></source>
-        <translation>abre la app en el iPhone.</translation>
-    </message>
     <message id="%1: in use">
         <source></source>
         <translation>%1: en uso</translation>
@@ -596,9 +588,13 @@ Esc o Alt+Izquierda: volver. Ctrl+W: cerrar la ventana; la transmisión sigue. C
         <source></source>
         <translation>servicio USB</translation>
     </message>
-    <message id="Only the cable needs it: %1">
+    <message id="Only the cable needs it. %1">
         <source></source>
-        <translation>Solo lo necesita el cable: %1</translation>
+        <translation>Solo lo necesita el cable. %1</translation>
+    </message>
+    <message id="Only the cable needs it; restart it.">
+        <source></source>
+        <translation>Solo lo necesita el cable; reinícialo.</translation>
     </message>
     <message id="runs; phones: %1">
         <source></source>
@@ -611,18 +607,6 @@ Esc o Alt+Izquierda: volver. Ctrl+W: cerrar la ventana; la transmisión sigue. C
     <message id="not running">
         <source></source>
         <translation>parado</translation>
-    </message>
-    <message id="connect the iPhone, which starts it, else %1">
-        <source></source>
-        <translation>conecta el iPhone, que lo inicia; si no, %1</translation>
-    </message>
-    <message id="use a cable that carries data, unlock the iPhone and tap &quot;Trust&quot;.">
-        <source></source>
-        <translation>usa un cable que transmita datos, desbloquea el iPhone y toca «Confiar».</translation>
-    </message>
-    <message id="unlock the iPhone and tap &quot;Trust&quot;.">
-        <source></source>
-        <translation>desbloquea el iPhone y toca «Confiar».</translation>
     </message>
     <message id="real-time priority">
         <source></source>

@@ -11,33 +11,27 @@ namespace {
 
 const auto kQuit = QStringLiteral("quit");
 
-QString summaryOf(News news, const Texts& texts) {
-  switch (news) {
-    case News::kGoesOn:
-      return texts.tr("notice.goes_on");
-    case News::kJoined:
-      return texts.tr("notice.joined");
-    case News::kLeft:
-      return texts.tr("notice.left");
-    case News::kStopped:
-      return texts.tr("notice.stopped");
-    case News::kNotStarted:
-      break;
-  }
-  return texts.tr("notice.not_started");
-}
-
-QString listenersText(const StreamState& state, const Texts& texts) {
-  return texts.tr("notice.listeners", static_cast<int>(state.listeners));
-}
-
-/// The tray icon's text for the stream.
+/// For the tray icon and the notifications.
 QString stateText(const StreamState& state, const Texts& texts) {
+  if (state.devicesWrong) return texts.tr("notice.stopped.info");
   if (!state.streaming) return texts.tr("tray.idle");
-  return state.problem.isEmpty() ? listenersText(state, texts) : state.problem;
+  return state.problem.isEmpty() ? texts.tr("notice.listeners", static_cast<int>(state.listeners))
+                                 : state.problem;
 }
 
 }  // namespace
+
+std::optional<TrKey> StreamNews::take(const StreamState& now) {
+  const auto before = std::exchange(last_, now);
+  if (now.windowShown) return std::nullopt;
+  if (before.streaming && now.devicesWrong) return TrKey("notice.stopped");
+  if (before.windowShown && !std::exchange(hasSaidGoesOn_, true)) return TrKey("notice.goes_on");
+  if (!now.streaming || before.windowShown) return std::nullopt;
+  if (!now.problem.isEmpty() && now.problem != before.problem) return TrKey("notice.not_started");
+  if (now.listeners > before.listeners) return TrKey("notice.joined");
+  if (now.listeners < before.listeners) return TrKey("notice.left");
+  return std::nullopt;
+}
 
 Background::Background(dispatch::Queue& background, const Texts& texts, Actions actions)
     : texts_(texts),
@@ -56,7 +50,6 @@ Background::Background(dispatch::Queue& background, const Texts& texts, Actions 
   menu_.addSeparator();
   menu_.addAction(texts.tr("tray.quit"), [this] { actions_.quit({}); });
 
-  offerPlayHere(false, false);
   update({});
 }
 
@@ -72,29 +65,23 @@ void Background::showIcon() {
   icon_->show();
 }
 
-void Background::offerPlayHere(bool offered, bool on) {
-  playHere_->setVisible(offered);
-  playHere_->setChecked(on);
-}
-
 void Background::update(const StreamState& state) {
-  toolTip_ = QString::fromLatin1(kProgramName) + ": " + stateText(state, texts_);
+  const auto text = stateText(state, texts_);
+  toolTip_ = QString::fromLatin1(kProgramName) + ": " + text;
   if (icon_) icon_->setToolTip(toolTip_);
   stop_->setEnabled(state.streaming);
-  if (const auto news = news_.take(state)) notify(*news, state);
+  playHere_->setVisible(state.lent);
+  playHere_->setChecked(state.playsHere);
+
+  if (const auto title = news_.take(state)) {
+    const auto show = texts_.tr("tray.show");
+    notifier_.show(texts_.tr(*title), text,
+                   {"default", show, "show", show, kQuit, texts_.tr("tray.quit")});
+  }
   if (state.windowShown) notifier_.withdraw();
 
   const bool isHeard = state.listeners > 0;
-  if (std::exchange(heard_, isHeard) != isHeard) inhibitor_.hold(isHeard);
-}
-
-void Background::notify(News news, const StreamState& state) {
-  const auto body = news == News::kStopped      ? texts_.tr("notice.stopped.info")
-                    : news == News::kNotStarted ? state.problem
-                                                : listenersText(state, texts_);
-  const auto show = texts_.tr("tray.show");
-  notifier_.show(summaryOf(news, texts_), body,
-                 {"default", show, "show", show, kQuit, texts_.tr("tray.quit")});
+  if (std::exchange(inhibits_, isHeard) != isHeard) inhibitor_.hold(isHeard);
 }
 
 }  // namespace quorin::app

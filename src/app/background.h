@@ -1,17 +1,38 @@
 #pragma once
 
-#include "app/stream_news.h"
 #include "platform/desktop/notifier.h"
 #include "platform/desktop/sleep_inhibitor.h"
 #include "ui/texts.h"
 
 #include <QMenu>
 #include <QSystemTrayIcon>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
 
 namespace quorin::app {
+
+struct StreamState {
+  bool windowShown = true;
+  bool streaming = false;  ///< a mode is open, and nothing stands in front of its page
+  std::size_t listeners = 0;
+  bool devicesWrong = false;  ///< the guard or the microphone screen is in front
+  QString problem{};          ///< why the server does not run; empty when it does
+  bool lent = false;          ///< "Also play on this computer" is available
+  bool playsHere = false;     ///< and it is on
+};
+
+/// Which changes of the stream are worth a notification while the window is hidden. Pure.
+class StreamNews {
+ public:
+  /// The notification's title for the change from the previous state to `now`, if any.
+  std::optional<TrKey> take(const StreamState& now);
+
+ private:
+  StreamState last_;
+  bool hasSaidGoesOn_ = false;
+};
 
 /// What runs besides the window: the tray icon (if the desktop has a tray), notifications while the
 /// window is closed, and a suspend inhibitor while a phone listens. Main thread.
@@ -27,15 +48,12 @@ class Background {
   Background(dispatch::Queue& background, const Texts& texts, Actions actions);
 
   void update(const StreamState& state);
-  /// Whether "Also play on this computer" is available, and whether it is on.
-  void offerPlayHere(bool offered, bool on);
 
   const QMenu& menu() const { return menu_; }
   const QString& toolTip() const { return toolTip_; }
 
  private:
   void showIcon();
-  void notify(News news, const StreamState& state);
 
   const Texts& texts_;
   Actions actions_;
@@ -48,7 +66,7 @@ class Background {
   StreamNews news_;
   desktop::Notifier notifier_;
   desktop::SleepInhibitor inhibitor_;
-  bool heard_ = false;
+  bool inhibits_ = false;
 };
 
 }  // namespace quorin::app

@@ -2,6 +2,7 @@
 
 #include "audio/device_guard.h"
 #include "core/identity.h"
+#include "core/version.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -16,35 +17,34 @@ namespace {
 
 using Kind = Finding::Kind;
 
-QString text(std::string_view utf8) {
-  return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
-}
-
 // The English sentence is the key of its translation.
 
-Finding fine(const char* name, const QString& found) {
-  return {.name = qtTrId(name), .found = found, .kind = Kind::kFine, .advice = {}};
+Finding fine(const QString& found) {
+  return {.found = found, .kind = Kind::kFine};
 }
 
-Finding problem(const char* name, const QString& found, const char* advice) {
-  return {.name = qtTrId(name), .found = found, .kind = Kind::kProblem, .advice = qtTrId(advice)};
+Finding problem(const QString& found, const char* advice) {
+  return {.found = found, .kind = Kind::kProblem, .advice = qtTrId(advice)};
 }
 
-Finding hint(const char* name, const QString& found, const QString& advice) {
-  return {.name = qtTrId(name), .found = found, .kind = Kind::kHint, .advice = advice};
+Finding hint(const QString& found, const QString& advice) {
+  return {.found = found, .kind = Kind::kHint, .advice = advice};
+}
+
+Finding named(const char* name, Finding finding) {
+  finding.name = qtTrId(name);
+  return finding;
 }
 
 Finding audioServer(const Facts& facts) {
-  constexpr auto kName = "audio server";
-  if (!facts.devices.server.empty()) return fine(kName, text(facts.devices.server));
-  return problem(kName, qtTrId("none"),
+  if (!facts.devices.server.empty()) return fine(QString::fromStdString(facts.devices.server));
+  return problem(qtTrId("none"),
                  "Start PulseAudio or PipeWire (with pipewire-pulse); the program looks for it by "
                  "itself.");
 }
 
 /// Both halves of the virtual device, whether they are default or not.
 Finding virtualDevice(const Facts& facts) {
-  constexpr auto kName = "virtual device";
   const auto has = [](const std::vector<std::string>& names) {
     return std::ranges::any_of(names, [](const std::string& name) {
       return audio::isDefaultDeviceNamed({.number = 1, .name = name, .format = {}},
@@ -53,115 +53,90 @@ Finding virtualDevice(const Facts& facts) {
   };
   const bool out = has(facts.devices.outputs);
   const bool in = has(facts.devices.inputs);
-  if (out && in) return fine(kName, qtTrId("output and input"));
-  return hint(kName,
-              qtTrId(out  ? "output only"
+  if (out && in) return fine(qtTrId("output and input"));
+  return hint(qtTrId(out  ? "output only"
                      : in ? "input only"
                           : "none"),
               qtTrId("Press \"Set up for me\" (or start with --set-up), which creates it."));
 }
 
-Finding device(const char* name, const audio::Device& device, const char* advice) {
+Finding device(const audio::Device& device, const char* advice) {
   const auto found = device.number == 0 ? qtTrId("none")
-                     : device.name      ? text(*device.name)
+                     : device.name      ? QString::fromStdString(*device.name)
                                         : qtTrId("no name");
   const bool isRight = audio::isDefaultDeviceNamed(device, audio::kExpectedDeviceName);
-  return isRight ? fine(name, found) : problem(name, found, advice);
+  return isRight ? fine(found) : problem(found, advice);
 }
 
 Finding microphone(desktop::AuthorizationStatus status) {
-  constexpr auto kName = "microphone";
-  using Status = desktop::AuthorizationStatus;
-  switch (status) {
-    case Status::kAuthorized:
-      return fine(kName, qtTrId("allowed"));
-    case Status::kNotDetermined:
-      return problem(
-          kName, qtTrId("not answered yet"),
-          "Answer the desktop's question, or allow the microphone in its privacy settings.");
-    case Status::kRestricted:
-    case Status::kDenied:
-      break;
+  using enum desktop::AuthorizationStatus;
+  if (status == kAuthorized) return fine(qtTrId("allowed"));
+  if (status == kNotDetermined) {
+    return problem(
+        qtTrId("not answered yet"),
+        "Answer the desktop's question, or allow the microphone in its privacy settings.");
   }
-  return problem(kName, qtTrId("not allowed"),
+  return problem(qtTrId("not allowed"),
                  "Allow the microphone for Quorin Stream in the desktop's privacy settings.");
 }
 
 Finding address(const Facts& facts) {
-  constexpr auto kName = "address";
   QStringList all;
   for (const auto& entry : facts.addresses) {
     const char* const state = !entry.isUp ? "off" : !entry.isRunning ? "no carrier" : nullptr;
-    all << text(entry.name + ' ' + entry.address) +
+    all << QString::fromStdString(entry.name + ' ' + entry.address) +
                (state ? QStringLiteral(" (%1)").arg(qtTrId(state)) : QString());
   }
   const auto known = all.isEmpty() ? qtTrId("no interface has one") : all.join(", ");
   if (facts.chosenAddress) {
-    return fine(kName, qtTrId("%1 of %2").arg(text(*facts.chosenAddress), known));
+    return fine(qtTrId("%1 of %2").arg(QString::fromStdString(*facts.chosenAddress), known));
   }
-  return problem(kName, qtTrId("none of %1").arg(known),
+  return problem(qtTrId("none of %1").arg(known),
                  "Connect this computer to the phone's network, by Wi-Fi or by wire.");
 }
 
 Finding port(const Facts& facts) {
-  constexpr auto kName = "port";
   const auto number = QString::number(facts.port);
-  if (!facts.portError) return fine(kName, qtTrId("%1, free").arg(number));
+  if (!facts.portError) return fine(qtTrId("%1, free").arg(number));
   if (facts.portError != std::errc::address_in_use) {
-    return problem(kName, number + ": " + text(facts.portError.message()),
+    return problem(number + ": " + QString::fromStdString(facts.portError.message()),
                    "Choose another, above 1023, with --port.");
   }
   const auto holder = facts.portHolder.value_or(network::PortHolder());
   if (holder.program == kProgramFile && holder.isOwnUser) {
-    return fine(kName, holder.peers == 1
-                           ? qtTrId("%1: in use by the running Quorin Stream (1 phone)").arg(number)
-                           : qtTrId("%1: in use by the running Quorin Stream (%2 phones)")
-                                 .arg(number)
-                                 .arg(holder.peers));
+    return fine(holder.peers == 1
+                    ? qtTrId("%1: in use by the running Quorin Stream (1 phone)").arg(number)
+                    : qtTrId("%1: in use by the running Quorin Stream (%2 phones)")
+                          .arg(number)
+                          .arg(holder.peers));
   }
   auto found = qtTrId("%1: in use").arg(number);
-  if (!holder.program.empty()) found += ' ' + qtTrId("by %1").arg(text(holder.program));
-  if (!holder.user.empty()) found += ' ' + qtTrId("of user %1").arg(text(holder.user));
-  return problem(kName, found, "End what holds it, or choose another with --port.");
+  if (!holder.program.empty())
+    found += ' ' + qtTrId("by %1").arg(QString::fromStdString(holder.program));
+  if (!holder.user.empty())
+    found += ' ' + qtTrId("of user %1").arg(QString::fromStdString(holder.user));
+  return problem(found, "End what holds it, or choose another with --port.");
 }
 
-Finding usbService(const CableState& state) {
-  constexpr auto kName = "USB service";
-  const auto onlyCable = [](const QString& found, const QString& advice) {
-    return hint(kName, found, qtTrId("Only the cable needs it: %1").arg(advice));
-  };
-  const auto command = text(state.remedy.command);
-  const auto phones = qtTrId("runs; phones: %1").arg(state.phones);
-  switch (cableStatus(state)) {
-    case CableStatus::kServiceMissing:
-      return onlyCable(qtTrId("not installed"), command);
-    case CableStatus::kServiceStopped:
-      return onlyCable(qtTrId("not running"),
-                       qtTrId("connect the iPhone, which starts it, else %1").arg(command));
-    case CableStatus::kNoPhone:
-      return onlyCable(
-          phones, qtTrId("use a cable that carries data, unlock the iPhone and tap \"Trust\"."));
-    case CableStatus::kPhoneLocked:
-      return onlyCable(phones, qtTrId("unlock the iPhone and tap \"Trust\"."));
-    case CableStatus::kWaiting:
-      if (state.service == usb::UsbService::kUnknown) {
-        return onlyCable(qtTrId("does not answer"), qtTrId("restart it."));
-      }
-      break;  // paired: only the cable page checks for the app
-    case CableStatus::kAppClosed:
-      return onlyCable(phones, qtTrId("open the app on the iPhone."));
-    case CableStatus::kConnected:
-    case CableStatus::kAppSilent:
-      break;
+Finding usbService(const CableState& state, const Texts& texts) {
+  const auto status = cableStatus(state);
+  if (state.service == usb::UsbService::kUnknown) {
+    return hint(qtTrId("does not answer"), qtTrId("Only the cable needs it; restart it."));
   }
-  return fine(kName, phones);
+  const auto found = status == CableStatus::kServiceMissing ? qtTrId("not installed")
+                     : status == CableStatus::kServiceStopped
+                         ? qtTrId("not running")
+                         : qtTrId("runs; phones: %1").arg(state.phones);
+  // A paired phone: only the cable page checks for the app.
+  if (status == CableStatus::kWaiting || state.connected) return fine(found);
+  const auto advice = cableText(state, texts).replace(u'\n', u' ');
+  return hint(found, qtTrId("Only the cable needs it. %1").arg(advice));
 }
 
 Finding realtime(dispatch::RealtimeGrant grant) {
-  constexpr auto kName = "real-time priority";
   const auto found = qtTrId(dispatch::describe(grant).data());
-  if (grant != dispatch::RealtimeGrant::kNone) return fine(kName, found);
-  return hint(kName, found, qtTrId("For an even stream on a busy computer: install rtkit."));
+  if (grant != dispatch::RealtimeGrant::kNone) return fine(found);
+  return hint(found, qtTrId("For an even stream on a busy computer: install rtkit."));
 }
 
 const char* wordFor(Kind kind) {
@@ -170,24 +145,24 @@ const char* wordFor(Kind kind) {
 
 }  // namespace
 
-std::vector<Finding> diagnose(const Facts& facts) {
+std::vector<Finding> diagnose(const Facts& facts, const Texts& texts) {
   return {
-      fine("version", text(facts.version) + ", Qt " + text(facts.qtVersion)),
-      audioServer(facts),
-      virtualDevice(facts),
-      device(
-          "default output", facts.devices.output,
-          "Press \"Set up for me\" (or start with --set-up), or make \"Quorin Audio\" the default "
-          "output in the sound settings."),
-      device(
-          "default input", facts.devices.input,
-          "Press \"Set up for me\" (or start with --set-up), or make \"Quorin Audio\" the default "
-          "input in the sound settings."),
-      microphone(facts.microphone),
-      address(facts),
-      port(facts),
-      usbService(facts.cable),
-      realtime(facts.realtime),
+      named("version", fine(QString::fromUtf8(version()) + ", Qt " + qVersion())),
+      named("audio server", audioServer(facts)),
+      named("virtual device", virtualDevice(facts)),
+      named("default output",
+            device(facts.devices.output,
+                   "Press \"Set up for me\" (or start with --set-up), or make \"Quorin Audio\" the "
+                   "default output in the sound settings.")),
+      named("default input",
+            device(facts.devices.input,
+                   "Press \"Set up for me\" (or start with --set-up), or make \"Quorin Audio\" the "
+                   "default input in the sound settings.")),
+      named("microphone", microphone(facts.microphone)),
+      named("address", address(facts)),
+      named("port", port(facts)),
+      named("USB service", usbService(facts.cable, texts)),
+      named("real-time priority", realtime(facts.realtime)),
   };
 }
 

@@ -21,8 +21,6 @@ namespace quorin::app {
 
 /// The raw findings; `diagnose` judges them.
 struct Facts {
-  std::string version;
-  std::string qtVersion;
   audio::DefaultDevices devices;
   desktop::AuthorizationStatus microphone = desktop::AuthorizationStatus::kNotDetermined;
   std::vector<network::InterfaceAddress> addresses;
@@ -42,13 +40,13 @@ struct Finding {
   /// A hint affects quality or the cable mode; a problem prevents streaming over Wi-Fi.
   enum class Kind : std::uint8_t { kFine, kHint, kProblem };
 
-  QString name;
-  QString found;
+  QString name{};
+  QString found{};
   Kind kind = Kind::kFine;
-  QString advice;  ///< empty when all is fine
+  QString advice{};  ///< empty when all is fine
 };
 
-std::vector<Finding> diagnose(const Facts& facts);
+std::vector<Finding> diagnose(const Facts& facts, const Texts& texts);
 
 /// True when there is no problem.
 bool wouldStream(const std::vector<Finding>& findings);

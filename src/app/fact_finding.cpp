@@ -1,6 +1,5 @@
 #include "app/diagnosis.h"
 #include "core/identity.h"
-#include "core/version.h"
 #include "modes/audio_inputs.h"
 #include "modes/cable_mode.h"
 #include "platform/dispatch/system_scheduler.h"
@@ -47,8 +46,6 @@ void askForSoundAndCable(Facts& facts) {
 
 Facts findFacts(std::uint16_t port, const std::optional<std::string>& address) {
   Facts facts;
-  facts.version = version();
-  facts.qtVersion = qVersion();
   facts.port = port;
   facts.portError = network::bindUdpPort(port);
   if (facts.portError == std::errc::address_in_use) {

@@ -21,27 +21,25 @@ namespace quorin::app {
 namespace {
 
 /// The application for actions that only print: in the user's language, without a display.
-class Printing {
- public:
+struct Printing {
   Printing(int& argc, char** argv, const QString& language)
-      : application_(argc, argv), texts_(preferredLanguages(language)) {
-    QCoreApplication::installTranslator(&texts_.translator());
+      : application(argc, argv), texts(preferredLanguages(language)) {
+    QCoreApplication::installTranslator(&texts.translator());
   }
-
- private:
-  QCoreApplication application_;
-  Texts texts_;
+  QCoreApplication application;
+  Texts texts;
 };
 
 /// Runs an action that only prints; returns the exit status.
-int print(const Options& options) {
+int print(const Options& options, const Texts& texts) {
   if (options.action == Options::Action::kShowHelp) {
     std::fputs(qUtf8Printable(helpText()), stdout);
   } else if (options.action == Options::Action::kShowVersion) {
     std::printf("quorin-stream %s\n", std::string(version()).c_str());
   } else {
     const auto address = options.address.transform(&QString::toStdString);
-    const auto findings = diagnose(findFacts(options.port.value_or(wire::kDefaultPort), address));
+    const auto findings =
+        diagnose(findFacts(options.port.value_or(wire::kDefaultPort), address), texts);
     std::fputs(options.json ? asJson(findings).constData() : qUtf8Printable(asText(findings)),
                stdout);
     if (!wouldStream(findings)) return 1;
@@ -93,7 +91,7 @@ int launch(int argc, char** argv) {
   const auto options = parseOptions(arguments);
   if (!options) return failWith(options.error(), kUsageError);
   logMoreIf(options->verbose);
-  if (options->action != Options::Action::kRun) return print(*options);
+  if (options->action != Options::Action::kRun) return print(*options, printing->texts);
 
   desktop::SingleInstance instance;
   if (!instance.isFirst()) {

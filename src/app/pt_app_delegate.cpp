@@ -57,7 +57,13 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
       startMode_(options.start),
       setUpAtStart_(options.setUp),
       audioServer_(audio::connectToAudioServer(scheduler_.backgroundQueue())),
-      views_(window_.content(), texts_, makePanel()),
+      // The panel is built with the page but never shown there; `quorin-panel` shows it. The
+      // pairing instructions are its only translated text.
+      views_(window_.content(), texts_,
+             panel::OnlineSwiftUIEmbedder::makeHostingView(
+                 scheduler_,
+                 {.makeEngine = [this] { return audioServer_->makeEngine(audio::mayBeStreamed); }},
+                 texts_.tr("pairing_instructions"))),
       screens_(views_),
       pages_(texts_, views_, screens_),
       audioCaptureManager_(
@@ -90,48 +96,42 @@ PTAppDelegate::~PTAppDelegate() {
   scheduler_.end();
 }
 
-// The panel is built with the page but never shown there; `quorin-panel` shows it. The pairing
-// instructions are its only translated text.
-std::unique_ptr<QWidget> PTAppDelegate::makePanel() const {
-  return panel::OnlineSwiftUIEmbedder::makeHostingView(
-      scheduler_, {.makeEngine = [this] { return audioServer_->makeEngine(audio::mayBeStreamed); }},
-      texts_.tr("pairing_instructions"));
-}
-
 void PTAppDelegate::connectViews() {
-  const auto onClick = [this](QAbstractButton* button, auto action) {
-    QObject::connect(button, &QAbstractButton::clicked, &window_, std::move(action));
+  const auto on = [this](const auto* sender, auto signal, auto action) {
+    QObject::connect(sender, signal, &window_, std::move(action));
+  };
+  const auto onClick = [&on](const QAbstractButton* button, auto action) {
+    on(button, &QAbstractButton::clicked, std::move(action));
+  };
+  const auto openSettings = [this](desktop::SettingsPage page) {
+    if (!desktop::openSettings(page)) showSettingsHelp(texts_, page, &window_);
   };
   onClick(views_.menuOnlineButton_, [this] { menu_.chooseOnlineMode(); });
   onClick(views_.menuOfflineButton_, [this] { menu_.chooseOfflineMode(); });
-  onClick(views_.menuPrivacyButton_, [this] { pages_.openPrivacyTerms(); });
+  onClick(views_.menuPrivacyButton_, [this] { showPrivacyTerms(texts_, &window_); });
   onClick(views_.backButton_, [this] { menu_.goBack(); });
   onClick(views_.onlineQRButton_, [this] { wifi_.openQRHelp(); });
   onClick(views_.onlineRetryButton_, [this] { wifi_.retry(); });
   onClick(views_.onlineOtherPortButton_, [this] { wifi_.useOtherPort(); });
-  onClick(views_.audioGuardOpenSettingsButton_, [this] {
+  onClick(views_.audioGuardOpenSettingsButton_, [this, openSettings] {
     using enum desktop::SettingsPage;
     openSettings(guard_.state().output.right ? kSoundInput : kSound);
   });
   onClick(views_.micDeniedAllowButton_,
-          [this] { openSettings(desktop::SettingsPage::kMicrophonePrivacy); });
+          [openSettings] { openSettings(desktop::SettingsPage::kMicrophonePrivacy); });
 
-  QObject::connect(views_.onlineAddressView_, &AddressView::networkChosen, &window_,
-                   [this](const QString& address) { wifi_.chooseNetwork(address); });
+  on(views_.onlineAddressView_, &AddressView::networkChosen,
+     [this](const QString& address) { wifi_.chooseNetwork(address); });
   for (const PhoneDot* dot : views_.onlineStatusDots_) {
-    QObject::connect(dot, &PhoneDot::disconnectRequested, &window_,
-                     [this](const QString& endpoint) { wifi_.disconnectPhone(endpoint); });
+    on(dot, &PhoneDot::disconnectRequested,
+       [this](const QString& endpoint) { wifi_.disconnectPhone(endpoint); });
   }
-
-  QObject::connect(&window_, &MainWindow::resized, &window_, [this] { screens_.layoutUI(); });
-  QObject::connect(&window_, &MainWindow::helpRequested, &window_,
-                   [this] { showHelp(texts_, wifi_.port(), &window_); });
-  QObject::connect(&window_, &MainWindow::quitRequested, &window_, [this] { quit(); });
-  QObject::connect(&window_, &MainWindow::visibilityChanged, &window_,
-                   [this] { refreshBackground(); });
+  on(&window_, &MainWindow::resized, [this] { screens_.layoutUI(); });
+  on(&window_, &MainWindow::helpRequested, [this] { showHelp(texts_, wifi_.port(), &window_); });
+  on(&window_, &MainWindow::quitRequested, [this] { quit(); });
+  on(&window_, &MainWindow::visibilityChanged, [this] { refreshBackground(); });
   screens_.setOnUpdate([this] { refreshBackground(); });
-
-  QObject::connect(views_.inputTextField, &QLineEdit::returnPressed, &window_, [this] {
+  on(views_.inputTextField, &QLineEdit::returnPressed, [this] {
     if (cable_.sendMessage(views_.inputTextField->text())) views_.inputTextField->clear();
   });
 
@@ -145,7 +145,6 @@ void PTAppDelegate::connectViews() {
     if (silent) loan_.watch();
     showSound();
   });
-  pages_.setLendDevice([this] { loan_.lend(); });
   loan_.setReports({.lent =
                         [this] {
                           guard_.onSetUp();
@@ -159,8 +158,9 @@ void PTAppDelegate::connectViews() {
                         },
                     .changed = [this] { showSound(); }});
 
-  pages_.setStopAllSessions([this] { menu_.stopAllSessions(); });
-  pages_.setMenuShown([this] { enterStartMode(); });
+  pages_.setCallbacks({.stopAllSessions = [this] { menu_.stopAllSessions(); },
+                       .lendDevice = [this] { loan_.lend(); },
+                       .menuShown = [this] { enterStartMode(); }});
 }
 
 void PTAppDelegate::showSound() {
@@ -275,23 +275,22 @@ void PTAppDelegate::answerSetUp(const QString& refusal) {
 }
 
 std::unique_ptr<Background> PTAppDelegate::makeBackground() {
-  const auto askInFront = [this](const QString& token) {
+  // In front of other windows if it is about to ask.
+  const auto showIfAsked = [this](const QString& token) {
     if (menu_.listeners() > 0) window_.bringToFront(token);
+  };
+  const auto show = [this](const QString& token) { window_.bringToFront(token); };
+  const auto quitAsking = [this, showIfAsked](const QString& token) {
+    showIfAsked(token);
+    quit();
+  };
+  const auto stop = [this, showIfAsked] {
+    showIfAsked({});
+    menu_.goBack();
   };
   return std::make_unique<Background>(
       scheduler_.backgroundQueue(), texts_,
-      Background::Actions{.show = [this](const QString& token) { window_.bringToFront(token); },
-                          .quit =
-                              [this, askInFront](const QString& token) {
-                                askInFront(token);
-                                quit();
-                              },
-                          .stop =
-                              [this, askInFront] {
-                                askInFront({});
-                                menu_.goBack();
-                              },
-                          .playHere = [this](bool wanted) { loan_.playHere(wanted); }});
+      Background::Actions{show, quitAsking, stop, [this](bool on) { loan_.playHere(on); }});
 }
 
 // Posted, so that several changes are shown as one.
@@ -307,15 +306,10 @@ void PTAppDelegate::refreshBackground() {
          .streaming = pageIsInFront(screen) && (isWifi || screen.page == Page::kCable),
          .listeners = menu_.listeners(),
          .devicesWrong = screen.guard || screen.microphoneDenied,
-         .problem =
-             isWifi && page.content == WiFiPage::Content::kProblem ? page.title : QString()});
-    background_->offerPlayHere(loan_.isLent(), loan_.playsHere());
+         .problem = isWifi && page.content == WiFiPage::Content::kProblem ? page.title : QString(),
+         .lent = loan_.isLent(),
+         .playsHere = loan_.playsHere()});
   });
-}
-
-void PTAppDelegate::openSettings(desktop::SettingsPage page) {
-  if (desktop::openSettings(page)) return;
-  pages_.showSettingsMissing(page);
 }
 
 }  // namespace quorin::app

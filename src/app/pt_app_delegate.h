@@ -52,7 +52,6 @@ class PTAppDelegate {
   void quit();
 
  private:
-  std::unique_ptr<QWidget> makePanel() const;
   void connectViews();
   void dismissSplash();
   void enterStartMode();
@@ -62,7 +61,6 @@ class PTAppDelegate {
   std::unique_ptr<Background> makeBackground();
   void refreshBackground();
   void showSound();
-  void openSettings(desktop::SettingsPage page);
 
   dispatch::Scheduler& scheduler_;
   const Texts& texts_;

@@ -2,7 +2,7 @@
 
 #include "core/identity.h"
 #include "core/log.h"
-#include "ui/qr_picture.h"
+#include "ui/qr_code.h"
 #include "wifi/port_text.h"
 
 #include <cerrno>

@@ -86,7 +86,7 @@ class WiFiMode {
   bool open_ = false;
   WiFiState state_;
   QString codeText_;
-  pictures::PicturePtr code_;
+  PicturePtr code_;
   WiFiPage shown_;
   dispatch::Scope whileOpen_;
   std::unique_ptr<dispatch::Timer> retryTimer_;

@@ -41,8 +41,8 @@ struct WiFiPage {
   QString port = QString::number(wire::kDefaultPort);
   std::optional<std::uint16_t> otherPort{};  ///< of a problem: one that is free
 
-  QString codeText{};           ///< the code's content: address, colon, port
-  pictures::PicturePtr code{};  ///< none until there is something to encode
+  QString codeText{};  ///< the code's content: address, colon, port
+  PicturePtr code{};   ///< none until there is something to encode
 
   bool operator==(const WiFiPage&) const = default;
 };

@@ -4,7 +4,7 @@
 #include "panel/running_view.h"
 #include "ui/appearance.h"
 #include "ui/containers.h"
-#include "ui/images.h"
+#include "ui/picture.h"
 
 #include <QHBoxLayout>
 #include <QScrollArea>
@@ -28,7 +28,7 @@ QHBoxLayout* makeBand(QWidget* band) {
 }
 
 QWidget* makeDivider() {
-  auto* line = new app::ShadeView(look::kDivider, nullptr);
+  auto* line = new app::ContainerView(look::kDivider, nullptr);
   line->setFixedHeight(1);
   return line;
 }
@@ -61,7 +61,7 @@ void ContentView::makeViews() {
 }
 
 QWidget* ContentView::makeHeader() {
-  auto* band = new app::ShadeView(look::kBand, nullptr);
+  auto* band = new app::ContainerView(look::kBand, nullptr);
   auto* row = makeBand(band);
   row->addWidget(makeSymbol("waveform.circle.fill", 50, look::kBlue));
 
@@ -126,7 +126,7 @@ QWidget* ContentView::makeScrollArea() {
 }
 
 QWidget* ContentView::makeButtonBand() {
-  auto* band = new app::ShadeView(look::kBand, nullptr);
+  auto* band = new app::ContainerView(look::kBand, nullptr);
   button_ = new app::PushButton({}, app::systemFont(look::kHeadline), kStartLook, nullptr);
   button_->setCursor(Qt::PointingHandCursor);
   connect(button_, &QAbstractButton::clicked, this, [this] { toggleServer(); });

@@ -1,7 +1,7 @@
 #include "panel/rows.h"
 
 #include "ui/appearance.h"
-#include "ui/images.h"
+#include "ui/picture.h"
 
 #include <QFontDatabase>
 #include <QFrame>

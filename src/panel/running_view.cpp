@@ -2,8 +2,7 @@
 
 #include "panel/rows.h"
 #include "ui/appearance.h"
-#include "ui/code_view.h"
-#include "ui/qr_picture.h"
+#include "ui/qr_code.h"
 
 #include <QGraphicsDropShadowEffect>
 #include <QVBoxLayout>

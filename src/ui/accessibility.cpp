@@ -23,7 +23,7 @@ QAccessibleInterface* makeInterface(const QString& className, QObject* object) {
   const auto is = [&className](const QMetaObject& type) {
     return className == QLatin1String(type.className());
   };
-  if (is(ImageView::staticMetaObject) || is(GradientView::staticMetaObject)) {
+  if (is(NonInteractiveImageView::staticMetaObject) || is(GradientView::staticMetaObject)) {
     return new QAccessibleWidget(widget, QAccessible::Graphic);
   }
   if (is(Notice::staticMetaObject)) return new QAccessibleWidget(widget, QAccessible::Notification);

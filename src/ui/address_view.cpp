@@ -10,11 +10,6 @@
 #include <algorithm>
 
 namespace quorin::app {
-namespace {
-
-constexpr std::chrono::milliseconds kSayingCopied{1500};
-
-}  // namespace
 
 AddressView::AddressView(const Texts& texts, QWidget* parent)
     : ContainerView(parent),
@@ -72,20 +67,16 @@ void AddressView::setScale(double scale) {
 void AddressView::fitTexts() {
   constexpr int kCursorAndMargins = 12;
   text_->setFixedWidth(text_->fontMetrics().horizontalAdvance(text()) + kCursorAndMargins);
-  // As wide as the longer of its two words.
-  const QString shown = copy_->text();
-  copy_->setText(texts_.tr("address.copied"));
-  const int width = copy_->sizeHint().width();
-  copy_->setText(texts_.tr("address.copy"));
-  copy_->setFixedWidth(std::max(width, copy_->sizeHint().width()));
-  copy_->setText(shown);
+  // As wide as the longer of its two texts.
+  copy_->setFixedWidth(std::max(copy_->sizeFor(texts_.tr("address.copy")).width(),
+                                copy_->sizeFor(texts_.tr("address.copied")).width()));
 }
 
 void AddressView::copy() {
   if (text().isEmpty()) return;
   QGuiApplication::clipboard()->setText(text());
   copy_->setText(texts_.tr("address.copied"));
-  sayingCopied_.start(kSayingCopied);
+  sayingCopied_.start(std::chrono::milliseconds(1500));
 }
 
 /// Copying the selection gives the same feedback as the button.

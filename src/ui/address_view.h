@@ -6,7 +6,6 @@
 
 #include <QLineEdit>
 #include <QTimer>
-#include <QWidget>
 #include <vector>
 
 namespace quorin::app {

@@ -1,7 +1,7 @@
 #include "ui/application.h"
 
 #include "ui/appearance.h"
-#include "ui/images.h"
+#include "ui/picture.h"
 
 #include <QString>
 #include <cstdio>
@@ -10,6 +10,7 @@
 namespace quorin::app {
 namespace {
 
+QtMessageHandler handlerBefore = nullptr;
 bool lacksWayland = false;
 
 /// Qt's warnings say what is missing; its final advice, to install the application again, would
@@ -18,8 +19,7 @@ void receive(QtMsgType type, const QMessageLogContext& context, const QString& m
   if (type != QtFatalMsg) {
     lacksWayland |=
         message.startsWith(QStringLiteral("Could not find the Qt platform plugin \"wayland"));
-    std::fprintf(stderr, "%s\n", qUtf8Printable(::qFormatLogMessage(type, context, message)));
-    return;
+    return handlerBefore(type, context, message);
   }
   std::fprintf(stderr, "%s: There is no display here that a window could be shown on; %s.\n",
                qUtf8Printable(QCoreApplication::applicationName()),
@@ -32,7 +32,7 @@ void receive(QtMsgType type, const QMessageLogContext& context, const QString& m
 }  // namespace
 
 std::unique_ptr<QApplication> makeApplication(int& argc, char** argv) {
-  const auto handlerBefore = ::qInstallMessageHandler(receive);
+  handlerBefore = ::qInstallMessageHandler(receive);
   auto application = std::make_unique<QApplication>(argc, argv);
   ::qInstallMessageHandler(handlerBefore);
   applyDarkAppearance(*application);

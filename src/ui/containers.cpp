@@ -8,17 +8,13 @@
 
 namespace quorin::app {
 
-ShadeView::ShadeView(const QColor& color, QWidget* parent) : ContainerView(parent) {
-  setColor(color);
-}
-
-void ShadeView::setColor(const QColor& color) {
+void ContainerView::setColor(const QColor& color) {
   color_ = color;
   setAttribute(Qt::WA_OpaquePaintEvent, color.alpha() == 255);  // avoids painting what lies beneath
   update();
 }
 
-void ShadeView::paintEvent(QPaintEvent* event) {
+void ContainerView::paintEvent(QPaintEvent* event) {
   QPainter(this).fillRect(event->rect(), color_);
 }
 

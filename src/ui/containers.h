@@ -4,18 +4,13 @@
 
 namespace quorin::app {
 
-/// Holds the views of a page; draws nothing itself.
+/// Holds the views of a page: transparent, or filled with a colour, which may let through what lies
+/// beneath it.
 class ContainerView : public QWidget {
   Q_OBJECT
  public:
   explicit ContainerView(QWidget* parent) : QWidget(parent) {}
-};
-
-/// A page that darkens what lies beneath it.
-class ShadeView : public ContainerView {
-  Q_OBJECT
- public:
-  ShadeView(const QColor& color, QWidget* parent);
+  ContainerView(const QColor& color, QWidget* parent) : QWidget(parent) { setColor(color); }
 
   void setColor(const QColor& color);
 
@@ -23,7 +18,7 @@ class ShadeView : public ContainerView {
   void paintEvent(QPaintEvent* event) override;
 
  private:
-  QColor color_;
+  QColor color_ = Qt::transparent;
 };
 
 /// The window's background: three greys, the darkest at the bottom. Paints every pixel, so that

@@ -2,11 +2,9 @@
 
 #include "ui/appearance.h"
 
-#include <QEnterEvent>
 #include <QFocusEvent>
 #include <QKeyEvent>
 #include <QPainter>
-#include <QPainterPath>
 #include <algorithm>
 #include <utility>
 
@@ -14,18 +12,6 @@ namespace quorin::app {
 namespace {
 
 constexpr int kSmallestFittedPixels = 9;
-
-/// What a line of `font` leaves blank above the accents of its capitals and below its descenders.
-struct Blank {
-  int above;
-  int below;
-};
-
-Blank blankOf(const QFontMetrics& metrics) {
-  const QRect ink = metrics.tightBoundingRect(QStringLiteral("ÁÑgjp"));
-  return {std::max(0, metrics.ascent() + ink.top()),
-          std::max(0, metrics.descent() - ink.bottom() - 1)};
-}
 
 /// A text as it stands in its frame, whose ink is cut nowhere: a frame that is lower than the
 /// line takes from what is blank, and one that is too small makes the font smaller.
@@ -35,20 +21,19 @@ struct FittedText {
 };
 
 FittedText fit(QFont font, const QString& text, const QRect& frame, int flags) {
-  for (;;) {
+  for (;; font.setPixelSize(font.pixelSize() - 1)) {
     const QFontMetrics metrics(font);
     const QSize needed = metrics.boundingRect(QRect(0, 0, frame.width(), 0), flags, text).size();
-    const int excess = needed.height() - frame.height();
-    const bool isNarrowEnough = needed.width() <= frame.width();
-    if (isNarrowEnough && excess <= 0) return {font, frame};
-
-    const Blank blank = blankOf(metrics);
-    const bool isSmallest = font.pixelSize() <= kSmallestFittedPixels;
-    if ((isNarrowEnough && excess <= blank.above + blank.below) || isSmallest) {
-      return {font, frame.adjusted(0, -std::clamp(excess, 0, blank.above), 0,
-                                   std::clamp(excess - blank.above, 0, blank.below))};
+    const int excess = std::max(0, needed.height() - frame.height());
+    // What a line leaves blank above the accents of its capitals and below its descenders.
+    const QRect ink = metrics.tightBoundingRect(QStringLiteral("ÁÑgjp"));
+    const int above = std::max(0, metrics.ascent() + ink.top());
+    const int below = std::max(0, metrics.descent() - ink.bottom() - 1);
+    const bool fits = needed.width() <= frame.width() && excess <= above + below;
+    if (fits || font.pixelSize() <= kSmallestFittedPixels) {
+      return {font,
+              frame.adjusted(0, -std::min(excess, above), 0, std::clamp(excess - above, 0, below))};
     }
-    font.setPixelSize(font.pixelSize() - 1);
   }
 }
 
@@ -56,12 +41,12 @@ FittedText fit(QFont font, const QString& text, const QRect& frame, int flags) {
 
 NonInteractiveLabel::NonInteractiveLabel(const QString& text, const TextStyle& style,
                                          QWidget* parent)
-    : QLabel(parent), lineBreak_(style.lineBreak) {
+    : QLabel(parent) {
   setAttribute(Qt::WA_TransparentForMouseEvents);
   setTextFormat(Qt::PlainText);
   setFont(systemFont(style.pixels, style.weight));
   setTextColor(style.color);
-  const bool wraps = lineBreak_ == LineBreak::kWrap;
+  const bool wraps = style.lineBreak == LineBreak::kWrap;
   setWordWrap(wraps);
   setAlignment(style.alignment | (wraps ? Qt::AlignTop : Qt::AlignVCenter));
   setText(text);
@@ -84,52 +69,43 @@ void NonInteractiveLabel::paintEvent(QPaintEvent*) {
   const QColor color = palette().color(QPalette::WindowText);
   const bool isGrey = color.saturation() == 0;
   painter.setPen(highContrast() && isGrey ? colors::kWhite : color);
-  const bool wraps = lineBreak_ == LineBreak::kWrap;
-  const int flags = static_cast<int>(alignment()) | (wraps ? Qt::TextWordWrap : Qt::TextSingleLine);
-  const QString shown = wraps ? text() : fontMetrics().elidedText(text(), Qt::ElideRight, width());
+  const int flags =
+      static_cast<int>(alignment()) | (wordWrap() ? Qt::TextWordWrap : Qt::TextSingleLine);
+  const QString shown =
+      wordWrap() ? text() : fontMetrics().elidedText(text(), Qt::ElideRight, width());
   const auto [font, place] = fit(this->font(), shown, rect(), flags);
   painter.setFont(font);
   painter.drawText(place, flags, shown);
 }
 
-ImageView::ImageView(pictures::PicturePtr image, QWidget* parent)
-    : QWidget(parent), image_(std::move(image)) {}
+NonInteractiveImageView::NonInteractiveImageView(PicturePtr image, QWidget* parent)
+    : QWidget(parent), image_(std::move(image)) {
+  setAttribute(Qt::WA_TransparentForMouseEvents);
+}
 
-void ImageView::setImage(pictures::PicturePtr image) {
+void NonInteractiveImageView::setImage(PicturePtr image) {
   image_ = std::move(image);
   update();
 }
 
-void ImageView::setOpacity(double opacity) {
+void NonInteractiveImageView::setOpacity(double opacity) {
   opacity_ = opacity;
   update();
 }
 
-void ImageView::paintEvent(QPaintEvent*) {
+void NonInteractiveImageView::paintEvent(QPaintEvent*) {
   if (!image_) return;
   QPainter painter(this);
   painter.setOpacity(opacity_);
   image_->paint(painter, fitted(*image_, rect()));
 }
 
-NonInteractiveImageView::NonInteractiveImageView(pictures::PicturePtr image, QWidget* parent)
-    : ImageView(std::move(image), parent) {
-  setAttribute(Qt::WA_TransparentForMouseEvents);
-}
-
 void PaintedButton::focusInEvent(QFocusEvent* event) {
-  switch (event->reason()) {
-    case Qt::TabFocusReason:
-    case Qt::BacktabFocusReason:
-    case Qt::ShortcutFocusReason:
-      byKeyboard_ = true;
-      break;
-    case Qt::MouseFocusReason:
-      byKeyboard_ = false;
-      break;
-    default:  // focus returned by a window or menu: no change
-      break;
-  }
+  const Qt::FocusReason reason = event->reason();
+  // A window or a menu that gives the focus back changes nothing.
+  byKeyboard_ = reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason ||
+                reason == Qt::ShortcutFocusReason ||
+                (byKeyboard_ && reason != Qt::MouseFocusReason);
   QAbstractButton::focusInEvent(event);
 }
 
@@ -160,9 +136,9 @@ PushButton::PushButton(const QString& title, const QFont& font, const ButtonLook
   setAttribute(Qt::WA_Hover);
 }
 
-QSize PushButton::sizeHint() const {
+QSize PushButton::sizeFor(const QString& title) const {
   constexpr QSize kPadding(36, 16);
-  return fontMetrics().size(Qt::TextSingleLine, text()) + kPadding;
+  return fontMetrics().size(Qt::TextSingleLine, title) + kPadding;
 }
 
 void PushButton::setLook(const ButtonLook& look) {
@@ -214,24 +190,15 @@ void LinkButton::setTitle(const QString& title) {
 
 void LinkButton::applyUnderline(bool underlined) {
   underlined_ = underlined;
+  setCursor(underlined ? Qt::PointingHandCursor : Qt::ArrowCursor);
   update();
 }
 
-void LinkButton::enterEvent(QEnterEvent* event) {
-  PushButton::enterEvent(event);
-  if (!isActiveWindow()) return;
-  applyUnderline(true);
-  setCursor(Qt::PointingHandCursor);
-}
-
-void LinkButton::leaveEvent(QEvent* event) {
-  PushButton::leaveEvent(event);
-  applyUnderline(false);
-  setCursor(Qt::ArrowCursor);
-}
-
 bool LinkButton::event(QEvent* event) {
-  if (event->type() == QEvent::WindowDeactivate) applyUnderline(false);
+  if (event->type() == QEvent::Enter && isActiveWindow()) applyUnderline(true);
+  if (event->type() == QEvent::Leave || event->type() == QEvent::WindowDeactivate) {
+    applyUnderline(false);
+  }
   return PushButton::event(event);
 }
 

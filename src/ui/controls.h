@@ -32,18 +32,15 @@ class NonInteractiveLabel : public QLabel {
 
  protected:
   void paintEvent(QPaintEvent* event) override;
-
- private:
-  LineBreak lineBreak_;
 };
 
-/// A picture, as large as its frame and its proportion allow, centred.
-class ImageView : public QWidget {
+/// A picture, as large as its frame and its proportion allow, centred. Ignores clicks as well.
+class NonInteractiveImageView : public QWidget {
   Q_OBJECT
  public:
-  ImageView(pictures::PicturePtr image, QWidget* parent);
+  NonInteractiveImageView(PicturePtr image, QWidget* parent);
 
-  void setImage(pictures::PicturePtr image);
+  void setImage(PicturePtr image);
   bool hasImage() const { return image_ != nullptr; }
 
   void setOpacity(double opacity);  ///< 0 to 1
@@ -52,15 +49,8 @@ class ImageView : public QWidget {
   void paintEvent(QPaintEvent* event) override;
 
  private:
-  pictures::PicturePtr image_;
+  PicturePtr image_;
   double opacity_ = 1;
-};
-
-/// A picture that ignores clicks.
-class NonInteractiveImageView : public ImageView {
-  Q_OBJECT
- public:
-  NonInteractiveImageView(pictures::PicturePtr image, QWidget* parent);
 };
 
 /// A button that its subclass draws. Space and Return press it. The focus ring shows only after
@@ -103,7 +93,9 @@ class PushButton : public PaintedButton {
  public:
   PushButton(const QString& title, const QFont& font, const ButtonLook& look, QWidget* parent);
 
-  QSize sizeHint() const override;
+  /// The natural size with `title`.
+  QSize sizeFor(const QString& title) const;
+  QSize sizeHint() const override { return sizeFor(text()); }
 
   void setLook(const ButtonLook& look);
 
@@ -126,8 +118,6 @@ class LinkButton : public PushButton {
   void applyUnderline(bool underlined);
 
  protected:
-  void enterEvent(QEnterEvent* event) override;
-  void leaveEvent(QEvent* event) override;
   bool event(QEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
 

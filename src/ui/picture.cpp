@@ -1,20 +1,25 @@
 #include "ui/picture.h"
 
 #include <QFile>
+#include <QImage>
+#include <QImageReader>
+#include <QPixmap>
 #include <QSvgRenderer>
 #include <utility>
 
-namespace quorin::pictures {
+namespace quorin::app {
 namespace {
 
 /// Caches the last rendering: a view is painted far more often than resized. Rereads the file for
 /// each size: a renderer kept in memory is many times as large as the drawing.
-class Drawing final : public Picture {
+class FilePicture final : public Picture {
  public:
-  Drawing(QString path, const QColor& tint) : path_(std::move(path)), tint_(tint) {}
+  FilePicture(QString path, const QColor& tint) : path_(std::move(path)), tint_(tint) {}
 
   QSizeF size() const override {
-    if (size_.isEmpty()) size_ = QSvgRenderer(path_).defaultSize();
+    if (size_.isEmpty()) {
+      size_ = isDrawing() ? QSvgRenderer(path_).defaultSize() : QImageReader(path_).size();
+    }
     return size_;
   }
 
@@ -27,49 +32,64 @@ class Drawing final : public Picture {
   }
 
  private:
+  bool isDrawing() const { return path_.endsWith(QStringLiteral(".svg")); }
+
   void render(QSize pixels) const {
     rendered_ = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
     rendered_.fill(Qt::transparent);
     QPainter painter(&rendered_);
-    painter.setRenderHint(QPainter::Antialiasing);
-    QSvgRenderer(path_).render(&painter, QRectF(QPointF(), QSizeF(pixels)));
+    painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
+    if (isDrawing()) {
+      QSvgRenderer(path_).render(&painter, QRectF(rendered_.rect()));
+    } else {
+      painter.drawImage(rendered_.rect(), QImage(path_));
+    }
     if (!tint_.isValid()) return;
     painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
     painter.fillRect(rendered_.rect(), tint_);
   }
 
   const QString path_;
-  const QColor tint_;
+  const QColor tint_;  ///< invalid: in its own colours
   mutable QSizeF size_;
   mutable QImage rendered_;
 };
 
-class Bitmap final : public Picture {
- public:
-  explicit Bitmap(QImage image) : image_(std::move(image)) {}
-
-  QSizeF size() const override { return image_.deviceIndependentSize(); }
-
-  void paint(QPainter& painter, const QRectF& target) const override {
-    painter.save();
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    painter.drawImage(target, image_);
-    painter.restore();
-  }
-
- private:
-  QImage image_;
-};
+PicturePtr loadDrawing(const QString& path, const QColor& tint = {}) {
+  return QFile::exists(path) ? std::make_shared<FilePicture>(path, tint) : nullptr;
+}
 
 }  // namespace
 
-PicturePtr loadDrawing(const QString& path, const QColor& tint) {
-  return QFile::exists(path) ? std::make_shared<Drawing>(path, tint) : nullptr;
+PicturePtr imageNamedSafe(const QString& name) {
+  const auto file = QStringLiteral(":/quorin/pictures/%1.%2");
+  if (auto drawing = loadDrawing(file.arg(name, "svg"))) return drawing;
+  // The whole name where there is no dot.
+  const auto bitmap = file.arg(name.left(name.lastIndexOf(u'.')), "png");
+  return QImageReader(bitmap).canRead() ? std::make_shared<FilePicture>(bitmap, QColor()) : nullptr;
 }
 
-PicturePtr loadBitmap(const QString& path) {
-  QImage image(path);
-  return image.isNull() ? nullptr : std::make_shared<Bitmap>(std::move(image));
+PicturePtr imageForView(const QString& name) {
+  auto image = imageNamedSafe(name);
+  return image ? image : imageNamedSafe(name + ".png");
+}
+
+PicturePtr symbol(const QString& name, const QColor& color) {
+  return loadDrawing(QStringLiteral(":/quorin/symbols/%1.svg").arg(name), color);
+}
+
+QIcon icon(const QString& name) {
+  QIcon icon;
+  const auto image = imageForView(name);
+  if (!image) return icon;
+  for (const int side : {32, 64, 128}) {
+    QPixmap pixels(side, side);
+    pixels.fill(Qt::transparent);
+    QPainter painter(&pixels);
+    image->paint(painter, fitted(*image, pixels.rect()));
+    icon.addPixmap(pixels);
+  }
+  return icon;
 }
 
 QRectF fitted(const Picture& picture, const QRectF& bounds) {
@@ -78,12 +98,4 @@ QRectF fitted(const Picture& picture, const QRectF& bounds) {
   return place;
 }
 
-QImage renderSquare(const Picture& picture, int side) {
-  QImage image(side, side, QImage::Format_ARGB32_Premultiplied);
-  image.fill(Qt::transparent);
-  QPainter painter(&image);
-  picture.paint(painter, fitted(picture, image.rect()));
-  return image;
-}
-
-}  // namespace quorin::pictures
+}  // namespace quorin::app

@@ -1,16 +1,13 @@
 #pragma once
 
-#include <QColor>
-#include <QImage>
+#include <QIcon>
 #include <QPainter>
-#include <QRectF>
-#include <QSizeF>
 #include <QString>
 #include <memory>
 
-/// Pictures rendered for their size and display, so that they are sharp at every display factor.
-/// Main thread only.
-namespace quorin::pictures {
+/// The program's pictures, rendered for their size and display, so that they are sharp at every
+/// display factor. Main thread only.
+namespace quorin::app {
 
 class Picture {
  public:
@@ -30,12 +27,21 @@ class Picture {
 
 using PicturePtr = std::shared_ptr<const Picture>;
 
-/// A drawing in SVG, in its own colours or, with a valid `tint`, all in that colour. Read and
-/// rendered when first painted; none when there is no such file.
-PicturePtr loadDrawing(const QString& path, const QColor& tint = {});
+/// The SVG drawing of this name, else the PNG file of the same base name; none when neither exists
+/// or the file does not load.
+PicturePtr imageNamedSafe(const QString& name);
 
-/// A bitmap; none when there is no such file or it does not load.
-PicturePtr loadBitmap(const QString& path);
+/// The image by its bare name, or else by the name with ".png".
+PicturePtr imageForView(const QString& name);
+
+/// A symbol such as "mic.slash"; all of it in `color`.
+PicturePtr symbol(const QString& name, const QColor& color);
+
+/// The null icon when there is no such image.
+QIcon icon(const QString& name);
+
+/// The largest rectangle with the picture's proportion, centred in `bounds`.
+QRectF fitted(const Picture& picture, const QRectF& bounds);
 
 /// While it exists, `painter` uses device pixels, regardless of scale and offset; opacity and
 /// clipping are unchanged.
@@ -58,10 +64,4 @@ class DevicePixels {
   QTransform toDevice_;
 };
 
-/// The largest rectangle with the picture's proportion, centred in `bounds`.
-QRectF fitted(const Picture& picture, const QRectF& bounds);
-
-/// The picture as a bitmap of `side` x `side` pixels.
-QImage renderSquare(const Picture& picture, int side);
-
-}  // namespace quorin::pictures
+}  // namespace quorin::app

@@ -14,19 +14,11 @@
 namespace quorin::app {
 namespace {
 
-constexpr int kTextWidth = 380;
-constexpr int kMargin = 24;
-constexpr int kIconSide = 64;
-
-QLabel* makeText(const QString& text, const QFont& font, const QColor& color, QWidget* parent) {
-  auto* const label = new QLabel(text, parent);
-  label->setTextFormat(Qt::PlainText);
-  label->setWordWrap(true);
-  label->setFixedWidth(kTextWidth);
-  label->setFont(font);
-  QPalette palette = label->palette();
-  palette.setColor(QPalette::WindowText, color);
-  label->setPalette(palette);
+QLabel* makeText(const QString& text, TextStyle style, QWidget* parent) {
+  style.alignment = Qt::AlignLeft;
+  style.lineBreak = LineBreak::kWrap;
+  auto* const label = new NonInteractiveLabel(text, style, parent);
+  label->setFixedWidth(380);
   return label;
 }
 
@@ -47,24 +39,23 @@ Alert::Alert(const QString& title, const QString& text, const PicturePtr& icon,
   // A screen reader reads the window title and then its texts; a generic title avoids repetition.
   setWindowTitle(QString::fromLatin1(kProgramName));
   // The window's own shortcut does not reach a modal dialog.
-  auto* const quit = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), this);
-  connect(quit, &QShortcut::activated, this, [this, window] {
+  new QShortcut(Qt::CTRL | Qt::Key_Q, this, [this, window] {
     reject();
     if (auto* const main = qobject_cast<MainWindow*>(window)) emit main->quitRequested();
   });
 
   auto* const layout = new QGridLayout(this);
-  layout->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+  layout->setContentsMargins(24, 24, 24, 24);
   layout->setHorizontalSpacing(20);
   layout->setVerticalSpacing(12);
   layout->setSizeConstraint(QLayout::SetFixedSize);
   if (icon) {
-    auto* const view = new ImageView(icon, this);
-    view->setFixedSize(kIconSide, kIconSide);
+    auto* const view = new NonInteractiveImageView(icon, this);
+    view->setFixedSize(64, 64);
     layout->addWidget(view, 0, 0, 2, 1, Qt::AlignTop);
   }
-  layout->addWidget(makeText(title, systemFont(18, QFont::Bold), colors::kWhite, this), 0, 1);
-  layout->addWidget(makeText(text, systemFont(14), QColor(205, 205, 208), this), 1, 1);
+  layout->addWidget(makeText(title, {.pixels = 18, .weight = QFont::Bold}, this), 0, 1);
+  layout->addWidget(makeText(text, {.pixels = 14, .color = {205, 205, 208}}, this), 1, 1);
 
   auto* const row = new QHBoxLayout;
   row->setContentsMargins(0, 10, 0, 0);

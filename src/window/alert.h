@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/desktop/settings.h"
-#include "ui/images.h"
+#include "ui/picture.h"
 #include "ui/texts.h"
 
 #include <QDialog>

@@ -25,16 +25,14 @@ QTextCharFormat attributes(const QFont& font, const QColor& color) {
   return format;
 }
 
-const auto kTextFamily = QStringLiteral("helvetica");
-const auto kStatusFamily = QStringLiteral("menlo");
-
 }  // namespace
 
 Console::Console(QTextEdit& output, QLineEdit& input)
     : output_(output),
-      consoleTextAttributes_(attributes(consoleFont(kTextFamily, 16), colors::kLightGrey)),
-      consoleStatusTextAttributes_(attributes(consoleFont(kStatusFamily, 11), colors::kDarkGrey)) {
-  input.setFont(consoleFont(kTextFamily, 14));
+      consoleTextAttributes_(attributes(consoleFont("helvetica", 16), colors::kLightGrey)),
+      consoleStatusTextAttributes_(attributes(consoleFont("menlo", 11), colors::kDarkGrey)),
+      scrolling_(output.verticalScrollBar(), "value") {
+  input.setFont(consoleFont("helvetica", 14));
   output_.setReadOnly(true);
   output_.document()->setMaximumBlockCount(200);
   QTextFrameFormat inset = output_.document()->rootFrame()->frameFormat();
@@ -45,9 +43,6 @@ Console::Console(QTextEdit& output, QLineEdit& input)
   output_.document()->rootFrame()->setFrameFormat(inset);
   scrolling_.setDuration(150);
   scrolling_.setEasingCurve(QEasingCurve::InOutQuad);
-  QObject::connect(
-      &scrolling_, &QVariantAnimation::valueChanged, &output_,
-      [&output](const QVariant& value) { output.verticalScrollBar()->setValue(value.toInt()); });
 }
 
 void Console::presentMessage(const QString& text, bool isStatus) {
@@ -60,17 +55,11 @@ void Console::presentMessage(const QString& text, bool isStatus) {
   constexpr int kMaxLines = 20;
   end.insertText(text.section(u'\n', 0, kMaxLines - 1),
                  isStatus ? consoleStatusTextAttributes_ : consoleTextAttributes_);
-  scrollToEnd();
-}
 
-void Console::scrollToEnd() {
-  constexpr int kAtOnce = 5;
-  constexpr int kFurther = 1000;
   QScrollBar& bar = *output_.verticalScrollBar();
-  bar.setValue(bar.value() + kAtOnce);
+  bar.setValue(bar.value() + 5);
   scrolling_.stop();
-  scrolling_.setStartValue(bar.value());
-  scrolling_.setEndValue(std::min(bar.value() + kFurther, bar.maximum()));
+  scrolling_.setEndValue(std::min(bar.value() + 1000, bar.maximum()));
   scrolling_.start();
 }
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <QLineEdit>
+#include <QPropertyAnimation>
 #include <QString>
 #include <QTextCharFormat>
 #include <QTextEdit>
-#include <QVariantAnimation>
 
 namespace quorin::app {
 
@@ -14,16 +14,14 @@ class Console {
   /// Sets fonts and margins. Both outlive this.
   Console(QTextEdit& output, QLineEdit& input);
 
-  /// Logs ">> text", on one line, and appends it to the view.
+  /// Logs ">> text", on one line, appends it to the view and scrolls there.
   void presentMessage(const QString& text, bool isStatus);
 
  private:
-  void scrollToEnd();
-
   QTextEdit& output_;
   QTextCharFormat consoleTextAttributes_;
   QTextCharFormat consoleStatusTextAttributes_;
-  QVariantAnimation scrolling_;
+  QPropertyAnimation scrolling_;
 };
 
 }  // namespace quorin::app

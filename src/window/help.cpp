@@ -44,8 +44,7 @@ void showHelp(const Texts& texts, const QString& port, QWidget* window) {
   dialog->setObjectName(kName);
   dialog->setWindowTitle(texts.tr("help.title"));
   dialog->resize(620, 560);
-  QObject::connect(new QShortcut(QKeySequence::Close, dialog), &QShortcut::activated, dialog,
-                   &QDialog::close);
+  new QShortcut(QKeySequence::Close, dialog, dialog, &QDialog::close);
   auto* const text = new QTextBrowser(dialog);
   text->setAccessibleName(texts.tr("help.title"));
   text->setFont(systemFont(15));

@@ -8,52 +8,11 @@ namespace {
 
 using enum View;
 
-/// The sizes of the texts that the views show now, in the fonts they show them in. 0 behind the
-/// splash: measuring loads the system's fonts, which a screen without a text need not wait for.
-class TextMeasure {
- public:
-  TextMeasure(const Views& views, double scale, bool hasSplash)
-      : views_(views), scale_(scale), hasSplash_(hasSplash) {}
-
-  /// Wrapped at `width`, rounded up to a whole point.
-  double textHeight(View view, double width) const {
-    if (hasSplash_) return 0;
-    const QWidget& widget = *views_.find(view);
-    const QRect room(0, 0, static_cast<int>(std::floor(width * scale_)), 0);
-    const auto flags = Qt::TextWordWrap;
-    return std::ceil(widget.fontMetrics().boundingRect(room, flags, textOf(widget)).height() /
-                     scale_);
-  }
-  /// On one line.
-  double textWidth(View view) const { return fittedSize(view, fontPixels(view)).width(); }
-
-  /// On one line with the font at `pixels`.
-  QSizeF fittedSize(View view, double pixels) const {
-    if (hasSplash_) return {0, 0};
-    const QWidget& widget = *views_.find(view);
-    QFont font = widget.font();
-    font.setPixelSize(static_cast<int>(std::lround(pixels * scale_)));
-    return QFontMetrics(font).size(Qt::TextSingleLine, textOf(widget)).toSizeF() / scale_;
-  }
-  /// Of the font: ascender - descender + leading.
-  double lineHeight(View view) const {
-    if (hasSplash_) return 0;
-    const QFontMetricsF metrics(views_.find(view)->font());
-    return (metrics.ascent() + metrics.descent() + metrics.leading()) / scale_;
-  }
-  double fontPixels(View view) const { return views_.find(view)->font().pixelSize() / scale_; }
-
- private:
-  const Views& views_;
-  double scale_;
-  bool hasSplash_;
-};
-
 /// Lays the window out once, page by page.
 class Planner {
  public:
-  Planner(QSizeF bounds, const ScreenState& state, const TextMeasure& measure)
-      : w_(bounds.width()), h_(bounds.height()), state_(state), measure_(measure) {}
+  Planner(QSizeF bounds, const ScreenState& state, const Views& views, double scale)
+      : w_(bounds.width()), h_(bounds.height()), state_(state), views_(views), scale_(scale) {}
 
   Layout layOut() {
     const Rect whole{0, 0, w_, h_};
@@ -62,14 +21,17 @@ class Planner {
           onlineContainer_, connectedContainer_, splashOverlay_}) {
       layout_[view] = whole;
     }
+    layOutLogos();
+    // Measuring texts loads the system's fonts, which the splash need not wait for.
+    if (state_.splash) return std::move(layout_);
     layOutCablePage();
-    layOutNavigation();
+    const double backWidth = std::min(0.3 * w_, std::ceil(widthOf(backButton_)) + 24);
+    layout_[backButton_] = {16, h_ - 80, std::max(120.0, backWidth), 34};
     layOutMenu();
     layOutChecks();
     layOutWifiPage();
     layOutStreamControls();
     centerConnectedPairInBounds();
-    layOutLogos();
     return std::move(layout_);
   }
 
@@ -78,6 +40,33 @@ class Planner {
   Rect centred(double y, double width, double height) const {
     return {(w_ - width) / 2, y, width, height};
   }
+
+  // The sizes of the texts that the views show now, in the fonts they show them in.
+
+  /// Wrapped at `width`, rounded up to a whole point.
+  double heightOf(View view, double width) const {
+    const QWidget& widget = *views_.find(view);
+    const QRect room(0, 0, static_cast<int>(std::floor(width * scale_)), 0);
+    const auto flags = Qt::TextWordWrap;
+    return std::ceil(widget.fontMetrics().boundingRect(room, flags, textOf(widget)).height() /
+                     scale_);
+  }
+  /// On one line.
+  double widthOf(View view) const { return sizeOf(view, pixelsOf(view)).width(); }
+
+  /// On one line with the font at `pixels`.
+  QSizeF sizeOf(View view, double pixels) const {
+    const QWidget& widget = *views_.find(view);
+    QFont font = widget.font();
+    font.setPixelSize(static_cast<int>(std::lround(pixels * scale_)));
+    return QFontMetrics(font).size(Qt::TextSingleLine, textOf(widget)).toSizeF() / scale_;
+  }
+  /// Of the font: ascender - descender + leading.
+  double lineHeightOf(View view) const {
+    const QFontMetricsF metrics(views_.find(view)->font());
+    return (metrics.ascent() + metrics.descent() + metrics.leading()) / scale_;
+  }
+  double pixelsOf(View view) const { return views_.find(view)->font().pixelSize() / scale_; }
 
   void layOutCablePage() {
     layout_[bottomBar_] = {0, 0, w_, 72};
@@ -88,16 +77,10 @@ class Planner {
     constexpr double kTextWidth = 620 - 48;
     layout_[instructionsBox_] = centred((h_ - kBoxHeight) / 2, 620, kBoxHeight);
     const double mainY = kBoxHeight / 2 + 8;
-    const double mainHeight = std::max(36.0, measure_.textHeight(usbMainLabel_, kTextWidth));
-    const double height = std::max(22.0, measure_.textHeight(usbSecondary2Label_, kTextWidth));
+    const double mainHeight = std::max(36.0, heightOf(usbMainLabel_, kTextWidth));
+    const double height = std::max(22.0, heightOf(usbSecondary2Label_, kTextWidth));
     layout_[usbMainLabel_] = {24, mainY, kTextWidth, mainHeight};
     layout_[usbSecondary2Label_] = {24, mainY - height - 24, kTextWidth, height};
-  }
-
-  void layOutNavigation() {
-    const double titleWidth = std::ceil(measure_.textWidth(backButton_));
-    const double width = std::max(120.0, std::min(0.3 * w_, titleWidth + 24));
-    layout_[backButton_] = {16, h_ - 80, width, 34};
   }
 
   void layOutMenu() {
@@ -124,9 +107,9 @@ class Planner {
     const double textWidth = w_ - 40;
     layout_[audioCheckLabel_] = {20, (h_ - 30) / 2, textWidth, 30};
 
-    const double titleHeight = measure_.textHeight(audioGuardTitleLabel_, textWidth);
-    const double textHeight = measure_.textHeight(audioGuardTextLabel_, textWidth);
-    const double noteHeight = measure_.textHeight(audioGuardSetUpNoteLabel_, textWidth);
+    const double titleHeight = heightOf(audioGuardTitleLabel_, textWidth);
+    const double textHeight = heightOf(audioGuardTextLabel_, textWidth);
+    const double noteHeight = heightOf(audioGuardSetUpNoteLabel_, textWidth);
     // The note and the settings button are below the block's reference line.
     const double beneath = noteHeight + 12 + 36 + 12;
     const double bottom =
@@ -156,7 +139,7 @@ class Planner {
     const double textWidth = w_ - 40;
     const double codeBottom = (h_ - 300) / 2;
     layout_[onlineQRImageView_] = centred(codeBottom, 300, 300);
-    const double lineHeight = measure_.textHeight(onlineQRMicroLabel_, textWidth);
+    const double lineHeight = heightOf(onlineQRMicroLabel_, textWidth);
     layout_[onlineQRMicroLabel_] = {20, codeBottom - lineHeight - 52, textWidth, lineHeight};
     layout_[onlineAddressView_] = {20, codeBottom - 41, textWidth, 34};  // between the two
 
@@ -169,8 +152,8 @@ class Planner {
   /// The title, and beneath it what a problem has to say and to offer, centred as one.
   void layOutTitleInTheMiddle(double textWidth, bool isProblem) {
     constexpr double kButtonHeight = 36;
-    const double titleHeight = measure_.textHeight(onlineTitleLabel_, textWidth);
-    const double detailHeight = isProblem ? measure_.textHeight(onlineDetailLabel_, textWidth) : 0;
+    const double titleHeight = heightOf(onlineTitleLabel_, textWidth);
+    const double detailHeight = isProblem ? heightOf(onlineDetailLabel_, textWidth) : 0;
     const double beneath = isProblem ? 14 + detailHeight + 28 + kButtonHeight : 0;
     const double bottom = (h_ - titleHeight - beneath) / 2;
     layout_[onlineTitleLabel_] = {20, bottom + beneath, textWidth, titleHeight};
@@ -187,21 +170,18 @@ class Planner {
     }
   }
 
-  double buttonWidth(View button) const {
-    return std::max(160.0, std::ceil(measure_.textWidth(button)) + 36);
-  }
+  double buttonWidth(View button) const { return std::max(160.0, std::ceil(widthOf(button)) + 36); }
 
   /// The info line and, in a row beneath, one dot for each client.
   void layOutStatus() {
     constexpr double kGap = 10;
-    const double width = std::min(std::ceil(measure_.textWidth(onlineInfoLabel_)) + 16, w_ - 40);
-    const double height = std::ceil(measure_.lineHeight(onlineInfoLabel_) + 6);
+    const double width = std::min(std::ceil(widthOf(onlineInfoLabel_)) + 16, w_ - 40);
+    const double height = std::ceil(lineHeightOf(onlineInfoLabel_) + 6);
     const double y = std::round(h_ / 2 - 320);
     layout_[onlineInfoLabel_] = {std::floor((w_ - width) / 2), y, width, height};
 
     const int count = visibleStatusDots(state_);
-    const double dot =
-        std::clamp(std::floor(0.8 * measure_.fontPixels(onlineInfoLabel_)), 16.0, 24.0);
+    const double dot = std::clamp(std::floor(0.8 * pixelsOf(onlineInfoLabel_)), 16.0, 24.0);
     const double row = count * dot + (count - 1) * kGap;
     for (int i = 0; i < count; ++i) {
       layout_.statusDots.push_back(
@@ -215,16 +195,15 @@ class Planner {
     const bool isWifi = state_.page == Page::kWifi;
     const double foot = isWifi ? layout_[onlineInfoLabel_]->top() + 8 : 20;
     layout_[levelMeter_] = {20, foot + 10, 120, 4};
-    const double boxWidth = std::ceil(measure_.textWidth(playHereBox_)) + 30;
+    const double boxWidth = std::ceil(widthOf(playHereBox_)) + 30;
     layout_[playHereBox_] = {w_ - 20 - boxWidth, foot, boxWidth, 24};
 
     constexpr double kHeight = 28;
     constexpr double kGap = 12;
     const bool hasButton = state_.silent && state_.mayBeMoved;
     const double button =
-        hasButton ? std::max(80.0, std::ceil(measure_.textWidth(silenceMoveButton_)) + 28) : -kGap;
-    const double text =
-        std::min(std::ceil(measure_.textWidth(silenceLabel_)) + 8, w_ - 40 - button - kGap);
+        hasButton ? std::max(80.0, std::ceil(widthOf(silenceMoveButton_)) + 28) : -kGap;
+    const double text = std::min(std::ceil(widthOf(silenceLabel_)) + 8, w_ - 40 - button - kGap);
     const double x = std::floor((w_ - text - kGap - button) / 2);
     const double y = isWifi ? h_ / 2 + 150 + 8 : h_ / 2 + 80;
     layout_[silenceLabel_] = {x, y, text, kHeight};
@@ -236,9 +215,9 @@ class Planner {
     constexpr double kLargest = 64;
     constexpr double kSmallest = 28;
     double pixels = kLargest;
-    QSizeF label = measure_.fittedSize(connectedLabel_, pixels);
+    QSizeF label = sizeOf(connectedLabel_, pixels);
     while (label.width() + 84 > 0.8 * w_ && pixels > kSmallest) {
-      label = measure_.fittedSize(connectedLabel_, --pixels);
+      label = sizeOf(connectedLabel_, --pixels);
     }
 
     const double dot = std::clamp(0.06 * w_, 36.0, 60.0);
@@ -264,7 +243,8 @@ class Planner {
   double w_;
   double h_;
   const ScreenState& state_;
-  const TextMeasure measure_;
+  const Views& views_;
+  double scale_;
   Layout layout_;
 };
 
@@ -272,7 +252,7 @@ class Planner {
 
 Layout layoutUIForBounds(QSizeF bounds, const ScreenState& state, const Views& views,
                          double scale) {
-  return Planner(bounds, state, TextMeasure(views, scale, state.splash)).layOut();
+  return Planner(bounds, state, views, scale).layOut();
 }
 
 }  // namespace quorin::app

@@ -25,7 +25,7 @@ struct Layout {
   /// In the coordinates of the view's container; none for a view that has no place now.
   std::array<std::optional<Rect>, kViewCount> frames;
   std::vector<Rect> statusDots;  ///< one for each dot that is shown
-  double connectedFontPixels = 0;
+  double connectedFontPixels = 64;
 
   std::optional<Rect>& operator[](View view) { return frames[indexOf(view)]; }
   const std::optional<Rect>& operator[](View view) const { return frames[indexOf(view)]; }

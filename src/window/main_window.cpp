@@ -29,14 +29,10 @@ MainWindow::MainWindow(QWidget* parent)
   layout->setContentsMargins({});
   layout->addWidget(area_);
 
-  const auto onKey = [this](const QKeySequence& keys, Qt::ShortcutContext context, auto act) {
-    auto* const shortcut = new QShortcut(keys, this);
-    shortcut->setContext(context);
-    connect(shortcut, &QShortcut::activated, this, act);
-  };
-  onKey(Qt::CTRL | Qt::Key_Q, Qt::ApplicationShortcut, &MainWindow::quitRequested);
-  onKey(Qt::CTRL | Qt::Key_W, Qt::WindowShortcut, &MainWindow::close);
-  onKey(Qt::Key_F1, Qt::WindowShortcut, &MainWindow::helpRequested);
+  new QShortcut(Qt::CTRL | Qt::Key_Q, this, this, &MainWindow::quitRequested,
+                Qt::ApplicationShortcut);
+  new QShortcut(Qt::CTRL | Qt::Key_W, this, this, &MainWindow::close);
+  new QShortcut(Qt::Key_F1, this, this, &MainWindow::helpRequested);
 }
 
 void MainWindow::placeInitially() {
@@ -72,6 +68,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 }
 
 bool MainWindow::event(QEvent* event) {
+  if (event->type() == QEvent::Show || event->type() == QEvent::Hide) emit visibilityChanged();
   // The window manager has decorated the window by the time it activates it.
   if (event->type() == QEvent::WindowActivate && std::exchange(isPlaced_, true) == false) {
     QTimer::singleShot(0, this, &MainWindow::fitIntoWorkArea);
@@ -82,14 +79,6 @@ bool MainWindow::event(QEvent* event) {
 bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() == QEvent::Resize) emit resized();
   return QWidget::eventFilter(watched, event);
-}
-
-void MainWindow::showEvent(QShowEvent*) {
-  emit visibilityChanged();
-}
-
-void MainWindow::hideEvent(QHideEvent*) {
-  emit visibilityChanged();
 }
 
 }  // namespace quorin::app

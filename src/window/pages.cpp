@@ -26,8 +26,7 @@ Pages::Pages(const Texts& texts, Views& views, Screens& screens)
 
 void Pages::open(Page page) {
   screens_.update([page](ScreenState& state) { state.page = page; });
-  const bool isMenuShown = page == Page::kMenu && pageIsInFront(screens_.state());
-  if (isMenuShown && menuShown_) menuShown_();
+  if (page == Page::kMenu && pageIsInFront(screens_.state())) callbacks_.menuShown();
 }
 
 void Pages::leavePages() {
@@ -59,19 +58,11 @@ void Pages::showWiFiPage(const WiFiPage& page) {
   });
 }
 
-void Pages::presentMessage(const QString& text, bool isStatus) {
-  console_.presentMessage(text, isStatus);
-}
-
 void Pages::confirmStop(std::function<void()> stop) {
   QWidget* const window = views_.contentView->window();
   window->show();
   if (stopQuestion_) stopQuestion_->reject();  // a newer question replaces it
   stopQuestion_ = askToStop(texts_, window, std::move(stop));
-}
-
-void Pages::openPrivacyTerms() {
-  showPrivacyTerms(texts_, views_.contentView->window());
 }
 
 void Pages::apply(const GuardState& guard) {
@@ -126,10 +117,6 @@ void Pages::showSound(const Sound& sound) {
 
 void Pages::showSplashGone() {
   screens_.update([](ScreenState& state) { state.splash = false; });
-}
-
-void Pages::showSettingsMissing(desktop::SettingsPage page) {
-  showSettingsHelp(texts_, page, views_.contentView->window());
 }
 
 }  // namespace quorin::app

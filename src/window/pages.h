@@ -4,7 +4,6 @@
 #include "modes/device_loan.h"
 #include "modes/guard_flow.h"
 #include "modes/modes_window.h"
-#include "platform/desktop/settings.h"
 #include "ui/texts.h"
 #include "window/alert.h"
 #include "window/console.h"
@@ -23,14 +22,12 @@ class Pages : public ModesWindow, public GuardScreens {
   /// All three outlive this.
   Pages(const Texts& texts, Views& views, Screens& screens);
 
-  /// What the guard calls when the devices are no longer right.
-  void setStopAllSessions(std::function<void()> stop) { stopAllSessions_ = std::move(stop); }
-
-  /// What the guard's button does.
-  void setLendDevice(std::function<void()> lend) { lendDevice_ = std::move(lend); }
-
-  /// `shown` runs whenever the menu comes to the front.
-  void setMenuShown(std::function<void()> shown) { menuShown_ = std::move(shown); }
+  struct Callbacks {
+    std::function<void()> stopAllSessions = [] {};  ///< the devices are no longer right
+    std::function<void()> lendDevice = [] {};       ///< the guard's button
+    std::function<void()> menuShown = [] {};        ///< whenever the menu comes to the front
+  };
+  void setCallbacks(Callbacks callbacks) { callbacks_ = std::move(callbacks); }
 
   /// The cable page, waiting or connected.
   void showCable(const CableState& state);
@@ -46,31 +43,26 @@ class Pages : public ModesWindow, public GuardScreens {
 
   void showSplashGone();
 
-  /// No settings program could be opened: says in words where to look.
-  void showSettingsMissing(desktop::SettingsPage page);
-
-  void openPrivacyTerms();
-
   void open(Page page) override;
   void showWiFiPage(const WiFiPage& page) override;
-  void presentMessage(const QString& text, bool isStatus) override;
+  void presentMessage(const QString& text, bool isStatus) override {
+    console_.presentMessage(text, isStatus);
+  }
   void confirmStop(std::function<void()> stop) override;
 
   bool splashIsUp() const override { return screens_.state().splash; }
   void apply(const GuardState& guard) override;
   void leavePages() override;
   void showMenu() override { open(Page::kMenu); }
-  void stopAllSessionsForAudioChange() override { stopAllSessions_(); }
-  void lendDevice() override { lendDevice_(); }
+  void stopAllSessionsForAudioChange() override { callbacks_.stopAllSessions(); }
+  void lendDevice() override { callbacks_.lendDevice(); }
 
  private:
   const Texts& texts_;
   Views& views_;
   Screens& screens_;
   Console console_;
-  std::function<void()> stopAllSessions_;
-  std::function<void()> lendDevice_;
-  std::function<void()> menuShown_;
+  Callbacks callbacks_;
   QPointer<Alert> stopQuestion_;  ///< while it is asked
 };
 

@@ -15,16 +15,16 @@ namespace {
 constexpr QSizeF kGrowsFrom{1920, 1080};
 
 bool hasPicture(const QWidget& widget) {
-  const auto* const image = qobject_cast<const ImageView*>(&widget);
+  const auto* const image = qobject_cast<const NonInteractiveImageView*>(&widget);
   return !image || image->hasImage();
 }
 
 /// From the layout's coordinates to the toolkit's, whose y grows downwards from the top.
-QRect toWidget(const Rect& frame, double containerHeight, double scale) {
+QRect toWidget(const Rect& frame, const QWidget& container, double scale) {
   const auto scaled = [scale](double points) {
     return static_cast<int>(std::lround(points * scale));
   };
-  return {scaled(frame.x), scaled(containerHeight - frame.top()), scaled(frame.width),
+  return {scaled(frame.x), container.height() - scaled(frame.top()), scaled(frame.width),
           scaled(frame.height)};
 }
 
@@ -34,33 +34,21 @@ struct Words {
   View status;  ///< said on entering and whenever it changes
 };
 
-Words wordsOf(Screen screen) {
-  using enum View;
-  switch (screen) {
-    case Screen::kSplash:
-    case Screen::kNone:
-      break;
-    case Screen::kMicrophone:
-      return {micDeniedLabel_, contentView};
-    case Screen::kGuard:
-      return {audioGuardTitleLabel_, audioGuardTextLabel_};
-    case Screen::kChecking:
-      return {audioCheckLabel_, contentView};
-    case Screen::kMenu:
-      return {menuHeaderLabel_, contentView};
-    case Screen::kCableWaiting:
-      return {usbMainLabel_, usbSecondary2Label_};
-    case Screen::kCableConnected:
-      return {contentView, connectedLabel_};
-    case Screen::kWifiCode:
-      return {menuOnlineTitle_, onlineInfoLabel_};
-    case Screen::kWifiMessage:
-      return {contentView, onlineTitleLabel_};
-    case Screen::kWifiProblem:
-      return {onlineTitleLabel_, onlineDetailLabel_};
-  }
-  return {contentView, contentView};
-}
+/// For each `Screen`; `contentView` stands for nothing to say.
+constexpr Words kWords[] = {
+    {View::contentView, View::contentView},  // the splash
+    {View::micDeniedLabel_, View::contentView},
+    {View::audioGuardTitleLabel_, View::audioGuardTextLabel_},
+    {View::audioCheckLabel_, View::contentView},
+    {View::contentView, View::contentView},  // no page yet
+    {View::menuHeaderLabel_, View::contentView},
+    {View::usbMainLabel_, View::usbSecondary2Label_},
+    {View::contentView, View::connectedLabel_},
+    {View::menuOnlineTitle_, View::onlineInfoLabel_},
+    {View::contentView, View::onlineTitleLabel_},
+    {View::onlineTitleLabel_, View::onlineDetailLabel_},
+};
+static_assert(std::size(kWords) == static_cast<std::size_t>(Screen::kWifiProblem) + 1);
 
 }  // namespace
 
@@ -120,18 +108,15 @@ void Screens::layoutUI() {
 
   views_.connectedLabel_->setPixelSize(layout.connectedFontPixels * scale);
   for (std::size_t i = 0; i < kViewCount; ++i) {
-    const auto view = static_cast<View>(i);
-    if (!views_.find(view) || !layout[view]) continue;
-    const View container = kContainers[i];
-    const double height =
-        container == View::contentView ? bounds.height() : layout[container]->height;
-    views_.find(view)->setGeometry(toWidget(*layout[view], height, scale));
+    QWidget* const view = views_.find(static_cast<View>(i));
+    const auto& frame = layout.frames[i];
+    if (view && frame) view->setGeometry(toWidget(*frame, *view->parentWidget(), scale));
   }
   for (std::size_t i = 0; i < views_.onlineStatusDots_.size(); ++i) {
     PhoneDot& dot = *views_.onlineStatusDots_[i];
     const bool isShown = i < layout.statusDots.size();
     if (isShown) {
-      dot.setGeometry(toWidget(layout.statusDots[i], bounds.height(), scale));
+      dot.setGeometry(toWidget(layout.statusDots[i], *dot.parentWidget(), scale));
     } else if (dot.hasFocus() && !layout.statusDots.empty()) {
       views_.onlineStatusDots_[layout.statusDots.size() - 1]->setFocus(Qt::TabFocusReason);
     }
@@ -141,7 +126,7 @@ void Screens::layoutUI() {
 
 void Screens::announce() {
   const Screen screen = screenOf(state_);
-  const auto [title, status] = wordsOf(screen);
+  const auto [title, status] = kWords[static_cast<std::size_t>(screen)];
   const auto textOfView = [this](View view) {
     return view == View::contentView ? QString() : textOf(*views_.find(view));
   };

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <array>
 #include <bitset>
 #include <cstddef>
-#include <string_view>
 
 namespace quorin::app {
 
@@ -20,7 +18,7 @@ namespace quorin::app {
 /// few that `Views::Views` raises.
 #define QUORIN_VIEWS(VIEW)                                                                         \
   VIEW(GradientView, backgroundGradient_, contentView, always)                                     \
-  VIEW(ShadeView, splashOverlay_, contentView, on(kSplash), Qt::black)                             \
+  VIEW(ContainerView, splashOverlay_, contentView, on(kSplash), Qt::black)                         \
   VIEW(NonInteractiveImageView, splashImageView_, splashOverlay_, on(kSplash),                     \
        imageForView("Logo 1"))                                                                     \
   VIEW(NonInteractiveImageView, topLogoImageView_, contentView, !on(kSplash),                      \
@@ -58,11 +56,11 @@ namespace quorin::app {
   VIEW(NonInteractiveLabel, menuCopyrightLabel_, menuContainer_, on(kMenu),                        \
        tr("footer.copyright"), grey(12))                                                           \
                                                                                                    \
-  VIEW(ShadeView, audioCheckOverlay_, contentView, on(kChecking), withAlpha(Qt::black, 0.15))      \
+  VIEW(ContainerView, audioCheckOverlay_, contentView, on(kChecking), withAlpha(Qt::black, 0.15))  \
   VIEW(NonInteractiveLabel, audioCheckLabel_, audioCheckOverlay_, on(kChecking),                   \
        tr("audio.verifying"), white(20, QFont::DemiBold))                                          \
                                                                                                    \
-  VIEW(ShadeView, audioGuardView_, contentView, on(kGuard), withAlpha(Qt::black, 0.2))             \
+  VIEW(ContainerView, audioGuardView_, contentView, on(kGuard), withAlpha(Qt::black, 0.2))         \
   VIEW(NonInteractiveLabel, audioGuardTitleLabel_, audioGuardView_, on(kGuard),                    \
        tr("audio.guard.title"), wrapped(white(28, QFont::Bold)))                                   \
   VIEW(NonInteractiveLabel, audioGuardTextLabel_, audioGuardView_, on(kGuard),                     \
@@ -77,7 +75,7 @@ namespace quorin::app {
        tr("audio.guard.setup.note"), wrapped(grey(13)))                                            \
                                                                                                    \
   VIEW(ContainerView, micDeniedView_, contentView, on(kMicrophone))                                \
-  VIEW(ImageView, micDeniedImageView_, micDeniedView_, on(kMicrophone),                            \
+  VIEW(NonInteractiveImageView, micDeniedImageView_, micDeniedView_, on(kMicrophone),              \
        symbol("mic.slash", colors::kWhite))                                                        \
   VIEW(NonInteractiveLabel, micDeniedLabel_, micDeniedView_, on(kMicrophone),                      \
        tr("mic.overlay.text"), wrapped(white(16)))                                                 \
@@ -93,11 +91,11 @@ namespace quorin::app {
   VIEW(NonInteractiveLabel, cableStatusLabel, bottomBar_, never, tr("waiting_connection"),         \
        white(20, QFont::Bold))                                                                     \
   VIEW(ContainerView, connectedContainer_, contentView, on(kCableConnected))                       \
-  VIEW(ImageView, connectedDotView_, connectedContainer_, on(kCableConnected),                     \
+  VIEW(NonInteractiveImageView, connectedDotView_, connectedContainer_, on(kCableConnected),       \
        symbol("circle.fill", colors::kGreen))                                                      \
   VIEW(NonInteractiveLabel, connectedLabel_, connectedContainer_, on(kCableConnected),             \
        tr("usb.connected"), atTheLeft(white(48, QFont::Bold)))                                     \
-  VIEW(ImageView, connectedQRImageView_, connectedContainer_, never, nullptr)                      \
+  VIEW(NonInteractiveImageView, connectedQRImageView_, connectedContainer_, never, nullptr)        \
                                                                                                    \
   VIEW(ContainerView, onlineContainer_, contentView, onWifi)                                       \
   VIEW(NonInteractiveLabel, onlineTitleLabel_, onlineContainer_, on(kWifiMessage, kWifiProblem),   \
@@ -144,18 +142,6 @@ inline constexpr auto kViewCount = static_cast<std::size_t>(View::contentView);
 constexpr std::size_t indexOf(View view) {
   return static_cast<std::size_t>(view);
 }
-
-inline constexpr std::array<std::string_view, kViewCount> kViewNames = {
-#define QUORIN_NAME(kind, name, ...) #name,
-    QUORIN_VIEWS(QUORIN_NAME)
-#undef QUORIN_NAME
-};
-
-inline constexpr std::array<View, kViewCount> kContainers = {
-#define QUORIN_CONTAINER(kind, name, container, ...) View::container,
-    QUORIN_VIEWS(QUORIN_CONTAINER)
-#undef QUORIN_CONTAINER
-};
 
 using ViewSet = std::bitset<kViewCount>;
 

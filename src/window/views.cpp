@@ -3,9 +3,8 @@
 #include "core/identity.h"
 #include "ui/accessibility.h"
 #include "ui/appearance.h"
-#include "ui/images.h"
+#include "ui/picture.h"
 
-#include <QKeySequence>
 #include <QShortcut>
 #include <cmath>
 #include <utility>
@@ -60,7 +59,7 @@ Views::Views(QWidget& content, const Texts& texts, std::unique_ptr<QWidget> pane
   const auto tr = [&texts](TrKey key) { return texts.tr(key); };
 #define QUORIN_BUILD(kind, name, container, shown, ...)  \
   name = new kind(__VA_ARGS__ __VA_OPT__(, ) container); \
-  enter(View::name, name);
+  enter(View::name, name, #name);
   QUORIN_VIEWS(QUORIN_BUILD)
 #undef QUORIN_BUILD
 
@@ -78,11 +77,9 @@ Views::Views(QWidget& content, const Texts& texts, std::unique_ptr<QWidget> pane
   describeCard(*menuOnlineButton_, *menuOnlineTitle_, *menuOnlineNote_);
   describeCard(*menuOfflineButton_, *menuOfflineTitle_, *menuOfflineNote_);
   QObject::connect(onlineQRImageView_, &CodeView::clicked, onlineAddressView_, &AddressView::copy);
-  for (const QKeySequence& keys :
-       {QKeySequence(Qt::Key_Escape), QKeySequence(Qt::ALT | Qt::Key_Left)}) {
+  for (const QKeySequence keys : {Qt::Key_Escape | Qt::NoModifier, Qt::ALT | Qt::Key_Left}) {
     // Active while the button is visible.
-    QObject::connect(new QShortcut(keys, backButton_), &QShortcut::activated, backButton_,
-                     &QAbstractButton::click);
+    new QShortcut(keys, backButton_, backButton_, &QAbstractButton::click);
   }
   backButton_->raise();
   splashOverlay_->raise();
@@ -91,9 +88,8 @@ Views::Views(QWidget& content, const Texts& texts, std::unique_ptr<QWidget> pane
   splashImageView_->setVisible(splashImageView_->hasImage());
 }
 
-void Views::enter(View view, QWidget* widget) {
-  const std::string_view name = kViewNames[indexOf(view)];
-  widget->setObjectName(QLatin1String(name.data(), static_cast<qsizetype>(name.size())));
+void Views::enter(View view, QWidget* widget, const char* name) {
+  widget->setObjectName(QLatin1String(name));
   widget->hide();
   widgets_[indexOf(view)] = widget;
   fontPixels_[indexOf(view)] = widget->font().pixelSize();

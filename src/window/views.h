@@ -1,10 +1,10 @@
 #pragma once
 
 #include "ui/address_view.h"
-#include "ui/code_view.h"
 #include "ui/containers.h"
 #include "ui/controls.h"
 #include "ui/phone_dot.h"
+#include "ui/qr_code.h"
 #include "ui/stream_controls.h"
 #include "ui/texts.h"
 #include "window/screen_state.h"
@@ -50,7 +50,7 @@ struct Views {
   std::array<PhoneDot*, kMaxStatusDots> onlineStatusDots_{};
 
  private:
-  void enter(View view, QWidget* widget);
+  void enter(View view, QWidget* widget, const char* name);
 
   std::array<QWidget*, kViewCount> widgets_{};
   std::array<double, kViewCount> fontPixels_{};  ///< at scale 1; -1 where the table has none

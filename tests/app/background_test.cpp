@@ -9,8 +9,7 @@
 namespace quorin::app {
 namespace {
 
-TEST(StreamNews, TellsOfTheStreamWhileNobodySeesIt) {
-  using enum News;
+TEST(StreamNews, NotifiesOfChangesWhileTheWindowIsHidden) {
   const StreamState menu{.windowShown = false};
   const auto listening = [](std::size_t phones) {
     return StreamState{.windowShown = false, .streaming = true, .listeners = phones};
@@ -21,31 +20,33 @@ TEST(StreamNews, TellsOfTheStreamWhileNobodySeesIt) {
   const struct {
     const char* situation;
     std::vector<StreamState> steps;
-    std::vector<News> news;
+    std::vector<std::string> titles;
   } cases[] = {
-      {"the window is seen", {shown, {.streaming = true, .listeners = 2}, {}}, {}},
-      {"closed without a stream", {{}, menu}, {}},
-      {"closed twice", {shown, listening(1), shown, listening(1)}, {kGoesOn}},
+      {"the window is visible", {shown, {.streaming = true, .listeners = 2}, {}}, {}},
+      {"closed without a stream", {{}, menu}, {"goes_on"}},
+      {"closed twice", {shown, listening(1), shown, listening(1)}, {"goes_on"}},
       {"phones come and go",
        {shown, listening(1), listening(3), listening(2), listening(2)},
-       {kGoesOn, kJoined, kLeft}},
-      {"the stream is stopped on purpose", {shown, listening(1), menu}, {kGoesOn}},
-      {"the devices change", {shown, listening(1), guard, guard}, {kGoesOn, kStopped}},
+       {"goes_on", "joined", "left"}},
+      {"the stream is stopped on purpose", {shown, listening(1), menu}, {"goes_on"}},
+      {"the devices change", {shown, listening(1), guard, guard}, {"goes_on", "stopped"}},
       {"the port is lost, and found",
        {shown, listening(1), busy, busy, listening(1)},
-       {kGoesOn, kNotStarted, kJoined}},
+       {"goes_on", "not_started", "joined"}},
   };
   for (const auto& [situation, steps, expected] : cases) {
     StreamNews rules;
-    std::vector<News> news;
+    std::vector<std::string> titles;
     for (const auto& step : steps) {
-      if (const auto told = rules.take(step)) news.push_back(*told);
+      if (const auto title = rules.take(step)) {
+        titles.push_back(std::string(title->name()).substr(std::string("notice.").size()));
+      }
     }
-    EXPECT_EQ(news, expected) << situation;
+    EXPECT_EQ(titles, expected) << situation;
   }
 }
 
-TEST(Background, TheIconsMenuDoesWhatItSays) {
+TEST(Background, TheMenuOfTheIconActs) {
   dispatch::SimulatedScheduler time;
   const Texts texts({"en"});
   QStringList done;
@@ -63,8 +64,7 @@ TEST(Background, TheIconsMenuDoesWhatItSays) {
   };
   EXPECT_EQ(clickAll(), QStringList({"show", "quit"}));
   EXPECT_EQ(background.toolTip(), "Quorin Stream: Nothing is sent");
-  background.update({.streaming = true, .listeners = 2});
-  background.offerPlayHere(true, false);
+  background.update({.streaming = true, .listeners = 2, .lent = true});
   EXPECT_EQ(clickAll(), QStringList({"show", "play", "stop", "quit"}));
   EXPECT_EQ(background.toolTip(), "Quorin Stream: 2 phones listen");
 }

@@ -16,9 +16,7 @@ using ::testing::HasSubstr;
 
 Facts rightFacts() {
   const audio::Device quorin{.number = 1, .name = "Quorin Audio", .format = {}};
-  return {.version = "1.0.0 (abc)",
-          .qtVersion = "6.4.2",
-          .devices = {.output = quorin,
+  return {.devices = {.output = quorin,
                       .input = quorin,
                       .server = "pulseaudio 16.1",
                       .outputs = {"Speaker", "Quorin Audio"},
@@ -34,7 +32,7 @@ Facts rightFacts() {
 }
 
 TEST(Diagnosis, HasNothingToAdviseWhenAllIsRight) {
-  const auto findings = diagnose(rightFacts());
+  const auto findings = diagnose(rightFacts(), Texts({"en"}));
   EXPECT_TRUE(wouldStream(findings));
   for (const auto& finding : findings) EXPECT_EQ(finding.advice, "") << finding.name.toStdString();
 }
@@ -93,7 +91,7 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
        [](Facts& f) {
          f.cable = {.service = usb::UsbService::kMissing, .remedy = {.command = "x"}};
        },
-       true, "not installed", "Only the cable needs it: x"},
+       true, "not installed", "Only the cable needs it. The USB"},
       {"USB service", [](Facts& f) { f.cable = {.service = usb::UsbService::kRunning}; }, true,
        "phones: 0", "carries data"},
       {"USB service", [](Facts& f) { f.cable.answer = usb::PhoneAnswer::kLocked; }, true,
@@ -105,7 +103,7 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
     SCOPED_TRACE(wrong.name);
     auto facts = rightFacts();
     wrong.spoil(facts);
-    const auto findings = diagnose(facts);
+    const auto findings = diagnose(facts, Texts({"en"}));
     EXPECT_EQ(wouldStream(findings), wrong.streams);
     const auto finding = std::ranges::find(findings, QString(wrong.name), &Finding::name);
     ASSERT_NE(finding, findings.end());
@@ -118,7 +116,8 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
     Texts spanish({"es"});
     QCoreApplication::installTranslator(&spanish.translator());
     const auto inSpanish =
-        diagnose(facts).at(static_cast<std::size_t>(std::distance(findings.begin(), finding)));
+        diagnose(facts, spanish)
+            .at(static_cast<std::size_t>(std::distance(findings.begin(), finding)));
     QCoreApplication::removeTranslator(&spanish.translator());
     EXPECT_NE(inSpanish.name, finding->name);
     EXPECT_TRUE(finding->advice.isEmpty() || inSpanish.advice != finding->advice);

@@ -22,55 +22,6 @@ const Endpoint kInput{.index = 2, .name = "quorin_audio_input", .description = "
 const Endpoint kSink{.index = 3, .name = "quorin_audio", .description = "Quorin Audio"};
 const Endpoint kForeign{.index = 4, .name = "virtual", .description = "QUORIN AUDIO (2ch)"};
 
-TEST(FormerDefaults, RememberWhatTheDeviceReplaced) {
-  const struct {
-    const char* situation;
-    Defaults current, remembered, result;
-  } cases[] = {
-      {"the first time", {"speaker", "microphone"}, {}, {"speaker", "microphone"}},
-      {"again", {"quorin_audio", "quorin_audio.monitor"}, {"speaker", "mic"}, {"speaker", "mic"}},
-      {"after a change", {"headset", "quorin_audio_input"}, {"speaker", "mic"}, {"headset", "mic"}},
-      {"another one of the name", {"virtual", "mic"}, {"speaker", ""}, {"speaker", "mic"}},
-      {"no devices", {"auto_null", "auto_null.monitor"}, {"speaker", "mic"}, {"speaker", "mic"}},
-      {"no default yet", {"@DEFAULT_SINK@", "@DEFAULT_SOURCE@"}, {}, {}},
-  };
-  for (const auto& [situation, current, remembered, result] : cases) {
-    Snapshot snapshot;
-    snapshot.sinks = {kSpeaker, kForeign};
-    snapshot.defaultSink = current.output;
-    snapshot.defaultSource = current.input;
-    EXPECT_EQ(toRemember(snapshot, remembered), result) << situation;
-  }
-}
-
-TEST(Loan, KeepsTheDefaultsThatTheUserHasNotTakenBack) {
-  const struct {
-    const char* situation;
-    Defaults current;
-    bool isThere;
-    Holds before, after;
-  } cases[] = {
-      {"as lent", {"quorin_audio", "quorin_audio_input"}, true, kBoth, kBoth},
-      {"output taken back", {"speaker", "quorin_audio_input"}, true, kBoth, {false, true}},
-      {"input taken back", {"quorin_audio", "speaker.monitor"}, true, kBoth, {true, false}},
-      {"chosen again", {"quorin_audio", "quorin_audio_input"}, true, {false, false}, kBoth},
-      {"the server goes", {"speaker", "speaker.monitor"}, false, kBoth, kBoth},
-      {"its devices are gone", {"headset", "@DEFAULT_SOURCE@"}, true, {true, false}, {true, false}},
-  };
-  for (const auto& [situation, current, isThere, before, after] : cases) {
-    Snapshot snapshot;
-    snapshot.sinks = {kSpeaker};
-    snapshot.sources = {kMonitor};
-    if (isThere) {
-      snapshot.sinks.push_back(kSink);
-      snapshot.sources.push_back(kInput);
-    }
-    snapshot.defaultSink = current.output;
-    snapshot.defaultSource = current.input;
-    EXPECT_EQ(stillHeld(snapshot, before), after) << situation;
-  }
-}
-
 TEST(SoundLine, SaysWhyNothingIsHeard) {
   const Playback firefox{.index = 1, .sink = 1, .program = "Fire\tfox"};
   const Playback onDevice{.index = 1, .sink = 3, .program = "Firefox"};

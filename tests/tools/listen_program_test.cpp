@@ -1,12 +1,9 @@
 #include "measure/wav_file.h"
 #include "support/child_process.h"
 #include "support/eventually.h"
-#include "support/fake_phone.h"
 #include "support/temporary_directory.h"
 #include "support/udp_peer.h"
-#include "usb/device_information.h"
 #include "wire/audio_chunk.h"
-#include "wire/cable_frames.h"
 #include "wire/control_message.h"
 
 #include <gmock/gmock.h>
@@ -92,44 +89,6 @@ TEST_F(QuorinListen, RecordsMeasuresAndDrawsWhatItHears) {
     const auto arrivals = test::contentOf(path("a.txt"));
     EXPECT_EQ(std::ranges::count(arrivals, '\n'), kDatagrams);
   }
-}
-
-posix::FileDescriptor connectTo(std::uint16_t port) {
-  posix::FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  const auto address = wire::Endpoint{.address = INADDR_LOOPBACK, .port = port}.socketAddress();
-  const auto* generic = reinterpret_cast<const sockaddr*>(&address);
-  EXPECT_TRUE(
-      test::eventually([&] { return ::connect(socket.get(), generic, sizeof address) == 0; }));
-  return socket;
-}
-
-TEST_F(QuorinListen, IsThePhoneAtTheEndOfTheCable) {
-  constexpr std::uint16_t kPort = 23456;
-  start({"--cable", "--port", std::to_string(kPort), "--json", "--wav", path("c.wav")});
-  const auto type = [](wire::CableFrame frame) { return static_cast<std::uint32_t>(frame); };
-  const test::Bytes chunk(wire::kChunkBytes);
-  for (int channel = 0; channel < 2; ++channel) {  // after one the next is welcome
-    test::FakePhone computer(connectTo(kPort));
-    const auto isAnswered = [&](std::size_t frames) {
-      return test::eventually([&] {
-        computer.turn();
-        return computer.frames.size() >= frames;
-      });
-    };
-    ASSERT_TRUE(isAnswered(1)) << said("err");
-    EXPECT_EQ(computer.frames[0].type, type(wire::CableFrame::kDeviceInformation));
-    EXPECT_TRUE(usb::readDeviceInformation(computer.frames[0].payload));
-
-    for (int i = 0; i < 10; ++i) computer.send(type(wire::CableFrame::kAudio), 0, chunk);
-    computer.send(type(wire::CableFrame::kText), 0, wire::encodeText("hola"));
-    computer.send(type(wire::CableFrame::kPing), 77, {});
-    ASSERT_TRUE(isAnswered(2));
-    EXPECT_EQ(computer.frames[1], (test::SentFrame{type(wire::CableFrame::kPong), 77, {}}));
-  }
-  ::kill(process_.pid(), SIGINT);
-  EXPECT_EQ(process_.wait(), 0);
-  EXPECT_THAT(said("err"), HasSubstr("the computer writes: hola"));
-  EXPECT_EQ(measure::readWav(path("c.wav")).value().size(), 20 * wire::kChunkFrames);
 }
 
 TEST_F(QuorinListen, ASignalEndsItWithItsReport) {

@@ -1,6 +1,6 @@
 #include "support/child_process.h"
 #include "support/private_bus.h"
-#include "ui/qr_picture.h"
+#include "ui/qr_code.h"
 #include "window/window_fixture.h"
 
 #include <QAccessible>

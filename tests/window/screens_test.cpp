@@ -1,7 +1,7 @@
 #include "window/screens.h"
 
 #include "support/code_photo.h"
-#include "ui/qr_picture.h"
+#include "ui/qr_code.h"
 #include "window/window_fixture.h"
 
 #include <QSignalSpy>
@@ -77,8 +77,8 @@ TEST_F(ScreensTest, LongTextsNeitherOverlapNorLeaveTheWindow) {
         const bool isText = qobject_cast<const QLabel*>(view) != nullptr ||
                             qobject_cast<const PushButton*>(view) != nullptr;
         const bool hasText = isText && !view->property("text").toString().isEmpty();
-        const bool isPicture =
-            qobject_cast<const ImageView*>(view) != nullptr || view == views_.onlineQRImageView_;
+        const bool isPicture = qobject_cast<const NonInteractiveImageView*>(view) != nullptr ||
+                               view == views_.onlineQRImageView_;
         if (view->isVisible() && (hasText || isPicture) && view != views_.menuPrivacyButton_) {
           shown.append(view);
         }

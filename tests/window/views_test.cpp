@@ -1,7 +1,7 @@
 #include "window/views.h"
 
 #include "ui/appearance.h"
-#include "ui/qr_picture.h"
+#include "ui/qr_code.h"
 #include "window/window_fixture.h"
 
 #include <QAccessible>
@@ -42,10 +42,10 @@ TEST_F(ViewsTest, ControlsHaveANameAndARoleAndDecorationsNoName) {
       const bool isText = qobject_cast<QLabel*>(widget);
       if (qobject_cast<QAbstractButton*>(widget)) {
         EXPECT_THAT(interface->role(), testing::AnyOf(QAccessible::Button, QAccessible::CheckBox));
-      } else if (qobject_cast<ImageView*>(widget)) {
+      } else if (qobject_cast<NonInteractiveImageView*>(widget)) {
         EXPECT_EQ(interface->role(), QAccessible::Graphic) << name;
         EXPECT_EQ(interface->text(QAccessible::Name), "") << name;
-        EXPECT_TRUE(qobject_cast<ImageView*>(widget)->hasImage()) << name;
+        EXPECT_TRUE(qobject_cast<NonInteractiveImageView*>(widget)->hasImage()) << name;
       }
       const bool needsName = isText ? !qobject_cast<QLabel*>(widget)->text().isEmpty()
                                     : (widget->focusPolicy() & Qt::TabFocus) != 0;

@@ -6,7 +6,7 @@
 #include "modes/cable_status.h"
 #include "panel/content_view.h"
 #include "ui/appearance.h"
-#include "ui/qr_picture.h"
+#include "ui/qr_code.h"
 #include "window/alert.h"
 #include "window/main_window.h"
 #include "window/pages.h"

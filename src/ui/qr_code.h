@@ -1,8 +1,6 @@
 #pragma once
 
-#include "ui/picture.h"
-
-#include <QString>
+#include "ui/controls.h"
 
 namespace quorin::app {
 
@@ -15,7 +13,24 @@ enum class Correction { kL, kM };  ///< about 7 and 15 percent
 ///
 /// Every module covers the same whole number of the display's pixels, so its edges are sharp at
 /// every display factor; what that leaves over is shared between the sides.
-pictures::PicturePtr generateQRCodeFromString(const QString& text, double size,
-                                              Correction correction = Correction::kM);
+PicturePtr generateQRCodeFromString(const QString& text, double size,
+                                    Correction correction = Correction::kM);
+
+/// A code to scan; also a button that copies its content, which is the tool tip too.
+class CodeView : public PaintedButton {
+  Q_OBJECT
+ public:
+  explicit CodeView(QWidget* parent);
+
+  void showCode(PicturePtr picture, const QString& content);
+  const QString& content() const { return content_; }
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+
+ private:
+  PicturePtr picture_;
+  QString content_;
+};
 
 }  // namespace quorin::app

@@ -1,4 +1,4 @@
-#include "ui/qr_picture.h"
+#include "ui/qr_code.h"
 
 #include <qrencode.h>
 
@@ -12,7 +12,7 @@ namespace {
 
 using Code = std::unique_ptr<QRcode, decltype(&QRcode_free)>;
 
-class QrPicture final : public pictures::Picture {
+class QrPicture final : public Picture {
  public:
   QrPicture(Code code, double points) : code_(std::move(code)), points_(points) {}
 
@@ -20,7 +20,7 @@ class QrPicture final : public pictures::Picture {
 
   void paint(QPainter& painter, const QRectF& target) const override {
     constexpr int kQuietZone = 4;  // modules on each side
-    const pictures::DevicePixels pixels(painter);
+    const DevicePixels pixels(painter);
     const QRectF place = pixels.map(target);
     const int modules = code_->width;
     const double side = std::min(place.width(), place.height());
@@ -44,8 +44,7 @@ class QrPicture final : public pictures::Picture {
 
 }  // namespace
 
-pictures::PicturePtr generateQRCodeFromString(const QString& text, double size,
-                                              Correction correction) {
+PicturePtr generateQRCodeFromString(const QString& text, double size, Correction correction) {
   QStringEncoder latin1(QStringEncoder::Latin1);
   const QByteArray bytes = latin1.encode(text);
   if (latin1.hasError()) return nullptr;
@@ -57,6 +56,23 @@ pictures::PicturePtr generateQRCodeFromString(const QString& text, double size,
                               correction == Correction::kL ? QR_ECLEVEL_L : QR_ECLEVEL_M),
             &QRcode_free);
   return code ? std::make_shared<QrPicture>(std::move(code), size) : nullptr;
+}
+
+CodeView::CodeView(QWidget* parent) : PaintedButton(parent) {
+  setCursor(Qt::PointingHandCursor);
+}
+
+void CodeView::showCode(PicturePtr picture, const QString& content) {
+  picture_ = std::move(picture);
+  content_ = content;
+  setToolTip(content);
+  update();
+}
+
+void CodeView::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  if (picture_) picture_->paint(painter, fitted(*picture_, rect()));
+  paintFocus(painter, rect(), 12);
 }
 
 }  // namespace quorin::app
