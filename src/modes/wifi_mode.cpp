@@ -3,9 +3,11 @@
 #include "core/identity.h"
 #include "core/log.h"
 #include "ui/qr_code.h"
-#include "wifi/port_text.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdlib>
+#include <limits>
 #include <string>
 #include <utility>
 
@@ -87,10 +89,16 @@ void WiFiMode::silentReenterOnlineMode() {
   });
 }
 
+/// 0 if there is none.
+int WiFiMode::portNumber() const {
+  const long long number = std::strtoll(qPrintable(state_.port), nullptr, 10);
+  return static_cast<int>(std::clamp<long long>(number, 0, std::numeric_limits<int>::max()));
+}
+
 void WiFiMode::openQRHelp() {
   if (state_.port.isEmpty()) state_.port = QString::number(wire::kDefaultPort);
-  const int port = wifi::leadingInteger(state_.port.toStdString());
-  if (!watch_.address() || port <= 0) {
+  const int port = portNumber();
+  if (!watch_.address() || port == 0) {
     parts_.window.presentMessage(parts_.texts.tr("qr.input.invalid"), true);
     return;
   }

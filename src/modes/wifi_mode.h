@@ -39,7 +39,8 @@ class WiFiMode {
   WiFiMode(const WiFiMode&) = delete;
   WiFiMode& operator=(const WiFiMode&) = delete;
 
-  /// Sets the text of the port field; validated when the server starts. If the page is open, the
+  /// Sets the text of the port field; the integer at its start is the port, validated when the server
+  /// starts. If the page is open, the
   /// server moves to that port.
   void setPort(const QString& port);
   const QString& port() const { return state_.port; }
@@ -71,9 +72,10 @@ class WiFiMode {
   void onNetworksChanged();
   void onAddressChanged(wifi::AddressStatus status);
 
-  void startUDP() { onStarted(server_.startUDP(state_.port.toStdString())); }
-  void restartUDP() { onStarted(server_.restartUDPForNetworkChange(state_.port.toStdString())); }
+  void startUDP() { onStarted(server_.startUDP(portNumber())); }
+  void restartUDP() { onStarted(server_.restartUDPForNetworkChange(portNumber())); }
   void stopUDP();
+  int portNumber() const;
   void onStarted(const wifi::UdpServer::Started& started);
   void silentReenterOnlineMode();
   void stream();

@@ -1,6 +1,5 @@
 #include "wifi/udp_server.h"
 
-#include "wifi/port_text.h"
 #include "wire/control_message.h"
 
 #include <algorithm>
@@ -38,19 +37,19 @@ UdpServer::~UdpServer() {
   close();
 }
 
-UdpServer::Started UdpServer::startUDP(std::string_view portText) {
+UdpServer::Started UdpServer::startUDP(int port) {
   assert(!isRunning());
   using Step = StartFailure::Step;
-  const auto port = parsePort(portText);
-  if (!port) return std::unexpected(StartFailure{.step = Step::kPort});
+  if (port < 1 || port > 65535) return std::unexpected(StartFailure{.step = Step::kPort});
+  const auto number = static_cast<std::uint16_t>(port);
   auto socket = network::DatagramSocket::open();
-  if (!socket) return std::unexpected(StartFailure{Step::kSocket, socket.error().value(), *port});
-  if (const auto error = socket->bind(*port)) {
-    return std::unexpected(StartFailure{Step::kBind, error.value(), *port});
+  if (!socket) return std::unexpected(StartFailure{Step::kSocket, socket.error().value(), number});
+  if (const auto error = socket->bind(number)) {
+    return std::unexpected(StartFailure{Step::kBind, error.value(), number});
   }
 
   udpSocket_ = std::move(*socket);
-  port_ = *port;
+  port_ = number;
   auto& queue = scheduler_.mainQueue();
   udpReadSource_ = queue.makeReadSource(udpSocket_->descriptor(), [this] { handleUDPReadable(); });
   udpClientTimeoutTimer_ = queue.makeTimer(kExpiryCheck, [this] { expireUDPClients(); });
@@ -64,14 +63,14 @@ void UdpServer::stopUDP() {
 }
 
 // The socket stays: it is bound to the wildcard address, which covers new addresses too.
-UdpServer::Started UdpServer::restartUDPForNetworkChange(std::string_view portText) {
-  if (isRunning() && parsePort(portText) == port_) {
+UdpServer::Started UdpServer::restartUDPForNetworkChange(int port) {
+  if (isRunning() && port == port_) {
     forgetClients();
     transport_.publishAudience(std::make_shared<Audience>());
     return {};
   }
   close();
-  return startUDP(portText);
+  return startUDP(port);
 }
 
 std::vector<Client> UdpServer::clients() const {

@@ -21,7 +21,7 @@ namespace quorin::wifi {
 /// Why the server did not start.
 struct StartFailure {
   enum class Step {
-    kPort,    ///< the text holds no port; nothing was changed
+    kPort,    ///< not within 1 to 65535; nothing was changed
     kSocket,  ///< no socket could be made
     kBind,    ///< the port is taken (EADDRINUSE) or not ours to take (EACCES)
   };
@@ -62,14 +62,14 @@ class UdpServer {
   using Started = std::expected<void, StartFailure>;
 
   /// Only while stopped.
-  Started startUDP(std::string_view portText);
+  Started startUDP(int port);
 
   /// Stops the send timer too. No effect while stopped.
   void stopUDP();
 
   /// Drops all clients, and rebinds if the port differs; starts a stopped server. The send timer
   /// keeps running.
-  Started restartUDPForNetworkChange(std::string_view portText);
+  Started restartUDPForNetworkChange(int port);
 
   bool isRunning() const { return udpSocket_.has_value(); }
   std::uint16_t port() const { return port_; }  ///< of the running server

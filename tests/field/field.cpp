@@ -77,7 +77,7 @@ void sendForged(const wire::Endpoint& source, const wire::Endpoint& to, std::str
 
 Computer::Computer() {
   watch_.startIPWatch();
-  if (const auto started = server_.startUDP(std::to_string(Phone::kServerPort)); !started) {
+  if (const auto started = server_.startUDP(Phone::kServerPort); !started) {
     throw std::system_error(started.error().error, std::generic_category(), "the server");
   }
   sender_.startAudioSendTimer();

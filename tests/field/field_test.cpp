@@ -62,7 +62,7 @@ TEST_F(Field, SoundTravelsAsVoiceThroughAHundredRestarts) {
   EXPECT_GT(::recv(wire.get(), packet.data(), packet.size(), 0), 1764);
   EXPECT_EQ(packet[1], 0xB8) << "DSCP EF";
   for (int i = 0; i < 100; ++i) {
-    computer.server().restartUDPForNetworkChange(std::to_string(Phone::kServerPort));
+    computer.server().restartUDPForNetworkChange(Phone::kServerPort);
     ASSERT_TRUE(computer.server().isRunning()) << "a send under way must not keep the port from us";
     ASSERT_TRUE(computer.until([&] {
       if (computer.server().clientCount() == 0) phone.says("<<HELLO>>");

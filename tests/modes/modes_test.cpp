@@ -281,14 +281,18 @@ TEST_F(ModesTest, ABusyPortIsShownAndRetriedUntilItIsFree) {
 }
 
 TEST_F(ModesTest, AnotherPortServesAtOnce) {
-  for (const char* typed : {"0", "abc", "65536"}) {
+  for (const char* typed : {"0", "-1", "abc", "65536 ", "99999999999999999999"}) {
     wifi_.setPort(typed);
     choosesWiFi();
     EXPECT_EQ(window_.headline(), "Introduce un puerto válido") << typed;
     EXPECT_THAT(window_.console, testing::Contains(texts_.tr("udp.port.invalid").toStdString()));
     window_.console.clear();
     const auto port = window_.page.otherPort.value();
-    wifi_.useOtherPort();
+    if (QString(typed) == "abc") {
+      wifi_.setPort(QString(" +%1 x").arg(port));
+    } else {
+      wifi_.useOtherPort();
+    }
     EXPECT_EQ(window_.page.codeText.toStdString(), "192.168.7.20:" + std::to_string(port));
     EXPECT_EQ(window_.page.content, Content::kCode);
     EXPECT_TRUE(wifi_.isServerRunning());

@@ -1,10 +1,8 @@
 #include "wifi/local_address.h"
-#include "wifi/port_text.h"
 #include "wifi/request.h"
 
 #include <gmock/gmock.h>
 
-#include <limits>
 #include <sstream>
 #include <string>
 
@@ -43,33 +41,6 @@ TEST(Request, IsFoundAnywhereInTheDatagramInTheOrderHelloPingStop) {
   };
   for (const auto& [name, datagram, expected] : cases) {
     EXPECT_EQ(parseRequest(datagram), expected) << name;
-  }
-}
-
-TEST(PortText, TheLeadingIntegerDecides) {
-  struct Case {
-    std::string_view text;
-    int integer;
-    std::optional<std::uint16_t> port;
-  };
-  constexpr int kMax = std::numeric_limits<int>::max();
-  constexpr int kMin = std::numeric_limits<int>::min();
-  for (const auto& [text, integer, port] : {
-           Case{"1", 1, 1},
-           Case{"65535", 65535, 65535},
-           Case{"  +9000", 9000, 9000},
-           Case{"\t007", 7, 7},
-           Case{"9000 x", 9000, 9000},
-           Case{"", 0, std::nullopt},
-           Case{"0", 0, std::nullopt},
-           Case{"-1", -1, std::nullopt},
-           Case{"abc", 0, std::nullopt},
-           Case{"65536", 65536, std::nullopt},
-           Case{"99999999999999999999", kMax, std::nullopt},
-           Case{"-99999999999999999999", kMin, std::nullopt},
-       }) {
-    EXPECT_EQ(leadingInteger(text), integer) << '"' << text << '"';
-    EXPECT_EQ(parsePort(text), port) << '"' << text << '"';
   }
 }
 

@@ -35,8 +35,8 @@ const std::vector<std::string> kAccepted{std::string(wire::kReady), std::string(
 class Server {
  public:
   /// Why it did not start, in words; "" for a start.
-  std::string start(const std::string& text) {
-    const auto started = server.startUDP(text);
+  std::string start(int portNumber) {
+    const auto started = server.startUDP(portNumber);
     if (started) return "";
     static constexpr const char* kSteps[] = {"port", "socket", "bind"};
     std::string why = kSteps[std::to_underlying(started.error().step)];
@@ -61,7 +61,6 @@ class Server {
   int takeReports() { return std::exchange(reports, 0); }
 
   const std::uint16_t port = freePort();
-  const std::string portText = std::to_string(port);
   dispatch::SimulatedScheduler scheduler;
   WifiTransport transport;
   std::unique_ptr<dispatch::SerialQueue> queue = stream::AudioSender::makeQueue(scheduler);
@@ -76,18 +75,19 @@ class UdpServerTest : public testing::Test, protected Server {};
 
 class RunningUdpServer : public UdpServerTest {
  protected:
-  RunningUdpServer() { EXPECT_EQ(start(portText), ""); }
+  RunningUdpServer() { EXPECT_EQ(start(port), ""); }
 };
 
 TEST_F(UdpServerTest, SaysWhyItDidNotStart) {
-  EXPECT_EQ(start("0"), "port");
+  EXPECT_EQ(start(0), "port");
+  EXPECT_EQ(start(65536), "port");
 
   Server other;
-  EXPECT_EQ(other.start(other.portText), "");
-  EXPECT_EQ(start(other.portText), "bind EADDRINUSE");
+  EXPECT_EQ(other.start(other.port), "");
+  EXPECT_EQ(start(other.port), "bind EADDRINUSE");
   other.newClient();
-  EXPECT_EQ(start(other.portText), "bind EADDRINUSE") << "beside a client's socket";
-  EXPECT_EQ(start(portText), "") << "a failure leaves nothing behind";
+  EXPECT_EQ(start(other.port), "bind EADDRINUSE") << "beside a client's socket";
+  EXPECT_EQ(start(port), "") << "a failure leaves nothing behind";
 }
 
 // What one phone sends, in order, and the answers.
