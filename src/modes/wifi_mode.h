@@ -39,9 +39,8 @@ class WiFiMode {
   WiFiMode(const WiFiMode&) = delete;
   WiFiMode& operator=(const WiFiMode&) = delete;
 
-  /// Sets the text of the port field; the integer at its start is the port, validated when the server
-  /// starts. If the page is open, the
-  /// server moves to that port.
+  /// Sets the text of the port field; the integer at its start is the port, validated when the
+  /// server starts. If the page is open, the server moves to that port.
   void setPort(const QString& port);
   const QString& port() const { return state_.port; }
 

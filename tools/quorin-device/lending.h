@@ -10,7 +10,8 @@ namespace quorin::device {
 
 enum class Duty : std::uint8_t { kLend, kWatch };
 
-/// Runs until standard input ends, or SIGTERM, SIGINT, SIGHUP or SIGQUIT comes; blocks these signals.
+/// Runs until standard input ends, or SIGTERM, SIGINT, SIGHUP or SIGQUIT comes; blocks these
+/// signals.
 ///
 /// `kLend` lends the device to whoever started this: creates it where it is missing, makes it the
 /// default and moves what plays to it; at the end it undoes that, but for what the user has changed

@@ -1,5 +1,6 @@
-#include "platform/network/datagram_socket.h"
 #include "platform/network/udp_ports.h"
+
+#include "platform/network/datagram_socket.h"
 
 #include <gtest/gtest.h>
 
