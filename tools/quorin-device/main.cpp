@@ -71,21 +71,16 @@ ConfigFolders configFolders() {
           .pipeWire = folder("XDG_CONFIG_HOME", ".config") / "pipewire"};
 }
 
+constexpr const char* kBeforeAdd = "defaults";  ///< the default devices before `add --default`
+constexpr const char* kBeforeLoan = "lent";     ///< the same of a loan; stays if it was killed
+
 std::filesystem::path stateFile(const char* name) {
   return folder("XDG_STATE_HOME", ".local/state") / "quorin-device" / name;
 }
-/// What was default before `add --default`.
-std::filesystem::path formerDefaults() {
-  return stateFile("defaults");
-}
-/// The same of a loan; left behind by one that was killed.
-std::filesystem::path lentDefaults() {
-  return stateFile("lent");
-}
 
 Defaults remembered() {
-  const auto former = readDefaults(formerDefaults());
-  return former != Defaults() ? former : readDefaults(lentDefaults());
+  const auto former = readDefaults(stateFile(kBeforeAdd));
+  return former != Defaults() ? former : readDefaults(stateFile(kBeforeLoan));
 }
 
 void say(const std::string& line) {
@@ -104,8 +99,8 @@ void add(bool toPersist, bool toMakeDefault) {
     }
     removeDevice(client);  // of a lender that was killed: the next one would take it over
   }
-  if (toMakeDefault && !writeDefaults(formerDefaults(), toRemember(before, remembered()))) {
-    throw Error("The present default devices cannot be remembered in " + formerDefaults().string() +
+  if (toMakeDefault && !writeDefaults(stateFile(kBeforeAdd), toRemember(before, remembered()))) {
+    throw Error("The default devices cannot be remembered in " + stateFile(kBeforeAdd).string() +
                 ". Look at its permissions, or leave --default out.");
   }
   createDevice(client);
@@ -130,8 +125,8 @@ void remove() {
   for (const auto& line : restoreDefaults(client, remembered())) say(line);
   say(removeDevice(client) ? "The device \"Quorin Audio\" is gone."
                            : "There is no device \"Quorin Audio\" of this program's.");
-  forgetDefaults(lentDefaults());
-  forgetDefaults(formerDefaults());
+  forgetDefaults(stateFile(kBeforeLoan));
+  forgetDefaults(stateFile(kBeforeAdd));
 }
 
 audio::Device deviceNamed(const std::vector<Endpoint>& endpoints, const std::string& name) {
@@ -190,8 +185,8 @@ int run(std::string_view command, bool toPersist, bool toMakeDefault) {
         "Sound belongs to the user who is logged in: run this as that user, or name the server in "
         "PULSE_SERVER.");
   }
-  if (command == "lend") return serve(Duty::kLend, lentDefaults()) ? kDone : kFailed;
-  if (command == "watch") return serve(Duty::kWatch, lentDefaults()) ? kDone : kFailed;
+  if (command == "lend") return serve(Duty::kLend, stateFile(kBeforeLoan)) ? kDone : kFailed;
+  if (command == "watch") return serve(Duty::kWatch, stateFile(kBeforeLoan)) ? kDone : kFailed;
   if (command == "status") return status() ? kDone : kNotRight;
   command == "add" ? add(toPersist, toMakeDefault) : remove();
   return kDone;
