@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstddef>
 #include <span>
+#include <unordered_map>
 #include <vector>
 
 namespace quorin::wifi {
@@ -15,8 +16,11 @@ namespace quorin::wifi {
 class ClientTable {
  public:
   static constexpr std::size_t kMaxClients = 10;
-  /// A client silent for longer than this at a check is removed.
+  /// A key silent for longer than this at a check is removed.
   static constexpr std::chrono::seconds kMaxSilence{8};
+  /// Keys that only sent PING have no effect on the wire. Limits the memory that forged source
+  /// addresses can use.
+  static constexpr std::size_t kMaxUnregistered = 4096;
 
   enum class HelloResult {
     kBusy,         ///< `kMaxClients` others are registered; nothing was stored
@@ -28,30 +32,30 @@ class ClientTable {
   /// `local` is the address of this computer that the client asked; a later HELLO may ask another.
   HelloResult hello(wire::Endpoint key, std::uint32_t local, dispatch::BootTime now);
 
-  /// Refreshes the last-seen time of a client. Strangers leave no trace, so they cost no memory.
+  /// Refreshes the last-seen time of `key`, registered or not; never registers it.
   void ping(wire::Endpoint key, dispatch::BootTime now);
 
   /// Removes `key`. True when it was registered.
   bool stop(wire::Endpoint key);
 
-  /// Removes the clients past the timeout. Returns how many.
+  /// Removes the keys past the timeout. Returns how many of them were registered.
   std::size_t expire(dispatch::BootTime now);
 
-  void clear() { udpClients_.clear(); }
+  void clear();
 
   struct Client {
     wire::Endpoint endpoint;
     std::uint32_t local;       ///< the address that it sent to; the source of replies
     dispatch::BootTime since;  ///< registered at
-    dispatch::BootTime lastSeen;
   };
-  /// In the order in which they joined. Valid until the next change.
+  /// The registered clients in the order in which they joined. Valid until the next change.
   std::span<const Client> clients() const { return udpClients_; }
   bool isRegistered(wire::Endpoint key) const;
   bool isFull() const { return udpClients_.size() >= kMaxClients; }
 
  private:
   std::vector<Client> udpClients_;
+  std::unordered_map<wire::Endpoint, dispatch::BootTime> udpClientLastSeen_;
 };
 
 }  // namespace quorin::wifi
