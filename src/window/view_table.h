@@ -126,7 +126,7 @@ namespace quorin::app {
   VIEW(PushButton, silenceMoveButton_, contentView, isSilent&& state.mayBeMoved,                   \
        tr("status.silent.move"), systemFont(13), looks::kPlain)                                    \
   VIEW(LevelMeter, levelMeter_, contentView, streams, tr("sound_level"))                           \
-  VIEW(CheckBox, playHereBox_, contentView, streams&& state.lent, tr("play_here"))
+  VIEW(CheckBox, playHereBox_, contentView, inAMode&& state.lent, tr("play_here"))
 
 // NOLINTBEGIN(readability-identifier-naming): an entry is spelled as the member of that name.
 enum class View : std::size_t {

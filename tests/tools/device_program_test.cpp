@@ -168,6 +168,15 @@ TEST_P(DeviceProgram, LendsUntilItsInputEndsWhateverHappensMeanwhile) {
       EXPECT_TRUE(lender.says("clear"));
     }
   };
+  const Meanwhile elsewhere = [&](Lender& lender) {
+    for (const auto& line : server_->list("sink-inputs")) {
+      server_->pactl({"move-sink-input", line.substr(0, line.find('\t')), "speaker"});
+    }
+    EXPECT_TRUE(lender.says("elsewhere\tpacat\tSpeaker"));
+    lender.tell("move");
+    EXPECT_TRUE(lender.says("clear"));
+    EXPECT_TRUE(playing("quorin_audio", 2));
+  };
   const struct {
     const char* name;
     int signal;  ///< 0: the input ends
@@ -179,6 +188,7 @@ TEST_P(DeviceProgram, LendsUntilItsInputEndsWhateverHappensMeanwhile) {
       {"the lender killed and another one", 0, killed, kSpeaker},
       {"this computer plays too", 0, alsoHere, kSpeaker},
       {"muted by the user", 0, muted, kSpeaker},
+      {"what plays was moved", 0, elsewhere, kSpeaker},
       {"another output chosen by the user", 0, byHand, "headset speaker.monitor"},
   };
   for (const auto& [name, signal, meanwhile, after] : cases) {

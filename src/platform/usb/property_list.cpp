@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <string_view>
 
 namespace quorin::usb {
 namespace {
@@ -59,16 +58,14 @@ class BinaryCheck {
     }
     if (kind == 0x0) return *marker == 0x08 || *marker == 0x09;  // Booleans; null has no XML
     if (kind <= 0x3 || kind == 0x8) return true;                 // number, date, object's number
-    if (kind == 0x4) return spend(count);                        // data
+    if (kind == 0x4) return (expanded_ += count) <= kMaxExpandedBytes;          // data
     if (kind == 0x5 || kind == 0x6) return isText(content, count, kind - 0x4);  // ASCII, UTF-16
     if (kind == 0xA) return walkAll(content, count, depth);                     // array
     return kind == 0xD && walkAll(content, 2 * count, depth);  // dictionary: keys, then values
   }
 
-  bool spend(std::size_t bytes) { return (expanded_ += bytes) <= kMaxExpandedBytes; }
-
   bool isText(std::size_t at, std::size_t count, std::size_t width) {
-    if (!spend(count * width)) return false;
+    if ((expanded_ += count * width) > kMaxExpandedBytes) return false;
     for (std::size_t i = 0; i < count; ++i) {
       if (number(at + i * width, width).value_or(0) == 0) return false;
     }

@@ -38,6 +38,7 @@ constexpr std::uint64_t kBadDevice = 2;  // also: no such pairing record
 constexpr std::uint64_t kConnectionRefused = 3;
 
 int errorOf(std::optional<std::uint64_t> result) {
+  if (!result) return EBADMSG;
   return result == kBadDevice ? ENODEV : result == kConnectionRefused ? ECONNREFUSED : EPROTO;
 }
 

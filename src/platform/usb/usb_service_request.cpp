@@ -107,7 +107,7 @@ void UsbServiceRequest::receive() {
     std::memcpy(&header, message_.data(), kHeaderBytes);
     if (header.type != kPropertyList || header.length <= kHeaderBytes ||
         header.length > kMaxMessageBytes) {
-      return fail(std::make_error_code(std::errc::protocol_error));
+      return fail(std::make_error_code(std::errc::bad_message));
     }
     message_.resize(header.length);
     return;
@@ -116,7 +116,7 @@ void UsbServiceRequest::receive() {
   message_ = {};
   received_ = 0;
   timeout_.reset();
-  if (!list) return fail(std::make_error_code(std::errc::protocol_error));
+  if (!list) return fail(std::make_error_code(std::errc::bad_message));
   handler_(this, std::move(list));
 }
 
