@@ -300,42 +300,6 @@ TEST_F(ModesTest, AnotherPortServesAtOnce) {
   }
 }
 
-TEST_F(ModesTest, TheReasonDependsOnTheErrorAndThePortsHolder) {
-  const auto inUse = texts_.tr("port.in_use", QString("80"));
-  const struct {
-    int error;
-    network::PortHolder holder;
-    QString title;
-    QString advice;
-  } cases[] = {
-      {EADDRINUSE, {}, inUse, texts_.tr("port.holder.unknown")},
-      {EADDRINUSE,
-       {.program = "quorin-stream", .user = "me", .isOwnUser = true},
-       inUse,
-       texts_.tr("port.holder.other_session")},
-      {EADDRINUSE,
-       {.program = "quorin-stream", .user = "maria"},
-       inUse,
-       texts_.tr("port.holder.other_user", QString("maria"))},
-      {EACCES,
-       {},
-       texts_.tr("port.not_permitted", QString("80")),
-       texts_.tr("port.not_permitted.advice")},
-      {EMFILE, {}, texts_.tr("udp.port.bind_failed"), {}},
-  };
-  for (const auto& [error, holder, title, advice] : cases) {
-    WiFiState state;
-    state.problem = ServerProblem{{wifi::StartFailure::Step::kBind, error, 80}, true, holder};
-    const auto page = describe(state, texts_);
-    EXPECT_EQ(page.title, title);
-    EXPECT_TRUE(page.detail.startsWith(advice));
-    EXPECT_TRUE(page.detail.endsWith(texts_.tr("port.tries_again")));
-  }
-  WiFiState full;
-  full.isRunning = full.hasRefused = true;
-  EXPECT_EQ(statusText(full, texts_), texts_.tr("status.full"));
-}
-
 TEST_F(ModesTest, ChoosingANetworkDropsNoPhone) {
   otherNetworks_ = {{"wlan0", "10.0.0.9"}};
   wifi_.chooseNetwork("10.0.0.77");  // not there

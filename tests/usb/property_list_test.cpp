@@ -1,7 +1,6 @@
 #include "platform/usb/property_list.h"
 
 #include "support/bytes.h"
-#include "usb/device_information.h"
 
 #include <gtest/gtest.h>
 
@@ -91,21 +90,6 @@ TEST(PropertyList, IsReadWhenItIsADictionaryAndCheap) {
   for (const auto& row : cases) {
     EXPECT_EQ(readPropertyList(row.list) != nullptr, row.isRead) << row.name;
   }
-}
-
-TEST(DeviceInformation, IsShownAsXmlWithinALimit) {
-  const auto information = readDeviceInformation(
-      xml("<array><date>2001-01-01T00:00:00Z</date><data>AAEC</data><real>2.5</real></array>"
-          "<key>name</key><string>Ana &amp; \u202E\u009B2J</string>"));
-  ASSERT_TRUE(information);
-  EXPECT_EQ(information->name, "Ana & \uFFFD\uFFFD2J");
-  EXPECT_TRUE(information->description.starts_with("<dict>\n\t<key>a</key>\n\t<array>"));
-  EXPECT_TRUE(information->description.ends_with("</dict>"));
-
-  const auto large = readDeviceInformation(xml("<string>" + repeated("ñ", 4000) + "</string>"));
-  ASSERT_TRUE(large);
-  EXPECT_LE(large->description.size(), 1100U);
-  EXPECT_FALSE(readDeviceInformation(xml("<string>" + repeated("x", 20000) + "</string>")));
 }
 
 }  // namespace

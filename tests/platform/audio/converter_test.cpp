@@ -16,12 +16,6 @@
 namespace quorin::audio {
 namespace {
 
-TEST(WholeBlockFrames, AreNoneWhereTheRatesShareNoShortBlock) {
-  for (const unsigned rate : {44056U, 47999U, 1U, 0U}) {
-    EXPECT_EQ(wholeBlockFrames(rate, 882, 44100), std::nullopt) << rate;
-  }
-}
-
 TEST(Reblocker, CutsPiecesOfAnySizeIntoBlocksOfOne) {
   std::vector<float> count(10'000);
   std::iota(count.begin(), count.end(), 1.0F);
