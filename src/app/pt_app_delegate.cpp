@@ -249,7 +249,7 @@ void PTAppDelegate::takeOver(const Options& wanted, const QString& activationTok
   window_.bringToFront(activationToken);
   if (const auto refusal = refusalOf(wanted); !refusal.isEmpty()) return answer(refusal);
   if (!wanted.setUp) return obey(wanted, answer);
-  setUpAnswers_.push_back([this, wanted, answer = std::move(answer)](const QString& refusal) {
+  setUpAnswers_.emplace_back([this, wanted, answer = std::move(answer)](const QString& refusal) {
     refusal.isEmpty() ? obey(wanted, answer) : answer(refusal);
   });
   guard_.setUp();

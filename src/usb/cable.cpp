@@ -99,8 +99,8 @@ void Cable::didReceiveText(const PTChannel& channel, std::span<const std::byte> 
 }
 
 void Cable::didEndWithError(PTChannel& channel, std::error_code) {
-  const auto label = channel.userInfo();
-  if (link_.channelDidEnd(channel)) events_.presentMessage("Disconnected from " + label, true);
+  const auto line = "Disconnected from " + channel.userInfo();  // the link destroys the channel
+  if (link_.channelDidEnd(channel)) events_.presentMessage(line, true);
 }
 
 bool Cable::sendMessage(std::string_view text) {

@@ -26,7 +26,7 @@ class ClientSocket {
   std::expected<network::DatagramSocket::Received, std::error_code> receive(
       std::span<char> buffer) const {
     auto received = socket_.receive(buffer);
-    if (!received) check(received.error());
+    if (!received) (void)check(received.error());
     return received;
   }
 

@@ -75,7 +75,8 @@ TEST_F(CaptureTest, EveryBlockGivesItsChunksAtOnceTheSignalIsWholeAndNothingIsAl
       startQuietly();
       std::vector<float> second(std::size_t{rate} * channels);
       for (std::size_t i = 0; i < second.size(); ++i) {
-        const auto seconds = static_cast<double>(i / channels) / rate;
+        const auto frame = i / channels;
+        const auto seconds = static_cast<double>(frame) / rate;
         second[i] = static_cast<float>(0.5 * std::sin(2 * std::numbers::pi * 1000 * seconds));
       }
       const auto block = audio::wholeBlockFrames(rate, 882, 44100).value() * channels;

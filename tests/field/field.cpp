@@ -107,7 +107,7 @@ Phone& Computer::newPhone(const Place& place, const std::string& own, const std:
 Phone& Computer::newClient(const Place& place, const std::string& own, const std::string& server) {
   auto& phone = newPhone(place, own, server);
   phone.says("<<HELLO>>");
-  if (!until([&] { return phone.arrivals.size() > 0; })) throw std::runtime_error("no sound");
+  if (!until([&] { return !phone.arrivals.empty(); })) throw std::runtime_error("no sound");
   return phone;
 }
 

@@ -71,7 +71,7 @@ TEST(PacingDiscipline, ALateChunkDelaysNoOtherLongerThanItMust) {
     std::vector<Duration> odd;
     for (const auto interval : stream.play(1s).intervals) {
       if (std::chrono::abs(interval - kChunk) > 100us)
-        odd.push_back(std::chrono::round<std::chrono::milliseconds>(interval));
+        odd.emplace_back(std::chrono::round<std::chrono::milliseconds>(interval));
     }
     EXPECT_EQ(odd, c.intervals);
   }

@@ -20,18 +20,18 @@ class LogCapture {
 
   /// The lines since the last call.
   static std::vector<std::string> take() {
-    const std::scoped_lock lock(mutex_);
-    return std::exchange(lines_, {});
+    const std::scoped_lock lock(mutex);
+    return std::exchange(lines, {});
   }
 
  private:
   static void collect(QtMsgType, const QMessageLogContext&, const QString& line) {
-    const std::scoped_lock lock(mutex_);
-    lines_.push_back(line.toStdString());
+    const std::scoped_lock lock(mutex);
+    lines.push_back(line.toStdString());
   }
 
-  inline static std::mutex mutex_;
-  inline static std::vector<std::string> lines_;
+  inline static std::mutex mutex;
+  inline static std::vector<std::string> lines;
 };
 
 }  // namespace quorin::test

@@ -58,17 +58,17 @@ class Server {
     phoneSays(phone, datagram);
     return phone.hears();
   }
-  int takeReports() { return std::exchange(reports, 0); }
+  int takeReports() { return std::exchange(reports_, 0); }
 
   const std::uint16_t port = freePort();
   dispatch::SimulatedScheduler scheduler;
   WifiTransport transport;
   std::unique_ptr<dispatch::SerialQueue> queue = stream::AudioSender::makeQueue(scheduler);
   stream::AudioSender sender{scheduler, *queue, {&transport}};
-  UdpServer server{scheduler, sender, transport, [this] { ++reports; }};
+  UdpServer server{scheduler, sender, transport, [this] { ++reports_; }};
 
  private:
-  int reports = 0;
+  int reports_ = 0;
 };
 
 class UdpServerTest : public testing::Test, protected Server {};

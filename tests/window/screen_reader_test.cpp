@@ -60,11 +60,11 @@ class Reader : public QObject {
     auto askName =
         QDBusMessage::createMethodCall(event.service(), event.path(), kProperties, "Get");
     askName << "org.a11y.atspi.Accessible" << "Name";
-    auto* const name = new QDBusPendingCallWatcher(bus_.asyncCall(askName), this);
+    const QDBusPendingCall name = bus_.asyncCall(askName);
     auto* const role = new QDBusPendingCallWatcher(bus_.asyncCall(askRole), this);
     connect(role, &QDBusPendingCallWatcher::finished, this, [=] {
       take(role->reply().arguments().value(0).toString(),
-           name->reply().arguments().value(0).value<QDBusVariant>().variant().toString());
+           name.reply().arguments().value(0).value<QDBusVariant>().variant().toString());
     });
   }
 

@@ -4,9 +4,8 @@
 #include <QCoreApplication>
 #include <iostream>
 
+namespace quorin::listen {
 namespace {
-
-using namespace quorin::listen;
 
 ExitCode run(const QStringList& arguments) {
   const auto options = parseOptions(arguments);
@@ -28,7 +27,8 @@ int launch(int argc, char** argv) {
 }
 
 }  // namespace
+}  // namespace quorin::listen
 
 int main(int argc, char** argv) {
-  return quorin::posix::runProgram("quorin-listen", argc, argv, launch);
+  return quorin::posix::runProgram("quorin-listen", argc, argv, quorin::listen::launch);
 }

@@ -44,7 +44,7 @@ std::expected<Options, std::string> parseOptions(const QStringList& arguments) {
   if (parser.isSet("seconds")) {
     constexpr double kYear = 365.0 * 24 * 3600;
     const double seconds = parser.value("seconds").toDouble();
-    if (!(seconds > 0 && seconds < kYear)) {
+    if (std::isnan(seconds) || seconds <= 0 || seconds >= kYear) {
       return std::unexpected("--seconds needs a number above 0.");
     }
     options.duration = std::chrono::milliseconds(std::llround(seconds * 1000));

@@ -5,13 +5,13 @@
 #include "platform/dispatch/realtime.h"
 
 #include <pthread.h>
-#include <time.h>
 
 #include <QSocketNotifier>
 #include <QThread>
 #include <array>
 #include <atomic>
 #include <cassert>
+#include <ctime>
 #include <functional>
 #include <thread>
 
