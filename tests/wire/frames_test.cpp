@@ -55,7 +55,7 @@ class FrameReaderTest : public testing::Test {
 };
 
 TEST_F(FrameReaderTest, GivesHeadersAndFramesAndIsBrokenForGood) {
-  const auto header = [](int version, int type, std::vector<int> size) {
+  const auto header = [](int version, int type, const std::vector<int>& size) {
     Bytes result = bytes({0, 0, 0, version, 0, 0, 0, type, 0, 0, 0, 0});
     for (const int byte : size) result.push_back(static_cast<std::byte>(byte));
     return result;
