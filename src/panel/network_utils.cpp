@@ -10,20 +10,21 @@ constexpr wire::Endpoint kProbe{.address = 0x08080808, .port = 80};
 
 }  // namespace
 
-std::optional<std::string> NetworkUtils::getLocalIPAddress() {
+std::optional<std::string> NetworkUtils::routedAddress() {
   auto probe = network::DatagramSocket::open();
-  if (probe && !probe->connect({}, kProbe)) {
-    return wire::addressText(probe->localEndpoint().address);
-  }
-  return addressOfMainInterface(network::listInterfaceAddresses());
+  if (!probe || probe->connect({}, kProbe)) return std::nullopt;
+  return wire::addressText(probe->localEndpoint().address);
 }
 
-std::optional<std::string> NetworkUtils::addressOfMainInterface(
-    std::span<const network::InterfaceAddress> interfaces) {
+std::optional<std::string> NetworkUtils::localAddress(
+    std::span<const network::InterfaceAddress> interfaces,
+    const std::optional<std::string>& routed) {
   const network::InterfaceAddress* last = nullptr;
   for (const auto& entry : interfaces) {
-    const bool isUsable = entry.isUp && entry.isRunning && network::isEthernetOrWifi(entry.name);
-    if (isUsable && (last == nullptr || entry.name == last->name)) last = &entry;
+    if (!entry.isLive()) continue;
+    if (entry.address == routed) return routed;
+    if (!network::isEthernetOrWifi(entry.name)) continue;
+    if (last == nullptr || entry.name == last->name) last = &entry;
   }
   return last == nullptr ? std::nullopt : std::optional(last->address);
 }

@@ -6,6 +6,7 @@
 #include <QFontDatabase>
 #include <QFrame>
 #include <QHBoxLayout>
+#include <QPainter>
 
 namespace quorin::panel {
 namespace {
@@ -62,15 +63,13 @@ void ValueRow::setValue(const QString& value) {
   setAccessibleName(label_ + u' ' + value);
 }
 
-ValueRow* makeInfoRow(const QString& icon, const QString& label, const QString& value) {
-  return new ValueRow(makeSymbol(icon, 18, look::kBlue), label, value,
-                      {.weight = QFont::Bold, .monospaced = true});
-}
+InfoRow::InfoRow(const QString& icon, const QString& label, const QString& value)
+    : ValueRow(makeSymbol(icon, 18, look::kBlue), label, value,
+               {.weight = QFont::Bold, .monospaced = true}) {}
 
-ValueRow* makeStatsRow(const QString& label, const QColor& color, const QString& value) {
-  return new ValueRow(makeSymbol("circle.fill", 8, color), label, value,
-                      {.weight = QFont::Bold, .color = color});
-}
+StatsRow::StatsRow(const QString& label, const QColor& color, const QString& value)
+    : ValueRow(makeSymbol("circle.fill", 8, color), label, value,
+               {.weight = QFont::Bold, .color = color}) {}
 
 ClientRow::ClientRow() : key_(makeLabel({}, {.monospaced = true})) {
   auto* layout = makeRowLayout(this, 4);
@@ -83,6 +82,20 @@ ClientRow::ClientRow() : key_(makeLabel({}, {.monospaced = true})) {
 void ClientRow::setKey(const QString& key) {
   key_->setText(key);
   setAccessibleName(key);
+}
+
+void QRCodeView::setData(const QString& text) {
+  constexpr double kPoints = 250;
+  if (text == content()) return;
+  showCode(app::generateQRCodeFromString(text, kPoints, app::Correction::kL), text);
+}
+
+void QRCodeView::paintEvent(QPaintEvent* event) {
+  if (hasCode()) return CodeView::paintEvent(event);
+  QPainter painter(this);
+  painter.fillRect(rect(), app::withAlpha(look::kGray, 0.3));
+  painter.setPen(Qt::white);
+  painter.drawText(rect(), Qt::AlignCenter, "Error generando QR");
 }
 
 TitledBox::TitledBox(const QString& title, const QString& symbol) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/controls.h"
+#include "ui/qr_code.h"
 
 #include <QColor>
 #include <QString>
@@ -53,11 +53,17 @@ class ValueRow : public QWidget {
   Label* value_;
 };
 
-/// InfoRow: one labelled value with a blue symbol.
-ValueRow* makeInfoRow(const QString& icon, const QString& label, const QString& value = {});
+/// One labelled value with a blue symbol.
+class InfoRow : public ValueRow {
+ public:
+  InfoRow(const QString& icon, const QString& label, const QString& value = {});
+};
 
-/// StatsRow: one labelled rate with a dot of its colour.
-ValueRow* makeStatsRow(const QString& label, const QColor& color, const QString& value = {});
+/// One labelled rate with a dot of its colour.
+class StatsRow : public ValueRow {
+ public:
+  StatsRow(const QString& label, const QColor& color, const QString& value = {});
+};
 
 /// One connected client.
 class ClientRow : public QWidget {
@@ -68,6 +74,17 @@ class ClientRow : public QWidget {
 
  private:
   Label* key_;
+};
+
+/// The QR code of a text in the lowest correction level; a message where there can be none.
+class QRCodeView : public app::CodeView {
+ public:
+  QRCodeView() : CodeView(nullptr) {}
+
+  void setData(const QString& text);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
 };
 
 /// A rounded box with a symbol and a title above its content.

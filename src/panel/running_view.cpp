@@ -2,7 +2,6 @@
 
 #include "panel/rows.h"
 #include "ui/appearance.h"
-#include "ui/qr_code.h"
 
 #include <QGraphicsDropShadowEffect>
 #include <QVBoxLayout>
@@ -13,7 +12,6 @@ namespace {
 
 constexpr int kBoxSpacing = 20;
 constexpr int kSideMargin = 16;
-constexpr double kCodeSide = 250;
 constexpr int kCodeFrameSide = 300;
 
 TitledBox* makeCaptureFacts() {
@@ -42,19 +40,19 @@ RunningView::RunningView(const QString& pairingInstructions) {
 
 TitledBox* RunningView::makeInformation() {
   auto* box = new TitledBox("Información del Servidor", "server.rack");
-  localIP_ = makeInfoRow("network", "IP Local");
-  port_ = makeInfoRow("number", "Puerto");
-  clients_ = makeInfoRow("iphone.radiowaves.left.and.right", "Clientes");
-  auto* target = makeInfoRow("chart.bar.fill", "Target", "~50 paquetes/seg");
+  localIP_ = new InfoRow("network", "IP Local");
+  port_ = new InfoRow("number", "Puerto");
+  clients_ = new InfoRow("iphone.radiowaves.left.and.right", "Clientes");
+  auto* target = new InfoRow("chart.bar.fill", "Target", "~50 paquetes/seg");
   for (auto* row : {localIP_, port_, clients_, target}) box->content().addWidget(row);
   return box;
 }
 
 TitledBox* RunningView::makeStatistics() {
   auto* box = new TitledBox("Estadísticas", "chart.line.uptrend.xyaxis");
-  packetsPerSecond_ = makeStatsRow("Paquetes/seg", look::kBlue);
-  kbps_ = makeStatsRow("Velocidad", app::colors::kGreen);
-  auto* latency = makeStatsRow("Latencia teórica", app::colors::kOrange, "~20ms");
+  packetsPerSecond_ = new StatsRow("Paquetes/seg", look::kBlue);
+  kbps_ = new StatsRow("Velocidad", app::colors::kGreen);
+  auto* latency = new StatsRow("Latencia teórica", app::colors::kOrange, "~20ms");
   for (auto* row : {packetsPerSecond_, kbps_, latency}) box->content().addWidget(row);
   return box;
 }
@@ -71,7 +69,7 @@ TitledBox* RunningView::makePairing(const QString& instructions) {
   pairing_ = new TitledBox("📱 Código QR para Conectar", "qrcode");
   pairing_->content().setSpacing(28);
 
-  code_ = new app::CodeView(nullptr);
+  code_ = new QRCodeView;
   code_->setFixedSize(kCodeFrameSide, kCodeFrameSide);
   auto* shadow = new QGraphicsDropShadowEffect(code_);
   shadow->setColor(app::withAlpha(Qt::black, 0.33));
@@ -79,12 +77,6 @@ TitledBox* RunningView::makePairing(const QString& instructions) {
   shadow->setOffset(0);
   code_->setGraphicsEffect(shadow);
   pairing_->content().addWidget(code_, 0, Qt::AlignHCenter);
-
-  noCode_ = makeLabel("Error generando QR", {});
-  noCode_->setAlignment(Qt::AlignCenter);
-  noCode_->setStyleSheet("background: rgba(142, 142, 147, 30%); border-radius: 12px");
-  noCode_->setFixedSize(kCodeFrameSide, kCodeFrameSide);
-  pairing_->content().addWidget(noCode_, 0, Qt::AlignHCenter);
 
   auto* text =
       new Label(instructions,
@@ -103,22 +95,14 @@ void RunningView::show(const UDPAudioServer::Published& values) {
   const auto port = QString::number(values.port);
   localIP_->setValue(address);
   port_->setValue(port);
-  clients_->setValue(QString::number(values.connectedClients.size()));
+  clients_->setValue(QString::number(values.clientCount()));
   packetsPerSecond_->setValue(QString::asprintf("%.1f pkt/s", values.packetsPerSecond));
   kbps_->setValue(QString::asprintf("%.1f Kbps", values.kbps));
   showClients(values.connectedClients);
-  showCode(address + u':' + port);
-  clientList_->setVisible(!values.connectedClients.empty());
-  pairing_->setVisible(values.connectedClients.empty());
-}
-
-void RunningView::showCode(const QString& payload) {
-  if (code_->content() == payload) return;
-  auto picture = app::generateQRCodeFromString(payload, kCodeSide, app::Correction::kL);
-  noCode_->setVisible(!picture);
-  code_->setVisible(picture != nullptr);
-  code_->showCode(std::move(picture), payload);
-  payload_->setText("📦 Datos: " + payload);
+  code_->setData(address + u':' + port);
+  payload_->setText("📦 Datos: " + code_->content());
+  clientList_->setVisible(values.clientCount() > 0);
+  pairing_->setVisible(values.clientCount() == 0);
 }
 
 void RunningView::showClients(const ClientList& clients) {

@@ -7,15 +7,16 @@
 #include <vector>
 
 namespace quorin::app {
-class CodeView;
 class NonInteractiveLabel;
 }  // namespace quorin::app
 
 namespace quorin::panel {
 
 class ClientRow;
+class InfoRow;
+class QRCodeView;
+class StatsRow;
 class TitledBox;
-class ValueRow;
 
 /// What the panel shows while its server runs: four boxes, of which the third is the QR code until
 /// the first client is there and the list of clients from then on.
@@ -34,20 +35,18 @@ class RunningView : public QWidget {
   TitledBox* makeStatistics();
   TitledBox* makeClientList();
   TitledBox* makePairing(const QString& instructions);
-  void showCode(const QString& payload);
   void showClients(const ClientList& clients);
 
-  ValueRow* localIP_ = nullptr;
-  ValueRow* port_ = nullptr;
-  ValueRow* clients_ = nullptr;
-  ValueRow* packetsPerSecond_ = nullptr;
-  ValueRow* kbps_ = nullptr;
+  InfoRow* localIP_ = nullptr;
+  InfoRow* port_ = nullptr;
+  InfoRow* clients_ = nullptr;
+  StatsRow* packetsPerSecond_ = nullptr;
+  StatsRow* kbps_ = nullptr;
   TitledBox* clientList_ = nullptr;
   std::vector<ClientRow*> clientRows_;
   app::NonInteractiveLabel* furtherClients_ = nullptr;
   TitledBox* pairing_ = nullptr;
-  app::CodeView* code_ = nullptr;
-  app::NonInteractiveLabel* noCode_ = nullptr;
+  QRCodeView* code_ = nullptr;
   app::NonInteractiveLabel* payload_ = nullptr;
 };
 

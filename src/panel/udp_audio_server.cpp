@@ -13,9 +13,8 @@ UDPAudioServer::UDPAudioServer(dispatch::Scheduler& scheduler, Parts parts)
 }
 
 void UDPAudioServer::start() {
-  if (published_.isRunning) return;
+  if (published_.isRunning || udpSocket_) return;
   printBanner();
-  releaseAll();  // for a second start while `isRunning` is pending
 
   auto socket = std::make_unique<UDPSocket>(
       scheduler_, published_.port, parts_.print,
@@ -51,7 +50,11 @@ void UDPAudioServer::startFailed(const SocketError& error) {
 
 void UDPAudioServer::stop() {
   parts_.print("\n👋 Cerrando servidor...");
-  releaseAll();
+  if (audioCaptureManager_) audioCaptureManager_->stopCapture();
+  audioCaptureManager_.reset();
+  statsTimer_.reset();
+  clientManager_.reset();
+  udpSocket_.reset();
   scheduler_.mainQueue().async(scope_, [this] {
     publish([](Published& values) {
       values = {.localIP = std::move(values.localIP), .port = values.port};
@@ -93,40 +96,42 @@ void UDPAudioServer::broadcastAudio(wire::AudioChunkView chunk) {
 }
 
 void UDPAudioServer::startStatsTimer() {
-  lastStatsTime_ = scheduler_.now();
-  statsTimer_ = scheduler_.mainQueue().makeTimer(
+  if (!statsQueue_) statsQueue_ = scheduler_.makeSerialQueue("com.audioserver.stats");
+  statsQueue_->async([this, now = scheduler_.now()] { lastStatsTime_ = now; });
+  statsTimer_ = statsQueue_->makeTimer(
       {.first = kStatisticsInterval, .interval = kStatisticsInterval}, [this] { updateStats(); });
 }
 
 void UDPAudioServer::updateStats() {
   const auto now = scheduler_.now();
-  const double seconds =
-      std::chrono::duration<double>(now - std::exchange(lastStatsTime_, now)).count();
+  const double elapsed = std::chrono::duration<double>(now - lastStatsTime_).count();
+  if (elapsed <= 0) return;
+  lastStatsTime_ = now;
   const auto packets = packetsSent_.exchange(0, std::memory_order_relaxed);
-  const std::uint64_t bits = packets * wire::kChunkBytes * 8;
-  publish([&](Published& values) {
-    values.packetsPerSecond = static_cast<double>(packets) / seconds;
-    values.kbps = static_cast<double>(bits) / seconds / 1024;
-  });
-  std::array<char, 128> line{};
-  std::snprintf(line.data(), line.size(), "📊 %.1f pkt/s | %.1f Kbps | Clientes: %zu",
-                published_.packetsPerSecond, published_.kbps, clientManager_->clientCount());
-  parts_.print(line.data());
+  const std::uint64_t bytesSent = packets * wire::kChunkBytes;
+  scheduler_.mainQueue().async(scope_,
+                               [this, packetsPerSecond = static_cast<double>(packets) / elapsed,
+                                kbps = static_cast<double>(bytesSent * 8) / elapsed / 1024] {
+                                 if (clientManager_) showRates(packetsPerSecond, kbps);
+                               });
 }
 
-void UDPAudioServer::releaseAll() {
-  scope_.cancelAll();
-  audioCaptureManager_.reset();
-  statsTimer_.reset();
-  clientManager_.reset();
-  udpSocket_.reset();
+void UDPAudioServer::showRates(double packetsPerSecond, double kbps) {
+  std::array<char, 128> line{};
+  std::snprintf(line.data(), line.size(), "📊 %.1f pkt/s | %.1f Kbps | Clientes: %zu",
+                packetsPerSecond, kbps, clientManager_->clientCount());
+  parts_.print(line.data());
+  publish([=](Published& values) {
+    values.packetsPerSecond = packetsPerSecond;
+    values.kbps = kbps;
+  });
 }
 
 // By substring, in this order: a text with both STOP and PING is a STOP.
 void UDPAudioServer::handleMessage(std::string_view text, const wire::Endpoint& client) {
   if (text.contains(wire::kHello)) {
     clientManager_->addClient(client);
-    reply(wire::kReady, client);
+    udpSocket_->send(wire::kReady, client);
     const auto total = clientManager_->clientCount();
     parts_.print("✅ Nuevo cliente: " + client.text() + " (Total: " + std::to_string(total) + ")");
     if (total == 1) parts_.print("🗑️ Cliente conectado - QR oculto");
@@ -137,13 +142,9 @@ void UDPAudioServer::handleMessage(std::string_view text, const wire::Endpoint& 
     clientManager_->removeClient(client);
     parts_.print("👋 Cliente desconectado: " + client.text());
   } else if (text.contains(wire::kPing)) {
-    reply(wire::kPong, client);
+    udpSocket_->send(wire::kPong, client);
     parts_.print("🏓 PING recibido de " + client.text());
   }
-}
-
-void UDPAudioServer::reply(std::string_view text, const wire::Endpoint& client) const {
-  udpSocket_->send(std::as_bytes(std::span(text)), client);
 }
 
 void UDPAudioServer::handleClientCountChange(const ClientList& clients) {

@@ -19,7 +19,8 @@
 namespace quorin::panel {
 
 /// A UDP audio server of its own, with its own socket, clients and capture: each captured chunk is
-/// sent at once to every client that sent any text within the last 10 s. Main queue only.
+/// sent at once to every client that sent any text within the last 10 s. Main queue only; the
+/// statistics are computed on a queue of their own.
 class UDPAudioServer {
  public:
   static constexpr std::chrono::seconds kStatisticsInterval{5};
@@ -44,6 +45,7 @@ class UDPAudioServer {
     double packetsPerSecond = 0;  ///< chunks a second, however many clients receive each
     double kbps = 0;              ///< their payload, in units of 1024 bits a second
     ClientList connectedClients{};
+    std::size_t clientCount() const { return connectedClients.size(); }
     std::string startFailure{};  ///< why it did not start, for the user; else empty
   };
 
@@ -62,18 +64,15 @@ class UDPAudioServer {
   /// May be called at any time. The published values follow on the next turn of the main queue.
   void stop();
 
-  /// Acts on a text from a client; what the socket calls. While running.
-  void handleMessage(std::string_view text, const wire::Endpoint& client);
-
  private:
   void printBanner() const;
   void startFailed(const SocketError& error);
   void startAudioCapture();
   void broadcastAudio(wire::AudioChunkView chunk);
   void startStatsTimer();
-  void updateStats();
-  void releaseAll();
-  void reply(std::string_view text, const wire::Endpoint& client) const;
+  void updateStats();  // on `statsQueue_`
+  void showRates(double packetsPerSecond, double kbps);
+  void handleMessage(std::string_view text, const wire::Endpoint& client);
   void handleClientCountChange(const ClientList& clients);
 
   /// Changes the published values and notifies.
@@ -90,15 +89,17 @@ class UDPAudioServer {
   dispatch::Scope scope_;
 
   std::atomic<std::uint64_t> packetsSent_ = 0;  ///< in this period; counted on the capture thread
-  dispatch::TimePoint lastStatsTime_;
+  dispatch::TimePoint lastStatsTime_;           ///< statistics queue only
 
-  // From a `start` to the next `stop` or `start`. The capture thread uses the first three: it ends
-  // before they do.
+  // From a `start` to the next `stop`. The capture thread uses the first three: it ends before they
+  // do.
   std::unique_ptr<ClientManager> clientManager_;
   std::unique_ptr<UDPSocket> udpSocket_;
   std::size_t nextClient_ = 0;  ///< index into the list; capture thread only
-  std::unique_ptr<dispatch::Timer> statsTimer_;
   std::unique_ptr<audio::AudioCaptureManager> audioCaptureManager_;
+  std::unique_ptr<dispatch::Timer> statsTimer_;
+
+  std::unique_ptr<dispatch::SerialQueue> statsQueue_;  ///< from the first start on
 };
 
 }  // namespace quorin::panel

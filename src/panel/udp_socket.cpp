@@ -18,7 +18,8 @@ UDPSocket::UDPSocket(dispatch::Scheduler& scheduler, std::uint16_t port, log::Pr
     : scheduler_(scheduler),
       port_(port),
       print_(std::move(print)),
-      onMessageReceived_(std::move(onMessageReceived)) {}
+      onMessageReceived_(std::move(onMessageReceived)),
+      receiveQueue_(scheduler.makeSerialQueue("com.audioserver.udp")) {}
 
 std::expected<void, SocketError> UDPSocket::start() {
   auto opened = network::DatagramSocket::open();
@@ -31,26 +32,38 @@ std::expected<void, SocketError> UDPSocket::start() {
     return std::unexpected(SocketError{-2, "No se pudo hacer bind", error});
   }
   socket_ = std::move(*opened);
-  readable_ = scheduler_.mainQueue().makeReadSource(socket_->descriptor(), [this] { receive(); });
+  readable_ = receiveQueue_->makeReadSource(socket_->descriptor(), [this] { receive(); });
   return {};
 }
 
 void UDPSocket::receive() {
-  std::array<char, kReceiveBytes> buffer;
-  for (int i = 0; i < kDatagramsPerTurn; ++i) {
-    const auto received = socket_->receive(buffer);
-    if (!received) {
-      const bool isEmpty = received.error() == std::errc::resource_unavailable_try_again;
-      if (!isEmpty) print_("⚠️ Error en recvfrom: " + received.error().message());
-      return;
-    }
-    const std::string_view text(buffer.data(), received->length);
-    const auto& source = received->source;
-    const bool isOwn = source == wire::Endpoint{.address = received->local, .port = port_};
-    if (!text.empty() && wire::isValidUtf8(text) && source.isHost() && !isOwn) {
-      onMessageReceived_(text, source);
-    }
+  std::vector<Message> messages;
+  for (std::size_t i = 0; i < kMaxBatch && receiveOnce(messages); ++i) {
   }
+  if (messages.empty() || pending_ + messages.size() > kMaxPending) return;
+  pending_ += messages.size();
+  scheduler_.mainQueue().async(scope_, [this, messages = std::move(messages)] {
+    pending_ -= messages.size();
+    for (const auto& [text, client] : messages) onMessageReceived_(text, client);
+  });
+}
+
+/// False when nothing is left to read.
+bool UDPSocket::receiveOnce(std::vector<Message>& messages) const {
+  std::array<char, kReceiveBytes> buffer;
+  const auto received = socket_->receive(buffer);
+  if (!received) {
+    const bool isEmpty = received.error() == std::errc::resource_unavailable_try_again;
+    if (!isEmpty) print_("⚠️ Error en recvfrom: " + received.error().message());
+    return false;
+  }
+  const std::string_view text(buffer.data(), received->length);
+  const auto& source = received->source;
+  const bool isOwn = source == wire::Endpoint{.address = received->local, .port = port_};
+  if (!text.empty() && wire::isValidUtf8(text) && source.isHost() && !isOwn) {
+    messages.push_back({std::string(text), source});
+  }
+  return true;
 }
 
 void UDPSocket::send(std::span<const std::byte> bytes, const wire::Endpoint& client) const {

@@ -4,6 +4,7 @@
 #include "core/scheduler.h"
 #include "platform/network/datagram_socket.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <expected>
@@ -14,6 +15,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 namespace quorin::panel {
 
@@ -26,7 +28,8 @@ struct SocketError {
   std::string text() const;  ///< all of it in one line
 };
 
-/// The server's socket, on all local IPv4 addresses. Main queue, except `send`.
+/// The server's socket, on all local IPv4 addresses, read on a queue of its own. Main queue, except
+/// `send`.
 ///
 /// Ignores datagrams that are empty, not UTF-8, or cannot come from a phone: from an address that
 /// is not a host's, or from this socket itself (a reply would loop).
@@ -34,11 +37,12 @@ class UDPSocket {
  public:
   static constexpr std::size_t kReceiveBytes = 1024;  ///< a longer datagram is cut to these
   static constexpr int kSocketBufferBytes = 1024 * 1024;
-  /// Max datagrams read in one turn of the main queue, so that a flood does not block the user
-  /// interface.
-  static constexpr int kDatagramsPerTurn = 64;
+  /// Max datagrams passed to the main queue at a time, and max that wait there; what a flood sends
+  /// beyond that is dropped.
+  static constexpr std::size_t kMaxBatch = 64;
+  static constexpr std::size_t kMaxPending = 1024;
 
-  /// Called once per datagram, in order of arrival. Must not destroy the socket.
+  /// Runs on the main queue, once per datagram, in order of arrival. Must not destroy the socket.
   using MessageHandler = std::function<void(std::string_view text, const wire::Endpoint& client)>;
 
   /// `scheduler` must outlive it.
@@ -51,15 +55,28 @@ class UDPSocket {
   /// Any thread, once started; never waits and allocates nothing. What the system cannot take at
   /// once is lost.
   void send(std::span<const std::byte> bytes, const wire::Endpoint& client) const;
+  void send(std::string_view text, const wire::Endpoint& client) const {
+    send(std::as_bytes(std::span(text)), client);
+  }
 
  private:
+  struct Message {
+    std::string text;
+    wire::Endpoint client;
+  };
+
+  // On `receiveQueue_`:
   void receive();
+  bool receiveOnce(std::vector<Message>& messages) const;
 
   dispatch::Scheduler& scheduler_;
   const std::uint16_t port_;
   log::PrintLine print_;
   MessageHandler onMessageReceived_;
   std::optional<network::DatagramSocket> socket_;
+  std::atomic<std::size_t> pending_ = 0;
+  dispatch::Scope scope_;
+  std::unique_ptr<dispatch::SerialQueue> receiveQueue_;  ///< ends before what its work uses
   std::unique_ptr<dispatch::ReadSource> readable_;
 };
 

@@ -24,6 +24,7 @@ class CodeView : public PaintedButton {
 
   void showCode(PicturePtr picture, const QString& content);
   const QString& content() const { return content_; }
+  bool hasCode() const { return picture_ != nullptr; }
 
  protected:
   void paintEvent(QPaintEvent* event) override;

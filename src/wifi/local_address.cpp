@@ -8,8 +8,8 @@ namespace {
 
 bool isCandidate(const network::InterfaceAddress& entry) {
   const std::string_view address = entry.address;
-  return entry.isUp && entry.isRunning && network::isEthernetOrWifi(entry.name) &&
-         !address.starts_with("127.") && !address.starts_with("169.254.") && address != "0.0.0.0";
+  return entry.isLive() && network::isEthernetOrWifi(entry.name) && !address.starts_with("127.") &&
+         !address.starts_with("169.254.") && address != "0.0.0.0";
 }
 
 }  // namespace

@@ -56,18 +56,20 @@ class WifiTransport : public stream::Transport {
  public:
   /// Main queue: the receivers from the next tick on; null while the server is stopped.
   void publishAudience(std::shared_ptr<const Audience> audience) {
+    open_.store(audience != nullptr, std::memory_order_relaxed);
     audience_.store(std::move(audience));
   }
 
   /// Datagrams that the system took, over all clients. Any thread.
   std::uint64_t datagramsSent() const { return datagramsSent_.load(std::memory_order_relaxed); }
 
-  bool isOpen() const override { return audience_.load() != nullptr; }
+  bool isOpen() const override { return open_.load(std::memory_order_relaxed); }
   bool hasListener() const override;
   void send(wire::AudioChunkView samples) override;
 
  private:
-  dispatch::Snapshot<Audience> audience_;  ///< main writes, capture and pacing read
+  std::atomic<bool> open_{false};
+  dispatch::Snapshot<Audience> audience_;  ///< main writes, pacing reads
   std::atomic<std::uint64_t> datagramsSent_{0};
 
   std::array<std::int16_t, wire::kChunkFrames> datagram_{};  ///< pacing queue only

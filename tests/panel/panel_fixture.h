@@ -53,12 +53,12 @@ class PanelServerTest : public ::testing::Test {
     server_->stop();
     scheduler_.runPending();
   }
-  /// Replies to it are lost.
-  static wire::Endpoint clientAt(int port) {
-    return {.address = 0x7F09'0001, .port = static_cast<std::uint16_t>(port)};
+  /// One of many: each `number` is another address of the loopback network.
+  test::UdpPeer client(unsigned number) const {
+    return test::UdpPeer(wire::Endpoint{.address = 0x7F09'0000 + number, .port = port_});
   }
-  void clientSays(int port, std::string_view text) {
-    server_->handleMessage(text, clientAt(port));
+  void says(Phone& phone, std::string_view text) {
+    phone.says(text);
     scheduler_.runPending();
   }
   void deliver(int chunks = 1) const {

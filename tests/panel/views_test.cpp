@@ -36,10 +36,6 @@ class PanelViewsTest : public PanelServerTest {
     QTest::mouseClick(button(), Qt::LeftButton);
     settle();
   }
-  void says(int port, std::string_view text) {
-    panel_.server().handleMessage(text, clientAt(port));
-    settle();
-  }
   app::PushButton* button() { return panel_.findChild<app::PushButton*>(); }
   /// What a screen reader says of the visible widgets of a kind, from top to bottom.
   template <typename Widget>
@@ -83,9 +79,12 @@ TEST_F(PanelViewsTest, FollowsItsServerFromStopToStop) {
   EXPECT_THAT(test::codesOn(panel_), ElementsAre("192.168.1.20:" + portText));
 
   const std::string code = "📱 Código QR para Conectar";
-  says(1, "<<HELLO>>");
+  Phone phone(port_);
+  says(phone, "<<HELLO>>");
+  settle();
   EXPECT_THAT(said<TitledBox>(), Not(Contains(code))) << "its place is the clients'";
-  says(1, "<<STOP>>");
+  says(phone, "<<STOP>>");
+  settle();
   EXPECT_THAT(said<TitledBox>(), Contains(code));
 
   clickButton();
@@ -95,20 +94,23 @@ TEST_F(PanelViewsTest, FollowsItsServerFromStopToStop) {
 
 TEST_F(PanelViewsTest, ListsAHundredClientsAndCountsTheOthers) {
   clickButton();
-  for (int port : {1, 2}) says(port, "<<HELLO>>");
+  Phone phones[] = {Phone(port_), Phone(port_)};
+  for (auto& phone : phones) says(phone, "<<HELLO>>");
   deliver(250);
   scheduler_.advance(5s);
   settle();
-  EXPECT_THAT(said<ClientRow>(), ElementsAre("127.9.0.1:1", "127.9.0.1:2"));
+  EXPECT_THAT(said<ClientRow>(),
+              testing::UnorderedElementsAre(phones[0].key().text(), phones[1].key().text()));
   EXPECT_THAT(said<ValueRow>(),
               ::testing::IsSupersetOf({"IP Local 192.168.1.20", "Clientes 2",
                                        "Paquetes/seg 50.0 pkt/s", "Velocidad 1378.1 Kbps"}));
   scheduler_.advance(5s);
   settle();
   EXPECT_THAT(said<ValueRow>(), Contains("Paquetes/seg 0.0 pkt/s")) << "each period on its own";
-  for (int port = 10'001; port <= 12'000; ++port)
-    panel_.server().handleMessage("<<HELLO>>", clientAt(port));
-  settle();
+  for (unsigned number = 1; number <= 2000; ++number) {
+    client(number).says("<<HELLO>>");
+    if (number % 100 == 0) settle();
+  }
   EXPECT_EQ(said<ClientRow>().size(), 100U);
   EXPECT_THAT(texts(), Contains("… y 1902 más"));
 }

@@ -30,6 +30,8 @@ struct InterfaceAddress {
   bool isRunning = false;  ///< has a carrier: a cable, an association
   Subnet subnet{};
 
+  bool isLive() const { return isUp && isRunning; }
+
   friend bool operator==(const InterfaceAddress&, const InterfaceAddress&) = default;
 };
 
