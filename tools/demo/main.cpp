@@ -16,9 +16,9 @@
 #include <string>
 #include <vector>
 
+namespace quorin {
 namespace {
 
-using namespace quorin;
 using measure::Nanoseconds;
 using Samples = std::span<const float>;
 
@@ -131,12 +131,15 @@ int judge(const std::string& wavPath, const std::string& arrivalsPath,
 }
 
 }  // namespace
+}  // namespace quorin
 
 int main(int argc, char** argv) {
   const std::vector<std::string> arguments(argv + 1, argv + argc);
-  if (arguments.size() == 3 && arguments[0] == "play") return play(arguments[1], arguments[2]);
+  if (arguments.size() == 3 && arguments[0] == "play") {
+    return quorin::play(arguments[1], arguments[2]);
+  }
   if (arguments.size() == 4 && arguments[0] == "judge") {
-    return judge(arguments[1], arguments[2], arguments[3]);
+    return quorin::judge(arguments[1], arguments[2], arguments[3]);
   }
   std::cerr << "usage: quorin-demo play SINK TICKS | quorin-demo judge WAV ARRIVALS TICKS\n";
   return 2;

@@ -32,7 +32,7 @@ constexpr std::chrono::milliseconds kForever{-1};
 constexpr auto kFollowing = 150ms;
 
 void say(const std::string& line) {
-  std::cout << line << std::endl;
+  std::cout << line << '\n' << std::flush;
 }
 
 void sayFailed(const Error& error) {

@@ -3,6 +3,7 @@
 // QT_SCALE_FACTOR as wanted.
 
 #include "core/simulated_scheduler.h"
+#include "measure/stamped_socket.h"
 #include "modes/cable_status.h"
 #include "panel/content_view.h"
 #include "ui/appearance.h"
@@ -11,6 +12,8 @@
 #include "window/main_window.h"
 #include "window/pages.h"
 #include "window/screens.h"
+
+#include <netinet/in.h>
 
 #include <QApplication>
 #include <QDir>
@@ -230,13 +233,14 @@ void photographPanel(const QDir& folder) {
   dispatch::SimulatedScheduler scheduler;
   audio::AudioEngine::TapHandler tap;
   const Texts texts({"es"});
+  constexpr std::uint16_t kPort = 19'000;
   panel::ContentView view(
       std::make_unique<panel::UDPAudioServer>(
           scheduler, panel::UDPAudioServer::Parts{
                          .makeEngine = [&] { return std::make_unique<StagedEngine>(tap); },
                          .getLocalIPAddress = [] { return "192.168.1.20"; },
                          .print = [](std::string_view) {},
-                         .port = 19'000}),
+                         .port = kPort}),
       texts.tr("pairing_instructions"));
   const QSize size(720, 1240);  // shows all of it
   view.resize(size);
@@ -250,7 +254,9 @@ void photographPanel(const QDir& folder) {
   view.server().start();
   saveAs("panel-code");
   for (const auto* key : {"127.0.1.31:50211", "127.0.1.32:61874", "127.0.1.47:49730"}) {
-    view.server().handleMessage("<<HELLO>>", wire::Endpoint::parse(key).value());
+    measure::StampedSocket::connectTo({.address = INADDR_LOOPBACK, .port = kPort},
+                                      wire::Endpoint::parse(key).value())
+        ->send("<<HELLO>>");
   }
   scheduler.runPending();
   const wire::AudioChunk chunk{};

@@ -55,7 +55,7 @@ SingleInstance::SingleInstance()
   if (!isFirst_ || !lock_) return;
   const auto address = socketAddress();
   ::unlink(address.sun_path);  // left by a killed program
-  ::bind(socket_.get(), generic(address), sizeof address);
+  (void)::bind(socket_.get(), generic(address), sizeof address);
 }
 
 void SingleInstance::serve(dispatch::Queue& main,
@@ -82,10 +82,10 @@ void SingleInstance::readRequests() {
 }
 
 QString SingleInstance::handOver(const QStringList& arguments) {
-  const auto silent = qtTrId("It runs already and does not answer; end that process first.");
+  auto silent = qtTrId("It runs already and does not answer; end that process first.");
   // Autobind, to receive the answer.
   const sockaddr_un unnamed{.sun_family = AF_UNIX, .sun_path = {}};
-  ::bind(socket_.get(), generic(unnamed), sizeof unnamed.sun_family);
+  (void)::bind(socket_.get(), generic(unnamed), sizeof unnamed.sun_family);
   ::setsockopt(socket_.get(), SOL_SOCKET, SO_RCVTIMEO, &kTimeout, sizeof kTimeout);
   ::setsockopt(socket_.get(), SOL_SOCKET, SO_SNDTIMEO, &kTimeout, sizeof kTimeout);
 

@@ -66,7 +66,7 @@ void FrameSender::report(Written written, std::error_code error) {
 void FrameSender::fail(std::error_code error) {
   failure_ = error;
   for (auto& frame : outbox_.takeReliable()) report(std::move(frame.written), error);
-  report(std::move(didFail_), error);
+  report(std::exchange(didFail_, nullptr), error);
 }
 
 }  // namespace quorin::usb

@@ -58,8 +58,9 @@ TEST(OpenSettings, StartsTheDesktopsPageElseAMixerElseAnySettings) {
     qputenv("XDG_DATA_HOME", folder.path().c_str());
     qputenv("XDG_CURRENT_DESKTOP", desktop);
     EXPECT_EQ(openSettings(page), !started.empty());
+    const auto line = started + '\n';
     EXPECT_TRUE(started.empty() ||
-                test::eventually([&] { return test::contentOf(written) == started + '\n'; }))
+                test::eventually([&] { return test::contentOf(written) == line; }))
         << test::contentOf(written);
     qputenv("PATH", path);
   }
