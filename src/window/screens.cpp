@@ -1,6 +1,7 @@
 #include "window/screens.h"
 
 #include "ui/accessibility.h"
+#include "ui/appearance.h"
 #include "window/main_window.h"
 
 #include <QAbstractButton>
@@ -92,8 +93,8 @@ void Screens::applyVisibility() {
 }
 
 void Screens::setTextScale(double scale) {
-  textScale_ = std::max(1.0, scale);
-  views_.contentView->setMinimumSize(MainWindow::kMinimumSize * textScale_);
+  app::setTextScale(scale);
+  views_.contentView->setMinimumSize(MainWindow::kMinimumSize * textScale());
   layoutUI();
 }
 
@@ -101,7 +102,7 @@ void Screens::layoutUI() {
   const QSize size = views_.contentView->size();
   const double growth =
       std::min(size.width() / kGrowsFrom.width(), size.height() / kGrowsFrom.height());
-  const double scale = std::max({1.0, growth, textScale_});
+  const double scale = std::max(growth, textScale());
   const QSizeF bounds = size.toSizeF() / scale;
   views_.applyTypographyForBounds(scale);
   const Layout layout = layoutUIForBounds(bounds, state_, views_, scale);

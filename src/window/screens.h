@@ -27,7 +27,7 @@ class Screens {
   /// Places every view anew, after a resize.
   void layoutUI();
 
-  /// The user's desktop text scale, the minimum of the window's scale.
+  /// The user's text size, the minimum of the window's scale.
   void setTextScale(double scale);
 
  private:
@@ -37,7 +37,6 @@ class Screens {
   Views& views_;
   ScreenState state_;
   std::function<void()> onUpdate_ = [] {};
-  double textScale_ = 1;
   Screen announcedScreen_ = Screen::kNone;
   QString announcedStatus_;
 };
