@@ -9,8 +9,6 @@
 #include "wifi/local_address.h"
 #include "window/help.h"
 
-#include <unistd.h>
-
 #include <QCoreApplication>
 #include <utility>
 
@@ -29,12 +27,6 @@ TrKey textKeyOf(LoanFailure failure) {
       break;
   }
   return "audio.guard.setup.failed";
-}
-
-/// The capture's lines are for a log; on a terminal they appear only with --verbose.
-log::PrintLine captureLog(bool verbose) {
-  if (verbose || ::isatty(STDOUT_FILENO) == 0) return log::print;
-  return [](std::string_view) {};
 }
 
 /// Empty if this computer has `address` now.
@@ -68,8 +60,7 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
       pages_(texts_, views_, screens_),
       audioCaptureManager_(
           scheduler_,
-          {.makeEngine = [this] { return audioServer_->makeEngine(audio::mayBeStreamed); },
-           .print = captureLog(options.verbose)}),
+          {.makeEngine = [this] { return audioServer_->makeEngine(audio::mayBeStreamed); }}),
       audioFrameQueueSerial_(stream::AudioSender::makeQueue(scheduler_)),
       cable_(scheduler_, *audioFrameQueueSerial_,
              {.changed = [this](const CableState& state) { pages_.showCable(state); },
