@@ -99,8 +99,8 @@ TEST_F(ScreenReaderTest, EntersPagesHearsNewsAndReadsTheCode) {
   pages_.showWiFiPage(page("Waiting"));
   pages_.open(Page::kWifi);
   EXPECT_TRUE(reader_.says(texts_.tr("cards.online.title") + ". Waiting"));
-  pages_.showWiFiPage(page("1 device connected"));
-  EXPECT_TRUE(reader_.says("1 device connected")) << "a phone has joined";
+  pages_.showWiFiPage(page("1 phone connected"));
+  EXPECT_TRUE(reader_.says("1 phone connected")) << "a phone has joined";
   views_.onlineQRImageView_->setFocus();
   EXPECT_TRUE(reader_.says("Copy address 192.168.1.20:9000"));
 
