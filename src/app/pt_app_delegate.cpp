@@ -296,7 +296,9 @@ void PTAppDelegate::refreshBackground() {
         {.windowShown = window_.isVisible(),
          .streaming = pageIsInFront(screen) && (isWifi || screen.page == Page::kCable),
          .listeners = menu_.listeners(),
-         .devicesWrong = screen.guard || screen.microphoneDenied,
+         .blocked = screen.microphoneDenied ? std::optional(TrKey("notice.stopped.microphone"))
+                    : screen.guard          ? std::optional(TrKey("notice.stopped.info"))
+                                            : std::nullopt,
          .problem = isWifi && page.content == WiFiPage::Content::kProblem ? page.title : QString(),
          .lent = loan_.isLent(),
          .playsHere = loan_.playsHere()});
