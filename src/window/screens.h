@@ -5,6 +5,7 @@
 #include "window/views.h"
 
 #include <QString>
+#include <array>
 #include <functional>
 
 namespace quorin::app {
@@ -38,7 +39,7 @@ class Screens {
   ScreenState state_;
   std::function<void()> onUpdate_ = [] {};
   Screen announcedScreen_ = Screen::kNone;
-  QString announcedStatus_;
+  std::array<QString, 2> announced_;  ///< its status
 };
 
 }  // namespace quorin::app

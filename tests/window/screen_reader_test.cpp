@@ -107,8 +107,15 @@ TEST_F(ScreenReaderTest, EntersPagesHearsNewsAndReadsTheCode) {
   pages_.showWiFiPage({.content = WiFiPage::Content::kMessage, .title = "No network"});
   EXPECT_TRUE(reader_.says("No network"));
   pages_.apply({.guard = true, .textKey = "audio.guard.text.in", .output = {}, .input = {}});
-  EXPECT_TRUE(
-      reader_.says(texts_.tr("audio.guard.title") + ". " + texts_.tr("audio.guard.text.in")));
+  EXPECT_TRUE(reader_.says(texts_.tr("audio.guard.title") + ". " +
+                           texts_.tr("audio.guard.text.in") + ". " +
+                           texts_.tr("audio.guard.setup.note")));
+  pages_.apply({.guard = true,
+                .textKey = "audio.guard.text.in",
+                .output = {},
+                .input = {},
+                .setUpFailureKey = "audio.guard.setup.refused"});
+  EXPECT_TRUE(reader_.says(texts_.tr("audio.guard.setup.refused")));
   pages_.apply({});
   pages_.open(Page::kCable);
   pages_.showCable({.connected = true});
