@@ -644,9 +644,9 @@ Esc o Alt+Izquierda: volver. Ctrl+W: cerrar la ventana; la transmisión sigue. C
         <source></source>
         <translation>versión</translation>
     </message>
-    <message id="Usage: %1">
+    <message id="Usage:">
         <source></source>
-        <translation>Uso: %1</translation>
+        <translation>Uso:</translation>
     </message>
     <message id="[options]">
         <source></source>
