@@ -125,9 +125,9 @@
     </message>
     <message id="alert.privacy.info">
         <source></source>
-        <translation>Your sound goes straight from this computer to the iPhones you connect, over your own network or cable. Nothing passes through a server, and Quorin Stream records, stores and reports nothing. Over Wi‑Fi the sound is not encrypted, and any device in the network can join: use it in networks you trust.
+        <translation>Your sound goes straight from this computer to the iPhones you connect, over your own network or cable. Nothing passes through a server, and Quorin Stream records, stores and reports nothing. Over Wi‑Fi the sound is not encrypted, and anyone in your network can connect and listen: use a network you trust, and stream only what you may share.
 
-Anyone on your network can connect and listen, so use a network you trust, and stream only what you may share. The program comes without any warranty.</translation>
+The program comes without any warranty.</translation>
     </message>
     <message id="common.ok">
         <source></source>
@@ -139,7 +139,7 @@ Anyone on your network can connect and listen, so use a network you trust, and s
     </message>
     <message id="alert.stop.info">
         <source></source>
-        <translation>Someone is listening right now. Stopping ends the stream for every connected device.</translation>
+        <translation>Someone is listening right now. Stopping ends the stream for every connected phone.</translation>
     </message>
     <message id="alert.stop.confirm">
         <source></source>
@@ -167,7 +167,11 @@ Anyone on your network can connect and listen, so use a network you trust, and s
     </message>
     <message id="notice.stopped.info">
         <source></source>
-        <translation>The sound devices have changed; the window says what is missing.</translation>
+        <translation>The sound devices are not the right ones; the window says what is missing.</translation>
+    </message>
+    <message id="notice.stopped.microphone">
+        <source></source>
+        <translation>The microphone is no longer allowed; the window says where to allow it.</translation>
     </message>
     <message id="notice.not_started">
         <source></source>
@@ -242,13 +246,13 @@ Anyone on your network can connect and listen, so use a network you trust, and s
     </message>
     <message id="status.connected.one">
         <source></source>
-        <translation>1 device connected</translation>
+        <translation>1 phone connected</translation>
     </message>
     <message id="status.connected.many" numerus="yes">
         <source></source>
         <translation>
-            <numerusform>%n device connected</numerusform>
-            <numerusform>%n devices connected</numerusform>
+            <numerusform>%n phone connected</numerusform>
+            <numerusform>%n phones connected</numerusform>
         </translation>
     </message>
     <message id="network.unavailable">
@@ -332,7 +336,7 @@ Anyone on your network can connect and listen, so use a network you trust, and s
     </message>
     <message id="status.full">
         <source></source>
-        <translation>All ten places are taken. One more device found none.</translation>
+        <translation>All ten places are taken. One more phone found none.</translation>
     </message>
     <message id="phone.listening">
         <source></source>
@@ -434,7 +438,7 @@ Anyone on your network can connect and listen, so use a network you trust, and s
 ## When no sound arrives
 
 - The phone has to reach UDP port %1 of this computer. Where a firewall keeps it out: `sudo ufw allow %1/udp`, or `sudo firewall-cmd --add-port=%1/udp`. Another port is chosen with `quorin-stream --port`.
-- Many guest networks keep devices apart; use another one, or the cable.
+- In many guest networks the phone cannot see the computer; use another one, or the cable.
 - The cable needs the USB service: `sudo apt install usbmuxd`.
 
 ## Keys

@@ -121,13 +121,13 @@
     </message>
     <message id="alert.privacy.title">
         <source></source>
-        <translation>Privacidad y términos</translation>
+        <translation>Privacidad y Términos</translation>
     </message>
     <message id="alert.privacy.info">
         <source></source>
-        <translation>Tu sonido va directamente de este ordenador a los iPhone que conectes, por tu propia red o por el cable. Nada pasa por un servidor, y Quorin Stream no graba, guarda ni envía ningún otro dato. Por Wi‑Fi el sonido va sin cifrar y cualquier dispositivo de la red puede unirse: úsalo en redes de confianza.
+        <translation>Tu sonido va directamente de este ordenador a los iPhone que conectes, por tu propia red o por el cable. Nada pasa por un servidor, y Quorin Stream no graba, guarda ni envía ningún otro dato. Por Wi‑Fi el sonido va sin cifrar y cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confianza y transmite solo lo que puedas compartir.
 
-Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confianza y transmite solo lo que puedas compartir. El programa se ofrece sin ninguna garantía.</translation>
+El programa se ofrece sin ninguna garantía.</translation>
     </message>
     <message id="common.ok">
         <source></source>
@@ -139,7 +139,7 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
     </message>
     <message id="alert.stop.info">
         <source></source>
-        <translation>Alguien está escuchando ahora mismo. Si la detienes, la transmisión terminará en todos los dispositivos conectados.</translation>
+        <translation>Alguien está escuchando ahora mismo. Si la detienes, la transmisión terminará en todos los teléfonos conectados.</translation>
     </message>
     <message id="alert.stop.confirm">
         <source></source>
@@ -167,7 +167,11 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
     </message>
     <message id="notice.stopped.info">
         <source></source>
-        <translation>Los dispositivos de sonido han cambiado; la ventana dice qué falta.</translation>
+        <translation>Los dispositivos de sonido no son los correctos; la ventana dice qué falta.</translation>
+    </message>
+    <message id="notice.stopped.microphone">
+        <source></source>
+        <translation>El micrófono ya no está permitido; la ventana dice dónde permitirlo.</translation>
     </message>
     <message id="notice.not_started">
         <source></source>
@@ -242,13 +246,13 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
     </message>
     <message id="status.connected.one">
         <source></source>
-        <translation>1 dispositivo conectado</translation>
+        <translation>1 teléfono conectado</translation>
     </message>
     <message id="status.connected.many" numerus="yes">
         <source></source>
         <translation>
-            <numerusform>%n dispositivo conectado</numerusform>
-            <numerusform>%n dispositivos conectados</numerusform>
+            <numerusform>%n teléfono conectado</numerusform>
+            <numerusform>%n teléfonos conectados</numerusform>
         </translation>
     </message>
     <message id="network.unavailable">
@@ -304,7 +308,7 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
     </message>
     <message id="status.silent">
         <source></source>
-        <translation>Este equipo no está reproduciendo sonido</translation>
+        <translation>No suena nada en este ordenador</translation>
     </message>
     <message id="status.silent.muted">
         <source></source>
@@ -332,7 +336,7 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
     </message>
     <message id="status.full">
         <source></source>
-        <translation>Las diez plazas están ocupadas. Otro dispositivo no encontró sitio.</translation>
+        <translation>Las diez plazas están ocupadas. Otro teléfono no encontró sitio.</translation>
     </message>
     <message id="phone.listening">
         <source></source>
@@ -420,33 +424,33 @@ Cualquiera que esté en tu red puede conectarse y escuchar: usa una red de confi
     </message>
     <message id="help.looking">
         <source></source>
-        <translation>Comprobando este equipo…</translation>
+        <translation>Comprobando este ordenador…</translation>
     </message>
     <message id="help.text">
         <source></source>
         <translation>## Lo que necesita el teléfono
 
 1. La app para iPhone: un programa aparte, que se obtiene donde obtuviste este; en otro ordenador, `quorin-listen` ocupa su lugar.
-2. La misma red que este equipo, mejor una Wi‑Fi de 5 GHz; o su cable de carga.
+2. La misma red que este ordenador, mejor una Wi‑Fi de 5 GHz; o su cable de carga.
 3. Por Wi‑Fi: elige «Streaming por Wi‑Fi» y escanea el código, o escribe la dirección que está debajo.
 4. Por cable: desbloquea el iPhone, toca «Confiar» cuando lo pregunte y abre la app.
 
 ## Cuando no llega sonido
 
-- El teléfono tiene que llegar al puerto UDP %1 de este equipo. Si un cortafuegos lo impide: `sudo ufw allow %1/udp` o `sudo firewall-cmd --add-port=%1/udp`. Otro puerto se elige con `quorin-stream --port`.
-- Muchas redes de invitados separan los dispositivos; usa otra, o el cable.
+- El teléfono tiene que llegar al puerto UDP %1 de este ordenador. Si un cortafuegos lo impide: `sudo ufw allow %1/udp` o `sudo firewall-cmd --add-port=%1/udp`. Otro puerto se elige con `quorin-stream --port`.
+- En muchas redes de invitados el teléfono no ve el ordenador; usa otra, o el cable.
 - El cable necesita el servicio USB: `sudo apt install usbmuxd`.
 
 ## Teclas
 
 Esc o Alt+Izquierda: volver. Ctrl+W: cerrar la ventana; la transmisión sigue. Ctrl+Q: salir. F1: esta ayuda.
 
-## Este equipo</translation>
+## Este ordenador</translation>
     </message>
     <!-- What the command line prints: the English sentence is the key. -->
-    <message id="audio server">
+    <message id="sound server">
         <source></source>
-        <translation>servidor de audio</translation>
+        <translation>servidor de sonido</translation>
     </message>
     <message id="none">
         <source></source>
@@ -542,7 +546,7 @@ Esc o Alt+Izquierda: volver. Ctrl+W: cerrar la ventana; la transmisión sigue. C
     </message>
     <message id="Connect this computer to the phone&#x27;s network, by Wi-Fi or by wire.">
         <source></source>
-        <translation>Conecta este equipo a la red del teléfono, por Wi-Fi o por cable.</translation>
+        <translation>Conecta este ordenador a la red del teléfono, por Wi-Fi o por cable.</translation>
     </message>
     <message id="port">
         <source></source>
@@ -614,7 +618,7 @@ Esc o Alt+Izquierda: volver. Ctrl+W: cerrar la ventana; la transmisión sigue. C
     </message>
     <message id="For an even stream on a busy computer: install rtkit.">
         <source></source>
-        <translation>Para un sonido continuo en un equipo ocupado: instala rtkit.</translation>
+        <translation>Para un sonido continuo en un ordenador ocupado: instala rtkit.</translation>
     </message>
     <message id="ok">
         <source></source>
@@ -640,6 +644,18 @@ Esc o Alt+Izquierda: volver. Ctrl+W: cerrar la ventana; la transmisión sigue. C
         <source></source>
         <translation>versión</translation>
     </message>
+    <message id="Usage:">
+        <source></source>
+        <translation>Uso:</translation>
+    </message>
+    <message id="[options]">
+        <source></source>
+        <translation>[opciones]</translation>
+    </message>
+    <message id="Options:">
+        <source></source>
+        <translation>Opciones:</translation>
+    </message>
     <message id="Sends the computer&#x27;s sound to a phone in real time.">
         <source></source>
         <translation>Envía el sonido del ordenador a un teléfono en tiempo real.</translation>
@@ -654,7 +670,7 @@ Esc o Alt+Izquierda: volver. Ctrl+W: cerrar la ventana; la transmisión sigue. C
     </message>
     <message id="Set the devices up first, as the button &quot;Set up for me&quot; does.">
         <source></source>
-        <translation>Configurar primero los dispositivos, como el botón «Prepáralo por mí».</translation>
+        <translation>Preparar primero los dispositivos, como el botón «Prepáralo por mí».</translation>
     </message>
     <message id="UDP port of the Wi-Fi mode, 1 to 65535 (9000).">
         <source></source>
@@ -662,7 +678,7 @@ Esc o Alt+Izquierda: volver. Ctrl+W: cerrar la ventana; la transmisión sigue. C
     </message>
     <message id="Show the code of this network, where the computer is in several.">
         <source></source>
-        <translation>Mostrar el código de esta red, si el equipo está en varias.</translation>
+        <translation>Mostrar el código de esta red, si el ordenador está en varias.</translation>
     </message>
     <message id="Language of the texts (the system&#x27;s).">
         <source></source>
@@ -748,13 +764,17 @@ Esc o Alt+Izquierda: volver. Ctrl+W: cerrar la ventana; la transmisión sigue. C
         <source></source>
         <translation>Hay teléfonos escuchando el programa en marcha; detén antes la transmisión.</translation>
     </message>
+    <message id="The sound devices are not right yet; it starts when they are.">
+        <source></source>
+        <translation>Los dispositivos de sonido aún no son los correctos; empezará cuando lo sean.</translation>
+    </message>
     <message id="Port %1 cannot be used: %2.">
         <source></source>
         <translation>El puerto %1 no se puede usar: %2.</translation>
     </message>
     <message id="This computer has no network with %1 now. Its addresses: %2.">
         <source></source>
-        <translation>Este equipo no tiene ahora ninguna red con %1. Sus direcciones: %2.</translation>
+        <translation>Este ordenador no tiene ahora ninguna red con %1. Sus direcciones: %2.</translation>
     </message>
     <message id="no name">
         <source></source>

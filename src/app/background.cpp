@@ -13,7 +13,7 @@ const auto kQuit = QStringLiteral("quit");
 
 /// For the tray icon and the notifications.
 QString stateText(const StreamState& state, const Texts& texts) {
-  if (state.devicesWrong) return texts.tr("notice.stopped.info");
+  if (state.blocked) return texts.tr(*state.blocked);
   if (!state.streaming) return texts.tr("tray.idle");
   return state.problem.isEmpty() ? texts.tr("notice.listeners", static_cast<int>(state.listeners))
                                  : state.problem;
@@ -24,7 +24,7 @@ QString stateText(const StreamState& state, const Texts& texts) {
 std::optional<TrKey> StreamNews::take(const StreamState& now) {
   const auto before = std::exchange(last_, now);
   if (now.windowShown) return std::nullopt;
-  if (before.streaming && now.devicesWrong) return TrKey("notice.stopped");
+  if (before.streaming && now.blocked) return TrKey("notice.stopped");
   if (before.windowShown && !std::exchange(hasSaidGoesOn_, true)) return TrKey("notice.goes_on");
   if (!now.streaming || before.windowShown) return std::nullopt;
   if (!now.problem.isEmpty() && now.problem != before.problem) return TrKey("notice.not_started");
@@ -41,6 +41,9 @@ Background::Background(dispatch::Queue& background, const Texts& texts, Actions 
         (action == kQuit ? actions_.quit : actions_.show)(token);
       }),
       inhibitor_(background, texts.tr("notice.awake")) {
+  state_ = menu_.addAction(QString());
+  state_->setEnabled(false);
+  menu_.addSeparator();
   menu_.addAction(texts.tr("tray.show"), [this] { actions_.show({}); });
   playHere_ = menu_.addAction(texts.tr("play_here"));
   playHere_->setCheckable(true);
@@ -57,7 +60,7 @@ void Background::showIcon() {
   if (icon_) return;
   icon_.emplace(QApplication::windowIcon());
   icon_->setContextMenu(&menu_);
-  icon_->setToolTip(toolTip_);
+  showText(state_->text());
   QObject::connect(&*icon_, &QSystemTrayIcon::activated, &menu_,
                    [this](QSystemTrayIcon::ActivationReason reason) {
                      if (reason == QSystemTrayIcon::Trigger) actions_.show({});
@@ -65,10 +68,14 @@ void Background::showIcon() {
   icon_->show();
 }
 
+void Background::showText(const QString& state) {
+  state_->setText(state);
+  if (icon_) icon_->setToolTip(QString::fromLatin1(kProgramName) + ": " + state);
+}
+
 void Background::update(const StreamState& state) {
   const auto text = stateText(state, texts_);
-  toolTip_ = QString::fromLatin1(kProgramName) + ": " + text;
-  if (icon_) icon_->setToolTip(toolTip_);
+  showText(text);
   stop_->setEnabled(state.streaming);
   playHere_->setVisible(state.lent);
   playHere_->setChecked(state.playsHere);

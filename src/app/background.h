@@ -17,10 +17,10 @@ struct StreamState {
   bool windowShown = true;
   bool streaming = false;  ///< a mode is open, and nothing stands in front of its page
   std::size_t listeners = 0;
-  bool devicesWrong = false;  ///< the guard or the microphone screen is in front
-  QString problem{};          ///< why the server does not run; empty when it does
-  bool lent = false;          ///< "Also play on this computer" is available
-  bool playsHere = false;     ///< and it is on
+  std::optional<TrKey> blocked{};  ///< why the guard or the microphone screen is in front
+  QString problem{};               ///< why the server does not run; empty when it does
+  bool lent = false;               ///< "Also play on this computer" is available
+  bool playsHere = false;          ///< and it is on
 };
 
 /// Which changes of the stream are worth a notification while the window is hidden. Pure.
@@ -50,17 +50,17 @@ class Background {
   void update(const StreamState& state);
 
   const QMenu& menu() const { return menu_; }
-  const QString& toolTip() const { return toolTip_; }
 
  private:
   void showIcon();
+  void showText(const QString& state);
 
   const Texts& texts_;
   Actions actions_;
   QMenu menu_;
+  QAction* state_;  ///< a row that only tells, as does the tool tip
   QAction* playHere_;
   QAction* stop_;
-  QString toolTip_;
   std::unique_ptr<QObject> tray_;
   std::optional<QSystemTrayIcon> icon_;  ///< where the desktop has a tray
   StreamNews news_;

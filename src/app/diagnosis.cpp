@@ -148,7 +148,7 @@ const char* wordFor(Kind kind) {
 std::vector<Finding> diagnose(const Facts& facts, const Texts& texts) {
   return {
       named("version", fine(QString::fromUtf8(version()) + ", Qt " + qVersion())),
-      named("audio server", audioServer(facts)),
+      named("sound server", audioServer(facts)),
       named("virtual device", virtualDevice(facts)),
       named("default output",
             device(facts.devices.output,

@@ -2,6 +2,7 @@
 #include "app/options.h"
 #include "app/pt_app_delegate.h"
 #include "core/identity.h"
+#include "core/log.h"
 #include "core/version.h"
 #include "platform/desktop/single_instance.h"
 #include "platform/dispatch/system_scheduler.h"
@@ -12,7 +13,6 @@
 #include "wire/control_message.h"
 
 #include <QApplication>
-#include <QLoggingCategory>
 #include <cstdio>
 #include <optional>
 #include <string>
@@ -47,10 +47,6 @@ int print(const Options& options, const Texts& texts) {
   return 0;
 }
 
-void logMoreIf(bool verbose) {
-  if (verbose) QLoggingCategory::setFilterRules(QStringLiteral("quorin.*.debug=true"));
-}
-
 int failWith(const QString& sentence, int status) {
   std::fprintf(stderr, "%s: %s\n", kProgramFile, qUtf8Printable(sentence));
   return status;
@@ -76,7 +72,7 @@ int run(const Options& options, desktop::SingleInstance& instance) {
     }
     delegate.takeOver(*wanted, request.activationToken,
                       [answer, verbose = wanted->verbose](const QString& refusal) {
-                        logMoreIf(verbose && refusal.isEmpty());
+                        if (verbose && refusal.isEmpty()) log::setVerbose();
                         answer(refusal);
                       });
   });
@@ -90,7 +86,7 @@ int launch(int argc, char** argv) {
   std::optional<Printing> printing(std::in_place, argc, argv, languageIn(arguments));
   const auto options = parseOptions(arguments);
   if (!options) return failWith(options.error(), kUsageError);
-  logMoreIf(options->verbose);
+  if (options->verbose) log::setVerbose();
   if (options->action != Options::Action::kRun) return print(*options, printing->texts);
 
   desktop::SingleInstance instance;

@@ -98,7 +98,11 @@ QString languageIn(const QStringList& arguments) {
 }
 
 QString helpText() {
-  return makeParser()->helpText();
+  auto text = makeParser()->helpText();
+  for (const char* heading : {"Usage:", "[options]", "Options:"}) {  // Qt's own, always English
+    text.replace(QLatin1String(heading), qtTrId(heading));
+  }
+  return text;
 }
 
 }  // namespace quorin::app

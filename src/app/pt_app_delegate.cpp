@@ -9,33 +9,15 @@
 #include "wifi/local_address.h"
 #include "window/help.h"
 
-#include <unistd.h>
-
 #include <QCoreApplication>
 #include <utility>
 
 namespace quorin::app {
 namespace {
 
-TrKey textKeyOf(LoanFailure failure) {
-  switch (failure) {
-    case LoanFailure::kNoServer:
-      return "audio.guard.setup.no_server";
-    case LoanFailure::kRefused:
-      return "audio.guard.setup.refused";
-    case LoanFailure::kHelperMissing:
-      return "audio.guard.setup.missing";
-    case LoanFailure::kOther:
-      break;
-  }
-  return "audio.guard.setup.failed";
-}
-
-/// The capture's lines are for a log; on a terminal they appear only with --verbose.
-log::PrintLine captureLog(bool verbose) {
-  if (verbose || ::isatty(STDOUT_FILENO) == 0) return log::print;
-  return [](std::string_view) {};
-}
+/// How long a later start waits for its mode: 3 s.
+constexpr std::chrono::milliseconds kStartCheckInterval{50};
+constexpr int kMaxStartChecks = 60;
 
 /// Empty if this computer has `address` now.
 QString refusalOfNetwork(const QString& address) {
@@ -68,8 +50,7 @@ PTAppDelegate::PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts,
       pages_(texts_, views_, screens_),
       audioCaptureManager_(
           scheduler_,
-          {.makeEngine = [this] { return audioServer_->makeEngine(audio::mayBeStreamed); },
-           .print = captureLog(options.verbose)}),
+          {.makeEngine = [this] { return audioServer_->makeEngine(audio::mayBeStreamed); }}),
       audioFrameQueueSerial_(stream::AudioSender::makeQueue(scheduler_)),
       cable_(scheduler_, *audioFrameQueueSerial_,
              {.changed = [this](const CableState& state) { pages_.showCable(state); },
@@ -130,7 +111,10 @@ void PTAppDelegate::connectViews() {
   on(&window_, &MainWindow::helpRequested, [this] { showHelp(texts_, wifi_.port(), &window_); });
   on(&window_, &MainWindow::quitRequested, [this] { quit(); });
   on(&window_, &MainWindow::visibilityChanged, [this] { refreshBackground(); });
-  screens_.setOnUpdate([this] { refreshBackground(); });
+  screens_.setOnUpdate([this] {
+    refreshBackground();
+    answerSetUp();
+  });
   on(views_.inputTextField, &QLineEdit::returnPressed, [this] {
     if (cable_.sendMessage(views_.inputTextField->text())) views_.inputTextField->clear();
   });
@@ -145,17 +129,8 @@ void PTAppDelegate::connectViews() {
     if (silent) loan_.watch();
     showSound();
   });
-  loan_.setReports({.lent =
-                        [this] {
-                          guard_.onSetUp();
-                          answerSetUp({});
-                        },
-                    .failed =
-                        [this](LoanFailure failure) {
-                          const auto key = textKeyOf(failure);
-                          guard_.onSetUpFailed(key.name());
-                          answerSetUp(texts_.tr(key));
-                        },
+  loan_.setReports({.lent = [this] { guard_.onSetUp(); },
+                    .failed = [this](TrKey why) { guard_.onSetUpFailed(why.name()); },
                     .changed = [this] { showSound(); }});
 
   pages_.setCallbacks({.stopAllSessions = [this] { menu_.stopAllSessions(); },
@@ -261,8 +236,18 @@ void PTAppDelegate::obey(const Options& wanted, const desktop::SingleInstance::A
   if (wanted.address) wifi_.chooseNetwork(*wanted.address);
   if (wanted.start != StartMode::kMenu) startMode_ = wanted.start;
   if (pageIsInFront(screens_.state())) enterStartMode();
-  // After the posted switch to the mode.
-  scheduler_.mainQueue().async(scope_, [this, wanted, answer] {
+  answerOnceStarted(wanted, answer, kMaxStartChecks);
+}
+
+/// After the switch to the mode, which is posted, and for which the guard may have to pass first.
+void PTAppDelegate::answerOnceStarted(const Options& wanted,
+                                      const desktop::SingleInstance::Answer& answer,
+                                      int checksLeft) {
+  scheduler_.mainQueue().asyncAfter(kStartCheckInterval, scope_, [=, this] {
+    const bool waits = wanted.start != StartMode::kMenu && startMode_ != StartMode::kMenu;
+    if (waits && checksLeft > 0) return answerOnceStarted(wanted, answer, checksLeft - 1);
+    if (waits)
+      return answer(qtTrId("The sound devices are not right yet; it starts when they are."));
     const auto& page = wifi_.page();
     const bool isAsked = wanted.port || wanted.start == StartMode::kWiFi;
     const bool fails = isAsked && wifi_.isOpen() && page.content == WiFiPage::Content::kProblem;
@@ -270,7 +255,11 @@ void PTAppDelegate::obey(const Options& wanted, const desktop::SingleInstance::A
   });
 }
 
-void PTAppDelegate::answerSetUp(const QString& refusal) {
+/// Once the devices are set up, or could not be.
+void PTAppDelegate::answerSetUp() {
+  if (setUpAnswers_.empty() || guard_.state().settingUp) return;
+  const auto failure = TrKey::find(guard_.state().setUpFailureKey);
+  const auto refusal = failure ? texts_.tr(*failure) : QString();
   for (const auto& answer : std::exchange(setUpAnswers_, {})) answer(refusal);
 }
 
@@ -305,7 +294,9 @@ void PTAppDelegate::refreshBackground() {
         {.windowShown = window_.isVisible(),
          .streaming = pageIsInFront(screen) && (isWifi || screen.page == Page::kCable),
          .listeners = menu_.listeners(),
-         .devicesWrong = screen.guard || screen.microphoneDenied,
+         .blocked = screen.microphoneDenied ? std::optional(TrKey("notice.stopped.microphone"))
+                    : screen.guard          ? std::optional(TrKey("notice.stopped.info"))
+                                            : std::nullopt,
          .problem = isWifi && page.content == WiFiPage::Content::kProblem ? page.title : QString(),
          .lent = loan_.isLent(),
          .playsHere = loan_.playsHere()});

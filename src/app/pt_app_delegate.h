@@ -57,7 +57,9 @@ class PTAppDelegate {
   void enterStartMode();
   QString refusalOf(const Options& wanted) const;
   void obey(const Options& wanted, const desktop::SingleInstance::Answer& answer);
-  void answerSetUp(const QString& refusal);
+  void answerOnceStarted(const Options& wanted, const desktop::SingleInstance::Answer& answer,
+                         int checksLeft);
+  void answerSetUp();
   std::unique_ptr<Background> makeBackground();
   void refreshBackground();
   void showSound();

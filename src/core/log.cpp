@@ -74,7 +74,13 @@ void neverWait() {
   ::qInstallMessageHandler(receive);
 }
 
+void setVerbose() {
+  QLoggingCategory::setFilterRules(QStringLiteral("quorin.*.debug=true"));
+}
+
 void print(std::string_view line) {
+  const QLoggingCategory capture("quorin.capture", QtInfoMsg);
+  if (::isatty(STDOUT_FILENO) == 1 && !capture.isDebugEnabled()) return;
   standardOutput().write(line);
 }
 
@@ -88,6 +94,10 @@ void detail(std::string_view area, std::string_view line) {
   const auto name = categoryOf(area);
   const QLoggingCategory where(name.c_str(), QtInfoMsg);
   qCDebug(where).noquote() << text(line);
+}
+
+void noteInFile(std::string_view area, std::string_view line) {
+  ::isatty(STDERR_FILENO) == 1 ? detail(area, line) : note(area, line);
 }
 
 }  // namespace quorin::log

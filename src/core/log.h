@@ -11,8 +11,11 @@ namespace quorin::log {
 /// counted: a slow reader does not hold up the program. Call before starting any thread.
 void neverWait();
 
-/// Writes a line of the capture or of the panel's server to standard output. Dropped while the
-/// reader does not read.
+/// Shows the lines that are for --verbose, from now on.
+void setVerbose();
+
+/// Writes a line of the capture or of the panel's server to standard output; to a terminal only
+/// with --verbose. Dropped while the reader does not read.
 void print(std::string_view line);
 
 /// `print`, or a test's replacement. Any thread.
@@ -24,5 +27,8 @@ void note(std::string_view area, std::string_view line);
 
 /// As `note`, but only with --verbose (or the category's debug level switched on).
 void detail(std::string_view area, std::string_view line);
+
+/// As `note`, but to a terminal only with --verbose.
+void noteInFile(std::string_view area, std::string_view line);
 
 }  // namespace quorin::log

@@ -21,10 +21,11 @@ QString helperProgram() {
   return here.isEmpty() ? QStandardPaths::findExecutable(name) : here;
 }
 
-LoanFailure failureNamed(const QString& cause) {
-  if (cause == "server") return LoanFailure::kNoServer;
-  if (cause == "refused") return LoanFailure::kRefused;
-  return LoanFailure::kOther;
+/// `cause` is the helper's word.
+TrKey failureText(const QString& cause) {
+  if (cause == "server") return "audio.guard.setup.no_server";
+  if (cause == "refused") return "audio.guard.setup.refused";
+  return "audio.guard.setup.failed";
 }
 
 }  // namespace
@@ -58,7 +59,7 @@ void DeviceLoan::watch() {
 
 void DeviceLoan::startHelper(const char* verb) {
   const QString program = helperProgram();
-  if (program.isEmpty()) return fail(LoanFailure::kHelperMissing);
+  if (program.isEmpty()) return fail("audio.guard.setup.missing");
   hasAnswered_ = false;
   helper_ = std::make_unique<QProcess>();
   helper_->setProcessChannelMode(QProcess::ForwardedErrorChannel);
@@ -76,7 +77,7 @@ void DeviceLoan::startHelper(const char* verb) {
       [this](QProcess::ProcessError error) {
         if (error != QProcess::FailedToStart) return;
         helper_.reset();
-        fail(LoanFailure::kHelperMissing);
+        fail("audio.guard.setup.missing");
       },
       Qt::QueuedConnection);
   helper_->start(program, {QString::fromLatin1(verb)});
@@ -106,7 +107,7 @@ void DeviceLoan::take(const QString& line) {
     if (reports_.lent) reports_.lent();
   } else if (word == "failed") {
     isLent_ = false;
-    fail(failureNamed(fields.value(1)));
+    fail(failureText(fields.value(1)));
   } else if (word == "playing-here on" || word == "playing-here off") {
     playsHere_ = word.endsWith("on");
   } else if (word == "clear" || word == "muted" || word == "elsewhere") {
@@ -123,15 +124,15 @@ void DeviceLoan::onEnded() {
   elsewhere_ = {};
   if (wasLent) log::note(kLogArea, "quorin-device has ended");
   if (!hasAnswered_) {
-    fail(LoanFailure::kOther);
+    fail(failureText({}));
   } else if (wasLent && wasKilled) {
     lend();  // the new helper takes the device over and later returns it
   }
   if (reports_.changed) reports_.changed();
 }
 
-void DeviceLoan::fail(LoanFailure failure) {
-  if (isLending_ && reports_.failed) reports_.failed(failure);
+void DeviceLoan::fail(TrKey why) {
+  if (isLending_ && reports_.failed) reports_.failed(why);
 }
 
 }  // namespace quorin::app

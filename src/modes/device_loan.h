@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/texts.h"
+
 #include <QString>
 #include <functional>
 #include <memory>
@@ -7,9 +9,6 @@
 class QProcess;
 
 namespace quorin::app {
-
-/// Why the device could not be set up.
-enum class LoanFailure { kNoServer, kRefused, kHelperMissing, kOther };
 
 /// Why a running stream may be silent.
 struct SoundElsewhere {
@@ -27,7 +26,7 @@ class DeviceLoan {
  public:
   struct Reports {
     std::function<void()> lent;  ///< also when the audio server had restarted
-    std::function<void(LoanFailure)> failed;
+    std::function<void(TrKey why)> failed;
     std::function<void()> changed;  ///< the result of a getter
   };
 
@@ -61,7 +60,7 @@ class DeviceLoan {
   void command(const char* line);
   void take(const QString& line);
   void onEnded();
-  void fail(LoanFailure failure);
+  void fail(TrKey why);
 
   Reports reports_;
   std::unique_ptr<QProcess> helper_;

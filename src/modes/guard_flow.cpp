@@ -236,10 +236,10 @@ void GuardFlow::requestMicrophonePermission() {
 
 void GuardFlow::onMicrophoneAnswer() {
   if (!microphoneAuthorized()) return showMicDeniedOverlay();
-  log::note("guard",
-            inputs_->hasAskedUser()
-                ? "✅ Permiso de micrófono concedido. La captura iniciará al elegir modo."
-                : "✅ Permiso de micrófono ya concedido. La captura iniciará al elegir modo.");
+  log::noteInFile(
+      "guard", inputs_->hasAskedUser()
+                   ? "✅ Permiso de micrófono concedido. La captura iniciará al elegir modo."
+                   : "✅ Permiso de micrófono ya concedido. La captura iniciará al elegir modo.");
 }
 
 }  // namespace quorin::app

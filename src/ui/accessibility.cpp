@@ -2,6 +2,7 @@
 
 #include "ui/containers.h"
 #include "ui/controls.h"
+#include "ui/stream_controls.h"
 
 #include <QAccessible>
 #include <QAccessibleWidget>
@@ -14,6 +15,21 @@ class Notice : public QWidget {
   Q_OBJECT
  public:
   using QWidget::QWidget;
+};
+
+/// Says the level only when it is asked for.
+class LevelInterface : public QAccessibleWidget {
+ public:
+  explicit LevelInterface(LevelMeter* meter)
+      : QAccessibleWidget(meter, QAccessible::Indicator), meter_(*meter) {}
+
+  QString text(QAccessible::Text kind) const override {
+    if (kind != QAccessible::Description) return QAccessibleWidget::text(kind);
+    return QStringLiteral("%1 dB").arg(meter_.decibels());
+  }
+
+ private:
+  const LevelMeter& meter_;
 };
 
 /// Qt asks once for each class of the object, from its own up to QObject.
@@ -30,6 +46,8 @@ QAccessibleInterface* makeInterface(const QString& className, QObject* object) {
   if (is(ContainerView::staticMetaObject)) {
     return new QAccessibleWidget(widget, QAccessible::Grouping);
   }
+  if (is(LevelMeter::staticMetaObject))
+    return new LevelInterface(qobject_cast<LevelMeter*>(widget));
   return nullptr;
 }
 

@@ -3,7 +3,9 @@
 #include <QPalette>
 #include <QStyleFactory>
 #include <QWidget>
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace quorin::app {
 namespace {
@@ -28,8 +30,20 @@ QPalette darkPalette() {
 }
 
 bool isHighContrast = false;
+double scaleOfTexts = 1;
 
 }  // namespace
+
+void setTextScale(double scale) {
+  QFont font = QApplication::font();
+  const double before = std::exchange(scaleOfTexts, std::max(1.0, scale));
+  font.setPointSizeF(font.pointSizeF() * scaleOfTexts / before);
+  QApplication::setFont(font);
+}
+
+double textScale() {
+  return scaleOfTexts;
+}
 
 void setHighContrast(bool on) {
   isHighContrast = on;

@@ -22,6 +22,11 @@ QColor withAlpha(QColor color, double alpha);
 /// The system's font at `pixels` high.
 QFont systemFont(double pixels, QFont::Weight weight = QFont::Normal);
 
+/// The user's text size: dialogs multiply their sizes by it, and menus and tool tips follow. Never
+/// below 1.
+void setTextScale(double scale);
+double textScale();
+
 /// White on black, if the desktop is set to high contrast. Affects later painting.
 void setHighContrast(bool on);
 bool highContrast();

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <utility>
 
 namespace quorin::app {
 namespace {
@@ -25,30 +26,32 @@ CheckBox::CheckBox(const QString& text, QWidget* parent) : QCheckBox(text, paren
   setFont(systemFont(13));
 }
 
-LevelMeter::LevelMeter(const QString& name, QWidget* parent) : QProgressBar(parent) {
-  setRange(0, kDecibels);
-  setValue(0);
-  setTextVisible(false);
+LevelMeter::LevelMeter(const QString& name, QWidget* parent) : QWidget(parent) {
   setAccessibleName(name);
   timer_.setInterval(kLookInterval);
   connect(&timer_, &QTimer::timeout, this, [this] { look(); });
 }
 
+int LevelMeter::decibels() const {
+  return level_ - kDecibels;
+}
+
 void LevelMeter::showEvent(QShowEvent* event) {
-  QProgressBar::showEvent(event);
+  QWidget::showEvent(event);
   timer_.start();
 }
 
 void LevelMeter::hideEvent(QHideEvent* event) {
   timer_.stop();
-  QProgressBar::hideEvent(event);
+  QWidget::hideEvent(event);
 }
 
 void LevelMeter::look() {
   const float peak = takePeak_ ? takePeak_() : 0;
   const double level = peak > 0 ? kDecibels + 20 * std::log10(static_cast<double>(peak)) : 0;
-  setValue(std::clamp(static_cast<int>(std::lround(level)), std::max(0, value() - kFallPerLook),
-                      kDecibels));
+  const int shown = std::clamp(static_cast<int>(std::lround(level)),
+                               std::max(0, level_ - kFallPerLook), kDecibels);
+  if (std::exchange(level_, shown) != shown) update();
 }
 
 void LevelMeter::paintEvent(QPaintEvent*) {
@@ -59,7 +62,7 @@ void LevelMeter::paintEvent(QPaintEvent*) {
   const double radius = bar.height() / 2;
   painter.setBrush(withAlpha(colors::kWhite, 0.15));
   painter.drawRoundedRect(bar, radius, radius);
-  bar.setWidth(bar.width() * value() / kDecibels);
+  bar.setWidth(bar.width() * level_ / kDecibels);
   painter.setBrush(colors::kGreen);
   painter.drawRoundedRect(bar, radius, radius);
 }

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <QCheckBox>
-#include <QProgressBar>
 #include <QTimer>
+#include <QWidget>
 #include <functional>
 
 /// Controls of the pages that stream.
@@ -16,14 +16,17 @@ class CheckBox : public QCheckBox {
 };
 
 /// A thin level meter: the peak since the last update, over a range of 60 dB. Updates only while
-/// visible, and repaints only on change.
-class LevelMeter : public QProgressBar {
+/// visible, and repaints only on change. A screen reader can read the level, but is not told of
+/// every change.
+class LevelMeter : public QWidget {
   Q_OBJECT
  public:
   LevelMeter(const QString& name, QWidget* parent);
 
   /// `takePeak` gives the largest sample, 0 to 1, since it was last called.
   void setSource(std::function<float()> takePeak) { takePeak_ = std::move(takePeak); }
+
+  int decibels() const;  ///< as shown: 0 for full scale, -60 for silence
 
  protected:
   void showEvent(QShowEvent* event) override;
@@ -34,6 +37,7 @@ class LevelMeter : public QProgressBar {
   void look();
 
   std::function<float()> takePeak_;
+  int level_ = 0;  ///< dB above silence
   QTimer timer_;
 };
 

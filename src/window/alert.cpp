@@ -1,6 +1,7 @@
 #include "window/alert.h"
 
 #include "core/identity.h"
+#include "platform/desktop/window_front.h"
 #include "ui/appearance.h"
 #include "ui/controls.h"
 #include "window/main_window.h"
@@ -17,8 +18,9 @@ namespace {
 QLabel* makeText(const QString& text, TextStyle style, QWidget* parent) {
   style.alignment = Qt::AlignLeft;
   style.lineBreak = LineBreak::kWrap;
+  style.pixels *= textScale();
   auto* const label = new NonInteractiveLabel(text, style, parent);
-  label->setFixedWidth(380);
+  label->setFixedWidth(qRound(380 * textScale()));
   return label;
 }
 
@@ -38,6 +40,7 @@ Alert::Alert(const QString& title, const QString& text, const PicturePtr& icon,
   setAttribute(Qt::WA_DeleteOnClose);
   // A screen reader reads the window title and then its texts; a generic title avoids repetition.
   setWindowTitle(QString::fromLatin1(kProgramName));
+  desktop::askForDarkTitleBar(winId());
   // The window's own shortcut does not reach a modal dialog.
   new QShortcut(Qt::CTRL | Qt::Key_Q, this, [this, window] {
     reject();
@@ -63,9 +66,10 @@ Alert::Alert(const QString& title, const QString& text, const PicturePtr& icon,
   row->addStretch();
   for (int i = 0; i < buttons.size(); ++i) {
     const ButtonLook& look = i == 0 ? looks::kPlain : looks::kDestructive;
-    auto* const button = new PushButton(buttons[i], systemFont(14, QFont::DemiBold), look, this);
+    auto* const button =
+        new PushButton(buttons[i], systemFont(14 * textScale(), QFont::DemiBold), look, this);
     button->setObjectName(QStringLiteral("button%1").arg(i));
-    button->setMinimumSize(100, 36);
+    button->setMinimumSize(QSize(100, 36) * textScale());
     connect(button, &QAbstractButton::clicked, this, [this, i] { done(i); });
     if (i == 0) button->setFocus(Qt::TabFocusReason);
     row->addWidget(button);

@@ -1,6 +1,7 @@
 #include "window/help.h"
 
 #include "core/identity.h"
+#include "platform/desktop/window_front.h"
 #include "ui/appearance.h"
 
 #include <QCoreApplication>
@@ -43,11 +44,12 @@ void showHelp(const Texts& texts, const QString& port, QWidget* window) {
   dialog->setAttribute(Qt::WA_DeleteOnClose);
   dialog->setObjectName(kName);
   dialog->setWindowTitle(texts.tr("help.title"));
-  dialog->resize(620, 560);
+  dialog->resize(QSize(620, 560) * textScale());
+  desktop::askForDarkTitleBar(dialog->winId());
   new QShortcut(QKeySequence::Close, dialog, dialog, &QDialog::close);
   auto* const text = new QTextBrowser(dialog);
   text->setAccessibleName(texts.tr("help.title"));
-  text->setFont(systemFont(15));
+  text->setFont(systemFont(15 * textScale()));
   text->setTextInteractionFlags(Qt::TextBrowserInteraction | Qt::TextSelectableByKeyboard);
   auto* const layout = new QVBoxLayout(dialog);
   layout->setContentsMargins({});

@@ -39,8 +39,7 @@ void MainWindow::placeInitially() {
   resize(kInitialSize);
   fitIntoWorkArea();
   isPlaced_ = false;
-  winId();  // makes the window's handle
-  desktop::askForDarkTitleBar(*windowHandle());
+  desktop::askForDarkTitleBar(winId());
 }
 
 /// With its decorations, whose size is known only once the window is shown.

@@ -1,12 +1,14 @@
 #include "window/screens.h"
 
 #include "ui/accessibility.h"
+#include "ui/appearance.h"
 #include "window/main_window.h"
 
 #include <QAbstractButton>
 #include <QLabel>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace quorin::app {
 namespace {
@@ -28,25 +30,27 @@ QRect toWidget(const Rect& frame, const QWidget& container, double scale) {
           scaled(frame.height)};
 }
 
+constexpr View kNothing = View::contentView;
+
 /// What a screen reader announces for a screen.
 struct Words {
-  View title;   ///< said on entering
-  View status;  ///< said on entering and whenever it changes
+  View title = kNothing;                              ///< said on entering
+  std::array<View, 2> status = {kNothing, kNothing};  ///< each on entering and on every change
 };
 
-/// For each `Screen`; `contentView` stands for nothing to say.
+/// For each `Screen`.
 constexpr Words kWords[] = {
-    {View::contentView, View::contentView},  // the splash
-    {View::micDeniedLabel_, View::contentView},
-    {View::audioGuardTitleLabel_, View::audioGuardTextLabel_},
-    {View::audioCheckLabel_, View::contentView},
-    {View::contentView, View::contentView},  // no page yet
-    {View::menuHeaderLabel_, View::contentView},
-    {View::usbMainLabel_, View::usbSecondary2Label_},
-    {View::contentView, View::connectedLabel_},
-    {View::menuOnlineTitle_, View::onlineInfoLabel_},
-    {View::contentView, View::onlineTitleLabel_},
-    {View::onlineTitleLabel_, View::onlineDetailLabel_},
+    {},  // the splash
+    {View::micDeniedLabel_},
+    {View::audioGuardTitleLabel_, {View::audioGuardTextLabel_, View::audioGuardSetUpNoteLabel_}},
+    {View::audioCheckLabel_},
+    {},  // no page yet
+    {View::menuHeaderLabel_},
+    {View::usbMainLabel_, {View::usbSecondary2Label_, kNothing}},
+    {kNothing, {View::connectedLabel_, kNothing}},
+    {View::menuOnlineTitle_, {View::onlineInfoLabel_, kNothing}},
+    {kNothing, {View::onlineTitleLabel_, kNothing}},
+    {View::onlineTitleLabel_, {View::onlineDetailLabel_, kNothing}},
 };
 static_assert(std::size(kWords) == static_cast<std::size_t>(Screen::kWifiProblem) + 1);
 
@@ -92,8 +96,8 @@ void Screens::applyVisibility() {
 }
 
 void Screens::setTextScale(double scale) {
-  textScale_ = std::max(1.0, scale);
-  views_.contentView->setMinimumSize(MainWindow::kMinimumSize * textScale_);
+  app::setTextScale(scale);
+  views_.contentView->setMinimumSize(MainWindow::kMinimumSize * textScale());
   layoutUI();
 }
 
@@ -101,7 +105,7 @@ void Screens::layoutUI() {
   const QSize size = views_.contentView->size();
   const double growth =
       std::min(size.width() / kGrowsFrom.width(), size.height() / kGrowsFrom.height());
-  const double scale = std::max({1.0, growth, textScale_});
+  const double scale = std::max(growth, textScale());
   const QSizeF bounds = size.toSizeF() / scale;
   views_.applyTypographyForBounds(scale);
   const Layout layout = layoutUIForBounds(bounds, state_, views_, scale);
@@ -126,17 +130,17 @@ void Screens::layoutUI() {
 
 void Screens::announce() {
   const Screen screen = screenOf(state_);
-  const auto [title, status] = kWords[static_cast<std::size_t>(screen)];
+  const auto& words = kWords[static_cast<std::size_t>(screen)];
   const auto textOfView = [this](View view) {
-    return view == View::contentView ? QString() : textOf(*views_.find(view));
+    return view == kNothing ? QString() : textOf(*views_.find(view));
   };
   const bool isNew = std::exchange(announcedScreen_, screen) != screen;
-  const QString news = textOfView(status);
-  if (!isNew && news == announcedStatus_) return;
-  announcedStatus_ = news;
   QStringList sentences;
-  if (isNew) sentences << textOfView(title);
-  sentences << news;
+  if (isNew) sentences << textOfView(words.title);
+  for (std::size_t i = 0; i < announced_.size(); ++i) {
+    const QString text = textOfView(words.status[i]);
+    if (std::exchange(announced_[i], text) != text || isNew) sentences << text;
+  }
   sentences.removeAll(QString());
   app::announce(*views_.contentView, sentences.join(QStringLiteral(". ")));
 }

@@ -5,6 +5,7 @@
 #include "window/views.h"
 
 #include <QString>
+#include <array>
 #include <functional>
 
 namespace quorin::app {
@@ -27,7 +28,7 @@ class Screens {
   /// Places every view anew, after a resize.
   void layoutUI();
 
-  /// The user's desktop text scale, the minimum of the window's scale.
+  /// The user's text size, the minimum of the window's scale.
   void setTextScale(double scale);
 
  private:
@@ -37,9 +38,8 @@ class Screens {
   Views& views_;
   ScreenState state_;
   std::function<void()> onUpdate_ = [] {};
-  double textScale_ = 1;
   Screen announcedScreen_ = Screen::kNone;
-  QString announcedStatus_;
+  std::array<QString, 2> announced_;  ///< its status
 };
 
 }  // namespace quorin::app

@@ -16,7 +16,7 @@ TEST(StreamNews, NotifiesOfChangesWhileTheWindowIsHidden) {
   };
   const StreamState shown{.streaming = true, .listeners = 1};
   const StreamState busy{.windowShown = false, .streaming = true, .problem = "Port 9000 is in use"};
-  const StreamState guard{.windowShown = false, .devicesWrong = true};
+  const StreamState guard{.windowShown = false, .blocked = TrKey("notice.stopped.info")};
   const struct {
     const char* situation;
     std::vector<StreamState> steps;
@@ -63,10 +63,10 @@ TEST(Background, TheMenuOfTheIconActs) {
     return done;
   };
   EXPECT_EQ(clickAll(), QStringList({"show", "quit"}));
-  EXPECT_EQ(background.toolTip(), "Quorin Stream: Nothing is sent");
+  EXPECT_EQ(background.menu().actions()[0]->text(), "Nothing is sent");
   background.update({.streaming = true, .listeners = 2, .lent = true});
   EXPECT_EQ(clickAll(), QStringList({"show", "play", "stop", "quit"}));
-  EXPECT_EQ(background.toolTip(), "Quorin Stream: 2 phones listen");
+  EXPECT_EQ(background.menu().actions()[0]->text(), "2 phones listen");
 }
 
 }  // namespace

@@ -52,7 +52,7 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
     };
   };
   const Case cases[] = {
-      {"audio server", [](Facts& f) { f.devices = {}; }, false, "none", "Start PulseAudio"},
+      {"sound server", [](Facts& f) { f.devices = {}; }, false, "none", "Start PulseAudio"},
       {"virtual device", [](Facts& f) { f.devices.inputs = {"Microphone"}; }, true, "output only",
        "Set up for me"},
       {"default output", [](Facts& f) { f.devices.output.name = "Speaker"; }, false, "Speaker",

@@ -291,7 +291,7 @@ TEST_P(DeviceProgram, PersistsAcrossLoginsAndLeavesNoTrace) {
   server_->kill();
   for (const char* const verb : {"add", "remove", "status"}) {
     EXPECT_EQ(run({verb}), 1);
-    EXPECT_THAT(output, HasSubstr("No audio server can be reached"));
+    EXPECT_THAT(output, HasSubstr("No sound server can be reached"));
   }
   EXPECT_EQ(configuration(), "") << "forgotten also without a server";
 }

@@ -13,6 +13,9 @@
 namespace quorin::whole {
 namespace {
 
+using testing::AllOf;
+using testing::HasSubstr;
+
 class Programs : public WholeTest {
  protected:
   test::ChildProcess launch(const std::string& program, std::vector<std::string> arguments) {
@@ -33,7 +36,7 @@ class Programs : public WholeTest {
   /// Of the exit status `expectedExit`, and with this in it.
   void expectDiagnosis(int expectedExit, const std::string& text) {
     EXPECT_EQ(launch("quorin-stream", {"--diagnose", "--port", kPort}).wait(), expectedExit);
-    EXPECT_THAT(said("quorin-stream"), testing::HasSubstr(text));
+    EXPECT_THAT(said("quorin-stream"), HasSubstr(text));
   }
 
   const std::string kPort = std::to_string(Phone::kServerPort);
@@ -60,7 +63,7 @@ TEST_P(Programs, StreamAndListenWorkTogetherAndASignalEndsThem) {
     ASSERT_TRUE(isServed());
     auto listener = launch("quorin-listen", {"10.11.0.2:" + kPort, "--seconds", "1", "--json"});
     EXPECT_EQ(listener.wait(), 0) << said("quorin-listen");
-    EXPECT_THAT(said("quorin-listen"), testing::HasSubstr("\"gaps\""));
+    EXPECT_THAT(said("quorin-listen"), HasSubstr("\"gaps\""));
 
     ::kill(program.pid(), signal);
     EXPECT_EQ(program.wait(), 0);
@@ -94,24 +97,31 @@ TEST_P(Programs, ALaterStartHandsOverToTheRunningOneAndSaysWhatCouldNotBeDone) {
         Case{{"--language", "es"}, 1, "quit it first"},
         Case{{"--address", "10.99.0.1"}, 1, "Its addresses: 10.11.0.2"}}) {
     EXPECT_EQ(launch("quorin-stream", options).wait(), exit) << testing::PrintToString(options);
-    EXPECT_THAT(said("quorin-stream"), testing::HasSubstr(says));
+    EXPECT_THAT(said("quorin-stream"), HasSubstr(says));
   }
   program.kill();
   program = launch("quorin-stream", {"--start", "wifi", "--port", kPort});
   EXPECT_TRUE(isServed());
   EXPECT_EQ(launch("quorin-stream", {}).wait(), 0) << "the socket of a killed one is replaced";
+  useDevice("speaker");
+  EXPECT_TRUE(test::eventually([] { return holdings().udpSockets == 0; }));
+  EXPECT_EQ(launch("quorin-stream", {"--set-up", "--start", "wifi", "--port", kPort}).wait(), 0);
+  EXPECT_EQ(holdings().udpSockets, 1U) << "it answers once it streams";
 }
 
 TEST_P(Programs, SaySoWhereThereIsNoDisplay) {
   for (const std::string program : {"quorin-stream", "quorin-panel"}) {
-    for (const std::string platform : {"xcb", "wayland", "nonsense"}) {
+    for (const auto& [platform, advice] :
+         {std::pair<std::string, std::string>("xcb", "start it on a desktop"),
+          {"wayland", ""},
+          {"wayland-missing", "it needs the package qt6-wayland"}}) {
       test::ChildProcess displayless(
           {.arguments = {test::builtPrograms() + "/" + program},
            .environment = {"QT_QPA_PLATFORM=" + platform, "DISPLAY=:4711",
                            "WAYLAND_DISPLAY=nowhere", "XDG_RUNTIME_DIR=" + folder_.path().string()},
            .output = output(program)});
       EXPECT_EQ(displayless.wait(), 1) << program << " on " << platform;
-      EXPECT_THAT(said(program), testing::HasSubstr(": There is no display here"));
+      EXPECT_THAT(said(program), AllOf(HasSubstr(": There is no display here"), HasSubstr(advice)));
     }
   }
 }

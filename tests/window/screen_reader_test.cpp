@@ -99,16 +99,23 @@ TEST_F(ScreenReaderTest, EntersPagesHearsNewsAndReadsTheCode) {
   pages_.showWiFiPage(page("Waiting"));
   pages_.open(Page::kWifi);
   EXPECT_TRUE(reader_.says(texts_.tr("cards.online.title") + ". Waiting"));
-  pages_.showWiFiPage(page("1 device connected"));
-  EXPECT_TRUE(reader_.says("1 device connected")) << "a phone has joined";
+  pages_.showWiFiPage(page("1 phone connected"));
+  EXPECT_TRUE(reader_.says("1 phone connected")) << "a phone has joined";
   views_.onlineQRImageView_->setFocus();
   EXPECT_TRUE(reader_.says("Copy address 192.168.1.20:9000"));
 
   pages_.showWiFiPage({.content = WiFiPage::Content::kMessage, .title = "No network"});
   EXPECT_TRUE(reader_.says("No network"));
   pages_.apply({.guard = true, .textKey = "audio.guard.text.in", .output = {}, .input = {}});
-  EXPECT_TRUE(
-      reader_.says(texts_.tr("audio.guard.title") + ". " + texts_.tr("audio.guard.text.in")));
+  EXPECT_TRUE(reader_.says(texts_.tr("audio.guard.title") + ". " +
+                           texts_.tr("audio.guard.text.in") + ". " +
+                           texts_.tr("audio.guard.setup.note")));
+  pages_.apply({.guard = true,
+                .textKey = "audio.guard.text.in",
+                .output = {},
+                .input = {},
+                .setUpFailureKey = "audio.guard.setup.refused"});
+  EXPECT_TRUE(reader_.says(texts_.tr("audio.guard.setup.refused")));
   pages_.apply({});
   pages_.open(Page::kCable);
   pages_.showCable({.connected = true});

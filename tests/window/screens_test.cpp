@@ -56,7 +56,7 @@ TEST_F(ScreensTest, LongTextsNeitherOverlapNorLeaveTheWindow) {
   pages_.showWiFiPage(
       {.title = "No network",
        .detail = "Another program of another user of this computer uses it now.",
-       .info = "10 devices connected",
+       .info = "10 phones connected",
        .networks = {{"Wireless (wlp3s0)", "192.168.178.124"}, {"Wired", "10.0.0.5"}},
        .otherPort = 9001,
        .codeText = "192.168.178.124:65535"});

@@ -27,7 +27,7 @@ class ViewsTest : public WindowFixture {
 TEST_F(ViewsTest, ControlsHaveANameAndARoleAndDecorationsNoName) {
   showPage({.title = "No network",
             .detail = "Another program",
-            .info = "3 devices connected",
+            .info = "3 phones connected",
             .phones = std::vector<WiFiPage::Phone>(10, {"a", "1.2.3.4, connected since 14:02"}),
             .networks = {{"Wi-Fi", "192.168.1.10"}, {"Wired", "10.0.0.5"}},
             .otherPort = 9001,
@@ -116,7 +116,7 @@ TEST_F(ViewsTest, ASilenceIsALineOfItsOwn) {
   EXPECT_EQ(views_.silenceLabel_->text(),
             texts_.tr("status.silent.elsewhere", QString("Firefox"), QString("HDMI")));
   EXPECT_TRUE(views_.connectedLabel_->isVisible()) << "never instead of it";
-  showPage({.info = "2 devices connected", .codeText = "x"});
+  showPage({.info = "2 phones connected", .codeText = "x"});
   pages_.showSound({.silent = true, .elsewhere = {.muted = true}});
   EXPECT_EQ(views_.silenceLabel_->text(), texts_.tr("status.silent.muted"));
   EXPECT_TRUE(views_.onlineInfoLabel_->isVisible());

@@ -39,6 +39,9 @@ TEST_F(WindowTest, FitsTheWorkAreaAndScrollsWhatHasNoRoom) {
   screens_.setTextScale(1.5);
   QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
   EXPECT_EQ(window_.content().size(), MainWindow::kMinimumSize * 1.5);
+  pages_.confirmStop([] {});
+  EXPECT_EQ(alert()->findChild<QLabel*>()->font().pixelSize(), 27) << "dialogs too";
+  screens_.setTextScale(1);
 }
 
 TEST_F(WindowTest, ClosingHidesItAndItComesBack) {

@@ -31,7 +31,7 @@ Creates the virtual sound device "Quorin Audio" that quorin-stream takes the com
 from: an output, and an input that carries what is played into it. Works with PulseAudio and
 PipeWire, for the user who runs it; not for root, unless PULSE_SERVER names the server.
 
-  add         create the device, until the audio server ends
+  add         create the device, until the sound server ends
   --persist   at every login as well, by a file in your own configuration folder
   --default   make it the default output and input, and remember what was before
   remove      remove the device and the file, and make default what was before
@@ -144,7 +144,7 @@ bool status() {
   const auto routing = audio::routingOf({.output = output, .input = input});
   const auto rightness = [](bool right) { return right ? "  (right)" : "  (not right)"; };
 
-  say("Audio server:    " + now.server);
+  say("Sound server:    " + now.server);
   say(std::string("Virtual device:  ") +
       (device.isWhole()         ? "there, as output and as input"
        : device.sink != nullptr ? "there, as output only (add makes the input)"

@@ -65,11 +65,11 @@ PulseClient::PulseClient()
   if (pulse_.waitUntilReady(kTimeout)) return;
   if (failure_ == PA_ERR_ACCESS) {
     throw Error(
-        "The audio server does not let this program in. Start it outside of its sandbox, or give "
-        "the sandbox access to the audio server.",
+        "The sound server does not let this program in. Start it outside of its sandbox, or give "
+        "the sandbox access to the sound server.",
         Error::Cause::kRefused);
   }
-  throw Error("No audio server can be reached (" +
+  throw Error("No sound server can be reached (" +
                   textOf(pa_strerror(failure_ == PA_OK ? PA_ERR_TIMEOUT : failure_)) +
                   "). Start PulseAudio or PipeWire with pipewire-pulse, as the user who is logged "
                   "in, and try again.",
@@ -102,7 +102,7 @@ void PulseClient::run(const std::function<pa_operation*(pa_context*)>& begin) {
     return;
   }
   throw Error(
-      "The audio server does not answer any more. Log out and in again, or restart the audio "
+      "The sound server does not answer any more. Log out and in again, or restart the sound "
       "server.",
       Error::Cause::kNoServer);
 }
@@ -195,10 +195,10 @@ Error PulseClient::refusal(const std::string& doing) {
   const PulseConnection::Lock lock(pulse_);
   pa_context* const context = pulse_.ready();
   const int error = context != nullptr ? pa_context_errno(context) : PA_OK;
-  const auto text = "The audio server would not " + doing + " (" + pulse_.error() + "). ";
+  const auto text = "The sound server would not " + doing + " (" + pulse_.error() + "). ";
   // PulseAudio calls it so when it is forbidden to load modules.
   if (error != PA_ERR_ACCESS && error != PA_ERR_MODINITFAILED) {
-    return Error(text + "Restart the audio server and try again.");
+    return Error(text + "Restart the sound server and try again.");
   }
   return Error(text +
                    "A sandbox or the server's settings (allow-module-loading) forbid it: try it "

@@ -32,8 +32,8 @@ void createDevice(PulseClient& client, int lender) {
   load(sourceModule());
   if (client.waitUntil(isThere, kTimeout)) return;
   throw Error(
-      "The audio server says that it created the device \"Quorin Audio\", but does not show it. "
-      "Restart the audio server and try again.");
+      "The sound server says that it created the device \"Quorin Audio\", but does not show it. "
+      "Restart the sound server and try again.");
 }
 
 bool isAlive(int lender) {
@@ -52,7 +52,7 @@ bool removeDevice(PulseClient& client) {
     return std::ranges::none_of(now.modules, isOurs) && find(now.sinks, kSinkName) == nullptr;
   };
   if (any && !client.waitUntil(isGone, kTimeout)) {
-    throw Error("The audio server still shows the device. Restart the audio server.");
+    throw Error("The sound server still shows the device. Restart the sound server.");
   }
   return any;
 }
@@ -71,7 +71,7 @@ void makeDefault(PulseClient& client, const Holds& which) {
   }
   if (client.waitUntil(isDefault, kTimeout)) return;
   throw Error(
-      "The audio server did not make \"Quorin Audio\" the default. Choose it in the sound "
+      "The sound server did not make \"Quorin Audio\" the default. Choose it in the sound "
       "settings, as output and as input.");
 }
 
@@ -86,7 +86,7 @@ std::vector<std::string> restoreDefaults(PulseClient& client, const Defaults& fo
     sentences.push_back(endpoint != nullptr && client.makeDefault(*endpoint)
                             ? "The default " + what + " is " + name + " again."
                             : "The former default " + what + " " + name +
-                                  " is not there at present; the audio server chooses another "
+                                  " is not there at present; the sound server chooses another "
                                   "one.");
   };
   restore(holds.output, now.sinks, former.output, "output");

@@ -16,7 +16,7 @@ std::expected<Options, std::string> parseOptions(const QStringList& arguments) {
       "full.");
   parser.addPositionalArgument("ADDRESS:PORT", "Where it streams; without it --cable.");
   parser.addOptions(
-      {{"cable", "Be the phone at the end of the cable, for quorin-stream on this machine."},
+      {{"cable", "Be the phone at the end of the cable, for quorin-stream on this computer."},
        {"port", "With --cable: the port to listen on (2345).", "N",
         QString::number(wire::kCablePort)},
        {"wav", "Write the sound to a WAV file.", "FILE"},

@@ -1,4 +1,5 @@
 #include "audio/device_guard.h"
+#include "core/log.h"
 #include "core/version.h"
 #include "panel/content_view.h"
 #include "platform/audio/audio_server.h"
@@ -35,6 +36,7 @@ std::expected<Options, QString> parseOptions(const QStringList& arguments) {
       "The server panel in a window of its own: sends the sound of the default input device, as\n"
       "it is captured, to every client that says hello. Closing the window stops the server.");
   parser.addOptions({{"port", "UDP port, 1 to 65535 (9000).", "N"},
+                     {"verbose", "Show the server's log lines on a terminal, too."},
                      {{"h", "help"}, "Print this text and exit."},
                      {{"v", "version"}, "Print the version and exit."}});
   if (!parser.parse(arguments)) return std::unexpected(parser.errorText());
@@ -42,6 +44,7 @@ std::expected<Options, QString> parseOptions(const QStringList& arguments) {
     return std::unexpected("Unexpected argument '" + rest.first() + "'.");
   }
   Options options;
+  if (parser.isSet("verbose")) log::setVerbose();
   if (parser.isSet("help")) options.answer = parser.helpText().toStdString();
   if (parser.isSet("version")) options.answer = "quorin-panel " + std::string(version()) + '\n';
   if (parser.isSet("port")) options.port = parser.value("port").toUShort();

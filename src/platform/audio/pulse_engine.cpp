@@ -94,7 +94,7 @@ std::expected<void, Error> PulseEngine::start() {
 
 std::expected<void, Error> PulseEngine::startLocked() {
   if (!server_.waitForDevices(kMaxWait)) {
-    return failure("the audio server cannot be reached; check that PulseAudio or PipeWire runs");
+    return failure("the sound server cannot be reached; check that PulseAudio or PipeWire runs");
   }
   const auto source = server_.defaultSource();
   if (!source) return failure("there is no input device; choose one in the sound settings");
@@ -110,9 +110,9 @@ std::expected<void, Error> PulseEngine::startLocked() {
   server_.connection().waitUntil(kMaxWait, [&] { return state() != PA_STREAM_CREATING; });
   if (state() == PA_STREAM_READY) return {};
   if (state() == PA_STREAM_CREATING) {
-    return failure("the audio server does not answer; restart it, or try again");
+    return failure("the sound server does not answer; restart it, or try again");
   }
-  return failure("the audio server refused to record: " + server_.connection().error());
+  return failure("the sound server refused to record: " + server_.connection().error());
 }
 
 void PulseEngine::chooseFormat(const PulseSource& source) {

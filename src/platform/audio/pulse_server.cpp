@@ -56,8 +56,8 @@ void PulseServer::disconnected(int error) {
   if (!std::exchange(missing_, true)) {
     log::note("audio",
               error == PA_ERR_ACCESS
-                  ? "the audio server refuses this program: give its sandbox access to the server"
-                  : std::string("no audio server (") + ::pa_strerror(error) +
+                  ? "the sound server refuses this program: give its sandbox access to the server"
+                  : std::string("no sound server (") + ::pa_strerror(error) +
                         "): start PulseAudio or PipeWire; it is looked for until it is there");
   }
   // A refusal stays until a server grants access; without a server, access is unknown.

@@ -19,8 +19,9 @@ class LookWatch : public QObject {
   Q_OBJECT
  public:
   explicit LookWatch(std::function<void(const Look&)> changed) : changed_(std::move(changed)) {
+    // No sender: connecting with one would block on the bus.
     auto bus = QDBusConnection::sessionBus();
-    bus.connect(kService, kPath, kInterface, "SettingChanged", this,
+    bus.connect({}, kPath, kInterface, "SettingChanged", this,
                 SLOT(onSettingChanged(QString, QString, QDBusVariant)));
     auto readAll = QDBusMessage::createMethodCall(kService, kPath, kInterface, "ReadAll");
     readAll << QStringList{"org.freedesktop.appearance", "org.gnome.desktop.interface",
@@ -46,12 +47,16 @@ class LookWatch : public QObject {
     // On X11 the display factor contains it already.
     if (key == "text-scaling-factor" && QGuiApplication::platformName() != "xcb")
       look_.textScale = value.toDouble();
-    if (key == "contrast") look_.highContrast = value.toUInt() == 1;
-    if (key == "high-contrast") look_.highContrast = value.toBool();
+    // The portal's own setting, and the older one of GNOME: each may lack or contradict the other.
+    if (key == "contrast") portalContrast_ = value.toUInt() == 1;
+    if (key == "high-contrast") gnomeContrast_ = value.toBool();
+    look_.highContrast = portalContrast_ || gnomeContrast_;
   }
 
   std::function<void(const Look&)> changed_;
   Look look_;
+  bool portalContrast_ = false;
+  bool gnomeContrast_ = false;
 };
 
 }  // namespace

@@ -13,7 +13,8 @@ struct Look {
 };
 
 /// Reports the portal's settings and each change until the result is destroyed; nothing without a
-/// portal. Main thread; never waits, provided that the session bus is already connected.
+/// portal. High contrast if any setting asks for it. Main thread; never waits, provided that the
+/// session bus is already connected.
 std::unique_ptr<QObject> watchLook(std::function<void(const Look&)> changed);
 
 }  // namespace quorin::desktop

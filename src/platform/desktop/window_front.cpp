@@ -88,7 +88,7 @@ bool hasX11Tray() {
   return reply && reply->owner != XCB_WINDOW_NONE;
 }
 
-void askForDarkTitleBar(QWindow& window) {
+void askForDarkTitleBar(WId window) {
 #if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
   QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
 #endif
@@ -96,7 +96,7 @@ void askForDarkTitleBar(QWindow& window) {
   if (!connection) return;
   // What GTK's programs ask for, and window managers know.
   constexpr std::string_view kDark = "dark";
-  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(window.winId()),
+  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(window),
                       atom(connection, "_GTK_THEME_VARIANT"), atom(connection, "UTF8_STRING"), 8,
                       kDark.size(), kDark.data());
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QtGui/qwindowdefs.h>
+
 #include <QString>
 
 class QWindow;
@@ -14,7 +16,8 @@ void bringToFront(QWindow& window, const QString& token);
 /// X11's own tray, which needs no D-Bus, is there. GUI thread.
 bool hasX11Tray();
 
-/// Asks the window manager to decorate `window` in dark colours, where it can. GUI thread.
-void askForDarkTitleBar(QWindow& window);
+/// Asks the window manager to decorate the window in dark colours, where it can. Before it is
+/// shown; GUI thread.
+void askForDarkTitleBar(WId window);
 
 }  // namespace quorin::desktop

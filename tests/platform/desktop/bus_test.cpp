@@ -1,3 +1,4 @@
+#include "platform/desktop/look.h"
 #include "platform/desktop/notifier.h"
 #include "platform/desktop/sleep_inhibitor.h"
 #include "platform/desktop/tray.h"
@@ -12,6 +13,7 @@
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusMetaType>
 #include <QDBusUnixFileDescriptor>
 #include <QDBusVariant>
 #include <QDBusVirtualObject>
@@ -45,6 +47,12 @@ class StandInDesktop : public QDBusVirtualObject {
     calls[call.interface().section('.', -1) + '.' + call.member()] = call;
     QVariantList answer;
     if (call.member() == "Notify") answer = {7U};
+    if (call.member() == "ReadAll") {
+      qDBusRegisterMetaType<QMap<QString, QVariantMap>>();
+      answer = {QVariant::fromValue(QMap<QString, QVariantMap>{
+          {"org.freedesktop.appearance", {{"contrast", 0U}}},
+          {"org.gnome.desktop.a11y.interface", {{"high-contrast", true}}}})};
+    }
     if (call.member() == "Get") answer = {QVariant::fromValue(QDBusVariant(hasPanel))};
     if (call.interface() == "org.freedesktop.login1.Manager") {
       std::array<int, 2> ends{};
@@ -88,8 +96,8 @@ bool comesTrue(auto&& condition) {
   });
 }
 
-// One test for both: Qt keeps to the first bus that a process talks to.
-TEST(Bus, NotificationsReplaceEachOtherAndTheInhibitorLetsGo) {
+// One test for all: Qt keeps to the first bus that a process talks to.
+TEST(Bus, FollowsTheDesktopAndTheInhibitorLetsGo) {
   StandInDesktop desktop;
   QStringList chosen;
   Notifier notifier(
@@ -119,6 +127,26 @@ TEST(Bus, NotificationsReplaceEachOtherAndTheInhibitorLetsGo) {
   desktop.hasPanel = true;
   desktop.emitSignal("/StatusNotifierWatcher", watcher, "StatusNotifierHostRegistered", {});
   EXPECT_TRUE(comesTrue([&] { return appeared == 1; })) << "the panel starts later";
+
+  Look look;
+  const auto settings = watchLook([&](const Look& now) { look = now; });
+  EXPECT_TRUE(comesTrue([&] { return look.highContrast; })) << "either setting is enough";
+  const struct {
+    const char* key;
+    QVariant value;
+    bool highContrast;
+    double textScale;
+  } changes[] = {{"contrast", 1U, true, 1},
+                 {"high-contrast", false, true, 1},
+                 {"text-scaling-factor", 1.5, true, 1.5},
+                 {"contrast", 0U, false, 1.5}};
+  for (const auto& [key, value, highContrast, textScale] : changes) {
+    desktop.emitSignal("/org/freedesktop/portal/desktop", "org.freedesktop.portal.Settings",
+                       "SettingChanged", {"space", key, QVariant::fromValue(QDBusVariant(value))});
+    EXPECT_TRUE(comesTrue([&] {
+      return look.highContrast == highContrast && look.textScale == textScale;
+    })) << key;
+  }
 
   const auto scheduler = dispatch::makeSystemScheduler();
   SleepInhibitor inhibitor(scheduler->backgroundQueue(), "why");
