@@ -69,7 +69,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 bool MainWindow::event(QEvent* event) {
   if (event->type() == QEvent::Show || event->type() == QEvent::Hide) emit visibilityChanged();
   // The window manager has decorated the window by the time it activates it.
-  if (event->type() == QEvent::WindowActivate && std::exchange(isPlaced_, true) == false) {
+  if (event->type() == QEvent::WindowActivate && !std::exchange(isPlaced_, true)) {
     QTimer::singleShot(0, this, &MainWindow::fitIntoWorkArea);
   }
   return QWidget::event(event);

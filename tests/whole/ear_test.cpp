@@ -64,17 +64,17 @@ class Ear : public WholeTest {
     EXPECT_TRUE(program_->until([&] { return phone_->level(tone, 10) > 0.4; }, kAtOnce)) << tone;
     expectNothingWrong();
   }
-  void expectNothingWrong() const {
-    const std::span all(phone_->sound);
-    for (std::size_t at = 0; at < all.size(); at += wire::kChunkFrames) {
-      const auto chunk = all.subspan(at, wire::kChunkFrames);
+  void expectNothingWrong() {
+    for (; checked_ < phone_->sound.size(); checked_ += wire::kChunkFrames) {
+      const auto chunk = std::span(phone_->sound).subspan(checked_, wire::kChunkFrames);
       ASSERT_LT(test::fitSine(chunk, kWrong, wire::kSampleRate).level, 0.05)
-          << "chunk " << at / wire::kChunkFrames << " of " << phone_->arrivals.size();
+          << "chunk " << checked_ / wire::kChunkFrames << " of " << phone_->arrivals.size();
     }
   }
 
   std::vector<test::ChildProcess> players_;
   Phone* phone_ = nullptr;
+  std::size_t checked_ = 0;  ///< so much of its sound
 };
 
 TEST_P(Ear, HearsOnlyTheRightDeviceWhateverMixersAndDefaultsDo) {
