@@ -4,7 +4,7 @@
 
 #include <chrono>
 #include <memory>
-#include <string>
+#include <utility>
 
 /// Serial queues, timers and sources: the only means by which this program runs work later or on
 /// another thread.
@@ -49,8 +49,8 @@ class Timer {
 };
 
 /// Runs its handler on its queue whenever the descriptor is readable, repeatedly until the data is
-/// read. The descriptor is not owned and must outlive the handle. Destruction cancels, as for
-/// `Timer`.
+/// read. The descriptor is not owned, must outlive the handle, and has one source. Destruction
+/// cancels, as for `Timer`.
 class ReadSource {
  public:
   virtual ~ReadSource() = default;
@@ -76,6 +76,8 @@ class EventSource {
   EventSource() = default;
 };
 
+class QueueCore;
+
 /// Runs one piece of work at a time: posted tasks in posting order, delayed tasks and timers in
 /// deadline order; due timers go before posted tasks.
 ///
@@ -87,27 +89,26 @@ class Queue {
   Queue(const Queue&) = delete;
   Queue& operator=(const Queue&) = delete;
 
-  virtual const std::string& label() const = 0;
-
-  virtual void async(Task task) = 0;
+  void async(Task task);
   void async(const Scope& scope, Task task) { async(scope.bind(std::move(task))); }
 
-  virtual void asyncAfter(Duration delay, Task task) = 0;
+  void asyncAfter(Duration delay, Task task);
   void asyncAfter(Duration delay, const Scope& scope, Task task) {
     asyncAfter(delay, scope.bind(std::move(task)));
   }
 
-  [[nodiscard]] virtual std::unique_ptr<Timer> makeTimer(TimerSchedule schedule, Task handler) = 0;
-  [[nodiscard]] virtual std::unique_ptr<ReadSource> makeReadSource(int descriptor,
-                                                                   Task handler) = 0;
-  [[nodiscard]] virtual std::unique_ptr<EventSource> makeEventSource(Task handler) = 0;
+  [[nodiscard]] std::unique_ptr<Timer> makeTimer(TimerSchedule schedule, Task handler);
+  [[nodiscard]] std::unique_ptr<ReadSource> makeReadSource(int descriptor, Task handler);
+  [[nodiscard]] std::unique_ptr<EventSource> makeEventSource(Task handler);
 
   /// True while the calling thread runs work of this queue; on the main queue, also on the main
   /// thread outside any posted work.
-  virtual bool isCurrent() const = 0;
+  virtual bool isCurrent() const;
 
  protected:
-  Queue() = default;
+  explicit Queue(std::shared_ptr<QueueCore> core) : core_(std::move(core)) {}
+
+  const std::shared_ptr<QueueCore> core_;
 };
 
 /// A queue with its own thread.
@@ -117,6 +118,9 @@ class SerialQueue : public Queue {
   /// it: later work is dropped. Waits for the running work, so never call it from the queue itself.
   /// Idempotent.
   virtual void end() = 0;
+
+ protected:
+  using Queue::Queue;
 };
 
 }  // namespace quorin::dispatch

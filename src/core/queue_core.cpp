@@ -1,6 +1,7 @@
 #include "core/queue_core.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cassert>
 #include <utility>
 
@@ -14,21 +15,14 @@ thread_local const QueueCore* runningCore = nullptr;
 struct QueueCore::TimerState {
   Task handler;
   TimePoint deadline;
-  Duration interval;
-  Duration leeway{0};
-  std::uint64_t id = 0;
+  TimerSchedule schedule;
 };
 
-struct QueueCore::ReadState {
+/// Of a read source, or without a descriptor of an event source.
+struct QueueCore::SourceState {
   Task handler;
-  int descriptor;
-  std::uint64_t id = 0;
-  bool readable = false;
-};
-
-struct QueueCore::EventState {
-  Task handler;
-  std::atomic<bool> signalled{false};
+  std::optional<int> descriptor;
+  std::atomic<bool> ready{false};
 };
 
 /// Destroying it cancels.
@@ -59,16 +53,43 @@ class QueueCore::TimerHandle : public Handle<Timer, TimerState> {
   }
 };
 
-class QueueCore::EventHandle : public Handle<EventSource, EventState> {
+class QueueCore::EventHandle : public Handle<EventSource, SourceState> {
  public:
   using Handle::Handle;
   void signal() override {
-    if (!state_->signalled.exchange(true)) core_->wakeFromElsewhere();
+    if (!state_->ready.exchange(true)) core_->wakeFromElsewhere();
   }
 };
 
-QueueCore::QueueCore(std::string label, std::unique_ptr<Waker> waker)
-    : label_(std::move(label)), waker_(std::move(waker)) {}
+void Queue::async(Task task) {
+  core_->add(std::move(task));
+}
+
+void Queue::asyncAfter(Duration delay, Task task) {
+  core_->addTimer({.first = delay}, std::move(task));
+}
+
+std::unique_ptr<Timer> Queue::makeTimer(TimerSchedule schedule, Task handler) {
+  assert(schedule.first >= Duration::zero() && schedule.interval >= Duration::zero() &&
+         schedule.leeway >= Duration::zero());
+  return std::make_unique<QueueCore::TimerHandle>(core_,
+                                                  core_->addTimer(schedule, std::move(handler)));
+}
+
+std::unique_ptr<ReadSource> Queue::makeReadSource(int descriptor, Task handler) {
+  return std::make_unique<QueueCore::Handle<ReadSource, QueueCore::SourceState>>(
+      core_, core_->addSource(std::move(handler), descriptor));
+}
+
+std::unique_ptr<EventSource> Queue::makeEventSource(Task handler) {
+  return std::make_unique<QueueCore::EventHandle>(core_, core_->addSource(std::move(handler), {}));
+}
+
+bool Queue::isCurrent() const {
+  return QueueCore::running() == core_.get();
+}
+
+QueueCore::QueueCore(std::unique_ptr<Waker> waker) : waker_(std::move(waker)) {}
 
 QueueCore::~QueueCore() = default;
 
@@ -82,7 +103,7 @@ void QueueCore::wakeFromElsewhere() {
   if (running() != this) waker_->wake();
 }
 
-void QueueCore::async(Task task) {
+void QueueCore::add(Task task) {
   {
     const Lock lock(mutex_);
     if (ended_) return;  // the parameter destroys the task after the lock is released
@@ -91,55 +112,26 @@ void QueueCore::async(Task task) {
   wakeFromElsewhere();
 }
 
-void QueueCore::asyncAfter(Duration delay, Task task) {
-  add(std::make_shared<TimerState>(TimerState{.handler = std::move(task),
-                                              .deadline = waker_->now() + delay,
-                                              .interval = Duration::zero()}));
-}
-
-std::unique_ptr<Timer> QueueCore::makeTimer(TimerSchedule schedule, Task handler) {
-  assert(schedule.first >= Duration::zero() && schedule.interval >= Duration::zero() &&
-         schedule.leeway >= Duration::zero());
-  auto state = std::make_shared<TimerState>(TimerState{.handler = std::move(handler),
-                                                       .deadline = waker_->now() + schedule.first,
-                                                       .interval = schedule.interval,
-                                                       .leeway = schedule.leeway});
-  add(state);
-  return std::make_unique<TimerHandle>(shared_from_this(), std::move(state));
-}
-
-void QueueCore::add(std::shared_ptr<TimerState> timer) {
+std::shared_ptr<QueueCore::TimerState> QueueCore::addTimer(TimerSchedule schedule, Task handler) {
+  auto timer = std::make_shared<TimerState>(
+      TimerState{std::move(handler), waker_->now() + schedule.first, schedule});
   {
     const Lock lock(mutex_);
-    if (ended_) return;
-    timer->id = nextId_++;
-    timers_.push_back(std::move(timer));
+    if (ended_) return timer;
+    timers_.push_back(timer);
   }
   wakeFromElsewhere();
+  return timer;
 }
 
-std::unique_ptr<ReadSource> QueueCore::makeReadSource(int descriptor, Task handler) {
-  auto state = std::make_shared<ReadState>(
-      ReadState{.handler = std::move(handler), .descriptor = descriptor});
-  {
-    const Lock lock(mutex_);
-    if (!ended_) {
-      state->id = nextId_++;
-      readSources_.push_back(state);
-      waker_->arm(state->id, descriptor);
-    }
-  }
-  return std::make_unique<Handle<ReadSource, ReadState>>(shared_from_this(), std::move(state));
-}
-
-std::unique_ptr<EventSource> QueueCore::makeEventSource(Task handler) {
-  auto state = std::make_shared<EventState>();
-  state->handler = std::move(handler);
-  {
-    const Lock lock(mutex_);
-    if (!ended_) eventSources_.push_back(state);
-  }
-  return std::make_unique<EventHandle>(shared_from_this(), std::move(state));
+std::shared_ptr<QueueCore::SourceState> QueueCore::addSource(Task handler,
+                                                             std::optional<int> descriptor) {
+  auto source = std::make_shared<SourceState>(std::move(handler), descriptor);
+  const Lock lock(mutex_);
+  if (ended_) return source;
+  sources_.push_back(source);
+  if (descriptor) waker_->arm(*descriptor);
+  return source;
 }
 
 void QueueCore::remove(const std::shared_ptr<TimerState>& timer) {
@@ -147,85 +139,64 @@ void QueueCore::remove(const std::shared_ptr<TimerState>& timer) {
   std::erase(timers_, timer);
 }
 
-void QueueCore::remove(const std::shared_ptr<ReadState>& source) {
+void QueueCore::remove(const std::shared_ptr<SourceState>& source) {
   const Lock lock(mutex_);
-  if (std::erase(readSources_, source) > 0) waker_->disarm(source->id, source->descriptor);
-}
-
-void QueueCore::remove(const std::shared_ptr<EventState>& source) {
-  const Lock lock(mutex_);
-  std::erase(eventSources_, source);
+  if (std::erase(sources_, source) > 0 && source->descriptor) waker_->disarm(*source->descriptor);
 }
 
 std::shared_ptr<QueueCore::TimerState> QueueCore::takeDueTimer() {
-  const auto earlier = [](const auto& a, const auto& b) {
-    return std::pair(a->deadline, a->id) < std::pair(b->deadline, b->id);
-  };
-  const auto first = std::min_element(timers_.begin(), timers_.end(), earlier);
+  const auto first = std::ranges::min_element(timers_, {}, &TimerState::deadline);
   if (first == timers_.end()) return nullptr;
   const auto now = waker_->now();
-  if ((*first)->deadline > now) return nullptr;
-
   auto timer = *first;
-  if (timer->interval == Duration::zero()) {
+  if (timer->deadline > now) return nullptr;
+  const auto interval = timer->schedule.interval;
+  if (interval == Duration::zero()) {
     timers_.erase(first);
   } else {
-    const auto missed = (now - timer->deadline) / timer->interval;
-    timer->deadline += (missed + 1) * timer->interval;
+    const auto missed = (now - timer->deadline) / interval;
+    timer->deadline += (missed + 1) * interval;
   }
   return timer;
 }
 
-std::shared_ptr<QueueCore::EventState> QueueCore::takeSignalledEvent() {
-  for (const auto& source : eventSources_) {
-    if (source->signalled.exchange(false)) return source;
-  }
-  return nullptr;
+std::shared_ptr<QueueCore::SourceState> QueueCore::takeReady() {
+  const auto source =
+      std::ranges::find_if(sources_, [](const auto& s) { return s->ready.exchange(false); });
+  if (source == sources_.end()) return nullptr;
+  std::rotate(source, source + 1, sources_.end());  // the others have their turn before it
+  return sources_.back();
 }
 
-std::shared_ptr<QueueCore::ReadState> QueueCore::takeReadable() {
-  const auto source = std::ranges::find_if(readSources_, [](const auto& s) { return s->readable; });
-  if (source == readSources_.end()) return nullptr;
-  (*source)->readable = false;
-  return *source;
+Task QueueCore::takeTask() {
+  if (tasks_.empty()) return nullptr;
+  auto task = std::move(tasks_.front());
+  tasks_.pop_front();
+  return task;
 }
 
 bool QueueCore::runOne() {
   std::shared_ptr<TimerState> timer;
-  std::shared_ptr<EventState> event;
-  std::shared_ptr<ReadState> read;
+  std::shared_ptr<SourceState> source;
   Task task;
   {
     const Lock lock(mutex_);
     if (ended_) return false;
     timer = takeDueTimer();
     // Sources and tasks take turns, so that a flood on one does not starve the others.
-    for (unsigned tried = 0; tried < 3 && !timer && !event && !read && !task; ++tried) {
-      switch (turn_++ % 3) {
-        case 0:
-          event = takeSignalledEvent();
-          break;
-        case 1:
-          read = takeReadable();
-          break;
-        default:
-          if (!tasks_.empty()) {
-            task = std::move(tasks_.front());
-            tasks_.pop_front();
-          }
-      }
-    }
+    taskIsNext_ = !taskIsNext_;
+    if (!timer && taskIsNext_) task = takeTask();
+    if (!timer && !task) source = takeReady();
+    if (!timer && !task && !source) task = takeTask();
   }
 
   if (timer) {
     run(timer->handler);
-  } else if (event) {
-    run(event->handler);
-  } else if (read) {
-    run(read->handler);
+  } else if (source) {
+    run(source->handler);
     const Lock lock(mutex_);
-    if (std::ranges::find(readSources_, read) != readSources_.end()) {
-      waker_->arm(read->id, read->descriptor);
+    if (source->descriptor && std::ranges::find(sources_, source) != sources_.end()) {
+      waker_->arm(*source->descriptor);
     }
   } else if (task) {
     run(task);
@@ -245,7 +216,9 @@ std::optional<TimePoint> QueueCore::nextDeadline() {
   const Lock lock(mutex_);
   if (timers_.empty()) return std::nullopt;
   auto latest = TimePoint::max();
-  for (const auto& timer : timers_) latest = std::min(latest, timer->deadline + timer->leeway);
+  for (const auto& timer : timers_) {
+    latest = std::min(latest, timer->deadline + timer->schedule.leeway);
+  }
   // Timers due by then share the wake-up; a single timer is not delayed.
   auto shared = TimePoint::min();
   for (const auto& timer : timers_) {
@@ -254,30 +227,30 @@ std::optional<TimePoint> QueueCore::nextDeadline() {
   return shared;
 }
 
-void QueueCore::markReadable(std::uint64_t id) {
+void QueueCore::markReadable(int descriptor) {
   const Lock lock(mutex_);
-  const auto source = std::ranges::find(readSources_, id, [](const auto& s) { return s->id; });
-  if (source != readSources_.end()) (*source)->readable = true;
+  const auto source =
+      std::ranges::find(sources_, descriptor, [](const auto& s) { return s->descriptor; });
+  if (source != sources_.end()) (*source)->ready = true;
 }
 
 void QueueCore::end() {
   // Destroying a closure may call this queue: empty it first, destroy afterwards.
   std::deque<Task> tasks;
   std::vector<std::shared_ptr<TimerState>> timers;
-  std::vector<std::shared_ptr<ReadState>> readSources;
-  std::vector<std::shared_ptr<EventState>> eventSources;
+  std::vector<std::shared_ptr<SourceState>> sources;
   {
     const Lock lock(mutex_);
     ended_ = true;
     tasks.swap(tasks_);
     timers.swap(timers_);
-    readSources.swap(readSources_);
-    eventSources.swap(eventSources_);
-    for (const auto& source : readSources) waker_->disarm(source->id, source->descriptor);
+    sources.swap(sources_);
+    for (const auto& source : sources) {
+      if (source->descriptor) waker_->disarm(*source->descriptor);
+    }
   }
   for (const auto& timer : timers) timer->handler = nullptr;
-  for (const auto& source : readSources) source->handler = nullptr;
-  for (const auto& source : eventSources) source->handler = nullptr;
+  for (const auto& source : sources) source->handler = nullptr;
 }
 
 }  // namespace quorin::dispatch

@@ -3,12 +3,9 @@
 #include "core/queue.h"
 #include "core/thread_safety.h"
 
-#include <atomic>
-#include <cstdint>
 #include <deque>
 #include <memory>
 #include <optional>
-#include <string>
 #include <vector>
 
 namespace quorin::dispatch {
@@ -24,9 +21,9 @@ class Waker {
   virtual TimePoint now() const = 0;
   /// Any thread, lock-free: makes the runner check its queue again.
   virtual void wake() = 0;
-  /// Reports `id` once to the runner when `descriptor` is readable; armed anew after each report.
-  virtual void arm(std::uint64_t id, int descriptor) = 0;
-  virtual void disarm(std::uint64_t id, int descriptor) = 0;
+  /// Reports `descriptor` once to the runner when it is readable; armed anew after each report.
+  virtual void arm(int descriptor) = 0;
+  virtual void disarm(int descriptor) = 0;
 
  protected:
   Waker() = default;
@@ -34,21 +31,14 @@ class Waker {
 
 /// State and ordering of one serial queue, run by a thread, Qt's event loop or simulated time.
 /// Shared with every handle (timer, source), so handles may outlive the queue.
-class QueueCore : public std::enable_shared_from_this<QueueCore> {
+class QueueCore {
  public:
-  QueueCore(std::string label, std::unique_ptr<Waker> waker);
+  explicit QueueCore(std::unique_ptr<Waker> waker);
   ~QueueCore();
   QueueCore(const QueueCore&) = delete;
   QueueCore& operator=(const QueueCore&) = delete;
 
-  const std::string& label() const { return label_; }
   Waker& waker() { return *waker_; }
-
-  void async(Task task);
-  void asyncAfter(Duration delay, Task task);
-  std::unique_ptr<Timer> makeTimer(TimerSchedule schedule, Task handler);
-  std::unique_ptr<ReadSource> makeReadSource(int descriptor, Task handler);
-  std::unique_ptr<EventSource> makeEventSource(Task handler);
 
   // For the runner, on the queue's thread.
 
@@ -57,71 +47,42 @@ class QueueCore : public std::enable_shared_from_this<QueueCore> {
   /// When the runner should wake up next: as late as the leeways of the earliest timers permit, so
   /// that they share one wake-up.
   std::optional<TimePoint> nextDeadline();
-  void markReadable(std::uint64_t id);
+  void markReadable(int descriptor);
   /// Destroys all work without running it. Not while work is running.
   void end();
 
   /// The core whose work the calling thread is running, or null.
   static const QueueCore* running();
 
-  struct TimerState;
-  struct ReadState;
-  struct EventState;
-
  private:
+  friend class Queue;
+  struct TimerState;
+  struct SourceState;
   template <typename Base, typename State>
   class Handle;
   class TimerHandle;
   class EventHandle;
 
-  void add(std::shared_ptr<TimerState> timer);
+  void add(Task task);
+  std::shared_ptr<TimerState> addTimer(TimerSchedule schedule, Task handler);
+  std::shared_ptr<SourceState> addSource(Task handler, std::optional<int> descriptor);
   void remove(const std::shared_ptr<TimerState>& timer);
-  void remove(const std::shared_ptr<ReadState>& source);
-  void remove(const std::shared_ptr<EventState>& source);
+  void remove(const std::shared_ptr<SourceState>& source);
   void wakeFromElsewhere();
   void run(Task& work);
 
   std::shared_ptr<TimerState> takeDueTimer() REQUIRES(mutex_);
-  std::shared_ptr<EventState> takeSignalledEvent() REQUIRES(mutex_);
-  std::shared_ptr<ReadState> takeReadable() REQUIRES(mutex_);
+  std::shared_ptr<SourceState> takeReady() REQUIRES(mutex_);
+  Task takeTask() REQUIRES(mutex_);
 
-  const std::string label_;
   const std::unique_ptr<Waker> waker_;
 
   Mutex mutex_;
   bool ended_ GUARDED_BY(mutex_) = false;
-  std::uint64_t nextId_ GUARDED_BY(mutex_) = 1;
-  unsigned turn_ GUARDED_BY(mutex_) = 0;
+  bool taskIsNext_ GUARDED_BY(mutex_) = false;
   std::deque<Task> tasks_ GUARDED_BY(mutex_);
-  std::vector<std::shared_ptr<TimerState>> timers_ GUARDED_BY(mutex_);
-  std::vector<std::shared_ptr<ReadState>> readSources_ GUARDED_BY(mutex_);
-  std::vector<std::shared_ptr<EventState>> eventSources_ GUARDED_BY(mutex_);
-};
-
-/// A `Queue` on top of a core; the derived class supplies the runner.
-template <typename Base>
-class CoreQueue : public Base {
- public:
-  explicit CoreQueue(std::shared_ptr<QueueCore> core) : core_(std::move(core)) {}
-
-  using Base::async;
-  using Base::asyncAfter;
-  const std::string& label() const override { return core_->label(); }
-  void async(Task task) override { core_->async(std::move(task)); }
-  void asyncAfter(Duration delay, Task task) override { core_->asyncAfter(delay, std::move(task)); }
-  std::unique_ptr<Timer> makeTimer(TimerSchedule schedule, Task handler) override {
-    return core_->makeTimer(schedule, std::move(handler));
-  }
-  std::unique_ptr<ReadSource> makeReadSource(int descriptor, Task handler) override {
-    return core_->makeReadSource(descriptor, std::move(handler));
-  }
-  std::unique_ptr<EventSource> makeEventSource(Task handler) override {
-    return core_->makeEventSource(std::move(handler));
-  }
-  bool isCurrent() const override { return QueueCore::running() == core_.get(); }
-
- protected:
-  const std::shared_ptr<QueueCore> core_;
+  std::vector<std::shared_ptr<TimerState>> timers_ GUARDED_BY(mutex_);    ///< by age
+  std::vector<std::shared_ptr<SourceState>> sources_ GUARDED_BY(mutex_);  ///< next turn first
 };
 
 }  // namespace quorin::dispatch

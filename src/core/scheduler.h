@@ -4,7 +4,6 @@
 
 #include <memory>
 #include <string>
-#include <utility>
 
 namespace quorin::dispatch {
 
@@ -39,10 +38,11 @@ class Scheduler {
   /// queued work. Queues from `makeSerialQueue` end separately.
   virtual void end() = 0;
 
-  [[nodiscard]] virtual std::unique_ptr<SerialQueue> makeSerialQueue(std::string label,
+  /// `label` names its thread.
+  [[nodiscard]] virtual std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label,
                                                                      Priority priority) = 0;
-  [[nodiscard]] std::unique_ptr<SerialQueue> makeSerialQueue(std::string label) {
-    return makeSerialQueue(std::move(label), Priority::kNormal);
+  [[nodiscard]] std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label) {
+    return makeSerialQueue(label, Priority::kNormal);
   }
 
  protected:

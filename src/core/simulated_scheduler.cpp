@@ -5,7 +5,7 @@
 #include <poll.h>
 
 #include <algorithm>
-#include <map>
+#include <set>
 #include <vector>
 
 namespace quorin::dispatch {
@@ -45,27 +45,29 @@ class SimulatedWaker : public Waker {
 
   TimePoint now() const override { return state_->now; }
   void wake() override {}
-  void arm(std::uint64_t id, int descriptor) override { armed_[id] = descriptor; }
-  void disarm(std::uint64_t id, int) override { armed_.erase(id); }
+  void arm(int descriptor) override { armed_.insert(descriptor); }
+  void disarm(int descriptor) override { armed_.erase(descriptor); }
 
-  std::vector<std::uint64_t> takeReadable() {
-    std::vector<std::uint64_t> readable;
-    for (const auto& [id, descriptor] : armed_) {
+  void collect(QueueCore& core) {
+    std::erase_if(armed_, [&core](int descriptor) {
       pollfd request{.fd = descriptor, .events = POLLIN, .revents = 0};
-      if (::poll(&request, 1, 0) > 0) readable.push_back(id);
-    }
-    for (const auto id : readable) armed_.erase(id);
-    return readable;
+      const bool isReadable = ::poll(&request, 1, 0) > 0;
+      if (isReadable) core.markReadable(descriptor);
+      return isReadable;
+    });
   }
 
  private:
   const std::shared_ptr<SimulatedScheduler::State> state_;
-  std::map<std::uint64_t, int> armed_;
+  std::set<int> armed_;
 };
 
-class SimulatedQueue : public CoreQueue<SerialQueue> {
+class SimulatedQueue : public SerialQueue {
  public:
-  using CoreQueue::CoreQueue;
+  explicit SimulatedQueue(const std::shared_ptr<SimulatedScheduler::State>& state)
+      : SerialQueue(std::make_shared<QueueCore>(std::make_unique<SimulatedWaker>(state))) {
+    state->cores.push_back(core_);
+  }
   ~SimulatedQueue() override { SimulatedQueue::end(); }
   void end() override { core_->end(); }
 };
@@ -79,21 +81,13 @@ class SimulatedMainQueue : public SimulatedQueue {
   }
 };
 
-std::shared_ptr<QueueCore> makeCore(std::string label,
-                                    const std::shared_ptr<SimulatedScheduler::State>& state) {
-  auto core =
-      std::make_shared<QueueCore>(std::move(label), std::make_unique<SimulatedWaker>(state));
-  state->cores.push_back(core);
-  return core;
-}
-
 }  // namespace
 
 SimulatedScheduler::SimulatedScheduler()
     : state_(std::make_shared<State>()),
-      main_(std::make_unique<SimulatedMainQueue>(makeCore("main", state_))),
-      utility_(std::make_unique<SimulatedQueue>(makeCore("utility", state_))),
-      background_(std::make_unique<SimulatedQueue>(makeCore("background", state_))) {}
+      main_(std::make_unique<SimulatedMainQueue>(state_)),
+      utility_(std::make_unique<SimulatedQueue>(state_)),
+      background_(std::make_unique<SimulatedQueue>(state_)) {}
 
 SimulatedScheduler::~SimulatedScheduler() = default;
 
@@ -122,17 +116,15 @@ void SimulatedScheduler::end() {
   main_->end();
 }
 
-std::unique_ptr<SerialQueue> SimulatedScheduler::makeSerialQueue(std::string label, Priority) {
-  return std::make_unique<SimulatedQueue>(makeCore(std::move(label), state_));
+std::unique_ptr<SerialQueue> SimulatedScheduler::makeSerialQueue(const std::string&, Priority) {
+  return std::make_unique<SimulatedQueue>(state_);
 }
 
 void SimulatedScheduler::runPending() {
   for (bool ran = true; ran;) {
     ran = false;
     for (const auto& core : state_->liveCores()) {
-      for (const auto id : static_cast<SimulatedWaker&>(core->waker()).takeReadable()) {
-        core->markReadable(id);
-      }
+      static_cast<SimulatedWaker&>(core->waker()).collect(*core);
       ran = core->runOne() || ran;
     }
   }

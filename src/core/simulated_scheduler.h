@@ -23,7 +23,8 @@ class SimulatedScheduler : public Scheduler {
   Queue& utilityQueue() override;
   Queue& backgroundQueue() override;
   void end() override;
-  std::unique_ptr<SerialQueue> makeSerialQueue(std::string label, Priority priority) override;
+  std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label,
+                                               Priority priority) override;
   using Scheduler::makeSerialQueue;
 
   /// Runs all work due now, including work it adds.

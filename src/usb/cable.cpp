@@ -93,8 +93,7 @@ void Cable::didReceiveText(const PTChannel& channel, std::span<const std::byte> 
   if (const auto text = wire::decodeText(payload)) {
     events_.presentMessage(label + wire::displayable(*text), false);
   } else {
-    events_.presentMessage(
-        label + "a text message that cannot be read: " + wire::describe(text.error()), true);
+    events_.presentMessage(label + "a text message that cannot be read: " + text.error(), true);
   }
 }
 

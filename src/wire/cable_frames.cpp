@@ -18,18 +18,6 @@ bool isKnownCableFrame(std::uint32_t type) {
           type <= std::to_underlying(CableFrame::kAudio));
 }
 
-std::string describe(TextError error) {
-  switch (error) {
-    case TextError::kTooShort:
-      return "it is shorter than its length field";
-    case TextError::kLengthTooLarge:
-      return "it is shorter than it says";
-    case TextError::kNotUtf8:
-      return "it is not UTF-8";
-  }
-  return {};
-}
-
 std::vector<std::byte> encodeText(std::string_view text) {
   const auto length = bigEndian32(static_cast<std::uint32_t>(text.size()));
   const auto bytes = std::as_bytes(std::span(text));
@@ -39,13 +27,13 @@ std::vector<std::byte> encodeText(std::string_view text) {
   return payload;
 }
 
-std::expected<std::string_view, TextError> decodeText(std::span<const std::byte> payload) {
-  if (payload.size() < kLengthBytes) return std::unexpected(TextError::kTooShort);
+std::expected<std::string_view, const char*> decodeText(std::span<const std::byte> payload) {
+  if (payload.size() < kLengthBytes) return std::unexpected("it is shorter than its length field");
   const std::size_t length = readBigEndian32(payload.first<kLengthBytes>());
   const auto rest = payload.subspan(kLengthBytes);
-  if (length > rest.size()) return std::unexpected(TextError::kLengthTooLarge);
+  if (length > rest.size()) return std::unexpected("it is shorter than it says");
   const std::string_view text(reinterpret_cast<const char*>(rest.data()), length);
-  if (!isValidUtf8(text)) return std::unexpected(TextError::kNotUtf8);
+  if (!isValidUtf8(text)) return std::unexpected("it is not UTF-8");
   return text;
 }
 

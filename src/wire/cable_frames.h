@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <expected>
 #include <span>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -27,18 +26,12 @@ enum class CableFrame : std::uint32_t {
 /// True for the types above; any other ends the channel.
 bool isKnownCableFrame(std::uint32_t type);
 
-enum class TextError {
-  kTooShort,        ///< the length field is incomplete
-  kLengthTooLarge,  ///< the text would reach past the payload
-  kNotUtf8,
-};
-std::string describe(TextError error);
-
-/// The payload of a text frame; what follows the text is ignored on receipt.
+/// The payload of a text frame; what follows the text is ignored on receipt. A payload that cannot
+/// be read yields the reason.
 ///
 ///     0                  4                    4 + length
 ///     | length, big-e.   | text, UTF-8, no terminator |
 std::vector<std::byte> encodeText(std::string_view text);
-std::expected<std::string_view, TextError> decodeText(std::span<const std::byte> payload);
+std::expected<std::string_view, const char*> decodeText(std::span<const std::byte> payload);
 
 }  // namespace quorin::wire

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <utility>
 
 namespace quorin::wire {
 
@@ -34,83 +35,47 @@ std::vector<std::byte> encodeFrame(std::uint32_t type, std::uint32_t tag,
   return frame;
 }
 
-std::size_t FrameReader::needed() const {
-  return state_ == State::kPayload ? header_.payloadSize : kFrameHeaderBytes;
-}
-
-std::span<std::byte> FrameReader::space() {
-  if (state_ == State::kBroken) begin_ = end_ = 0;
-  const bool tooLarge =
-      buffer_.size() > kInitialBytes && waiting() < kInitialBytes && needed() <= kInitialBytes;
-  if (buffer_.empty() || tooLarge) {
-    std::vector<std::byte> fresh(kInitialBytes);
-    std::copy_n(buffer_.data() + begin_, waiting(), fresh.begin());
-    end_ = waiting();
-    begin_ = 0;
-    buffer_ = std::move(fresh);
-  } else if (begin_ == end_) {
-    begin_ = end_ = 0;
-  } else if (begin_ > 0 && begin_ + needed() > buffer_.size()) {
-    std::copy_n(buffer_.data() + begin_, waiting(), buffer_.begin());
-    end_ -= begin_;
-    begin_ = 0;
-  }
-  if (end_ == buffer_.size()) {
-    assert(needed() > buffer_.size());  // otherwise `next` was not called until NeedMore
-    buffer_.resize(std::min(needed(), 2 * buffer_.size()));
-  }
-  return std::span(buffer_).subspan(end_);
-}
-
-void FrameReader::received(std::size_t count) {
-  assert(count <= buffer_.size() - end_);
-  end_ += count;
-}
-
-std::span<const std::byte> FrameReader::take(std::size_t count) {
-  const auto taken = std::span<const std::byte>(buffer_).subspan(begin_, count);
-  begin_ += count;
-  return taken;
+void FrameReader::received(std::span<const std::byte> bytes) {
+  pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(begin_));
+  begin_ = 0;
+  if (pending_.size() < kMaxKept && pending_.capacity() > kMaxKept) pending_.shrink_to_fit();
+  const auto skipped = std::min(toSkip_, bytes.size());
+  toSkip_ -= skipped;
+  const auto rest = bytes.subspan(skipped);
+  if (!broken_) pending_.insert(pending_.end(), rest.begin(), rest.end());
 }
 
 FrameReader::Step FrameReader::next() {
-  switch (state_) {
-    case State::kBroken:
-      return Broken{};
-    case State::kSkipping:
-      toSkip_ -= take(std::min(toSkip_, waiting())).size();
-      if (toSkip_ > 0) return NeedMore{};
-      state_ = State::kHeader;
-      return readHeader();
-    case State::kPayload:
-      if (waiting() < header_.payloadSize) return NeedMore{};
-      state_ = State::kHeader;
-      return Frame{header_, take(header_.payloadSize)};
-    case State::kHeader:
-      return readHeader();
-  }
-  return NeedMore{};
+  if (broken_) return Broken{};
+  if (!header_) return readHeader();
+  if (waiting() < header_->payloadSize) return NeedMore{};
+  const auto header = *std::exchange(header_, std::nullopt);
+  return Frame{header, take(header.payloadSize)};
 }
 
 FrameReader::Step FrameReader::readHeader() {
   if (waiting() < kFrameHeaderBytes) return NeedMore{};
   const auto bytes = take(kFrameHeaderBytes).first<kFrameHeaderBytes>();
   const auto version = readBigEndian32(bytes.subspan<0, 4>());
-  header_ = {.type = readBigEndian32(bytes.subspan<4, 4>()),
-             .tag = readBigEndian32(bytes.subspan<8, 4>()),
-             .payloadSize = readBigEndian32(bytes.subspan<12, 4>())};
-  if (version != kFrameVersion || header_.payloadSize > kMaxPayloadBytes) {
-    state_ = State::kBroken;
-    return Broken{};
-  }
-  state_ = State::kPayload;
-  return header_;
+  const FrameHeader header{.type = readBigEndian32(bytes.subspan<4, 4>()),
+                           .tag = readBigEndian32(bytes.subspan<8, 4>()),
+                           .payloadSize = readBigEndian32(bytes.subspan<12, 4>())};
+  broken_ = version != kFrameVersion || header.payloadSize > kMaxPayloadBytes;
+  if (broken_) return Broken{};
+  header_ = header;
+  return header;
 }
 
 void FrameReader::skip() {
-  assert(state_ == State::kPayload);
-  state_ = State::kSkipping;
-  toSkip_ = header_.payloadSize;
+  assert(header_);
+  const auto size = std::exchange(header_, std::nullopt)->payloadSize;
+  toSkip_ = size - take(std::min<std::size_t>(size, waiting())).size();
+}
+
+std::span<const std::byte> FrameReader::take(std::size_t count) {
+  const auto taken = std::span<const std::byte>(pending_).subspan(begin_, count);
+  begin_ += count;
+  return taken;
 }
 
 }  // namespace quorin::wire

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <variant>
 #include <vector>
@@ -40,19 +41,18 @@ std::array<std::byte, kFrameHeaderBytes> encodeFrameHeader(const FrameHeader& he
 std::vector<std::byte> encodeFrame(std::uint32_t type, std::uint32_t tag,
                                    std::span<const std::byte> payload);
 
-/// Cuts received bytes into frames. Pure: the owner receives into `space`, reports the number of
-/// bytes to `received`, and calls `next` until it needs more.
+/// Cuts received bytes into frames. Pure: the owner passes on what it receives, and calls `next`
+/// until it needs more.
 ///
-///     const auto n = recv(fd, reader.space());
-///     reader.received(n);
+///     reader.received(bytes);
 ///     for (;;) { auto step = reader.next(); if (holds NeedMore) break; ... }
 ///
 /// Memory follows the bytes received, never the size that a header announces: at most twice the
-/// pending bytes, or `kInitialBytes`; none before the first call of `space`, and a large frame's is
-/// freed. Payloads are not copied, unless their frame reaches the end of the buffer.
+/// pending bytes, or little more than `kMaxKept`; none before the first byte, and a large frame's
+/// is freed.
 class FrameReader {
  public:
-  static constexpr std::size_t kInitialBytes = 32 * 1024;
+  static constexpr std::size_t kMaxKept = 32 * 1024;
 
   struct NeedMore {};
   /// A header has come. The payload follows as a `Frame`, unless `skip` is called.
@@ -66,32 +66,25 @@ class FrameReader {
   struct Broken {};
   using Step = std::variant<NeedMore, Header, Frame, Broken>;
 
-  /// Where the next bytes belong; never empty.
-  std::span<std::byte> space();
-  void received(std::size_t count);
-
+  void received(std::span<const std::byte> bytes);
   Step next();
 
   /// Right after a `Header` step: the payload is discarded as it arrives.
   void skip();
 
   /// Bytes allocated.
-  std::size_t capacity() const { return buffer_.capacity(); }
+  std::size_t capacity() const { return pending_.capacity(); }
 
  private:
-  enum class State { kHeader, kPayload, kSkipping, kBroken };
-
-  std::size_t waiting() const { return end_ - begin_; }
-  std::size_t needed() const;
+  std::size_t waiting() const { return pending_.size() - begin_; }
   std::span<const std::byte> take(std::size_t count);
   Step readHeader();
 
-  std::vector<std::byte> buffer_;
-  std::size_t begin_ = 0;  ///< first byte not handed out
-  std::size_t end_ = 0;    ///< behind the last byte received
-  State state_ = State::kHeader;
-  FrameHeader header_;
-  std::size_t toSkip_ = 0;
+  std::vector<std::byte> pending_;
+  std::size_t begin_ = 0;              ///< first byte not handed out
+  std::optional<FrameHeader> header_;  ///< its payload is next
+  std::size_t toSkip_ = 0;             ///< of the bytes to come
+  bool broken_ = false;
 };
 
 }  // namespace quorin::wire

@@ -30,11 +30,8 @@ Seen read(std::span<const std::byte> stream, std::size_t pieceSize) {
   FrameReader reader;
   Seen seen;
   while (!stream.empty()) {
-    const auto space = reader.space();
-    require(!space.empty());
-    const auto piece = stream.first(std::min({stream.size(), space.size(), pieceSize}));
-    std::ranges::copy(piece, space.begin());
-    reader.received(piece.size());
+    const auto piece = stream.first(std::min(stream.size(), pieceSize));
+    reader.received(piece);
     stream = stream.subspan(piece.size());
     for (auto step = reader.next(); step.index() != 0; step = reader.next()) {
       if (const auto* header = std::get_if<FrameReader::Header>(&step)) {
@@ -49,7 +46,7 @@ Seen read(std::span<const std::byte> stream, std::size_t pieceSize) {
         break;
       }
     }
-    require(reader.capacity() <= std::max(FrameReader::kInitialBytes, std::size_t{1} << 25U));
+    require(reader.capacity() <= std::max(FrameReader::kMaxKept, std::size_t{1} << 25U));
   }
   return seen;
 }

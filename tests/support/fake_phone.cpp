@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include <array>
 #include <cerrno>
 #include <stdexcept>
 #include <utility>
@@ -16,11 +17,11 @@ FakePhone::FakePhone(posix::FileDescriptor socket) : socket_(std::move(socket)) 
 
 void FakePhone::turn() {
   while (socket_ && !sawEnd && !sawBrokenFrame) {
-    const auto space = reader_.space();
-    const auto count = ::recv(socket_.get(), space.data(), space.size(), MSG_DONTWAIT);
+    std::array<std::byte, 65536> buffer;
+    const auto count = ::recv(socket_.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) return;
     sawEnd = count <= 0;
-    if (!sawEnd) reader_.received(static_cast<std::size_t>(count));
+    if (!sawEnd) reader_.received(std::span(buffer).first(static_cast<std::size_t>(count)));
     for (auto step = reader_.next(); step.index() != 0 && !sawBrokenFrame; step = reader_.next()) {
       if (const auto* frame = std::get_if<wire::FrameReader::Frame>(&step)) {
         frames.push_back({frame->header.type, frame->header.tag, toBytes(frame->payload)});

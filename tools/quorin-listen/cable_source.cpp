@@ -84,14 +84,14 @@ void CableSource::acceptChannel() {
 }
 
 bool CableSource::readSome(const std::function<void(const Sound&)>& onSound) {
-  const auto space = reader_.space();
-  const auto received = measure::receiveStamped(channel_.get(), space);
+  std::array<std::byte, 65536> buffer;
+  const auto received = measure::receiveStamped(channel_.get(), buffer);
   if (!received) return false;
   if (received->size == 0) {
     channel_.reset();
     return false;
   }
-  reader_.received(received->size);
+  reader_.received(std::span(buffer).first(received->size));
   for (;;) {
     const auto step = reader_.next();
     if (std::holds_alternative<wire::FrameReader::NeedMore>(step)) return true;

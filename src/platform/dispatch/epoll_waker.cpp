@@ -11,16 +11,15 @@
 namespace quorin::dispatch {
 namespace {
 
-constexpr std::uint64_t kNoSource = 0;  // source ids start at 1
-
 posix::FileDescriptor orThrow(int descriptor, const char* what) {
   if (descriptor < 0) throw std::system_error(errno, std::generic_category(), what);
   return posix::FileDescriptor(descriptor);
 }
 
-// Edge-triggered, so that neither the counter nor the expirations ever have to be read.
+// No source's descriptor; edge-triggered, so that neither the counter nor the expirations ever have
+// to be read.
 void watch(int epoll, int descriptor) {
-  epoll_event event{.events = EPOLLIN | EPOLLET, .data = {.u64 = kNoSource}};
+  epoll_event event{.events = EPOLLIN | EPOLLET, .data = {.fd = -1}};
   ::epoll_ctl(epoll, EPOLL_CTL_ADD, descriptor, &event);
 }
 
@@ -43,14 +42,14 @@ void EpollWaker::wake() {
   ::eventfd_write(event_.get(), 1);
 }
 
-void EpollWaker::arm(std::uint64_t id, int descriptor) {
-  epoll_event event{.events = EPOLLIN | EPOLLONESHOT, .data = {.u64 = id}};
+void EpollWaker::arm(int descriptor) {
+  epoll_event event{.events = EPOLLIN | EPOLLONESHOT, .data = {.fd = descriptor}};
   if (::epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, descriptor, &event) != 0 && errno == ENOENT) {
     ::epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, descriptor, &event);
   }
 }
 
-void EpollWaker::disarm(std::uint64_t, int descriptor) {
+void EpollWaker::disarm(int descriptor) {
   ::epoll_ctl(epoll_.get(), EPOLL_CTL_DEL, descriptor, nullptr);
 }
 
@@ -72,8 +71,7 @@ void EpollWaker::collect(QueueCore& core, Wait wait) {
   const int count = ::epoll_wait(epoll_.get(), events.data(), static_cast<int>(events.size()),
                                  wait == Wait::kYes ? -1 : 0);
   for (int i = 0; i < count; ++i) {
-    const auto id = events[static_cast<std::size_t>(i)].data.u64;
-    if (id != kNoSource) core.markReadable(id);
+    core.markReadable(events[static_cast<std::size_t>(i)].data.fd);
   }
 }
 

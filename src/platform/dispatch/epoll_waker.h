@@ -15,8 +15,8 @@ class EpollWaker : public Waker {
 
   TimePoint now() const override;
   void wake() override;
-  void arm(std::uint64_t id, int descriptor) override;
-  void disarm(std::uint64_t id, int descriptor) override;
+  void arm(int descriptor) override;
+  void disarm(int descriptor) override;
 
   int descriptor() const { return epoll_.get(); }
 

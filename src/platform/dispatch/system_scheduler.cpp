@@ -23,10 +23,10 @@ struct Loop {
   EpollWaker* waker;  ///< owned by the core
 };
 
-Loop makeLoop(std::string label) {
+Loop makeLoop() {
   auto waker = std::make_unique<EpollWaker>();
   auto* const borrowed = waker.get();
-  return {std::make_shared<QueueCore>(std::move(label), std::move(waker)), borrowed};
+  return {std::make_shared<QueueCore>(std::move(waker)), borrowed};
 }
 
 /// The kernel keeps 15 characters of a thread's name: the end of a dotted label says more.
@@ -36,13 +36,14 @@ void nameThread(const std::string& label) {
   ::pthread_setname_np(::pthread_self(), name.c_str());
 }
 
-class ThreadQueue : public CoreQueue<SerialQueue> {
+class ThreadQueue : public SerialQueue {
  public:
   /// `onThread` runs on the new thread, first of all.
-  explicit ThreadQueue(const Loop& loop, std::function<void()> onThread = {})
-      : CoreQueue(loop.core), waker_(*loop.waker) {
-    thread_ = std::thread([this, onThread = std::move(onThread)] {
-      nameThread(label());
+  explicit ThreadQueue(const std::string& label, std::function<void()> onThread = {},
+                       const Loop& loop = makeLoop())
+      : SerialQueue(loop.core), waker_(*loop.waker) {
+    thread_ = std::thread([this, label, onThread = std::move(onThread)] {
+      nameThread(label);
       if (onThread) onThread();
       run();
     });
@@ -78,10 +79,10 @@ class ThreadQueue : public CoreQueue<SerialQueue> {
 
 /// Qt's event loop watches the queue's single epoll descriptor, so timers keep their precision and
 /// work runs in the same order as on every queue.
-class MainQueue : public CoreQueue<Queue> {
+class MainQueue : public Queue {
  public:
-  explicit MainQueue(const Loop& loop)
-      : CoreQueue(loop.core),
+  explicit MainQueue(const Loop& loop = makeLoop())
+      : Queue(loop.core),
         waker_(*loop.waker),
         notifier_(waker_.descriptor(), QSocketNotifier::Read) {
     QObject::connect(&notifier_, &QSocketNotifier::activated, &notifier_, [this] { runSome(); });
@@ -114,11 +115,6 @@ class MainQueue : public CoreQueue<Queue> {
 
 class SystemScheduler : public Scheduler {
  public:
-  SystemScheduler()
-      : main_(makeLoop("main")),
-        utility_(makeLoop("utility")),
-        background_(makeLoop("background")) {}
-
   TimePoint now() const override { return std::chrono::steady_clock::now(); }
   BootTime bootNow() const override {
     timespec now{};
@@ -136,16 +132,17 @@ class SystemScheduler : public Scheduler {
     main_.end();
   }
 
-  std::unique_ptr<SerialQueue> makeSerialQueue(std::string label, Priority priority) override {
+  std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label,
+                                               Priority priority) override {
     std::function<void()> onThread;
     if (priority == Priority::kRealtime) onThread = [this] { requestRealtime(background_); };
-    return std::make_unique<ThreadQueue>(makeLoop(std::move(label)), std::move(onThread));
+    return std::make_unique<ThreadQueue>(label, std::move(onThread));
   }
 
  private:
   MainQueue main_;
-  ThreadQueue utility_;
-  ThreadQueue background_;
+  ThreadQueue utility_{"utility"};
+  ThreadQueue background_{"background"};
 };
 
 }  // namespace

@@ -6,7 +6,9 @@
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 
+#include <array>
 #include <cerrno>
+#include <span>
 #include <utility>
 
 namespace quorin::usb {
@@ -15,6 +17,8 @@ namespace {
 /// The kernel doubles this and uses part of it for bookkeeping: room for about 150 ms of sound.
 /// Further unread data waits in the outbox, where it can be dropped.
 constexpr int kSendBufferBytes = 16 * 1024;
+
+constexpr std::size_t kReceiveBytes = 32 * 1024;
 
 /// A connection on this machine is made, or refused, within microseconds.
 constexpr std::chrono::milliseconds kConnectPoll{10};
@@ -78,10 +82,10 @@ void PTChannel::open() {
 // ---- Receiving
 
 void PTChannel::receive() {
-  const auto space = reader_.space();
-  const auto count = ::recv(socket_->get(), space.data(), space.size(), MSG_DONTWAIT);
+  std::array<std::byte, kReceiveBytes> buffer;
+  const auto count = ::recv(socket_->get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
   if (count > 0) {
-    reader_.received(static_cast<std::size_t>(count));
+    reader_.received(std::span(buffer).first(static_cast<std::size_t>(count)));
     deliverFrames();
   } else if (count == 0) {
     end({});
