@@ -49,7 +49,7 @@ class Background {
 
   void update(const StreamState& state);
 
-  const QMenu& menu() const { return menu_; }
+  QMenu& menu() { return menu_; }
 
  private:
   void showIcon();

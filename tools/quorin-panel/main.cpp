@@ -29,8 +29,9 @@ struct Options {
   std::uint16_t port = wire::kDefaultPort;
 };
 
-/// The error is one sentence for who typed the arguments.
-std::expected<Options, QString> parseOptions(const QStringList& arguments) {
+/// The error is one sentence for who typed the arguments. Needs no display, unlike the panel.
+std::expected<Options, QString> parseOptions(int& argc, char** argv) {
+  const QCoreApplication application(argc, argv);
   QCommandLineParser parser;
   parser.setApplicationDescription(
       "The server panel in a window of its own: sends the sound of the default input device, as\n"
@@ -39,7 +40,7 @@ std::expected<Options, QString> parseOptions(const QStringList& arguments) {
                      {"verbose", "Show the server's log lines on a terminal, too."},
                      {{"h", "help"}, "Print this text and exit."},
                      {{"v", "version"}, "Print the version and exit."}});
-  if (!parser.parse(arguments)) return std::unexpected(parser.errorText());
+  if (!parser.parse(QCoreApplication::arguments())) return std::unexpected(parser.errorText());
   if (const auto rest = parser.positionalArguments(); !rest.isEmpty()) {
     return std::unexpected("Unexpected argument '" + rest.first() + "'.");
   }
@@ -50,12 +51,6 @@ std::expected<Options, QString> parseOptions(const QStringList& arguments) {
   if (parser.isSet("port")) options.port = parser.value("port").toUShort();
   if (options.port == 0) return std::unexpected("--port takes a number from 1 to 65535.");
   return options;
-}
-
-/// Needs no display, unlike the panel.
-std::expected<Options, QString> parseOptions(int& argc, char** argv) {
-  const QCoreApplication application(argc, argv);
-  return parseOptions(QCoreApplication::arguments());
 }
 
 int runPanel(std::uint16_t port) {

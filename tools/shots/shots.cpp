@@ -1,7 +1,8 @@
-// quorin-shots FOLDER: saves a picture of every screen of the window, in both of its usual sizes
-// and both languages, and of the server panel. Run it with QT_QPA_PLATFORM=offscreen;
+// quorin-shots FOLDER: saves a picture of every screen of the window, in each variant and language,
+// of the tray's menu and of the server panel. Run it with QT_QPA_PLATFORM=offscreen;
 // QT_SCALE_FACTOR as wanted.
 
+#include "app/background.h"
 #include "core/simulated_scheduler.h"
 #include "measure/stamped_socket.h"
 #include "modes/cable_status.h"
@@ -9,6 +10,7 @@
 #include "ui/appearance.h"
 #include "ui/qr_code.h"
 #include "window/alert.h"
+#include "window/help.h"
 #include "window/main_window.h"
 #include "window/pages.h"
 #include "window/screens.h"
@@ -19,6 +21,7 @@
 #include <QDir>
 #include <QPainter>
 #include <QPixmap>
+#include <QProcess>
 #include <cerrno>
 #include <cstdio>
 #include <functional>
@@ -27,7 +30,17 @@
 namespace quorin::app {
 namespace {
 
-constexpr QSize kSizes[] = {MainWindow::kInitialSize, MainWindow::kMinimumSize};
+struct Variant {
+  const char* name;
+  QSize size = MainWindow::kInitialSize;
+  bool highContrast = false;
+  double textScale = 1;
+};
+constexpr Variant kVariants[] = {{"usual"},
+                                 {"small", MainWindow::kMinimumSize},
+                                 {"large", {2560, 1440}},
+                                 {"contrast", MainWindow::kInitialSize, true},
+                                 {"large-text", MainWindow::kInitialSize, false, 1.5}};
 
 /// The window with its views, as the program builds it, and hands that move it.
 struct Stage {
@@ -41,13 +54,6 @@ struct Stage {
       state = {.splash = false, .page = Page::kMenu};
       change(state);
     });
-    QApplication::processEvents();
-  }
-
-  void showGuard(const GuardState& state) {
-    show([](ScreenState&) {});
-    pages.apply(state);
-    QApplication::processEvents();
   }
 
   void showWifi(const WiFiState& state) {
@@ -56,7 +62,6 @@ struct Stage {
     page.code = generateQRCodeFromString(page.codeText, 300);
     show([](ScreenState& screen) { screen.page = Page::kWifi; });
     pages.showWiFiPage(page);
-    QApplication::processEvents();
   }
 
   Texts texts;
@@ -90,14 +95,16 @@ std::vector<Shot> shots() {
   const auto screen = [](Change change) { return [change](Stage& stage) { stage.show(change); }; };
   const auto guard = [](GuardState state) {
     state.guard = true;
-    return [state](Stage& stage) { stage.showGuard(state); };
+    return [state](Stage& stage) {
+      stage.show([](ScreenState&) {});
+      stage.pages.apply(state);
+    };
   };
   const auto wifi = [](
                         WiFiState state, std::function<void(Stage&)> then = [](Stage&) {}) {
     return [state = std::move(state), then = std::move(then)](Stage& stage) {
       stage.showWifi(state);
       then(stage);
-      QApplication::processEvents();
     };
   };
   const Change menu = [](ScreenState&) {};
@@ -126,10 +133,6 @@ std::vector<Shot> shots() {
                                  .input = kNone,
                                  .hasServer = false,
                                  .setUpFailureKey = "audio.guard.setup.no_server"})},
-      {"guard-working", guard({.textKey = "audio.guard.text.both",
-                               .output = kWrong,
-                               .input = kWrong,
-                               .settingUp = true})},
       {"menu", screen(menu)},
       {"cable-waiting", screen(cable)},
       {"cable-no-service",
@@ -143,12 +146,9 @@ std::vector<Shot> shots() {
        [=](Stage& stage) {
          stage.show(connected);
          stage.pages.showSound({.silent = true, .elsewhere = {.muted = true}, .lent = true});
-         QApplication::processEvents();
        }},
       {"wifi-0", wifi(streaming(0))},
       {"wifi-3-two-networks", wifi(streaming(3, 2))},
-      {"wifi-copied",
-       wifi(streaming(1), [](Stage& stage) { stage.views.onlineAddressView_->copy(); })},
       {"wifi-full", wifi(full)},
       {"wifi-silent", wifi(streaming(1),
                            [](Stage& stage) {
@@ -162,57 +162,67 @@ std::vector<Shot> shots() {
       {"network-none", wifi(lost)},
       {"alert-stop",
        wifi(streaming(3), [](Stage& stage) { askToStop(stage.texts, &stage.window, [] {}); })},
-      {"alert-settings",
-       [=](Stage& stage) {
-         stage.show(noMicrophone);
-         showSettingsHelp(stage.texts, desktop::SettingsPage::kMicrophonePrivacy, &stage.window);
-       }},
       {"alert-privacy",
        [=](Stage& stage) {
          stage.show(menu);
          showPrivacyTerms(stage.texts, &stage.window);
        }},
+      {"help",
+       [=](Stage& stage) {
+         stage.show(menu);
+         showHelp(stage.texts, "9000", &stage.window);
+         stage.window.findChild<QProcess*>()->waitForFinished();
+       }},
   };
 }
 
-/// The window, and in front of it the alert that is open, as a window manager would place it.
+/// The window, and in front of it the dialog that is open, as a window manager would place it.
 QPixmap photograph(Stage& stage) {
   QApplication::processEvents();
   QPixmap picture = stage.window.grab();
-  for (Alert* alert : stage.window.findChildren<Alert*>()) {
-    if (!alert->isVisible()) continue;
+  for (QDialog* dialog : stage.window.findChildren<QDialog*>()) {
+    if (!dialog->isVisible()) continue;
     QPainter painter(&picture);
     painter.fillRect(stage.window.rect(), QColor(0, 0, 0, 110));
-    const QPixmap front = alert->grab();
+    const QPixmap front = dialog->grab();
     QRectF place(QPointF(), front.deviceIndependentSize());
     place.moveCenter(QRectF(stage.window.rect()).center());
     painter.drawPixmap(place.topLeft(), front);
-    alert->reject();
+    dialog->reject();
   }
   return picture;
 }
 
 int taken = 0;
 
-void save(const QPixmap& picture, const QDir& folder, const QString& name, QSize size) {
-  const auto file = QStringLiteral("%1-%2x%3.png").arg(name).arg(size.width()).arg(size.height());
-  if (picture.save(folder.filePath(file))) ++taken;
+void save(const QPixmap& picture, const QDir& folder, const QString& name) {
+  if (picture.save(folder.filePath(name + ".png"))) ++taken;
 }
 
 void photographWindow(const QDir& folder) {
   for (const char* language : {"en", "es"}) {
-    for (const QSize size : kSizes) {
+    for (const auto& [name, size, highContrast, textScale] : kVariants) {
       Stage stage(language);
+      setHighContrast(highContrast);
+      stage.screens.setTextScale(textScale);
       stage.window.resize(size);
       stage.screens.layoutUI();
       auto all = shots();
       all.insert(all.begin(), {"splash", [](Stage&) {}});
       for (const Shot& shot : all) {
         shot.show(stage);
-        save(photograph(stage), folder, QString("%1-%2").arg(shot.name, language), size);
+        save(photograph(stage), folder, QString("%1-%2-%3").arg(shot.name, language, name));
       }
     }
   }
+}
+
+void photographTray(const QDir& folder) {
+  dispatch::SimulatedScheduler scheduler;
+  const Texts texts({"en"});
+  Background background(scheduler.backgroundQueue(), texts, {});
+  background.update({.streaming = true, .listeners = 3, .lent = true, .playsHere = true});
+  save(background.menu().grab(), folder, "tray");
 }
 
 // ---- The panel, with a fake device
@@ -242,13 +252,12 @@ void photographPanel(const QDir& folder) {
                          .print = [](std::string_view) {},
                          .port = kPort}),
       texts.tr("pairing_instructions"));
-  const QSize size(720, 1240);  // shows all of it
-  view.resize(size);
+  view.resize(720, 1240);  // shows all of it
   view.show();
   const auto saveAs = [&](const char* name) {
     scheduler.runPending();
     QApplication::processEvents();
-    save(view.grab(), folder, name, size);
+    save(view.grab(), folder, name);
   };
   saveAs("panel-stopped");
   view.server().start();
@@ -272,19 +281,11 @@ void photographPanel(const QDir& folder) {
 
 int main(int argc, char** argv) {
   QApplication application(argc, argv);
-  const QStringList arguments = QApplication::arguments();
-  if (arguments.size() != 2) {
-    std::fputs("usage: quorin-shots FOLDER\n", stderr);
-    return 2;
-  }
   quorin::app::applyDarkAppearance(application);
-  const QDir folder(arguments[1]);
-  if (!folder.mkpath(QStringLiteral("."))) {
-    std::fprintf(stderr, "quorin-shots: cannot make the folder %s\n", qPrintable(arguments[1]));
-    return 1;
-  }
-  quorin::app::photographWindow(folder);
+  const QDir folder(QApplication::arguments().value(1));
+  quorin::app::photographTray(folder);
   quorin::app::photographPanel(folder);
+  quorin::app::photographWindow(folder);
   const int taken = quorin::app::taken;
   std::printf("%d pictures in %s\n", taken, qPrintable(folder.absolutePath()));
   return taken > 0 ? 0 : 1;
