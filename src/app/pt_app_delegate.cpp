@@ -15,9 +15,11 @@
 namespace quorin::app {
 namespace {
 
-/// How long a later start waits for its mode: 3 s.
-constexpr std::chrono::milliseconds kStartCheckInterval{50};
-constexpr int kMaxStartChecks = 60;
+constexpr std::chrono::milliseconds kCheckInterval{50};
+
+QString notYetRight() {
+  return qtTrId("The sound devices are not right yet; it starts when they are.");
+}
 
 /// Empty if this computer has `address` now.
 QString refusalOfNetwork(const QString& address) {
@@ -111,10 +113,7 @@ void PTAppDelegate::connectViews() {
   on(&window_, &MainWindow::helpRequested, [this] { showHelp(texts_, wifi_.port(), &window_); });
   on(&window_, &MainWindow::quitRequested, [this] { quit(); });
   on(&window_, &MainWindow::visibilityChanged, [this] { refreshBackground(); });
-  screens_.setOnUpdate([this] {
-    refreshBackground();
-    answerSetUp();
-  });
+  screens_.setOnUpdate([this] { refreshBackground(); });
   on(views_.inputTextField, &QLineEdit::returnPressed, [this] {
     if (cable_.sendMessage(views_.inputTextField->text())) views_.inputTextField->clear();
   });
@@ -219,15 +218,18 @@ QString PTAppDelegate::refusalOf(const Options& wanted) const {
 }
 
 void PTAppDelegate::takeOver(const Options& wanted, const QString& activationToken,
-                             desktop::SingleInstance::Answer answer) {
+                             const desktop::SingleInstance::Answer& answer) {
   // Even for a refusal: a start from a launcher would not show it.
   window_.bringToFront(activationToken);
   if (const auto refusal = refusalOf(wanted); !refusal.isEmpty()) return answer(refusal);
   if (!wanted.setUp) return obey(wanted, answer);
-  setUpAnswers_.emplace_back([this, wanted, answer = std::move(answer)](const QString& refusal) {
-    refusal.isEmpty() ? obey(wanted, answer) : answer(refusal);
-  });
   guard_.setUp();
+  waitUntil([this] { return !guard_.state().settingUp; },
+            [this, wanted, answer](bool isSetUp) {
+              const auto failure = TrKey::find(guard_.state().setUpFailureKey);
+              if (!isSetUp || failure) return answer(failure ? texts_.tr(*failure) : notYetRight());
+              obey(wanted, answer);
+            });
 }
 
 void PTAppDelegate::obey(const Options& wanted, const desktop::SingleInstance::Answer& answer) {
@@ -236,31 +238,23 @@ void PTAppDelegate::obey(const Options& wanted, const desktop::SingleInstance::A
   if (wanted.address) wifi_.chooseNetwork(*wanted.address);
   if (wanted.start != StartMode::kMenu) startMode_ = wanted.start;
   if (pageIsInFront(screens_.state())) enterStartMode();
-  answerOnceStarted(wanted, answer, kMaxStartChecks);
+  // The switch to the mode is posted, and the guard may have to pass first.
+  waitUntil(
+      [this, wanted] { return wanted.start == StartMode::kMenu || startMode_ == StartMode::kMenu; },
+      [this, wanted, answer](bool isEntered) {
+        const auto& page = wifi_.page();
+        const bool isAsked = wanted.port || wanted.start == StartMode::kWiFi;
+        const bool fails = isAsked && wifi_.isOpen() && page.content == WiFiPage::Content::kProblem;
+        answer(!isEntered ? notYetRight() : fails ? page.title : QString());
+      });
 }
 
-/// After the switch to the mode, which is posted, and for which the guard may have to pass first.
-void PTAppDelegate::answerOnceStarted(const Options& wanted,
-                                      const desktop::SingleInstance::Answer& answer,
-                                      int checksLeft) {
-  scheduler_.mainQueue().asyncAfter(kStartCheckInterval, scope_, [=, this] {
-    const bool waits = wanted.start != StartMode::kMenu && startMode_ != StartMode::kMenu;
-    if (waits && checksLeft > 0) return answerOnceStarted(wanted, answer, checksLeft - 1);
-    if (waits)
-      return answer(qtTrId("The sound devices are not right yet; it starts when they are."));
-    const auto& page = wifi_.page();
-    const bool isAsked = wanted.port || wanted.start == StartMode::kWiFi;
-    const bool fails = isAsked && wifi_.isOpen() && page.content == WiFiPage::Content::kProblem;
-    answer(fails ? page.title : QString());
+void PTAppDelegate::waitUntil(const std::function<bool()>& isTrue,
+                              const std::function<void(bool)>& then, int checksLeft) {
+  scheduler_.mainQueue().asyncAfter(kCheckInterval, scope_, [=, this] {
+    const bool isDone = isTrue();
+    isDone || checksLeft == 0 ? then(isDone) : waitUntil(isTrue, then, checksLeft - 1);
   });
-}
-
-/// Once the devices are set up, or could not be.
-void PTAppDelegate::answerSetUp() {
-  if (setUpAnswers_.empty() || guard_.state().settingUp) return;
-  const auto failure = TrKey::find(guard_.state().setUpFailureKey);
-  const auto refusal = failure ? texts_.tr(*failure) : QString();
-  for (const auto& answer : std::exchange(setUpAnswers_, {})) answer(refusal);
 }
 
 std::unique_ptr<Background> PTAppDelegate::makeBackground() {

@@ -22,8 +22,8 @@
 #include "window/views.h"
 
 #include <QVariantAnimation>
+#include <functional>
 #include <memory>
-#include <vector>
 
 namespace quorin::app {
 
@@ -46,7 +46,7 @@ class PTAppDelegate {
 
   /// A request from a later start of the program: carries out all of it, or none and answers why.
   void takeOver(const Options& wanted, const QString& activationToken,
-                desktop::SingleInstance::Answer answer);
+                const desktop::SingleInstance::Answer& answer);
 
   /// Ends the program; asks first while a phone listens.
   void quit();
@@ -57,9 +57,9 @@ class PTAppDelegate {
   void enterStartMode();
   QString refusalOf(const Options& wanted) const;
   void obey(const Options& wanted, const desktop::SingleInstance::Answer& answer);
-  void answerOnceStarted(const Options& wanted, const desktop::SingleInstance::Answer& answer,
-                         int checksLeft);
-  void answerSetUp();
+  /// For 3 s at most; then passes on whether it has become true.
+  void waitUntil(const std::function<bool()>& isTrue, const std::function<void(bool)>& then,
+                 int checksLeft = 60);
   std::unique_ptr<Background> makeBackground();
   void refreshBackground();
   void showSound();
@@ -90,7 +90,6 @@ class PTAppDelegate {
   DeviceLoan loan_;
   std::unique_ptr<Background> background_;  ///< once the splash is gone
   bool backgroundIsStale_ = false;
-  std::vector<desktop::SingleInstance::Answer> setUpAnswers_;
   dispatch::Scope scope_;
 };
 

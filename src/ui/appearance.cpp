@@ -25,6 +25,7 @@ QPalette darkPalette() {
     palette.setColor(role, colors::kWhite);
     palette.setColor(QPalette::Disabled, role, colors::kLightGrey);
   }
+  palette.setColor(QPalette::Disabled, QPalette::Light, window);  // no relief behind the text
   palette.setColor(QPalette::PlaceholderText, colors::kLightGrey);
   return palette;
 }

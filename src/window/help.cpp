@@ -49,6 +49,7 @@ void showHelp(const Texts& texts, const QString& port, QWidget* window) {
   new QShortcut(QKeySequence::Close, dialog, dialog, &QDialog::close);
   auto* const text = new QTextBrowser(dialog);
   text->setAccessibleName(texts.tr("help.title"));
+  text->document()->setDocumentMargin(16);
   text->setFont(systemFont(15 * textScale()));
   text->setTextInteractionFlags(Qt::TextBrowserInteraction | Qt::TextSelectableByKeyboard);
   auto* const layout = new QVBoxLayout(dialog);

@@ -6,6 +6,7 @@
 
 #include <QAbstractButton>
 #include <QLabel>
+#include <QScreen>
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -97,7 +98,10 @@ void Screens::applyVisibility() {
 
 void Screens::setTextScale(double scale) {
   app::setTextScale(scale);
-  views_.contentView->setMinimumSize(MainWindow::kMinimumSize * textScale());
+  const QSize needed = MainWindow::kMinimumSize * textScale();
+  views_.contentView->setMinimumSize(needed);
+  QWidget& window = *views_.contentView->window();
+  window.resize(window.size().expandedTo(needed.boundedTo(window.screen()->availableSize())));
   layoutUI();
 }
 

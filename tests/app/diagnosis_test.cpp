@@ -71,14 +71,6 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
        },
        false, "none of tun0 10.8.0.2, eth0 10.0.0.2 (no carrier), wlan0 10.0.0.3 (off)",
        "Connect this computer"},
-      {"address",
-       [](Facts& f) {
-         f.chosenAddress.reset();
-         f.addresses.clear();
-       },
-       false, "no interface has one", "Connect this computer"},
-      {"port", [](Facts& f) { f.portError = make_error_code(std::errc::address_in_use); }, false,
-       "9000: in use", "End what holds it"},
       {"port", heldBy({.program = "python3", .user = "ana", .isOwnUser = true}), false,
        "9000: in use by python3 of user ana", "--port"},
       {"port", heldBy({.program = "quorin-stream", .user = "ana"}), false,
