@@ -255,7 +255,7 @@ void PTAppDelegate::waitUntil(const std::function<bool()>& isTrue,
     const bool isDone = isTrue();
     isDone || checksLeft == 0 ? then(isDone) : waitUntil(isTrue, then, checksLeft - 1);
   });
-}
+}  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the queue owns the task
 
 std::unique_ptr<Background> PTAppDelegate::makeBackground() {
   // In front of other windows if it is about to ask.

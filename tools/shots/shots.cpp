@@ -1,6 +1,5 @@
-// quorin-shots FOLDER: saves a picture of every screen of the window, in each variant and language,
-// of the tray's menu and of the server panel. Run it with QT_QPA_PLATFORM=offscreen;
-// QT_SCALE_FACTOR as wanted.
+// quorin-shots FOLDER: saves pictures of every screen of the window, in each variant and language,
+// of the tray's menu and of the server panel. Run it with QT_QPA_PLATFORM=offscreen.
 
 #include "app/background.h"
 #include "core/simulated_scheduler.h"
@@ -56,14 +55,6 @@ struct Stage {
     });
   }
 
-  void showWifi(const WiFiState& state) {
-    auto page = describe(state, texts);
-    page.codeText = QStringLiteral("192.168.178.124:9000");
-    page.code = generateQRCodeFromString(page.codeText, 300);
-    show([](ScreenState& screen) { screen.page = Page::kWifi; });
-    pages.showWiFiPage(page);
-  }
-
   Texts texts;
   MainWindow window;
   Views views;
@@ -100,20 +91,18 @@ std::vector<Shot> shots() {
       stage.pages.apply(state);
     };
   };
-  const auto wifi = [](
-                        WiFiState state, std::function<void(Stage&)> then = [](Stage&) {}) {
-    return [state = std::move(state), then = std::move(then)](Stage& stage) {
-      stage.showWifi(state);
-      then(stage);
+  const auto wifi = [](const WiFiState& state, const std::function<void(Stage&)>& then = {}) {
+    return [=](Stage& stage) {
+      auto page = describe(state, stage.texts);
+      page.codeText = QStringLiteral("192.168.178.124:9000");
+      page.code = generateQRCodeFromString(page.codeText, 300);
+      stage.show([](ScreenState& s) { s.page = Page::kWifi; });
+      stage.pages.showWiFiPage(page);
+      if (then) then(stage);
     };
   };
   const Change menu = [](ScreenState&) {};
   const Change cable = [](ScreenState& s) { s.page = Page::kCable; };
-  const Change connected = [](ScreenState& s) {
-    s.page = Page::kCable;
-    s.channelOpen = true;
-  };
-  const Change noMicrophone = [](ScreenState& s) { s.microphoneDenied = true; };
   auto full = streaming(10);
   full.hasRefused = true;
   WiFiState lost;
@@ -126,7 +115,7 @@ std::vector<Shot> shots() {
                     .otherPort = 9001};
   return {
       {"check", screen([](ScreenState& s) { s.checking = true; })},
-      {"microphone-denied", screen(noMicrophone)},
+      {"microphone-denied", screen([](ScreenState& s) { s.microphoneDenied = true; })},
       {"guard-both", guard({.textKey = "audio.guard.text.both", .output = kWrong, .input = kNone})},
       {"guard-no-server", guard({.textKey = "audio.guard.text.both",
                                  .output = kNone,
@@ -144,7 +133,10 @@ std::vector<Shot> shots() {
        }},
       {"cable-connected",
        [=](Stage& stage) {
-         stage.show(connected);
+         stage.show([](ScreenState& s) {
+           s.page = Page::kCable;
+           s.channelOpen = true;
+         });
          stage.pages.showSound({.silent = true, .elsewhere = {.muted = true}, .lent = true});
        }},
       {"wifi-0", wifi(streaming(0))},
@@ -193,10 +185,8 @@ QPixmap photograph(Stage& stage) {
   return picture;
 }
 
-int taken = 0;
-
 void save(const QPixmap& picture, const QDir& folder, const QString& name) {
-  if (picture.save(folder.filePath(name + ".png"))) ++taken;
+  picture.save(folder.filePath(name + ".png"));
 }
 
 void photographWindow(const QDir& folder) {
@@ -225,8 +215,7 @@ void photographTray(const QDir& folder) {
   save(background.menu().grab(), folder, "tray");
 }
 
-// ---- The panel, with a fake device
-
+/// The panel's device.
 struct StagedEngine final : audio::AudioEngine {
   explicit StagedEngine(TapHandler& handler) : tap(handler) {}
 
@@ -242,7 +231,6 @@ struct StagedEngine final : audio::AudioEngine {
 void photographPanel(const QDir& folder) {
   dispatch::SimulatedScheduler scheduler;
   audio::AudioEngine::TapHandler tap;
-  const Texts texts({"es"});
   constexpr std::uint16_t kPort = 19'000;
   panel::ContentView view(
       std::make_unique<panel::UDPAudioServer>(
@@ -251,7 +239,7 @@ void photographPanel(const QDir& folder) {
                          .getLocalIPAddress = [] { return "192.168.1.20"; },
                          .print = [](std::string_view) {},
                          .port = kPort}),
-      texts.tr("pairing_instructions"));
+      Texts({"es"}).tr("pairing_instructions"));
   view.resize(720, 1240);  // shows all of it
   view.show();
   const auto saveAs = [&](const char* name) {
@@ -286,7 +274,7 @@ int main(int argc, char** argv) {
   quorin::app::photographTray(folder);
   quorin::app::photographPanel(folder);
   quorin::app::photographWindow(folder);
-  const int taken = quorin::app::taken;
+  const auto taken = static_cast<int>(folder.entryList({"*.png"}).size());
   std::printf("%d pictures in %s\n", taken, qPrintable(folder.absolutePath()));
   return taken > 0 ? 0 : 1;
 }
