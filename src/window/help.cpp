@@ -10,6 +10,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QScreen>
 #include <QShortcut>
 #include <QStandardPaths>
 #include <QTextBrowser>
@@ -44,7 +45,7 @@ void showHelp(const Texts& texts, const QString& port, QWidget* window) {
   dialog->setAttribute(Qt::WA_DeleteOnClose);
   dialog->setObjectName(kName);
   dialog->setWindowTitle(texts.tr("help.title"));
-  dialog->resize(QSize(620, 560) * textScale());
+  dialog->resize((QSize(620, 560) * textScale()).boundedTo(dialog->screen()->availableSize()));
   desktop::askForDarkTitleBar(dialog->winId());
   new QShortcut(QKeySequence::Close, dialog, dialog, &QDialog::close);
   auto* const text = new QTextBrowser(dialog);
