@@ -62,7 +62,8 @@ class ReadSource {
 };
 
 /// Runs its handler on its queue after `signal`; signals before the handler starts coalesce. For
-/// threads that may neither allocate nor wait. Destruction cancels, as for `Timer`.
+/// threads that may neither allocate nor wait, and for signal handlers. Destruction cancels, as for
+/// `Timer`.
 class EventSource {
  public:
   virtual ~EventSource() = default;

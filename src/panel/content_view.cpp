@@ -99,10 +99,8 @@ QWidget* ContentView::makeStoppedView() {
     column->addWidget(makeLabel(text, {.pixels = double(pixels), .color = look::kSecondary}), 0,
                       Qt::AlignCenter);
   }
-  failure_ = new Label(
-      {},
-      {.pixels = look::kBody, .color = app::colors::kOrange, .lineBreak = app::LineBreak::kWrap},
-      nullptr);
+  failure_ =
+      new Label({}, {.color = app::colors::kOrange, .lineBreak = app::LineBreak::kWrap}, nullptr);
   column->addWidget(failure_);
   column->addStretch();
   return view;

@@ -20,21 +20,17 @@ QHBoxLayout* makeRowLayout(QWidget* row, int verticalMargin = 0) {
   return layout;
 }
 
+void setMonospaced(Label& label) {
+  QFont font = label.font();
+  font.setFamilies(QFontDatabase::systemFont(QFontDatabase::FixedFont).families());
+  label.setFont(font);
+}
+
 }  // namespace
 
-Label* makeLabel(const QString& text, const LabelLook& look) {
-  auto* label = new Label(text,
-                          {.pixels = look.pixels,
-                           .weight = look.weight,
-                           .color = look.color,
-                           .alignment = Qt::AlignLeft},
-                          nullptr);
-  if (look.monospaced) {
-    QFont font = label->font();
-    font.setFamilies(QFontDatabase::systemFont(QFontDatabase::FixedFont).families());
-    label->setFont(font);
-  }
-  return label;
+Label* makeLabel(const QString& text, app::TextStyle style) {
+  style.alignment = Qt::AlignLeft;
+  return new Label(text, style, nullptr);
 }
 
 app::NonInteractiveImageView* makeSymbol(const QString& name, int side, const QColor& color) {
@@ -44,8 +40,8 @@ app::NonInteractiveImageView* makeSymbol(const QString& name, int side, const QC
 }
 
 ValueRow::ValueRow(QWidget* mark, const QString& label, const QString& value,
-                   const LabelLook& valueLook)
-    : label_(label), value_(makeLabel({}, valueLook)) {
+                   const app::TextStyle& valueStyle)
+    : value_(makeLabel({}, valueStyle)), label_(label) {
   auto* layout = makeRowLayout(this);
   if (mark != nullptr) {  // in its own column, so that the labels of a box align
     layout->addSpacing((kMarkWidth - mark->width()) / 2);
@@ -64,14 +60,16 @@ void ValueRow::setValue(const QString& value) {
 }
 
 InfoRow::InfoRow(const QString& icon, const QString& label, const QString& value)
-    : ValueRow(makeSymbol(icon, 18, look::kBlue), label, value,
-               {.weight = QFont::Bold, .monospaced = true}) {}
+    : ValueRow(makeSymbol(icon, 18, look::kBlue), label, value, {.weight = QFont::Bold}) {
+  setMonospaced(*value_);
+}
 
 StatsRow::StatsRow(const QString& label, const QColor& color, const QString& value)
     : ValueRow(makeSymbol("circle.fill", 8, color), label, value,
                {.weight = QFont::Bold, .color = color}) {}
 
-ClientRow::ClientRow() : key_(makeLabel({}, {.monospaced = true})) {
+ClientRow::ClientRow() : key_(makeLabel({}, {})) {
+  setMonospaced(*key_);
   auto* layout = makeRowLayout(this, 4);
   layout->addWidget(makeSymbol("iphone.radiowaves.left.and.right", 18, app::colors::kGreen));
   layout->addWidget(key_);

@@ -24,33 +24,29 @@ inline constexpr QColor kGray{142, 142, 147};
 inline constexpr int kTitle2 = 20;
 inline constexpr int kTitle3 = 18;
 inline constexpr int kHeadline = 16;
-inline constexpr int kBody = 14;
 inline constexpr int kCaption = 12;
 }  // namespace look
 
 using Label = app::NonInteractiveLabel;
 
-struct LabelLook {
-  double pixels = look::kBody;
-  QFont::Weight weight = QFont::Normal;
-  QColor color = Qt::white;
-  bool monospaced = false;
-};
-
-Label* makeLabel(const QString& text, const LabelLook& look);
+/// On the left of its place.
+Label* makeLabel(const QString& text, app::TextStyle style);
 app::NonInteractiveImageView* makeSymbol(const QString& name, int side, const QColor& color);
 
 /// A label on the left and a value on the right that may change.
 class ValueRow : public QWidget {
  public:
   /// `mark` is placed before the label; may be null.
-  ValueRow(QWidget* mark, const QString& label, const QString& value, const LabelLook& valueLook);
+  ValueRow(QWidget* mark, const QString& label, const QString& value,
+           const app::TextStyle& valueStyle);
 
   void setValue(const QString& value);
 
+ protected:
+  Label* value_;
+
  private:
   QString label_;
-  Label* value_;
 };
 
 /// One labelled value with a blue symbol.

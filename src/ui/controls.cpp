@@ -158,10 +158,12 @@ void PushButton::paintEvent(QPaintEvent*) {
     face = face.lighter(115);
   }
   painter.setOpacity(isEnabled() ? look_.alpha : look_.alpha / 2);
-  painter.setPen(QPen(withAlpha(Qt::white, highContrast() ? 1 : 0.10), 1));
-  painter.setBrush(face);
-  painter.drawRoundedRect(frame.adjusted(0.5, 0.5, -0.5, -0.5), look_.cornerRadius,
-                          look_.cornerRadius);
+  if (face.alpha() > 0) {
+    painter.setPen(QPen(withAlpha(Qt::white, highContrast() ? 1 : 0.10), 1));
+    painter.setBrush(face);
+    painter.drawRoundedRect(frame.adjusted(0.5, 0.5, -0.5, -0.5), look_.cornerRadius,
+                            look_.cornerRadius);
+  }
 
   constexpr int kMargin = 8;
   constexpr int kFlags = Qt::AlignCenter | Qt::TextSingleLine;
@@ -189,9 +191,10 @@ void LinkButton::setTitle(const QString& title) {
 }
 
 void LinkButton::applyUnderline(bool underlined) {
-  underlined_ = underlined;
+  QFont styled = font();
+  styled.setUnderline(underlined);
+  setFont(styled);
   setCursor(underlined ? Qt::PointingHandCursor : Qt::ArrowCursor);
-  update();
 }
 
 bool LinkButton::event(QEvent* event) {
@@ -200,21 +203,6 @@ bool LinkButton::event(QEvent* event) {
     applyUnderline(false);
   }
   return PushButton::event(event);
-}
-
-void LinkButton::paintEvent(QPaintEvent*) {
-  QPainter painter(this);
-  painter.setRenderHint(QPainter::Antialiasing);
-  QFont styled = font();
-  styled.setUnderline(underlined_);
-  painter.setFont(styled);
-  painter.setPen(withAlpha(colors::kWhite, 0.95));
-  const QString title = fontMetrics().elidedText(text(), Qt::ElideRight, width());
-  painter.drawText(rect(), Qt::AlignCenter | Qt::TextSingleLine, title);
-
-  QRectF frame(0, 0, fontMetrics().horizontalAdvance(title) + 16, fontMetrics().height() + 8);
-  frame.moveCenter(QRectF(rect()).center());
-  paintFocus(painter, frame, 6);
 }
 
 }  // namespace quorin::app

@@ -106,8 +106,8 @@ class PushButton : public PaintedButton {
   ButtonLook look_;
 };
 
-/// A button that looks like a hyperlink: white text, underlined and with a pointing hand while
-/// the mouse is over it in the active window.
+/// A button that looks like a hyperlink: no face, underlined and with a pointing hand while the
+/// mouse is over it in the active window.
 class LinkButton : public PushButton {
   Q_OBJECT
  public:
@@ -119,10 +119,6 @@ class LinkButton : public PushButton {
 
  protected:
   bool event(QEvent* event) override;
-  void paintEvent(QPaintEvent* event) override;
-
- private:
-  bool underlined_ = false;
 };
 
 }  // namespace quorin::app

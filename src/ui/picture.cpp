@@ -24,11 +24,11 @@ class FilePicture final : public Picture {
   }
 
   void paint(QPainter& painter, const QRectF& target) const override {
-    const DevicePixels pixels(painter);
-    const QRect place = pixels.map(target).toRect();
-    if (place.isEmpty()) return;
+    painter.save();
+    const QRect place = useDevicePixels(painter, target).toRect();
     if (rendered_.size() != place.size()) render(place.size());
     painter.drawImage(place.topLeft(), rendered_);
+    painter.restore();
   }
 
  private:
@@ -36,6 +36,7 @@ class FilePicture final : public Picture {
 
   void render(QSize pixels) const {
     rendered_ = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
+    if (rendered_.isNull()) return;
     rendered_.fill(Qt::transparent);
     QPainter painter(&rendered_);
     painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
@@ -90,6 +91,12 @@ QIcon icon(const QString& name) {
     icon.addPixmap(pixels);
   }
   return icon;
+}
+
+QRectF useDevicePixels(QPainter& painter, const QRectF& rect) {
+  const auto toDevice = painter.deviceTransform();
+  painter.setWorldTransform(toDevice.inverted() * painter.worldTransform());
+  return toDevice.mapRect(rect);
 }
 
 QRectF fitted(const Picture& picture, const QRectF& bounds) {

@@ -43,25 +43,7 @@ QIcon icon(const QString& name);
 /// The largest rectangle with the picture's proportion, centred in `bounds`.
 QRectF fitted(const Picture& picture, const QRectF& bounds);
 
-/// While it exists, `painter` uses device pixels, regardless of scale and offset; opacity and
-/// clipping are unchanged.
-class DevicePixels {
- public:
-  explicit DevicePixels(QPainter& painter)
-      : painter_(painter), toDevice_(painter.deviceTransform()) {
-    painter_.save();
-    painter_.setWorldTransform(toDevice_.inverted() * painter_.worldTransform());
-  }
-  ~DevicePixels() { painter_.restore(); }
-  DevicePixels(const DevicePixels&) = delete;
-  DevicePixels& operator=(const DevicePixels&) = delete;
-
-  /// `rect`, in the coordinates the painter had before, in pixels.
-  QRectF map(const QRectF& rect) const { return toDevice_.mapRect(rect); }
-
- private:
-  QPainter& painter_;
-  QTransform toDevice_;
-};
+/// Makes `painter` use device pixels, regardless of scale and offset; returns `rect` in them.
+QRectF useDevicePixels(QPainter& painter, const QRectF& rect);
 
 }  // namespace quorin::app

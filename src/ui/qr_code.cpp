@@ -20,8 +20,8 @@ class QrPicture final : public Picture {
 
   void paint(QPainter& painter, const QRectF& target) const override {
     constexpr int kQuietZone = 4;  // modules on each side
-    const DevicePixels pixels(painter);
-    const QRectF place = pixels.map(target);
+    painter.save();
+    const QRectF place = useDevicePixels(painter, target);
     const int modules = code_->width;
     const double side = std::min(place.width(), place.height());
     const int edge = std::max(1, static_cast<int>(side / (modules + 2 * kQuietZone)));
@@ -35,6 +35,7 @@ class QrPicture final : public Picture {
       const QPoint module(i % modules, i / modules);
       painter.fillRect(QRect(corner + module * edge, QSize(edge, edge)), Qt::white);
     }
+    painter.restore();
   }
 
  private:

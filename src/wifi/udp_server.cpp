@@ -85,7 +85,7 @@ std::vector<Client> UdpServer::clients() const {
 }
 
 void UdpServer::disconnect(const wire::Endpoint& client) {
-  if (table_.stop(client)) clientChanged(client);
+  if (table_.stop(client)) clientsChanged();
   publishIfChanged();
 }
 
@@ -143,7 +143,7 @@ void UdpServer::handle(Request request, const Received& received) {
       reply(received, wire::kPong);
       break;
     case Request::kStop:
-      if (table_.stop(received.source)) clientChanged(received.source);
+      if (table_.stop(received.source)) clientsChanged();
       break;
   }
 }
@@ -163,7 +163,7 @@ void UdpServer::handleHello(const Received& received) {
   if (!isConnected(received.source, received.local)) connect(received.source, received.local);
   reply(received, wire::kReady);
   reply(received, wire::kFormat);
-  if (result != kKnownClient) clientChanged(received.source);
+  if (result != kKnownClient) clientsChanged();
 }
 
 bool UdpServer::isConnected(const wire::Endpoint& client, std::uint32_t local) const {
@@ -199,7 +199,7 @@ void UdpServer::connectClients() {
 void UdpServer::dropIfRefused(const wire::Endpoint& client) {
   const auto connection = connections_.find(client);
   if (connection == connections_.end() || !connection->second.socket->isRefused()) return;
-  if (table_.stop(client)) clientChanged(client);
+  if (table_.stop(client)) clientsChanged();
 }
 
 void UdpServer::closeUnused() {
@@ -211,20 +211,13 @@ void UdpServer::expireUDPClients() {
   closeUnused();
   // Refusals reported to a send on the pacing queue.
   for (const auto& entry : connections_) dropIfRefused(entry.first);
-  if (table_.expire(scheduler_.bootNow()) > 0) {
-    audienceChanged_ = true;
-    clientsChanged();
-  }
+  if (table_.expire(scheduler_.bootNow()) > 0) clientsChanged();
   connectClients();
   publishIfChanged();
 }
 
-void UdpServer::clientChanged(const wire::Endpoint& client) {
-  if (connections_.contains(client)) audienceChanged_ = true;
-  clientsChanged();
-}
-
 void UdpServer::clientsChanged() {
+  audienceChanged_ = true;
   if (!table_.isFull()) hasRefused_ = false;
   updateSoon();
 }

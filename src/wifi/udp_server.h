@@ -113,7 +113,6 @@ class UdpServer {
   void connectClients();
   void dropIfRefused(const wire::Endpoint& client);
   void closeUnused();
-  void clientChanged(const wire::Endpoint& client);
   void clientsChanged();
   void publishIfChanged();
   void updateSoon();

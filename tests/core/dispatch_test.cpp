@@ -122,20 +122,6 @@ TEST_F(DispatchTest, AnEndedSchedulerRunsNothingMore) {
   EXPECT_EQ(runs, atEnd);
 }
 
-TEST_F(DispatchTest, SignalsCoalesceAndOneFromTheHandlerRunsItAgain) {
-  auto& queue = scheduler_->mainQueue();
-  int runs = 0;
-  std::unique_ptr<EventSource> event;
-  event = queue.makeEventSource([&] {
-    if (++runs == 1) event->signal();
-  });
-  event->signal();
-  event->signal();
-  EXPECT_TRUE(passUntil([&] { return runs == 2; }));
-  pass(queue, 5ms);
-  EXPECT_EQ(runs, 2);
-}
-
 TEST_F(DispatchTest, AReadSourceRunsUntilTheDataIsReadAndNotAfterItsEnd) {
   const posix::FileDescriptor data(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK | EFD_SEMAPHORE));
   eventfd_t value{};

@@ -24,7 +24,6 @@ TEST(PacingDiscipline, LosesNothingOverADayWhateverTheCaptureDoes) {
       {.name = "PipeWire, 200 ppm slow", .ppm = -200, .lateness = inBlocksOf(kPipeWireStep)},
       // Sound that comes five chunks at a time cannot wait less.
       {.name = "blocks of 93 ms", .ppm = -50, .lateness = inBlocksOf(93ms), .latency = 96ms},
-      {.name = "PipeWire with noise", .lateness = withNoise(inBlocksOf(kPipeWireStep), 5)},
       {.name = "busy machine",
        .lateness = onABusyMachine(7),
        .mayStarve = 90,

@@ -38,16 +38,6 @@ inline Lateness inBlocksOf(Duration block) {
   };
 }
 
-/// Threads are late by a little nearly always, by much now and then.
-inline Lateness withNoise(Lateness base, unsigned seed) {
-  return [base = std::move(base), random = std::mt19937(seed)](std::uint64_t chunk) mutable {
-    const double usual = std::exponential_distribution<>(1 / 0.1)(random);
-    const double rare = random() % 500 == 0 ? std::uniform_real_distribution<>(0, 4)(random) : 0;
-    return base(chunk) +
-           std::chrono::round<Duration>(std::chrono::duration<double, std::milli>(usual + rare));
-  };
-}
-
 /// PulseAudio while both processors are loaded: late by slices of the scheduler, as recorded.
 inline Lateness onABusyMachine(unsigned seed) {
   return [random = std::mt19937(seed)](std::uint64_t) mutable {

@@ -15,6 +15,7 @@
 #include <future>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 namespace quorin::dispatch {
 namespace {
@@ -95,15 +96,9 @@ QDBusMessage rtkitRequest(pid_t thread) {
 }  // namespace
 
 std::string_view describe(RealtimeGrant grant) {
-  switch (grant) {
-    case RealtimeGrant::kDirect:
-      return "granted by the kernel";
-    case RealtimeGrant::kRtkit:
-      return "granted by rtkit";
-    case RealtimeGrant::kNone:
-      break;
-  }
-  return "not granted";
+  constexpr std::string_view kTexts[] = {"not granted", "granted by the kernel",
+                                         "granted by rtkit"};
+  return kTexts[std::to_underlying(grant)];
 }
 
 void requestRealtime(Queue& backgroundQueue) {

@@ -18,17 +18,6 @@
 namespace quorin::dispatch {
 namespace {
 
-struct Loop {
-  std::shared_ptr<QueueCore> core;
-  EpollWaker* waker;  ///< owned by the core
-};
-
-Loop makeLoop() {
-  auto waker = std::make_unique<EpollWaker>();
-  auto* const borrowed = waker.get();
-  return {std::make_shared<QueueCore>(std::move(waker)), borrowed};
-}
-
 /// The kernel keeps 15 characters of a thread's name: the end of a dotted label says more.
 void nameThread(const std::string& label) {
   const auto dot = label.rfind('.');
@@ -39,9 +28,8 @@ void nameThread(const std::string& label) {
 class ThreadQueue : public SerialQueue {
  public:
   /// `onThread` runs on the new thread, first of all.
-  explicit ThreadQueue(const std::string& label, std::function<void()> onThread = {},
-                       const Loop& loop = makeLoop())
-      : SerialQueue(loop.core), waker_(*loop.waker) {
+  explicit ThreadQueue(const std::string& label, std::function<void()> onThread = {})
+      : SerialQueue(std::make_shared<QueueCore>(std::make_unique<EpollWaker>())) {
     thread_ = std::thread([this, label, onThread = std::move(onThread)] {
       nameThread(label);
       if (onThread) onThread();
@@ -72,7 +60,7 @@ class ThreadQueue : public SerialQueue {
     }
   }
 
-  EpollWaker& waker_;
+  EpollWaker& waker_ = static_cast<EpollWaker&>(core_->waker());
   std::atomic<bool> stopping_{false};
   std::thread thread_;
 };
@@ -81,9 +69,8 @@ class ThreadQueue : public SerialQueue {
 /// work runs in the same order as on every queue.
 class MainQueue : public Queue {
  public:
-  explicit MainQueue(const Loop& loop = makeLoop())
-      : Queue(loop.core),
-        waker_(*loop.waker),
+  MainQueue()
+      : Queue(std::make_shared<QueueCore>(std::make_unique<EpollWaker>())),
         notifier_(waker_.descriptor(), QSocketNotifier::Read) {
     QObject::connect(&notifier_, &QSocketNotifier::activated, &notifier_, [this] { runSome(); });
   }
@@ -109,7 +96,7 @@ class MainQueue : public Queue {
     waker_.setDeadline(core_->nextDeadline());
   }
 
-  EpollWaker& waker_;
+  EpollWaker& waker_ = static_cast<EpollWaker&>(core_->waker());
   QSocketNotifier notifier_;
 };
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "core/queue.h"
-#include "platform/posix/file_descriptor.h"
 
 #include <functional>
 #include <memory>
@@ -20,9 +19,7 @@ class TerminationSignals {
   TerminationSignals& operator=(const TerminationSignals&) = delete;
 
  private:
-  posix::FileDescriptor reader_;
-  posix::FileDescriptor writer_;
-  std::unique_ptr<ReadSource> source_;
+  std::unique_ptr<EventSource> source_;
 };
 
 }  // namespace quorin::dispatch

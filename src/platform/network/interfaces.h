@@ -31,8 +31,6 @@ struct InterfaceAddress {
   Subnet subnet{};
 
   bool isLive() const { return isUp && isRunning; }
-
-  friend bool operator==(const InterfaceAddress&, const InterfaceAddress&) = default;
 };
 
 /// All IPv4 addresses of this machine in the order of the system's list; none if that cannot be
