@@ -17,7 +17,6 @@ namespace {
 
 using audio::SampleConverter;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::SizeIs;
 using namespace std::chrono_literals;
 
@@ -156,23 +155,6 @@ TEST_F(AudioCaptureManagerTest, AConverterIsMadeOncePerCaptureAndTriedUntilItCan
   deliver(480);
   EXPECT_THAT(takeLines(), ElementsAre(created));
   EXPECT_THAT(chunks_, SizeIs(2));
-}
-
-TEST_F(AudioCaptureManagerTest, AConversionErrorDropsItsBufferAndKeepsWhatWaited) {
-  startQuietly();
-  deliver(480);
-  takeLines();
-  answer_.status = SampleConverter::Status::kError;
-  for (const auto* error : {"broken", ""}) {
-    answer_.error = error;
-    deliver(480);
-  }
-  EXPECT_THAT(takeLines(),
-              ElementsAre("❌ Error en conversión: broken", "❌ Error en conversión: unknown"));
-  EXPECT_THAT(chunks_, IsEmpty());
-  answer_.status = SampleConverter::Status::kInputRanDry;
-  deliver(480);
-  EXPECT_THAT(chunks_, SizeIs(1));
 }
 
 }  // namespace

@@ -233,18 +233,6 @@ TEST_F(GuardFlowTest, TheButtonSetsTheDeviceUpAndLeadsToTheMenuAtOnce) {
   EXPECT_FALSE(screens.state.settingUp) << "the button works again";
 }
 
-TEST_F(GuardFlowTest, TheStartUpQuestion) {
-  flow->requestMicrophonePermission();
-  EXPECT_FALSE(inputs->answered) << "already granted";
-  setMicrophone(kNotDetermined);
-  flow->requestMicrophonePermission();
-  ASSERT_TRUE(inputs->answered);
-  EXPECT_EQ(screens.state, GuardState{}) << "pending";
-  setMicrophone(kDenied);
-  inputs->answered();
-  EXPECT_EQ(front(), Front::kMicrophone);
-}
-
 TEST_F(GuardFlowTest, PendingWorkDoesNotOutliveTheFlow) {
   flow->startAudioDefaultWatch();
   setMicrophone(kNotDetermined);

@@ -1,7 +1,5 @@
-#include "core/identity.h"
 #include "support/eventually.h"
 #include "support/private_bus.h"
-#include "support/stand_in_portal.h"
 #include "whole/whole_test.h"
 
 #include <gmock/gmock.h>
@@ -131,23 +129,6 @@ TEST_P(Guard, OneClickBringsWhatPlaysToAPhoneAndEveryEndGivesItBack) {
     program.wait();
     EXPECT_TRUE(test::eventually([&] { return server_->playbacksOn("speaker") == 1; }));
   }
-}
-
-TEST_P(Guard, GivesWayToTheMicrophoneScreenWhenThePermissionIsTakenAway) {
-  test::StandInPortal portal(privateBus->address());
-  portal.start();
-  portal.store(app::kApplicationId, {"yes"});
-  ASSERT_TRUE(server_->setDefaultSink("speaker"));
-  start(app::StartMode::kMenu, "audioGuardView_");
-
-  portal.store(app::kApplicationId, {"no"});
-  EXPECT_TRUE(program_->becomes("micDeniedView_", 2s)) << "at the poll's next tick";
-  EXPECT_FALSE(program_->shows("audioGuardView_"));
-
-  portal.store(app::kApplicationId, {"yes"});
-  EXPECT_TRUE(program_->becomes("audioGuardView_", 2s)) << "the devices are still wrong";
-  useDevice("quorin");
-  EXPECT_TRUE(program_->becomes("menuContainer_", 3s));
 }
 
 INSTANTIATE_TEST_SUITE_P(On, Guard, test::kBothServers, serverName);

@@ -10,29 +10,10 @@
 #include <cmath>
 #include <limits>
 #include <numbers>
-#include <numeric>
 #include <vector>
 
 namespace quorin::audio {
 namespace {
-
-TEST(Reblocker, CutsPiecesOfAnySizeIntoBlocksOfOne) {
-  std::vector<float> count(10'000);
-  std::iota(count.begin(), count.end(), 1.0F);
-  for (const std::size_t piece : {1U, 7U, 480U, 960U, 961U, 5000U, 10'000U}) {
-    Reblocker reblocker(960);
-    std::vector<float> output;
-    for (std::size_t at = 0; at < count.size(); at += piece) {
-      const auto size = std::min(piece, count.size() - at);
-      reblocker.push(std::span(count).subspan(at, size), [&](std::span<const float> block) {
-        EXPECT_EQ(block.size(), 960U);
-        output.insert(output.end(), block.begin(), block.end());
-      });
-      EXPECT_EQ(output.size(), (at + size) / 960 * 960) << piece;
-    }
-    EXPECT_TRUE(std::equal(output.begin(), output.end(), count.begin())) << piece;
-  }
-}
 
 TEST(Reblocker, AHoleIsSilenceOfItsLength) {
   Reblocker reblocker(4);
