@@ -84,8 +84,6 @@ TEST(Diagnosis, AdvisesOnWhatIsWrongAndSaysWhetherItMatters) {
          f.cable = {.service = usb::UsbService::kMissing, .remedy = {.command = "x"}};
        },
        true, "not installed", "Only the cable needs it. The USB"},
-      {"USB service", [](Facts& f) { f.cable = {.service = usb::UsbService::kRunning}; }, true,
-       "phones: 0", "carries data"},
       {"USB service", [](Facts& f) { f.cable.answer = usb::PhoneAnswer::kLocked; }, true,
        "phones: 1", "Trust"},
       {"real-time priority", [](Facts& f) { f.realtime = dispatch::RealtimeGrant::kNone; }, true,

@@ -8,17 +8,15 @@
 #include <optional>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace quorin::test {
 
-/// An input device in the test's hand. What was asked of it is in `calls`.
+/// An input device in the test's hand.
 class FakeEngine : public audio::AudioEngine {
  public:
   audio::Format format{.sampleRate = 48000, .channels = 2};
   std::optional<std::string> startFailure;
   std::function<void()> onStart;
-  std::vector<std::string> calls;
 
   /// Where buffers go in; may outlive the engine. Any thread.
   struct Tap {
@@ -40,21 +38,14 @@ class FakeEngine : public audio::AudioEngine {
   void deliver(const audio::BufferView& buffer) { tap->deliver(buffer); }
 
   audio::Format inputFormat() override { return format; }
-  void installTap(std::size_t frames, TapHandler handler) override {
-    calls.push_back("install " + std::to_string(frames));
-    tap->set(std::move(handler));
-  }
-  void removeTap() override {
-    calls.emplace_back("remove");
-    tap->set({});
-  }
+  void installTap(std::size_t, TapHandler handler) override { tap->set(std::move(handler)); }
+  void removeTap() override { tap->set({}); }
   std::expected<void, audio::Error> start() override {
-    calls.emplace_back("start");
     if (onStart) onStart();
     if (startFailure) return std::unexpected(audio::Error{*startFailure});
     return {};
   }
-  void stop() override { calls.emplace_back("stop"); }
+  void stop() override {}
 };
 
 }  // namespace quorin::test

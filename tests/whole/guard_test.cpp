@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <QDBusConnection>
 #include <csignal>
 #include <cstdlib>
 
