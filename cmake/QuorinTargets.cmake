@@ -32,7 +32,7 @@ target_compile_options(
             -Wnon-virtual-dtor
             -Wold-style-cast
             -Woverloaded-virtual)
-# For modules that run when a person acts, where memory counts and not speed.
+# For modules that run on user actions, where memory counts and not speed.
 set(QUORIN_SIZE_FIRST "$<$<NOT:$<CONFIG:Debug>>:-Os>")
 # What a program does not use of its modules is not carried along.
 add_compile_options(-ffunction-sections -fdata-sections)
@@ -48,7 +48,7 @@ if(QUORIN_SANITIZE)
 endif()
 if(QUORIN_COVERAGE)
   add_compile_options(--coverage)
-  add_compile_definitions(NDEBUG) # an assertion is nobody's decision
+  add_compile_definitions(NDEBUG) # an assertion is not a branch to cover
   add_link_options(--coverage)
 endif()
 

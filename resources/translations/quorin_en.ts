@@ -53,7 +53,7 @@
     </message>
     <message id="audio.guard.setup.no_server">
         <source></source>
-        <translation>No sound server answered.</translation>
+        <translation>No sound server answered. Start it, or log out and in again; then click once more.</translation>
     </message>
     <message id="audio.guard.setup.refused">
         <source></source>
@@ -171,7 +171,7 @@ The program comes without any warranty.</translation>
     </message>
     <message id="notice.stopped.microphone">
         <source></source>
-        <translation>The microphone is no longer allowed; the window says where to allow it.</translation>
+        <translation>The microphone is not allowed; the window says where to allow it.</translation>
     </message>
     <message id="notice.not_started">
         <source></source>

@@ -53,7 +53,7 @@
     </message>
     <message id="audio.guard.setup.no_server">
         <source></source>
-        <translation>Ningún servidor de sonido ha respondido.</translation>
+        <translation>Ningún servidor de sonido ha respondido. Inícialo, o cierra la sesión y vuelve a entrar; después pulsa otra vez.</translation>
     </message>
     <message id="audio.guard.setup.refused">
         <source></source>
@@ -171,7 +171,7 @@ El programa se ofrece sin ninguna garantía.</translation>
     </message>
     <message id="notice.stopped.microphone">
         <source></source>
-        <translation>El micrófono ya no está permitido; la ventana dice dónde permitirlo.</translation>
+        <translation>El micrófono no está permitido; la ventana dice dónde permitirlo.</translation>
     </message>
     <message id="notice.not_started">
         <source></source>

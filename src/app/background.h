@@ -58,7 +58,7 @@ class Background {
   const Texts& texts_;
   Actions actions_;
   QMenu menu_;
-  QAction* state_;  ///< a row that only tells, as does the tool tip
+  QAction* state_;  ///< disabled row that shows the state, as the tool tip does
   QAction* playHere_;
   QAction* stop_;
   std::unique_ptr<QObject> tray_;

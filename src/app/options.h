@@ -17,8 +17,8 @@ struct Options {
   bool setUp = false;                   ///< set the device up at the start
   StartMode start = StartMode::kMenu;   ///< entered once the guard allows it
   std::optional<std::uint16_t> port{};  ///< fills the port field
-  std::optional<QString> address{};   ///< the network to show the code of, where there are several
-  std::optional<QString> language{};  ///< "en" or "es", in place of the system's
+  std::optional<QString> address{};     ///< which network's code to show, if there are several
+  std::optional<QString> language{};    ///< "en" or "es", in place of the system's
   bool verbose = false;
   bool json = false;  ///< of --diagnose
 };

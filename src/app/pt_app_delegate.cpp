@@ -225,10 +225,9 @@ void PTAppDelegate::takeOver(const Options& wanted, const QString& activationTok
   if (!wanted.setUp) return obey(wanted, answer);
   guard_.setUp();
   waitUntil([this] { return !guard_.state().settingUp; },
-            [this, wanted, answer](bool isSetUp) {
+            [this, wanted, answer](bool) {
               const auto failure = TrKey::find(guard_.state().setUpFailureKey);
-              if (!isSetUp || failure) return answer(failure ? texts_.tr(*failure) : notYetRight());
-              obey(wanted, answer);
+              failure ? answer(texts_.tr(*failure)) : obey(wanted, answer);
             });
 }
 
@@ -253,7 +252,9 @@ void PTAppDelegate::waitUntil(const std::function<bool()>& isTrue,
                               const std::function<void(bool)>& then, int checksLeft) {
   scheduler_.mainQueue().asyncAfter(kCheckInterval, scope_, [=, this] {
     const bool isDone = isTrue();
-    isDone || checksLeft == 0 ? then(isDone) : waitUntil(isTrue, then, checksLeft - 1);
+    if (!isDone && checksLeft > 0) return waitUntil(isTrue, then, checksLeft - 1);
+    // Behind what has been posted meanwhile: timers overtake it.
+    scheduler_.mainQueue().async(scope_, [then, isDone] { then(isDone); });
   });
 }  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the queue owns the task
 

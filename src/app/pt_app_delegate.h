@@ -36,7 +36,7 @@ class PTAppDelegate {
   /// All three outlive the delegate.
   PTAppDelegate(dispatch::Scheduler& scheduler, const Texts& texts, const Options& options);
 
-  /// Ends every session, then the scheduler's queues.
+  /// Ends both modes, then the scheduler's queues.
   ~PTAppDelegate();
 
   /// Starts up. Call once, just before the event loop.
@@ -57,7 +57,7 @@ class PTAppDelegate {
   void enterStartMode();
   QString refusalOf(const Options& wanted) const;
   void obey(const Options& wanted, const desktop::SingleInstance::Answer& answer);
-  /// For 3 s at most; then passes on whether it has become true.
+  /// Polls `isTrue` for up to 3 s, then calls `then` with the result.
   void waitUntil(const std::function<bool()>& isTrue, const std::function<void(bool)>& then,
                  int checksLeft = 60);
   std::unique_ptr<Background> makeBackground();

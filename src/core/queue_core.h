@@ -81,8 +81,8 @@ class QueueCore {
   bool ended_ GUARDED_BY(mutex_) = false;
   bool taskIsNext_ GUARDED_BY(mutex_) = false;
   std::deque<Task> tasks_ GUARDED_BY(mutex_);
-  std::vector<std::shared_ptr<TimerState>> timers_ GUARDED_BY(mutex_);    ///< by age
-  std::vector<std::shared_ptr<SourceState>> sources_ GUARDED_BY(mutex_);  ///< next turn first
+  std::vector<std::shared_ptr<TimerState>> timers_ GUARDED_BY(mutex_);    ///< in creation order
+  std::vector<std::shared_ptr<SourceState>> sources_ GUARDED_BY(mutex_);  ///< next to run first
 };
 
 }  // namespace quorin::dispatch

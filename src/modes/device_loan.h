@@ -25,9 +25,9 @@ struct SoundElsewhere {
 class DeviceLoan {
  public:
   struct Reports {
-    std::function<void()> lent;  ///< also when the audio server had restarted
+    std::function<void()> lent;  ///< also after an audio server restart
     std::function<void(TrKey why)> failed;
-    std::function<void()> changed;  ///< the result of a getter
+    std::function<void()> changed;  ///< a getter's result changed
   };
 
   DeviceLoan();

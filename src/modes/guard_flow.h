@@ -92,7 +92,7 @@ class GuardFlow {
   /// again once the splash is gone.
   void setupAudioCheckFlow();
 
-  /// Watches the default devices from now on. A change for the worse stops every session.
+  /// Watches the default devices from now on. A change for the worse stops both modes.
   void startAudioDefaultWatch();
 
   /// At start-up: requests access where it is undetermined; shows the microphone screen where it is

@@ -166,7 +166,7 @@ void WiFiMode::chooseNetwork(const QString& address) {
 }
 
 void WiFiMode::showAddress() {
-  if (watch_.address() && watch_.address() != state_.address) openQRHelp();
+  if (watch_.address() && portNumber() != 0) openQRHelp();
   refreshOnlineStatusMessage();
 }
 

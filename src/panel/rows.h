@@ -29,7 +29,7 @@ inline constexpr int kCaption = 12;
 
 using Label = app::NonInteractiveLabel;
 
-/// On the left of its place.
+/// Left-aligned.
 Label* makeLabel(const QString& text, app::TextStyle style);
 app::NonInteractiveImageView* makeSymbol(const QString& name, int side, const QColor& color);
 

@@ -2,6 +2,7 @@
 
 #include "wire/text.h"
 
+#include <netinet/in.h>
 #include <sys/socket.h>
 
 #include <array>
@@ -59,7 +60,8 @@ bool UDPSocket::receiveOnce(std::vector<Message>& messages) const {
   }
   const std::string_view text(buffer.data(), received->length);
   const auto& source = received->source;
-  const bool isOwn = source == wire::Endpoint{.address = received->local, .port = port_};
+  const bool isLocal = source.address == received->local || source.address >> 24U == IN_LOOPBACKNET;
+  const bool isOwn = isLocal && source.port == port_;
   if (!text.empty() && wire::isValidUtf8(text) && source.isHost() && !isOwn) {
     messages.push_back({std::string(text), source});
   }

@@ -34,8 +34,8 @@ class AudioSender {
   /// drops it otherwise.
   void offer(wire::AudioChunkView chunk);
 
-  /// One chunk leaves every 20 ms, the first at once, when `PacingDiscipline` says. Does nothing
-  /// while the timer runs already.
+  /// Starts the 20 ms timer; the first tick is immediate, later ones as `PacingDiscipline` decides.
+  /// No effect while running.
   void startAudioSendTimer();
 
   /// Stops the timer; always discards all waiting chunks.

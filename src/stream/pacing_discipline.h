@@ -11,9 +11,9 @@ namespace quorin::stream {
 
 /// Decides when the send timer checks for a chunk. Pure; confined to the pacing queue.
 ///
-/// One chunk leaves at each tick, every 20 ms. A tick without a chunk waits for it, at most
-/// `kLeeway`. After that its chunk is overdue; while any are, the queue is also checked halfway
-/// between ticks, so that a late chunk delays few others and the ticks stay in place.
+/// One chunk leaves per 20 ms tick. A tick without a chunk waits up to `kLeeway`; then the chunk is
+/// overdue. While chunks are overdue, the queue is also checked halfway between ticks, so that they
+/// catch up without moving the ticks.
 ///
 /// The ticks follow the capture's clock by the second shortest wait of the last 400 (8 s): a single
 /// outlier has no effect, repeated lateness does. That wait is held at `kHeadroom`; it shrinks
@@ -51,16 +51,16 @@ class PacingDiscipline {
   void measure(Duration waited);
   Duration shift();
 
-  TimePoint tick_;           ///< the latest, or the next
+  TimePoint tick_;           ///< the current tick, or the next one
   bool waiting_ = false;     ///< the last check found none; waiting up to `kLeeway`
-  bool halfway_ = false;     ///< the look is the one after `tick_`
-  bool aligning_ = false;    ///< by steps
+  bool halfway_ = false;     ///< the next check is halfway after `tick_`
+  bool aligning_ = false;    ///< correcting in steps of up to `kMaxStep`
   bool sent_ = false;        ///< the previous check found a chunk
   std::size_t overdue_ = 0;  ///< chunks whose tick has passed
   /// How long chunks waited, minus the movement of the ticks: the capture's jitter and drift alone.
   std::array<Duration, 400> waits_{};
   std::size_t count_ = 0;  ///< chunks measured since the stream began
-  Duration moved_{0};      ///< of the ticks, since then
+  Duration moved_{0};      ///< total tick correction since the stream began
 };
 
 }  // namespace quorin::stream

@@ -30,6 +30,9 @@ QPalette darkPalette() {
   return palette;
 }
 
+/// What desktops offer; any program on the session bus can ask for more.
+constexpr double kMaxTextScale = 4;
+
 bool isHighContrast = false;
 double scaleOfTexts = 1;
 
@@ -37,7 +40,7 @@ double scaleOfTexts = 1;
 
 void setTextScale(double scale) {
   QFont font = QApplication::font();
-  const double before = std::exchange(scaleOfTexts, std::max(1.0, scale));
+  const double before = std::exchange(scaleOfTexts, std::min(std::max(1.0, scale), kMaxTextScale));
   font.setPointSizeF(font.pointSizeF() * scaleOfTexts / before);
   QApplication::setFont(font);
 }

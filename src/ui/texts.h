@@ -47,8 +47,8 @@ class TextKey {
 
 using TrKey = TextKey<Shape::kText>;
 
-/// The user's languages, preferred first, as "es-ES" or "en"; `chosen` (from the command line)
-/// stands in front of the system's where it is not empty.
+/// The user's languages, preferred first, as "es-ES" or "en"; `chosen` (from the command line),
+/// if not empty, goes first.
 QStringList preferredLanguages(const QString& chosen = {});
 
 /// The user-visible texts, from tables built into the program. Main thread.

@@ -42,8 +42,7 @@ class Cable : private PTChannelDelegate {
   /// from when the last one was written. Once, at start-up.
   void ping();
 
-  /// False once the app at the other end of the channel has left `kPongTimeout` of pings
-  /// unanswered, or takes no frames, until it answers again.
+  /// False if no pong arrived for `kPongTimeout`; true again after the next pong.
   bool appAnswers() const { return appAnswers_; }
   /// The target's own name; empty if not received.
   std::string phoneName() const {

@@ -56,8 +56,8 @@ class CableLink {
 
   void startListeningForDevices();
 
-  /// Queues one attempt, in place of every other one of its kind that waits, is under way or is
-  /// due again; nothing while the cable mode is off.
+  /// Queues one attempt, replacing any queued, running or scheduled attempt of the same kind. No
+  /// effect while the cable mode is off.
   void enqueueConnectToUSBDevice();
   void enqueueConnectToLocalIPv4Port();
 
@@ -91,8 +91,8 @@ class CableLink {
 
  private:
   enum class Step { kAttach, kConnectToUSB, kConnectToLocal };
-  using Waiting = std::pair<Step, DeviceID>;  ///< the device of an attach, else 0
-  /// The attempts of one kind: under way, or due again.
+  using Waiting = std::pair<Step, DeviceID>;  ///< the device for kAttach, else 0
+  /// One kind of attempt: the running one, or the timer for its retry.
   struct Attempts {
     std::unique_ptr<PTChannel> channel;
     std::unique_ptr<dispatch::Timer> retry;

@@ -16,10 +16,10 @@ namespace quorin::wifi {
 class ClientTable {
  public:
   static constexpr std::size_t kMaxClients = 10;
-  /// A key silent for longer than this at a check is removed.
+  /// Timeout, applied at each check.
   static constexpr std::chrono::seconds kMaxSilence{8};
-  /// Keys that only sent PING have no effect on the wire. Limits the memory that forged source
-  /// addresses can use.
+  /// Max endpoints that sent only PING. They are kept only to track their last message; the limit
+  /// bounds the memory that forged addresses can use.
   static constexpr std::size_t kMaxUnregistered = 4096;
 
   enum class HelloResult {

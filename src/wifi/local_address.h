@@ -35,8 +35,8 @@ LocalNetworks localNetworks(std::span<const network::InterfaceAddress> interface
 /// The same for this machine now. Any thread; fast enough for the main thread.
 LocalNetworks lookUpLocalNetworks();
 
-/// The candidate to use: `current` (in use, phones listen to it), else `wanted` (the user's
-/// choice), else the first; `current` and `wanted` only as candidates. None without candidates.
+/// The address to use: `current` (in use by phones) if still a candidate, else `wanted` (the user's
+/// choice) if a candidate, else the first candidate.
 std::optional<std::string> localIPv4Address(std::span<const Candidate> candidates,
                                             const std::optional<std::string>& current = {},
                                             const std::optional<std::string>& wanted = {});

@@ -36,8 +36,8 @@ class NetworkWatch {
 
   /// On the main queue, with `address` and `networks` up to date.
   struct Reports {
-    /// Candidates or own networks differ from the last check. Also called within `startIPWatch`;
-    /// later, before the report about the address. Must not start or stop the watch.
+    /// Candidates or subnets changed. Also runs inside `startIPWatch`; at later checks, before
+    /// `addressChanged`. Must not start or stop the watch.
     std::function<void()> networksChanged;
     /// May stop the watch.
     std::function<void(AddressStatus)> addressChanged;
@@ -51,8 +51,8 @@ class NetworkWatch {
   /// Also cancels a pending `kSettled`.
   void stopIPWatch();
 
-  /// Changes to `address`, now or once it is a candidate, and prefers it whenever an address has to
-  /// be chosen. Without a report about the address: the server is bound to all addresses.
+  /// Switches to `address`, now or once it is a candidate, and prefers it from then on.
+  /// `addressChanged` is not called, since the server listens on all addresses.
   void choose(std::string address);
 
   /// From the last check; none before the first, and without candidates. The page shows this value,

@@ -49,10 +49,9 @@ class UdpServer {
   static constexpr int kDatagramsPerTurn = 64;
   static constexpr std::chrono::milliseconds kUpdateInterval{200};
 
-  /// All but the callback must outlive the server. `onClientsChanged`: `clients()` or
-  /// `hasRefused()` changed since the last call, and may have changed back. It runs in its own turn
-  /// of the main queue, at most once per `kUpdateInterval` even in a flood; the first after a pause
-  /// at once.
+  /// All but the callback must outlive the server. `onClientsChanged` is posted when `clients()` or
+  /// `hasRefused()` may have changed: immediately after a pause, otherwise at most once per
+  /// `kUpdateInterval`.
   UdpServer(dispatch::Scheduler& scheduler, stream::AudioSender& sender, WifiTransport& transport,
             std::function<void()> onClientsChanged);
   ~UdpServer();
@@ -136,7 +135,7 @@ class UdpServer {
   /// more than one of PING.
   std::size_t connectsLeft_ = ClientTable::kMaxClients;
   bool updateDue_ = false;
-  dispatch::TimePoint nextUpdate_{};  ///< not before
+  dispatch::TimePoint nextUpdate_{};  ///< earliest time of the next update
   dispatch::Scope whileRunning_;
 
   std::optional<network::DatagramSocket> udpSocket_;

@@ -16,8 +16,8 @@ namespace quorin::app {
 class Alert : public QDialog {
   Q_OBJECT
  public:
-  /// `icon` may be none. The first of `buttons` is the harmless one: Return and Escape choose it.
-  /// Others cannot be undone.
+  /// `icon` may be null. The first button is the safe choice, activated by Return and Escape; the
+  /// others are irreversible.
   Alert(const QString& title, const QString& text, const PicturePtr& icon,
         const QStringList& buttons, QWidget* window);
 };

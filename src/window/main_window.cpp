@@ -42,6 +42,12 @@ void MainWindow::placeInitially() {
   desktop::askForDarkTitleBar(winId());
 }
 
+void MainWindow::growTo(QSize size) {
+  if (isMaximized() || isFullScreen()) return;
+  resize(this->size().expandedTo(size));
+  fitIntoWorkArea();
+}
+
 /// With its decorations, whose size is known only once the window is shown.
 void MainWindow::fitIntoWorkArea() {
   const QRect room = screen()->availableGeometry();

@@ -23,6 +23,9 @@ class MainWindow : public QWidget {
   /// Centres it on the screen, at its initial size if that fits.
   void placeInitially();
 
+  /// Makes it at least this large, as far as the screen has room. No effect on a maximised window.
+  void growTo(QSize size);
+
   /// Shows the window, also one that is hidden or minimised, in front of the others.
   /// `activationToken` is the desktop's, for the user action behind it; may be empty.
   void bringToFront(const QString& activationToken);

@@ -21,7 +21,7 @@ struct ScreenState {
   int clients = 0;
   bool lent = false;        ///< the device is lent, so that this computer can play too
   bool silent = false;      ///< a running stream is silent
-  bool mayBeMoved = false;  ///< and there is a button against that
+  bool mayBeMoved = false;  ///< and the page offers a button to fix it
 
   bool operator==(const ScreenState&) const = default;
 };

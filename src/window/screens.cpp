@@ -97,11 +97,14 @@ void Screens::applyVisibility() {
 }
 
 void Screens::setTextScale(double scale) {
+  const double before = textScale();
   app::setTextScale(scale);
+  if (textScale() == before) return;
   const QSize needed = MainWindow::kMinimumSize * textScale();
   views_.contentView->setMinimumSize(needed);
-  QWidget& window = *views_.contentView->window();
-  window.resize(window.size().expandedTo(needed.boundedTo(window.screen()->availableSize())));
+  if (auto* const window = qobject_cast<MainWindow*>(views_.contentView->window())) {
+    window->growTo(needed);
+  }
   layoutUI();
 }
 

@@ -39,7 +39,7 @@ class Screens {
   ScreenState state_;
   std::function<void()> onUpdate_ = [] {};
   Screen announcedScreen_ = Screen::kNone;
-  std::array<QString, 2> announced_;  ///< its status
+  std::array<QString, 2> announced_;  ///< the status texts last announced
 };
 
 }  // namespace quorin::app

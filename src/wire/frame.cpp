@@ -38,7 +38,7 @@ std::vector<std::byte> encodeFrame(std::uint32_t type, std::uint32_t tag,
 void FrameReader::received(std::span<const std::byte> bytes) {
   pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(begin_));
   begin_ = 0;
-  if (pending_.size() < kMaxKept && pending_.capacity() > kMaxKept) pending_.shrink_to_fit();
+  if (pending_.size() < kMaxKept && pending_.capacity() > 2 * kMaxKept) pending_.shrink_to_fit();
   const auto skipped = std::min(toSkip_, bytes.size());
   toSkip_ -= skipped;
   const auto rest = bytes.subspan(skipped);

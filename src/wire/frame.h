@@ -47,9 +47,9 @@ std::vector<std::byte> encodeFrame(std::uint32_t type, std::uint32_t tag,
 ///     reader.received(bytes);
 ///     for (;;) { auto step = reader.next(); if (holds NeedMore) break; ... }
 ///
-/// Memory follows the bytes received, never the size that a header announces: at most twice the
-/// pending bytes, or little more than `kMaxKept`; none before the first byte, and a large frame's
-/// is freed.
+/// Memory depends on the bytes received, never on an announced size: at most twice the pending
+/// bytes, or twice `kMaxKept`. Nothing is allocated before the first byte; the buffer of a
+/// large frame is freed.
 class FrameReader {
  public:
   static constexpr std::size_t kMaxKept = 32 * 1024;
@@ -83,7 +83,7 @@ class FrameReader {
   std::vector<std::byte> pending_;
   std::size_t begin_ = 0;              ///< first byte not handed out
   std::optional<FrameHeader> header_;  ///< its payload is next
-  std::size_t toSkip_ = 0;             ///< of the bytes to come
+  std::size_t toSkip_ = 0;             ///< payload bytes still to discard
   bool broken_ = false;
 };
 

@@ -30,7 +30,7 @@ class PrivateAudioServer {
   void freeze() { signalAll(SIGSTOP); }
   void thaw() { signalAll(SIGCONT); }
 
-  /// Adds a sink that nobody hears; its monitor is the source "NAME.monitor". With the parameter
+  /// Adds a silent sink; its monitor is the source "NAME.monitor". With the parameter
   /// "norewinds=1" its sound begins at once on PulseAudio, instead of up to 2 s late.
   bool addNullSink(const std::string& name, const std::string& description,
                    const std::string& parameters = {});
@@ -42,7 +42,7 @@ class PrivateAudioServer {
   bool pactl(std::vector<std::string> arguments) const;
   /// How many streams record.
   std::ptrdiff_t recordings() const { return std::ssize(list("source-outputs")); }
-  /// As somebody does with a mixer.
+  /// As a user does with a mixer.
   void moveRecordings(const std::string& source) const;
   /// A program of this name that records the default source.
   ChildProcess record(const std::string& program) const;

@@ -17,7 +17,7 @@ namespace quorin::test {
 /// A socket on the loopback address: a phone, or a program that phones talk to.
 class UdpPeer {
  public:
-  /// Talks to that port, or to whoever was heard last.
+  /// Talks to that port, or to the latest sender.
   explicit UdpPeer(std::uint16_t port = 0) : UdpPeer(wire::Endpoint{INADDR_LOOPBACK, port}) {}
   explicit UdpPeer(const wire::Endpoint& peer) : peer_(peer.socketAddress()) {
     const timeval timeout{.tv_sec = 5, .tv_usec = 0};

@@ -151,11 +151,18 @@ TEST_P(DeviceProgram, LendsUntilItsInputEndsWhateverHappensMeanwhile) {
     lender = lendOn(*server_);  // takes over what the dead one has left
     ASSERT_TRUE(lender.says("ready"));
   };
-  const Meanwhile alsoHere = [&playing](Lender& lender) {
+  const auto movePlaybacks = [this](const std::string& sink) {
+    for (const auto& line : server_->list("sink-inputs")) {
+      server_->pactl({"move-sink-input", line.substr(0, line.find('\t')), sink});
+    }
+  };
+  const Meanwhile alsoHere = [&](Lender& lender) {
     for (const bool on : {true, false}) {
       lender.tell(on ? "play-here on" : "play-here off");
       EXPECT_TRUE(lender.says(on ? "playing-here on" : "playing-here off"));
       EXPECT_TRUE(playing("speaker", on ? 1 : 0)) << "the loopback alone";
+      movePlaybacks("quorin_audio");
+      EXPECT_TRUE(playing("speaker", on ? 1 : 0)) << "which never feeds back";
     }
   };
   const Meanwhile muted = [this](Lender& lender) {
@@ -169,9 +176,7 @@ TEST_P(DeviceProgram, LendsUntilItsInputEndsWhateverHappensMeanwhile) {
     }
   };
   const Meanwhile elsewhere = [&](Lender& lender) {
-    for (const auto& line : server_->list("sink-inputs")) {
-      server_->pactl({"move-sink-input", line.substr(0, line.find('\t')), "speaker"});
-    }
+    movePlaybacks("speaker");
     EXPECT_TRUE(lender.says("elsewhere\tpacat\tSpeaker"));
     lender.tell("move");
     EXPECT_TRUE(lender.says("clear"));

@@ -41,7 +41,7 @@ class CableBesideWifi : public WholeTest {
   /// Goes back although a phone is connected.
   void goBack() {
     program_->click("backButton_");
-    ASSERT_NE(question(), nullptr) << "somebody listens";
+    ASSERT_NE(question(), nullptr) << "a phone is connected";
     question()->findChild<QAbstractButton*>("button1")->click();
     ASSERT_TRUE(program_->becomes("menuContainer_"));
   }

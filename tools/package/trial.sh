@@ -4,7 +4,7 @@
 export QT_QPA_PLATFORM=offscreen XDG_RUNTIME_DIR=/run/user/0
 mkdir -p $XDG_RUNTIME_DIR
 chmod 700 $XDG_RUNTIME_DIR
-# A minimal system leaves out manuals and documents; a person's has them.
+# A minimal system leaves out manuals and documents; a desktop system has them.
 rm -f /etc/dpkg/dpkg.cfg.d/*
 
 apt() { apt-get -q "$@" >>/log 2>&1 || { tail /log && exit 1; }; }

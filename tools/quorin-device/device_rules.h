@@ -22,7 +22,7 @@ Module sourceModule();
 /// and never plays into the device itself.
 Module loopbackModule(const Endpoint& device, const Endpoint& sink);
 
-/// Whether this program loaded `module`, whoever ran it.
+/// Whether this program loaded `module`, whichever user ran it.
 bool isOurs(const Module& module);
 
 /// The process that has lent the device; 0 when it is not lent.

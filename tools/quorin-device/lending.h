@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 
-/// The commands that last as long as whoever started them.
+/// The commands that last as long as the parent process.
 namespace quorin::device {
 
 enum class Duty : std::uint8_t { kLend, kWatch };
@@ -13,7 +13,7 @@ enum class Duty : std::uint8_t { kLend, kWatch };
 /// Runs until standard input ends, or SIGTERM, SIGINT, SIGHUP or SIGQUIT comes; blocks these
 /// signals.
 ///
-/// `kLend` lends the device to whoever started this: creates it where it is missing, makes it the
+/// `kLend` lends the device to the parent process: creates it where it is missing, makes it the
 /// default and moves what plays to it; at the end it undoes that, but for what the user has changed
 /// meanwhile. An audio server that restarts gets it again, and a default that the user had taken
 /// back stays as it is. Both duties report where sound goes. Where the server is down or does not

@@ -19,7 +19,7 @@ struct Played {
   /// For each tick the moment at which the sink played it, in CLOCK_REALTIME, by the sound server's
   /// own report of how far the stream was heard.
   std::vector<std::chrono::nanoseconds> ticks;
-  /// How often the player itself was too late: every time tears the sound, whoever listens.
+  /// How often the player itself was too late: every time tears the sound, whatever records it.
   std::size_t timesLate = 0;
 };
 

@@ -35,11 +35,10 @@ class AudioEngine {
   /// Waits at most 0.5 s, for the first answer of a server that has just been found.
   virtual Format inputFormat() = 0;
 
-  /// At most one tap; before `start`. `frames` is the desired length of a block, counted at 44100
-  /// frames a second: blocks hold the input's own number of frames of that length (960 for 882 at
-  /// 48000 Hz), or of twice that length where only that is a whole number. An input that has
-  /// neither is recorded at 48000 Hz, one of more than two channels as the server folds it down to
-  /// stereo. A block's format never changes while the engine runs.
+  /// Installs the tap: at most one, before `start`. `frames`: block length at 44100 Hz; blocks have
+  /// the same duration at the input's rate (960 frames at 48000 Hz for 882), or twice it if only
+  /// that is whole. Inputs with neither are recorded at 48000 Hz; the server downmixes more than
+  /// two channels to stereo. The format is fixed while running.
   virtual void installTap(std::size_t frames, TapHandler handler) = 0;
 
   /// When this returns the handler does not run and will not run again.

@@ -28,9 +28,9 @@ struct BufferView {
   std::size_t frames() const { return format.channels == 0 ? 0 : samples.size() / format.channels; }
 };
 
-/// The frames at `sampleRate` that last exactly as long as `frames` or twice `frames` do at
-/// `targetRate`; none when no such whole number exists. Blocks of that length convert to a whole
-/// number of target frames, so that a converter fed with them never keeps a remainder.
+/// The block length at `sampleRate` with the duration of `frames` at `targetRate`, or twice that
+/// duration if only that is a whole number; none otherwise. Such blocks convert to whole frames, so
+/// the converter keeps no remainder.
 std::optional<std::size_t> wholeBlockFrames(unsigned sampleRate, std::size_t frames,
                                             unsigned targetRate);
 

@@ -75,9 +75,9 @@ class PulseConnection {
 
   enum class Outcome : std::uint8_t { kDone, kFailed, kTimeout };
 
-  /// Waits for the end of `operation` and drops it; null, as libpulse gives for a connection that
-  /// is lost, has failed. One that is not done by `limit` is cancelled: its callback does not run
-  /// any more. kDone says that an answer came, not what it was.
+  /// Waits for `operation` and releases it. Null (connection lost) counts as failed. On timeout it
+  /// is cancelled and its callback does not run. kDone means that a reply arrived, not that it was
+  /// positive.
   Outcome run(pa_operation* operation, std::chrono::milliseconds limit);
 
   /// Calls `callback` once, after `delay`, on the audio server's thread; not if the timer is

@@ -43,15 +43,15 @@ class MicrophonePermission {
   /// start.
   AuthorizationStatus status() const { return status_.load(std::memory_order_acquire); }
 
-  /// Has the user asked, if that has not happened yet; `answered` runs on the main queue when
-  /// `status` is no longer pending, never inside this call.
+  /// Asks the user, unless already done. `answered` is posted to the main queue once `status` is no
+  /// longer pending.
   void requestAccess(dispatch::Task answered);
 
   /// Whether the user was asked for that answer; false if it was stored before. Main queue.
   bool hasAskedUser() const { return hasAskedUser_; }
 
-  /// The audio server's latest answer. A refusal, and an answer that is requested and pending, are
-  /// tried again every 2 s: no signal says when that changes.
+  /// The audio server's latest answer. A refusal or a pending request is retried every 2 s, because
+  /// the server sends no notification when that changes.
   void reportRecording(std::optional<bool> granted);
 
  private:

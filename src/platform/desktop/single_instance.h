@@ -10,9 +10,9 @@
 
 namespace quorin::desktop {
 
-/// One running program a user: the first holds a lock in the runtime folder while it runs; a later
-/// start sends it its request through a socket there. Without a runtime folder every start is the
-/// first. Main thread.
+/// Allows one running instance per user: the first holds a lock in the runtime folder; a later
+/// start sends its request through a socket there. Without a runtime folder, every start counts as
+/// the first. Main thread.
 class SingleInstance {
  public:
   /// What a later start was asked to do.
@@ -20,7 +20,7 @@ class SingleInstance {
     QStringList arguments;    ///< without the program's name
     QString activationToken;  ///< the launcher's, for the window; may be empty
   };
-  /// Called once, now or later; `refusal` says why not, and is empty when the request is met.
+  /// Call exactly once, possibly later. `refusal`: the reason, for the user; empty on success.
   using Answer = std::function<void(const QString& refusal)>;
 
   SingleInstance();

@@ -6,9 +6,9 @@
 
 namespace quorin::desktop {
 
-/// Runs `appeared` when the desktop can show tray icons: soon, or as often as a panel starts later,
-/// until the result is destroyed. Qt looks for a panel only when the program makes its first icon,
-/// which is therefore not to be made earlier. GUI thread.
+/// Calls `appeared` once the desktop can show tray icons, and again whenever a tray appears, until
+/// the result is destroyed. Create the first QSystemTrayIcon only in that call: Qt looks for a tray
+/// only once. GUI thread.
 std::unique_ptr<QObject> watchTray(std::function<void()> appeared);
 
 }  // namespace quorin::desktop

@@ -20,7 +20,7 @@ class EpollWaker : public Waker {
 
   int descriptor() const { return epoll_.get(); }
 
-  /// The deadline at which `collect` returns at the latest, and the descriptor turns readable.
+  /// `collect` returns, and `descriptor()` becomes readable, no later than this.
   void setDeadline(std::optional<TimePoint> deadline);
 
   enum class Wait { kNo, kYes };

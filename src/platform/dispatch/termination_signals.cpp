@@ -16,7 +16,7 @@ constexpr std::array kSignals = {SIGINT, SIGTERM};
 
 void onSignal(int) {
   const int savedError = errno;
-  terminate.load()->signal();
+  if (auto* const source = terminate.load()) source->signal();
   errno = savedError;
 }
 
@@ -35,6 +35,7 @@ TerminationSignals::TerminationSignals(Queue& queue, std::function<void()> onTer
 
 TerminationSignals::~TerminationSignals() {
   for (const int signal : kSignals) std::signal(signal, SIG_DFL);
+  terminate = nullptr;
 }
 
 }  // namespace quorin::dispatch

@@ -20,7 +20,7 @@ struct PortHolder {
   std::string program;  ///< such as "quorin-stream"; empty if unknown
   std::string user;     ///< login name, else the number
   bool isOwnUser = false;
-  std::size_t peers = 0;  ///< sockets of its own that it has connected to one peer each
+  std::size_t peers = 0;  ///< number of its connected sockets, one per client
 
   friend bool operator==(const PortHolder&, const PortHolder&) = default;
 };

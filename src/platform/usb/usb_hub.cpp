@@ -98,8 +98,10 @@ void PTUSBHub::lose(std::error_code error) {
   events_.serviceDidChange();
   while (!devices_.empty()) detach(devices_.begin()->first);
 
-  const auto delay =
-      missing ? kFirstRetry : std::exchange(retryDelay_, std::min(2 * retryDelay_, kLastRetry));
+  const bool refused = error == std::errc::permission_denied;
+  const auto delay = missing || refused
+                         ? kFirstRetry
+                         : std::exchange(retryDelay_, std::min(2 * retryDelay_, kLastRetry));
   retry_ = main_.makeTimer({.first = delay}, [this] { listen(); });
 }
 

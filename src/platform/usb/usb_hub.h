@@ -31,7 +31,8 @@ enum class UsbService {
 struct PTUSBHubEvents {
   std::move_only_function<void(DeviceID)> didAttach;
   std::move_only_function<void(DeviceID)> didDetach;
-  std::move_only_function<void()> serviceDidChange;  ///< it has answered, or failed once more
+  std::move_only_function<void()>
+      serviceDidChange;  ///< after each answer to Listen and each failure
 };
 
 /// The devices plugged in by USB, through the system's USB multiplexing service (usbmuxd), and
@@ -81,7 +82,8 @@ class PTUSBHub {
   UsbService service_ = UsbService::kUnknown;
   std::map<DeviceID, std::string> devices_;  ///< with what the service calls each
   Operation listening_;
-  std::unique_ptr<dispatch::Timer> retry_;  ///< while listening: the service has proved steady
+  /// The next connection attempt; while listening, the reset of `retryDelay_`.
+  std::unique_ptr<dispatch::Timer> retry_;
   std::chrono::seconds retryDelay_ = kFirstRetry;
 };
 

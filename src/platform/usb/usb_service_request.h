@@ -14,9 +14,10 @@
 
 namespace quorin::usb {
 
-/// One request to the USB multiplexing service, on a connection of its own, and what comes back.
-/// Confined to the main queue; never blocks. Dropping the last reference hangs up, and no call
-/// follows.
+/// One request to the USB multiplexing service on its own connection, and its replies. Main queue;
+/// never blocks. Releasing the last reference closes the connection; the handler does not run
+/// afterwards.
+///
 /// A message is a header of four little-endian 32-bit fields (length with the header, version 1,
 /// type 8, tag) and a property list, XML.
 class UsbServiceRequest : public std::enable_shared_from_this<UsbServiceRequest> {
@@ -31,8 +32,8 @@ class UsbServiceRequest : public std::enable_shared_from_this<UsbServiceRequest>
   /// A pairing record, the largest message expected, takes about 12 KiB.
   static constexpr std::size_t kMaxMessageBytes = 64 * 1024;
 
-  /// Connects to USBMUXD_SOCKET_ADDRESS ("UNIX:path"), else to /var/run/usbmuxd. `items` are XML:
-  /// what the request's dictionary holds beside its type.
+  /// Connects to USBMUXD_SOCKET_ADDRESS ("UNIX:path"), else to /var/run/usbmuxd. `items`: XML
+  /// of the dictionary's further entries.
   static std::shared_ptr<UsbServiceRequest> send(dispatch::Queue& main, std::string_view type,
                                                  const std::string& items, Handler handler);
 
