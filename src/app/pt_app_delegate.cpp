@@ -256,7 +256,7 @@ void PTAppDelegate::waitUntil(const std::function<bool()>& isTrue,
     // Behind what has been posted meanwhile: timers overtake it.
     scheduler_.mainQueue().async(scope_, [then, isDone] { then(isDone); });
   });
-}  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the queue owns the task
+}
 
 std::unique_ptr<Background> PTAppDelegate::makeBackground() {
   // In front of other windows if it is about to ask.

@@ -47,7 +47,7 @@ void UDPSocket::receive() {
     pending_ -= messages.size();
     for (const auto& [text, client] : messages) onMessageReceived_(text, client);
   });
-}  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the queue owns the task
+}
 
 /// False when nothing is left to read.
 bool UDPSocket::receiveOnce(std::vector<Message>& messages) const {
